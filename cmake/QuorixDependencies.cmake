@@ -1,0 +1,18 @@
+# What the library links. Everything comes from Debian packages, see scripts/packages.txt.
+
+find_package(DCMTK REQUIRED)
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+
+# The three IJG builds (8-, 12- and 16-bit samples, prefixed entry points) of libgdcm-dev. GDCM's own
+# package file would bring in all of GDCM; only these three libraries are wanted.
+find_path(QUORIX_IJG_INCLUDE_DIR gdcmjpeg/8/jpeglib.h PATH_SUFFIXES gdcm-3.0 REQUIRED)
+foreach(aPrecision 8 12 16)
+  find_library(QUORIX_IJG${aPrecision}_LIBRARY gdcmjpeg${aPrecision} REQUIRED)
+  add_library(Quorix::IJG${aPrecision} UNKNOWN IMPORTED)
+  set_target_properties(Quorix::IJG${aPrecision} PROPERTIES
+    IMPORTED_LOCATION "${QUORIX_IJG${aPrecision}_LIBRARY}"
+    INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${QUORIX_IJG_INCLUDE_DIR}"
+    INTERFACE_INCLUDE_DIRECTORIES "${QUORIX_IJG_INCLUDE_DIR}")
+endforeach()

@@ -1,0 +1,29 @@
+# Compile options of our own code, and the helper that declares one room of the library.
+
+add_library(quorix_options INTERFACE)
+target_compile_options(quorix_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+  # Colour conversion promises the same bits as the plain formula on every machine.
+  -ffp-contract=off
+  $<$<BOOL:${QUORIX_WARNINGS_AS_ERRORS}>:-Werror>)
+target_include_directories(quorix_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
+
+if(QUORIX_SANITIZE)
+  target_compile_options(quorix_options INTERFACE
+    -fsanitize=${QUORIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quorix_options INTERFACE -fsanitize=${QUORIX_SANITIZE})
+endif()
+
+# quorix_add_room(<name> <folder> [LINK <targets>...])
+#
+# One room is a static library of all .cpp files of its folder. The shared library is made of the
+# rooms' objects; tests link the rooms directly, so that they reach what the library does not export.
+function(quorix_add_room theName theFolder)
+  cmake_parse_arguments(PARSE_ARGV 2 aRoom "" "" "LINK")
+  file(GLOB aSources CONFIGURE_DEPENDS "${theFolder}/*.cpp" "${theFolder}/*.h")
+  add_library(quorix_${theName} STATIC ${aSources})
+  set_target_properties(quorix_${theName} PROPERTIES LINKER_LANGUAGE CXX)
+  target_compile_definitions(quorix_${theName} PRIVATE QUORIX_BUILDING_LIBRARY)
+  target_link_libraries(quorix_${theName} PUBLIC quorix_options ${aRoom_LINK})
+  set_property(GLOBAL APPEND PROPERTY QUORIX_ROOMS quorix_${theName})
+endfunction()

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "toolkit/base/Export.h"
+
+class DICOMDataObject;
+
+/// One channel's Palette Color Lookup Table (PS3.3 C.7.6.3.1.5 and .6), expanded in memory.
+///
+/// Entries of 16 bits are given as they are. Entries of 8 bits packed in bytes are widened to 16 bits
+/// (value × 257), so that their high byte is the value; entries of 8 bits held in 16-bit words are
+/// given as they are and isBitsEncodedBitsDiffers says so. Immutable after Init.
+class QUORIX_API ColorPalette
+{
+public:
+    /// theChannel: 'R', 'G' or 'B'. The other arguments describe an empty table: number of entries,
+    /// first mapped value, bits an entry.
+    ColorPalette(char theChannel, int theNumberOfEntries, int theFirstMappedValue, int theBitsPerEntry);
+
+    /// Reads the channel's descriptor and its data, segmented or not, from theDataSet. The palette is
+    /// valid afterwards when both were there and made sense.
+    void Init(const DICOMDataObject& theDataSet);
+
+    bool IsValid() const { return itsValid; }
+
+    /// Entries of 8 bits are held in 16-bit words.
+    bool isBitsEncodedBitsDiffers() const { return itsBitsEncodedBitsDiffers; }
+
+    /// The entry of a stored pixel value. Values below the first mapped one give the first entry, values
+    /// past the end the last. 0 for a palette that is not valid.
+    std::uint16_t MapUnsignedPixel(std::uint16_t thePixel) const { return Map(thePixel); }
+    std::uint16_t MapSignedPixel(std::int16_t thePixel) const { return Map(thePixel); }
+
+private:
+    std::uint16_t Map(std::int32_t thePixel) const;
+
+    char itsChannel;
+    std::uint32_t itsNumberOfEntries;
+    std::int32_t itsFirstMappedValue;
+    int itsBitsPerEntry;
+    bool itsBitsEncodedBitsDiffers = false;
+    bool itsValid = false;
+    std::vector<std::uint16_t> itsEntries;
+};

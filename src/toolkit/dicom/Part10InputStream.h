@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "toolkit/base/RWCString.h"
+#include "toolkit/dicom/DICOMObject.h"
+#include "toolkit/io/InputStream.h"
+
+/// A DICOM Part 10 stream: preamble, file meta information, data set.
+///
+/// This base knows what was found in the file meta information; where the bytes come from is the derived
+/// class's part. Not thread-safe.
+class QUORIX_API Part10InputStream
+{
+public:
+    virtual ~Part10InputStream();
+    Part10InputStream(const Part10InputStream&) = delete;
+    Part10InputStream& operator=(const Part10InputStream&) = delete;
+
+    /// Whether readers that are not told otherwise survive small departures from the standard: true.
+    static bool DefaultsToLenientParsing();
+
+    /// The UID of the file meta information; empty while nothing is open.
+    const RWCString& GetTransferSyntaxUID() const;
+
+protected:
+    Part10InputStream();
+
+    friend class DataSetReader;
+    struct State; // the parser's state; keeps DCMTK out of this header
+    std::unique_ptr<State> itsState;
+};

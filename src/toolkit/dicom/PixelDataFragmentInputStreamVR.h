@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "toolkit/dicom/VR.h"
+#include "toolkit/io/InputStream.h"
+
+/// Encapsulated pixel data (PS3.5 Annex A.4) read fragment by fragment from a stream.
+///
+/// Knows items, lengths and offset tables; what a frame is, ImageFrameInputStream knows. Offsets count
+/// from the first byte of the item tag of the first fragment, as the Basic Offset Table does. Nothing
+/// read from the stream is trusted. Errors are StreamIOExceptions (code 38).
+class QUORIX_API PixelDataFragmentInputStreamVR final : public VR
+{
+public:
+    /// theStream stands at the item tag of the Basic Offset Table, little-endian, and belongs to this
+    /// object. theExtendedOffsets and theExtendedLengths: the values of (7FE0,0001) and (7FE0,0002), or
+    /// empty.
+    PixelDataFragmentInputStreamVR(std::unique_ptr<InputStream> theStream,
+                                   std::vector<std::uint64_t> theExtendedOffsets,
+                                   std::vector<std::uint64_t> theExtendedLengths);
+    ~PixelDataFragmentInputStreamVR() override;
+
+    /// 0: the length of the whole is not known beforehand.
+    std::uint64_t GetLength() const override { return 0; }
+    PixelDataFragmentInputStreamVR* GetPixelDataFragmentInputStream() override { return this; }
+
+    /// The Basic Offset Table; empty when the item was empty or held no whole entries.
+    const std::vector<std::uint32_t>& GetBasicOffsetTable();
+    const std::vector<std::uint64_t>& GetExtendedOffsetTable() const { return itsExtendedOffsets; }
+    const std::vector<std::uint64_t>& GetExtendedOffsetTableLengths() const { return itsExtendedLengths; }
+
+    /// Goes to the next fragment, past whatever was left of the current one. False after the last: at
+    /// the sequence delimiter, at the end of the stream, or where no item tag stands.
+    bool NextFragment();
+
+    /// Length of the current fragment in bytes, as its item says, and what is left of it to read.
+    std::uint32_t GetFragmentLength() const { return itsFragmentLength; }
+    std::uint32_t GetFragmentRemaining() const { return itsFragmentRemaining; }
+
+    /// Offset of the current fragment's item tag.
+    std::uint64_t GetFragmentOffset() const { return itsFragmentOffset; }
+
+    /// Reads from the current fragment; 0 at its end and at the end of the stream.
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength);
+
+    /// Whether SeekToFragment works.
+    bool CanSeek() const;
+
+    /// Makes NextFragment read the item tag at theOffset next. False when the stream cannot be sought
+    /// there.
+    bool SeekToFragment(std::uint64_t theOffset);
+
+private:
+    void ReadBasicOffsetTable();
+
+    std::unique_ptr<InputStream> itsStream;
+    std::vector<std::uint64_t> itsExtendedOffsets;
+    std::vector<std::uint64_t> itsExtendedLengths;
+    std::vector<std::uint32_t> itsBasicOffsets;
+    bool itsBasicOffsetTableRead = false;
+    std::uint64_t itsFirstFragmentPosition = 0; ///< stream position of offset 0
+    std::uint64_t itsNextOffset = 0;            ///< offset of the first byte after the current fragment
+    std::uint64_t itsFragmentOffset = 0;
+    std::uint32_t itsFragmentLength = 0;
+    std::uint32_t itsFragmentRemaining = 0;
+    bool itsAtEnd = false;
+};

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "toolkit/base/DLEndian.h"
+#include "toolkit/base/RWCString.h"
+#include "toolkit/dicom/DataDictionary.h"
+#include "toolkit/base/MemoryAllocater.h"
+
+class DataSetReader;
+class Part10InputStream;
+
+/// What a transfer syntax UID says about a data set's encoding. Immutable; instances belong to the
+/// TransferSyntaxManager.
+class QUORIX_API TransferSyntaxType
+{
+public:
+    static const RWCString TSImplicitLittleEndianUID; ///< 1.2.840.10008.1.2
+    static const RWCString TSExplicitLittleEndianUID; ///< 1.2.840.10008.1.2.1
+    static const RWCString TSDeflatedUID;             ///< 1.2.840.10008.1.2.1.99
+    static const RWCString TSExplicitBigEndianUID;    ///< 1.2.840.10008.1.2.2
+    static const RWCString TSJPEG50UID;               ///< 1.2.840.10008.1.2.4.50
+    static const RWCString TSJPEG51UID;               ///< 1.2.840.10008.1.2.4.51
+    static const RWCString TSJPEG57UID;               ///< 1.2.840.10008.1.2.4.57
+    static const RWCString TSJPEG70UID;               ///< 1.2.840.10008.1.2.4.70
+    static const RWCString TSJPEG2KLosslessUID;       ///< 1.2.840.10008.1.2.4.90
+    static const RWCString TSJPEG2KUID;               ///< 1.2.840.10008.1.2.4.91
+    static const RWCString TSRLEUID;                  ///< 1.2.840.10008.1.2.5
+
+    TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool theExplicitVR, bool theEncapsulated,
+                       bool theDeflated);
+
+    const RWCString& GetUID() const { return itsUID; }
+    DLEndian::Endian GetEndian() const { return itsEndian; }
+    bool IsExplicitVR() const { return itsExplicitVR; }
+    bool IsEncapsulated() const { return itsEncapsulated; }
+    bool IsDeflated() const { return itsDeflated; }
+
+    /// A reader over what follows the file meta information of theStream, which is borrowed.
+    /// thePixelAllocator: where pixel values read into memory come from.
+    std::unique_ptr<DataSetReader> CreateDataSetReader(Part10InputStream& theStream,
+                                                       MemoryAllocater& thePixelAllocator) const;
+
+private:
+    RWCString itsUID;
+    DLEndian::Endian itsEndian;
+    bool itsExplicitVR;
+    bool itsEncapsulated;
+    bool itsDeflated;
+};

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "toolkit/io/LFStream.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "toolkit/base/DMTickCounter.h"
+
+namespace
+{
+std::atomic<double> theDefaultLockWaitTime{10.0};
+
+// Short enough that a reader hardly notices, long enough not to burden a shared file server.
+constexpr double theFirstPollInterval = 0.001;
+constexpr double theLongestPollInterval = 0.05;
+
+// The kernel refuses larger single transfers.
+constexpr unsigned long long theLargestTransfer = 0x7ffff000;
+
+void SleepFor(double theSeconds)
+{
+    timespec aTime{};
+    aTime.tv_nsec = static_cast<long>(theSeconds * 1e9);
+    nanosleep(&aTime, nullptr);
+}
+
+bool SetLock(int theDescriptor, short theType)
+{
+    struct flock aLock = {};
+    aLock.l_type = theType;
+    aLock.l_whence = SEEK_SET;
+    return fcntl(theDescriptor, F_OFD_SETLK, &aLock) == 0;
+}
+} // namespace
+
+LFStream::LFStream(Buffering) {}
+
+LFStream::~LFStream()
+{
+    close();
+}
+
+bool LFStream::open(const char* theName, int theMode, int)
+{
+    close();
+    int aFlags = O_CLOEXEC;
+    if ((theMode & MODE_OUT) != 0)
+    {
+        aFlags |= (theMode & MODE_IN) != 0 ? O_RDWR : O_WRONLY;
+        aFlags |= O_CREAT | ((theMode & MODE_TRUNC) != 0 ? O_TRUNC : 0);
+    }
+    do
+    {
+        itsDescriptor = ::open(theName, aFlags, 0666);
+    } while (itsDescriptor < 0 && errno == EINTR);
+    return itsDescriptor >= 0;
+}
+
+int LFStream::Lock(double theWaitTime, LockMode theMode)
+{
+    if (itsDescriptor < 0)
+    {
+        errno = EBADF;
+        return 0;
+    }
+    const short aType = theMode == LOCK_FOR_WRITING ? F_WRLCK : F_RDLCK;
+    const DMTickCounter aCounter;
+    double anInterval = theFirstPollInterval;
+    while (!SetLock(itsDescriptor, aType))
+    {
+        const int anError = errno;
+        if (anError != EAGAIN && anError != EACCES && anError != EINTR)
+        {
+            return 0;
+        }
+        const double aTimeLeft = theWaitTime - aCounter.Total();
+        if (aTimeLeft <= 0.0)
+        {
+            errno = anError;
+            return 0;
+        }
+        SleepFor(std::min(anInterval, aTimeLeft));
+        anInterval = std::min(anInterval * 2, theLongestPollInterval);
+    }
+    itsLocked = true;
+    return 1;
+}
+
+void LFStream::Unlock()
+{
+    if (itsLocked)
+    {
+        SetLock(itsDescriptor, F_UNLCK);
+        itsLocked = false;
+    }
+}
+
+long long LFStream::Read(void* theBuffer, unsigned long long theCount)
+{
+    long long aResult = -1;
+    do
+    {
+        aResult = ::read(itsDescriptor, theBuffer, std::min(theCount, theLargestTransfer));
+    } while (aResult < 0 && errno == EINTR);
+    return aResult;
+}
+
+long long LFStream::Write(const void* theBuffer, unsigned long long theCount)
+{
+    long long aResult = -1;
+    do
+    {
+        aResult = ::write(itsDescriptor, theBuffer, std::min(theCount, theLargestTransfer));
+    } while (aResult < 0 && errno == EINTR);
+    return aResult;
+}
+
+bool LFStream::Seek(long long thePosition)
+{
+    return ::lseek(itsDescriptor, thePosition, SEEK_SET) >= 0;
+}
+
+long long LFStream::Length() const
+{
+    struct stat aStatus = {};
+    return fstat(itsDescriptor, &aStatus) == 0 ? static_cast<long long>(aStatus.st_size) : -1;
+}
+
+bool LFStream::close()
+{
+    if (itsDescriptor < 0)
+    {
+        return true;
+    }
+    Unlock();
+    const int aDescriptor = itsDescriptor;
+    itsDescriptor = -1;
+    // Linux frees the descriptor even when close is interrupted; trying again could close another one.
+    return ::close(aDescriptor) == 0 || errno == EINTR;
+}
+
+double LFStream::GetDefaultLockWaitTime()
+{
+    return theDefaultLockWaitTime;
+}
+
+void LFStream::SetDefaultLockWaitTime(double theSeconds)
+{
+    theDefaultLockWaitTime = theSeconds;
+}

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/CountingAllocator.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "toolkit/base/BadAllocException.h"
+
+CountingAllocator::~CountingAllocator()
+{
+    EXPECT_EQ(itsBlocks.size(), 0u) << "blocks were never given back";
+}
+
+void* CountingAllocator::Allocate(std::uint64_t theSize)
+{
+    const std::size_t aNumber = itsSizes.size();
+    itsSizes.push_back(theSize);
+    void* const aBlock = static_cast<long long>(aNumber) == itsFailAt ? nullptr : std::malloc(theSize);
+    if (aBlock == nullptr)
+    {
+        throw BadAllocException(theSize);
+    }
+    itsBlocks.emplace(aBlock, theSize);
+    return aBlock;
+}
+
+void CountingAllocator::Free(void* theBlock)
+{
+    if (theBlock == nullptr)
+    {
+        return;
+    }
+    EXPECT_EQ(itsBlocks.erase(theBlock), 1u) << "a block was given back that this allocator does not know";
+    std::free(theBlock);
+}
