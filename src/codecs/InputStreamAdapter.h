@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "engine/kdu_compressed_source.h"
+
+class InputStream;
+
+/// Lets a codec read from an InputStream, which is borrowed. Not thread-safe.
+class QUORIX_API InputStreamAdapter final : public kdu_compressed_source
+{
+public:
+    explicit InputStreamAdapter(InputStream& theStream) : itsStream(&theStream) {}
+
+    /// Reads until theCount bytes have arrived or the stream ends: a short count is the end of the data,
+    /// never an error. What the stream throws passes through.
+    int read(kdu_byte* theBuffer, int theCount) override;
+
+    int get_capabilities() override { return KDU_SOURCE_CAP_SEQUENTIAL; }
+
+private:
+    InputStream* itsStream;
+};

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "engine/kdu_compressed_source.h"
+
+/// Counts the bytes that a codec pulls from a compressed source.
+///
+/// Every codec reads through one of these, so its count is the number of compressed bytes consumed; the
+/// compression ratio is computed from it. The wrapped source is borrowed. Not thread-safe.
+class QUORIX_API MeteringKDUCompressedSource final : public kdu_compressed_source
+{
+public:
+    explicit MeteringKDUCompressedSource(kdu_compressed_source& theSource) : itsSource(theSource) {}
+
+    /// Returns what the wrapped source returned; a negative result (an error) is not counted.
+    int read(kdu_byte* theBuffer, int theCount) override;
+
+    /// Forwards the close and always reports success: codecs have no use for the answer.
+    bool close() override;
+
+    int get_capabilities() override { return KDU_SOURCE_CAP_SEQUENTIAL; }
+
+    /// Bytes delivered since construction.
+    std::uint64_t GetBytesRead() const { return itsBytesRead; }
+
+private:
+    kdu_compressed_source& itsSource;
+    std::uint64_t itsBytesRead = 0;
+};

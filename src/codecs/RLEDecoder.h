@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "decoding/Decoder.h"
+
+/// The codec for DICOM RLE Lossless (PS3.5 Annex G).
+///
+/// Takes all geometry from the data set, the segments from the codestream, and writes little-endian,
+/// colour-by-pixel samples. It converts no colours: what is not monochrome is labelled RGB.
+class QUORIX_API RLEDecoder final : public Decoder
+{
+public:
+    RLEDecoder();
+    ~RLEDecoder() override;
+
+    /// theFrameLength: bytes of the compressed frame counted from its header; the last segment ends
+    /// there. Throws StreamIOException (code 62); an ExceptionBase's text also goes to standard output.
+    void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
+
+    ColorModel GetCompressedColorspace() const override;
+    int GetHighBit() const override;
+    std::uint64_t GetImageWidth() const override { return itsImageWidth; }
+    std::uint64_t GetImageHeight() const override { return itsImageHeight; }
+    std::int16_t GetScanMode() const override { return 0; }
+    std::uint64_t GetOutputSize() const override;
+
+    std::int16_t GetVersion() const { return 1; }
+
+    /// Number of segments that the header declares.
+    int GetComponentCount() const { return itsComponentCount; }
+
+    /// Entry theIndex of the header: 0 is the number of segments, 1 the first segment's offset. 0 outside.
+    std::uint32_t GetComponentOffset(int theIndex) const;
+
+    /// Bytes of segment theIndex, counted from 1. Deliberately 4294967295 for the last one, whose end the
+    /// header does not tell, and outside.
+    std::uint64_t GetComponentSize(int theIndex) const;
+
+protected:
+    void SetSourceImpl() override;
+
+    /// Reads and checks the 64-byte header.
+    bool ReadRLEHeader();
+
+private:
+    static constexpr int theHeaderEntries = 16;
+
+    std::uint32_t itsImageHeight = 0;
+    std::uint32_t itsImageWidth = 0;
+    std::uint32_t itsHighBit = 0;
+    RWCString itsPhotometricInterpretation;
+    /// Segment count, offsets, and one slot more for the end of the last segment.
+    std::array<std::uint32_t, theHeaderEntries + 1> itsRLEHeader{};
+    std::int32_t itsComponentCount = 0;
+};

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "decoding/Decoder.h"
+
+class InputStream;
+class kdu_compressed_source;
+
+/// Decodes one compressed frame, read from an InputStream, into a caller's buffer.
+///
+/// Creates the codec, lets it read the header, settles the sign of the output, decodes, and records what
+/// was consumed. When a JPEG stream's real precision contradicts what was announced, the codec is
+/// replaced by the right one and the bytes already read go along, so that the stream is never read
+/// twice. Stream and data set are borrowed. Not thread-safe: one driver, one thread.
+class QUORIX_API CompressedCodestreamDecoder
+{
+public:
+    CompressedCodestreamDecoder(const RWCString& theTransferSyntaxUID, int theBitsStored,
+                                InputStream& theStream, DICOMDataObject& theDataSet, int theScaleFactor,
+                                Decoder::ParsingErrorTolerance theTolerance);
+    virtual ~CompressedCodestreamDecoder();
+    CompressedCodestreamDecoder(const CompressedCodestreamDecoder&);
+    CompressedCodestreamDecoder& operator=(const CompressedCodestreamDecoder&) = delete;
+
+    /// Called once the header has been read; false ends the decode with StreamIOException (code 54).
+    virtual bool CodestreamHeaderRead(Decoder& theDecoder);
+
+    /// Decodes into theOutput, theOutputSize bytes. Throws StreamIOException code 48 when the transfer
+    /// syntax has no codec, code 62 when the codec would write more than theOutputSize bytes; what the
+    /// codec throws passes through.
+    void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize);
+
+    /// The same, starting with bytes that were already pulled from the stream. theHandOverBuffer (new[],
+    /// 32768 bytes) passes into this object's ownership.
+    void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize,
+                std::uint8_t* theHandOverBuffer, int theHandOverBytes);
+
+    /// Compressed bytes that the codec of the last Decode consumed.
+    std::uint64_t GetTotalBytesRead() const { return itsTotalBytesRead; }
+
+    /// Requested scale factor; after Decode the one that was applied.
+    int GetScaleFactor() const { return itsScaleFactor; }
+    void SetForceUnsignedPixelOutput(bool theFlag) { itsForceUnsignedPixelOutput = theFlag; }
+    bool IsDecoderSupportedOutputPixelSignConversion() const
+    {
+        return itsDecoderSupportsOutputPixelSignConversion;
+    }
+
+private:
+    RWCString itsTransferSyntaxUID;
+    InputStream* itsInputStream;
+    std::shared_ptr<kdu_compressed_source> itsCompressedSource; ///< shared by copies
+    std::uint64_t itsTotalBytesRead = 0;
+    std::int32_t itsBitsStored;
+    DICOMDataObject* itsDICOMDataObject;
+    std::int32_t itsScaleFactor;
+    Decoder::ParsingErrorTolerance itsParsingErrorTolerance;
+    bool itsForceUnsignedPixelOutput = false;
+    bool itsDecoderSupportsOutputPixelSignConversion = false;
+};

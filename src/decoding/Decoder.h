@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+class DICOMDataObject;
+class MeteringKDUCompressedSource;
+class kdu_compressed_source;
+
+/// Base of every codec: what one compressed image decodes to, and how.
+///
+/// Made by DecoderFactory, given its source once with SetSource (which reads the codestream header and
+/// makes the data set describe the pixels to come), then asked to Decode one frame into a caller's
+/// buffer. Source and data set are borrowed and must outlive the codec. Failures are exceptions. Not
+/// thread-safe: one codec, one thread; codecs share nothing.
+class QUORIX_API Decoder
+{
+public:
+    /// Colour models. Deliberately numbered otherwise than Renderable::PhotometricInterpretation: the two
+    /// are only ever converted through their strings.
+    enum ColorModel : std::int32_t
+    {
+        COLOR_MODEL_UNKNOWN = 0,
+        COLOR_MODEL_GREY = 1,
+        COLOR_MODEL_RGB = 2,
+        COLOR_MODEL_YBR_FULL_422 = 3,
+        COLOR_MODEL_YBR_PARTIAL_422 = 4,
+        COLOR_MODEL_YBR_PARTIAL_420 = 5,
+        COLOR_MODEL_YBR_FULL = 6,
+        COLOR_MODEL_YBR_RCT = 7,
+        COLOR_MODEL_YBR_ICT = 8,
+        COLOR_MODEL_PALETTE_COLOR = 9
+    };
+
+    enum CompressionReversible : std::int32_t
+    {
+        CR_UNSPECIFIED = 0,
+        CR_REVERSIBLE = 1,
+        CR_IRREVERSIBLE = 2
+    };
+
+    /// How much a JPEG 2000 codestream may depart from the standard; other codecs take no notice.
+    enum ParsingErrorTolerance : std::int32_t
+    {
+        PET_NONE = 0,
+        PET_FAST = 1,
+        PET_RESILIENT = 2,
+        PET_FUSSY = 3
+    };
+
+    virtual ~Decoder();
+    Decoder(const Decoder&);
+    Decoder& operator=(const Decoder&);
+
+    /// Decodes one frame into theBuffer, theSize bytes, in the layout that the accessors announce.
+    /// theFrameLength: bytes of the compressed frame; codecs that know their own end ignore it.
+    virtual void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) = 0;
+
+    virtual ColorModel GetCompressedColorspace() const = 0;
+
+    /// The colour model named by the data set as it was before any decoding; 0 without a data set.
+    virtual ColorModel GetOriginalPhotometricInterpretation() const;
+
+    virtual std::int16_t GetScanMode() const = 0;
+    virtual std::uint64_t GetImageWidth() const = 0;
+    virtual std::uint64_t GetImageHeight() const = 0;
+
+    // When a codec proves to be the wrong one, the bytes it has already pulled pass to its successor: the
+    // buffer (new[], owned by whoever takes it) and how many of its bytes are valid. The successor gets
+    // them before its SetSource.
+    virtual std::uint8_t* TakeBuffer();
+    virtual void SetBuffer(std::uint8_t* theBuffer);
+    virtual void SetBytesRead(int theBytes);
+    virtual int GetBytesRead();
+
+    virtual int GetHighBit() const;
+    virtual int IsSigned() const;
+
+    /// 1 when the codec itself can deliver signed samples as unsigned ones.
+    virtual int IsSupportsOutputPixelSignConversion() const;
+
+    virtual void SetCompressionReversible(CompressionReversible theValue);
+
+    /// Whether colour images come out as RGB whatever they were stored as.
+    virtual bool IsDecoderConvertsColorToRGB();
+
+    /// Reads the header from theSource (through a byte counter) and updates theDataSet (null allowed).
+    void SetSource(DICOMDataObject* theDataSet, kdu_compressed_source& theSource);
+
+    std::int16_t GetVersion() const { return 1; }
+    void SetDecompressedColorspace(ColorModel theModel) { itsDecompressedColorspace = theModel; }
+    ColorModel GetDecompressedColorspace() const { return itsDecompressedColorspace; }
+    ColorModel GetRecommendedDecompressedColorspace() const { return itsRecommendedDecompressedColorspace; }
+    int GetSamplesPerPixel() const { return itsSamplesPerPixel; }
+    int GetBitsAllocatedPerSample() const { return itsBitsAllocatedPerSample; }
+
+    /// Stores 16 for more than 8 bits, else 8.
+    void SetBitsAllocatedPerSample(std::int16_t theBits);
+    int GetBitsStoredPerSample() const { return itsBitsStoredPerSample; }
+
+    /// Stores theBits brought into 1 … bits allocated.
+    void SetBitsStoredPerSample(int theBits);
+    int GetRecommendedBitsStoredPerSample() const { return itsRecommendedBitsStoredPerSample; }
+    void SetSigned(int theFlag) { itsSigned = theFlag; }
+    CompressionReversible GetCompressionReversible() const { return itsCompressionReversible; }
+
+    /// Resolution reduction: 1 is full resolution, each step more halves it.
+    int GetScaleFactor() const { return itsScaleFactor; }
+    std::uint64_t GetInputBufferSize() const { return 0; }
+    std::uint64_t GetDefaultInputBufferSize() const { return 4096; }
+
+    /// Compressed bytes pulled so far; 0 before SetSource.
+    std::uint64_t GetTotalBytesRead() const;
+
+    /// Sample precision that the codestream declares; 0 where the codec does not know it.
+    int GetPrecision() const { return itsPrecision; }
+
+    /// Bytes of one decoded image; -1 while the layout is not known. Truncated to int: allocation goes by
+    /// this figure, so compare it with GetOutputSize before writing.
+    int GetDecompressedBufferSize() const;
+
+    /// The same in 64 bits: what Decode really writes at most. 0 while the layout is not known.
+    virtual std::uint64_t GetOutputSize() const;
+
+protected:
+    Decoder();
+
+    /// Reads the codestream header from GetSource() and fills the layout fields.
+    virtual void SetSourceImpl() = 0;
+
+    /// Makes the data set describe the pixels that Decode will deliver and keeps what it overwrites in the
+    /// scratch pad, so that a second decode still knows the original.
+    void UpdateDICOMHeader();
+
+    kdu_compressed_source& GetSource() const;
+    bool HasSource() const { return itsSource != nullptr; }
+    DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
+
+    ColorModel itsDecompressedColorspace = COLOR_MODEL_UNKNOWN;
+    ColorModel itsRecommendedDecompressedColorspace = COLOR_MODEL_UNKNOWN;
+    std::int32_t itsSamplesPerPixel = 0;
+    std::int32_t itsBitsAllocatedPerSample = 0;
+    std::int32_t itsBitsStoredPerSample = 0;
+    std::int32_t itsRecommendedBitsStoredPerSample = 0;
+    std::int32_t itsSigned = 0;
+    CompressionReversible itsCompressionReversible = CR_UNSPECIFIED;
+    std::int32_t itsScaleFactor = 1;
+    std::int32_t itsPrecision = 0;
+
+private:
+    std::shared_ptr<MeteringKDUCompressedSource> itsSource; ///< shared by copies
+    DICOMDataObject* itsDICOMDataObject = nullptr;
+};

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+class DICOMDataObject;
+class InputStream;
+class JavaInputBufferQueueCompressedSource;
+class JavaSeekableInputStream;
+class kdu_compressed_source;
+
+/// Everything one decompression call needs.
+///
+/// Stream, source and data set are borrowed. The Java adapters are set by the Java side only and are
+/// owned; copies share them. Checks nothing. Not thread-safe.
+class QUORIX_API DecompressionRequest
+{
+public:
+    /// No input, scale factor 1, frame 0.
+    DecompressionRequest();
+
+    DecompressionRequest(InputStream* theStream, DICOMDataObject* theDataSet, const RWCString& theDemoFile,
+                         bool theLoadDemoInfoFlag, int theScaleFactor, int theFrameIndex,
+                         const RWCString& theTransferSyntaxUID, bool theV5ConvertPixelsToUnsigned);
+    DecompressionRequest(kdu_compressed_source* theSource, DICOMDataObject* theDataSet,
+                         const RWCString& theDemoFile, bool theLoadDemoInfoFlag, int theScaleFactor,
+                         int theFrameIndex, const RWCString& theTransferSyntaxUID,
+                         bool theV5ConvertPixelsToUnsigned);
+    virtual ~DecompressionRequest();
+    DecompressionRequest(const DecompressionRequest&) = default;
+    DecompressionRequest& operator=(const DecompressionRequest&) = default;
+
+    InputStream* getInputStream() const { return itsInputStream; }
+    kdu_compressed_source* getCompressedSource() const { return itsCompressedSource; }
+
+    /// May be null.
+    DICOMDataObject* getDICOMDataObject() const { return itsDICOMDataObject; }
+
+    /// Path of a file with the header that belongs to a bare compressed image; empty for none.
+    const RWCString& getDemoFile() const { return itsDemoFile; }
+    bool getLoadDemoInfoFlag() const { return itsLoadDemoInfoFlag; }
+
+    /// 1 is full resolution; each step more halves it where the codec can.
+    int getScaleFactor() const { return itsScaleFactor; }
+
+    /// Counted from 0; -1 is the first and only frame.
+    int getFrameIndex() const { return itsFrameIndex; }
+    const RWCString& getTransferSyntaxUID() const { return itsTransferSyntaxUID; }
+    void setTransferSyntaxUID(const RWCString& theUID) { itsTransferSyntaxUID = theUID; }
+
+    /// Deliver signed pixels as unsigned ones.
+    bool isV5ConvertPixelsToUnsigned() const { return itsV5ConvertPixelsToUnsigned; }
+    void setV5ConvertPixelsToUnsigned(bool theFlag) { itsV5ConvertPixelsToUnsigned = theFlag; }
+
+    /// Bytes of a bare compressed image, 0 where unknown.
+    std::uint32_t getSourceLength() const { return itsSourceLength; }
+    void setSourceLength(std::uint32_t theLength) { itsSourceLength = theLength; }
+
+private:
+    InputStream* itsInputStream = nullptr;
+    std::shared_ptr<JavaSeekableInputStream> itsOwnedJavaInputStream;
+    kdu_compressed_source* itsCompressedSource = nullptr;
+    std::shared_ptr<JavaInputBufferQueueCompressedSource> itsOwnedJavaCompressedSource;
+    DICOMDataObject* itsDICOMDataObject = nullptr;
+    RWCString itsDemoFile;
+    bool itsLoadDemoInfoFlag = false;
+    std::int32_t itsScaleFactor = 1;
+    std::int32_t itsFrameIndex = 0;
+    RWCString itsTransferSyntaxUID;
+    bool itsV5ConvertPixelsToUnsigned = false;
+    std::uint32_t itsSourceLength = 0;
+};

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "toolkit/base/DLResultCode.h"
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+class Renderable;
+
+/// What a decompression call answers: the decoded image, or what exactly went wrong.
+///
+/// Owns the Renderable it holds; whoever takes the image over calls setRenderable(nullptr) at that
+/// moment. Copies share the image: it is freed with the last of them, and once one copy has let it go
+/// the others hold none either. Not thread-safe.
+class QUORIX_API DecompressionResult
+{
+public:
+    DecompressionResult();
+    ~DecompressionResult();
+    DecompressionResult(const DecompressionResult&) = default;
+    DecompressionResult& operator=(const DecompressionResult&) = default;
+
+    /// Stores the image, made with new. One that was held before is let go, not freed.
+    void setRenderable(Renderable* theRenderable);
+
+    /// The image, or null. Ownership stays here.
+    Renderable* getRenderable() const;
+
+    void setDCMLibResultCode(DLResultCode theCode) { itsDCMLibResultCode = theCode; }
+    DLResultCode getDCMLibResultCode() const { return itsDCMLibResultCode; }
+
+    /// An errno value, 0 if none.
+    void setSystemErrorCode(int theCode) { itsSystemErrorCode = theCode; }
+    int getSystemErrorCode() const { return itsSystemErrorCode; }
+
+    void setMessage(const RWCString& theMessage) { itsMessage = theMessage; }
+    const RWCString& getMessage() const { return itsMessage; }
+
+    /// The three fields as four lines of text.
+    RWCString ToString() const;
+
+private:
+    struct Holder;
+    std::shared_ptr<Holder> itsHolder;
+    DLResultCode itsDCMLibResultCode = DLRC_SUCCESS;
+    int itsSystemErrorCode = 0;
+    RWCString itsMessage;
+};

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+class DICOMDataObject;
+class DecompressionResult;
+class MVRFactory;
+class Renderable;
+class VR;
+
+/// Stateless operations on decoded images and the data sets that describe them.
+///
+/// One class, spread over files by topic: colour conversion (ColourConversion.cpp, PaletteConversion.cpp),
+/// pixel statistics (PixelStatistics.cpp), byte operations and messages (ByteOperations.cpp), and data-set
+/// fix-up (dicomfix/). Safe to call from several threads on different objects. Failures are
+/// DLRuntimeExceptions with the texts named at each topic.
+class QUORIX_API DecompressionLibUtils
+{
+public:
+    DecompressionLibUtils() = delete;
+
+    // Colour conversion, in place, to what viewers accept: interleaved 8-bit RGB. Formulas: PS3.3
+    // C.7.6.3.1.2, in single precision, truncated toward zero and clamped.
+
+    /// Brings theRenderable to interleaved 8-bit RGB, or leaves it alone when it is greyscale or already
+    /// that. The conversion takes its buffer from the Renderable's allocator. Throws for interpretations
+    /// that have no conversion.
+    static void ConvertRenderableToNonPlanar8BitRGB(DICOMDataObject& theDataSet, Renderable& theRenderable);
+
+    /// PALETTE COLOR through the palettes held by theDataSet.
+    static void ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObject& theDataSet,
+                                                       Renderable& theRenderable);
+
+    /// RGB of 16 bits (the high byte is kept) or in planes.
+    static void ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
+
+    static void ConvertYBR_FULLRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
+    /// The same, with the output as wide as the input.
+    static void ConvertYBR_FULLRenderableToNonPlanarRGB(Renderable& theRenderable);
+
+    static void ConvertYBR_FULL_422RenderableTo8BitRGB(Renderable& theRenderable);
+    /// The same, with the output as wide as the input.
+    static void ConvertYBR_FULL_422RenderableToRGB(Renderable& theRenderable);
+
+    /// Interleaves three colour planes of thePixelCount samples of theBytesPerSample (1 or 2) bytes each
+    /// into theOutput, which holds 3 × thePixelCount samples. No overlap.
+    static void Planar2RGB(void** thePlanes, void* theOutput, std::uint64_t thePixelCount,
+                           int theBytesPerSample);
+
+    // Pixel statistics of greyscale images. They read no further than the buffer reaches.
+
+    /// Value range, sign-extended into the unsigned outputs. Samples equal to thePaddingValue are left
+    /// out unless it is 0. theRemoveBurnIns: go on with AdjustMinMaxToRemoveBurnIns.
+    static void CalculateMinMax(Renderable& theRenderable, unsigned int thePaddingValue, unsigned int& theMin,
+                                unsigned int& theMax, bool theRemoveBurnIns, float thePercent,
+                                int theMinimumShift);
+
+    /// Moves either end of the range inwards past thePercent of the pixels, if that moves it by more than
+    /// theMinimumShift grey levels.
+    static void AdjustMinMaxToRemoveBurnIns(Renderable& theRenderable, unsigned int& theMin,
+                                            unsigned int& theMax, float thePercent, int theMinimumShift);
+
+    /// Counts per value, signed values biased by half the range; at least 65536 (16-bit) or 256 bins. The
+    /// array belongs to the caller (delete[]). Null for images of several samples per pixel.
+    static std::uint32_t* CalculateHistogram(Renderable& theRenderable);
+
+    // Byte operations.
+
+    /// Stores the first byte of each pair into the second. Deliberately no exchange, and deliberately one
+    /// pair more than rows × columns: theData must have two bytes of slack behind its samples.
+    static void SwapBytes(void* theData, int theRows, int theColumns);
+
+    /// Adds an offset to every 16-bit or every 8-bit sample, wrapping.
+    static void ApplyOffset(void* theData, std::uint64_t theSizeInBytes, std::int16_t theOffset);
+    static void ApplyOffset(void* theData, std::uint64_t theSizeInBytes, std::int8_t theOffset);
+
+    /// printf-style formatting, cut at 1024 characters.
+    static void ErrMessage(RWCString& theOutput, const char* theFormat, ...)
+        __attribute__((format(printf, 2, 3)));
+
+    // Data-set fix-up (dicomfix/).
+
+    /// Makes theDataSet describe the decoded pixels of theRenderable and, for lossy input, record its
+    /// history. thePixelVR (may be null) receives type code OB or OW, and the pixels its byte order.
+    /// theCompression: "JPG", "JP2" (any case) or empty. theMarkReconstituted: also write the private
+    /// reconstitution mark. Always true; toolkit exceptions pass through. theResult is not used.
+    static bool FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet, Renderable* theRenderable,
+                                               MVRFactory& theFactory, VR* thePixelVR,
+                                               const RWCString& theCompression, bool theMarkReconstituted,
+                                               DecompressionResult& theResult);
+
+    /// Moves the colour palette from the attributes into the data set's palette objects; a channel that
+    /// makes no sense becomes null. All palette attributes are removed.
+    static void CaptureAndRemoveColorPaletteAttributes(DICOMDataObject& theDataSet);
+
+    /// Writes the private mark that says that this library made the pixels.
+    static void MarkReconstituted(DICOMDataObject* theDataSet);
+};
