@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Installs the build into a fresh folder, moves it (a package must not remember where it was built), and
+# builds a consumer against it, once through CMake and once through pkg-config.
+#   run.sh BUILD_DIR SOURCE_DIR CXX
+set -euo pipefail
+
+build=$1
+source=$2
+compiler=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/first" >/dev/null
+mv "$work/first" "$work/moved"
+for file in lib/libQuorixDecompLib.so.0.1.0 lib/libQuorixDecompLib.so.0 lib/libQuorixDecompLib.so \
+    lib/pkgconfig/QuorixDecompLib.pc lib/cmake/QuorixDecompLib/QuorixDecompLibConfig.cmake \
+    include/QuorixDecompLib/image/Renderable.h bin/quorix-decompress; do
+    [ -e "$work/moved/$file" ] || { echo "not installed: $file" >&2; exit 1; }
+done
+if grep -rl -e "$source" -e "$work/first" "$work/moved/lib/cmake" "$work/moved/lib/pkgconfig"; then
+    echo "the package remembers where it was built" >&2
+    exit 1
+fi
+
+cmake -S "$source/tests/install/consumer" -B "$work/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
+    -DCMAKE_PREFIX_PATH="$work/moved" >/dev/null
+cmake --build "$work/consumer" >/dev/null
+"$work/consumer/consumer"
+echo "consumer through CMake: ok"
+
+export PKG_CONFIG_PATH="$work/moved/lib/pkgconfig"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$source/tests/install/consumer/main.cpp" -o "$work/plain" \
+    $(pkg-config --cflags --libs QuorixDecompLib)
+LD_LIBRARY_PATH="$work/moved/lib" "$work/plain"
+echo "consumer through pkg-config: ok"
+
+# Every installed header stands alone, without the library's own include path or third-party headers.
+for header in $(cd "$work/moved/include/QuorixDecompLib" && find . -name '*.h'); do
+    echo "#include \"${header#./}\"" | "$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
+        -I "$work/moved/include/QuorixDecompLib" -x c++ - || { echo "$header does not stand alone" >&2; exit 1; }
+done
+if grep -rlE '#include ["<](dcmtk|gdcm|hwy|jpeglib)' "$work/moved/include"; then
+    echo "a public header includes a third-party header" >&2
+    exit 1
+fi
+echo "headers: ok"
+
+# Nothing but our own names is exported.
+foreign=$(nm -D --defined-only "$work/moved/lib/libQuorixDecompLib.so" | awk '{print $3}' |
+    c++filt | grep -E '^(Dcm|OF|hwy|jpeg|dcmtk)' || true)
+[ -z "$foreign" ] || { echo "foreign symbols are exported: $foreign" >&2; exit 1; }
+"$work/moved/bin/quorix-decompress" --version
