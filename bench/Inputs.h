@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Path of an input file, in the folder that the environment variable QUORIX_BENCH_INPUTS names.
+std::string InputPath(const std::string& theName);
+
+/// A whole input file. Ends the program with a message when it cannot be read.
+Bytes ReadInput(const std::string& theName);
