@@ -4,7 +4,8 @@
 #include <utility>
 
 DICOMLibException::DICOMLibException(RWCString theMessage, DLResultCode theResultCode, int theSystemErrorCode)
-    : ExceptionBase(std::move(theMessage)), itsResultCode(theResultCode), itsSystemErrorCode(theSystemErrorCode)
+    : ExceptionBase(std::move(theMessage)), itsResultCode(theResultCode),
+      itsSystemErrorCode(theSystemErrorCode)
 {
 }
 
