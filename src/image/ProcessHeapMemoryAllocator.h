@@ -15,5 +15,6 @@ public:
 
     static ProcessHeapMemoryAllocator& GetDefaultInstance() { return itsDefaultInstance; }
 
-    static ProcessHeapMemoryAllocator itsDefaultInstance;
+    /// Usable from the first static initialiser to the last static destructor of a program.
+    static ProcessHeapMemoryAllocator& itsDefaultInstance;
 };

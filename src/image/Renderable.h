@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "toolkit/base/Export.h"
@@ -124,7 +125,8 @@ public:
     std::uint64_t getRequiredPixelDataBufferSize() const;
 
     /// Takes a buffer of the required size from the allocator. Throws DLRuntimeException when there is a
-    /// buffer already (it is kept) or when the allocation fails.
+    /// buffer already (it is kept) or when the allocation fails; the size that was asked for then stays
+    /// recorded although there is no buffer.
     void allocatePixelData();
 
     /// Gives the buffer back; pointer and size become null and 0.
@@ -147,13 +149,17 @@ public:
     /// Frees the pixel data and the record itself, which must have been made with new.
     void deleteSelf();
 
-    /// Writes the cache file (64-byte header and raw pixels), see docs. Throws StreamIOException.
+    /// Writes the cache file: a 64-byte header and the raw pixels of the required size. A buffer larger than
+    /// that is refused, a smaller one completed with zeros. Throws StreamIOException with code 64 (lock), 67
+    /// (input and output) or 6; the file is then left as far as it was written.
     void saveToFile(const char* theName) const;
     /// The same while holding the write lock.
     void saveToFileLocked(const char* theName) const;
     void saveToFile(const char* theName, bool theLock) const;
 
-    /// Reads a cache file of any scale factor. True after a complete load; throws StreamIOException.
+    /// Reads a cache file of any scale factor into an image that holds no buffer. True after a complete
+    /// load; throws StreamIOException with code 64 (lock), 67 (input, output and format), 11 (no memory, or a
+    /// buffer is held, which is kept) or 6. Fields stored before a failure stay.
     bool loadFromFile(const char* theName);
     /// The same while holding the read lock.
     bool loadFromFileLocked(const char* theName);
@@ -164,6 +170,10 @@ public:
     bool loadFromFile(const char* theName, short theScaleFactor, bool theLock);
 
 private:
+    void writeCacheFile(const RWCString& theName, bool theLock) const;
+    bool readCacheFile(const RWCString& theName, std::int16_t theScaleFactor, bool theLock);
+    void allocateForLoad(const RWCString& theName);
+
     bool itsPixelDataLittleEndian = true;
     std::int32_t itsSamplesPerPixel = 0;
     PhotometricInterpretation itsPhotometricInterpretation = INVALID;
@@ -188,6 +198,6 @@ private:
     double itsTimeTakenToAllocateMemory = 0.0;
     double itsTimeTakenToLoadPixelData = 0.0;
 
-    static std::int32_t itsIOBufferSize;
+    static std::atomic<std::int32_t> itsIOBufferSize;
     static const RWCString itsIDString; ///< "REND", the identifier of the cache file
 };

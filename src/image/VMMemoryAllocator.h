@@ -31,7 +31,8 @@ public:
     static std::uint64_t GetNumHeapBlocks();
     static std::uint64_t GetMaxNumHeapBlocks();
 
-    static VMMemoryAllocator itsDefaultInstance;
+    /// Usable from the first static initialiser to the last static destructor of a program.
+    static VMMemoryAllocator& itsDefaultInstance;
 
 private:
     static CriticalSection itsHeapCriticalSection;
