@@ -24,14 +24,19 @@ public:
     DecompressionLibUtils() = delete;
 
     // Colour conversion, in place, to what viewers accept: interleaved 8-bit RGB. Formulas: PS3.3
-    // C.7.6.3.1.2, in single precision, truncated toward zero and clamped.
+    // C.7.6.3.1.2, in single precision, truncated toward zero and clamped. Signed samples are converted
+    // as if the lowest value were 0, and stay signed. Samples of 16 bits are read in the byte order that
+    // the Renderable states. A Renderable that does not meet a conversion's conditions, or for which
+    // there is no memory, is left as it was; the palette conversion has its own rule.
 
     /// Brings theRenderable to interleaved 8-bit RGB, or leaves it alone when it is greyscale or already
     /// that. The conversion takes its buffer from the Renderable's allocator. Throws for interpretations
     /// that have no conversion.
     static void ConvertRenderableToNonPlanar8BitRGB(DICOMDataObject& theDataSet, Renderable& theRenderable);
 
-    /// PALETTE COLOR through the palettes held by theDataSet.
+    /// PALETTE COLOR through the palettes held by theDataSet; the result is unsigned. A width other than
+    /// 8 or 16 bits leaves the Renderable without pixels; a palette that is missing or not valid leaves it
+    /// described as RGB, all black.
     static void ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObject& theDataSet,
                                                        Renderable& theRenderable);
 
@@ -39,7 +44,7 @@ public:
     static void ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
 
     static void ConvertYBR_FULLRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
-    /// The same, with the output as wide as the input.
+    /// The same, with the output as wide as the input; 16-bit results are in this machine's byte order.
     static void ConvertYBR_FULLRenderableToNonPlanarRGB(Renderable& theRenderable);
 
     static void ConvertYBR_FULL_422RenderableTo8BitRGB(Renderable& theRenderable);
@@ -47,7 +52,7 @@ public:
     static void ConvertYBR_FULL_422RenderableToRGB(Renderable& theRenderable);
 
     /// Interleaves three colour planes of thePixelCount samples of theBytesPerSample (1 or 2) bytes each
-    /// into theOutput, which holds 3 × thePixelCount samples. No overlap.
+    /// into theOutput, which holds 3 × thePixelCount samples. No overlap. Throws for another width.
     static void Planar2RGB(void** thePlanes, void* theOutput, std::uint64_t thePixelCount,
                            int theBytesPerSample);
 

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pixels/DecompressionLibUtils.h"
+
+#include "dicomfix/LossyHistory.h"
+#include "dicomfix/ReconstitutionMark.h"
+#include "image/Renderable.h"
+#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+namespace
+{
+/// Keeps a former value for later: the first fix-up of a data set wins.
+void KeepInScratchpad(DICOMDataObject& theDataSet, const RWCString& theName, const RWCString& theValue)
+{
+    RWCString anEarlierValue;
+    if (!theDataSet.GetScratchpadValue(theName, anEarlierValue))
+    {
+        theDataSet.SetScratchpadValue(theName, theValue);
+    }
+}
+
+/// Brings wide samples to the byte order of the element that will hold them, and gives that its type.
+void FixPixelOrder(const DICOMDataObject& theDataSet, Renderable& theRenderable, VR* thePixelVR)
+{
+    const bool aWide = theRenderable.getBitsAllocated() > 8;
+    if (thePixelVR != nullptr)
+    {
+        thePixelVR->SetTypeCode(aWide ? VR::TYPE_OW : VR::TYPE_OB);
+    }
+    const DLEndian::Endian anEndian =
+        thePixelVR != nullptr ? thePixelVR->GetEndian() : theDataSet.GetEndian();
+    if (aWide && theRenderable.isPixelDataLittleEndian() != (anEndian == DLEndian::LITTLE_ENDIAN_ORDER))
+    {
+        theRenderable.swapDataEndian();
+    }
+}
+
+RWCString GetDecodedInterpretation(const Renderable& theRenderable)
+{
+    switch (theRenderable.getPhotometricInterpretation())
+    {
+    case Renderable::MONOCHROME1:
+        return "MONOCHROME1";
+    case Renderable::MONOCHROME2:
+        return "MONOCHROME2";
+    default:
+        return "RGB";
+    }
+}
+
+bool HasAllPalettes(const DICOMDataObject& theDataSet)
+{
+    return theDataSet.GetRedColorPalette() != nullptr && theDataSet.GetGreenColorPalette() != nullptr &&
+           theDataSet.GetBlueColorPalette() != nullptr;
+}
+
+void FixInterpretation(DICOMDataObject& theDataSet, const Renderable& theRenderable,
+                       const MVRFactory& theFactory)
+{
+    const RWCString aNewValue = GetDecodedInterpretation(theRenderable);
+    RWCString anOldValue;
+    if (!theDataSet.GetScratchpadValue("DecompOrigPhotoInterp", anOldValue))
+    {
+        anOldValue = aNewValue;
+        theDataSet.GetString(DICOMTags::PhotometricInterpretation, anOldValue);
+        theDataSet.SetScratchpadValue("DecompOrigPhotoInterp", anOldValue);
+        // Deliberately "COLOR PALETTE", which is not the standard's term: images that carry PALETTE COLOR
+        // keep their palette attributes here, and so do data sets whose palettes are all in memory.
+        if (anOldValue == "COLOR PALETTE" && !HasAllPalettes(theDataSet))
+        {
+            DecompressionLibUtils::CaptureAndRemoveColorPaletteAttributes(theDataSet);
+        }
+    }
+    theDataSet.ReplaceVR(theFactory.CreateString(DICOMTags::PhotometricInterpretation, aNewValue));
+}
+
+void FixPlanarConfiguration(DICOMDataObject& theDataSet, const Renderable& theRenderable,
+                            const MVRFactory& theFactory)
+{
+    if (theRenderable.getSamplesPerPixel() != 3)
+    {
+        return;
+    }
+    std::uint16_t anOldValue = 0;
+    theDataSet.GetUnsignedShort(DICOMTags::PlanarConfiguration, anOldValue);
+    KeepInScratchpad(theDataSet, "DecompOrigPlanarConfig", anOldValue != 0 ? "1" : "0");
+    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::PlanarConfiguration, 0));
+}
+
+void FixSamplesPerPixel(DICOMDataObject& theDataSet, const Renderable& theRenderable,
+                        const MVRFactory& theFactory)
+{
+    std::uint16_t anOldValue = 0;
+    if (!theDataSet.GetUnsignedShort(DICOMTags::SamplesPerPixel, anOldValue) ||
+        anOldValue == theRenderable.getSamplesPerPixel())
+    {
+        return;
+    }
+    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(
+        DICOMTags::SamplesPerPixel, static_cast<std::uint16_t>(theRenderable.getSamplesPerPixel())));
+    if (anOldValue >= 1 && anOldValue <= 4)
+    {
+        KeepInScratchpad(theDataSet, "DecompOrigSamplesPerPixel", std::to_string(anOldValue));
+    }
+}
+
+void FixBits(DICOMDataObject& theDataSet, const Renderable& theRenderable, const MVRFactory& theFactory)
+{
+    const auto aStored = static_cast<std::uint16_t>(theRenderable.getBitsStored());
+    const auto aHighBit = static_cast<std::uint16_t>(theRenderable.getHighBit());
+    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::BitsStored, aStored));
+    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::HighBit, aHighBit));
+}
+} // namespace
+
+bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet,
+                                                           Renderable* theRenderable, MVRFactory& theFactory,
+                                                           VR* thePixelVR, const RWCString& theCompression,
+                                                           bool theMarkReconstituted,
+                                                           DecompressionResult& /*theResult*/)
+{
+    if (theDataSet == nullptr || theRenderable == nullptr)
+    {
+        throw DLRuntimeException(
+            "DecompressionLibUtils::FixupDICOMObjectFromRenderable: null data set or Renderable");
+    }
+    FixPixelOrder(*theDataSet, *theRenderable, thePixelVR);
+    FixInterpretation(*theDataSet, *theRenderable, theFactory);
+    FixPlanarConfiguration(*theDataSet, *theRenderable, theFactory);
+    FixSamplesPerPixel(*theDataSet, *theRenderable, theFactory);
+    if (!theCompression.empty())
+    {
+        LossyHistory(*theDataSet, theFactory, theCompression, theRenderable->getCompressionRatio()).Write();
+    }
+    if (theMarkReconstituted)
+    {
+        ReconstitutionMark::Write(*theDataSet, theFactory);
+    }
+    ReconstitutionMark::RemoveLosslessFlag(*theDataSet);
+    FixBits(*theDataSet, *theRenderable, theFactory);
+    return true;
+}

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "dicomfix/LossyHistory.h"
+
+#include <algorithm>
+
+#include "dicomfix/ReconstitutionMark.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+namespace
+{
+/// What our Derivation Descriptions end with, and how they are known again.
+constexpr const char* theSignature = "(QUORIX)";
+
+/// Lossy compression changes pixel values, so recorded ranges are no longer true.
+constexpr DICOMTag theValueRangeTags[] = {
+    DICOMTags::SmallestImagePixelValue,        DICOMTags::LargestImagePixelValue,
+    DICOMTags::SmallestPixelValueInSeries,     DICOMTags::LargestPixelValueInSeries,
+    DICOMTags::SmallestImagePixelValueInPlane, DICOMTags::LargestImagePixelValueInPlane,
+};
+
+struct CompressionNames
+{
+    const char* itsKind;
+    const char* itsMethod; ///< defined term of Lossy Image Compression Method
+    const char* itsLongName;
+    const char* itsShortName;
+};
+
+constexpr CompressionNames theKnownNames[] = {{"jpg", "ISO_10918_1", "JPEG", "JPEG "},
+                                              {"jp2", "ISO_15444_1", "JPEG 2000", "JP2K "}};
+
+RWCString ToLower(RWCString theText)
+{
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    std::transform(theText.begin(), theText.end(), theText.begin(), lower);
+    return theText;
+}
+} // namespace
+
+LossyHistory::LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFactory,
+                           const RWCString& theCompression, int theRatio)
+    : itsDataSet(theDataSet), itsFactory(theFactory), itsRatio(theRatio)
+{
+    const RWCString aKind = ToLower(theCompression);
+    for (const CompressionNames& aNames : theKnownNames)
+    {
+        if (aKind == aNames.itsKind)
+        {
+            itsMethod = aNames.itsMethod;
+            itsLongName = aNames.itsLongName;
+            itsShortName = aNames.itsShortName;
+        }
+    }
+}
+
+void LossyHistory::Write()
+{
+    RemoveValueRanges();
+    ReplaceText(DICOMTags::LossyImageCompression, "01");
+    const RWCString aDerivedType = MakeDerivedImageType();
+    if (GetText(DICOMTags::DerivationDescription).find(theSignature) != RWCString::npos)
+    {
+        ReplaceText(DICOMTags::ImageType, aDerivedType);
+        return;
+    }
+    WriteMethod();
+    WriteImageType(aDerivedType);
+    WriteDerivation();
+    WriteRatio();
+    WriteSourceImage();
+}
+
+void LossyHistory::RemoveValueRanges()
+{
+    for (const DICOMTag aTag : theValueRangeTags)
+    {
+        itsDataSet.RemoveVR(aTag);
+    }
+}
+
+RWCString LossyHistory::MakeDerivedImageType() const
+{
+    const RWCString aType = GetText(DICOMTags::ImageType);
+    const std::size_t aSecondValue = aType.find('\\');
+    return aSecondValue == RWCString::npos ? "DERIVED\\PRIMARY" : "DERIVED" + aType.substr(aSecondValue);
+}
+
+void LossyHistory::WriteMethod()
+{
+    if (*itsMethod == '\0')
+    {
+        return;
+    }
+    const RWCString aBefore = GetText(DICOMTags::LossyImageCompressionMethod);
+    ReplaceText(DICOMTags::LossyImageCompressionMethod, aBefore + (aBefore.empty() ? "" : "\\") + itsMethod);
+}
+
+void LossyHistory::WriteImageType(const RWCString& theDerivedType)
+{
+    // Our token is the fourth value or later; an image type of two values gets an empty third.
+    const auto aBackslashes = std::count(theDerivedType.begin(), theDerivedType.end(), '\\');
+    ReplaceText(DICOMTags::ImageType,
+                theDerivedType + (aBackslashes < 2 ? "\\" : "") + "\\" + itsShortName + "LOSSY");
+}
+
+void LossyHistory::WriteDerivation()
+{
+    const RWCString aRatio = itsRatio < 1 ? "?" : std::to_string(itsRatio);
+    ReplaceText(DICOMTags::DerivationDescription,
+                RWCString("LOSSY ") + itsLongName + " COMPRESSION " + aRatio + ":1 " + theSignature);
+}
+
+void LossyHistory::WriteRatio()
+{
+    if (itsRatio < 1)
+    {
+        return;
+    }
+    const RWCString aBefore = GetText(DICOMTags::LossyImageCompressionRatio);
+    ReplaceText(DICOMTags::LossyImageCompressionRatio,
+                aBefore + (aBefore.empty() ? "" : "\\") + std::to_string(itsRatio));
+}
+
+void LossyHistory::WriteSourceImage()
+{
+    const RWCString aClassUID = GetText(DICOMTags::SOPClassUID);
+    RWCString anInstanceUID = ReconstitutionMark::GetOriginalInstanceUID(itsDataSet);
+    if (anInstanceUID.empty())
+    {
+        anInstanceUID = GetText(DICOMTags::SOPInstanceUID);
+    }
+    if (aClassUID.empty() || anInstanceUID.empty())
+    {
+        return;
+    }
+    // An item of this sequence names the source by the UIDs' own tags; readers of our objects know it so.
+    DICOMDataObject anItem(itsDataSet.GetEndian());
+    anItem.ReplaceVR(itsFactory.CreateUID(DICOMTags::SOPClassUID, aClassUID));
+    anItem.ReplaceVR(itsFactory.CreateUID(DICOMTags::SOPInstanceUID, anInstanceUID));
+    EnsureSourceSequence();
+    itsDataSet.AddSequenceItem(DICOMTags::SourceImageSequence, anItem);
+}
+
+void LossyHistory::EnsureSourceSequence()
+{
+    if (!itsDataSet.IsSequence(DICOMTags::SourceImageSequence))
+    {
+        itsDataSet.ReplaceVR(itsFactory.CreateSequence(DICOMTags::SourceImageSequence));
+    }
+}
+
+RWCString LossyHistory::GetText(DICOMTag theTag) const
+{
+    RWCString aText;
+    itsDataSet.GetString(theTag, aText);
+    return aText;
+}
+
+void LossyHistory::ReplaceText(DICOMTag theTag, const RWCString& theValue)
+{
+    itsDataSet.ReplaceVR(itsFactory.CreateString(theTag, theValue));
+}

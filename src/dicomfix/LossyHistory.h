@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "toolkit/base/RWCString.h"
+#include "toolkit/dicom/DICOMTag.h"
+
+class DICOMDataObject;
+class MVRFactory;
+
+/// Records in a data set that its pixels went through lossy compression (PS3.3 C.7.6.1.1.5).
+///
+/// Borrows the data set and the factory. Used once, for one decoded image; toolkit exceptions pass
+/// through.
+class LossyHistory
+{
+public:
+    /// theCompression: "JPG" or "JP2" in any case; another kind is recorded without its name. theRatio:
+    /// compression ratio to one; below 1 when it is not known.
+    LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFactory, const RWCString& theCompression,
+                 int theRatio);
+
+    /// Writes everything. A data set that carries our Derivation Description has been through this
+    /// before: it gets nothing but the flag, the cleared value ranges and its Image Type.
+    void Write();
+
+private:
+    void RemoveValueRanges();
+    RWCString MakeDerivedImageType() const;
+    void WriteMethod();
+    void WriteImageType(const RWCString& theDerivedType);
+    void WriteDerivation();
+    void WriteRatio();
+    void WriteSourceImage();
+    void EnsureSourceSequence();
+
+    RWCString GetText(DICOMTag theTag) const;
+    void ReplaceText(DICOMTag theTag, const RWCString& theValue);
+
+    DICOMDataObject& itsDataSet;
+    const MVRFactory& itsFactory;
+    int itsRatio;
+    const char* itsMethod = "";
+    const char* itsLongName = "";
+    const char* itsShortName = "";
+};

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "toolkit/base/RWCString.h"
+
+class DICOMDataObject;
+class MVRFactory;
+
+/// The private elements that say where the pixels of a data set come from.
+class ReconstitutionMark
+{
+public:
+    ReconstitutionMark() = delete;
+
+    /// "QUORIX0": the private creator of all of them.
+    static const RWCString& GetCreator();
+
+    /// Writes "ReconstImageFlag" with the value 1, in place of an earlier one.
+    static void Write(DICOMDataObject& theDataSet, const MVRFactory& theFactory);
+
+    /// Removes "LosslessCmpFlag", which is about the compressed pixels, when it is present.
+    static void RemoveLosslessFlag(DICOMDataObject& theDataSet);
+
+    /// "OrigSOPInstUID", or "" when absent.
+    static RWCString GetOriginalInstanceUID(const DICOMDataObject& theDataSet);
+};

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pixels/DecompressionLibUtils.h"
+
+#include "image/Renderable.h"
+#include "pixels/ColourKernels.h"
+#include "pixels/ConversionChecks.h"
+#include "pixels/PixelSample.h"
+#include "pixels/RenderableConversion.h"
+#include "pixels/YBRFormula.h"
+#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+
+namespace
+{
+enum class OutputWidth
+{
+    EightBits,
+    AsInput
+};
+
+/// Where samples lie: sample s of pixel p is number p × itsPixelStep + s × itsPlaneStep.
+struct SampleLayout
+{
+    explicit SampleLayout(bool thePlanar, std::uint64_t thePixels)
+        : itsPixelStep(thePlanar ? 1 : 3), itsPlaneStep(thePlanar ? thePixels : 1)
+    {
+    }
+    std::uint64_t itsPixelStep;
+    std::uint64_t itsPlaneStep;
+};
+
+/// Converts 16-bit samples, which are rare, by the plain formula.
+class SixteenBitConverter
+{
+public:
+    SixteenBitConverter(const Renderable& theRenderable, OutputWidth theWidth)
+        : itsSwapped(PixelSample::IsSwapped(theRenderable)), itsWidth(theWidth),
+          itsBias(theRenderable.isSigned() ? 0x8000 : 0)
+    {
+    }
+
+    /// Signed samples are moved into the unsigned range on the way in and back on the way out.
+    std::uint16_t Read(const std::uint8_t* theInput, std::uint64_t theIndex) const
+    {
+        return PixelSample::Read<std::uint16_t>(theInput, theIndex, itsSwapped) ^ itsBias;
+    }
+
+    void Convert(const std::uint16_t (&theYCbCr)[3], std::uint8_t* theOutput, std::uint64_t thePixel) const
+    {
+        std::uint16_t aRGB[3];
+        YBRFormula<std::uint16_t>::Convert(theYCbCr[0], theYCbCr[1], theYCbCr[2], aRGB);
+        for (std::uint64_t s = 0; s < 3; ++s)
+        {
+            const auto aValue = static_cast<std::uint16_t>(aRGB[s] ^ itsBias);
+            if (itsWidth == OutputWidth::EightBits)
+            {
+                theOutput[thePixel * 3 + s] = static_cast<std::uint8_t>(aValue >> 8);
+            }
+            else
+            {
+                PixelSample::Write(theOutput, thePixel * 3 + s, aValue);
+            }
+        }
+    }
+
+private:
+    bool itsSwapped;
+    OutputWidth itsWidth;
+    std::uint16_t itsBias;
+};
+
+void ConvertYBRFull8(const Renderable& theRenderable, bool thePlanar, const std::uint8_t* theInput,
+                     std::uint8_t* theOutput, std::uint64_t thePixels)
+{
+    const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
+    if (thePlanar)
+    {
+        ColourKernels::ConvertYBRFullPlanes(theInput, theInput + thePixels, theInput + 2 * thePixels,
+                                            theOutput, thePixels, aBias);
+    }
+    else
+    {
+        ColourKernels::ConvertYBRFull(theInput, theOutput, thePixels, aBias);
+    }
+}
+
+void ConvertYBRFull16(const SixteenBitConverter& theConverter, const SampleLayout& theLayout,
+                      const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels)
+{
+    for (std::uint64_t p = 0; p < thePixels; ++p)
+    {
+        const std::uint64_t aFirst = p * theLayout.itsPixelStep;
+        const std::uint16_t aYCbCr[3] = {theConverter.Read(theInput, aFirst),
+                                         theConverter.Read(theInput, aFirst + theLayout.itsPlaneStep),
+                                         theConverter.Read(theInput, aFirst + 2 * theLayout.itsPlaneStep)};
+        theConverter.Convert(aYCbCr, theOutput, p);
+    }
+}
+
+void ConvertYBRFull422With16(const SixteenBitConverter& theConverter, const std::uint8_t* theInput,
+                             std::uint8_t* theOutput, std::uint64_t theGroups)
+{
+    for (std::uint64_t g = 0; g < theGroups; ++g)
+    {
+        const std::uint16_t aCb = theConverter.Read(theInput, 4 * g + 2);
+        const std::uint16_t aCr = theConverter.Read(theInput, 4 * g + 3);
+        for (std::uint64_t i = 0; i < 2; ++i)
+        {
+            theConverter.Convert({theConverter.Read(theInput, 4 * g + i), aCb, aCr}, theOutput, 2 * g + i);
+        }
+    }
+}
+
+/// Bits that a conversion leaves allocated, and the byte order that goes with what it wrote.
+std::int16_t GetOutputBits(const Renderable& theRenderable, OutputWidth theWidth)
+{
+    return theWidth == OutputWidth::AsInput ? theRenderable.getBitsAllocated() : std::int16_t{8};
+}
+
+void SetNativeOrder(Renderable& theRenderable)
+{
+    if (theRenderable.getBitsAllocated() > 8)
+    {
+        theRenderable.setPixelDataLittleEndian(DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+    }
+}
+
+void ConvertYBRFull(const char* theOperation, Renderable& theRenderable, OutputWidth theWidth)
+{
+    const ConversionChecks aChecks(theOperation);
+    aChecks.CheckInterpretation(theRenderable, Renderable::YBR_FULL);
+    aChecks.CheckSamplesPerPixel(theRenderable);
+    aChecks.CheckBitsAllocated(theRenderable);
+    const std::uint64_t aPixels = aChecks.GetPixelCount(theRenderable);
+    aChecks.CheckBufferSize(theRenderable, theRenderable.getPixelData(), theRenderable.getPixelDataSize(),
+                            aPixels * 3);
+
+    const bool aPlanar = theRenderable.isPlanarConfiguration();
+    const bool aWide = theRenderable.getBitsAllocated() == 16;
+    const SixteenBitConverter aConverter(theRenderable, theWidth);
+    RenderableConversion aConversion(theRenderable);
+    std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
+    if (aWide)
+    {
+        ConvertYBRFull16(aConverter, SampleLayout(aPlanar, aPixels), aConversion.GetInput(), anOutput,
+                         aPixels);
+    }
+    else
+    {
+        ConvertYBRFull8(theRenderable, aPlanar, aConversion.GetInput(), anOutput, aPixels);
+    }
+    SetNativeOrder(theRenderable);
+    aConversion.ReleaseInput();
+}
+
+/// Checks that two luminance samples share each pair of chrominance samples; returns the pixel count.
+std::uint64_t Check422(const ConversionChecks& theChecks, const Renderable& theRenderable)
+{
+    theChecks.CheckInterpretation(theRenderable, Renderable::YBR_FULL_422);
+    theChecks.CheckSamplesPerPixel(theRenderable);
+    theChecks.CheckBitsAllocated(theRenderable);
+    if (theRenderable.isPlanarConfiguration())
+    {
+        theChecks.Fail("Renderable in planar format is not valid for YBR_FULL_422 encoding");
+    }
+    const std::uint64_t aPixels = theChecks.GetPixelCount(theRenderable);
+    const std::uint64_t aBytesPerSample = (static_cast<unsigned>(theRenderable.getBitsAllocated()) + 7) / 8;
+    const std::uint64_t aSize = theRenderable.getPixelDataSize();
+    if (aPixels % 2 != 0 || aSize % (2 * aBytesPerSample) != 0 || aSize / (2 * aBytesPerSample) != aPixels)
+    {
+        theChecks.Fail("Renderable contains incorrect number of samples for YBR_FULL_422 encoding");
+    }
+    theChecks.CheckBufferSize(theRenderable, theRenderable.getPixelData(), aSize, aPixels * 2);
+    return aPixels;
+}
+
+void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, OutputWidth theWidth)
+{
+    const std::uint64_t aPixels = Check422(ConversionChecks(theOperation), theRenderable);
+    const bool aWide = theRenderable.getBitsAllocated() == 16;
+    const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
+    const SixteenBitConverter aConverter(theRenderable, theWidth);
+    RenderableConversion aConversion(theRenderable);
+    std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
+    if (aWide)
+    {
+        ConvertYBRFull422With16(aConverter, aConversion.GetInput(), anOutput, aPixels / 2);
+    }
+    else
+    {
+        ColourKernels::ConvertYBRFull422(aConversion.GetInput(), anOutput, aPixels / 2, aBias);
+    }
+    SetNativeOrder(theRenderable);
+    aConversion.ReleaseInput();
+}
+
+/// The high bytes of three planes of 16-bit samples, interleaved.
+void InterleaveHighBytes(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
+                         bool theHighByteSecond)
+{
+    const std::uint64_t anOffset = theHighByteSecond ? 1 : 0;
+    for (std::uint64_t p = 0; p < thePixels; ++p)
+    {
+        for (std::uint64_t s = 0; s < 3; ++s)
+        {
+            theOutput[p * 3 + s] = theInput[(s * thePixels + p) * 2 + anOffset];
+        }
+    }
+}
+
+void ConvertRGBSamples(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
+                       bool theWide, bool thePlanar, bool theHighByteSecond)
+{
+    if (!theWide)
+    {
+        ColourKernels::InterleavePlanes(theInput, theInput + thePixels, theInput + 2 * thePixels, theOutput,
+                                        thePixels);
+    }
+    else if (thePlanar)
+    {
+        InterleaveHighBytes(theInput, theOutput, thePixels, theHighByteSecond);
+    }
+    else
+    {
+        ColourKernels::KeepHalves(theInput, theOutput, thePixels * 3, theHighByteSecond);
+    }
+}
+} // namespace
+
+void DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(DICOMDataObject& theDataSet,
+                                                                Renderable& theRenderable)
+{
+    switch (theRenderable.getPhotometricInterpretation())
+    {
+    case Renderable::MONOCHROME1:
+    case Renderable::MONOCHROME2:
+        return;
+    case Renderable::PALETTE_COLOR:
+        if (theDataSet.GetRedColorPalette() == nullptr || theDataSet.GetGreenColorPalette() == nullptr ||
+            theDataSet.GetBlueColorPalette() == nullptr)
+        {
+            CaptureAndRemoveColorPaletteAttributes(theDataSet);
+        }
+        return ConvertPaletteColorRenderableTo8BitRGB(theDataSet, theRenderable);
+    case Renderable::RGB:
+        if (theRenderable.getBitsAllocated() > 8 || theRenderable.isPlanarConfiguration())
+        {
+            ConvertRGBRenderableToNonPlanar8BitRGB(theRenderable);
+        }
+        return;
+    case Renderable::YBR_FULL:
+        return ConvertYBR_FULLRenderableToNonPlanar8BitRGB(theRenderable);
+    case Renderable::YBR_FULL_422:
+        return ConvertYBR_FULL_422RenderableTo8BitRGB(theRenderable);
+    default:
+        throw DLRuntimeException(
+            "DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB: "
+            "PhotometricInterpretation not supported: " +
+            Renderable::photometricInterpretationTypeToString(theRenderable.getPhotometricInterpretation()));
+    }
+}
+
+void DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& theRenderable)
+{
+    const ConversionChecks aChecks("ConvertRGBRenderableToNonPlanar8BitRGB");
+    aChecks.CheckInterpretation(theRenderable, Renderable::RGB);
+    aChecks.CheckSamplesPerPixel(theRenderable);
+    aChecks.CheckBitsAllocated(theRenderable);
+    const std::uint64_t aPixels = aChecks.GetPixelCount(theRenderable);
+    aChecks.CheckBufferSize(theRenderable, theRenderable.getPixelData(), theRenderable.getPixelDataSize(),
+                            aPixels * 3);
+
+    const bool aWide = theRenderable.getBitsAllocated() == 16;
+    const bool aPlanar = theRenderable.isPlanarConfiguration();
+    if (!aWide && !aPlanar)
+    {
+        return;
+    }
+    RenderableConversion aConversion(theRenderable);
+    std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, 8);
+    ConvertRGBSamples(aConversion.GetInput(), anOutput, aPixels, aWide, aPlanar,
+                      theRenderable.isPixelDataLittleEndian());
+    aConversion.ReleaseInput();
+}
+
+void DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanar8BitRGB(Renderable& theRenderable)
+{
+    ConvertYBRFull("ConvertYBR_FULLRenderableToNonPlanar8BitRGB", theRenderable, OutputWidth::EightBits);
+}
+
+void DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanarRGB(Renderable& theRenderable)
+{
+    ConvertYBRFull("ConvertYBR_FULLRenderableToNonPlanarRGB", theRenderable, OutputWidth::AsInput);
+}
+
+void DecompressionLibUtils::ConvertYBR_FULL_422RenderableTo8BitRGB(Renderable& theRenderable)
+{
+    ConvertYBRFull422("ConvertYBR_FULL_422RenderableTo8BitRGB", theRenderable, OutputWidth::EightBits);
+}
+
+void DecompressionLibUtils::ConvertYBR_FULL_422RenderableToRGB(Renderable& theRenderable)
+{
+    ConvertYBRFull422("ConvertYBR_FULL_422RenderableToRGB", theRenderable, OutputWidth::AsInput);
+}
+
+void DecompressionLibUtils::Planar2RGB(void** thePlanes, void* theOutput, std::uint64_t thePixelCount,
+                                       int theBytesPerSample)
+{
+    if (theBytesPerSample != 1 && theBytesPerSample != 2)
+    {
+        throw DLRuntimeException("DecompressionLibUtils::Planar2RGB: samples of " +
+                                 std::to_string(theBytesPerSample) + " bytes - not supported");
+    }
+    auto* const anOutput = static_cast<std::uint8_t*>(theOutput);
+    const std::uint8_t* const aPlanes[3] = {static_cast<const std::uint8_t*>(thePlanes[0]),
+                                            static_cast<const std::uint8_t*>(thePlanes[1]),
+                                            static_cast<const std::uint8_t*>(thePlanes[2])};
+    if (theBytesPerSample == 1)
+    {
+        ColourKernels::InterleavePlanes(aPlanes[0], aPlanes[1], aPlanes[2], anOutput, thePixelCount);
+        return;
+    }
+    for (std::uint64_t p = 0; p < thePixelCount; ++p)
+    {
+        for (std::uint64_t s = 0; s < 3; ++s)
+        {
+            PixelSample::Write(anOutput, p * 3 + s, PixelSample::Read<std::uint16_t>(aPlanes[s], p, false));
+        }
+    }
+}

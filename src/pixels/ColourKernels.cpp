@@ -1,0 +1,326 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pixels/ColourKernels.h"
+
+#include "pixels/YBRFormula.h"
+
+// This file is compiled once for each instruction set; the best one is chosen when the program runs.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "pixels/ColourKernels.cpp"
+#include <hwy/foreach_target.h> // must come before highway.h
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ColourVectors
+{
+namespace HWY_NAMESPACE
+{
+// Every function does as many whole vectors as fit and returns how many pixels, groups or pairs that
+// were; the plain loops do the rest. On machines without vectors there is nothing to do here.
+#if HWY_TARGET == HWY_SCALAR
+
+size_t ConvertTriplets(const uint8_t*, uint8_t*, size_t, uint8_t)
+{
+    return 0;
+}
+size_t ConvertPlanes(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, size_t, uint8_t)
+{
+    return 0;
+}
+size_t Convert422(const uint8_t*, uint8_t*, size_t, uint8_t)
+{
+    return 0;
+}
+size_t Interleave(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, size_t)
+{
+    return 0;
+}
+size_t KeepHalves(const uint8_t*, uint8_t*, size_t, bool)
+{
+    return 0;
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// At most one block of bytes: the interleaving of 422 pairs relies on it.
+using Words = hn::CappedTag<int16_t, 16>;
+using Bytes = hn::Rebind<uint8_t, Words>;
+using Pairs = hn::RepartitionToWide<Words>; // two neighbouring words in one 32-bit lane
+using Floats = hn::RebindToFloat<Pairs>;
+using WordVector = hn::Vec<Words>;
+using ByteVector = hn::Vec<Bytes>;
+using FloatVector = hn::Vec<Floats>;
+
+struct RGBVectors
+{
+    ByteVector itsRed;
+    ByteVector itsGreen;
+    ByteVector itsBlue;
+};
+
+/// The even and the odd words of a vector, as floats.
+struct FloatHalves
+{
+    FloatVector itsEven;
+    FloatVector itsOdd;
+};
+
+/// What the chrominance samples add to or take from the luminance of every pixel that shares them.
+struct Chroma
+{
+    WordVector itsRed;
+    WordVector itsBlue;
+    FloatHalves itsGreenFromBlue;
+    FloatHalves itsGreenFromRed;
+};
+
+/// theWords are 0 to 255.
+HWY_INLINE FloatHalves Split(WordVector theWords)
+{
+    const Pairs aTag;
+    const auto aPairs = hn::BitCast(aTag, theWords);
+    return {hn::ConvertTo(Floats(), hn::And(aPairs, hn::Set(aTag, 0xffff))),
+            hn::ConvertTo(Floats(), hn::ShiftRight<16>(aPairs))};
+}
+
+HWY_INLINE WordVector TruncateAndJoin(FloatVector theEven, FloatVector theOdd)
+{
+    const Pairs aTag;
+    const auto anEven = hn::And(hn::ConvertTo(aTag, theEven), hn::Set(aTag, 0xffff));
+    return hn::BitCast(Words(), hn::Or(anEven, hn::ShiftLeft<16>(hn::ConvertTo(aTag, theOdd))));
+}
+
+/// (sample - 128) times a factor, sample by sample.
+HWY_INLINE FloatHalves Scale(const FloatHalves& theSamples, float theFactor)
+{
+    const auto aCentre = hn::Set(Floats(), 128.0f);
+    const auto aFactor = hn::Set(Floats(), theFactor);
+    return {hn::Mul(aFactor, hn::Sub(theSamples.itsEven, aCentre)),
+            hn::Mul(aFactor, hn::Sub(theSamples.itsOdd, aCentre))};
+}
+
+/// floor(theChroma * (1 + theFraction / 2^15)).
+///
+/// Exact for red, 1.402 = 701/500, and blue, 1.772 = 443/250: other than at 0, the product is at least
+/// 1/500 away from every integer, and neither this fraction's error (0.001 at most) nor the rounding of
+/// the plain formula reaches that far. Floor differs from truncation only where the clamp hides it.
+HWY_INLINE WordVector ScaleToInteger(WordVector theChroma, int16_t theFraction)
+{
+    const auto aProduct = hn::MulHigh(hn::Add(theChroma, theChroma), hn::Set(Words(), theFraction));
+    return hn::Add(theChroma, aProduct);
+}
+
+HWY_INLINE Chroma MakeChroma(ByteVector theCb, ByteVector theCr)
+{
+    const Words aTag;
+    const auto aCentre = hn::Set(aTag, 128);
+    const WordVector aCb = hn::PromoteTo(aTag, theCb);
+    const WordVector aCr = hn::PromoteTo(aTag, theCr);
+    return {ScaleToInteger(hn::Sub(aCr, aCentre), 13173), ScaleToInteger(hn::Sub(aCb, aCentre), 25297),
+            Scale(Split(aCb), 0.344136f), Scale(Split(aCr), 0.714136f)};
+}
+
+/// Green has no such margin and stays in floats. Products and differences stay apart, in the plain
+/// formula's order: fused operations would round differently.
+HWY_INLINE WordVector MakeGreen(WordVector theY, const Chroma& theChroma)
+{
+    const FloatHalves aY = Split(theY);
+    return TruncateAndJoin(
+        hn::Sub(hn::Sub(aY.itsEven, theChroma.itsGreenFromBlue.itsEven), theChroma.itsGreenFromRed.itsEven),
+        hn::Sub(hn::Sub(aY.itsOdd, theChroma.itsGreenFromBlue.itsOdd), theChroma.itsGreenFromRed.itsOdd));
+}
+
+HWY_INLINE RGBVectors MakeRGB(ByteVector theY, const Chroma& theChroma, ByteVector theBias)
+{
+    const Bytes aTag;
+    const WordVector aY = hn::PromoteTo(Words(), theY);
+    // Going down to bytes clamps to 0 to 255.
+    return {hn::Xor(hn::DemoteTo(aTag, hn::Add(aY, theChroma.itsRed)), theBias),
+            hn::Xor(hn::DemoteTo(aTag, MakeGreen(aY, theChroma)), theBias),
+            hn::Xor(hn::DemoteTo(aTag, hn::Add(aY, theChroma.itsBlue)), theBias)};
+}
+
+HWY_INLINE void ConvertVector(ByteVector theY, ByteVector theCb, ByteVector theCr, ByteVector theBias,
+                              uint8_t* theOutput)
+{
+    const Chroma aChroma = MakeChroma(hn::Xor(theCb, theBias), hn::Xor(theCr, theBias));
+    const RGBVectors aRGB = MakeRGB(hn::Xor(theY, theBias), aChroma, theBias);
+    hn::StoreInterleaved3(aRGB.itsRed, aRGB.itsGreen, aRGB.itsBlue, Bytes(), theOutput);
+}
+
+size_t ConvertTriplets(const uint8_t* theInput, uint8_t* theOutput, size_t thePixels, uint8_t theBias)
+{
+    const Bytes aTag;
+    const size_t aStep = hn::Lanes(aTag);
+    const ByteVector aBias = hn::Set(aTag, theBias);
+    size_t p = 0;
+    for (; p + aStep <= thePixels; p += aStep)
+    {
+        ByteVector aY, aCb, aCr;
+        hn::LoadInterleaved3(aTag, theInput + 3 * p, aY, aCb, aCr);
+        ConvertVector(aY, aCb, aCr, aBias, theOutput + 3 * p);
+    }
+    return p;
+}
+
+size_t ConvertPlanes(const uint8_t* theY, const uint8_t* theCb, const uint8_t* theCr, uint8_t* theOutput,
+                     size_t thePixels, uint8_t theBias)
+{
+    const Bytes aTag;
+    const size_t aStep = hn::Lanes(aTag);
+    const ByteVector aBias = hn::Set(aTag, theBias);
+    size_t p = 0;
+    for (; p + aStep <= thePixels; p += aStep)
+    {
+        ConvertVector(hn::LoadU(aTag, theY + p), hn::LoadU(aTag, theCb + p), hn::LoadU(aTag, theCr + p),
+                      aBias, theOutput + 3 * p);
+    }
+    return p;
+}
+
+size_t Convert422(const uint8_t* theInput, uint8_t* theOutput, size_t theGroups, uint8_t theBias)
+{
+    const Bytes aTag;
+    const size_t aStep = hn::Lanes(aTag);
+    const ByteVector aBias = hn::Set(aTag, theBias);
+    size_t g = 0;
+    for (; g + aStep <= theGroups; g += aStep)
+    {
+        ByteVector aY0, aY1, aCb, aCr;
+        hn::LoadInterleaved4(aTag, theInput + 4 * g, aY0, aY1, aCb, aCr);
+        const Chroma aChroma = MakeChroma(hn::Xor(aCb, aBias), hn::Xor(aCr, aBias));
+        const RGBVectors aFirst = MakeRGB(hn::Xor(aY0, aBias), aChroma, aBias);
+        const RGBVectors aSecond = MakeRGB(hn::Xor(aY1, aBias), aChroma, aBias);
+        hn::StoreInterleaved3(hn::InterleaveLower(aTag, aFirst.itsRed, aSecond.itsRed),
+                              hn::InterleaveLower(aTag, aFirst.itsGreen, aSecond.itsGreen),
+                              hn::InterleaveLower(aTag, aFirst.itsBlue, aSecond.itsBlue), aTag,
+                              theOutput + 6 * g);
+        hn::StoreInterleaved3(hn::InterleaveUpper(aTag, aFirst.itsRed, aSecond.itsRed),
+                              hn::InterleaveUpper(aTag, aFirst.itsGreen, aSecond.itsGreen),
+                              hn::InterleaveUpper(aTag, aFirst.itsBlue, aSecond.itsBlue), aTag,
+                              theOutput + 6 * g + 3 * aStep);
+    }
+    return g;
+}
+
+size_t Interleave(const uint8_t* theFirst, const uint8_t* theSecond, const uint8_t* theThird,
+                  uint8_t* theOutput, size_t thePixels)
+{
+    const hn::ScalableTag<uint8_t> aTag;
+    const size_t aStep = hn::Lanes(aTag);
+    size_t p = 0;
+    for (; p + aStep <= thePixels; p += aStep)
+    {
+        hn::StoreInterleaved3(hn::LoadU(aTag, theFirst + p), hn::LoadU(aTag, theSecond + p),
+                              hn::LoadU(aTag, theThird + p), aTag, theOutput + 3 * p);
+    }
+    return p;
+}
+
+size_t KeepHalves(const uint8_t* theInput, uint8_t* theOutput, size_t thePairs, bool theSecondByte)
+{
+    const hn::ScalableTag<uint8_t> aTag;
+    const size_t aStep = hn::Lanes(aTag);
+    size_t i = 0;
+    for (; i + aStep <= thePairs; i += aStep)
+    {
+        hn::Vec<hn::ScalableTag<uint8_t>> aFirst, aSecond;
+        hn::LoadInterleaved2(aTag, theInput + 2 * i, aFirst, aSecond);
+        hn::StoreU(theSecondByte ? aSecond : aFirst, aTag, theOutput + i);
+    }
+    return i;
+}
+
+#endif
+} // namespace HWY_NAMESPACE
+} // namespace ColourVectors
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ColourVectors
+{
+HWY_EXPORT(ConvertTriplets);
+HWY_EXPORT(ConvertPlanes);
+HWY_EXPORT(Convert422);
+HWY_EXPORT(Interleave);
+HWY_EXPORT(KeepHalves);
+} // namespace ColourVectors
+
+namespace
+{
+void ConvertPixel(std::uint8_t theY, std::uint8_t theCb, std::uint8_t theCr, std::uint8_t* theOutput,
+                  std::uint8_t theBias)
+{
+    const auto flip = [theBias](std::uint8_t theByte)
+    { return static_cast<std::uint8_t>(theByte ^ theBias); };
+    YBRFormula<std::uint8_t>::Convert(flip(theY), flip(theCb), flip(theCr), theOutput);
+    theOutput[0] ^= theBias;
+    theOutput[1] ^= theBias;
+    theOutput[2] ^= theBias;
+}
+} // namespace
+
+void ColourKernels::ConvertYBRFull(const std::uint8_t* theInput, std::uint8_t* theOutput,
+                                   std::size_t thePixels, std::uint8_t theBias)
+{
+    using namespace ColourVectors;
+    std::size_t p = HWY_DYNAMIC_DISPATCH(ConvertTriplets)(theInput, theOutput, thePixels, theBias);
+    for (; p < thePixels; ++p)
+    {
+        ConvertPixel(theInput[3 * p], theInput[3 * p + 1], theInput[3 * p + 2], theOutput + 3 * p, theBias);
+    }
+}
+
+void ColourKernels::ConvertYBRFullPlanes(const std::uint8_t* theY, const std::uint8_t* theCb,
+                                         const std::uint8_t* theCr, std::uint8_t* theOutput,
+                                         std::size_t thePixels, std::uint8_t theBias)
+{
+    using namespace ColourVectors;
+    std::size_t p = HWY_DYNAMIC_DISPATCH(ConvertPlanes)(theY, theCb, theCr, theOutput, thePixels, theBias);
+    for (; p < thePixels; ++p)
+    {
+        ConvertPixel(theY[p], theCb[p], theCr[p], theOutput + 3 * p, theBias);
+    }
+}
+
+void ColourKernels::ConvertYBRFull422(const std::uint8_t* theInput, std::uint8_t* theOutput,
+                                      std::size_t theGroups, std::uint8_t theBias)
+{
+    using namespace ColourVectors;
+    std::size_t g = HWY_DYNAMIC_DISPATCH(Convert422)(theInput, theOutput, theGroups, theBias);
+    for (; g < theGroups; ++g)
+    {
+        const std::uint8_t* const aGroup = theInput + 4 * g;
+        ConvertPixel(aGroup[0], aGroup[2], aGroup[3], theOutput + 6 * g, theBias);
+        ConvertPixel(aGroup[1], aGroup[2], aGroup[3], theOutput + 6 * g + 3, theBias);
+    }
+}
+
+void ColourKernels::InterleavePlanes(const std::uint8_t* theFirst, const std::uint8_t* theSecond,
+                                     const std::uint8_t* theThird, std::uint8_t* theOutput,
+                                     std::size_t thePixels)
+{
+    using namespace ColourVectors;
+    std::size_t p = HWY_DYNAMIC_DISPATCH(Interleave)(theFirst, theSecond, theThird, theOutput, thePixels);
+    for (; p < thePixels; ++p)
+    {
+        theOutput[3 * p] = theFirst[p];
+        theOutput[3 * p + 1] = theSecond[p];
+        theOutput[3 * p + 2] = theThird[p];
+    }
+}
+
+void ColourKernels::KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
+                               bool theSecondByte)
+{
+    const std::size_t anOffset = theSecondByte ? 1 : 0;
+    std::size_t i =
+        HWY_DYNAMIC_DISPATCH(ColourVectors::KeepHalves)(theInput, theOutput, thePairs, theSecondByte);
+    for (; i < thePairs; ++i)
+    {
+        theOutput[i] = theInput[2 * i + anOffset];
+    }
+}
+#endif

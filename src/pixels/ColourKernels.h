@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// The inner loops of colour conversion, in the best vector form that the running processor has.
+///
+/// Every form gives the same bits as YBRFormula. Inputs and outputs never overlap and need no alignment;
+/// nothing outside the stated counts is read or written. theBias is exclusive-ored onto every sample read
+/// and every byte written: 0x80 turns signed samples into unsigned ones and back, 0 leaves unsigned ones
+/// alone. Thread-safe.
+class ColourKernels
+{
+public:
+    ColourKernels() = delete;
+
+    /// Y, Cb, Cr triplets to R, G, B triplets.
+    static void ConvertYBRFull(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePixels,
+                               std::uint8_t theBias);
+
+    /// Three planes of thePixels bytes each to R, G, B triplets.
+    static void ConvertYBRFullPlanes(const std::uint8_t* theY, const std::uint8_t* theCb,
+                                     const std::uint8_t* theCr, std::uint8_t* theOutput,
+                                     std::size_t thePixels, std::uint8_t theBias);
+
+    /// Groups of Y0, Y1, Cb, Cr to two R, G, B triplets each.
+    static void ConvertYBRFull422(const std::uint8_t* theInput, std::uint8_t* theOutput,
+                                  std::size_t theGroups, std::uint8_t theBias);
+
+    /// Three planes of bytes to triplets.
+    static void InterleavePlanes(const std::uint8_t* theFirst, const std::uint8_t* theSecond,
+                                 const std::uint8_t* theThird, std::uint8_t* theOutput,
+                                 std::size_t thePixels);
+
+    /// Keeps one byte of each pair: the second when theSecondByte, else the first.
+    static void KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
+                           bool theSecondByte);
+};

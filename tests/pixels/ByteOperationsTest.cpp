@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pixels/DecompressionLibUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Not an exchange, and one pair more than the samples: known to callers bit for bit.
+TEST(ByteOperations, SwapBytesCopiesTheFirstByteOfEachPairAndOnePairMore)
+{
+    struct Row
+    {
+        int itsRows;
+        int itsColumns;
+        Bytes itsExpected;
+    };
+    const Row theRows[] = {{1, 2, {1, 1, 3, 3, 5, 5, 7, 8}},
+                           {2, 1, {1, 1, 3, 3, 5, 5, 7, 8}},
+                           {1, 1, {1, 1, 3, 3, 5, 6, 7, 8}},
+                           {0, 5, {1, 1, 3, 4, 5, 6, 7, 8}},
+                           {-1, 2, {1, 2, 3, 4, 5, 6, 7, 8}}};
+    for (const Row& aRow : theRows)
+    {
+        Bytes aData = {1, 2, 3, 4, 5, 6, 7, 8};
+        DecompressionLibUtils::SwapBytes(aData.data(), aRow.itsRows, aRow.itsColumns);
+        EXPECT_EQ(aData, aRow.itsExpected) << aRow.itsRows << " x " << aRow.itsColumns;
+    }
+}
+
+TEST(ByteOperations, ApplyOffsetWrapsAndLeavesAnOddByteAlone)
+{
+    Bytes aWords = {0xff, 0x7f, 0x00, 0x80, 0xff, 0xff, 0x55};
+    DecompressionLibUtils::ApplyOffset(aWords.data(), aWords.size(), std::int16_t{1});
+    EXPECT_EQ(aWords, (Bytes{0x00, 0x80, 0x01, 0x80, 0x00, 0x00, 0x55}));
+    DecompressionLibUtils::ApplyOffset(aWords.data(), 4, std::int16_t{-32768});
+    EXPECT_EQ(aWords, (Bytes{0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x55}));
+
+    Bytes aBytes = {0, 127, 128, 255};
+    DecompressionLibUtils::ApplyOffset(aBytes.data(), 3, std::int8_t{-128});
+    EXPECT_EQ(aBytes, (Bytes{128, 255, 0, 255}));
+}
+
+TEST(ByteOperations, ErrMessageFormatsAndCutsAt1024)
+{
+    RWCString aText;
+    DecompressionLibUtils::ErrMessage(aText, "DC3 Tag not found: %s (%d)", "Rows", -7);
+    EXPECT_EQ(aText, "DC3 Tag not found: Rows (-7)");
+    for (const std::size_t aLength :
+         {std::size_t{1023}, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}})
+    {
+        DecompressionLibUtils::ErrMessage(aText, "%s", std::string(aLength, 'x').c_str());
+        EXPECT_EQ(aText, std::string(std::min<std::size_t>(aLength, 1024), 'x'));
+    }
+    aText = "inner";
+    DecompressionLibUtils::ErrMessage(aText, "outer: %s", aText.c_str());
+    EXPECT_EQ(aText, "outer: inner");
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "image/Renderable.h"
+#include "support/CountingAllocator.h"
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What a test image looks like; the defaults are a 2 x 1 image of interleaved 8-bit RGB.
+struct ImageSpec
+{
+    Renderable::PhotometricInterpretation itsInterpretation = Renderable::RGB;
+    int itsSamples = 3;
+    int itsBits = 8;
+    int itsRows = 1;
+    int itsColumns = 2;
+    bool itsPlanar = false;
+    bool itsSigned = false;
+    bool itsLittleEndian = true;
+};
+
+/// An image on theAllocator whose buffer holds exactly thePixels.
+inline std::unique_ptr<Renderable> MakeImage(CountingAllocator& theAllocator, const ImageSpec& theSpec,
+                                             const Bytes& thePixels)
+{
+    auto anImage = std::make_unique<Renderable>(theAllocator);
+    anImage->setPhotometricInterpretation(theSpec.itsInterpretation);
+    anImage->setSamplesPerPixel(theSpec.itsSamples);
+    anImage->setBitsAllocated(static_cast<std::int16_t>(theSpec.itsBits));
+    anImage->setBitsStored(static_cast<std::int16_t>(theSpec.itsBits));
+    anImage->setHighBit(static_cast<std::int16_t>(theSpec.itsBits - 1));
+    anImage->setRows(theSpec.itsRows);
+    anImage->setColumns(theSpec.itsColumns);
+    anImage->setPlanarConfiguration(theSpec.itsPlanar);
+    anImage->setSigned(theSpec.itsSigned);
+    anImage->setPixelDataLittleEndian(theSpec.itsLittleEndian);
+    void* const aBuffer = theAllocator.Allocate(thePixels.size());
+    std::copy(thePixels.begin(), thePixels.end(), static_cast<std::uint8_t*>(aBuffer));
+    anImage->setPixelData(aBuffer, thePixels.size());
+    return anImage;
+}
+
+inline Bytes GetPixels(const Renderable& theImage)
+{
+    const auto* const aData = static_cast<const std::uint8_t*>(theImage.getPixelData());
+    return aData == nullptr ? Bytes() : Bytes(aData, aData + theImage.getPixelDataSize());
+}
+
+/// 16-bit samples as the bytes of a buffer in the given byte order.
+inline Bytes Words(const std::vector<int>& theWords, bool theLittleEndian = true)
+{
+    Bytes aBytes;
+    for (const int aWord : theWords)
+    {
+        const auto aLow = static_cast<std::uint8_t>(aWord & 0xff);
+        const auto aHigh = static_cast<std::uint8_t>((aWord >> 8) & 0xff);
+        aBytes.push_back(theLittleEndian ? aLow : aHigh);
+        aBytes.push_back(theLittleEndian ? aHigh : aLow);
+    }
+    return aBytes;
+}

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pixels/DecompressionLibUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "pixels/ForEachTarget.h"
+#include "pixels/ImageMaker.h"
+
+namespace
+{
+constexpr unsigned theUntouched = 4711;
+
+ImageSpec Grey(int theBits, int theRows, int theColumns, bool theSigned = false, bool theLittleEndian = true)
+{
+    return {Renderable::MONOCHROME2, 1, theBits, theRows, theColumns, false, theSigned, theLittleEndian};
+}
+
+struct Range
+{
+    unsigned itsMin;
+    unsigned itsMax;
+    friend bool operator==(const Range&, const Range&) = default;
+    friend void PrintTo(const Range& theRange, std::ostream* theStream)
+    {
+        *theStream << theRange.itsMin << " to " << theRange.itsMax;
+    }
+};
+
+struct RangeRow
+{
+    const char* itsName;
+    ImageSpec itsSpec;
+    Bytes itsPixels;
+    unsigned itsPadding;
+    Range itsExpected;
+};
+
+const RangeRow theRangeRows[] = {
+    {"unsigned 16", Grey(16, 1, 3), Words({65535, 7, 300}), 0, {7, 65535}},
+    {"signed 16 is sign-extended", Grey(16, 1, 3, true), Words({-5, 3, 32767}), 0, {4294967291u, 32767}},
+    {"unsigned 8", Grey(8, 1, 3), {200, 3, 7}, 0, {3, 200}},
+    {"signed 8", Grey(8, 1, 2, true), {0xfd, 4}, 0, {4294967293u, 4}},
+    {"big-endian words", Grey(16, 1, 2, false, false), Words({256, 2}, false), 0, {2, 256}},
+    {"padding is left out", Grey(16, 1, 3), Words({9, 2000, 5}), 2000, {5, 9}},
+    {"padding 0 leaves nothing out", Grey(16, 1, 3), Words({0, 9, 5}), 0, {0, 9}},
+    {"signed padding by its low 16 bits", Grey(16, 1, 3, true), Words({-2000, 9, 5}), 63536, {5, 9}},
+    {"padding compared in 8 bits", Grey(8, 1, 3), {9, 1, 5}, 0x101, {5, 9}},
+    {"padding whose low bits are 0", Grey(8, 1, 3), {9, 0, 5}, 0x100, {5, 9}},
+    {"all padding, unsigned 16", Grey(16, 1, 2), Words({7, 7}), 7, {65535, 0}},
+    {"all padding, signed 16", Grey(16, 1, 2, true), Words({7, 7}), 7, {32767, 4294934528u}},
+    {"all padding, unsigned 8", Grey(8, 1, 2), {7, 7}, 7, {255, 0}},
+    {"all padding, signed 8", Grey(8, 1, 2, true), {7, 7}, 7, {127, 4294967168u}},
+    {"other widths change nothing", Grey(12, 1, 2), Words({1, 2}), 0, {theUntouched, theUntouched}},
+    {"32 bits change nothing", Grey(32, 1, 1), Words({1, 2}), 0, {theUntouched, theUntouched}},
+    {"buffer shorter than the geometry", Grey(16, 1000, 1000), Words({5, 9}), 0, {5, 9}},
+    {"half a sample at the end", Grey(16, 1, 3), {5, 0, 9, 0, 200}, 0, {5, 9}},
+    {"buffer longer than the geometry", Grey(8, 1, 2), {5, 9, 255}, 0, {5, 9}},
+    {"negative dimensions", Grey(8, -1, -2), {5, 9}, 0, {255, 0}},
+    {"colour is not read", {Renderable::RGB, 3, 8, 1, 1}, {5, 6, 7}, 0, {0, 255}},
+    {"colour of 16 bits stored", {Renderable::RGB, 3, 16, 1, 1}, {}, 0, {0, 65535}},
+    {"colour of 32 bits stored", {Renderable::RGB, 3, 32, 1, 1}, {}, 0, {0, 4294967295u}},
+};
+
+Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false, float thePercent = 0,
+               int theShift = 0)
+{
+    Range aRange{theUntouched, theUntouched};
+    DecompressionLibUtils::CalculateMinMax(theImage, thePadding, aRange.itsMin, aRange.itsMax, theRemove,
+                                           thePercent, theShift);
+    return aRange;
+}
+} // namespace
+
+TEST(PixelStatistics, CalculateMinMax)
+{
+    for (const RangeRow& aRow : theRangeRows)
+    {
+        SCOPED_TRACE(aRow.itsName);
+        CountingAllocator anAllocator;
+        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, aRow.itsPixels);
+        EXPECT_EQ(GetRange(*anImage, aRow.itsPadding), aRow.itsExpected);
+    }
+}
+
+namespace
+{
+/// n samples of 100 but for 42 at a place that moves with n, and 77 at the end.
+void CheckLength(int theBits, bool theSigned, int n)
+{
+    const int aWhere = n - 1 - n / 3;
+    std::vector<int> aValues(static_cast<std::size_t>(n), 100);
+    aValues[static_cast<std::size_t>(aWhere)] = 42;
+    aValues[static_cast<std::size_t>(n - 1)] = 77;
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, Grey(theBits, 1, n, theSigned),
+                                   theBits == 16 ? Words(aValues) : Bytes(aValues.begin(), aValues.end()));
+    const unsigned aLowest = aWhere == n - 1 ? 77 : 42;
+    EXPECT_EQ(GetRange(*anImage, 0), (Range{aLowest, n > 1 ? 100u : 77u}));
+    if (n > 2)
+    {
+        EXPECT_EQ(GetRange(*anImage, 42), (Range{77, 100}));
+        EXPECT_EQ(GetRange(*anImage, 100), (Range{42, 77}));
+    }
+}
+} // namespace
+
+// Vectors and the rest behind them look at every sample once, and leave padding out wherever it is.
+TEST(PixelStatistics, EveryLengthCountsEverySample)
+{
+    ForEachTarget(
+        []
+        {
+            for (int n = 1; n < 150; ++n)
+            {
+                SCOPED_TRACE(n);
+                CheckLength(8, false, n);
+                CheckLength(8, true, n);
+                CheckLength(16, false, n);
+                CheckLength(16, true, n);
+            }
+        });
+}
+
+TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
+{
+    struct Row
+    {
+        const char* itsName;
+        ImageSpec itsSpec;
+        Bytes itsPixels;
+        std::size_t itsBins;
+        std::vector<std::size_t> itsHits;
+    };
+    const Row theRows[] = {
+        {"unsigned 8", Grey(8, 1, 3), {0, 255, 255}, 256, {0, 255, 255}},
+        {"signed 8", Grey(8, 1, 3, true), {0x80, 0, 0x7f}, 256, {0, 128, 255}},
+        {"unsigned 16", Grey(16, 1, 2), Words({0, 65535}), 65536, {0, 65535}},
+        {"signed 16", Grey(16, 1, 3, true), Words({-32768, 0, 32767}), 65536, {0, 32768, 65535}},
+        {"big-endian", Grey(16, 1, 1, false, false), Words({0x0102}, false), 65536, {0x0102}},
+        {"12 bits allocated are words", Grey(12, 1, 2), Words({4095, 65535}), 65536, {4095, 65535}},
+        {"1 bit allocated is bytes", Grey(1, 1, 2), {1, 200}, 256, {1, 200}},
+        {"32 bits do not take 16 gigabytes", Grey(32, 1, 1), Words({7, 9}), 65536, {7}},
+        {"buffer shorter than the geometry", Grey(16, 9, 9), Words({3}), 65536, {3}},
+    };
+    for (const Row& aRow : theRows)
+    {
+        SCOPED_TRACE(aRow.itsName);
+        CountingAllocator anAllocator;
+        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, aRow.itsPixels);
+        const std::unique_ptr<std::uint32_t[]> aBins(DecompressionLibUtils::CalculateHistogram(*anImage));
+        std::vector<std::uint32_t> anExpected(aRow.itsBins);
+        for (const std::size_t aHit : aRow.itsHits)
+        {
+            ++anExpected[aHit];
+        }
+        EXPECT_EQ(std::vector<std::uint32_t>(aBins.get(), aBins.get() + aRow.itsBins), anExpected);
+    }
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, {}, Bytes(6));
+    EXPECT_EQ(DecompressionLibUtils::CalculateHistogram(*anImage), nullptr);
+}
+
+namespace
+{
+/// A 100 x 100 image: most of it 1000 … 2000, theCount pixels at each of two extremes.
+std::unique_ptr<Renderable> MakeBody(CountingAllocator& theAllocator, int theLow, int theHigh, int theCount,
+                                     bool theSigned)
+{
+    std::vector<int> aValues(10000);
+    for (int i = 0; i < 10000; ++i)
+    {
+        aValues[static_cast<std::size_t>(i)] = i < theCount       ? theLow
+                                               : i < 2 * theCount ? theHigh
+                                                                  : 1000 + i % 1001;
+    }
+    return MakeImage(theAllocator, Grey(16, 100, 100, theSigned), Words(aValues));
+}
+
+struct BurnInRow
+{
+    const char* itsName;
+    int itsLow;
+    int itsHigh;
+    int itsCount;
+    bool itsSigned;
+    float itsPercent;
+    int itsShift;
+    Range itsExpected;
+};
+
+// About ten pixels have each value of the body, so more than 50 of them lie at 1005 and above 1995: the
+// sixth bin from either end.
+const BurnInRow theBurnInRows[] = {
+    {"one pixel at either end", 0, 4095, 1, false, 0.5f, 10, {1005, 1995}},
+    {"as many as the threshold", 0, 4095, 50, false, 0.5f, 10, {1000, 2000}},
+    {"one more than the threshold stays", 0, 4095, 51, false, 0.5f, 10, {0, 4095}},
+    {"shift as large as the minimum is not applied", 0, 4095, 1, false, 0.5f, 2100, {0, 4095}},
+    {"signed", -3000, 4095, 1, true, 0.5f, 10, {1005, 1995}},
+    {"signed, the range stays below zero", -3000, 4095, 51, true, 0.5f, 10, {4294964296u, 4095}},
+    {"no percentage", 0, 4095, 1, false, 0.0f, 10, {0, 4095}},
+    {"less than a millionth percent", 0, 4095, 1, false, 0.0000009f, 10, {0, 4095}},
+    {"no minimum shift", 0, 4095, 1, false, 0.5f, 0, {0, 4095}},
+    {"more than everything", 0, 4095, 1, false, 101.0f, 10, {0, 4095}},
+    {"negative percentage", 0, 4095, 1, false, -5.0f, 10, {0, 4095}},
+    {"no number", 0, 4095, 1, false, std::numeric_limits<float>::quiet_NaN(), 10, {0, 4095}},
+    {"infinite", 0, 4095, 1, false, std::numeric_limits<float>::infinity(), 10, {0, 4095}},
+};
+} // namespace
+
+TEST(PixelStatistics, BurnInsAreTrimmed)
+{
+    for (const BurnInRow& aRow : theBurnInRows)
+    {
+        SCOPED_TRACE(aRow.itsName);
+        CountingAllocator anAllocator;
+        const auto anImage = MakeBody(anAllocator, aRow.itsLow, aRow.itsHigh, aRow.itsCount, aRow.itsSigned);
+        EXPECT_EQ(GetRange(*anImage, 0, true, aRow.itsPercent, aRow.itsShift), aRow.itsExpected);
+    }
+}
+
+// Ranges that the caller brings may have nothing to do with the image.
+TEST(PixelStatistics, AdjustTakesAnyRange)
+{
+    struct Row
+    {
+        Range itsRange;
+        bool itsSigned;
+        Range itsExpected;
+    };
+    const Row theRows[] = {
+        {{0, 4294967295u}, false, {1005, 1995}},
+        {{70000, 80000}, false, {70000, 1995}},
+        {{65535, 0}, false, {65535, 0}},
+        {{4294934528u, 32767}, true, {1005, 1995}},
+    };
+    for (const Row& aRow : theRows)
+    {
+        CountingAllocator anAllocator;
+        const auto anImage = MakeBody(anAllocator, 1500, 1500, 1, aRow.itsSigned);
+        Range aRange = aRow.itsRange;
+        DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax, 0.5f, 10);
+        EXPECT_EQ(aRange, aRow.itsExpected);
+    }
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, {}, Bytes(6));
+    Range aRange{3, 200};
+    DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax, 50.0f, 1);
+    EXPECT_EQ(aRange, (Range{3, 200})) << "colour images have no histogram";
+}
