@@ -34,11 +34,13 @@ public:
     void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize);
 
     /// The same, starting with bytes that were already pulled from the stream. theHandOverBuffer (new[],
-    /// 32768 bytes) passes into this object's ownership.
+    /// 32768 bytes, null allowed) passes into this object's ownership whatever comes of the decode; a codec
+    /// that takes no handed-over bytes reads the stream from where it stands.
     void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize,
                 std::uint8_t* theHandOverBuffer, int theHandOverBytes);
 
-    /// Compressed bytes that the codec of the last Decode consumed.
+    /// Compressed bytes that the codec of the last Decode pulled from the stream; bytes that were handed
+    /// over to it are not among them.
     std::uint64_t GetTotalBytesRead() const { return itsTotalBytesRead; }
 
     /// Requested scale factor; after Decode the one that was applied.
@@ -50,6 +52,16 @@ public:
     }
 
 private:
+    struct HandOver;
+
+    std::unique_ptr<Decoder> CreateCodec(const RWCString& theUID, int theBitsStored) const;
+    std::unique_ptr<Decoder> OpenCodec(HandOver theHandOver);
+    void SetSource(Decoder& theCodec, HandOver theHandOver);
+    bool FindReplacement(const RWCString& theText, RWCString& theUID, int& theBitsStored) const;
+    bool IsLosslessPrecisionHidden(const Decoder& theCodec) const;
+    void SettleSign(Decoder& theCodec);
+    void CheckOutputSize(const Decoder& theCodec, std::uint64_t theOutputSize) const;
+
     RWCString itsTransferSyntaxUID;
     InputStream* itsInputStream;
     std::shared_ptr<kdu_compressed_source> itsCompressedSource; ///< shared by copies

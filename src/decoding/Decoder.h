@@ -71,7 +71,8 @@ public:
 
     // When a codec proves to be the wrong one, the bytes it has already pulled pass to its successor: the
     // buffer (new[], owned by whoever takes it) and how many of its bytes are valid. The successor gets
-    // them before its SetSource.
+    // them before its SetSource. A codec that leaves these four alone takes nothing: SetBuffer then does not
+    // take ownership, and GetBytesRead stays 0.
     virtual std::uint8_t* TakeBuffer();
     virtual void SetBuffer(std::uint8_t* theBuffer);
     virtual void SetBytesRead(int theBytes);
@@ -123,7 +124,8 @@ public:
     /// this figure, so compare it with GetOutputSize before writing.
     int GetDecompressedBufferSize() const;
 
-    /// The same in 64 bits: what Decode really writes at most. 0 while the layout is not known.
+    /// The same in 64 bits: what Decode really writes at most; the largest number where that does not fit.
+    /// 0 while the layout is not known, and for a codec that checks the size it is given itself.
     virtual std::uint64_t GetOutputSize() const;
 
 protected:

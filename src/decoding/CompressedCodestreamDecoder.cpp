@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoding/CompressedCodestreamDecoder.h"
+
+#include <utility>
+
+#include "codecs/InputStreamAdapter.h"
+#include "decoding/DecoderFactory.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+/// Bytes already pulled from the stream, with their owner.
+struct CompressedCodestreamDecoder::HandOver
+{
+    std::unique_ptr<std::uint8_t[]> itsBuffer;
+    int itsBytes = 0;
+
+    static HandOver TakeFrom(Decoder& theCodec)
+    {
+        // The count belongs to the buffer, so it is asked for while the codec still knows both.
+        const int aByteCount = theCodec.GetBytesRead();
+        return {std::unique_ptr<std::uint8_t[]>(theCodec.TakeBuffer()), aByteCount};
+    }
+
+    /// Gives the bytes to theCodec. One that takes none keeps reporting no bytes; the buffer then stays
+    /// here and goes with this object.
+    void GiveTo(Decoder& theCodec)
+    {
+        if (itsBuffer == nullptr || itsBytes == 0)
+        {
+            return;
+        }
+        theCodec.SetBuffer(itsBuffer.get());
+        theCodec.SetBytesRead(itsBytes);
+        if (theCodec.GetBytesRead() == itsBytes)
+        {
+            static_cast<void>(itsBuffer.release());
+        }
+    }
+};
+
+CompressedCodestreamDecoder::CompressedCodestreamDecoder(const RWCString& theTransferSyntaxUID,
+                                                         int theBitsStored, InputStream& theStream,
+                                                         DICOMDataObject& theDataSet, int theScaleFactor,
+                                                         Decoder::ParsingErrorTolerance theTolerance)
+    : itsTransferSyntaxUID(theTransferSyntaxUID), itsInputStream(&theStream), itsBitsStored(theBitsStored),
+      itsDICOMDataObject(&theDataSet), itsScaleFactor(theScaleFactor), itsParsingErrorTolerance(theTolerance)
+{
+}
+
+CompressedCodestreamDecoder::~CompressedCodestreamDecoder() = default;
+CompressedCodestreamDecoder::CompressedCodestreamDecoder(const CompressedCodestreamDecoder&) = default;
+
+bool CompressedCodestreamDecoder::CodestreamHeaderRead(Decoder&)
+{
+    return true;
+}
+
+void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theOutput,
+                                         std::uint64_t theOutputSize)
+{
+    Decode(theFrameLength, theOutput, theOutputSize, nullptr, 0);
+}
+
+void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theOutput,
+                                         std::uint64_t theOutputSize, std::uint8_t* theHandOverBuffer,
+                                         int theHandOverBytes)
+{
+    std::unique_ptr<Decoder> aCodec =
+        OpenCodec({std::unique_ptr<std::uint8_t[]>(theHandOverBuffer), theHandOverBytes});
+    if (IsLosslessPrecisionHidden(*aCodec))
+    {
+        // Cannot come here twice: the precision is at least 13 and the bits stored no longer 8.
+        itsBitsStored = aCodec->GetPrecision();
+        HandOver aHandOver = HandOver::TakeFrom(*aCodec);
+        aCodec.reset();
+        Decode(theFrameLength, theOutput, theOutputSize, aHandOver.itsBuffer.release(), aHandOver.itsBytes);
+        return;
+    }
+    if (!CodestreamHeaderRead(*aCodec))
+    {
+        throw StreamIOException("CompressedStreamDecoder::Decode:  CodestreamHeaderRead returned false "
+                                "(derived class requested termination of decoding)",
+                                DLRC_TERMINATED_BY_SUBCLASS, 0);
+    }
+    SettleSign(*aCodec);
+    CheckOutputSize(*aCodec, theOutputSize);
+    aCodec->Decode(theFrameLength, theOutput, theOutputSize);
+    itsTotalBytesRead = aCodec->GetTotalBytesRead();
+    itsScaleFactor = aCodec->GetScaleFactor();
+}
+
+std::unique_ptr<Decoder> CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,
+                                                                  int theBitsStored) const
+{
+    std::unique_ptr<Decoder> aCodec(
+        DecoderFactory::Create(theUID, itsScaleFactor, itsParsingErrorTolerance, false, theBitsStored));
+    if (aCodec == nullptr)
+    {
+        throw StreamIOException("CompressedStreamDecoder::Decode: Unable to create Decoder for transfer "
+                                "syntax with UID = " +
+                                    theUID,
+                                DLRC_NO_DECODER, 0);
+    }
+    return aCodec;
+}
+
+void CompressedCodestreamDecoder::SetSource(Decoder& theCodec, HandOver theHandOver)
+{
+    itsCompressedSource = std::make_shared<InputStreamAdapter>(*itsInputStream);
+    theHandOver.GiveTo(theCodec);
+    theCodec.SetSource(itsDICOMDataObject, *itsCompressedSource);
+}
+
+// A codec that has read its header: the announced one, or the one that the stream really needs.
+std::unique_ptr<Decoder> CompressedCodestreamDecoder::OpenCodec(HandOver theHandOver)
+{
+    std::unique_ptr<Decoder> aCodec = CreateCodec(itsTransferSyntaxUID, itsBitsStored);
+    RWCString aUID;
+    int aBitsStored = itsBitsStored;
+    try
+    {
+        SetSource(*aCodec, std::move(theHandOver));
+        return aCodec;
+    }
+    catch (const ExceptionBase& anException)
+    {
+        if (!FindReplacement(anException.GetMessageText(), aUID, aBitsStored))
+        {
+            throw;
+        }
+    }
+    HandOver aHandOver = HandOver::TakeFrom(*aCodec);
+    aCodec.reset();
+    aCodec = CreateCodec(aUID, aBitsStored);
+    SetSource(*aCodec, std::move(aHandOver));
+    return aCodec;
+}
+
+// What the codec must be instead, by its own complaint about the sample precision. False: no cure.
+bool CompressedCodestreamDecoder::FindReplacement(const RWCString& theText, RWCString& theUID,
+                                                  int& theBitsStored) const
+{
+    const auto aSays = [&theText](const char* thePhrase)
+    { return theText.find(thePhrase) != RWCString::npos; };
+    const bool aLossless57 = itsTransferSyntaxUID == TransferSyntaxType::TSJPEG57UID;
+    const bool aJPEG = aLossless57 || itsTransferSyntaxUID == TransferSyntaxType::TSJPEG70UID ||
+                       itsTransferSyntaxUID == TransferSyntaxType::TSJPEG51UID ||
+                       itsTransferSyntaxUID == TransferSyntaxType::TSJPEG50UID;
+    if (!aJPEG || !aSays("Unsupported JPEG data precision"))
+    {
+        return false;
+    }
+    // A text that names two precisions is taken as the first one found in this order.
+    if (aSays("precision 12"))
+    {
+        theBitsStored = itsBitsStored < 9 ? 12 : itsBitsStored;
+        theUID = TransferSyntaxType::TSJPEG51UID;
+        return true;
+    }
+    if (aSays("precision 16"))
+    {
+        theBitsStored = itsBitsStored < 9 ? 16 : itsBitsStored;
+        theUID = aLossless57 ? itsTransferSyntaxUID : TransferSyntaxType::TSJPEG70UID;
+        return true;
+    }
+    if (aSays("precision 8"))
+    {
+        theBitsStored = 8;
+        theUID = itsTransferSyntaxUID;
+        return true;
+    }
+    return false;
+}
+
+// A lossless stream of more bits than announced: the 8-bit build would scale its samples down.
+bool CompressedCodestreamDecoder::IsLosslessPrecisionHidden(const Decoder& theCodec) const
+{
+    return (itsTransferSyntaxUID == TransferSyntaxType::TSJPEG70UID ||
+            itsTransferSyntaxUID == TransferSyntaxType::TSJPEG57UID) &&
+           theCodec.GetPrecision() >= 13 && itsBitsStored == 8;
+}
+
+void CompressedCodestreamDecoder::SettleSign(Decoder& theCodec)
+{
+    std::uint16_t aRepresentation = 0;
+    if (itsForceUnsignedPixelOutput ||
+        !itsDICOMDataObject->GetUnsignedShort(DICOMTags::PixelRepresentation, aRepresentation))
+    {
+        aRepresentation = 0;
+    }
+    theCodec.SetSigned(aRepresentation);
+    itsDecoderSupportsOutputPixelSignConversion = theCodec.IsSupportsOutputPixelSignConversion() == 1;
+}
+
+// Codecs write what the codestream says; the buffer was sized by what the data set says. A codec that
+// makes the comparison itself with texts of its own (RLE) demands nothing here.
+void CompressedCodestreamDecoder::CheckOutputSize(const Decoder& theCodec, std::uint64_t theOutputSize) const
+{
+    const std::uint64_t aNeeded = theCodec.GetOutputSize();
+    if (aNeeded > theOutputSize)
+    {
+        throw StreamIOException("CompressedStreamDecoder::Decode: output buffer size " +
+                                    std::to_string(theOutputSize) + " < decoded image size " +
+                                    std::to_string(aNeeded),
+                                DLRC_DECODER_ERROR, 0);
+    }
+}

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+// Decoder::UpdateDICOMHeader: the data set made to describe the pixels that the codec delivers.
+#include <cstdint>
+
+#include "decoding/Decoder.h"
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+namespace
+{
+constexpr const char* theOriginalInterpretationKey = "DecompOrigPhotoInterp";
+constexpr const char* theOriginalSamplesKey = "DecompOrigSamplesPerPixel";
+constexpr const char* theOriginalPlanarKey = "DecompOrigPlanarConfig";
+
+/// Replaces elements of one data set.
+class HeaderUpdate
+{
+public:
+    explicit HeaderUpdate(DICOMDataObject& theDataSet)
+        : itsDataSet(theDataSet),
+          itsFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(), VR::GetDefaultMemoryAllocater())
+    {
+    }
+
+    void Replace(DICOMTag theTag, const RWCString& theValue)
+    {
+        itsDataSet.ReplaceVR(itsFactory.CreateString(theTag, theValue));
+    }
+
+    /// theValue is narrowed on purpose: the element has 16 bits.
+    void Replace(DICOMTag theTag, std::uint64_t theValue)
+    {
+        itsDataSet.ReplaceVR(itsFactory.CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
+    }
+
+private:
+    DICOMDataObject& itsDataSet;
+    MVRFactory itsFactory;
+};
+
+/// The interpretation before any decoding; the first decode records it, an empty one too.
+RWCString OriginalInterpretation(DICOMDataObject& theDataSet)
+{
+    RWCString anOriginal;
+    if (!theDataSet.GetScratchpadValue(theOriginalInterpretationKey, anOriginal))
+    {
+        theDataSet.GetString(DICOMTags::PhotometricInterpretation, anOriginal);
+        theDataSet.SetScratchpadValue(theOriginalInterpretationKey, anOriginal);
+    }
+    return anOriginal;
+}
+
+RWCString NewInterpretation(Decoder::ColorModel theModel, bool theConvertsToRGB, const RWCString& theOriginal)
+{
+    switch (theModel)
+    {
+    case Decoder::COLOR_MODEL_GREY:
+        return theOriginal == "MONOCHROME1" ? theOriginal : "MONOCHROME2";
+    case Decoder::COLOR_MODEL_RGB:
+        return theConvertsToRGB ? "RGB" : theOriginal;
+    case Decoder::COLOR_MODEL_YBR_FULL_422:
+    case Decoder::COLOR_MODEL_YBR_FULL:
+    case Decoder::COLOR_MODEL_YBR_RCT:
+    case Decoder::COLOR_MODEL_YBR_ICT:
+        return theOriginal;
+    default:
+        throw StreamIOException("Decoder::UpdateDICOMHeader(): decompressed color space not "
+                                "COLOR_MODEL_GREY or COLOR_MODEL_RGB",
+                                DLRC_GENERAL_FAILURE, 0);
+    }
+}
+
+void RemovePalette(DICOMDataObject& theDataSet)
+{
+    if (theDataSet.Contains(DICOMTags::RedPaletteColorLookupTableDescriptor) &&
+        theDataSet.Contains(DICOMTags::GreenPaletteColorLookupTableDescriptor) &&
+        theDataSet.Contains(DICOMTags::BluePaletteColorLookupTableDescriptor))
+    {
+        DecompressionLibUtils::CaptureAndRemoveColorPaletteAttributes(theDataSet);
+        return;
+    }
+    // Deliberately the red descriptor three times over: an incomplete palette keeps its green and blue
+    // descriptors, and readers of such data sets rely on finding them.
+    for (int aPass = 0; aPass < 3; ++aPass)
+    {
+        theDataSet.RemoveVR(DICOMTags::RedPaletteColorLookupTableDescriptor);
+    }
+}
+
+void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate, int theCodecSamples)
+{
+    std::uint16_t aSamples = 0;
+    theDataSet.GetUnsignedShort(DICOMTags::SamplesPerPixel, aSamples);
+    RWCString anOriginal;
+    if (!theDataSet.GetScratchpadValue(theOriginalSamplesKey, anOriginal) && aSamples >= 1 && aSamples <= 4)
+    {
+        theDataSet.SetScratchpadValue(theOriginalSamplesKey, std::to_string(aSamples));
+    }
+    if (aSamples >= 1 && aSamples < theCodecSamples)
+    {
+        RWCString aUID;
+        theDataSet.GetString(DICOMTags::SOPInstanceUID, aUID);
+        RWCString aMessage;
+        DecompressionLibUtils::ErrMessage(
+            aMessage,
+            "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than JP2 "
+            "header for the SOP:%s. SamplesPerPixel in DICOM Header = %d , SamplesPerPixel in JP2 Header = "
+            "%d ",
+            aUID.c_str(), static_cast<int>(aSamples), theCodecSamples);
+        throw StreamIOException(aMessage, DLRC_GENERAL_FAILURE, 0);
+    }
+    theUpdate.Replace(DICOMTags::SamplesPerPixel, static_cast<std::uint64_t>(theCodecSamples));
+}
+
+void UpdatePlanarConfiguration(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate)
+{
+    RWCString anOriginal;
+    if (!theDataSet.GetScratchpadValue(theOriginalPlanarKey, anOriginal))
+    {
+        std::uint16_t aPlanar = 0;
+        theDataSet.GetUnsignedShort(DICOMTags::PlanarConfiguration, aPlanar);
+        theDataSet.SetScratchpadValue(theOriginalPlanarKey, aPlanar != 0 ? "1" : "0");
+    }
+    // Codecs deliver colour-by-pixel.
+    theUpdate.Replace(DICOMTags::PlanarConfiguration, std::uint64_t{0});
+}
+} // namespace
+
+void Decoder::UpdateDICOMHeader()
+{
+    if (itsDICOMDataObject == nullptr)
+    {
+        return;
+    }
+    DICOMDataObject& aDataSet = *itsDICOMDataObject;
+    HeaderUpdate anUpdate(aDataSet);
+    if (itsCompressionReversible == CR_IRREVERSIBLE)
+    {
+        anUpdate.Replace(DICOMTags::LossyImageCompression, RWCString("01"));
+    }
+    const bool aConvertsToRGB = IsDecoderConvertsColorToRGB();
+    const RWCString anOriginal = OriginalInterpretation(aDataSet);
+    const RWCString anInterpretation =
+        NewInterpretation(GetDecompressedColorspace(), aConvertsToRGB, anOriginal);
+    // Deliberately this word order and not the standard's "PALETTE COLOR": true palette images keep their
+    // palette for the conversion that follows decoding.
+    if (aConvertsToRGB && anOriginal == "COLOR PALETTE")
+    {
+        RemovePalette(aDataSet);
+    }
+    anUpdate.Replace(DICOMTags::PhotometricInterpretation, anInterpretation);
+    anUpdate.Replace(DICOMTags::Rows, GetImageHeight());
+    anUpdate.Replace(DICOMTags::Columns, GetImageWidth());
+    UpdateSamplesPerPixel(aDataSet, anUpdate, itsSamplesPerPixel);
+    anUpdate.Replace(DICOMTags::BitsAllocated, static_cast<std::uint64_t>(itsBitsAllocatedPerSample));
+
+    std::uint16_t aRepresentation = 0;
+    if (IsSupportsOutputPixelSignConversion() != 0 ||
+        !aDataSet.GetUnsignedShort(DICOMTags::PixelRepresentation, aRepresentation))
+    {
+        anUpdate.Replace(DICOMTags::PixelRepresentation, std::uint64_t{IsSigned() != 0 ? 1U : 0U});
+    }
+    if (itsSamplesPerPixel == 3)
+    {
+        UpdatePlanarConfiguration(aDataSet, anUpdate);
+    }
+}

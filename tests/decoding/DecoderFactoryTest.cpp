@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoding/DecoderFactory.h"
+
+#include <limits>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "codecs/JPEG12BitDecoder.h"
+#include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG8BitDecoder.h"
+#include "codecs/RLEDecoder.h"
+#include "decoding/FakeDecoder.h"
+
+namespace
+{
+const char* KindOf(const Decoder* theDecoder)
+{
+    if (theDecoder == nullptr)
+    {
+        return "none";
+    }
+    if (dynamic_cast<const JPEG8BitDecoder*>(theDecoder) != nullptr)
+    {
+        return "JPEG8";
+    }
+    if (dynamic_cast<const JPEG12BitDecoder*>(theDecoder) != nullptr)
+    {
+        return "JPEG12";
+    }
+    if (dynamic_cast<const JPEG16BitDecoder*>(theDecoder) != nullptr)
+    {
+        return "JPEG16";
+    }
+    return dynamic_cast<const RLEDecoder*>(theDecoder) != nullptr ? "RLE" : "unknown";
+}
+
+std::unique_ptr<Decoder> Create(const RWCString& theUID, int theBitsStored)
+{
+    return std::unique_ptr<Decoder>(
+        DecoderFactory::Create(theUID, 1, Decoder::PET_FAST, false, theBitsStored));
+}
+
+struct Case
+{
+    const char* itsUID;
+    int itsBitsStored;
+    const char* itsKind;    ///< or the text behind "DecoderFactory::Create() "
+    int itsCodecBitsStored; ///< -1: not asked
+};
+
+constexpr const char* theNoBits = "bits stored == 0 is invalid for JPEG or RLE decompression";
+constexpr const char* theOver8 = "bits stored > 8 invalid for TSJPEG50UID transfer syntax";
+constexpr const char* theOver12 = "bits stored > 12 invalid for TSJPEG51UID transfer syntax";
+constexpr const char* theUnder2Of57 = "bits stored < 2 invalid for TSJPEG57UID transfer syntax";
+constexpr const char* theUnder2Of70 = "bits stored < 2 invalid for TSJPEG70UID transfer syntax";
+constexpr int theLargest = std::numeric_limits<int>::max();
+constexpr int theSmallest = std::numeric_limits<int>::min();
+
+TEST(DecoderFactory, ChoosesByTransferSyntaxAndBitsStored)
+{
+    constexpr Case theCases[] = {
+        {"1.2.840.10008.1.2.4.50", 8, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.50", 1, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.50", -1, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.50", 9, theOver8, -1},
+        {"1.2.840.10008.1.2.4.50", theLargest, theOver8, -1},
+        {"1.2.840.10008.1.2.4.50", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.4.51", theSmallest, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.51", 8, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.51", 9, "JPEG12", 12},
+        {"1.2.840.10008.1.2.4.51", 12, "JPEG12", 12},
+        {"1.2.840.10008.1.2.4.51", 13, theOver12, -1},
+        {"1.2.840.10008.1.2.4.51", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.4.57", -1, theUnder2Of57, -1},
+        {"1.2.840.10008.1.2.4.57", 1, theUnder2Of57, -1},
+        {"1.2.840.10008.1.2.4.57", 2, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.57", 8, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.57", 9, "JPEG16", 9},
+        {"1.2.840.10008.1.2.4.57", 12, "JPEG16", 12},
+        {"1.2.840.10008.1.2.4.57", 13, "JPEG16", 16},
+        {"1.2.840.10008.1.2.4.57", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.4.70", 1, theUnder2Of70, -1},
+        {"1.2.840.10008.1.2.4.70", 8, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.70", 10, "JPEG16", 10},
+        {"1.2.840.10008.1.2.4.70", 16, "JPEG16", 16},
+        {"1.2.840.10008.1.2.4.70", 40, "JPEG16", 16},
+        {"1.2.840.10008.1.2.4.70", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.5", -3, "RLE", -1},
+        {"1.2.840.10008.1.2.5", 64, "RLE", -1},
+        {"1.2.840.10008.1.2.5", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.1", 8, "none", -1},
+        {"1.2.840.10008.1.2.1", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.4.5", 8, "none", -1},
+        {"1.2.840.10008.1.2.4.50 ", 8, "none", -1},
+        {"1.2.840.10008.1.2.4.80", 8, "none", -1},
+        {"", 8, "none", -1},
+        {"", 0, theNoBits, -1},
+    };
+    for (const Case& aCase : theCases)
+    {
+        SCOPED_TRACE(testing::Message() << aCase.itsUID << " with " << aCase.itsBitsStored);
+        if (RWCString(aCase.itsKind).find(' ') != RWCString::npos)
+        {
+            ExpectStreamIOException([&] { Create(aCase.itsUID, aCase.itsBitsStored); },
+                                    RWCString("DecoderFactory::Create() ") + aCase.itsKind, 7);
+            continue;
+        }
+        const std::unique_ptr<Decoder> aDecoder = Create(aCase.itsUID, aCase.itsBitsStored);
+        EXPECT_STREQ(KindOf(aDecoder.get()), aCase.itsKind);
+        if (aDecoder != nullptr && aCase.itsCodecBitsStored >= 0)
+        {
+            EXPECT_EQ(aDecoder->GetBitsStoredPerSample(), aCase.itsCodecBitsStored);
+        }
+    }
+}
+} // namespace

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoding/Decoder.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "decoding/FakeDecoder.h"
+#include "toolkit/base/DLRuntimeException.h"
+
+namespace
+{
+TEST(Decoder, BitsAreBroughtIntoRange)
+{
+    FakeDecoder aDecoder;
+    constexpr std::pair<std::int16_t, int> theAllocated[] = {{1, 8},   {8, 8},   {9, 16},
+                                                             {12, 16}, {32, 16}, {-5, 8}};
+    for (const auto& [aBits, anExpected] : theAllocated)
+    {
+        aDecoder.SetBitsAllocatedPerSample(aBits);
+        EXPECT_EQ(aDecoder.GetBitsAllocatedPerSample(), anExpected) << aBits;
+    }
+    aDecoder.SetBitsAllocatedPerSample(16);
+    constexpr std::pair<int, int> theStored[] = {{20, 16}, {16, 16}, {12, 12}, {1, 1}, {0, 1}, {-7, 1}};
+    for (const auto& [aBits, anExpected] : theStored)
+    {
+        aDecoder.SetBitsStoredPerSample(aBits);
+        EXPECT_EQ(aDecoder.GetBitsStoredPerSample(), anExpected) << aBits;
+        EXPECT_EQ(aDecoder.GetHighBit(), anExpected - 1) << aBits;
+    }
+}
+
+TEST(Decoder, PlainDefaults)
+{
+    FakeDecoder aDecoder;
+    EXPECT_EQ(aDecoder.GetScaleFactor(), 1);
+    EXPECT_EQ(aDecoder.GetVersion(), 1);
+    EXPECT_EQ(aDecoder.GetInputBufferSize(), 0u);
+    EXPECT_EQ(aDecoder.GetDefaultInputBufferSize(), 4096u);
+    EXPECT_EQ(aDecoder.GetTotalBytesRead(), 0u) << "before there is a source";
+    EXPECT_EQ(aDecoder.TakeBuffer(), nullptr);
+    std::uint8_t aByte = 0;
+    aDecoder.SetBuffer(&aByte);
+    aDecoder.SetBytesRead(1);
+    EXPECT_EQ(aDecoder.GetBytesRead(), 0) << "a codec without hand-over takes nothing";
+    aDecoder.SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    EXPECT_EQ(aDecoder.GetCompressionReversible(), Decoder::CR_UNSPECIFIED);
+    EXPECT_THROW(aDecoder.ReadMore(1), DLRuntimeException) << "reading before SetSource must not crash";
+}
+
+struct SizeCase
+{
+    std::uint64_t itsWidth;
+    std::uint64_t itsHeight;
+    int itsSamples;
+    int itsBits;
+    int itsScaleFactor;
+    int itsBufferSize;
+    std::uint64_t itsOutputSize;
+};
+
+TEST(Decoder, SizesInBothWidths)
+{
+    constexpr std::uint64_t theLargest = std::numeric_limits<std::uint64_t>::max();
+    constexpr SizeCase theCases[] = {
+        {4, 3, 1, 8, 1, 12, 12},
+        {4, 3, 3, 16, 5, 72, 72},
+        {4, 3, 3, 12, 1, 36, 36},
+        {0, 3, 3, 16, 1, 0, 0},
+        {4, 3, 0, 8, 1, -1, 0},
+        {4, 3, 1, 0, 1, -1, 0},
+        {4, 3, 1, 8, 0, -1, 0},
+        {65535, 65535, 3, 16, 1, -786426, 25769017350},
+        {65536, 65536, 1, 8, 1, 0, 4294967296},
+        {std::uint64_t{1} << 32, std::uint64_t{1} << 32, 1, 8, 1, 0, theLargest},
+        {std::uint64_t{1} << 31, std::uint64_t{1} << 31, 4, 16, 1, 0, theLargest},
+    };
+    for (const SizeCase& aCase : theCases)
+    {
+        FakeDecoder aDecoder;
+        aDecoder.itsWidth = aCase.itsWidth;
+        aDecoder.itsHeight = aCase.itsHeight;
+        aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, aCase.itsSamples, aCase.itsBits);
+        aDecoder.SetScaleFactor(aCase.itsScaleFactor);
+        EXPECT_EQ(aDecoder.GetDecompressedBufferSize(), aCase.itsBufferSize) << aCase.itsWidth;
+        EXPECT_EQ(aDecoder.GetOutputSize(), aCase.itsOutputSize) << aCase.itsWidth;
+    }
+}
+
+TEST(Decoder, OriginalInterpretationIsTheRecordedOne)
+{
+    constexpr std::pair<const char*, int> theCases[] = {{"MONOCHROME1", 1},
+                                                        {"MONOCHROME2", 1},
+                                                        {"RGB", 2},
+                                                        {"YBR_FULL_422", 3},
+                                                        {"YBR_PARTIAL_422", 4},
+                                                        {"YBR_PARTIAL_420", 5},
+                                                        {"YBR_FULL", 6},
+                                                        {"YBR_RCT", 7},
+                                                        {"YBR_ICT", 8},
+                                                        {"PALETTE COLOR", 9},
+                                                        {"rgb", 0},
+                                                        {"COLOR PALETTE", 0},
+                                                        {"MONOCHROME3", 0},
+                                                        {"", 0}};
+    for (const auto& [aText, aModel] : theCases)
+    {
+        // In the attribute, and in the scratch pad whatever the attribute says.
+        for (const bool aRecorded : {false, true})
+        {
+            DICOMDataObject aDataSet;
+            Put(aDataSet, DICOMTags::PhotometricInterpretation, aRecorded ? "HSV" : aText);
+            if (aRecorded)
+            {
+                aDataSet.SetScratchpadValue("DecompOrigPhotoInterp", aText);
+            }
+            FakeDecoder aDecoder;
+            aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, 1, 8);
+            EXPECT_EQ(aDecoder.GetOriginalPhotometricInterpretation(), 0) << "without a data set";
+            aDecoder.Open(&aDataSet);
+            EXPECT_EQ(aDecoder.GetOriginalPhotometricInterpretation(), aModel) << aText;
+        }
+    }
+}
+
+TEST(Decoder, CopiesShareTheSourceAndItsCount)
+{
+    FakeDecoder aDecoder;
+    aDecoder.itsBytesOfHeader = 10;
+    aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, 1, 8);
+    aDecoder.Open(nullptr);
+    EXPECT_EQ(aDecoder.GetTotalBytesRead(), 10u);
+
+    class Copyable final : public Decoder
+    {
+    public:
+        explicit Copyable(kdu_compressed_source& theSource) { SetSource(nullptr, theSource); }
+        void Decode(unsigned int, void*, std::uint64_t) override
+        {
+            std::uint8_t aByte = 0;
+            GetSource().read(&aByte, 1);
+        }
+        ColorModel GetCompressedColorspace() const override { return COLOR_MODEL_GREY; }
+        std::int16_t GetScanMode() const override { return 0; }
+        std::uint64_t GetImageWidth() const override { return 1; }
+        std::uint64_t GetImageHeight() const override { return 1; }
+
+    protected:
+        void SetSourceImpl() override {}
+    };
+    ByteSource aBytes({1, 2, 3});
+    auto anOriginal = std::make_unique<Copyable>(aBytes);
+    Copyable aCopy(*anOriginal);
+    anOriginal->Decode(0, nullptr, 0);
+    anOriginal.reset();
+    aCopy.Decode(0, nullptr, 0);
+    EXPECT_EQ(aCopy.GetTotalBytesRead(), 2u);
+    EXPECT_EQ(aBytes.GetCloses(), 0) << "the source is borrowed";
+}
+} // namespace
