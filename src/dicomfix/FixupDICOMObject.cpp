@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/DecompressionLibUtils.h"
 
-#include "dicomfix/LossyHistory.h"
-#include "dicomfix/ReconstitutionMark.h"
+#include "dicomfix/detail/LossyHistory.h"
+#include "dicomfix/detail/ReconstitutionMark.h"
 #include "image/Renderable.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "dicomfix/LossyHistory.h"
+#include "dicomfix/detail/LossyHistory.h"
 
 #include <algorithm>
 
-#include "dicomfix/ReconstitutionMark.h"
+#include "dicomfix/detail/ReconstitutionMark.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 

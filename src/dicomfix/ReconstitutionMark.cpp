@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "dicomfix/ReconstitutionMark.h"
+#include "dicomfix/detail/ReconstitutionMark.h"
 
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/dicom/DICOMDataObject.h"

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "image/NeverDestroyed.h"
+#include "image/detail/NeverDestroyed.h"
 #include "toolkit/base/BadAllocException.h"
 
 namespace

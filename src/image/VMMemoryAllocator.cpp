@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "image/NeverDestroyed.h"
+#include "image/detail/NeverDestroyed.h"
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/base/VirtualMemory.h"

@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "pixels/PixelSample.h"
+#include "pixels/detail/PixelSample.h"
 
 void DecompressionLibUtils::SwapBytes(void* theData, int theRows, int theColumns)
 {

@@ -2,11 +2,11 @@
 #include "pixels/DecompressionLibUtils.h"
 
 #include "image/Renderable.h"
-#include "pixels/ColourKernels.h"
-#include "pixels/ConversionChecks.h"
-#include "pixels/PixelSample.h"
-#include "pixels/RenderableConversion.h"
-#include "pixels/YBRFormula.h"
+#include "pixels/detail/ColourKernels.h"
+#include "pixels/detail/ConversionChecks.h"
+#include "pixels/detail/PixelSample.h"
+#include "pixels/detail/RenderableConversion.h"
+#include "pixels/detail/YBRFormula.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 

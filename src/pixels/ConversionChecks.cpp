@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pixels/ConversionChecks.h"
+#include "pixels/detail/ConversionChecks.h"
 
 #include "toolkit/base/DLRuntimeException.h"
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "image/Renderable.h"
-#include "pixels/ConversionChecks.h"
-#include "pixels/PixelSample.h"
-#include "pixels/RenderableConversion.h"
+#include "pixels/detail/ConversionChecks.h"
+#include "pixels/detail/PixelSample.h"
+#include "pixels/detail/RenderableConversion.h"
 #include "toolkit/dicom/ColorPalette.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 

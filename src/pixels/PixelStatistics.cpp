@@ -8,8 +8,8 @@
 #include <type_traits>
 
 #include "image/Renderable.h"
-#include "pixels/PixelSample.h"
-#include "pixels/StatisticsKernels.h"
+#include "pixels/detail/PixelSample.h"
+#include "pixels/detail/StatisticsKernels.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pixels/RenderableConversion.h"
+#include "pixels/detail/RenderableConversion.h"
 
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/base/MemoryAllocater.h"

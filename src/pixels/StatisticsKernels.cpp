@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pixels/StatisticsKernels.h"
+#include "pixels/detail/StatisticsKernels.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pixels/ColourKernels.h"
+#include "pixels/detail/ColourKernels.h"
 
 #include <gtest/gtest.h>
 
