@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -12,7 +14,10 @@ class DICOMDataObject;
 ///
 /// Entries of 16 bits are given as they are. Entries of 8 bits packed in bytes are widened to 16 bits
 /// (value × 257), so that their high byte is the value; entries of 8 bits held in 16-bit words are
-/// given as they are and isBitsEncodedBitsDiffers says so. Immutable after Init.
+/// given as they are and isBitsEncodedBitsDiffers says so. Whether 8-bit entries are packed is told by
+/// the length of the data, because writers differ; so is whether a table is packed that says 16 bits.
+/// Words of "8 bits" that use their high bytes only are taken as 16-bit entries. Immutable after Init,
+/// and then safe to read from several threads.
 class QUORIX_API ColorPalette
 {
 public:
@@ -20,8 +25,10 @@ public:
     /// first mapped value, bits an entry.
     ColorPalette(char theChannel, int theNumberOfEntries, int theFirstMappedValue, int theBitsPerEntry);
 
-    /// Reads the channel's descriptor and its data, segmented or not, from theDataSet. The palette is
-    /// valid afterwards when both were there and made sense.
+    /// Reads the channel's descriptor and its data, plain or else segmented (PS3.3 C.7.9.2), from
+    /// theDataSet. The palette is valid afterwards when both were there and made sense: 8 or 16 bits, and
+    /// data for every entry that the descriptor declares (0 declares 65536). Data beyond the last entry is
+    /// ignored. The first mapped value is signed when Pixel Representation is 1.
     void Init(const DICOMDataObject& theDataSet);
 
     bool IsValid() const { return itsValid; }
@@ -35,7 +42,19 @@ public:
     std::uint16_t MapSignedPixel(std::int16_t thePixel) const { return Map(thePixel); }
 
 private:
-    std::uint16_t Map(std::int32_t thePixel) const;
+    std::uint16_t Map(std::int32_t thePixel) const
+    {
+        if (itsEntries.empty())
+        {
+            return 0;
+        }
+        const std::int32_t aLast = static_cast<std::int32_t>(itsEntries.size()) - 1;
+        return itsEntries[static_cast<std::size_t>(std::clamp(thePixel - itsFirstMappedValue, 0, aLast))];
+    }
+
+    bool ReadDescriptor(const DICOMDataObject& theDataSet, std::uint16_t theChannelIndex);
+    bool TakeTable(const std::vector<std::uint8_t>& theData);
+    void JudgeWords();
 
     char itsChannel;
     std::uint32_t itsNumberOfEntries;
@@ -43,5 +62,5 @@ private:
     int itsBitsPerEntry;
     bool itsBitsEncodedBitsDiffers = false;
     bool itsValid = false;
-    std::vector<std::uint16_t> itsEntries;
+    std::vector<std::uint16_t> itsEntries; ///< empty unless valid
 };

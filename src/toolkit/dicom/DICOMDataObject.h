@@ -24,8 +24,8 @@ public:
     /// The last value of Lossy Image Compression Ratio (0028,2112), rounded to nearest; 0 when absent,
     /// unreadable or outside 0 … 2^31 − 1. The transfer syntax (null allowed) and the other arguments
     /// do not change the answer.
-    int GetLossyImageCompressionRatio(const TransferSyntaxType* theTransferSyntax, int theFirst, int theSecond,
-                                      bool theFlag) const;
+    int GetLossyImageCompressionRatio(const TransferSyntaxType* theTransferSyntax, int theFirst,
+                                      int theSecond, bool theFlag) const;
 
 private:
     std::unique_ptr<ColorPalette> itsRedPalette;

@@ -80,7 +80,8 @@ public:
 
     /// Private elements by creator and name (see DataDictionary), wherever the set reserves the block.
     bool GetPrivateString(const RWCString& theCreator, const RWCString& theName, RWCString& theValue) const;
-    bool GetPrivateInteger(const RWCString& theCreator, const RWCString& theName, std::int32_t& theValue) const;
+    bool GetPrivateInteger(const RWCString& theCreator, const RWCString& theName,
+                           std::int32_t& theValue) const;
     std::unique_ptr<VR> RemovePrivateVR(const RWCString& theCreator, const RWCString& theName);
 
     /// Puts in the creator element (1021,0016) unless the set already reserves a block for theCreator.

@@ -6,27 +6,30 @@
 
 #include "toolkit/base/RWCString.h"
 #include "toolkit/dicom/BufferVR.h"
-#include "toolkit/dicom/DataDictionary.h"
 #include "toolkit/dicom/DICOMObject.h"
+#include "toolkit/dicom/DataDictionary.h"
 #include "toolkit/dicom/VR.h"
 
 /// Makes data elements for a data set. Keeps references only; cheap to make where it is needed.
 class QUORIX_API MVRFactory
 {
 public:
-    MVRFactory(const DataDictionary& theDictionary, DLEndian::Endian theEndian, MemoryAllocater& theAllocator);
+    MVRFactory(const DataDictionary& theDictionary, DLEndian::Endian theEndian,
+               MemoryAllocater& theAllocator);
 
     /// An element of a string value representation, which the public dictionary names for theTag (CS
     /// for Photometric Interpretation and so on). Odd lengths are padded when written.
     std::unique_ptr<VR> CreateString(DICOMTag theTag, const RWCString& theValue) const;
 
     /// The same with the value representation stated, for example VR::MakeTypeCode('L', 'O').
-    std::unique_ptr<VR> CreateString(DICOMTag theTag, std::uint16_t theTypeCode, const RWCString& theValue) const;
+    std::unique_ptr<VR> CreateString(DICOMTag theTag, std::uint16_t theTypeCode,
+                                     const RWCString& theValue) const;
 
     std::unique_ptr<VR> CreateUnsignedShort(DICOMTag theTag, std::uint16_t theValue) const;
 
     /// Several unsigned shorts, as lookup table descriptors have.
-    std::unique_ptr<VR> CreateUnsignedShorts(DICOMTag theTag, const std::vector<std::uint16_t>& theValues) const;
+    std::unique_ptr<VR> CreateUnsignedShorts(DICOMTag theTag,
+                                             const std::vector<std::uint16_t>& theValues) const;
 
     /// An OB, OW or UN element; the bytes are copied. Words are in this factory's byte order.
     std::unique_ptr<VR> CreateBytes(DICOMTag theTag, std::uint16_t theTypeCode,
@@ -47,8 +50,7 @@ public:
     /// Pixel Data over a buffer that is borrowed, not copied (see BufferVR). theEndian: the byte order
     /// the words really have.
     std::unique_ptr<BufferVR> CreatePixelData(void* theBuffer, std::uint64_t theSize,
-                                                       std::uint16_t theTypeCode,
-                                                       DLEndian::Endian theEndian) const;
+                                              std::uint16_t theTypeCode, DLEndian::Endian theEndian) const;
 
 private:
     const DataDictionary& itsDictionary;

@@ -11,7 +11,9 @@
 ///
 /// Knows items, lengths and offset tables; what a frame is, ImageFrameInputStream knows. Offsets count
 /// from the first byte of the item tag of the first fragment, as the Basic Offset Table does. Nothing
-/// read from the stream is trusted. Errors are StreamIOExceptions (code 38).
+/// read from the stream is trusted: a length that runs past the stream's end stands for what is left
+/// there, and a table longer than 64 MiB is passed over. What the stream throws is passed on. Not
+/// thread-safe.
 class QUORIX_API PixelDataFragmentInputStreamVR final : public VR
 {
 public:
@@ -27,7 +29,7 @@ public:
     std::uint64_t GetLength() const override { return 0; }
     PixelDataFragmentInputStreamVR* GetPixelDataFragmentInputStream() override { return this; }
 
-    /// The Basic Offset Table; empty when the item was empty or held no whole entries.
+    /// The Basic Offset Table; empty when the item was empty, cut short or held no whole entries.
     const std::vector<std::uint32_t>& GetBasicOffsetTable();
     const std::vector<std::uint64_t>& GetExtendedOffsetTable() const { return itsExtendedOffsets; }
     const std::vector<std::uint64_t>& GetExtendedOffsetTableLengths() const { return itsExtendedLengths; }
@@ -36,12 +38,18 @@ public:
     /// the sequence delimiter, at the end of the stream, or where no item tag stands.
     bool NextFragment();
 
-    /// Length of the current fragment in bytes, as its item says, and what is left of it to read.
+    /// Length of the current fragment in bytes, and what is left of it to read. As its item says, or what
+    /// the stream still holds where that is known to be less; 0xFFFFFFFF stands for the rest of the
+    /// stream.
     std::uint32_t GetFragmentLength() const { return itsFragmentLength; }
     std::uint32_t GetFragmentRemaining() const { return itsFragmentRemaining; }
 
-    /// Offset of the current fragment's item tag.
+    /// Offset of the current fragment's item tag, and of the first byte after the fragment.
     std::uint64_t GetFragmentOffset() const { return itsFragmentOffset; }
+    std::uint64_t GetNextOffset() const { return itsNextOffset; }
+
+    /// Whether the fragments ended with the stream, that is with no sequence delimiter: a file cut short.
+    bool HasReachedStreamEnd() const { return itsStreamEnded; }
 
     /// Reads from the current fragment; 0 at its end and at the end of the stream.
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength);
@@ -54,17 +62,24 @@ public:
     bool SeekToFragment(std::uint64_t theOffset);
 
 private:
+    bool ReadItemHeader(std::uint32_t& theLength);
+    std::uint32_t CutToStream(std::uint32_t theLength) const;
     void ReadBasicOffsetTable();
+    std::vector<unsigned char> ReadTableBytes(std::uint32_t theLength);
+    bool ReturnToFirstItem(const std::vector<unsigned char>& theTable, std::uint64_t thePosition);
 
     std::unique_ptr<InputStream> itsStream;
     std::vector<std::uint64_t> itsExtendedOffsets;
     std::vector<std::uint64_t> itsExtendedLengths;
     std::vector<std::uint32_t> itsBasicOffsets;
     bool itsBasicOffsetTableRead = false;
+    bool itsHasFragments = false;               ///< the first item was one
+    std::uint64_t itsEndPosition = 0;           ///< stream position of its end; the greatest when unknown
     std::uint64_t itsFirstFragmentPosition = 0; ///< stream position of offset 0
     std::uint64_t itsNextOffset = 0;            ///< offset of the first byte after the current fragment
     std::uint64_t itsFragmentOffset = 0;
     std::uint32_t itsFragmentLength = 0;
     std::uint32_t itsFragmentRemaining = 0;
     bool itsAtEnd = false;
+    bool itsStreamEnded = false;
 };

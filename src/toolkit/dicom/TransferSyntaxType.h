@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "toolkit/base/DLEndian.h"
+#include "toolkit/base/MemoryAllocater.h"
 #include "toolkit/base/RWCString.h"
 #include "toolkit/dicom/DataDictionary.h"
-#include "toolkit/base/MemoryAllocater.h"
 
 class DataSetReader;
 class Part10InputStream;

@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "toolkit/dicom/detail/DcmtkBridge.h"
+
+#include <algorithm>
+#include <iterator>
+#include <mutex>
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcistrmb.h>
+#include <dcmtk/dcmdata/dcitem.h>
+#include <dcmtk/dcmdata/dcsequen.h>
+#include <dcmtk/dcmdata/dctag.h>
+#include <dcmtk/dcmdata/dcvrpobw.h>
+
+#include "toolkit/base/DICOMLibException.h"
+
+namespace
+{
+constexpr std::uint16_t Code(const char (&theLetters)[3])
+{
+    return VR::MakeTypeCode(theLetters[0], theLetters[1]);
+}
+
+constexpr std::uint16_t theShortForms[] = {
+    Code("AE"), Code("AS"), Code("AT"), Code("CS"), Code("DA"), Code("DS"), Code("DT"),
+    Code("FD"), Code("FL"), Code("IS"), Code("LO"), Code("LT"), Code("PN"), Code("SH"),
+    Code("SL"), Code("SS"), Code("ST"), Code("TM"), Code("UI"), Code("UL"), Code("US"),
+};
+constexpr std::uint16_t theLongForms[] = {
+    Code("OB"), Code("OD"), Code("OF"), Code("OL"), Code("OV"), Code("OW"), Code("SQ"),
+    Code("SV"), Code("UC"), Code("UN"), Code("UR"), Code("UT"), Code("UV"),
+};
+constexpr std::uint16_t theStrings[] = {
+    Code("AE"), Code("AS"), Code("CS"), Code("DA"), Code("DS"), Code("DT"),
+    Code("IS"), Code("LO"), Code("LT"), Code("PN"), Code("SH"), Code("ST"),
+    Code("TM"), Code("UC"), Code("UI"), Code("UR"), Code("UT"),
+};
+
+template <std::size_t Count>
+bool Contains(const std::uint16_t (&theCodes)[Count], std::uint16_t theCode)
+{
+    return std::find(std::begin(theCodes), std::end(theCodes), theCode) != std::end(theCodes);
+}
+
+struct KnownTag
+{
+    DICOMTag itsTag;
+    std::uint16_t itsTypeCode;
+};
+
+/// The tags of DICOMTags, for a machine where DCMTK's dictionary file is missing.
+constexpr KnownTag theKnownTags[] = {
+    {DICOMTags::TransferSyntaxUID, Code("UI")},
+    {DICOMTags::ImageType, Code("CS")},
+    {DICOMTags::SOPClassUID, Code("UI")},
+    {DICOMTags::SOPInstanceUID, Code("UI")},
+    {DICOMTags::DerivationDescription, Code("ST")},
+    {DICOMTags::SourceImageSequence, Code("SQ")},
+    {DICOMTags::SamplesPerPixel, Code("US")},
+    {DICOMTags::PhotometricInterpretation, Code("CS")},
+    {DICOMTags::PlanarConfiguration, Code("US")},
+    {DICOMTags::NumberOfFrames, Code("IS")},
+    {DICOMTags::Rows, Code("US")},
+    {DICOMTags::Columns, Code("US")},
+    {DICOMTags::BitsAllocated, Code("US")},
+    {DICOMTags::BitsStored, Code("US")},
+    {DICOMTags::HighBit, Code("US")},
+    {DICOMTags::PixelRepresentation, Code("US")},
+    {DICOMTags::SmallestImagePixelValue, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargestImagePixelValue, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::SmallestPixelValueInSeries, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargestPixelValueInSeries, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::SmallestImagePixelValueInPlane, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargestImagePixelValueInPlane, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::RedPaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::GreenPaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::BluePaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargeRedPaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargeGreenPaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::LargeBluePaletteColorLookupTableDescriptor, DcmtkBridge::TYPE_US_OR_SS},
+    {DICOMTags::PaletteColorLookupTableUID, Code("UI")},
+    {DICOMTags::RedPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::GreenPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::BluePaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::LargeRedPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::LargeGreenPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::LargeBluePaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::LargePaletteColorLookupTableUID, Code("UI")},
+    {DICOMTags::SegmentedRedPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::SegmentedGreenPaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::SegmentedBluePaletteColorLookupTableData, Code("OW")},
+    {DICOMTags::LossyImageCompression, Code("CS")},
+    {DICOMTags::LossyImageCompressionRatio, Code("DS")},
+    {DICOMTags::LossyImageCompressionMethod, Code("CS")},
+    {DICOMTags::ExtendedOffsetTable, Code("OV")},
+    {DICOMTags::ExtendedOffsetTableLengths, Code("OV")},
+    {DICOMTags::PixelData, Code("OW")},
+};
+
+std::uint16_t FallBack(DICOMTag theTag)
+{
+    for (const KnownTag& aKnown : theKnownTags)
+    {
+        if (aKnown.itsTag == theTag)
+        {
+            return aKnown.itsTypeCode;
+        }
+    }
+    return VR::TYPE_UN;
+}
+
+std::uint16_t TypeCodeOfEVR(DcmEVR theEVR)
+{
+    const char* aName = DcmVR(theEVR).getValidVRName();
+    return VR::MakeTypeCode(aName[0], aName[1]);
+}
+
+DcmTag MakeTag(DICOMTag theTag, std::uint16_t theTypeCode)
+{
+    const std::uint16_t aCode = DcmtkBridge::IsKnownTypeCode(theTypeCode) ? theTypeCode : VR::TYPE_UN;
+    const char aName[3] = {static_cast<char>(aCode >> 8), static_cast<char>(aCode & 0xff), '\0'};
+    return DcmTag(theTag.itsGroup, theTag.itsElement, DcmVR(aName));
+}
+
+/// Reaches DCMTK's protected way to make an element of a known length, to be filled by reading.
+class ElementMaker : private DcmItem
+{
+public:
+    static std::unique_ptr<DcmElement> Make(DcmTag theTag, Uint32 theLength)
+    {
+        if (theTag == DcmTagKey(0x7fe0, 0x0010))
+        {
+            // An icon's pixels: plain words; DcmPixelData would bring in codecs and representations.
+            return std::make_unique<DcmPolymorphOBOW>(theTag, theLength);
+        }
+        DcmElement* anElement = nullptr;
+        DcmPrivateTagCache aCache;
+        OFBool anUnknown = OFFalse;
+        const OFCondition aStatus = newDicomElement(anElement, theTag, theLength, &aCache, anUnknown);
+        std::unique_ptr<DcmElement> aResult(anElement);
+        return aStatus.good() ? std::move(aResult) : nullptr;
+    }
+};
+
+OFCondition Fill(DcmElement& theElement, DLEndian::Endian theEndian, const void* theValue,
+                 std::size_t theLength)
+{
+    DcmInputBufferStream aStream;
+    aStream.setBuffer(theValue, static_cast<offile_off_t>(theLength));
+    aStream.setEos();
+    theElement.transferInit();
+    const bool aBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
+    const OFCondition aStatus =
+        theElement.read(aStream, aBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
+    theElement.transferEnd();
+    return aStatus;
+}
+} // namespace
+
+void DcmtkBridge::SilenceLogging()
+{
+    static std::once_flag aFlag;
+    std::call_once(aFlag, [] { DCM_dcmdataLogger.setLogLevel(OFLogger::OFF_LOG_LEVEL); });
+}
+
+std::uint16_t DcmtkBridge::LookUpTypeCode(DICOMTag theTag)
+{
+    if (theTag.itsElement == 0)
+    {
+        return Code("UL"); // group length, whatever the group
+    }
+    if (theTag.itsGroup % 2 != 0)
+    {
+        return theTag.itsElement >= 0x10 && theTag.itsElement <= 0xff ? Code("LO") : VR::TYPE_UN;
+    }
+    SilenceLogging();
+    const DcmEVR anEVR = DcmTag(theTag.itsGroup, theTag.itsElement).getEVR();
+    switch (anEVR)
+    {
+    case EVR_xs:
+        return TYPE_US_OR_SS;
+    case EVR_ox:
+    case EVR_px:
+    case EVR_lt:
+        return VR::TYPE_OW; // as PS3.5 Annex A.1 has it for implicit VR
+    default:
+        break;
+    }
+    const std::uint16_t aCode = TypeCodeOfEVR(anEVR);
+    return aCode == VR::TYPE_UN || !IsKnownTypeCode(aCode) ? FallBack(theTag) : aCode;
+}
+
+std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
+                                                     DLEndian::Endian theEndian, const void* theValue,
+                                                     std::size_t theLength)
+{
+    SilenceLogging();
+    if (theLength >= 0xfffffffeu)
+    {
+        throw DICOMLibException("The value of an element is too long", DLRC_GENERAL_FAILURE, 0);
+    }
+    auto anElement = ElementMaker::Make(MakeTag(theTag, theTypeCode), static_cast<Uint32>(theLength));
+    if (anElement && theLength > 0 && Fill(*anElement, theEndian, theValue, theLength).bad())
+    {
+        anElement = nullptr;
+    }
+    if (!anElement)
+    {
+        throw DICOMLibException("An element could not be made", DLRC_GENERAL_FAILURE, 0);
+    }
+    return anElement;
+}
+
+std::unique_ptr<DcmElement> DcmtkBridge::MakeSequence(DICOMTag theTag)
+{
+    SilenceLogging();
+    return std::make_unique<DcmSequenceOfItems>(MakeTag(theTag, VR::TYPE_SQ));
+}
+
+DICOMTag DcmtkBridge::TagOf(DcmElement& theElement)
+{
+    return {theElement.getGTag(), theElement.getETag()};
+}
+
+std::uint16_t DcmtkBridge::TypeCodeOf(DcmElement& theElement)
+{
+    return TypeCodeOfEVR(theElement.getVR());
+}
+
+DcmElement* DcmtkBridge::Find(DcmItem& theItem, DICOMTag theTag)
+{
+    DcmElement* anElement = nullptr;
+    theItem.findAndGetElement(DcmTagKey(theTag.itsGroup, theTag.itsElement), anElement);
+    return anElement;
+}
+
+bool DcmtkBridge::IsKnownTypeCode(std::uint16_t theTypeCode)
+{
+    return Contains(theShortForms, theTypeCode) || Contains(theLongForms, theTypeCode);
+}
+
+bool DcmtkBridge::IsLongForm(std::uint16_t theTypeCode)
+{
+    return Contains(theLongForms, theTypeCode);
+}
+
+bool DcmtkBridge::IsString(std::uint16_t theTypeCode)
+{
+    return Contains(theStrings, theTypeCode);
+}

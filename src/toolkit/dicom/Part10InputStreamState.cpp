@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "toolkit/dicom/detail/Part10InputStreamState.h"
+
+#include <cstring>
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcelem.h>
+
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/dicom/detail/ElementParser.h"
+#include "toolkit/dicom/detail/ElementVR.h"
+#include "toolkit/dicom/detail/ElementValue.h"
+
+namespace
+{
+constexpr std::uint16_t theFileMetaGroup = 0x0002;
+constexpr std::size_t theMaximumOfMetaElements = 1024;
+
+RWCString TrimmedUID(DcmElement& theElement)
+{
+    RWCString aUID;
+    ElementValue(theElement).GetText(aUID);
+    const std::size_t aFirst = aUID.find_first_not_of(' ');
+    return aFirst == RWCString::npos ? RWCString() : aUID.substr(aFirst);
+}
+} // namespace
+
+void Part10InputStream::State::Attach(InputStream& theStream)
+{
+    // Borrowed: the pointer shares nothing and deletes nothing.
+    itsSource =
+        std::make_shared<PeekableInputStream>(std::shared_ptr<InputStream>(&theStream, [](InputStream*) {}));
+}
+
+bool Part10InputStream::State::ReadPreamble()
+{
+    constexpr std::size_t aPreamble = 128;
+    const unsigned char* aData = nullptr;
+    if (itsSource->Peek(aData, aPreamble + 4) < aPreamble + 4 ||
+        std::memcmp(aData + aPreamble, "DICM", 4) != 0)
+    {
+        return false;
+    }
+    itsSource->Skip(aPreamble + 4);
+    return true;
+}
+
+void Part10InputStream::State::ReadFileMeta()
+{
+    ElementParser aParser(*itsSource);
+    DICOMTag aTag;
+    while (itsFileMeta.size() < theMaximumOfMetaElements &&
+           ElementHeader::PeekTag(*itsSource, DLEndian::LITTLE_ENDIAN_ORDER, aTag) &&
+           aTag.itsGroup == theFileMetaGroup)
+    {
+        auto anElement = aParser.ReadElement(ElementHeader::Read(*itsSource, ElementEncoding()));
+        if (!anElement)
+        {
+            continue;
+        }
+        if (aTag == DICOMTags::TransferSyntaxUID)
+        {
+            itsTransferSyntaxUID = TrimmedUID(*anElement);
+        }
+        itsFileMeta.push_back(
+            std::make_unique<ElementVR>(std::move(anElement), DLEndian::LITTLE_ENDIAN_ORDER));
+    }
+}
+
+void Part10InputStream::State::GuessTransferSyntax()
+{
+    ElementEncoding anEncoding;
+    if (!itsTransferSyntaxUID.empty() || !ElementHeader::Guess(*itsSource, anEncoding))
+    {
+        return;
+    }
+    if (anEncoding.itsEndian == DLEndian::BIG_ENDIAN_ORDER)
+    {
+        itsTransferSyntaxUID = TransferSyntaxType::TSExplicitBigEndianUID;
+    }
+    else
+    {
+        itsTransferSyntaxUID = anEncoding.itsExplicitVR ? TransferSyntaxType::TSExplicitLittleEndianUID
+                                                        : TransferSyntaxType::TSImplicitLittleEndianUID;
+    }
+}

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "toolkit/base/DLEndian.h"
+#include "toolkit/base/RWCString.h"
+
+class DcmElement;
+
+/// The value of a DCMTK element as text, number or bytes.
+///
+/// An element of unknown value representation (UN) is read as what the dictionary, or the caller,
+/// says it is; its bytes are then little-endian (PS3.5 6.2.2). Internal to this room.
+class ElementValue
+{
+public:
+    explicit ElementValue(DcmElement& theElement);
+
+    /// theTypeCodeOfUnknown: what a UN value is read as.
+    ElementValue(DcmElement& theElement, std::uint16_t theTypeCodeOfUnknown);
+
+    /// All values, trimmed at the end; false for what is neither text nor number.
+    bool GetText(RWCString& theValue) const;
+
+    /// The first value; false when empty or no number. The fraction of a DS is cut off.
+    bool GetInteger(std::int64_t& theValue) const;
+
+    /// The bytes, words in the order asked for; false for a sequence.
+    bool GetBytes(DLEndian::Endian theEndian, std::vector<std::uint8_t>& theValue) const;
+
+private:
+    bool GetRawText(RWCString& theValue) const;
+
+    DcmElement& itsElement;
+    std::uint16_t itsTypeCode;
+    bool itsUnknown; ///< UN in the data set
+};
