@@ -9,22 +9,34 @@
 /// The codec for DICOM RLE Lossless (PS3.5 Annex G).
 ///
 /// Takes all geometry from the data set, the segments from the codestream, and writes little-endian,
-/// colour-by-pixel samples. It converts no colours: what is not monochrome is labelled RGB.
+/// colour-by-pixel samples. It converts no colours: what is not monochrome is labelled RGB. Copies share
+/// the compressed source and the data set. Not thread-safe: one codec, one thread.
 class QUORIX_API RLEDecoder final : public Decoder
 {
 public:
     RLEDecoder();
     ~RLEDecoder() override;
+    RLEDecoder(const RLEDecoder&);
+    RLEDecoder& operator=(const RLEDecoder&);
 
     /// theFrameLength: bytes of the compressed frame counted from its header; the last segment ends
-    /// there. Throws StreamIOException (code 62); an ExceptionBase's text also goes to standard output.
+    /// there. Samples that a segment's data does not reach keep what theBuffer held before. Throws
+    /// StreamIOException (code 62); an ExceptionBase's text also goes to standard output. After a failure
+    /// theBuffer holds what was decoded so far, and how much of the source was read is not defined.
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
+    /// Goes by the data set's interpretation; deliberately COLOR_MODEL_UNKNOWN for monochrome images,
+    /// whose model GetDecompressedColorspace tells.
     ColorModel GetCompressedColorspace() const override;
+
+    /// High Bit (0028,0102) as the data set has it.
     int GetHighBit() const override;
     std::uint64_t GetImageWidth() const override { return itsImageWidth; }
     std::uint64_t GetImageHeight() const override { return itsImageHeight; }
     std::int16_t GetScanMode() const override { return 0; }
+
+    /// Always 0, "no demand": Decode checks theSize itself, with its own texts, and writes nothing outside
+    /// it. A driver that compares this figure with a buffer's size need do nothing special.
     std::uint64_t GetOutputSize() const override;
 
     std::int16_t GetVersion() const { return 1; }
@@ -42,11 +54,16 @@ public:
 protected:
     void SetSourceImpl() override;
 
-    /// Reads and checks the 64-byte header.
+    /// Reads and checks the 64-byte header. False when it is short or declares what no frame can have.
     bool ReadRLEHeader();
 
 private:
     static constexpr int theHeaderEntries = 16;
+
+    void ReadGeometry();
+    void ReadSampleFormat();
+    void ReadPhotometricInterpretation();
+    void DecodeChecked(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize);
 
     std::uint32_t itsImageHeight = 0;
     std::uint32_t itsImageWidth = 0;

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "pixels/ForEachTarget.h"
+#include "support/ForEachTarget.h"
 
 // Every instruction set that this machine can run must give the bits of the plain formula: all inputs
 // there are, and all lengths around the sizes of vectors, on buffers that end exactly where they end.

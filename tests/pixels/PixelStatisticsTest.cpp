@@ -7,8 +7,8 @@
 #include <limits>
 #include <numeric>
 
-#include "pixels/ForEachTarget.h"
 #include "pixels/ImageMaker.h"
+#include "support/ForEachTarget.h"
 
 namespace
 {

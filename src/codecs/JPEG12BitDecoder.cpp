@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/JPEG12BitDecoder.h"
+
+// The library's headers stand in a namespace of this file's own, so that the types of the three builds
+// stay apart. What they include themselves comes first, outside of it.
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "codecs/JPEGDecoderException.h"
+#include "codecs/detail/JPEGLibrary.h"
+
+// Without this the library's headers declare its memory manager without the operation for lossless
+// images, and everything behind it in the wrong place.
+#define JPEG_INTERNAL_OPTIONS
+
+namespace quorix_jpeg12
+{
+extern "C"
+{
+#include <gdcmjpeg/12/jpeglib.h>
+
+#include <gdcmjpeg/12/jerror.h>
+}
+#include "codecs/detail/JPEGLibraryBuild.inc"
+} // namespace quorix_jpeg12
+
+JPEG12BitDecoder::JPEG12BitDecoder() : JPEGDecoder(12, std::make_unique<quorix_jpeg12::LibraryBuild>()) {}
+
+JPEG12BitDecoder::~JPEG12BitDecoder() = default;

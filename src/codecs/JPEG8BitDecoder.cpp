@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/JPEG8BitDecoder.h"
+
+// The library's headers stand in a namespace of this file's own, so that the types of the three builds
+// stay apart. What they include themselves comes first, outside of it.
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "codecs/JPEGDecoderException.h"
+#include "codecs/detail/JPEGLibrary.h"
+
+// Without this the library's headers declare its memory manager without the operation for lossless
+// images, and everything behind it in the wrong place.
+#define JPEG_INTERNAL_OPTIONS
+
+namespace quorix_jpeg8
+{
+extern "C"
+{
+#include <gdcmjpeg/8/jpeglib.h>
+
+#include <gdcmjpeg/8/jerror.h>
+}
+#include "codecs/detail/JPEGLibraryBuild.inc"
+} // namespace quorix_jpeg8
+
+JPEG8BitDecoder::JPEG8BitDecoder() : JPEGDecoder(8, std::make_unique<quorix_jpeg8::LibraryBuild>()) {}
+
+JPEG8BitDecoder::~JPEG8BitDecoder() = default;

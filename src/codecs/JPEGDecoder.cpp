@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/JPEGDecoder.h"
+
+#include <string>
+#include <utility>
+
+#include "codecs/MeteringKDUCompressedSource.h"
+#include "codecs/detail/JPEGInputBuffer.h"
+#include "codecs/detail/JPEGLibrary.h"
+#include "toolkit/base/StreamIOException.h"
+
+namespace
+{
+
+Decoder::ColorModel ToColorModel(JPEGColorSpace theSpace)
+{
+    switch (theSpace)
+    {
+    case JPEGColorSpace::GRAYSCALE:
+        return Decoder::COLOR_MODEL_GREY;
+    case JPEGColorSpace::RGB:
+        return Decoder::COLOR_MODEL_RGB;
+    case JPEGColorSpace::YCBCR:
+        return Decoder::COLOR_MODEL_YBR_FULL_422;
+    default:
+        return Decoder::COLOR_MODEL_UNKNOWN;
+    }
+}
+
+JPEGColorSpace ToColorSpace(Decoder::ColorModel theModel)
+{
+    switch (theModel)
+    {
+    case Decoder::COLOR_MODEL_GREY:
+        return JPEGColorSpace::GRAYSCALE;
+    case Decoder::COLOR_MODEL_RGB:
+        return JPEGColorSpace::RGB;
+    case Decoder::COLOR_MODEL_YBR_FULL_422:
+        return JPEGColorSpace::YCBCR;
+    default:
+        return JPEGColorSpace::UNKNOWN;
+    }
+}
+
+/// Colour space of three components. A JFIF marker outranks everything: JFIF knows YCbCr only. What is
+/// lossless is RGB unless the data set says otherwise, what is lossy YCbCr, because coding in RGB is
+/// usual there and unusual here.
+JPEGColorSpace ThreeComponentSpace(const JPEGFrameHeader& theHeader, Decoder::ColorModel theDataSetModel)
+{
+    const JPEGColorSpace aLossySpace =
+        theDataSetModel == Decoder::COLOR_MODEL_RGB ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
+    const JPEGColorSpace aLosslessSpace =
+        theDataSetModel == Decoder::COLOR_MODEL_YBR_FULL_422 ? JPEGColorSpace::YCBCR : JPEGColorSpace::RGB;
+    const bool aLossless = theHeader.itsProcess == JPEGProcess::LOSSLESS;
+    if (theHeader.itsJFIF)
+    {
+        return aLossless ? aLosslessSpace : JPEGColorSpace::YCBCR;
+    }
+    if (theHeader.itsAdobe)
+    {
+        return theHeader.itsAdobeTransform == 0 ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
+    }
+    if (theHeader.itsComponentIds == std::array<int, 3>{1, 2, 3})
+    {
+        return aLossySpace;
+    }
+    if (theHeader.itsComponentIds == std::array<int, 3>{'R', 'G', 'B'})
+    {
+        return JPEGColorSpace::RGB;
+    }
+    return aLossless ? aLosslessSpace : aLossySpace;
+}
+
+JPEGColorSpace FourComponentSpace(const JPEGFrameHeader& theHeader)
+{
+    const bool aTransformed = theHeader.itsAdobe && theHeader.itsAdobeTransform != 0;
+    return aTransformed ? JPEGColorSpace::YCCK : JPEGColorSpace::CMYK;
+}
+
+} // namespace
+
+struct JPEGDecoder::State
+{
+    explicit State(std::unique_ptr<JPEGLibrary> theLibrary) : itsLibrary(std::move(theLibrary)) {}
+
+    JPEGInputBuffer itsInput;
+    std::unique_ptr<JPEGLibrary> itsLibrary;
+};
+
+/// Feeds the library from one codec's source for the length of a call: with copies around, the codec that
+/// is called is the one whose source counts.
+class JPEGDecoder::Session final : public JPEGLibrary::Client
+{
+public:
+    explicit Session(JPEGDecoder& theOwner) : itsOwner(theOwner), itsInput(theOwner.itsState->itsInput) {}
+
+    int FillInput(const std::uint8_t*& theData) override
+    {
+        const int aCount =
+            itsInput.ConsumeSupplied() ? itsOwner.GetBytesRead() : itsInput.Read(itsOwner.GetSource());
+        theData = itsInput.GetData();
+        return aCount;
+    }
+
+    void CloseInput() override { itsOwner.GetSource().close(); }
+    void InputAccepted(int theBytes) override { itsInput.AddToTotal(theBytes); }
+    std::uint64_t GetInputTotal() const override { return itsInput.GetTotal(); }
+
+private:
+    JPEGDecoder& itsOwner;
+    JPEGInputBuffer& itsInput;
+};
+
+JPEGDecoder::JPEGDecoder(int theBits, std::unique_ptr<JPEGLibrary> theLibrary)
+    : itsState(std::make_shared<State>(std::move(theLibrary)))
+{
+    itsBitsAllocatedPerSample = theBits > 8 ? 16 : 8;
+    itsBitsStoredPerSample = theBits;
+    itsRecommendedBitsStoredPerSample = theBits;
+}
+
+JPEGDecoder::~JPEGDecoder() = default;
+JPEGDecoder::JPEGDecoder(const JPEGDecoder&) = default;
+JPEGDecoder& JPEGDecoder::operator=(const JPEGDecoder&) = default;
+
+void JPEGDecoder::SetSourceImpl()
+{
+    ReadHeader();
+    CorrectCompressedColorSpace();
+    SettleOutput();
+}
+
+void JPEGDecoder::ReadHeader()
+{
+    Session aSession(*this);
+    itsState->itsLibrary->ReadHeader(aSession);
+    itsPrecision = itsState->itsLibrary->GetHeader().itsPrecision;
+}
+
+void JPEGDecoder::CorrectCompressedColorSpace()
+{
+    const JPEGFrameHeader aHeader = itsState->itsLibrary->GetHeader();
+    JPEGColorSpace aSpace = JPEGColorSpace::UNKNOWN;
+    switch (aHeader.itsComponents)
+    {
+    case 1:
+        aSpace = JPEGColorSpace::GRAYSCALE;
+        break;
+    case 3:
+        aSpace = ThreeComponentSpace(aHeader, GetOriginalPhotometricInterpretation());
+        break;
+    case 4:
+        aSpace = FourComponentSpace(aHeader);
+        break;
+    default:
+        break;
+    }
+    itsState->itsLibrary->SetColorSpace(aSpace);
+}
+
+void JPEGDecoder::SettleOutput()
+{
+    const JPEGFrameHeader aHeader = itsState->itsLibrary->GetHeader();
+    const bool aGrey = aHeader.itsColorSpace == JPEGColorSpace::GRAYSCALE;
+    itsState->itsLibrary->SetOutputColorSpace(aGrey ? JPEGColorSpace::GRAYSCALE : JPEGColorSpace::RGB);
+    itsDecompressedColorspace = aGrey ? COLOR_MODEL_GREY : COLOR_MODEL_RGB;
+    itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
+    itsSamplesPerPixel = aGrey ? 1 : 3;
+    itsCompressionReversible = aHeader.itsProcess == JPEGProcess::LOSSLESS ? CR_REVERSIBLE : CR_IRREVERSIBLE;
+}
+
+void JPEGDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
+{
+    CheckBuffer(theBuffer, theSize);
+    Session aSession(*this);
+    itsState->itsLibrary->Decode(aSession, static_cast<std::uint8_t*>(theBuffer));
+}
+
+void JPEGDecoder::CheckBuffer(const void* theBuffer, std::uint64_t theSize) const
+{
+    const std::uint64_t aRequired = GetOutputSize();
+    const std::uint64_t aGiven = theBuffer == nullptr ? 0 : theSize;
+    if (aGiven < aRequired)
+    {
+        throw StreamIOException("JPEGDecoder::Decode: the decoded image has " + std::to_string(aRequired) +
+                                    " bytes, the output buffer " + std::to_string(aGiven),
+                                DLRC_DECODER_ERROR, 0);
+    }
+}
+
+Decoder::ColorModel JPEGDecoder::GetCompressedColorspace() const
+{
+    return ToColorModel(itsState->itsLibrary->GetHeader().itsColorSpace);
+}
+
+Decoder::ColorModel JPEGDecoder::GetDecompressedColorspace() const
+{
+    return ToColorModel(itsState->itsLibrary->GetHeader().itsOutputColorSpace);
+}
+
+void JPEGDecoder::SetDecompressedColorspace(ColorModel theModel)
+{
+    itsState->itsLibrary->SetOutputColorSpace(ToColorSpace(theModel));
+}
+
+std::int16_t JPEGDecoder::GetScanMode() const
+{
+    return itsState->itsLibrary->GetHeader().itsProcess == JPEGProcess::PROGRESSIVE ? 0 : 1;
+}
+
+std::uint64_t JPEGDecoder::GetImageWidth() const
+{
+    return itsState->itsLibrary->GetHeader().itsWidth;
+}
+
+std::uint64_t JPEGDecoder::GetImageHeight() const
+{
+    return itsState->itsLibrary->GetHeader().itsHeight;
+}
+
+std::uint64_t JPEGDecoder::GetOutputSize() const
+{
+    return itsState->itsLibrary->GetOutputSize();
+}
+
+std::uint8_t* JPEGDecoder::TakeBuffer()
+{
+    itsState->itsLibrary->DropInput();
+    return itsState->itsInput.Take().release();
+}
+
+void JPEGDecoder::SetBuffer(std::uint8_t* theBuffer)
+{
+    itsState->itsInput.Supply(std::unique_ptr<std::uint8_t[]>(theBuffer));
+}
+
+void JPEGDecoder::SetBytesRead(int theBytes)
+{
+    itsState->itsInput.SetBytesRead(theBytes);
+}
+
+int JPEGDecoder::GetBytesRead()
+{
+    return itsState->itsInput.GetBytesRead();
+}
+
+void JPEGDecoder::SetJpegErrorHandler()
+{
+    itsState->itsLibrary->SetErrorHandler();
+}
