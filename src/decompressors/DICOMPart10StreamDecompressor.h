@@ -4,24 +4,30 @@
 #include "decompressors/StreamDecompressor.h"
 #include "toolkit/base/MemoryAllocater.h"
 
-class Part10InputStream;
+class Part10FrontEnd;
+class Renderable;
 
 /// Decodes one frame of a DICOM Part 10 stream and makes the request's data set describe it.
 ///
-/// Holds only the allocator of images and pixel buffers, which must outlive every image made. Requests
-/// on one object may run side by side.
+/// Needs the request's stream; the data set may be null. The transfer syntax found is written into the
+/// request. An image that the result held before is let go, not freed. Holds only the allocator of images
+/// and pixel buffers, which must outlive every image made. Requests on one object may run side by side.
 class QUORIX_API DICOMPart10StreamDecompressor : public StreamDecompressor
 {
 public:
+    /// Takes images from VMMemoryAllocator's default instance.
     DICOMPart10StreamDecompressor();
     explicit DICOMPart10StreamDecompressor(MemoryAllocater& theAllocator);
     DICOMPart10StreamDecompressor(const DICOMPart10StreamDecompressor&) = default;
 
+    /// Result codes: 0 done; 6 no stream or no pixel data; 12 no way to 8-bit RGB; 37 native pixel data
+    /// shorter than the frame; 38 header, attribute, frame and parse errors and every failure without a
+    /// code of its own; else the code of the codec or stream that failed.
     void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) override;
 
 private:
-    void Decode(DecompressionRequest& theRequest, Part10InputStream& theStream,
-                DecompressionResult& theResult);
+    void Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult);
+    void FixUpDataSet(Part10FrontEnd& theFrontEnd, Renderable& theImage, DecompressionResult& theResult);
 
     MemoryAllocater& itsMemoryAllocator;
 };

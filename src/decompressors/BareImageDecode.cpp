@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/BareImageDecode.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "decoding/DecoderFactory.h"
+#include "decompressors/CompressionRatio.h"
+#include "decompressors/DecompressionRequest.h"
+#include "engine/kdu_compressed_source.h"
+#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/TransferSyntaxManager.h"
+
+namespace
+{
+const char* const thePrivateCreator = "QUORIX0";
+
+bool IsJPEG2000(const RWCString& theUID)
+{
+    return theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
+}
+
+/// Two look-ups are there for files of this library's own making; a data set that cannot answer or hold
+/// them must not cost the image.
+template <class LookUp>
+void Optional(const LookUp& theLookUp)
+{
+    try
+    {
+        theLookUp();
+    }
+    catch (const std::exception&)
+    {
+    }
+}
+
+bool IsMarkedLossy(const DICOMDataObject& theDataSet)
+{
+    RWCString aLossy;
+    return theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
+}
+} // namespace
+
+BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
+    : itsRequest(theRequest), itsDataSet(theRequest.getDICOMDataObject()), itsMemoryAllocator(theAllocator)
+{
+}
+
+std::unique_ptr<Renderable> BareImageDecode::Run()
+{
+    const RWCString& aUID = itsRequest.getTransferSyntaxUID();
+    // Nobody knows the real bits stored yet; 8 is what a bare stream is taken for.
+    const std::unique_ptr<Decoder> aCodec(
+        DecoderFactory::Create(aUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, IsJPEG2000(aUID), 8));
+    if (!aCodec)
+    {
+        return nullptr;
+    }
+    PrepareCodec(*aCodec);
+    const double aTimeToReadHeader = itsTimer.Lap() * 1000.0;
+    AllocateFor(*aCodec);
+    const double aTimeToAllocate = itsTimer.Lap() * 1000.0;
+    aCodec->Decode(itsRequest.getSourceLength(), itsRenderable->getPixelData(),
+                   itsRenderable->getPixelDataSize());
+    Describe(*aCodec);
+    itsRequest.getCompressedSource()->close();
+    itsRenderable->setTimeTakenToLoadHeader(aTimeToReadHeader);
+    itsRenderable->setTimeTakenToAllocateMemmory(aTimeToAllocate);
+    itsRenderable->setTimeTakenToLoadPixelData(itsTimer.Lap() * 1000.0);
+    return std::move(itsRenderable);
+}
+
+void BareImageDecode::PrepareCodec(Decoder& theCodec)
+{
+    const bool aLossless = itsRequest.getTransferSyntaxUID() == TransferSyntaxType::TSJPEG2KLosslessUID;
+    if (aLossless || (itsDataSet != nullptr && !IsMarkedLossy(*itsDataSet)))
+    {
+        theCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    }
+    theCodec.SetSource(itsDataSet, *itsRequest.getCompressedSource());
+    if (itsDataSet != nullptr)
+    {
+        Optional([this] { itsDataSet->ReservePrivateBlock(thePrivateCreator); });
+        std::int32_t aPixelRepresentation = 0;
+        itsDataSet->GetInteger(DICOMTags::PixelRepresentation, aPixelRepresentation);
+        theCodec.SetSigned(itsRequest.isV5ConvertPixelsToUnsigned() ? 0 : aPixelRepresentation);
+        ReadDataSet();
+    }
+    ChooseColour(theCodec);
+}
+
+void BareImageDecode::ReadDataSet()
+{
+    if (!itsDataSet->GetScratchpadValue("DecompOrigPhotoInterp", itsOriginalInterpretation))
+    {
+        itsDataSet->GetString(DICOMTags::PhotometricInterpretation, itsOriginalInterpretation);
+    }
+    itsLossy = IsMarkedLossy(*itsDataSet);
+    Optional(
+        [this]
+        {
+            std::int32_t aFlag = 0;
+            itsForcedLossless =
+                itsDataSet->GetPrivateInteger(thePrivateCreator, "LosslessCmpFlag", aFlag) && aFlag == 1;
+        });
+    itsDataSet->GetInteger(DICOMTags::BitsStored, itsDataSetBitsStored);
+}
+
+void BareImageDecode::ChooseColour(Decoder& theCodec)
+{
+    Decoder::ColorModel aModel = theCodec.GetRecommendedDecompressedColorspace();
+    switch (aModel)
+    {
+    case Decoder::COLOR_MODEL_GREY:
+        itsOutputInterpretation = itsOriginalInterpretation == "MONOCHROME1" ? "MONOCHROME1" : "MONOCHROME2";
+        break;
+    case Decoder::COLOR_MODEL_RGB:
+    case Decoder::COLOR_MODEL_YBR_PARTIAL_422:
+        aModel = Decoder::COLOR_MODEL_RGB;
+        itsOutputInterpretation = "RGB";
+        theCodec.SetSigned(0);
+        break;
+    case Decoder::COLOR_MODEL_YBR_FULL_422:
+    case Decoder::COLOR_MODEL_YBR_FULL:
+        itsOutputInterpretation = itsOriginalInterpretation;
+        theCodec.SetSigned(0);
+        break;
+    default:
+        break;
+    }
+    theCodec.SetDecompressedColorspace(aModel);
+    if (itsOriginalInterpretation == "PALETTE COLOR")
+    {
+        itsOutputInterpretation = "PALETTE COLOR";
+    }
+}
+
+void BareImageDecode::AllocateFor(const Decoder& theCodec)
+{
+    const int aSize = theCodec.GetDecompressedBufferSize();
+    const std::uint64_t aTrueSize = theCodec.GetOutputSize();
+    if (aSize < 0)
+    {
+        throw BadAllocException(aTrueSize);
+    }
+    itsRenderable = std::make_unique<Renderable>(itsMemoryAllocator);
+    itsRenderable->setPixelData(itsMemoryAllocator.Allocate(static_cast<std::uint64_t>(aSize)),
+                                static_cast<std::uint64_t>(aSize));
+    if (aTrueSize > static_cast<std::uint64_t>(aSize))
+    {
+        throw StreamIOException("CompressedImageStreamDecompressor::Decompress: the codec delivers " +
+                                    std::to_string(aTrueSize) + " bytes, the buffer holds " +
+                                    std::to_string(aSize),
+                                DLRC_DECODER_ERROR, 0);
+    }
+}
+
+void BareImageDecode::Describe(const Decoder& theCodec)
+{
+    Renderable& anImage = *itsRenderable;
+    anImage.setPhotometricInterpretation(
+        Renderable::photometricInterpretationFromString(itsOutputInterpretation));
+    anImage.setRows(static_cast<std::int32_t>(theCodec.GetImageHeight()));
+    anImage.setColumns(static_cast<std::int32_t>(theCodec.GetImageWidth()));
+    anImage.setSamplesPerPixel(theCodec.GetSamplesPerPixel());
+    anImage.setBitsAllocated(static_cast<std::int16_t>(theCodec.GetBitsAllocatedPerSample()));
+    anImage.setBitsStored(
+        static_cast<std::int16_t>(std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored)));
+    anImage.setHighBit(static_cast<std::int16_t>(theCodec.GetHighBit()));
+    anImage.setSigned(theCodec.IsSigned() != 0);
+    anImage.setPlanarConfiguration(false);
+    anImage.setPixelAspectRatioVertical(1);
+    anImage.setPixelAspectRatioHorizontal(1);
+    anImage.setLossyImageCompression(
+        itsDataSet != nullptr ? itsLossy : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE);
+    anImage.setScaleFactor(static_cast<std::int16_t>(
+        std::clamp(theCodec.GetScaleFactor(), 1, int{std::numeric_limits<std::int16_t>::max()})));
+    anImage.setCompressionRatio(GetRatio(theCodec));
+    anImage.setPixelDataLittleEndian(true);
+}
+
+std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
+{
+    const RWCString& aUID = itsRequest.getTransferSyntaxUID();
+    if (itsLossy || itsForcedLossless)
+    {
+        return itsDataSet->GetLossyImageCompressionRatio(
+            TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aUID), 0, 0, true);
+    }
+    // A codec that cannot reduce reports 1; the ratio deliberately follows the request all the same.
+    const int aScaleFactor = IsJPEG2000(aUID) ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();
+    return CompressionRatio::Calculate(itsRenderable->getPixelDataSize(), aScaleFactor,
+                                       theCodec.GetTotalBytesRead());
+}

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "decoding/Decoder.h"
+#include "image/Renderable.h"
+#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/Export.h"
+#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/RWCString.h"
+
+class DecompressionRequest;
+class DICOMDataObject;
+
+/// One bare compressed image on its way through a codec into a Renderable.
+///
+/// Made for one request, which is borrowed together with its source and data set. Not thread-safe.
+class QUORIX_API BareImageDecode
+{
+public:
+    BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator);
+
+    /// Decodes and describes the image, colour as the codec leaves it. Null when the transfer syntax has
+    /// no codec. What codec and toolkit throw passes through; no memory stays behind.
+    std::unique_ptr<Renderable> Run();
+
+private:
+    void PrepareCodec(Decoder& theCodec);
+    void ReadDataSet();
+    void ChooseColour(Decoder& theCodec);
+    void AllocateFor(const Decoder& theCodec);
+    void Describe(const Decoder& theCodec);
+    std::int32_t GetRatio(const Decoder& theCodec) const;
+
+    DecompressionRequest& itsRequest;
+    DICOMDataObject* itsDataSet; ///< may be null
+    MemoryAllocater& itsMemoryAllocator;
+    DMTickCounter itsTimer;
+    std::unique_ptr<Renderable> itsRenderable;
+    RWCString itsOriginalInterpretation;
+    RWCString itsOutputInterpretation;
+    bool itsLossy = false;          ///< by the data set
+    bool itsForcedLossless = false; ///< by the data set's private flag
+    std::int32_t itsDataSetBitsStored = 0;
+};

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/CompressionRatio.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+std::int32_t CompressionRatio::Calculate(std::uint64_t theDecodedSize, int theScaleFactor,
+                                         std::uint64_t theCompressedSize)
+{
+    if (theCompressedSize == 0)
+    {
+        return 0;
+    }
+    // Beyond 2^40 the ratio is at its limit whatever the sizes are, and float would overflow.
+    const float aFactor = std::ldexp(1.0F, std::clamp(theScaleFactor - 1, 0, 40));
+    const float aRatio =
+        static_cast<float>(theDecodedSize) * aFactor * aFactor / static_cast<float>(theCompressedSize) + 0.5F;
+    constexpr auto theLimit = std::numeric_limits<std::int32_t>::max();
+    return aRatio < static_cast<float>(theLimit) ? static_cast<std::int32_t>(aRatio) : theLimit;
+}

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+
+#include <memory>
+
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "decompressors/Part10FrameLoader.h"
+#include "decompressors/Part10FrontEnd.h"
+#include "image/VMMemoryAllocator.h"
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor()
+    : DICOMPart10StreamDecompressor(VMMemoryAllocator::GetDefaultInstance())
+{
+}
+
+DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor(MemoryAllocater& theAllocator)
+    : itsMemoryAllocator(theAllocator)
+{
+}
+
+void DICOMPart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
+                                               DecompressionResult& theResult)
+{
+    try
+    {
+        theResult.setRenderable(nullptr);
+        Part10FrontEnd aFrontEnd(theRequest, itsMemoryAllocator);
+        if (aFrontEnd.Open(theResult))
+        {
+            Decode(aFrontEnd, theResult);
+        }
+    }
+    catch (...)
+    {
+        Part10FrontEnd::ReportCurrentException(theResult);
+    }
+}
+
+void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
+{
+    theResult.setDCMLibResultCode(DLRC_SUCCESS);
+    theResult.setSystemErrorCode(0);
+    theResult.setMessage("Completed successfully");
+    theFrontEnd.Parse();
+    if (theFrontEnd.GetPixelData() == nullptr)
+    {
+        theResult.setDCMLibResultCode(DLRC_GENERAL_FAILURE);
+        theResult.setMessage("DICOMPart10StreamDecompressor::Decode: (no Renderable at end - no Pixel data "
+                             "found in object being decoded)");
+        return;
+    }
+    Part10FrameLoader aLoader(theFrontEnd, "DICOMPart10StreamDecompressor");
+    std::unique_ptr<Renderable> anImage = aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
+    if (!theFrontEnd.IsDataSetPrivate())
+    {
+        FixUpDataSet(theFrontEnd, *anImage, theResult);
+    }
+    anImage->setTotalTimeTakenToLoad(theFrontEnd.GetTotalTime());
+    theResult.setRenderable(anImage.release());
+}
+
+void DICOMPart10StreamDecompressor::FixUpDataSet(Part10FrontEnd& theFrontEnd, Renderable& theImage,
+                                                 DecompressionResult& theResult)
+{
+    DICOMDataObject& aDataSet = theFrontEnd.GetDataSet();
+    MVRFactory aFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(), theImage.getMemoryAllocator());
+    // The element says what byte order the pixels have now, so that the fix-up leaves them alone.
+    const std::unique_ptr<BufferVR> aPixels = aFactory.CreatePixelData(
+        theImage.getPixelData(), theImage.getPixelDataSize(), VR::TYPE_OW,
+        theImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER : DLEndian::BIG_ENDIAN_ORDER);
+    if (!DecompressionLibUtils::FixupDICOMObjectFromRenderable(&aDataSet, &theImage, aFactory, aPixels.get(),
+                                                               "", false, theResult))
+    {
+        throw DLRuntimeException("the data set could not be brought in line with the decoded image");
+    }
+}

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/FileToRenderableDecompressor.h"
+
+#include <cerrno>
+#include <memory>
+
+#include "codecs/InputStreamAdapter.h"
+#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "image/Renderable.h"
+#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/io/LFInputStream.h"
+
+namespace
+{
+constexpr std::size_t theBufferSize = 4096;
+
+/// What of the call goes into the request.
+struct Arguments
+{
+    const RWCString& itsSecondName;
+    DICOMDataObject& itsDataSet;
+    int itsFrameIndex;
+    int itsScaleFactor;
+};
+
+void OpenAndLock(LFInputStream& theFile)
+{
+    if (!theFile.IsOpen())
+    {
+        throw StreamIOException("DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file",
+                                DLRC_FILE_NOT_FOUND, 0);
+    }
+    if (theFile.Lock(LFStream::GetDefaultLockWaitTime(), LFStream::LOCK_FOR_READING) == 0)
+    {
+        throw StreamIOException("FileToRenderableDecompressor::DecodeFileToRenderable(): File locking failed",
+                                DLRC_FILE_LOCKING_FAILED, errno);
+    }
+}
+
+void DecodePart10(LFInputStream& theFile, const Arguments& theArguments, DecompressionResult& theResult)
+{
+    DecompressionRequest aRequest(&theFile, &theArguments.itsDataSet, theArguments.itsSecondName, true,
+                                  theArguments.itsScaleFactor, theArguments.itsFrameIndex, "", false);
+    DICOMPart10StreamDecompressor().Decompress(aRequest, theResult);
+}
+
+void DecodeBareImage(LFInputStream& theFile, const Arguments& theArguments, const RWCString& theUID,
+                     DecompressionResult& theResult)
+{
+    InputStreamAdapter aSource(theFile);
+    DecompressionRequest aRequest(&aSource, &theArguments.itsDataSet, theArguments.itsSecondName, true,
+                                  theArguments.itsScaleFactor, theArguments.itsFrameIndex, theUID, false);
+    CompressedImageStreamDecompressor().Decompress(aRequest, theResult);
+}
+
+/// False for an image type that is not known.
+bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool theLossless,
+                  const Arguments& theArguments, DecompressionResult& theResult)
+{
+    switch (theImageType)
+    {
+    case IMAGE_TYPE_DICOM_PART10:
+        DecodePart10(theFile, theArguments, theResult);
+        return true;
+    case IMAGE_TYPE_JPEG:
+        DecodeBareImage(theFile, theArguments, TransferSyntaxType::TSJPEG50UID, theResult);
+        return true;
+    case IMAGE_TYPE_JPEG2000:
+        DecodeBareImage(theFile, theArguments,
+                        theLossless ? TransferSyntaxType::TSJPEG2KLosslessUID
+                                    : TransferSyntaxType::TSJPEG2KUID,
+                        theResult);
+        return true;
+    default:
+        // IMAGE_TYPE_JPEG2000_LOSSLESS among them: here the lossless argument says it.
+        return false;
+    }
+}
+
+int Fail(DecompressionResult& theResult, DLResultCode theCode, const RWCString& theText)
+{
+    // An image that was made before the failure goes with it.
+    const std::unique_ptr<Renderable> anImage(theResult.getRenderable());
+    theResult.setRenderable(nullptr);
+    theResult.setDCMLibResultCode(theCode);
+    theResult.setMessage("FileToRenderableDecompressor::DecodeFileToRenderable: " + theText);
+    return 0;
+}
+} // namespace
+
+int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFileName,
+                                                         const RWCString& theSecondName,
+                                                         DICOMDataObject& theDataSet, JImageType theImageType,
+                                                         int theFrameIndex, int theScaleFactor,
+                                                         DecompressionResult& theResult, int theLossless)
+{
+    theResult.setRenderable(nullptr);
+    theResult.setSystemErrorCode(0);
+    try
+    {
+        LFInputStream aFile(theFileName.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE,
+                            theBufferSize);
+        OpenAndLock(aFile);
+        const Arguments anArguments{theSecondName, theDataSet, theFrameIndex, theScaleFactor};
+        if (!DecodeByType(aFile, theImageType, theLossless != 0, anArguments, theResult))
+        {
+            return Fail(theResult, DLRC_NO_DECODER, "Invalid compressed image type");
+        }
+        if (theResult.getRenderable() == nullptr)
+        {
+            // Deliberately replaces what the decompressor said: callers of this operation look for this.
+            return Fail(theResult, DLRC_DECODER_ERROR, "Decompressor produced a NULL Renderable");
+        }
+        theResult.setDCMLibResultCode(DLRC_SUCCESS);
+        return 1;
+    }
+    catch (const DecodingInterruptedException&)
+    {
+        return Fail(theResult, DLRC_DECODING_INTERRUPTED, "Decoding interrupted");
+    }
+    catch (const StreamIOException& anException)
+    {
+        theResult.setSystemErrorCode(anException.GetSystemErrorCode());
+        return Fail(theResult, anException.GetResultCode(), anException.GetMessageText());
+    }
+    catch (const ExceptionBase& anException)
+    {
+        return Fail(theResult, DLRC_DECODER_ERROR, anException.GetMessageText());
+    }
+    catch (...)
+    {
+        return Fail(theResult, DLRC_DECODER_ERROR, "unknown exception");
+    }
+}

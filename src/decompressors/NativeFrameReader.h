@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "toolkit/base/Export.h"
+
+class InputStream;
+
+/// Reads frames of native pixel data, one after the other or any later one.
+///
+/// Frames stand in the value without gaps. Where a frame does not fill its last byte (one-bit pixels,
+/// PS3.5 8.1.1) the next one begins inside that byte; its bits are moved down so that every frame is
+/// delivered from the lowest bit of its first byte. The stream is borrowed. Not thread-safe.
+class QUORIX_API NativeFrameReader
+{
+public:
+    /// theStream stands at the first byte of the value. theFrameBits: bits of one frame in the value.
+    NativeFrameReader(InputStream& theStream, std::uint64_t theFrameBits);
+
+    /// Fills theBuffer with frame theFrameIndex, (frame bits + 7) / 8 bytes, and returns that number.
+    /// Frames are asked for in ascending order. Throws StreamIOException (code 37) when the value ends
+    /// before the frame does, and for a negative index.
+    std::uint64_t ReadFrame(int theFrameIndex, unsigned char* theBuffer);
+
+private:
+    void GoTo(std::uint64_t thePosition);
+    void Read(unsigned char* theBuffer, std::uint64_t theCount);
+
+    InputStream& itsStream;
+    std::uint64_t itsFrameBits;
+    std::uint64_t itsPosition = 0; ///< of the next byte that Read delivers
+    unsigned char itsLastByte = 0; ///< the byte read last: the next frame may begin inside it
+    bool itsLastByteIsKnown = false;
+    bool itsLastByteIsPending = false; ///< Read delivers it once more
+};

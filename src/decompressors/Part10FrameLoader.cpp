@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/Part10FrameLoader.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "decoding/CompressedCodestreamDecoder.h"
+#include "decompressors/CompressionRatio.h"
+#include "decompressors/DecompressionRequest.h"
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
+#include "toolkit/dicom/PixelInputStreamVR.h"
+
+namespace
+{
+/// Bits of one frame as it stands in a native value. Only one-sample frames can end inside a byte.
+std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::uint64_t theSize)
+{
+    if (theAttributes.itsSamplesPerPixel != 1)
+    {
+        return theSize * 8;
+    }
+    return std::uint64_t(theAttributes.itsRows) * std::uint64_t(theAttributes.itsColumns) *
+           std::uint64_t(theAttributes.itsBitsAllocated);
+}
+
+bool IsNativeOrder(bool theLittleEndian)
+{
+    return theLittleEndian == (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+}
+} // namespace
+
+Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName)
+    : itsFrontEnd(theFrontEnd), itsClassName(std::move(theClassName))
+{
+}
+
+Part10FrameLoader::~Part10FrameLoader() = default;
+
+std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
+{
+    DMTickCounter aTimer;
+    Frame aFrame;
+    aFrame.itsAttributes = itsFrontEnd.GetAttributes();
+    aFrame.itsInterpretation =
+        Renderable::photometricInterpretationFromString(aFrame.itsAttributes.itsPhotometricInterpretation);
+    aFrame.itsLittleEndian = itsFrontEnd.GetDataSet().GetEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
+    aFrame.itsScaleFactor = itsFrontEnd.GetRequest().getScaleFactor();
+    const bool aNative = itsFrontEnd.GetPixelData()->GetPixelInputStream() != nullptr;
+    Allocate(aFrame, aNative ? aFrame.itsInterpretation : Renderable::RGB);
+    const double aTimeToAllocate = aTimer.Lap() * 1000.0;
+    if (aNative)
+    {
+        ReadNative(aFrame, theFrameIndex);
+    }
+    else
+    {
+        DecodeEncapsulated(aFrame, theFrameIndex);
+    }
+    Describe(aFrame);
+    ConvertToRGB(aFrame);
+    Renderable& anImage = *aFrame.itsRenderable;
+    anImage.setTimeTakenToOpenStream(itsFrontEnd.GetTimeToOpen());
+    anImage.setTimeTakenToLoadHeader(itsFrontEnd.GetTimeToParse());
+    anImage.setTimeTakenToAllocateMemmory(aTimeToAllocate);
+    anImage.setTimeTakenToLoadPixelData(aTimer.Lap() * 1000.0);
+    anImage.setTotalTimeTakenToLoad(itsFrontEnd.GetTotalTime());
+    return std::move(aFrame.itsRenderable);
+}
+
+void Part10FrameLoader::Allocate(Frame& theFrame, Renderable::PhotometricInterpretation theSizeInterpretation)
+{
+    MemoryAllocater& anAllocator = itsFrontEnd.GetMemoryAllocator();
+    theFrame.itsSize = theFrame.itsAttributes.GetFrameSize(theSizeInterpretation);
+    theFrame.itsRenderable = std::make_unique<Renderable>(anAllocator);
+    theFrame.itsRenderable->setPixelData(anAllocator.Allocate(theFrame.itsSize), theFrame.itsSize);
+}
+
+void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
+{
+    if (!itsNativeFrames)
+    {
+        itsNativeFrames.emplace(*itsFrontEnd.GetPixelData()->GetPixelInputStream(),
+                                NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
+    }
+    theFrame.itsCompressedSize =
+        itsNativeFrames->ReadFrame(theFrameIndex == -1 ? 0 : theFrameIndex,
+                                   static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()));
+    ExchangeBytesIfNeeded(theFrame);
+    if (itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned() &&
+        theFrame.itsAttributes.itsPixelRepresentation == 1)
+    {
+        MakeUnsigned(theFrame);
+    }
+}
+
+void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
+{
+    const DecompressionRequest& aRequest = itsFrontEnd.GetRequest();
+    DICOMDataObject& aDataSet = itsFrontEnd.GetDataSet();
+    InputStream& aStream = GetCompressedFrame(theFrameIndex, theFrame.itsSize);
+    CompressedCodestreamDecoder aDriver(aRequest.getTransferSyntaxUID(), theFrame.itsAttributes.itsBitsStored,
+                                        aStream, aDataSet, aRequest.getScaleFactor(), Decoder::PET_FAST);
+    aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
+    aDriver.Decode(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsRenderable->getPixelData(),
+                   theFrame.itsSize);
+
+    theFrame.itsAttributes.ReadDecoded(aDataSet);
+    SettleDecodedSize(theFrame);
+    if (aRequest.isV5ConvertPixelsToUnsigned() && !aDriver.IsDecoderSupportedOutputPixelSignConversion() &&
+        theFrame.itsAttributes.itsPixelRepresentation == 1)
+    {
+        MakeUnsigned(theFrame);
+    }
+    if (theFrame.itsAttributes.itsSamplesPerPixel == 3 &&
+        aRequest.getTransferSyntaxUID() != TransferSyntaxType::TSRLEUID)
+    {
+        // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB.
+        RWCString aDecoded;
+        aDataSet.GetString(DICOMTags::PhotometricInterpretation, aDecoded);
+        theFrame.itsInterpretation = aDecoded == "YBR_FULL" ? Renderable::YBR_FULL : Renderable::RGB;
+    }
+    theFrame.itsCompressedSize = aDriver.GetTotalBytesRead();
+    theFrame.itsScaleFactor = aDriver.GetScaleFactor();
+    ExchangeBytesIfNeeded(theFrame);
+    theFrame.itsAttributes.itsPlanar = false;
+}
+
+InputStream& Part10FrameLoader::GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize)
+{
+    if (!itsCompressedFrames)
+    {
+        itsCompressedFrames = std::make_unique<ImageFrameInputStream>(
+            *itsFrontEnd.GetPixelData()->GetPixelDataFragmentInputStream(),
+            itsFrontEnd.GetRequest().getTransferSyntaxUID(), itsFrontEnd.GetAttributes().itsNumberOfFrames,
+            theFrameSize);
+    }
+    InputStream* const aStream = itsCompressedFrames->GetFrame(theFrameIndex == -1 ? 0 : theFrameIndex);
+    if (aStream == nullptr)
+    {
+        throw StreamIOException(itsClassName + "::Decode: anImageFrameInputStream->GetFrame(" +
+                                    std::to_string(theFrameIndex) + ") failed",
+                                DLRC_PARSE_ERROR, 0);
+    }
+    return *aStream;
+}
+
+/// A codec that delivers fewer pixels than were asked for (a reduced image) fills only the front of the
+/// buffer; the record must not claim the rest.
+void Part10FrameLoader::SettleDecodedSize(Frame& theFrame) const
+{
+    const std::uint64_t aDecodedSize = theFrame.itsAttributes.GetFrameSize(Renderable::RGB);
+    if (aDecodedSize > theFrame.itsSize)
+    {
+        throw DLRuntimeException("the decoded image needs " + std::to_string(aDecodedSize) + " bytes, not " +
+                                 std::to_string(theFrame.itsSize));
+    }
+    theFrame.itsSize = aDecodedSize;
+}
+
+/// Deliberately counts pixels, not samples: of colour with 16 bits a sample only the first third of the
+/// words is exchanged, which callers expect of big-endian files.
+void Part10FrameLoader::ExchangeBytesIfNeeded(Frame& theFrame) const
+{
+    const Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    if (itsFrontEnd.GetPixelData()->GetTypeCode() != VR::TYPE_OW ||
+        itsFrontEnd.GetDataSet().GetEndian() == DLEndian::NativeEndian() || anImage.itsRows <= 0 ||
+        anImage.itsColumns <= 0)
+    {
+        return;
+    }
+    const std::uint64_t aWords =
+        std::min(std::uint64_t(anImage.itsRows) * std::uint64_t(anImage.itsColumns), theFrame.itsSize / 2);
+    auto* const aData = static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData());
+    for (std::uint64_t i = 0; i < aWords; ++i)
+    {
+        std::swap(aData[2 * i], aData[2 * i + 1]);
+    }
+    theFrame.itsLittleEndian = !theFrame.itsLittleEndian;
+}
+
+void Part10FrameLoader::MakeUnsigned(Frame& theFrame) const
+{
+    void* const aData = theFrame.itsRenderable->getPixelData();
+    if (theFrame.itsAttributes.itsBitsAllocated < 9)
+    {
+        DecompressionLibUtils::ApplyOffset(aData, theFrame.itsSize, std::int8_t{-128});
+    }
+    else if (IsNativeOrder(theFrame.itsLittleEndian))
+    {
+        DecompressionLibUtils::ApplyOffset(aData, theFrame.itsSize, std::int16_t{-32768});
+    }
+    else
+    {
+        // Subtracting 32768 inverts the highest bit of the word, which lies in the other byte here.
+        auto* const aBytes = static_cast<unsigned char*>(aData) + (theFrame.itsLittleEndian ? 1 : 0);
+        for (std::uint64_t i = 0; i < theFrame.itsSize / 2; ++i)
+        {
+            aBytes[2 * i] ^= 0x80;
+        }
+    }
+    theFrame.itsAttributes.itsPixelRepresentation = 0;
+}
+
+void Part10FrameLoader::Describe(Frame& theFrame) const
+{
+    const Part10ImageAttributes& aSource = theFrame.itsAttributes;
+    Renderable& anImage = *theFrame.itsRenderable;
+    anImage.setPhotometricInterpretation(theFrame.itsInterpretation);
+    anImage.setRows(aSource.itsRows);
+    anImage.setColumns(aSource.itsColumns);
+    anImage.setSamplesPerPixel(aSource.itsSamplesPerPixel);
+    anImage.setBitsAllocated(static_cast<std::int16_t>(aSource.itsBitsAllocated));
+    anImage.setBitsStored(static_cast<std::int16_t>(aSource.itsBitsStored));
+    anImage.setHighBit(static_cast<std::int16_t>(aSource.itsHighBit));
+    anImage.setSigned(aSource.itsPixelRepresentation == 1);
+    anImage.setPlanarConfiguration(aSource.itsPlanar);
+    anImage.setPixelAspectRatioVertical(1);
+    anImage.setPixelAspectRatioHorizontal(1);
+    anImage.setLossyImageCompression(aSource.itsLossy);
+
+    const int aScaleFactor =
+        std::clamp<int>(theFrame.itsScaleFactor, 1, std::numeric_limits<std::int16_t>::max());
+    std::int32_t aRatio = 0;
+    if (!aSource.itsForcedLossless && !aSource.itsLossy && theFrame.itsCompressedSize != 0)
+    {
+        aRatio = CompressionRatio::Calculate(theFrame.itsSize, aScaleFactor, theFrame.itsCompressedSize);
+    }
+    else if (!itsFrontEnd.IsDataSetPrivate())
+    {
+        aRatio = itsFrontEnd.GetDataSet().GetLossyImageCompressionRatio(&itsFrontEnd.GetTransferSyntaxType(),
+                                                                        0, 0, true);
+    }
+    anImage.setCompressionRatio(aRatio);
+    anImage.setScaleFactor(static_cast<std::int16_t>(aScaleFactor));
+    anImage.setPixelDataLittleEndian(theFrame.itsLittleEndian);
+    if (anImage.getPixelDataSize() != theFrame.itsSize)
+    {
+        void* const aBuffer = anImage.takePixelData();
+        anImage.setPixelData(aBuffer, theFrame.itsSize);
+    }
+}
+
+void Part10FrameLoader::ConvertToRGB(Frame& theFrame) const
+{
+    try
+    {
+        DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(itsFrontEnd.GetDataSet(),
+                                                                   *theFrame.itsRenderable);
+    }
+    catch (const std::exception& anException)
+    {
+        throw StreamIOException(
+            itsClassName + "::Decode: unable to convert image to non-planar 8-bit RGB: " + anException.what(),
+            DLRC_NOT_SUPPORTED, 0);
+    }
+}

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "decompressors/NativeFrameReader.h"
+#include "decompressors/Part10FrontEnd.h"
+#include "image/Renderable.h"
+#include "toolkit/dicom/ImageFrameInputStream.h"
+
+/// Makes finished images of the frames of a parsed Part 10 stream, one frame a call.
+///
+/// Every frame starts from the attributes that the stream has, whatever decoding the frame before wrote
+/// into the data set. The front end is borrowed; it has been parsed and has Pixel Data. Not thread-safe.
+class QUORIX_API Part10FrameLoader
+{
+public:
+    /// theClassName: the decompressor's name as messages give it.
+    Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName);
+    ~Part10FrameLoader();
+
+    /// Reads or decodes frame theFrameIndex (−1: the first and only one), brings colour to interleaved
+    /// 8-bit RGB and records what opening, parsing, allocating and decoding took. Native frames are asked
+    /// for in ascending order. Throws StreamIOException with code and text of the failure, and whatever
+    /// decoding throws; no memory stays behind.
+    std::unique_ptr<Renderable> Load(int theFrameIndex);
+
+private:
+    /// One frame on its way.
+    struct Frame
+    {
+        std::unique_ptr<Renderable> itsRenderable;
+        Part10ImageAttributes itsAttributes;
+        Renderable::PhotometricInterpretation itsInterpretation = Renderable::INVALID;
+        std::uint64_t itsSize = 0;           ///< bytes of the buffer that hold pixels
+        std::uint64_t itsCompressedSize = 0; ///< bytes that were read for them
+        int itsScaleFactor = 1;
+        bool itsLittleEndian = true;
+    };
+
+    void Allocate(Frame& theFrame, Renderable::PhotometricInterpretation theSizeInterpretation);
+    void ReadNative(Frame& theFrame, int theFrameIndex);
+    void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
+    InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);
+    void SettleDecodedSize(Frame& theFrame) const;
+    void ExchangeBytesIfNeeded(Frame& theFrame) const;
+    void MakeUnsigned(Frame& theFrame) const;
+    void Describe(Frame& theFrame) const;
+    void ConvertToRGB(Frame& theFrame) const;
+
+    Part10FrontEnd& itsFrontEnd;
+    RWCString itsClassName;
+    std::optional<NativeFrameReader> itsNativeFrames;
+    std::unique_ptr<ImageFrameInputStream> itsCompressedFrames;
+};

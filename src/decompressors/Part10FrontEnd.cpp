@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/Part10FrontEnd.h"
+
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
+#include "toolkit/dicom/PixelInputStreamVR.h"
+#include "toolkit/dicom/TransferSyntaxManager.h"
+
+namespace
+{
+void SetOutcome(DecompressionResult& theResult, DLResultCode theCode, int theSystemErrorCode,
+                const RWCString& theMessage)
+{
+    theResult.setDCMLibResultCode(theCode);
+    theResult.setSystemErrorCode(theSystemErrorCode);
+    theResult.setMessage(theMessage);
+}
+
+void SetBadHeader(DecompressionResult& theResult, const char* theText, int theSystemErrorCode)
+{
+    RWCString aMessage;
+    DecompressionLibUtils::ErrMessage(aMessage, "Error reading Part10Header, possible corruption: %s",
+                                      theText);
+    SetOutcome(theResult, DLRC_PARSE_ERROR, theSystemErrorCode, aMessage);
+}
+
+[[noreturn]] void ThrowParseError(const char* theText, int theSystemErrorCode)
+{
+    RWCString aMessage;
+    DecompressionLibUtils::ErrMessage(aMessage, "Parse error, possible corruption: %s", theText);
+    throw StreamIOException(aMessage, DLRC_PARSE_ERROR, theSystemErrorCode);
+}
+
+std::unique_ptr<DICOMDataObject> MakePrivateDataSet(const DecompressionRequest& theRequest)
+{
+    return theRequest.getDICOMDataObject() == nullptr ? std::make_unique<DICOMDataObject>() : nullptr;
+}
+} // namespace
+
+Part10FrontEnd::Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
+    : itsRequest(theRequest), itsMemoryAllocator(theAllocator),
+      itsPrivateDataSet(MakePrivateDataSet(theRequest)),
+      itsDataSet(itsPrivateDataSet ? *itsPrivateDataSet : *theRequest.getDICOMDataObject())
+{
+}
+
+Part10FrontEnd::~Part10FrontEnd() = default;
+
+bool Part10FrontEnd::Open(DecompressionResult& theResult)
+{
+    if (itsRequest.getInputStream() == nullptr)
+    {
+        SetOutcome(theResult, DLRC_GENERAL_FAILURE, 0, "Invalid compressed buffer");
+        return false;
+    }
+    try
+    {
+        itsStream.Open(itsRequest.getInputStream(), false, Part10InputStream::DefaultsToLenientParsing());
+        itsTransferSyntaxType = TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(
+            itsStream.GetTransferSyntaxUID());
+        if (itsTransferSyntaxType == nullptr)
+        {
+            itsStream.Close();
+            SetOutcome(theResult, DLRC_PARSE_ERROR, 0, "Unable to get transfer syntax UID");
+            return false;
+        }
+        itsRequest.setTransferSyntaxUID(itsStream.GetTransferSyntaxUID());
+        itsTimeToOpen = itsTimer.Lap() * 1000.0;
+        return true;
+    }
+    catch (const DICOMLibException& anException)
+    {
+        SetBadHeader(theResult, anException.what(), anException.GetSystemErrorCode());
+    }
+    catch (const std::exception& anException)
+    {
+        SetBadHeader(theResult, anException.what(), 0);
+    }
+    catch (...)
+    {
+        SetBadHeader(theResult, "unknown exception", 0);
+    }
+    itsStream.Close();
+    return false;
+}
+
+void Part10FrontEnd::Parse()
+{
+    try
+    {
+        ReadElements();
+    }
+    catch (const StreamIOException& anException)
+    {
+        // The reader's own verdict has code 38; any other code is what the stream below it reported.
+        if (anException.GetResultCode() != DLRC_PARSE_ERROR)
+        {
+            throw;
+        }
+        ThrowParseError(anException.what(), anException.GetSystemErrorCode());
+    }
+    catch (const std::exception& anException)
+    {
+        ThrowParseError(anException.what(), 0);
+    }
+    itsTimeToParse = itsTimer.Lap() * 1000.0;
+    if (itsPixelData)
+    {
+        itsAttributes.Read(itsDataSet);
+    }
+}
+
+void Part10FrontEnd::ReadElements()
+{
+    itsDataSet.SetEndian(itsTransferSyntaxType->GetEndian());
+    itsReader = itsTransferSyntaxType->CreateDataSetReader(itsStream, itsMemoryAllocator);
+    while (std::unique_ptr<VR> anElement = itsReader->Next())
+    {
+        if (anElement->GetTag() == DICOMTags::PixelData)
+        {
+            if (anElement->GetPixelInputStream() != nullptr ||
+                anElement->GetPixelDataFragmentInputStream() != nullptr)
+            {
+                itsPixelData = std::move(anElement);
+            }
+            return;
+        }
+        itsDataSet.ReplaceVR(std::move(anElement));
+    }
+}
+
+void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult)
+{
+    static const RWCString theLogicError = "A logic error occurred in the Decompressor";
+    theResult.setRenderable(nullptr);
+    try
+    {
+        throw;
+    }
+    catch (const DICOMLibException& anException)
+    {
+        const bool aCodeIsKnown = anException.GetResultCode() != DLRC_SUCCESS;
+        SetOutcome(theResult, aCodeIsKnown ? anException.GetResultCode() : DLRC_PARSE_ERROR,
+                   anException.GetSystemErrorCode(),
+                   aCodeIsKnown ? anException.GetMessageText()
+                                : theLogicError + ": " + anException.GetMessageText());
+    }
+    catch (const std::exception& anException)
+    {
+        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, theLogicError + ": " + anException.what());
+    }
+    catch (...)
+    {
+        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, theLogicError + ": unknown exception");
+    }
+}

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "decompressors/Part10ImageAttributes.h"
+#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/Export.h"
+#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/DataSetReader.h"
+#include "toolkit/dicom/Part10InputStreamInputStream.h"
+
+class DecompressionRequest;
+class DecompressionResult;
+
+/// The way from a request to a parsed Part 10 stream that stands at its Pixel Data: what every
+/// decompressor of such streams does before the first frame.
+///
+/// Open, then Parse, once each. The request (its stream and data set with it) and the allocator are
+/// borrowed; without a data set in the request the stream is parsed into a private one. Not thread-safe:
+/// one request, one front end.
+class QUORIX_API Part10FrontEnd
+{
+public:
+    Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator);
+    ~Part10FrontEnd();
+    Part10FrontEnd(const Part10FrontEnd&) = delete;
+    Part10FrontEnd& operator=(const Part10FrontEnd&) = delete;
+
+    /// Reads the file meta information and puts the transfer syntax into the request. False, with code
+    /// and message in theResult, when that fails. Never throws.
+    bool Open(DecompressionResult& theResult);
+
+    /// Reads the data set up to Pixel Data and, where there is Pixel Data, the image's attributes. Throws
+    /// StreamIOException with the code and text of the failure.
+    void Parse();
+
+    Part10InputStream& GetStream() { return itsStream; }
+    DecompressionRequest& GetRequest() { return itsRequest; }
+    MemoryAllocater& GetMemoryAllocator() { return itsMemoryAllocator; }
+
+    /// The request's data set, or the private one.
+    DICOMDataObject& GetDataSet() { return itsDataSet; }
+    bool IsDataSetPrivate() const { return itsPrivateDataSet != nullptr; }
+
+    // After Open.
+    const TransferSyntaxType& GetTransferSyntaxType() const { return *itsTransferSyntaxType; }
+
+    // After Parse.
+    /// The Pixel Data element, native or encapsulated, or null. Owned by this object.
+    VR* GetPixelData() { return itsPixelData.get(); }
+    const Part10ImageAttributes& GetAttributes() const { return itsAttributes; }
+
+    /// How long Open and Parse took, and the time since construction, in milliseconds.
+    double GetTimeToOpen() const { return itsTimeToOpen; }
+    double GetTimeToParse() const { return itsTimeToParse; }
+    double GetTotalTime() const { return itsTimer.Total() * 1000.0; }
+
+    /// Makes theResult describe the exception that is being handled and hold no image: a
+    /// StreamIOException's (or other coded exception's) own text and codes, else a logic error, code 38.
+    /// To be called in a catch block. Never throws.
+    static void ReportCurrentException(DecompressionResult& theResult);
+
+private:
+    void ReadElements();
+
+    DMTickCounter itsTimer;
+    DecompressionRequest& itsRequest;
+    MemoryAllocater& itsMemoryAllocator;
+    std::unique_ptr<DICOMDataObject> itsPrivateDataSet;
+    DICOMDataObject& itsDataSet;
+    Part10InputStreamInputStream itsStream;
+    const TransferSyntaxType* itsTransferSyntaxType = nullptr;
+    std::unique_ptr<DataSetReader> itsReader;
+    std::unique_ptr<VR> itsPixelData;
+    Part10ImageAttributes itsAttributes;
+    double itsTimeToOpen = 0.0;
+    double itsTimeToParse = 0.0;
+};

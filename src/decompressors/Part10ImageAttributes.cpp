@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/Part10ImageAttributes.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+
+namespace
+{
+/// Reads mandatory attributes. Every missing one overwrites the text of the one before, so that the last
+/// one missing is reported.
+class MandatoryAttributes
+{
+public:
+    explicit MandatoryAttributes(const DICOMDataObject& theDataSet) : itsDataSet(theDataSet) {}
+
+    void Integer(DICOMTag theTag, const char* theName, std::int32_t& theValue)
+    {
+        if (!itsDataSet.GetInteger(theTag, theValue))
+        {
+            Missing(theName);
+        }
+    }
+
+    void String(DICOMTag theTag, const char* theName, RWCString& theValue)
+    {
+        if (!itsDataSet.GetString(theTag, theValue))
+        {
+            Missing(theName);
+        }
+    }
+
+    void SetError(const RWCString& theText) { itsError = theText; }
+
+    void ThrowIfMissing() const
+    {
+        if (!itsError.empty())
+        {
+            throw StreamIOException(itsError, DLRC_PARSE_ERROR, 0);
+        }
+    }
+
+private:
+    void Missing(const char* theName)
+    {
+        DecompressionLibUtils::ErrMessage(itsError, "DC3 Tag not found: %s", theName);
+    }
+
+    const DICOMDataObject& itsDataSet;
+    RWCString itsError;
+};
+
+bool IsLossy(const DICOMDataObject& theDataSet)
+{
+    RWCString aLossy;
+    return theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
+}
+
+bool IsForcedLossless(const DICOMDataObject& theDataSet)
+{
+    std::int32_t aFlag = 0;
+    return theDataSet.GetPrivateInteger("QUORIX0", "LosslessCmpFlag", aFlag) && aFlag == 1;
+}
+
+/// What the data set says, unless an earlier decode has overwritten it and kept the original.
+bool ReadPlanar(const DICOMDataObject& theDataSet, MandatoryAttributes& theReader)
+{
+    RWCString anOriginal;
+    if (theDataSet.GetScratchpadValue("DecompOrigPlanarConfig", anOriginal))
+    {
+        return anOriginal == "1";
+    }
+    std::int32_t aPlanar = 0;
+    if (!theDataSet.GetInteger(DICOMTags::PlanarConfiguration, aPlanar))
+    {
+        theReader.SetError("Missing PlanarConfiguration attribute");
+    }
+    return aPlanar != 0;
+}
+
+std::int32_t ReadNumberOfFrames(const DICOMDataObject& theDataSet)
+{
+    RWCString aText;
+    if (!theDataSet.GetString(DICOMTags::NumberOfFrames, aText))
+    {
+        return 1;
+    }
+    constexpr long theLimit = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(aText.c_str(), nullptr, 10), 1L, theLimit));
+}
+} // namespace
+
+void Part10ImageAttributes::Read(const DICOMDataObject& theDataSet)
+{
+    MandatoryAttributes aReader(theDataSet);
+    aReader.Integer(DICOMTags::Rows, "Rows", itsRows);
+    aReader.Integer(DICOMTags::Columns, "Columns", itsColumns);
+    aReader.Integer(DICOMTags::BitsAllocated, "BitsAllocated", itsBitsAllocated);
+    aReader.Integer(DICOMTags::BitsStored, "BitsStored", itsBitsStored);
+    itsLossy = IsLossy(theDataSet);
+    itsForcedLossless = IsForcedLossless(theDataSet);
+    aReader.Integer(DICOMTags::HighBit, "HighBit", itsHighBit);
+    aReader.Integer(DICOMTags::PixelRepresentation, "PixelRepresentation", itsPixelRepresentation);
+    if (!theDataSet.GetScratchpadValue("DecompOrigPhotoInterp", itsPhotometricInterpretation))
+    {
+        aReader.String(DICOMTags::PhotometricInterpretation, "PhotometricInterpretation",
+                       itsPhotometricInterpretation);
+    }
+    aReader.Integer(DICOMTags::SamplesPerPixel, "SamplesPerPixel", itsSamplesPerPixel);
+    RWCString anOriginalSamples;
+    if (theDataSet.GetScratchpadValue("DecompOrigSamplesPerPixel", anOriginalSamples) &&
+        anOriginalSamples == "1")
+    {
+        itsSamplesPerPixel = 1;
+    }
+    itsPlanar = itsSamplesPerPixel == 3 && ReadPlanar(theDataSet, aReader);
+    itsNumberOfFrames = ReadNumberOfFrames(theDataSet);
+    aReader.ThrowIfMissing();
+}
+
+void Part10ImageAttributes::ReadDecoded(const DICOMDataObject& theDataSet)
+{
+    MandatoryAttributes aReader(theDataSet);
+    aReader.Integer(DICOMTags::Rows, "Rows", itsRows);
+    aReader.Integer(DICOMTags::Columns, "Columns", itsColumns);
+    aReader.Integer(DICOMTags::SamplesPerPixel, "SamplesPerPixel", itsSamplesPerPixel);
+    aReader.Integer(DICOMTags::BitsAllocated, "BitsAllocated", itsBitsAllocated);
+    aReader.Integer(DICOMTags::BitsStored, "BitsStored", itsBitsStored);
+    aReader.Integer(DICOMTags::HighBit, "HighBit", itsHighBit);
+    aReader.Integer(DICOMTags::PixelRepresentation, "PixelRepresentation", itsPixelRepresentation);
+    aReader.ThrowIfMissing();
+}
+
+std::uint64_t
+Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInterpretation) const
+{
+    constexpr std::int64_t theLimit = std::numeric_limits<std::int32_t>::max();
+    // Odd pixel counts of subsampled images are rounded up by at most three.
+    const std::int64_t aPixels = std::int64_t{itsRows} * itsColumns + (itsSamplesPerPixel == 3 ? 3 : 0);
+    const bool aSane = itsRows >= 0 && itsColumns >= 0 && itsSamplesPerPixel >= 0 && itsBitsAllocated >= 0 &&
+                       itsBitsAllocated <= std::numeric_limits<std::int16_t>::max();
+    if (!aSane)
+    {
+        throw BadAllocException(std::numeric_limits<std::uint64_t>::max());
+    }
+    if (aPixels > theLimit || aPixels * itsBitsAllocated > theLimit)
+    {
+        // The pixel count is below 2^62, so that neither figure overflows.
+        throw BadAllocException(static_cast<std::uint64_t>(aPixels) / 8 *
+                                static_cast<std::uint64_t>(itsBitsAllocated));
+    }
+    return Renderable::calculateRequiredBufferSize(itsRows, itsColumns, itsBitsAllocated, itsSamplesPerPixel,
+                                                   theInterpretation);
+}

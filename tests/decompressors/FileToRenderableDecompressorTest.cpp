@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "decompressors/DecompressionResult.h"
+#include "decompressors/FileToRenderableDecompressor.h"
+#include "decompressors/Part10Files.h"
+#include "image/Renderable.h"
+#include "image/VMMemoryAllocator.h"
+#include "support/TemporaryFile.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/io/LFStream.h"
+
+using namespace Part10Files;
+
+namespace
+{
+const std::string thePrefix = "FileToRenderableDecompressor::DecodeFileToRenderable: ";
+
+int Decode(const RWCString& theName, int theImageType, DecompressionResult& theResult, int theFrame = 0,
+           int theLossless = 0)
+{
+    DICOMDataObject aDataSet;
+    return FileToRenderableDecompressor::DecodeFileToRenderable(
+        theName, "", aDataSet, static_cast<JImageType>(theImageType), theFrame, 1, theResult, theLossless);
+}
+
+Bytes GreyJpeg()
+{
+    const JpegSpec aSpec;
+    return MakeJpeg(aSpec, MakeSamples(aSpec));
+}
+
+struct FileCase
+{
+    const char* itsName;
+    Bytes itsContent;
+    int itsImageType;
+    int itsFrame;
+    int itsCode;
+    std::string itsText;
+};
+} // namespace
+
+TEST(FileToRenderableDecompressor, DecodesByImageType)
+{
+    const TemporaryFile aPart10(Grey8(3));
+    const TemporaryFile aJpeg(GreyJpeg());
+    DecompressionResult aResult;
+    aResult.setSystemErrorCode(5);
+    ASSERT_EQ(Decode(aPart10.GetName(), IMAGE_TYPE_DICOM_PART10, aResult, 2), 1) << aResult.getMessage();
+    EXPECT_EQ(aResult.getDCMLibResultCode(), 0);
+    EXPECT_EQ(aResult.getSystemErrorCode(), 0);
+    EXPECT_EQ(static_cast<const std::uint8_t*>(aResult.getRenderable()->getPixelData())[0], 12);
+
+    DecompressionResult anotherResult;
+    ASSERT_EQ(Decode(aJpeg.GetName(), IMAGE_TYPE_JPEG, anotherResult), 1) << anotherResult.getMessage();
+    EXPECT_EQ(anotherResult.getRenderable()->getRows(), 8);
+}
+
+TEST(FileToRenderableDecompressor, PutsThePart10HeaderIntoTheDataSet)
+{
+    const TemporaryFile aFile(Grey8());
+    DICOMDataObject aDataSet;
+    DecompressionResult aResult;
+    EXPECT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
+                  aFile.GetName(), "", aDataSet, IMAGE_TYPE_DICOM_PART10, -1, 1, aResult, 0),
+              1);
+    std::int32_t aColumns = 0;
+    EXPECT_TRUE(aDataSet.GetInteger(DICOMTags::Columns, aColumns));
+    EXPECT_EQ(aColumns, 3);
+}
+
+TEST(FileToRenderableDecompressor, ReportsEveryFailure)
+{
+    const std::string theNoImage = thePrefix + "Decompressor produced a NULL Renderable";
+    const std::string theBadType = thePrefix + "Invalid compressed image type";
+    DicomBuilder aHeaderOnly(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    aHeaderOnly.AddImageAttributes(1, "MONOCHROME2", 2, 3, 8, 8);
+    const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
+    for (const FileCase& aCase : {
+             FileCase{"type 0", Grey8(), 0, 0, 48, theBadType},
+             FileCase{"type 7 is for other callers", GreyJpeg(), 7, 0, 48, theBadType},
+             FileCase{"type -1", Grey8(), -1, 0, 48, theBadType},
+             FileCase{"no pixel data", aHeaderOnly.Build(), 3, 0, 62, theNoImage},
+             FileCase{"no such frame", Grey8(), 3, 4, 62, theNoImage},
+             FileCase{"no JPEG stream", Grey8(), 1, 0, 62, theNoImage},
+             FileCase{"empty", {}, 3, 0, 62, theNoImage},
+         })
+    {
+        SCOPED_TRACE(aCase.itsName);
+        const TemporaryFile aFile(aCase.itsContent);
+        DecompressionResult aResult;
+        EXPECT_EQ(Decode(aFile.GetName(), aCase.itsImageType, aResult, aCase.itsFrame), 0);
+        EXPECT_EQ(aResult.getDCMLibResultCode(), aCase.itsCode);
+        EXPECT_EQ(aResult.getMessage(), aCase.itsText);
+        EXPECT_EQ(aResult.getRenderable(), nullptr);
+    }
+    EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
+}
+
+TEST(FileToRenderableDecompressor, ReportsAFileThatIsNotThere)
+{
+    // The file comes before the type.
+    for (const int aType : {0, 1, 3})
+    {
+        DecompressionResult aResult;
+        EXPECT_EQ(Decode("/nowhere/at/all", aType, aResult), 0);
+        EXPECT_EQ(aResult.getDCMLibResultCode(), 3);
+        EXPECT_EQ(aResult.getSystemErrorCode(), 0);
+        EXPECT_EQ(aResult.getMessage(),
+                  thePrefix + "DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file");
+    }
+}
+
+TEST(FileToRenderableDecompressor, HoldsTheReadLockOnlyWhileItDecodes)
+{
+    const TemporaryFile aFile(Grey8());
+    const double aWaitTime = LFStream::GetDefaultLockWaitTime();
+    LFStream::SetDefaultLockWaitTime(0.05);
+    {
+        LFStream aWriter(LFStream::UNBUFFERED);
+        ASSERT_TRUE(aWriter.open(aFile.GetName(),
+                                 LFStream::MODE_IN | LFStream::MODE_OUT | LFStream::MODE_BINARY,
+                                 LFStream::SHARE_DENY_NONE));
+        ASSERT_NE(aWriter.Lock(0.05, LFStream::LOCK_FOR_WRITING), 0);
+        DecompressionResult aResult;
+        EXPECT_EQ(Decode(aFile.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 0);
+        EXPECT_EQ(aResult.getDCMLibResultCode(), 9);
+        EXPECT_NE(aResult.getSystemErrorCode(), 0);
+        EXPECT_EQ(aResult.getMessage(),
+                  thePrefix + "FileToRenderableDecompressor::DecodeFileToRenderable(): File locking failed");
+        aWriter.Unlock();
+
+        EXPECT_EQ(Decode(aFile.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 1) << aResult.getMessage();
+        EXPECT_NE(aWriter.Lock(0.05, LFStream::LOCK_FOR_WRITING), 0) << "the read lock outlived the decode";
+    }
+    LFStream::SetDefaultLockWaitTime(aWaitTime);
+}
