@@ -49,7 +49,7 @@ def main():
     with open(sys.argv[1], encoding="utf-8") as lines:
         results = [json.loads(line) for line in lines]
     print_table(results)
-    tiles = [tile(result) for result in results if result["result_code"] == 0]
+    tiles = [tile(result) for result in results if result["output"]]
     rows = (len(tiles) + COLUMNS - 1) // COLUMNS
     sheet = Image.new("RGB", (COLUMNS * TILE, max(1, rows) * (TILE + CAPTION)), "white")
     for index, picture in enumerate(tiles):

@@ -1,0 +1,456 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Runs quorix-decompress on small files made here and compares what it writes with the pixels put in.
+
+usage: cli_test.py PROGRAM [unittest arguments]
+"""
+
+import hashlib
+import json
+import os
+import pty
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+import zlib
+
+PROGRAM = ""
+IMPLICIT, EXPLICIT, BIG, RLE, J2K, BASELINE, LOSSLESS = (
+    "1.2.840.10008.1.2" + end for end in ("", ".1", ".2", ".5", ".4.90", ".4.50", ".4.70"))
+
+JSON_FIELDS = """file frame result_code system_error message rows columns samples_per_pixel bits_allocated
+bits_stored high_bit signed photometric planar lossy compression_ratio scale_factor bytes sha256 output
+time_total_ms time_open_ms time_header_ms time_allocate_ms time_pixels_ms""".split()
+
+
+# Input files.
+
+def element(tag, vr, value, order="<", implicit=False):
+    if isinstance(value, int):
+        value = struct.pack(order + "H", value)
+    elif isinstance(value, str):
+        value = value.encode() + (b"" if len(value) % 2 == 0 else b"\0" if vr == "UI" else b" ")
+    head = struct.pack(order + "HH", tag >> 16, tag & 0xffff)
+    length = 0xffffffff if vr == "OB" and value.startswith(b"\xfe\xff\x00\xe0") else len(value)
+    if implicit:
+        return head + struct.pack(order + "L", length) + value
+    return head + vr.encode() + struct.pack(order + ("HL" if vr in ("OB", "OW") else "H"),
+                                            *((0, length) if vr in ("OB", "OW") else (length,))) + value
+
+
+def encapsulated(frames):
+    items = [b""] + [frame + b"\0" * (len(frame) % 2) for frame in frames]
+    return b"".join(b"\xfe\xff\x00\xe0" + struct.pack("<L", len(item)) + item for item in items) + \
+        b"\xfe\xff\xdd\xe0\0\0\0\0"
+
+
+def rle_frame(planes):
+    """Literal packets only, a segment for each byte plane."""
+    segments = []
+    for plane in planes:
+        coded = b"".join(bytes([len(plane[at:at + 128]) - 1]) + plane[at:at + 128] for at in range(0, len(plane), 128))
+        segments.append(coded + b"\0" * (len(coded) % 2))
+    offsets = [64 + sum(len(one) for one in segments[:index]) for index in range(len(segments))]
+    return struct.pack("<16L", len(segments), *(offsets + [0] * (15 - len(offsets)))) + b"".join(segments)
+
+
+def dicom(pixels, rows, columns, *, allocated=16, stored=None, signed=0, photometric="MONOCHROME2", samples=1,
+          frames=None, syntax=EXPLICIT, extra=(), word="OW"):
+    """A Part 10 file. pixels: the value of Pixel Data, or a list of compressed frames."""
+    stored = stored or allocated
+    order, implicit = (">" if syntax == BIG else "<"), syntax == IMPLICIT
+    meta = element(0x00020002, "UI", "1.2.840.10008.5.1.4.1.1.7") + element(0x00020003, "UI", "1.2.3.4") + \
+        element(0x00020010, "UI", syntax)
+    meta = element(0x00020000, "UL", struct.pack("<L", len(meta))) + meta
+    elements = [(0x00080008, "CS", "ORIGINAL\\PRIMARY"), (0x00080016, "UI", "1.2.840.10008.5.1.4.1.1.7"),
+                (0x00080018, "UI", "1.2.3.4"), (0x00280002, "US", samples), (0x00280004, "CS", photometric),
+                (0x00280010, "US", rows), (0x00280011, "US", columns), (0x00280100, "US", allocated),
+                (0x00280101, "US", stored), (0x00280102, "US", stored - 1), (0x00280103, "US", signed), *extra]
+    if samples == 3:
+        elements.append((0x00280006, "US", 0))
+    if frames is not None:
+        elements.append((0x00280008, "IS", str(frames)))
+    if isinstance(pixels, list):
+        elements.append((0x7fe00010, "OB", encapsulated(pixels)))
+    else:
+        elements.append((0x7fe00010, word, pixels + b"\0" * (len(pixels) % 2)))
+    body = b"".join(element(*one, order=order, implicit=implicit) for one in sorted(elements, key=lambda e: e[0]))
+    return b"\0" * 128 + b"DICM" + meta + body
+
+
+class BitWriter:
+    def __init__(self):
+        self.bits = ""
+
+    def difference(self, value):
+        """A Huffman code of five bits that is the category, then the value's own bits; 32768 has none."""
+        value = (value + 32767) % 65536 - 32767
+        category = abs(value).bit_length()
+        self.bits += f"{category:05b}"
+        if 0 < category < 16:
+            self.bits += f"{value if value > 0 else value + (1 << category) - 1:0{category}b}"
+
+    def stuffed(self):
+        bits = self.bits + "1" * (-len(self.bits) % 8)
+        return b"".join(b"\xff\0" if byte == 255 else bytes([byte])
+                        for byte in (int(bits[at:at + 8], 2) for at in range(0, len(bits), 8)))
+
+
+def jpeg(process, precision, rows, columns, components, scan, spectral=(1, 0, 0)):
+    def segment(marker, body):
+        return bytes([0xff, marker]) + struct.pack(">H", len(body) + 2) + body
+    frame = struct.pack(">BHHB", precision, rows, columns, components) + \
+        b"".join(bytes([index + 1, 0x11, 0]) for index in range(components))
+    table = bytes([0] * 4 + [17] + [0] * 11) + bytes(range(17))
+    tables = segment(0xdb, b"\0" + bytes([8] * 64)) + segment(0xc4, b"\x10" + bytes([1] + [0] * 15) + b"\0")
+    start = bytes([components]) + b"".join(bytes([index + 1, 0]) for index in range(components)) + bytes(spectral)
+    return b"\xff\xd8" + (tables if process != 3 else b"") + segment(0xc0 + process, frame) + segment(0xc4, b"\0" + table) + \
+        segment(0xda, start) + scan + b"\xff\xd9"
+
+
+def lossless_jpeg(values, rows, columns, precision, components=1):
+    """Predictor 1: the sample to the left, above at the start of a row, the middle value at the first."""
+    writer = BitWriter()
+    for at in range(rows * columns):
+        for component in range(components):
+            here = values[at * components + component]
+            before = 1 << (precision - 1) if at == 0 else \
+                values[(at - (1 if at % columns else columns)) * components + component]
+            writer.difference(here - before)
+    return jpeg(3, precision, rows, columns, components, writer.stuffed())
+
+
+def flat_jpeg(level, precision):
+    """8 x 8 pixels of one value: a DC coefficient and the end of the block."""
+    writer = BitWriter()
+    writer.difference(level - (1 << (precision - 1)))
+    writer.bits += "0"
+    return jpeg(0 if precision == 8 else 1, precision, 8, 8, 1, writer.stuffed(), (0, 63, 0))
+
+
+# Output files.
+
+def read_png(path):
+    """(columns, rows, depth, colour type, values)"""
+    with open(path, "rb") as file:
+        data = file.read()
+    at, packed, header = 8, b"", None
+    while at < len(data):
+        length, kind = struct.unpack(">L4s", data[at:at + 8])
+        body = data[at + 8:at + 8 + length]
+        header = struct.unpack(">LLBB", body[:10]) if kind == b"IHDR" else header
+        packed += body if kind == b"IDAT" else b""
+        at += length + 12
+    columns, rows, depth, colour = header
+    bits = depth * (3 if colour == 2 else 1)
+    stride, step = (columns * bits + 7) // 8, max(1, bits // 8)
+    raw, values, above = zlib.decompress(packed), [], bytearray((columns * bits + 7) // 8)
+    for row in range(rows):
+        kind, line = raw[row * (stride + 1)], bytearray(raw[row * (stride + 1) + 1:(row + 1) * (stride + 1)])
+        for index in range(stride):
+            left = line[index - step] if index >= step else 0
+            corner = above[index - step] if index >= step else 0
+            up, estimate = above[index], left + above[index] - corner
+            nearest = min((left, up, corner), key=lambda one: abs(estimate - one))
+            line[index] = (line[index] + (0, left, up, (left + up) // 2, nearest)[kind]) & 255
+        above = line
+        if depth == 1:
+            values += [line[index // 8] >> (7 - index % 8) & 1 for index in range(columns)]
+        else:
+            values += struct.unpack(f">{stride // (depth // 8)}{'H' if depth == 16 else 'B'}", bytes(line))
+    return columns, rows, depth, colour, values
+
+
+def read_pnm(path):
+    with open(path, "rb") as file:
+        content = file.read()
+    lines = content.split(b"\n", 3) if content[3:4] != b"#" else [content[:2], *content.split(b"\n", 4)[2:]]
+    data, top = lines[3], int(lines[2])
+    kind = f">{len(data) // 2}H" if top > 255 else f">{len(data)}B"
+    return lines[0], [int(one) for one in lines[1].split()], top, list(struct.unpack(kind, data))
+
+
+def words(values, order="<"):
+    return struct.pack(f"{order}{len(values)}H", *(value & 0xffff for value in values))
+
+
+RAMP = [index * 193 % 4096 for index in range(30)]  # 12 bits, 5 x 6
+SIGNED = [index * 2001 - 30000 for index in range(30)]
+SMALL = [index * 8 for index in range(30)]
+COLOUR = [index * 7 % 256 for index in range(90)]
+PALETTE = tuple((0x00281101 + channel, "US", struct.pack("<3H", 32, 0, 16)) for channel in range(3)) + tuple(
+    (0x00281201 + channel, "OW", words([(31 - index) * 2048 if channel else index * 256 for index in range(32)]))
+    for channel in range(3))
+MAPPED = [value for index in range(30) for value in (index, (31 - index) * 8, (31 - index) * 8)]
+HIGH, LOW = bytes(value >> 8 for value in RAMP), bytes(value & 255 for value in RAMP)
+
+# name: (file, depth of a picture, samples of a picture, decoded bytes)
+IMAGES = {
+    "grey12": (dicom(words(RAMP), 5, 6, stored=12), 16, RAMP, words(RAMP)),
+    # Old files keep overlays above High Bit: the values must not be spoilt by them, the bytes stay.
+    "overlay": (dicom(words([v | 0xa000 for v in RAMP]), 5, 6, stored=12), 16, RAMP, words([v | 0xa000 for v in RAMP])),
+    "signed16": (dicom(words(SIGNED), 5, 6, signed=1), 16, [v + 32768 for v in SIGNED], words(SIGNED)),
+    "signed8": (dicom(bytes(v - 120 & 255 for v in SMALL), 5, 6, allocated=8, signed=1), 8,
+                [v + 8 for v in SMALL], bytes(v - 120 & 255 for v in SMALL)),
+    "implicit": (dicom(bytes(SMALL), 5, 6, allocated=8, syntax=IMPLICIT), 8, SMALL, bytes(SMALL)),
+    "bigendian": (dicom(words(RAMP, ">"), 5, 6, stored=12, syntax=BIG), 16, RAMP, words(RAMP)),
+    "mono1": (dicom(bytes(SMALL), 5, 6, allocated=8, photometric="MONOCHROME1"), 8, SMALL, bytes(SMALL)),
+    "bits": (dicom(b"\x35\xc1\x0f", 3, 8, allocated=1, word="OB"), 1,
+             [byte >> bit & 1 for byte in b"\x35\xc1\x0f" for bit in range(8)], b"\x35\xc1\x0f"),
+    "rgb": (dicom(bytes(COLOUR), 5, 6, allocated=8, samples=3, photometric="RGB"), 8, COLOUR, bytes(COLOUR)),
+    "palette": (dicom(bytes(range(30)), 5, 6, allocated=8, photometric="PALETTE COLOR", extra=PALETTE), 8, MAPPED,
+                bytes(MAPPED)),
+    "rle16": (dicom([rle_frame([HIGH, LOW])], 5, 6, stored=12, syntax=RLE), 16, RAMP, words(RAMP)),
+    "jpegll": (dicom([lossless_jpeg(RAMP, 5, 6, 12)], 5, 6, stored=12, syntax=LOSSLESS), 16, RAMP, words(RAMP)),
+    "bare12": (lossless_jpeg(RAMP, 5, 6, 12), 16, RAMP, words(RAMP)),
+    "bare16": (lossless_jpeg([v * 16 for v in RAMP], 5, 6, 16), 16, [v * 16 for v in RAMP], words([v * 16 for v in RAMP])),
+    "bare8": (lossless_jpeg(SMALL, 5, 6, 8), 8, SMALL, bytes(SMALL)),
+    "bare5": (lossless_jpeg(list(range(30)), 5, 6, 5), 8, list(range(30)), bytes(range(30))),
+    "barergb": (lossless_jpeg(COLOUR, 5, 6, 8, 3), 8, COLOUR, bytes(COLOUR)),
+    "barergb12": (lossless_jpeg([v * 16 for v in COLOUR], 5, 6, 12, 3), 16, [v * 16 for v in COLOUR],
+                  words([v * 16 for v in COLOUR])),
+    "flat8": (flat_jpeg(138, 8), 8, [138] * 64, bytes([138] * 64)),
+    "flat12": (flat_jpeg(2500, 12), 16, [2500] * 64, words([2500] * 64)),
+}
+MULTI = dicom(b"".join(bytes([value] * 6) for value in (10, 20, 30)), 2, 3, allocated=8, frames=3)
+
+
+class CommandLine(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="quorix-cli-")
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def put(self, name, content):
+        os.makedirs(os.path.dirname(self.path(name)), exist_ok=True)
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
+    def get(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def run_it(self, *arguments, status=0, stdin=b""):
+        done = subprocess.run([PROGRAM, *arguments], input=stdin, capture_output=True, cwd=self.folder, timeout=60,
+                              check=False)
+        self.assertEqual(done.returncode, status, (arguments, done.stdout, done.stderr))
+        return done
+
+    def lines(self, *arguments, **keywords):
+        return [json.loads(line) for line in self.run_it("--json", *arguments, **keywords).stdout.splitlines()]
+
+    def test_pictures_hold_the_real_values(self):
+        for name, (content, depth, values, decoded) in IMAGES.items():
+            with self.subTest(name):
+                self.put(name + ".in", content)
+                line = self.lines(name + ".in", "-o", name + ".png")[0]
+                columns, rows, got_depth, colour, got = read_png(self.path(name + ".png"))
+                self.assertEqual((columns, rows, got_depth, got), (line["columns"], line["rows"], depth, list(values)))
+                self.assertEqual(colour, 2 if len(values) == 3 * rows * columns else 0)
+                self.assertEqual(line["sha256"], hashlib.sha256(decoded).hexdigest())
+                self.run_it(name + ".in", "--format", "pnm", "-o", name + ".pnm")
+                magic, size, top, got = read_pnm(self.path(name + ".pnm"))
+                self.assertEqual((magic, size), (b"P6" if colour else b"P5", [columns, rows]))
+                self.assertEqual((top, got), ((1 << depth) - 1, list(values)))
+
+    def test_raw_and_rend_are_the_decoded_bytes(self):
+        for name in ("overlay", "rgb", "bare12"):
+            self.put(name + ".dcm", IMAGES[name][0])
+            self.run_it(name + ".dcm", "--format", "raw")
+            self.assertEqual(self.get(name + ".raw"), IMAGES[name][3], name)
+            self.run_it(name + ".dcm", "--format", "rend")
+            saved = self.get(name + ".rend")
+            self.assertEqual((saved[64:], saved[3:7]), (IMAGES[name][3], b"REND"), name)
+            self.assertEqual(sum(saved[:62]) & 0xffff, struct.unpack("<H", saved[62:64])[0], name)
+
+    def test_window(self):
+        def linear(value, center, width):
+            if value <= center - 0.5 - (width - 1) / 2:
+                return 0
+            if value > center - 0.5 + (width - 1) / 2:
+                return 255
+            return int(((value - (center - 0.5)) / (width - 1) + 0.5) * 255 + 0.5)
+
+        def automatic(values):
+            return [linear(v, (min(values) + max(values) + 1) / 2, max(values) - min(values) + 1) for v in values]
+
+        rescale = ((0x00281052, "DS", "-1024"), (0x00281053, "DS", "2"))
+        padding = ((0x00280120, "US", 5000),)
+        cases = [
+            ("given", dicom(words(RAMP), 5, 6), "1000,500", [linear(v, 1000, 500) for v in RAMP]),
+            ("negative", dicom(words(SIGNED), 5, 6, signed=1), "-500.5,2e4", [linear(v, -500.5, 2e4) for v in SIGNED]),
+            ("width one", dicom(words(RAMP), 5, 6), "1000,1", [255 if v > 999.5 else 0 for v in RAMP]),
+            ("rescaled", dicom(words(RAMP), 5, 6, extra=rescale), "40,400", [linear(2 * v - 1024, 40, 400) for v in RAMP]),
+            ("auto", dicom(words(SIGNED), 5, 6, signed=1), "auto", automatic(SIGNED)),
+            ("auto, overlay bits", IMAGES["overlay"][0], "auto", automatic(RAMP)),
+            ("auto, rescaled", dicom(words(RAMP), 5, 6, extra=rescale), "auto", automatic(RAMP)),
+            ("auto, inverted", IMAGES["mono1"][0], "auto", [255 - v for v in automatic(SMALL)]),
+            ("padding", dicom(words(RAMP[:-1] + [5000]), 5, 6, extra=padding), "auto", automatic(RAMP[:-1]) + [255]),
+            ("auto, 32 bits", dicom(struct.pack("<30L", *(v * 1000 for v in RAMP)), 5, 6, allocated=32), "auto",
+             automatic([v * 1000 for v in RAMP])),
+            ("colour stays", IMAGES["rgb"][0], "10,20", COLOUR),
+        ]
+        for name, content, window, expected in cases:
+            with self.subTest(name):
+                self.put("w.dcm", content)
+                self.run_it("w.dcm", "--window", window)
+                self.assertEqual(read_png(self.path("w.png"))[2:], (8, 2 if len(expected) == 90 else 0, expected))
+
+    def test_dicom_output_describes_what_it_holds(self):
+        cases = [
+            ("several frames", MULTI, ["--all-frames"], {"frames": 3, "bits_allocated": 8}, b"\n" * 6),
+            ("one of them", MULTI, ["--frame", "1"], {"frames": 1}, b"\x14" * 6),
+            ("big endian", IMAGES["bigendian"][0], [], {"bits_stored": 12}, IMAGES["bigendian"][3]),
+            ("palette", IMAGES["palette"][0], [], {"photometric": "RGB", "samples_per_pixel": 3}, bytes(MAPPED)),
+            ("bare, 12 bits", IMAGES["bare12"][0], [], {"bits_stored": 12, "lossy": None}, words(RAMP)),
+            ("bare, lossy", IMAGES["flat8"][0], [], {"lossy": True}, bytes([138] * 64)),
+            ("signed", IMAGES["signed16"][0], [], {"signed": True}, words(SIGNED)),
+        ]
+        for name, content, arguments, attributes, first in cases:
+            with self.subTest(name):
+                self.put("in", content)
+                self.run_it("in", "--format", "dicom", "-o", "out.dcm", *arguments)
+                info = self.lines("--info", "out.dcm")[0]
+                self.assertEqual(info["transfer_syntax"], EXPLICIT)
+                self.assertEqual({key: info[key] for key in attributes}, attributes)
+                self.assertEqual(self.lines("out.dcm", "--format", "none")[0]["sha256"], hashlib.sha256(first).hexdigest())
+        self.put("in", MULTI[:-6])
+        done = self.run_it("in", "--format", "dicom", "--all-frames", "-o", "no.dcm", status=2)
+        self.assertIn(b"frames are missing", done.stderr)
+        self.assertFalse(os.path.exists(self.path("no.dcm")))
+
+    @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
+    def test_lossy_history(self):
+        cases = [("jpeg", dicom([flat_jpeg(138, 8)], 8, 8, allocated=8, syntax=BASELINE), True),
+                 ("bare", flat_jpeg(138, 8), True), ("lossless", IMAGES["jpegll"][0], False)]
+        for name, content, lossy in cases:
+            with self.subTest(name):
+                self.put("in", content)
+                self.run_it("in", "--format", "dicom", "-o", "out.dcm")
+                dump = subprocess.run(["dcmdump", "-q", self.path("out.dcm")], capture_output=True, check=True).stdout
+                for text in (b"[01]", b"\\JPEG LOSSY", b"ISO_10918_1", b"LOSSY JPEG COMPRESSION"):
+                    self.assertEqual(text in dump, lossy, (text, dump))
+                self.assertEqual(b"SourceImageSequence" in dump, name == "jpeg")
+
+    def test_exit_status(self):
+        good, j2k = IMAGES["grey12"][0], dicom([b"\xff\x4f\xff\x51"], 5, 6, syntax=J2K)
+        for name, content in (("good.dcm", good), ("cut.dcm", good[:-20]), ("noise", b"\1" * 500), ("empty", b""),
+                              ("j2k.dcm", j2k), ("wide.dcm", dicom(bytes(120), 5, 6, allocated=32)),
+                              ("multi.dcm", MULTI), ("bare.jpg", IMAGES["bare12"][0]), ("tree/readme.txt", b"text")):
+            self.put(name, content)
+        cases = [
+            (0, [["--help"], ["--version"], ["good.dcm"], ["good.dcm", "-o", "made/here/"], ["good.dcm", "--scale", "3"],
+                 ["bare.jpg", "--type", "jpeg"], ["--info", "j2k.dcm"], ["--info", "cut.dcm"], ["multi.dcm", "--frame", "2"]]),
+            (1, [[], ["--frobnicate", "good.dcm"], ["good.dcm", "--format", "gif"], ["good.dcm", "--frame", "-1"],
+                 ["good.dcm", "--frame", "x"], ["good.dcm", "--frame", "0", "--all-frames"], ["good.dcm", "--jobs", "0"],
+                 ["good.dcm", "--scale", "0"], ["good.dcm", "--window", "1"], ["good.dcm", "--window", "40,0.5"],
+                 ["good.dcm", "--window", "nan,5"], ["good.dcm", "--window", "auto", "--format", "raw"], ["-", "-"]]),
+            (2, [["good.dcm", "missing.dcm"], ["cut.dcm", "good.dcm"], ["good.dcm", "tree"], ["--info", "good.dcm", "noise"]]),
+            (3, [["good.dcm", "-o", "noise/x.png"], ["good.dcm", "bare.jpg", "-o", "noise"], ["wide.dcm"],
+                 ["good.dcm", "missing.dcm", "wide.dcm"], ["good.dcm", "-o", "no/such/folder.png"],
+                 ["good.dcm", "--format", "dicom", "-o", "good.dcm"], ["good.dcm", "-o", "/dev/null"]]),
+            (4, [["missing.dcm"], ["noise"], ["empty"], ["cut.dcm"], ["j2k.dcm"], ["tree"], ["multi.dcm", "--frame", "3"],
+                 ["bare.jpg", "--frame", "1"], ["good.dcm", "--type", "jpeg"], ["good.dcm", "--type", "j2k"]]),
+        ]
+        for status, command in ((status, command) for status, commands in cases for command in commands):
+            with self.subTest(command):
+                self.run_it(*command, status=status)
+        self.assertEqual(self.get("good.dcm"), IMAGES["grey12"][0])
+        left = [name for _, _, names in os.walk(self.folder) for name in names if name.endswith(".tmp")]
+        self.assertEqual(left, [])
+
+    def test_errors_name_input_frame_and_code(self):
+        self.put("cut.dcm", IMAGES["grey12"][0][:-20])
+        broken = rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4
+        self.put("rle.dcm", dicom([broken], 5, 6, stored=12, syntax=RLE))
+        for name, text in (("cut.dcm", "code 37: Failed to read the pixel data"),
+                           ("none.dcm", "code 3: unable to open the file (No such file or directory)")):
+            self.assertEqual(self.run_it(name, status=4).stderr.decode(), f"{name}: frame 0: {text}\n")
+        # Some codecs print their errors: nothing but JSON may reach standard output.
+        line = self.lines("rle.dcm", status=4)[0]
+        self.assertNotEqual(line["result_code"], 0)
+
+    def test_json_fields(self):
+        self.put("good.dcm", IMAGES["signed16"][0])
+        good, bad = self.lines("good.dcm", "bad.dcm", status=2)
+        self.assertEqual(list(good), JSON_FIELDS)
+        self.assertEqual(list(bad), JSON_FIELDS)
+        expected = {"file": "good.dcm", "frame": 0, "result_code": 0, "system_error": 0,
+                    "message": "Completed successfully", "rows": 5, "columns": 6, "samples_per_pixel": 1,
+                    "bits_allocated": 16, "bits_stored": 16, "high_bit": 15, "signed": True,
+                    "photometric": "MONOCHROME2", "planar": False, "lossy": False, "compression_ratio": 1,
+                    "scale_factor": 1, "bytes": 60, "sha256": hashlib.sha256(words(SIGNED)).hexdigest(),
+                    "output": "good.png"}
+        self.assertEqual({key: good[key] for key in expected}, expected)
+        self.assertTrue(all(good[key] >= 0 for key in JSON_FIELDS if key.startswith("time_")))
+        self.assertGreater(good["time_total_ms"], 0)
+        self.assertEqual((bad["result_code"], bad["system_error"], bad["rows"], bad["output"]), (3, 2, None, None))
+        lines = self.lines("--all-frames", "--format", "dicom", "-o", "all.dcm", self.put("multi.dcm", MULTI))
+        self.assertEqual([(line["frame"], line["output"]) for line in lines], [(n, "all.dcm") for n in range(3)])
+
+    def test_standard_input(self):
+        for name in ("grey12", "bare12", "rle16"):
+            self.run_it("-", stdin=IMAGES[name][0])
+            self.assertEqual(read_png(self.path("stdin.png"))[4], RAMP, name)
+        self.assertEqual([line["sha256"] for line in self.lines("-", "--all-frames", "--format", "none", stdin=MULTI)],
+                         [hashlib.sha256(bytes([value] * 6)).hexdigest() for value in (10, 20, 30)])
+        self.run_it("-", status=4, stdin=b"")
+
+    def test_output_names(self):
+        files = {"a/x.dcm": MULTI, "a/deep/x.dcm": IMAGES["grey12"][0], "a/1.2.840.7": IMAGES["grey12"][0],
+                 "a/notes.txt": b"no image", "a/DICOMDIR": IMAGES["grey12"][0], "x.jpg": IMAGES["bare8"][0],
+                 "x_f0001.dcm": IMAGES["grey12"][0]}
+        for name, content in files.items():
+            self.put(name, content)
+        os.symlink(self.folder, self.path("a/loop"))
+        for jobs in ("1", "4"):
+            self.run_it("x.jpg", "a", "x_f0001.dcm", "-o", "out", "--jobs", jobs)
+            names = sorted(os.listdir(self.path("out")))
+            self.assertEqual(names, ["1.2.840.7.png", "x-2.png", "x-3.png", "x.png", "x_f0001.png"])
+            self.assertEqual(read_png(self.path("out/x.png"))[4], SMALL)
+            self.assertEqual(read_png(self.path("out/x-3.png"))[4], RAMP)
+        self.run_it("a/x.dcm", "x_f0001.dcm", "-o", "all", "--all-frames")
+        self.assertEqual(sorted(os.listdir(self.path("all"))),
+                         ["x_f0000.png", "x_f0001-2.png", "x_f0001.png", "x_f0002.png"])
+        self.run_it("a/x.dcm", "-o", "named.file", "--all-frames")
+        self.assertEqual(read_png(self.path("named_f0002.file"))[4], [30] * 6)
+        shutil.copy(self.path("a/x.dcm"), self.path("x.dcm"))
+        self.run_it("x.dcm", "--format", "dicom")  # into the folder where the input is
+        self.assertEqual(self.get("x.dcm"), MULTI)
+        self.assertTrue(os.path.exists(self.path("x-2.dcm")))
+
+    def test_jobs_keep_lines_whole(self):
+        for index in range(40):
+            self.put(f"in/{index:02}.dcm", dicom(bytes([index] * 30), 5, 6, allocated=8))
+        lines = self.lines("in", "--jobs", "8", "-o", "out")
+        self.assertEqual({line["output"]: line["sha256"] for line in lines},
+                         {f"out/{index:02}.png": hashlib.sha256(bytes([index] * 30)).hexdigest() for index in range(40)})
+
+    def test_claimed_frames_that_are_not_there(self):
+        self.put("many.dcm", dicom(bytes(60), 5, 6, frames=2000000000))
+        done = self.run_it("many.dcm", "--all-frames", "--format", "none", status=2)
+        self.assertLess(len(done.stderr.splitlines()), 20)
+
+    def test_progress_bar_is_for_terminals(self):
+        self.put("good.dcm", IMAGES["grey12"][0])
+        for arguments, expected in (([], True), (["--no-progress"], False)):
+            master, slave = pty.openpty()
+            subprocess.run([PROGRAM, "good.dcm", *arguments], stderr=slave, cwd=self.folder, check=True)
+            os.close(slave)
+            os.set_blocking(master, False)
+            try:
+                shown = os.read(master, 65536)
+            except OSError:
+                shown = b""
+            self.assertEqual(b"0/1" in shown and b"/s" in shown and b"left" in shown, expected, shown)
+
+
+if __name__ == "__main__":
+    PROGRAM = os.path.abspath(sys.argv.pop(1))
+    unittest.main()

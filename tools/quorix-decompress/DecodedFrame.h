@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "image/Renderable.h"
+#include "toolkit/base/DLResultCode.h"
+#include "toolkit/base/RWCString.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+
+class DecompressionResult;
+
+/// One frame as it came out of the library: the image, or why there is none.
+struct DecodedFrame
+{
+    int itsFrame = 0;
+    DLResultCode itsResultCode = DLRC_GENERAL_FAILURE;
+    int itsSystemError = 0;
+    RWCString itsMessage;
+    std::unique_ptr<Renderable> itsRenderable; ///< set exactly when the frame was decoded
+
+    /// What was read of a DICOM input, made to describe the decoded pixels; null for bare images.
+    std::unique_ptr<DICOMDataObject> itsDataSet;
+
+    /// "JPG" or "JP2" when the input was compressed with loss, else empty.
+    RWCString itsCompressionKind;
+
+    bool IsDecoded() const { return itsRenderable != nullptr; }
+
+    /// Takes image and outcome over from theResult.
+    void Take(DecompressionResult& theResult);
+
+    /// Notes a failure; an image is let go.
+    void Fail(DLResultCode theCode, int theSystemError, const RWCString& theMessage);
+
+    /// Notes the exception that is being handled. Call from a catch block.
+    void FailWithCurrentException();
+};

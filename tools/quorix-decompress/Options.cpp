@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+namespace
+{
+const std::map<std::string, OutputFormat> theFormats = {
+    {"png", OutputFormat::PNG},   {"pnm", OutputFormat::PNM},     {"raw", OutputFormat::RAW},
+    {"rend", OutputFormat::REND}, {"dicom", OutputFormat::DICOM}, {"none", OutputFormat::NONE}};
+
+const std::map<std::string, InputType> theTypes = {{"auto", InputType::AUTO},
+                                                   {"dicom", InputType::DICOM},
+                                                   {"jpeg", InputType::JPEG},
+                                                   {"j2k", InputType::J2K},
+                                                   {"j2k-lossless", InputType::J2K_LOSSLESS}};
+
+const char* const theNotes =
+    "Pictures: png and pnm hold the real values, the bits stored of each sample: 16-bit images have 16 "
+    "bits,\n"
+    "and signed samples are written with 32768 added (128 for 8-bit images). With --window, grey images are\n"
+    "8 bits a sample: C and W are in the units of the rescale slope and intercept where the file has them, "
+    "and\n"
+    "MONOCHROME1 is shown inverted. Colour is RGB and takes no window.\n"
+    "\n"
+    "Names: without --output files go to the current folder. A file is named after its input; with several\n"
+    "frames NAME_f0000, NAME_f0001 and so on. Inputs of the same name get -2, -3 ... in the order given.\n"
+    "A file that is already there is replaced, an input never.\n"
+    "\n"
+    "After 8 frames in a row that cannot be decoded the rest of an input is given up.\n"
+    "With --jobs, lines come in the order in which images are finished.\n"
+    "\n"
+    "Exit status: 0 all decoded; 1 wrong use; 2 some input could not be decoded; 3 an output could not be\n"
+    "written; 4 nothing decoded. The highest that applies wins.";
+
+/// A whole text as a finite number.
+bool ParseNumber(const std::string& theText, double& theValue)
+{
+    const char* const anEnd = theText.data() + theText.size();
+    const char* const aStart = theText.data() + (theText.starts_with('+') ? 1 : 0);
+    const auto aResult = std::from_chars(aStart, anEnd, theValue);
+    return aResult.ec == std::errc() && aResult.ptr == anEnd && std::isfinite(theValue);
+}
+
+WindowOption ParseWindow(const std::string& theText)
+{
+    WindowOption aWindow;
+    if (theText == "auto")
+    {
+        aWindow.itsAutomatic = true;
+        return aWindow;
+    }
+    const std::size_t aComma = theText.find(',');
+    if (aComma == std::string::npos || !ParseNumber(theText.substr(0, aComma), aWindow.itsCenter) ||
+        !ParseNumber(theText.substr(aComma + 1), aWindow.itsWidth) || aWindow.itsWidth < 1.0)
+    {
+        throw CLI::ValidationError("--window", "must be auto or CENTER,WIDTH with a width of at least 1");
+    }
+    return aWindow;
+}
+} // namespace
+
+void Options::Check(const std::string& theFormat, const std::string& theType, const std::string& theWindow)
+{
+    itsFormat = theFormats.at(theFormat);
+    itsType = theTypes.at(theType);
+    if (!theWindow.empty())
+    {
+        itsWindow = ParseWindow(theWindow);
+        if (itsFormat != OutputFormat::PNG && itsFormat != OutputFormat::PNM)
+        {
+            throw CLI::ValidationError("--window", "is for --format png and pnm");
+        }
+    }
+    if (std::count(itsInputs.begin(), itsInputs.end(), "-") > 1)
+    {
+        throw CLI::ValidationError("INPUT", "standard input (-) can be read only once");
+    }
+}
+
+std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
+{
+    CLI::App anApp("Decompresses medical images: DICOM files (native, RLE, JPEG) and bare JPEG files.",
+                   "quorix-decompress");
+    std::string aFormat = "png";
+    std::string aType = "auto";
+    std::string aWindow;
+    bool aNoProgress = false;
+
+    anApp
+        .add_option("INPUT", itsInputs,
+                    "Files, folders (searched for DICOM files, subfolders too) or - for standard input")
+        ->required();
+    anApp.add_option("-o,--output", itsOutput,
+                     "A file for one input, else a folder (made when missing; end it with / for one input)");
+    anApp
+        .add_option("--format", aFormat,
+                    "png, pnm (PGM or PPM), raw (the decoded bytes exactly), rend (the cache file),\n"
+                    "dicom (an uncompressed Part 10 file; --all-frames gives one file) or none (default png)")
+        ->option_text("FORMAT")
+        ->check(CLI::IsMember({"png", "pnm", "raw", "rend", "dicom", "none"}));
+    CLI::Option* const aFrame =
+        anApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
+            ->option_text("N")
+            ->check(CLI::Range(0, 2147483647));
+    anApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
+    anApp
+        .add_option("--scale", itsScale,
+                    "Reduce the resolution where the codec can: 1 is full size, each step more halves it\n"
+                    "(3 is a quarter)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 31));
+    anApp
+        .add_option("--type", aType,
+                    "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless")
+        ->option_text("TYPE")
+        ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
+    anApp
+        .add_option("--window", aWindow,
+                    "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
+        ->option_text("C,W|auto");
+    anApp.add_flag("--info", itsInfo, "Show attributes and codec, decode no pixels");
+    anApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
+    anApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 1024));
+    anApp.add_flag("--no-progress", aNoProgress, "No progress bar (there is one on a terminal only)");
+    anApp.set_version_flag("--version", std::string("quorix-decompress ") + QUORIX_VERSION);
+    anApp.footer(theNotes);
+
+    try
+    {
+        anApp.parse(theArgumentCount, theArguments);
+        itsProgress = !aNoProgress;
+        Check(aFormat, aType, aWindow);
+    }
+    catch (const CLI::ParseError& anError)
+    {
+        return anApp.exit(anError) == 0 ? 0 : 1;
+    }
+    return std::nullopt;
+}
