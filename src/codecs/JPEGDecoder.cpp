@@ -180,7 +180,9 @@ void JPEGDecoder::CheckBuffer(const void* theBuffer, std::uint64_t theSize) cons
 {
     const std::uint64_t aRequired = GetOutputSize();
     const std::uint64_t aGiven = theBuffer == nullptr ? 0 : theSize;
-    if (aGiven < aRequired)
+    // Deliberately no check of a size of 0: callers that pass none answer for their buffer themselves.
+    const bool aSizeIsGiven = theBuffer == nullptr || theSize != 0;
+    if (aSizeIsGiven && aGiven < aRequired)
     {
         throw StreamIOException("JPEGDecoder::Decode: the decoded image has " + std::to_string(aRequired) +
                                     " bytes, the output buffer " + std::to_string(aGiven),

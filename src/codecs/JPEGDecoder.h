@@ -33,7 +33,8 @@ public:
 
     /// Decodes the whole image. The frame length is not used: the codestream knows its own end. Throws
     /// StreamIOException (code 62) before anything is decoded when theBuffer is null or theSize is less
-    /// than GetOutputSize().
+    /// than GetOutputSize(). A theSize of 0 means that the caller passes none: theBuffer then must hold
+    /// GetOutputSize() bytes.
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
     /// The colour model of the codestream: grey, RGB, YBR_FULL_422 (any YCbCr), else unknown.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/detail/JPEGInputBuffer.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/kdu_compressed_source.h"
@@ -17,19 +18,19 @@ std::unique_ptr<std::uint8_t[]> JPEGInputBuffer::Take()
 
 void JPEGInputBuffer::Supply(std::unique_ptr<std::uint8_t[]> theBuffer)
 {
-    if (theBuffer != nullptr && theBuffer == itsSupplied)
+    if (itsSupplied != nullptr)
+    {
+        itsRetired.push_back(std::move(itsSupplied));
+    }
+    const auto aKnown = std::find(itsRetired.begin(), itsRetired.end(), theBuffer);
+    if (aKnown != itsRetired.end())
     {
         // The same buffer again: it has its one owner already.
         static_cast<void>(theBuffer.release());
+        theBuffer = std::move(*aKnown);
+        itsRetired.erase(aKnown);
     }
-    else
-    {
-        if (itsSupplied != nullptr)
-        {
-            itsRetired.push_back(std::move(itsSupplied));
-        }
-        itsSupplied = std::move(theBuffer);
-    }
+    itsSupplied = std::move(theBuffer);
     itsSuppliedIsCurrent = true;
     itsSuppliedIsNext = true;
 }

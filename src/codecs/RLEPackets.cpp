@@ -7,6 +7,7 @@
 namespace
 {
 constexpr std::size_t theStep = 16;
+constexpr std::size_t theMiddle = 64;
 constexpr std::uint8_t theNoOperation = 128;
 constexpr std::uint64_t theEveryByte = 0x0101010101010101u;
 constexpr std::ptrdiff_t theLongestPacketBytes = 129;
@@ -46,7 +47,27 @@ inline void CopyFirstStep(const std::uint8_t* theIn, std::uint8_t* theOut, std::
     std::memcpy(theOut + 8, &aHigh, sizeof aHigh);
 }
 
-/// Writes all samples of the packet, and up to 15 bytes more.
+/// Writes samples theFrom … theTo − 1 in whole steps.
+inline void CopyLiteral(const std::uint8_t* theSamples, std::uint8_t* theOut, std::size_t theFrom,
+                        std::size_t theTo)
+{
+    for (std::size_t i = theFrom; i < theTo; i += theStep)
+    {
+        std::memcpy(theOut + i, theSamples + i, theStep);
+    }
+}
+
+inline void Repeat(std::uint64_t theRepeated, std::uint8_t* theOut, std::size_t theFrom, std::size_t theTo)
+{
+    for (std::size_t i = theFrom; i < theTo; i += theStep)
+    {
+        std::memcpy(theOut + i, &theRepeated, sizeof theRepeated);
+        std::memcpy(theOut + i + 8, &theRepeated, sizeof theRepeated);
+    }
+}
+
+/// Writes all samples of the packet, and up to 63 bytes more: lengths come in three classes, because a
+/// loop that ends where the packet does is foretold wrongly for nearly every one.
 inline void CopyPacket(const std::uint8_t* theIn, std::uint8_t* theOut, std::size_t theLength)
 {
     const std::uint64_t aMask = IsLiteral(*theIn) ? ~std::uint64_t{0} : 0;
@@ -58,16 +79,17 @@ inline void CopyPacket(const std::uint8_t* theIn, std::uint8_t* theOut, std::siz
     if (aMask == 0)
     {
         const std::uint64_t aRepeated = theIn[1] * theEveryByte;
-        for (std::size_t i = theStep; i < theLength; i += theStep)
+        Repeat(aRepeated, theOut, theStep, theMiddle);
+        if (theLength > theMiddle)
         {
-            std::memcpy(theOut + i, &aRepeated, sizeof aRepeated);
-            std::memcpy(theOut + i + 8, &aRepeated, sizeof aRepeated);
+            Repeat(aRepeated, theOut, theMiddle, RLEPackets::theLongestPacket);
         }
         return;
     }
-    for (std::size_t i = theStep; i < theLength; i += theStep)
+    CopyLiteral(theIn + 1, theOut, theStep, theMiddle);
+    if (theLength > theMiddle)
     {
-        std::memcpy(theOut + i, theIn + 1 + i, theStep);
+        CopyLiteral(theIn + 1, theOut, theMiddle, RLEPackets::theLongestPacket);
     }
 }
 

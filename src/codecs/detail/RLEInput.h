@@ -20,7 +20,7 @@ class RLEInput
 {
 public:
     /// Bytes behind the window's end that may be read (not used) by whoever copies in whole vectors.
-    static constexpr std::size_t theSlack = 32;
+    static constexpr std::size_t theSlack = 64;
 
     explicit RLEInput(kdu_compressed_source& theSource);
 

@@ -9,7 +9,7 @@ struct RLEPackets
 {
     /// Bytes that must be readable behind itsInEnd, and writable behind the last sample decoded. Both are
     /// only touched by copies of whole vectors; what is written there means nothing.
-    static constexpr std::size_t theSlack = 32;
+    static constexpr std::size_t theSlack = 64;
     /// Samples of the longest packet: so far may the output go past itsOutEnd.
     static constexpr std::size_t theLongestPacket = 128;
 

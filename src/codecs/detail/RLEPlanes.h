@@ -44,7 +44,7 @@ public:
     /// Up to theOverrun bytes may be written behind that place or behind the last sample that is due.
     std::uint8_t* GetCursor() { return itsTarget + itsFill; }
     std::uint8_t* GetTargetEnd() { return itsTarget + itsTargetSize; }
-    static constexpr std::size_t theOverrun = 160;
+    static constexpr std::size_t theOverrun = 192;
 
     /// Counts samples that were written at the cursor.
     void Advance(std::size_t theCount) { itsFill += theCount; }
