@@ -124,16 +124,19 @@ public:
     /// this figure, so compare it with GetOutputSize before writing.
     int GetDecompressedBufferSize() const;
 
-    /// The same in 64 bits: what Decode really writes at most; the largest number where that does not fit.
-    /// 0 while the layout is not known, and for a codec that checks the size it is given itself.
-    virtual std::uint64_t GetOutputSize() const;
-
 protected:
     Decoder();
 
     /// Reads the codestream header from GetSource() and fills the layout fields.
     virtual void SetSourceImpl() = 0;
 
+public:
+    /// GetDecompressedBufferSize in 64 bits: what Decode really writes at most; the largest number where that
+    /// does not fit. 0 while the layout is not known, and for a codec that checks the size it is given
+    /// itself. Declared last of the virtual operations, so that those before it keep their places.
+    virtual std::uint64_t GetOutputSize() const;
+
+protected:
     /// Makes the data set describe the pixels that Decode will deliver and keeps what it overwrites in the
     /// scratch pad, so that a second decode still knows the original.
     void UpdateDICOMHeader();

@@ -87,6 +87,7 @@ std::uint64_t Renderable::calculateRequiredBufferSize(int theRows, int theColumn
     std::int64_t aBits = aPlaneBits;
     if (theSamplesPerPixel != 1)
     {
+        // Deliberately also where there are not three samples and nothing was rounded above.
         switch (theValue)
         {
         case YBR_FULL_422:

@@ -5,10 +5,14 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "codecs/JPEG12BitDecoder.h"
+#include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG8BitDecoder.h"
 #include "codecs/JPEGDecoderException.h"
 #include "decoding/FakeDecoder.h"
 #include "support/JpegFixtures.h"
@@ -145,6 +149,18 @@ TEST(CompressedCodestreamDecoder, CountsTheBytesOfTheCodecThatDecoded)
     aBench.Decode(anImage.itsSamples.size());
     EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(), anImage.itsJpeg.size());
     EXPECT_FALSE(aBench.itsDriver.IsDecoderSupportedOutputPixelSignConversion());
+}
+
+TEST(CompressedCodestreamDecoder, ScaleFactorBecomesTheOneThatWasApplied)
+{
+    const Image anImage = MakeImage(Process::BASELINE, 8);
+    MemoryInputStream aStream(anImage.itsJpeg.data(), anImage.itsJpeg.size());
+    const auto aDataSet = GreyDataSet();
+    CompressedCodestreamDecoder aDriver(theUID50, 8, aStream, *aDataSet, 3, Decoder::PET_FAST);
+    EXPECT_EQ(aDriver.GetScaleFactor(), 3);
+    Bytes aBuffer(anImage.itsSamples.size());
+    aDriver.Decode(theFrameLength, aBuffer.data(), aBuffer.size());
+    EXPECT_EQ(aDriver.GetScaleFactor(), 1) << "JPEG images are not reduced";
 }
 
 TEST(CompressedCodestreamDecoder, PrecisionsWithoutACure)
@@ -444,6 +460,88 @@ TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
     HookedStream aForeign({}, [] { throw 42; });
     CompressedCodestreamDecoder aThird(theUID50, 8, aForeign, *aDataSet, 1, Decoder::PET_FAST);
     EXPECT_THROW(aThird.Decode(0, aBuffer.data(), aBuffer.size()), int);
+}
+
+/// Remembers the precision of the codec that read the header.
+class JudgingDriver final : public CompressedCodestreamDecoder
+{
+public:
+    using CompressedCodestreamDecoder::CompressedCodestreamDecoder;
+    bool CodestreamHeaderRead(Decoder& theDecoder) override
+    {
+        itsBits = dynamic_cast<const JPEG8BitDecoder*>(&theDecoder) != nullptr    ? 8
+                  : dynamic_cast<const JPEG12BitDecoder*>(&theDecoder) != nullptr ? 12
+                  : dynamic_cast<const JPEG16BitDecoder*>(&theDecoder) != nullptr ? 16
+                                                                                  : -1;
+        return true;
+    }
+
+    int itsBits = 0;
+};
+
+struct ReplacementCase
+{
+    const char* itsText; ///< what the first read fails with
+    const char* itsUID;
+    int itsBitsStored;
+    Process itsProcess;
+    int itsPrecision;
+    int itsBits; ///< of the codec in the end; 0: no cure, the failure passes unchanged
+};
+
+TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
+{
+    constexpr ReplacementCase theCases[] = {
+        {"Unsupported JPEG data precision 16, precision 8, precision 12", theUID50, 8, Process::EXTENDED, 12,
+         12},
+        {"Unsupported JPEG data precision 8, precision 16", theUID50, 8, Process::LOSSLESS, 16, 16},
+        {"Unsupported JPEG data precision 16", theUID51, 12, Process::LOSSLESS, 16, 16},
+        {"Unsupported JPEG data precision 16", theUID57, 8, Process::LOSSLESS, 16, 16},
+        {"Oh: Unsupported JPEG data precision 8", theUID51, 12, Process::EXTENDED, 8, 8},
+        {"Unsupported JPEG data precision 14", theUID50, 8, Process::EXTENDED, 8, 0},
+        {"unsupported JPEG data precision 12", theUID50, 8, Process::EXTENDED, 12, 0},
+        {"precision 12", theUID50, 8, Process::EXTENDED, 12, 0},
+    };
+    for (const ReplacementCase& aCase : theCases)
+    {
+        SCOPED_TRACE(aCase.itsText);
+        bool aFailed = false;
+        HookedStream aStream(MakeImage(aCase.itsProcess, aCase.itsPrecision).itsJpeg,
+                             [&]
+                             {
+                                 if (!std::exchange(aFailed, true))
+                                 {
+                                     throw StreamIOException(aCase.itsText, DLRC_IO_ERROR, 0);
+                                 }
+                             });
+        const auto aDataSet = GreyDataSet();
+        JudgingDriver aDriver(aCase.itsUID, aCase.itsBitsStored, aStream, *aDataSet, 1, Decoder::PET_FAST);
+        Bytes aBuffer(16 * 16 * 2);
+        const auto aDecode = [&] { aDriver.Decode(0, aBuffer.data(), aBuffer.size()); };
+        if (aCase.itsBits == 0)
+        {
+            ExpectStreamIOException(aDecode, aCase.itsText, 67);
+        }
+        else
+        {
+            EXPECT_NO_THROW(aDecode());
+        }
+        EXPECT_EQ(aDriver.itsBits, aCase.itsBits);
+    }
+}
+
+TEST(CompressedCodestreamDecoder, HiddenPrecisionIsLookedForAtEightBitsStoredOnly)
+{
+    for (const auto& [aBitsStored, anExpected] : {std::pair{7, 8}, {8, 16}, {9, 16}})
+    {
+        const Image anImage = MakeImage(Process::LOSSLESS, 16);
+        MemoryInputStream aStream(anImage.itsJpeg.data(), anImage.itsJpeg.size());
+        const auto aDataSet = GreyDataSet();
+        JudgingDriver aDriver(theUID70, aBitsStored, aStream, *aDataSet, 1, Decoder::PET_FAST);
+        Bytes aBuffer(anImage.itsSamples.size() * 2);
+        aDriver.Decode(theFrameLength, aBuffer.data(), aBuffer.size());
+        EXPECT_EQ(aDriver.itsBits, anExpected) << aBitsStored;
+    }
 }
 
 TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)

@@ -244,6 +244,19 @@ TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
     }
 }
 
+TEST(FixupDICOMObject, OurDescriptionLeavesAllButImageTypeAlone)
+{
+    DataSetMaker aSet;
+    aSet.SetText(DICOMTags::ImageType, "ORIGINAL\\PRIMARY");
+    aSet.SetText(DICOMTags::DerivationDescription, "any (QUORIX) text");
+    Fixup().Run(aSet, "JPG");
+    EXPECT_EQ(aSet.GetText(DICOMTags::ImageType), "DERIVED\\PRIMARY") << "without the compression's name";
+    EXPECT_EQ(aSet.GetText(DICOMTags::DerivationDescription), "any (QUORIX) text");
+    EXPECT_EQ(aSet.GetText(DICOMTags::LossyImageCompression), "01");
+    EXPECT_EQ(aSet.GetText(DICOMTags::LossyImageCompressionMethod), "(absent)");
+    EXPECT_EQ(aSet.GetText(DICOMTags::LossyImageCompressionRatio), "(absent)");
+}
+
 TEST(FixupDICOMObject, MethodDescriptionAndRatio)
 {
     struct Row

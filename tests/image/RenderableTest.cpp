@@ -96,6 +96,7 @@ TEST(Renderable, RequiredBufferSize)
         {1, 7, 8, 3, "YBR_PARTIAL_420", 15, "7 becomes 10 and not 8"},
         {1, 8, 8, 3, "YBR_PARTIAL_420", 12, "multiples of four stay"},
         {1, 3, 1, 2, "YBR_PARTIAL_420", 1, "4.5 bits are cut to 4"},
+        {1, 17, 1, 2, "YBR_PARTIAL_420", 4, "25.5 bits are cut to 25, not to 24"},
         {10000, 10000, 16, 3, "RGB", 600000000, "samples multiply in 64 bits"},
         {65536, 65536, 8, 3, "RGB", 0, "pixel counts wrap in 32 bits"},
         {65536, 32768, 1, 1, "RGB", theWrapped, "a negative count is no size"},

@@ -230,19 +230,28 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
         Range itsRange;
         bool itsSigned;
         Range itsExpected;
+        float itsPercent = 0.5f;
+        int itsShift = 10;
     };
     const Row theRows[] = {
         {{0, 4294967295u}, false, {1005, 1995}},
         {{70000, 80000}, false, {70000, 1995}},
         {{65535, 0}, false, {65535, 0}},
         {{4294934528u, 32767}, true, {1005, 1995}},
+        // Either end would move by 1005.
+        {{0, 3000}, false, {1005, 1995}, 0.5f, 1004},
+        {{0, 3000}, false, {0, 3000}, 0.5f, 1005},
+        {{0, 3000}, false, {1000, 2000}, 0.000002f},
+        {{0, 3000}, false, {0, 3000}, 0.0000009f},
+        {{0, 3000}, false, {0, 3000}, -0.0000009f},
     };
     for (const Row& aRow : theRows)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeBody(anAllocator, 1500, 1500, 1, aRow.itsSigned);
         Range aRange = aRow.itsRange;
-        DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax, 0.5f, 10);
+        DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax,
+                                                           aRow.itsPercent, aRow.itsShift);
         EXPECT_EQ(aRange, aRow.itsExpected);
     }
     CountingAllocator anAllocator;

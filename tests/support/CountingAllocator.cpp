@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/CountingAllocator.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +23,8 @@ void* CountingAllocator::Allocate(std::uint64_t theSize)
     {
         throw BadAllocException(theSize);
     }
+    // What a used block holds is never zero here, so that samples nobody wrote show up.
+    std::memset(aBlock, 0xA5, static_cast<std::size_t>(std::min<std::uint64_t>(theSize, 1 << 20)));
     itsBlocks.emplace(aBlock, theSize);
     return aBlock;
 }

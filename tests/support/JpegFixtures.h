@@ -47,10 +47,10 @@ struct JpegSpec
 };
 
 /// Codes samples, component-interleaved row by row, without any colour conversion. Written for tests, with
-/// nothing of the decoders under test in it; deterministic. The spec must make sense.
+/// nothing of the decoders under test in it; deterministic. theSpec must make sense.
 std::vector<std::uint8_t> MakeJpeg(const JpegSpec& theSpec, const std::vector<std::uint16_t>& theSamples);
 
-/// Reproducible samples of the spec's size: smooth with some noise, reaching both ends of the range.
+/// Reproducible samples of theSpec's size: smooth with some noise, reaching both ends of the range.
 std::vector<std::uint16_t> MakeSamples(const JpegSpec& theSpec, unsigned int theSeed = 1);
 
 /// Every pixel has the same component values. Flat images survive lossy coding exactly.

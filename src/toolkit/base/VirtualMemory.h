@@ -8,9 +8,8 @@
 /// Whole blocks straight from the operating system's virtual memory.
 ///
 /// Every block is its own anonymous mapping, zero-filled and page-aligned; large ones ask for huge pages. The
-/// lengths are kept in a
-/// registry behind a lock, because releasing a mapping needs its length; all operations may be called
-/// from any thread.
+/// lengths are kept in a registry behind a lock, because releasing a mapping needs its length; all operations
+/// may be called from any thread.
 class QUORIX_API VirtualMemory
 {
 public:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "toolkit/dicom/MVRFactory.h"
 
-#include <cstring>
+#include <algorithm>
 
 #include <dcmtk/config/osconfig.h>
 
@@ -81,10 +81,13 @@ std::unique_ptr<VR> MVRFactory::CreateBytes(DICOMTag theTag, std::uint16_t theTy
             DcmtkBridge::MakeElement(theTag, theTypeCode, itsEndian, theValue.data(), theValue.size()),
             itsEndian);
     }
-    void* aBlock = itsAllocator.Allocate(theValue.empty() ? 1 : theValue.size());
-    std::memcpy(aBlock, theValue.data(), theValue.size());
-    auto aVR = std::make_unique<BufferVR>(theTag, theTypeCode, itsEndian, aBlock, theValue.size());
+    const auto free = [this](void* theBlock) { itsAllocator.Free(theBlock); };
+    const std::size_t aSize = std::max<std::size_t>(theValue.size(), 1);
+    std::unique_ptr<void, decltype(free)> aBlock(itsAllocator.Allocate(aSize), free);
+    std::copy(theValue.begin(), theValue.end(), static_cast<std::uint8_t*>(aBlock.get()));
+    auto aVR = std::make_unique<BufferVR>(theTag, theTypeCode, itsEndian, aBlock.get(), theValue.size());
     aVR->TakeOwnership(itsAllocator);
+    static_cast<void>(aBlock.release()); // the element owns it now
     return aVR;
 }
 

@@ -80,7 +80,7 @@ int LFStream::Lock(double theWaitTime, LockMode theMode)
             return 0;
         }
         const double aTimeLeft = theWaitTime - aCounter.Total();
-        if (aTimeLeft <= 0.0)
+        if (!(aTimeLeft > 0.0)) // no number is no time either
         {
             errno = anError;
             return 0;

@@ -73,11 +73,13 @@ TEST(MVRFactoryTest, PixelBytesComeFromTheFactorysAllocator)
     EXPECT_EQ(3u, aVR->GetLength());
     aVR.reset();
     EXPECT_EQ(0u, anAllocator.GetLiveBlocks());
+    EXPECT_EQ(0u, aFactory.CreateBytes(DICOMTags::PixelData, VR::TYPE_OB, {})->GetLength());
+    EXPECT_EQ(0u, anAllocator.GetLiveBlocks());
 
     std::uint8_t aBorrowed[2] = {1, 2};
     const auto aPixels = aFactory.CreatePixelData(aBorrowed, 2, VR::TYPE_OW, DLEndian::BIG_ENDIAN_ORDER);
     EXPECT_EQ(aBorrowed, aPixels->GetData());
     EXPECT_EQ(DLEndian::BIG_ENDIAN_ORDER, aPixels->GetEndian());
-    EXPECT_EQ(1u, anAllocator.GetAllocations());
+    EXPECT_EQ(2u, anAllocator.GetAllocations()) << "borrowed pixels take no memory";
 }
 } // namespace

@@ -152,7 +152,12 @@ INSTANTIATE_TEST_SUITE_P(UIDs, TransferSyntaxes,
                                          SyntaxCase{"1.2.840.10008.1.2.5", true, true, false},
                                          SyntaxCase{"1.2.840.10008.1.2.4.90", true, true, false},
                                          SyntaxCase{"1.2.840.10008.1.2.4.80", true, true, false},
-                                         SyntaxCase{"1.2.840.10008.1.2.4.201", true, true, false}));
+                                         SyntaxCase{"1.2.840.10008.1.2.4.201", true, true, false},
+                                         SyntaxCase{"1.2.840.10008.1.2.4.106.1", true, true, false},
+                                         SyntaxCase{"1.2.840.10008.1.2.1.98", true, true, false},
+                                         SyntaxCase{"1.2.840.10008.1.2.8.1", true, true, false},
+                                         SyntaxCase{"1.2.840.10008.1.2.4.95", true, true, true},
+                                         SyntaxCase{"1.2.840.10008.1.2.4.205", true, true, true}));
 
 TEST(TransferSyntaxManagerTest, UnknownUIDsAreUnknown)
 {
