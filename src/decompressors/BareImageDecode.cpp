@@ -7,6 +7,7 @@
 #include "decoding/DecoderFactory.h"
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
+#include "decompressors/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/StreamIOException.h"
@@ -62,6 +63,7 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
     const double aTimeToReadHeader = itsTimer.Lap() * 1000.0;
     AllocateFor(*aCodec);
     const double aTimeToAllocate = itsTimer.Lap() * 1000.0;
+    UnwrittenPixels::Blank(*itsRenderable, aUID);
     aCodec->Decode(itsRequest.getSourceLength(), itsRenderable->getPixelData(),
                    itsRenderable->getPixelDataSize());
     Describe(*aCodec);

@@ -8,6 +8,7 @@
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
+#include "decompressors/UnwrittenPixels.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/base/StreamIOException.h"
@@ -105,6 +106,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     CompressedCodestreamDecoder aDriver(aRequest.getTransferSyntaxUID(), theFrame.itsAttributes.itsBitsStored,
                                         aStream, aDataSet, aRequest.getScaleFactor(), Decoder::PET_FAST);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
+    UnwrittenPixels::Blank(*theFrame.itsRenderable, aRequest.getTransferSyntaxUID());
     aDriver.Decode(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsRenderable->getPixelData(),
                    theFrame.itsSize);
 

@@ -150,9 +150,10 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
     }
     if (aPixels > theLimit || aPixels * itsBitsAllocated > theLimit)
     {
-        // The pixel count is below 2^62, so that neither figure overflows.
-        throw BadAllocException(static_cast<std::uint64_t>(aPixels) / 8 *
-                                static_cast<std::uint64_t>(itsBitsAllocated));
+        std::uint64_t aBytes = 0;
+        const bool aTooLarge = __builtin_mul_overflow(static_cast<std::uint64_t>(aPixels) / 8,
+                                                      static_cast<std::uint64_t>(itsBitsAllocated), &aBytes);
+        throw BadAllocException(aTooLarge ? std::numeric_limits<std::uint64_t>::max() : aBytes);
     }
     return Renderable::calculateRequiredBufferSize(itsRows, itsColumns, itsBitsAllocated, itsSamplesPerPixel,
                                                    theInterpretation);

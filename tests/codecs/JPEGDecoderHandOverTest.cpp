@@ -135,6 +135,8 @@ TEST(JPEGDecoderHandOver, EveryBufferHasOneOwner)
     auto* const aBuffer = NewBuffer(anImage.itsJpeg, 30);
     aDecoder->SetBuffer(aBuffer);
     aDecoder->SetBuffer(aBuffer);
+    aDecoder->SetBuffer(NewBuffer(anImage.itsJpeg, 40));
+    aDecoder->SetBuffer(aBuffer);
     EXPECT_EQ(aDecoder->TakeBuffer(), aBuffer);
     aDecoder->SetBuffer(aBuffer);
     aDecoder->SetBytesRead(30);

@@ -182,7 +182,7 @@ TEST(JPEGDecoder, ReadsOfAnySizeGiveTheSamePixels)
 // The frame header rules over the caller's idea of the size; nothing is written, nothing is allocated.
 TEST(JPEGDecoder, TooSmallABufferIsRefused)
 {
-    for (const std::uint64_t aSize : {std::uint64_t{0}, std::uint64_t{199}})
+    for (const std::uint64_t aSize : {std::uint64_t{1}, std::uint64_t{199}})
     {
         const auto aDecoder = MakeDecoder(8);
         ByteSource aSource(SmallJpeg());
@@ -203,8 +203,19 @@ TEST(JPEGDecoder, TooSmallABufferIsRefused)
         }
         EXPECT_EQ(aBuffer, Bytes(200, 0xa5));
         EXPECT_THROW(aDecoder->Decode(0, nullptr, 200), StreamIOException);
+        EXPECT_THROW(aDecoder->Decode(0, nullptr, 0), StreamIOException);
         aDecoder->Decode(0, aBuffer.data(), aBuffer.size());
     }
+}
+
+TEST(JPEGDecoder, NeitherLengthNorSizeNeedBePassed)
+{
+    const auto aDecoder = MakeDecoder(8);
+    ByteSource aSource(SmallJpeg());
+    aDecoder->SetSource(nullptr, aSource);
+    Bytes aBuffer(200, 0xa5);
+    aDecoder->Decode(0, aBuffer.data(), 0);
+    EXPECT_EQ(ToSamples(aBuffer, 8), DecodeSamples(*MakeDecoder(8), SmallJpeg()));
 }
 
 // A header that claims 12 GB of pixels: refused before the library allocates for it.

@@ -223,6 +223,8 @@ TEST(RLEDecoder, BitsAllocatedFollowBitsStored)
         EXPECT_EQ(aDecoder.IsSigned(), aStored == 12 ? 1 : 0);
         EXPECT_EQ(aDecoder.GetImageHeight(), 2u);
         EXPECT_EQ(aDecoder.GetImageWidth(), 3u);
+        EXPECT_EQ(aDecoder.GetScanMode(), 0);
+        EXPECT_EQ(aDecoder.GetVersion(), 1);
         EXPECT_EQ(aDecoder.GetCompressionReversible(), Decoder::CR_REVERSIBLE);
     }
 }

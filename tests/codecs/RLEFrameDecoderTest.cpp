@@ -233,6 +233,11 @@ const Case theShortSources[] = {
         "bytes "
         "actually skipped = -1",
         -1),
+    // Only -1 is an error here.
+    Fails("GapOtherError", 1, 2, {64, 72, 74}, {Repeat(2), 9}, {9, X, 9, X},
+          "EOF on input during inter-segment skip. aSegmentIndex = 1 aTotalBytesRead = 2 bytes expected = 6 "
+          "bytes actually skipped = -2",
+          -2),
     Fails("GapsAreSkippedInPieces", 1, 2, {64, 5066, 5068}, Join({Repeat(2)}, Bytes(4199, 0)), {0, X, 0, X},
           "EOF on input during inter-segment skip. aSegmentIndex = 1 aTotalBytesRead = 4098 bytes expected = "
           "904 "

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdlib>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -145,6 +147,9 @@ TEST(CompressedImageStreamDecompressor, DescribesAGreyImageWithoutADataSet)
     {
         const Outcome anOutcome = RunBareImage(aStream, theJPEG, nullptr, {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
+        EXPECT_EQ(anOutcome.itsResult.ToString(),
+                  "DecompressionResult:\n\titsDCMLibResultCode = 0\n"
+                  "\titsSystemErrorCode = 0\n\titsMessage = Completed successfully");
         const Renderable& anImage = *anOutcome.Image();
         EXPECT_EQ(anImage.getPhotometricInterpretation(), Renderable::MONOCHROME2);
         EXPECT_EQ(anImage.getRows(), 8);
@@ -190,12 +195,33 @@ TEST(CompressedImageStreamDecompressor, CompletesTheRecordFromTheDataSet)
     EXPECT_FALSE(RunBareImage(GreyJpeg(), theJPEG, &anotherDataSet, {0, 1, true}).Image()->isSigned());
 }
 
+TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
+{
+    JpegSpec aSpec = Spec(1);
+    aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
+    const Bytes aStream = MakeJpeg(aSpec, MakeSamples(aSpec));
+    for (const auto& [aText, aLossy] : std::vector<std::pair<const char*, bool>>{
+             {nullptr, false}, {"00", false}, {"01", true}, {"02", true}})
+    {
+        DICOMDataObject aDataSet;
+        Set(aDataSet, DICOMTags::BitsStored, 4);
+        if (aText != nullptr)
+        {
+            Set(aDataSet, DICOMTags::LossyImageCompression, aText);
+        }
+        const Outcome anOutcome = RunBareImage(aStream, TransferSyntaxType::TSJPEG70UID, &aDataSet);
+        ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
+        EXPECT_EQ(anOutcome.Image()->isLossyImageCompression(), aLossy) << (aText ? aText : "no value");
+        EXPECT_EQ(anOutcome.Image()->getBitsStored(), 8) << "the larger one of codec and data set";
+    }
+}
+
 TEST(CompressedImageStreamDecompressor, TakesTheRatioOfAnImageThatWasForcedLossless)
 {
     JpegSpec aSpec = Spec(1);
     aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
     const Bytes aStream = MakeJpeg(aSpec, MakeSamples(aSpec));
-    for (const int aFlag : {0, 1})
+    for (const int aFlag : {0, 1, 2})
     {
         DICOMDataObject aDataSet;
         Set(aDataSet, DICOMTags::LossyImageCompressionRatio, "23");
@@ -273,7 +299,7 @@ TEST(CompressedImageStreamDecompressor, LoadsTheDemoFileFirst)
             ASSERT_NE(aResult.getRenderable(), nullptr) << aResult.getMessage();
             EXPECT_EQ(aResult.getRenderable()->getPhotometricInterpretation(), Renderable::MONOCHROME1);
             EXPECT_FALSE(aDataSet.Contains(DICOMTags::PixelData));
-            EXPECT_EQ(aSource.GetCloses() > 0, true);
+            EXPECT_EQ(aSource.GetCloses(), 2) << "once by the codec, once by the decompressor";
             continue;
         }
         EXPECT_EQ(aResult.getDCMLibResultCode(), 3);

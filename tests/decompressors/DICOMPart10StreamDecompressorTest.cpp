@@ -274,6 +274,7 @@ void ExpectFailure(const FailureCase& theCase, const Outcome& theOutcome)
     {
         EXPECT_EQ(theOutcome.Message(), theCase.itsText);
     }
+    EXPECT_EQ(theOutcome.itsResult.getSystemErrorCode(), 0);
     EXPECT_EQ(theOutcome.Image(), nullptr);
     EXPECT_EQ(theOutcome.itsAllocator->GetLiveBlocks(), 0u);
 }

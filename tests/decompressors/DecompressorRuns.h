@@ -26,6 +26,14 @@ struct Outcome
     std::unique_ptr<CountingAllocator> itsAllocator = std::make_unique<CountingAllocator>();
     DecompressionResult itsResult;
 
+    /// The result has been used before: nothing of that may remain.
+    Outcome()
+    {
+        itsResult.setDCMLibResultCode(DLRC_IO_ERROR);
+        itsResult.setSystemErrorCode(9);
+        itsResult.setMessage("left over");
+    }
+
     const Renderable* Image() const { return itsResult.getRenderable(); }
     int Code() const { return itsResult.getDCMLibResultCode(); }
     const RWCString& Message() const { return itsResult.getMessage(); }

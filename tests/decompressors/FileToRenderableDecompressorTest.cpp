@@ -73,6 +73,29 @@ TEST(FileToRenderableDecompressor, PutsThePart10HeaderIntoTheDataSet)
     EXPECT_EQ(aColumns, 3);
 }
 
+TEST(FileToRenderableDecompressor, PassesScaleFactorAndSecondNameOn)
+{
+    const TemporaryFile aPart10(Grey8());
+    const TemporaryFile aJpeg(GreyJpeg());
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    aBuilder.AddImageAttributes(1, "MONOCHROME1", 8, 8, 8, 8);
+    const TemporaryFile aDemo(aBuilder.Build());
+    DICOMDataObject aDataSet;
+    DecompressionResult aResult;
+    ASSERT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
+                  aPart10.GetName(), aDemo.GetName(), aDataSet, IMAGE_TYPE_DICOM_PART10, 0, 3, aResult, 0),
+              1);
+    EXPECT_EQ(aResult.getRenderable()->getScaleFactor(), 3);
+    EXPECT_EQ(aResult.getRenderable()->getPhotometricInterpretation(), Renderable::MONOCHROME2);
+
+    DICOMDataObject anotherDataSet;
+    DecompressionResult anotherResult;
+    ASSERT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
+                  aJpeg.GetName(), aDemo.GetName(), anotherDataSet, IMAGE_TYPE_JPEG, 0, 1, anotherResult, 0),
+              1);
+    EXPECT_EQ(anotherResult.getRenderable()->getPhotometricInterpretation(), Renderable::MONOCHROME1);
+}
+
 TEST(FileToRenderableDecompressor, ReportsEveryFailure)
 {
     const std::string theNoImage = thePrefix + "Decompressor produced a NULL Renderable";
@@ -93,7 +116,9 @@ TEST(FileToRenderableDecompressor, ReportsEveryFailure)
         SCOPED_TRACE(aCase.itsName);
         const TemporaryFile aFile(aCase.itsContent);
         DecompressionResult aResult;
+        aResult.setSystemErrorCode(9);
         EXPECT_EQ(Decode(aFile.GetName(), aCase.itsImageType, aResult, aCase.itsFrame), 0);
+        EXPECT_EQ(aResult.getSystemErrorCode(), 0);
         EXPECT_EQ(aResult.getDCMLibResultCode(), aCase.itsCode);
         EXPECT_EQ(aResult.getMessage(), aCase.itsText);
         EXPECT_EQ(aResult.getRenderable(), nullptr);

@@ -242,8 +242,13 @@ void CheckDeliveredFrame(SampleFile& theFile, int theFrame, const Outcome& theOu
 {
     ASSERT_EQ(theOutcome.Code(), 0) << theOutcome.Message();
     EXPECT_EQ(theOutcome.Message(), "Completed successfully");
+    EXPECT_EQ(theOutcome.itsResult.getSystemErrorCode(), 0);
     const Part10ImageAttributes& anAttributes = theFile.GetAttributes();
     const Bytes aDelivered = theOutcome.Pixels();
+    EXPECT_EQ(theOutcome.itsAllocator->GetLiveBlocks(), 1u);
+    EXPECT_TRUE(theOutcome.Image()->getSamplesPerPixel() == 3 ||
+                theOutcome.itsAllocator->GetAllocations() == 1)
+        << "a grey frame is one allocation";
     EXPECT_EQ(aDelivered.size(), theOutcome.Image()->getRequiredPixelDataBufferSize());
     EXPECT_TRUE(theOutcome.Image()->isPixelDataLittleEndian() || theOutcome.Image()->getBitsAllocated() == 8);
     EXPECT_EQ(theOutcome.Image()->getRows(), anAttributes.itsRows);

@@ -65,13 +65,23 @@ WindowOption ParseWindow(const std::string& theText)
 }
 } // namespace
 
-void Options::Check(const std::string& theFormat, const std::string& theType, const std::string& theWindow)
+/// What the command line says in words, before it is looked at.
+struct Options::Texts
 {
-    itsFormat = theFormats.at(theFormat);
-    itsType = theTypes.at(theType);
-    if (!theWindow.empty())
+    std::string itsFormat = "png";
+    std::string itsType = "auto";
+    std::string itsWindow;
+    bool itsNoProgress = false;
+};
+
+void Options::Check(const Texts& theTexts)
+{
+    itsFormat = theFormats.at(theTexts.itsFormat);
+    itsType = theTypes.at(theTexts.itsType);
+    itsProgress = !theTexts.itsNoProgress;
+    if (!theTexts.itsWindow.empty())
     {
-        itsWindow = ParseWindow(theWindow);
+        itsWindow = ParseWindow(theTexts.itsWindow);
         if (itsFormat != OutputFormat::PNG && itsFormat != OutputFormat::PNM)
         {
             throw CLI::ValidationError("--window", "is for --format png and pnm");
@@ -83,61 +93,66 @@ void Options::Check(const std::string& theFormat, const std::string& theType, co
     }
 }
 
-std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
+void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
 {
-    CLI::App anApp("Decompresses medical images: DICOM files (native, RLE, JPEG) and bare JPEG files.",
-                   "quorix-decompress");
-    std::string aFormat = "png";
-    std::string aType = "auto";
-    std::string aWindow;
-    bool aNoProgress = false;
-
-    anApp
+    theApp
         .add_option("INPUT", itsInputs,
                     "Files, folders (searched for DICOM files, subfolders too) or - for standard input")
         ->required();
-    anApp.add_option("-o,--output", itsOutput,
-                     "A file for one input, else a folder (made when missing; end it with / for one input)");
-    anApp
-        .add_option("--format", aFormat,
-                    "png, pnm (PGM or PPM), raw (the decoded bytes exactly), rend (the cache file),\n"
-                    "dicom (an uncompressed Part 10 file; --all-frames gives one file) or none (default png)")
-        ->option_text("FORMAT")
-        ->check(CLI::IsMember({"png", "pnm", "raw", "rend", "dicom", "none"}));
     CLI::Option* const aFrame =
-        anApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
+        theApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
             ->option_text("N")
             ->check(CLI::Range(0, 2147483647));
-    anApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
-    anApp
+    theApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
+    theApp
         .add_option("--scale", itsScale,
                     "Reduce the resolution where the codec can: 1 is full size, each step more halves it\n"
                     "(3 is a quarter)")
         ->option_text("N")
         ->check(CLI::Range(1, 31));
-    anApp
-        .add_option("--type", aType,
+    theApp
+        .add_option("--type", theTexts.itsType,
                     "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless")
         ->option_text("TYPE")
         ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
-    anApp
-        .add_option("--window", aWindow,
-                    "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
-        ->option_text("C,W|auto");
-    anApp.add_flag("--info", itsInfo, "Show attributes and codec, decode no pixels");
-    anApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
-    anApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
+    theApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
         ->option_text("N")
         ->check(CLI::Range(1, 1024));
-    anApp.add_flag("--no-progress", aNoProgress, "No progress bar (there is one on a terminal only)");
+}
+
+void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
+{
+    theApp.add_option("-o,--output", itsOutput,
+                      "A file for one input, else a folder (made when missing; end it with / for one input)");
+    theApp
+        .add_option("--format", theTexts.itsFormat,
+                    "png, pnm (PGM or PPM), raw (the decoded bytes exactly), rend (the cache file),\n"
+                    "dicom (an uncompressed Part 10 file; --all-frames gives one file) or none (default png)")
+        ->option_text("FORMAT")
+        ->check(CLI::IsMember({"png", "pnm", "raw", "rend", "dicom", "none"}));
+    theApp
+        .add_option("--window", theTexts.itsWindow,
+                    "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
+        ->option_text("C,W|auto");
+    theApp.add_flag("--info", itsInfo, "Show attributes and codec, decode no pixels");
+    theApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
+    theApp.add_flag("--no-progress", theTexts.itsNoProgress,
+                    "No progress bar (there is one on a terminal only)");
+}
+
+std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
+{
+    CLI::App anApp("Decompresses medical images: DICOM files (native, RLE, JPEG) and bare JPEG files.",
+                   "quorix-decompress");
+    Texts aTexts;
+    AddOutputOptions(anApp, aTexts);
+    AddInputOptions(anApp, aTexts);
     anApp.set_version_flag("--version", std::string("quorix-decompress ") + QUORIX_VERSION);
     anApp.footer(theNotes);
-
     try
     {
         anApp.parse(theArgumentCount, theArguments);
-        itsProgress = !aNoProgress;
-        Check(aFormat, aType, aWindow);
+        Check(aTexts);
     }
     catch (const CLI::ParseError& anError)
     {

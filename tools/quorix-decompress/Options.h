@@ -5,6 +5,11 @@
 #include <string>
 #include <vector>
 
+namespace CLI
+{
+class App;
+}
+
 enum class OutputFormat
 {
     PNG,
@@ -54,7 +59,11 @@ public:
     bool IsProgress() const { return itsProgress; }
 
 private:
-    void Check(const std::string& theFormat, const std::string& theType, const std::string& theWindow);
+    struct Texts;
+
+    void AddInputOptions(CLI::App& theApp, Texts& theTexts);
+    void AddOutputOptions(CLI::App& theApp, Texts& theTexts);
+    void Check(const Texts& theTexts);
 
     std::vector<std::string> itsInputs;
     std::string itsOutput;

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/UnwrittenPixels.h"
+
+#include <cstddef>
+#include <cstring>
+#include <typeinfo>
+
+#include "image/Renderable.h"
+#include "image/VMMemoryAllocator.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+void UnwrittenPixels::Blank(Renderable& theRenderable, const RWCString& theTransferSyntaxUID)
+{
+    // Only RLE: a segment that ends early is no error and leaves the rest of its byte plane as it was.
+    if (theTransferSyntaxUID != TransferSyntaxType::TSRLEUID || theRenderable.getPixelData() == nullptr)
+    {
+        return;
+    }
+    // Fresh pages are zero already; writing them twice would cost time for nothing.
+    const MemoryAllocater& anAllocator = theRenderable.getMemoryAllocator();
+    if (typeid(anAllocator) != typeid(VMMemoryAllocator))
+    {
+        std::memset(theRenderable.getPixelData(), 0,
+                    static_cast<std::size_t>(theRenderable.getPixelDataSize()));
+    }
+}

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+class Renderable;
+
+/// Keeps what used to be in a block of memory, another patient's image for example, out of decoded images.
+class QUORIX_API UnwrittenPixels
+{
+public:
+    UnwrittenPixels() = delete;
+
+    /// To be called between allocation and decoding: sets the pixel buffer to zeros where the codec of the
+    /// transfer syntax may leave samples unwritten without an error and the allocator may deliver used
+    /// memory.
+    static void Blank(Renderable& theRenderable, const RWCString& theTransferSyntaxUID);
+};
