@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/BareImageDecode.h"
+#include "decompressors/detail/BareImageDecode.h"
 
 #include <algorithm>
 #include <limits>
 
 #include "decoding/DecoderFactory.h"
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
-#include "decompressors/UnwrittenPixels.h"
+#include "decompressors/detail/CompressionRatio.h"
+#include "decompressors/detail/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/StreamIOException.h"

@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "decompressors/BareImageDecode.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/BareImageDecode.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DecodingInterruptedException.h"

@@ -5,8 +5,8 @@
 
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
-#include "decompressors/Part10FrameLoader.h"
-#include "decompressors/Part10FrontEnd.h"
+#include "decompressors/detail/Part10FrameLoader.h"
+#include "decompressors/detail/Part10FrontEnd.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DLRuntimeException.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/NativeFrameReader.h"
+#include "decompressors/detail/NativeFrameReader.h"
 
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/io/InputStream.h"

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/Part10FrameLoader.h"
+#include "decompressors/detail/Part10FrameLoader.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 #include "decoding/CompressedCodestreamDecoder.h"
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
-#include "decompressors/UnwrittenPixels.h"
+#include "decompressors/detail/CompressionRatio.h"
+#include "decompressors/detail/UnwrittenPixels.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/base/StreamIOException.h"

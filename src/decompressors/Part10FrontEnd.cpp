@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/Part10FrontEnd.h"
+#include "decompressors/detail/Part10FrontEnd.h"
 
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/UnwrittenPixels.h"
+#include "decompressors/detail/UnwrittenPixels.h"
 
 #include <cstddef>
 #include <cstring>

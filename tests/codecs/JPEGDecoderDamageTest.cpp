@@ -6,6 +6,7 @@
 
 #include "codecs/JPEGDecoderException.h"
 #include "codecs/JPEGTestHelpers.h"
+#include "support/LongRun.h"
 
 namespace
 {
@@ -94,9 +95,10 @@ TEST_F(JPEGDecoderDamage, FlippedBitsEndInPixelsOrAnError)
     std::mt19937 aRandom(20240229);
     int aPictures = 0;
     int aRuns = 0;
+    const int aRounds = Rounds(1500);
     for (const Victim& aVictim : MakeVictims())
     {
-        for (int aRound = 0; aRound < 1500; ++aRound)
+        for (int aRound = 0; aRound < aRounds; ++aRound)
         {
             Bytes aJpeg = aVictim.itsJpeg;
             // Every other round strikes the headers only, where one bit changes most.

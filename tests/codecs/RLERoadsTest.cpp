@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "RLETestHelpers.h"
+#include "support/LongRun.h"
 
 namespace
 {
@@ -191,9 +192,9 @@ std::string Compare(const Frame& theFrame, FrameMaker& theMaker)
     return "";
 }
 
-void CompareMany(unsigned int theFirst, unsigned int theCount, std::uint32_t theMostPixels)
+void CompareMany(unsigned int theFirst, int theCount, std::uint32_t theMostPixels)
 {
-    for (unsigned int aSeed = theFirst; aSeed < theFirst + theCount; ++aSeed)
+    for (unsigned int aSeed = theFirst; aSeed < theFirst + static_cast<unsigned int>(theCount); ++aSeed)
     {
         FrameMaker aMaker(aSeed);
         Frame aFrame = aMaker.Make(aMaker.Below(theMostPixels + 1));
@@ -213,12 +214,12 @@ TEST(RLERoads, SmallFrames)
 
 TEST(RLERoads, FramesOfManyPackets)
 {
-    CompareMany(1000000, 8000, 2000);
+    CompareMany(1000000, Rounds(8000), 2000);
 }
 
 // Larger than the window of compressed bytes and than the pieces in which the last plane is put together.
 TEST(RLERoads, FramesOfManyPieces)
 {
-    CompareMany(2000000, 60, 150000);
+    CompareMany(2000000, Rounds(60), 150000);
 }
 } // namespace

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "decompressors/NativeFrameReader.h"
+#include "decompressors/detail/NativeFrameReader.h"
 #include "support/RecordingInputStream.h"
 
 namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/Part10ImageAttributes.h"
+#include "decompressors/detail/Part10ImageAttributes.h"
 
 #include <string>
 #include <utility>

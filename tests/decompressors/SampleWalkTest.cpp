@@ -9,7 +9,7 @@
 
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/DecompressorRuns.h"
-#include "decompressors/Part10FrontEnd.h"
+#include "decompressors/detail/Part10FrontEnd.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/DicomBuilder.h"
 #include "support/PlainColour.h"

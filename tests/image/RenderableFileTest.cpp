@@ -204,6 +204,20 @@ TEST(RenderableFile, BufferOfAnotherSizeThanRequired)
                       aFile.GetName(),
                   DLRC_GENERAL_FAILURE, 0);
 
+    // 18000 × 18000 × 8 does not fit into 31 bits: the required size wraps to 2^61 bytes and must not be
+    // completed with zeros until the disk is full.
+    Renderable aLarge;
+    aLarge.setRows(18000);
+    aLarge.setColumns(18000);
+    aLarge.setBitsAllocated(8);
+    aLarge.setSamplesPerPixel(1);
+    SetPixels(aLarge, SamplePixels(10));
+    ExpectFailure([&] { aLarge.saveToFile(aFile.GetName()); },
+                  RWCString("Renderable::saveToFile: actual pixel data buffer size less than calculated "
+                            "required size") +
+                      aFile.GetName(),
+                  DLRC_GENERAL_FAILURE, 0);
+
     for (const int aChunkSize : {1, 7, 16384})
     {
         const ChunkSizeScope aScope(aChunkSize);

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "decompressors/Part10ImageAttributes.h"
+#include "decompressors/detail/Part10ImageAttributes.h"
 #include "toolkit/base/DMTickCounter.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/MemoryAllocater.h"

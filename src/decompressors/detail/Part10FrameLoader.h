@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
-#include "decompressors/NativeFrameReader.h"
-#include "decompressors/Part10FrontEnd.h"
+#include "decompressors/detail/NativeFrameReader.h"
+#include "decompressors/detail/Part10FrontEnd.h"
 #include "image/Renderable.h"
 #include "toolkit/dicom/ImageFrameInputStream.h"
 
