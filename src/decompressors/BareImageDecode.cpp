@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "decoding/DecoderFactory.h"
+#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
-#include "decompressors/detail/CompressionRatio.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/BadAllocException.h"
@@ -143,7 +143,11 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
 {
     const int aSize = theCodec.GetDecompressedBufferSize();
     const std::uint64_t aTrueSize = theCodec.GetOutputSize();
-    if (aSize < 0)
+    // The size that the finished record will call for; it wraps where pixels × bits do not fit 31 bits.
+    const std::uint64_t aRequired = Renderable::calculateRequiredBufferSize(
+        static_cast<int>(theCodec.GetImageHeight()), static_cast<int>(theCodec.GetImageWidth()),
+        theCodec.GetBitsAllocatedPerSample(), theCodec.GetSamplesPerPixel(), Renderable::RGB);
+    if (aSize < 0 || aRequired != static_cast<std::uint64_t>(aSize))
     {
         throw BadAllocException(aTrueSize);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/detail/CompressionRatio.h"
+#include "decompressors/CompressionRatio.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "decoding/CompressedCodestreamDecoder.h"
+#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
-#include "decompressors/detail/CompressionRatio.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DLRuntimeException.h"

@@ -19,6 +19,9 @@ constexpr std::size_t theScaleFactorOffset = 1;
 constexpr std::size_t theFirstFieldOffset = 7;
 constexpr std::uint8_t theFormatVersion = 1;
 constexpr std::int32_t theDefaultIOBufferSize = 16384;
+/// Required sizes from here on come from a bit count below zero; 2^59 is the most that two 31-bit figures
+/// give.
+constexpr std::uint64_t theWrappedSize = std::uint64_t{1} << 60;
 
 using Header = std::array<std::uint8_t, theHeaderSize>;
 
@@ -321,7 +324,8 @@ void Renderable::writeCacheFile(const RWCString& theName, bool theLock) const
     const std::uint64_t aRequired = getRequiredPixelDataBufferSize();
     // Deliberately the reverse of what the text says: a larger buffer is refused, a smaller one filled up
     // with zeros. Callers know this refusal by its words.
-    if (aRequired < getPixelDataSize())
+    // A size that has wrapped is refused likewise: completing it would fill the disk.
+    if (aRequired < getPixelDataSize() || aRequired >= theWrappedSize)
     {
         throw StreamIOException("actual pixel data buffer size less than calculated required size" + theName,
                                 DLRC_GENERAL_FAILURE, 0);

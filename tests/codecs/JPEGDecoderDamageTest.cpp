@@ -150,20 +150,39 @@ TEST_F(JPEGDecoderDamage, MissingComponentIsZero)
 // Each further scan of a progressive image costs a pass over all of it, for a dozen bytes.
 TEST_F(JPEGDecoderDamage, EndlessScansAreCutOff)
 {
-    JpegSpec aSpec;
-    aSpec.itsProcess = Process::PROGRESSIVE;
-    aSpec.itsEndOfImage = false;
-    Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
-    const Bytes aScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
-    ASSERT_TRUE(std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end()) != aJpeg.end());
-    for (int i = 0; i < 1100; ++i)
+    struct ScansCase
     {
-        aJpeg.insert(aJpeg.end(), aScan.begin(), aScan.end());
+        int itsSide; ///< written into the frame header; the data stays that of a small image
+        int itsScans;
+        bool itsTooMany;
+    };
+    for (const ScansCase& aCase : {ScansCase{16, 900, false}, ScansCase{16, 1100, true},
+                                   ScansCase{4000, 90, false}, ScansCase{4000, 300, true}})
+    {
+        JpegSpec aSpec;
+        aSpec.itsProcess = Process::PROGRESSIVE;
+        aSpec.itsEndOfImage = false;
+        Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+        const Bytes aScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
+        ASSERT_TRUE(std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end()) != aJpeg.end());
+        const Bytes aMarker = {0xff, 0xc2};
+        const auto aFrame = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
+        ASSERT_TRUE(aFrame != aJpeg.end());
+        for (int i = 0; i < 4; ++i)
+        {
+            aFrame[5 + i] = static_cast<std::uint8_t>(i % 2 == 0 ? aCase.itsSide >> 8 : aCase.itsSide & 0xff);
+        }
+        for (int i = 0; i < aCase.itsScans; ++i)
+        {
+            aJpeg.insert(aJpeg.end(), aScan.begin(), aScan.end());
+        }
+        aJpeg.insert(aJpeg.end(), {0xff, 0xd9});
+        const auto aDecoder = MakeDecoder(8);
+        ByteSource aSource(aJpeg);
+        const bool isCutOff =
+            DecodeError(*aDecoder, aSource).find("bytes so far): Too many scans") != std::string::npos;
+        EXPECT_EQ(isCutOff, aCase.itsTooMany) << aCase.itsSide << " pixels a side, " << aCase.itsScans;
     }
-    aJpeg.insert(aJpeg.end(), {0xff, 0xd9});
-    const auto aDecoder = MakeDecoder(8);
-    ByteSource aSource(aJpeg);
-    EXPECT_NE(DecodeError(*aDecoder, aSource).find("bytes so far): Too many scans"), std::string::npos);
 }
 
 } // namespace

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
-#include "decompressors/detail/CompressionRatio.h"
 #include "image/Renderable.h"
 #include "support/ByteSource.h"
 #include "support/CountingAllocator.h"

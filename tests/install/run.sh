@@ -22,7 +22,7 @@ if grep -rl -e "$source" -e "$work/first" "$work/moved/lib/cmake" "$work/moved/l
     exit 1
 fi
 
-cmake -S "$source/tests/install/consumer" -B "$work/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
+cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_PREFIX_PATH="$work/moved" >/dev/null
 cmake --build "$work/consumer" >/dev/null
 "$work/consumer/consumer"
