@@ -5,16 +5,24 @@
 usage: bench_table.py RESULTS.json
 """
 
-import collections
 import json
+import re
 import sys
+
+GROUPS = ["file", "frame", "colour"]
+PEERS = ["dcmtk", "ijg8", "ijg12", "ijg16", "turbo", "plain"]
+
+
+def natural(text):
+    """Sorts numbers inside names by their value: the benchmarks run in random order."""
+    return [int(part) if part.isdigit() else part for part in re.split(r"(\d+)", text)]
 
 
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         run = json.load(file)
-    cases = collections.OrderedDict()
-    times = collections.OrderedDict()
+    cases = {}
+    times = {}
     for entry in run["benchmarks"]:
         if entry.get("aggregate_name") != "median":
             continue
@@ -25,9 +33,10 @@ def main():
         speed = entry.get("bytes_per_second")
         cases.setdefault((group, case), {})[contestant] = None if speed is None else speed / 1e6
 
-    for group in collections.OrderedDict.fromkeys(group for group, _ in cases):
-        rows = [(case, speeds) for (g, case), speeds in cases.items() if g == group]
-        peers = list(collections.OrderedDict.fromkeys(c for _, speeds in rows for c in speeds if c != "ours"))
+    for group in [group for group in GROUPS if any(g == group for g, _ in cases)]:
+        rows = sorted(((case, speeds) for (g, case), speeds in cases.items() if g == group),
+                      key=lambda row: natural(row[0]))
+        peers = [peer for peer in PEERS if any(peer in speeds for _, speeds in rows)]
         print(f"\n{group}: MB/s of decoded pixels (times ours is faster in brackets)\n")
         print("| case | ours | " + " | ".join(peers) + " |")
         print("|---|---:|" + "---:|" * len(peers))
@@ -40,11 +49,13 @@ def main():
                 cells.append(f"{speed:.0f}{factor}" if speed else "")
             print(f"| {case} | " + " | ".join(cells) + " |")
     if times:
+        frames = sorted({frame for values in times.values() for frame, _ in values}, key=natural)
         print("\nseek: one frame of a thousand, from opening the file to the finished image, µs\n")
-        print("| file | " + " | ".join(f"frame {frame}" for frame, _ in next(iter(times.values()))) + " |")
-        print("|---|" + "---:|" * len(next(iter(times.values()))))
-        for case, values in times.items():
-            print(f"| {case} | " + " | ".join(f"{time:.0f}" for _, time in values) + " |")
+        print("| file | " + " | ".join(f"frame {frame}" for frame in frames) + " |")
+        print("|---|" + "---:|" * len(frames))
+        for case in sorted(times, key=natural):
+            values = dict(times[case])
+            print(f"| {case} | " + " | ".join(f"{values[frame]:.0f}" for frame in frames) + " |")
 
 
 if __name__ == "__main__":
