@@ -8,6 +8,7 @@
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/io/EndianHandlingReader.h"
 #include "toolkit/io/MemoryInputStream.h"
 
@@ -66,7 +67,7 @@ void RLEDecoder::ReadGeometry()
     itsImageWidth = ReadAttribute(aSet, DICOMTags::Columns, "Columns");
     itsSamplesPerPixel = ReadAttribute(aSet, DICOMTags::SamplesPerPixel, "SamplesPerPixel");
     RWCString anOriginal;
-    if (aSet->GetScratchpadValue("DecompOrigSamplesPerPixel", anOriginal) && anOriginal == "1")
+    if (aSet->GetScratchpadValue(ScratchpadKeys::DecompOrigSamplesPerPixel, anOriginal) && anOriginal == "1")
     {
         // The set was rewritten for an earlier decode of this image; the codestream was not.
         itsSamplesPerPixel = 1;
@@ -88,7 +89,7 @@ void RLEDecoder::ReadSampleFormat()
 void RLEDecoder::ReadPhotometricInterpretation()
 {
     const DICOMDataObject* const aSet = GetDICOMDataObject();
-    if (!aSet->GetScratchpadValue("DecompOrigPhotoInterp", itsPhotometricInterpretation) &&
+    if (!aSet->GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, itsPhotometricInterpretation) &&
         !aSet->GetString(DICOMTags::PhotometricInterpretation, itsPhotometricInterpretation))
     {
         FailSource("unable to get PhotometricInterpretation from dicom header");

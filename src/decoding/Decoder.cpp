@@ -7,6 +7,7 @@
 #include "codecs/MeteringKDUCompressedSource.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 
 namespace
 {
@@ -60,7 +61,7 @@ Decoder::ColorModel Decoder::GetOriginalPhotometricInterpretation() const
         return COLOR_MODEL_UNKNOWN;
     }
     RWCString anInterpretation;
-    if (!itsDICOMDataObject->GetScratchpadValue("DecompOrigPhotoInterp", anInterpretation))
+    if (!itsDICOMDataObject->GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, anInterpretation))
     {
         itsDICOMDataObject->GetString(DICOMTags::PhotometricInterpretation, anInterpretation);
     }

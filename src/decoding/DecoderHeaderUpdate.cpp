@@ -7,13 +7,10 @@
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 
 namespace
 {
-constexpr const char* theOriginalInterpretationKey = "DecompOrigPhotoInterp";
-constexpr const char* theOriginalSamplesKey = "DecompOrigSamplesPerPixel";
-constexpr const char* theOriginalPlanarKey = "DecompOrigPlanarConfig";
-
 /// Replaces elements of one data set.
 class HeaderUpdate
 {
@@ -44,10 +41,10 @@ private:
 RWCString OriginalInterpretation(DICOMDataObject& theDataSet)
 {
     RWCString anOriginal;
-    if (!theDataSet.GetScratchpadValue(theOriginalInterpretationKey, anOriginal))
+    if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, anOriginal))
     {
         theDataSet.GetString(DICOMTags::PhotometricInterpretation, anOriginal);
-        theDataSet.SetScratchpadValue(theOriginalInterpretationKey, anOriginal);
+        theDataSet.SetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, anOriginal);
     }
     return anOriginal;
 }
@@ -94,9 +91,10 @@ void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate,
     std::uint16_t aSamples = 0;
     theDataSet.GetUnsignedShort(DICOMTags::SamplesPerPixel, aSamples);
     RWCString anOriginal;
-    if (!theDataSet.GetScratchpadValue(theOriginalSamplesKey, anOriginal) && aSamples >= 1 && aSamples <= 4)
+    if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigSamplesPerPixel, anOriginal) &&
+        aSamples >= 1 && aSamples <= 4)
     {
-        theDataSet.SetScratchpadValue(theOriginalSamplesKey, std::to_string(aSamples));
+        theDataSet.SetScratchpadValue(ScratchpadKeys::DecompOrigSamplesPerPixel, std::to_string(aSamples));
     }
     if (aSamples >= 1 && aSamples < theCodecSamples)
     {
@@ -117,11 +115,11 @@ void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate,
 void UpdatePlanarConfiguration(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate)
 {
     RWCString anOriginal;
-    if (!theDataSet.GetScratchpadValue(theOriginalPlanarKey, anOriginal))
+    if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPlanarConfig, anOriginal))
     {
         std::uint16_t aPlanar = 0;
         theDataSet.GetUnsignedShort(DICOMTags::PlanarConfiguration, aPlanar);
-        theDataSet.SetScratchpadValue(theOriginalPlanarKey, aPlanar != 0 ? "1" : "0");
+        theDataSet.SetScratchpadValue(ScratchpadKeys::DecompOrigPlanarConfig, aPlanar != 0 ? "1" : "0");
     }
     // Codecs deliver colour-by-pixel.
     theUpdate.Replace(DICOMTags::PlanarConfiguration, std::uint64_t{0});

@@ -12,6 +12,7 @@
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace
@@ -95,7 +96,7 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
 
 void BareImageDecode::ReadDataSet()
 {
-    if (!itsDataSet->GetScratchpadValue("DecompOrigPhotoInterp", itsOriginalInterpretation))
+    if (!itsDataSet->GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, itsOriginalInterpretation))
     {
         itsDataSet->GetString(DICOMTags::PhotometricInterpretation, itsOriginalInterpretation);
     }

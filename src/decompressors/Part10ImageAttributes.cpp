@@ -9,6 +9,7 @@
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 
 namespace
 {
@@ -71,7 +72,7 @@ bool IsForcedLossless(const DICOMDataObject& theDataSet)
 bool ReadPlanar(const DICOMDataObject& theDataSet, MandatoryAttributes& theReader)
 {
     RWCString anOriginal;
-    if (theDataSet.GetScratchpadValue("DecompOrigPlanarConfig", anOriginal))
+    if (theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPlanarConfig, anOriginal))
     {
         return anOriginal == "1";
     }
@@ -106,14 +107,14 @@ void Part10ImageAttributes::Read(const DICOMDataObject& theDataSet)
     itsForcedLossless = IsForcedLossless(theDataSet);
     aReader.Integer(DICOMTags::HighBit, "HighBit", itsHighBit);
     aReader.Integer(DICOMTags::PixelRepresentation, "PixelRepresentation", itsPixelRepresentation);
-    if (!theDataSet.GetScratchpadValue("DecompOrigPhotoInterp", itsPhotometricInterpretation))
+    if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, itsPhotometricInterpretation))
     {
         aReader.String(DICOMTags::PhotometricInterpretation, "PhotometricInterpretation",
                        itsPhotometricInterpretation);
     }
     aReader.Integer(DICOMTags::SamplesPerPixel, "SamplesPerPixel", itsSamplesPerPixel);
     RWCString anOriginalSamples;
-    if (theDataSet.GetScratchpadValue("DecompOrigSamplesPerPixel", anOriginalSamples) &&
+    if (theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigSamplesPerPixel, anOriginalSamples) &&
         anOriginalSamples == "1")
     {
         itsSamplesPerPixel = 1;

@@ -7,6 +7,7 @@
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 
 namespace
 {
@@ -60,11 +61,11 @@ void FixInterpretation(DICOMDataObject& theDataSet, const Renderable& theRendera
 {
     const RWCString aNewValue = GetDecodedInterpretation(theRenderable);
     RWCString anOldValue;
-    if (!theDataSet.GetScratchpadValue("DecompOrigPhotoInterp", anOldValue))
+    if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, anOldValue))
     {
         anOldValue = aNewValue;
         theDataSet.GetString(DICOMTags::PhotometricInterpretation, anOldValue);
-        theDataSet.SetScratchpadValue("DecompOrigPhotoInterp", anOldValue);
+        theDataSet.SetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, anOldValue);
         // Deliberately "COLOR PALETTE", which is not the standard's term: images that carry PALETTE COLOR
         // keep their palette attributes here, and so do data sets whose palettes are all in memory.
         if (anOldValue == "COLOR PALETTE" && !HasAllPalettes(theDataSet))
@@ -84,7 +85,7 @@ void FixPlanarConfiguration(DICOMDataObject& theDataSet, const Renderable& theRe
     }
     std::uint16_t anOldValue = 0;
     theDataSet.GetUnsignedShort(DICOMTags::PlanarConfiguration, anOldValue);
-    KeepInScratchpad(theDataSet, "DecompOrigPlanarConfig", anOldValue != 0 ? "1" : "0");
+    KeepInScratchpad(theDataSet, ScratchpadKeys::DecompOrigPlanarConfig, anOldValue != 0 ? "1" : "0");
     theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::PlanarConfiguration, 0));
 }
 
@@ -101,7 +102,7 @@ void FixSamplesPerPixel(DICOMDataObject& theDataSet, const Renderable& theRender
         DICOMTags::SamplesPerPixel, static_cast<std::uint16_t>(theRenderable.getSamplesPerPixel())));
     if (anOldValue >= 1 && anOldValue <= 4)
     {
-        KeepInScratchpad(theDataSet, "DecompOrigSamplesPerPixel", std::to_string(anOldValue));
+        KeepInScratchpad(theDataSet, ScratchpadKeys::DecompOrigSamplesPerPixel, std::to_string(anOldValue));
     }
 }
 
