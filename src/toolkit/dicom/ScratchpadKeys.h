@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Names under which a data set's scratch pad keeps what it said before the first decode. Callers read them too,
-/// so the texts are part of the interface.
+/// Names under which a data set's scratch pad keeps what it said before the first decode. Callers read them
+/// too, so the texts are part of the interface.
 namespace ScratchpadKeys
 {
 /// Photometric Interpretation, its defined term.
