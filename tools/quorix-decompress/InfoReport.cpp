@@ -133,6 +133,17 @@ void InfoReport::DescribeDataSet(const DICOMDataObject& theDataSet)
     }
 }
 
+template <class Header>
+void InfoReport::DescribeSamples(const Header& theHeader)
+{
+    itsRows = theHeader.itsRows;
+    itsColumns = theHeader.itsColumns;
+    itsSamplesPerPixel = theHeader.itsComponents;
+    itsBitsAllocated = theHeader.itsPrecision > 8 ? 16 : 8;
+    itsBitsStored = theHeader.itsPrecision;
+    itsHighBit = theHeader.itsPrecision - 1;
+}
+
 void InfoReport::ReadJPEG(const InputSource& theSource)
 {
     itsType = "JPEG";
@@ -141,12 +152,7 @@ void InfoReport::ReadJPEG(const InputSource& theSource)
     {
         throw StreamIOException("no JPEG frame header found", DLRC_DECODER_ERROR, 0);
     }
-    itsRows = aHeader->itsRows;
-    itsColumns = aHeader->itsColumns;
-    itsSamplesPerPixel = aHeader->itsComponents;
-    itsBitsAllocated = aHeader->itsPrecision > 8 ? 16 : 8;
-    itsBitsStored = aHeader->itsPrecision;
-    itsHighBit = aHeader->itsPrecision - 1;
+    DescribeSamples(*aHeader);
     itsSigned = 0;
     itsLossy = aHeader->IsLossless() ? 0 : 1;
     DescribeCodec(aHeader->GetTransferSyntaxUID(), aHeader->itsPrecision);
@@ -161,12 +167,7 @@ void InfoReport::ReadJPEG2000(const InputSource& theSource, InputKind theKind)
     {
         throw StreamIOException("no JPEG 2000 codestream header found", DLRC_DECODER_ERROR, 0);
     }
-    itsRows = aHeader->itsRows;
-    itsColumns = aHeader->itsColumns;
-    itsSamplesPerPixel = aHeader->itsComponents;
-    itsBitsAllocated = aHeader->itsPrecision > 8 ? 16 : 8;
-    itsBitsStored = aHeader->itsPrecision;
-    itsHighBit = aHeader->itsPrecision - 1;
+    DescribeSamples(*aHeader);
     itsSigned = aHeader->itsSigned ? 1 : 0;
     DescribeCodec(theKind == InputKind::JPEG2000_LOSSLESS ? TransferSyntaxType::TSJPEG2KLosslessUID
                                                           : TransferSyntaxType::TSJPEG2KUID,

@@ -21,6 +21,10 @@ private:
     void ReadDICOM(const InputSource& theSource);
     void ReadJPEG(const InputSource& theSource);
     void ReadJPEG2000(const InputSource& theSource, InputKind theKind);
+
+    /// What the headers of all bare codestreams tell.
+    template <class Header>
+    void DescribeSamples(const Header& theHeader);
     void DescribeDataSet(const DICOMDataObject& theDataSet);
     void DescribeCodec(const std::string& theUID, int theBitsStored);
 
