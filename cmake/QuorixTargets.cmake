@@ -14,13 +14,17 @@ if(QUORIX_SANITIZE)
   target_link_options(quorix_options INTERFACE -fsanitize=${QUORIX_SANITIZE})
 endif()
 
-# quorix_add_room(<name> <folder> [LINK <targets>...])
+# quorix_add_room(<name> <folder> [FOLDERS <more folders>...] [LINK <targets>...])
 #
-# One room is a static library of all .cpp files of its folder. The shared library is made of the
+# One room is a static library of all .cpp files of its folders. The shared library is made of the
 # rooms' objects; tests link the rooms directly, so that they reach what the library does not export.
 function(quorix_add_room theName theFolder)
-  cmake_parse_arguments(PARSE_ARGV 2 aRoom "" "" "LINK")
-  file(GLOB aSources CONFIGURE_DEPENDS "${theFolder}/*.cpp" "${theFolder}/*.h")
+  cmake_parse_arguments(PARSE_ARGV 2 aRoom "" "" "FOLDERS;LINK")
+  set(aSources "")
+  foreach(aFolder IN LISTS theFolder aRoom_FOLDERS)
+    file(GLOB aFiles CONFIGURE_DEPENDS "${aFolder}/*.cpp" "${aFolder}/*.h")
+    list(APPEND aSources ${aFiles})
+  endforeach()
   add_library(quorix_${theName} STATIC ${aSources})
   set_target_properties(quorix_${theName} PROPERTIES LINKER_LANGUAGE CXX)
   target_compile_definitions(quorix_${theName} PRIVATE QUORIX_BUILDING_LIBRARY)

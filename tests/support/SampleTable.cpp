@@ -34,8 +34,9 @@ std::string SampleTable::GetFolder()
     return std::filesystem::exists(aFolder + "/expected.tsv") ? aFolder : "";
 }
 
-SampleTable SampleTable::Load()
+SampleTable SampleTable::Load(int theDiscardedLevels)
 {
+    const std::string aReduction = std::to_string(theDiscardedLevels);
     SampleTable aTable;
     std::ifstream aFile(GetFolder() + "/expected.tsv");
     std::string aLine;
@@ -44,7 +45,7 @@ SampleTable SampleTable::Load()
     {
         const std::vector<std::string> aFields = SplitLine(aLine);
         Frames& aFrames = aTable.itsFiles[aFields[0]]; // files with nothing but notes are files all the same
-        if (IsNumber(aFields[1]) && aFields[2] == "0" && IsNumber(aFields[5]))
+        if (IsNumber(aFields[1]) && aFields[2] == aReduction && IsNumber(aFields[5]))
         {
             aFrames[std::stoi(aFields[1])].push_back({aFields[4], std::stoull(aFields[5]),
                                                       std::stoull(aFields[6]), std::stoi(aFields[7]),

@@ -18,7 +18,7 @@ struct SampleRow
     std::string itsExact;  ///< "yes", "tolerance", "alternative", "info" or "no"
 };
 
-/// The table of expected results, by file and frame; only full-resolution rows.
+/// The table of expected results at one resolution, by file and frame.
 class SampleTable
 {
 public:
@@ -27,8 +27,8 @@ public:
     /// Where the sample images are; empty when the folder is missing.
     static std::string GetFolder();
 
-    /// Reads the folder's table.
-    static SampleTable Load();
+    /// Reads the folder's table: the rows with so many resolution levels discarded.
+    static SampleTable Load(int theDiscardedLevels = 0);
 
     const std::map<std::string, Frames>& GetFiles() const { return itsFiles; }
 

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/Reports.h"
+
+#include "engine/detail/MessageHandlers.h"
+#include "engine/kdu_message.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace j2k
+{
+
+namespace
+{
+
+std::string AtOffset(const std::string& theText, std::uint64_t theOffset)
+{
+    return theText + " (at byte " + std::to_string(theOffset) + " of the codestream)";
+}
+
+void Send(kdu_message* theHandler, const std::string& theText)
+{
+    if (theHandler != nullptr)
+    {
+        theHandler->start_message();
+        theHandler->put_text(theText.c_str());
+        theHandler->flush(true);
+    }
+}
+
+} // namespace
+
+void Reports::SetTolerance(Tolerance theTolerance)
+{
+    itsTolerance = theTolerance;
+    if (theTolerance == Tolerance::Fussy && !itsFirstDeparture.empty())
+    {
+        Send(GetWarningHandler(), std::exchange(itsFirstDeparture, std::string()));
+    }
+}
+
+void Reports::Error(const std::string& theText) const
+{
+    Send(GetErrorHandler(), theText);
+    throw std::runtime_error(theText);
+}
+
+void Reports::Error(const std::string& theText, std::uint64_t theOffset) const
+{
+    Error(AtOffset(theText, theOffset));
+}
+
+void Reports::Departure(const std::string& theText, std::uint64_t theOffset)
+{
+    Departure(AtOffset(theText, theOffset));
+}
+
+void Reports::Departure(const std::string& theText)
+{
+    if (itsTolerance == Tolerance::Fussy)
+    {
+        Send(GetWarningHandler(), theText);
+    }
+    else if (itsFirstDeparture.empty())
+    {
+        itsFirstDeparture = theText;
+    }
+}
+
+} // namespace j2k

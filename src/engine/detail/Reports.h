@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace j2k
+{
+
+/// How much a codestream may depart from the standard.
+enum class Tolerance
+{
+    Fast,      ///< takes everything that can be decoded sensibly; the mode until another is set
+    Resilient, ///< the same, and goes on at SOP markers
+    Fussy      ///< refuses every departure
+};
+
+/// One codestream's road to the installed message objects.
+///
+/// An error is something decoding does not survive; it is reported in every mode. A departure is survived: it
+/// is reported as a warning in fussy mode and passes in the others. What is found before the mode is known
+/// (the main header) is kept until SetTolerance. Texts name the marker or the thing, and the byte offset from
+/// the start of the codestream.
+class Reports
+{
+public:
+    /// Raises the first departure seen so far when theTolerance is Fussy.
+    void SetTolerance(Tolerance theTolerance);
+    Tolerance GetTolerance() const { return itsTolerance; }
+
+    /// Never returns: leaves by the error object's exception, or by std::runtime_error.
+    [[noreturn]] void Error(const std::string& theText) const;
+    [[noreturn]] void Error(const std::string& theText, std::uint64_t theOffset) const;
+
+    /// Returns unless the mode is fussy and the warning object throws.
+    void Departure(const std::string& theText, std::uint64_t theOffset);
+
+    /// The same for what has no place of its own in the codestream.
+    void Departure(const std::string& theText);
+
+private:
+    Tolerance itsTolerance = Tolerance::Fast;
+    std::string itsFirstDeparture;
+};
+
+} // namespace j2k

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "engine/detail/blocks/CodedBlock.h"
+
+namespace j2k
+{
+
+/// What a block's bytes showed beyond its samples.
+struct BlockFindings
+{
+    bool itsBadSegmentationSymbol = false;
+    bool itsBadTermination = false; ///< predictable termination was announced and not found
+    bool itsMissingPasses = false;  ///< more passes than bit-planes have
+};
+
+/// Where a region of interest was scaled up by itsShift planes (T.800 Annex H), magnitudes of at least
+/// 2^itsBackgroundPlanes are scaled down again when samples are stored.
+struct RegionOfInterest
+{
+    std::uint32_t itsShift = 0;
+    std::uint32_t itsBackgroundPlanes = 0;
+};
+
+/// Decodes code-blocks (T.800 Annexes C and D). Holds scratch memory for the largest block and is used for
+/// one block after another. Safe against any bytes. Not thread-safe.
+///
+/// Coefficients are reconstructed at the middle of the interval that the last decoded bit-plane left open
+/// (r = 1/2 of E-6); coefficients whose plane 0 is decoded are exact in integer stores.
+class BlockDecoder
+{
+public:
+    BlockDecoder();
+    ~BlockDecoder();
+
+    /// Decodes all passes of theBlock; the samples stay here until the next call.
+    BlockFindings Decode(const CodedBlock& theBlock);
+
+    /// Write the block's samples row by row; theStride in samples. Integers drop the half step below plane 0.
+    void Store(std::int16_t* theRows, std::ptrdiff_t theStride, const RegionOfInterest& theRegion) const;
+    void Store(std::int32_t* theRows, std::ptrdiff_t theStride, const RegionOfInterest& theRegion) const;
+
+    /// theStep: what one unit of plane 0 is worth.
+    void Store(float* theRows, std::ptrdiff_t theStride, const RegionOfInterest& theRegion,
+               float theStep) const;
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> itsImplementation;
+};
+
+} // namespace j2k

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace j2k
+{
+
+/// Contexts as T.800 table D.7 numbers them.
+enum BlockContext : std::uint8_t
+{
+    CONTEXT_ZERO = 0,              ///< zero coding: 0 to 8
+    CONTEXT_SIGN = 9,              ///< 9 to 13
+    CONTEXT_REFINE_ALONE = 14,     ///< first refinement, no significant neighbour
+    CONTEXT_REFINE_NEIGHBOUR = 15, ///< first refinement, some significant neighbour
+    CONTEXT_REFINE_AGAIN = 16,
+    CONTEXT_RUN = 17,
+    CONTEXT_UNIFORM = 18
+};
+constexpr unsigned int theContextCount = 19;
+
+/// The state of one adaptive context in one word, so that a decision costs one load: Qe in the 16 upper bits,
+/// where the decoder's registers have their integer part, and the words' numbers of the two next states.
+struct MQState
+{
+    static constexpr std::uint64_t theQeMask = 0xFFFF000000000000U;
+    static constexpr unsigned int theNextMpsShift = 0; ///< 8 bits
+    static constexpr unsigned int theNextLpsShift = 8; ///< 8 bits
+    static constexpr unsigned int theMpsShift = 16;    ///< the more probable symbol, 1 bit
+};
+
+/// The words of all states (T.800 table C.2): number 2 * row + more probable symbol.
+extern const std::array<std::uint64_t, 94> theMQStates;
+
+/// The words that the contexts start with (T.800 table D.7).
+extern const std::array<std::uint64_t, theContextCount> theInitialContexts;
+
+/// A sample's significant neighbours in one byte.
+enum Neighbour : std::uint8_t
+{
+    NEIGHBOUR_N = 1,
+    NEIGHBOUR_S = 2,
+    NEIGHBOUR_W = 4,
+    NEIGHBOUR_E = 8,
+    NEIGHBOUR_NW = 16,
+    NEIGHBOUR_NE = 32,
+    NEIGHBOUR_SW = 64,
+    NEIGHBOUR_SE = 128
+};
+
+/// Zero-coding contexts (T.800 table D.1) by band and by a byte of neighbours.
+extern const std::array<std::array<std::uint8_t, 256>, 4> theZeroContexts;
+
+/// Sign contexts (T.800 tables D.2 and D.3): by a byte with the four nearest neighbours in the lower half
+/// and, in the upper half in the same order, which of them are negative. The flip of the decoded bit is in
+/// bit 7.
+extern const std::array<std::uint8_t, 256> theSignContexts;
+constexpr unsigned int theSignFlipShift = 7;
+constexpr unsigned int theSignContextMask = 0x1F;
+
+} // namespace j2k

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+
+#include "engine/kdu_sample_allocator.h"
+
+namespace j2k
+{
+
+/// Equally long lines in a share of an allocator: announced at construction, taken with Take.
+///
+/// Every line begins on a multiple of kdu_sample_allocator::theAlignment bytes, and the whole of its last
+/// such piece is its own, so that vectors up to that size may run over the end.
+template <class Sample>
+class LineMemory
+{
+public:
+    LineMemory(kdu_sample_allocator& theAllocator, std::uint64_t theWidth, std::uint64_t theLines)
+        : itsAllocator(theAllocator), itsStride(ComputeStride(theWidth)),
+          itsBytes(ComputeBytes(itsStride, theLines))
+    {
+        itsAllocator.pre_alloc(itsBytes);
+    }
+
+    /// Takes the memory; its contents are unspecified.
+    void Take() { itsSamples = static_cast<Sample*>(itsAllocator.alloc(itsBytes)); }
+    bool IsTaken() const { return itsSamples != nullptr; }
+
+    Sample* GetLine(std::size_t theLine) const { return itsSamples + theLine * itsStride; }
+
+    /// From line to line, in samples.
+    std::size_t GetStride() const { return itsStride; }
+    std::size_t GetBytes() const { return itsBytes; }
+
+private:
+    static constexpr std::uint64_t thePiece = kdu_sample_allocator::theAlignment / sizeof(Sample);
+
+    static std::size_t ComputeStride(std::uint64_t theWidth)
+    {
+        const std::uint64_t aPieceCount = (theWidth + thePiece - 1) / thePiece;
+        // An odd number of pieces: blocks are stored column by column, and lines a power of two apart
+        // would compete for the same few places of the cache.
+        return static_cast<std::size_t>((aPieceCount | 1) * thePiece);
+    }
+
+    static std::size_t ComputeBytes(std::uint64_t theStride, std::uint64_t theLines)
+    {
+        constexpr std::uint64_t theLimit = std::numeric_limits<std::size_t>::max() / sizeof(Sample);
+        if (theLines > theLimit / theStride)
+        {
+            throw std::bad_alloc();
+        }
+        return static_cast<std::size_t>(theStride * theLines * sizeof(Sample));
+    }
+
+    kdu_sample_allocator& itsAllocator;
+    std::size_t itsStride;
+    std::size_t itsBytes;
+    Sample* itsSamples = nullptr;
+};
+
+} // namespace j2k

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/lines/SubbandSource.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+
+#include "engine/detail/packets/Tile.h"
+
+namespace j2k
+{
+namespace
+{
+const char* NameBand(Band theBand)
+{
+    static constexpr const char* theNames[] = {"LL", "HL", "LH", "HH"};
+    return theNames[static_cast<unsigned int>(theBand) & 3];
+}
+
+/// Lines of the highest row of blocks. Only the first and the last row can be lower than the others.
+std::uint32_t ComputeStripeHeight(const Subband& theSubband)
+{
+    std::uint32_t aHeight = 0;
+    if (theSubband.GetBlockColumns() > 0)
+    {
+        for (std::uint32_t r = 0; r < std::min<std::uint32_t>(theSubband.GetBlockRows(), 2); ++r)
+        {
+            aHeight = std::max(aHeight, theSubband.GetBlockRect(0, r).GetHeight());
+        }
+    }
+    return aHeight;
+}
+} // namespace
+
+template <class Sample>
+SubbandSource<Sample>::SubbandSource(const Subband& theSubband, BlockWorkshop& theWorkshop,
+                                     kdu_sample_allocator& theAllocator, float theScale)
+    : itsSubband(theSubband), itsWorkshop(theWorkshop), itsStep(theSubband.GetStep() * theScale),
+      itsStripeHeight(ComputeStripeHeight(theSubband)),
+      itsStripe(theAllocator, theSubband.GetRect().GetWidth(), itsStripeHeight)
+{
+}
+
+template <class Sample>
+const Sample* SubbandSource<Sample>::Pull()
+{
+    while (itsLine == itsLinesInRow)
+    {
+        DecodeRow();
+    }
+    return itsStripe.GetLine(itsLine++);
+}
+
+template <class Sample>
+void SubbandSource<Sample>::DecodeRow()
+{
+    if (itsBlockRow == itsSubband.GetBlockRows())
+    {
+        throw std::logic_error("SubbandSource: no more lines");
+    }
+    if (!itsStripe.IsTaken())
+    {
+        itsStripe.Take();
+        // Nothing is known of the memory, so every column counts as used.
+        itsIsUsed.assign(itsSubband.GetBlockColumns(), true);
+    }
+    for (std::uint32_t c = 0; c < itsSubband.GetBlockColumns(); ++c)
+    {
+        const Rect aPlace = itsSubband.GetBlockRect(c, itsBlockRow);
+        if (itsSubband.CollectBlock(c, itsBlockRow, itsWorkshop.GetBlock()))
+        {
+            DecodeBlock(c, aPlace);
+        }
+        else if (itsIsUsed[c])
+        {
+            ClearBlock(c, aPlace);
+        }
+    }
+    itsLinesInRow = itsSubband.GetBlockRect(0, itsBlockRow).GetHeight();
+    itsLine = 0;
+    ++itsBlockRow;
+}
+
+template <class Sample>
+void SubbandSource<Sample>::DecodeBlock(std::uint32_t theColumn, const Rect& thePlace)
+{
+    Report(itsWorkshop.Decode(), theColumn);
+    const BlockDecoder& aDecoder = itsWorkshop.GetDecoder();
+    Sample* const aSamples = itsStripe.GetLine(0) + thePlace.itsX0;
+    const auto aStride = static_cast<std::ptrdiff_t>(itsStripe.GetStride());
+    if constexpr (std::is_floating_point_v<Sample>)
+    {
+        aDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest(), itsStep);
+    }
+    else
+    {
+        aDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest());
+    }
+    itsIsUsed[theColumn] = true;
+}
+
+template <class Sample>
+void SubbandSource<Sample>::ClearBlock(std::uint32_t theColumn, const Rect& thePlace)
+{
+    // All lines of the stripe: a later row of blocks may be higher.
+    for (std::uint32_t y = 0; y < itsStripeHeight; ++y)
+    {
+        std::fill_n(itsStripe.GetLine(y) + thePlace.itsX0, thePlace.GetWidth(), Sample(0));
+    }
+    itsIsUsed[theColumn] = false;
+}
+
+template <class Sample>
+void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn) const
+{
+    if (theFindings.itsBadSegmentationSymbol)
+    {
+        Depart("wrong segmentation symbol", theColumn);
+    }
+    if (theFindings.itsBadTermination)
+    {
+        Depart("coding pass not terminated as announced", theColumn);
+    }
+    if (theFindings.itsMissingPasses)
+    {
+        Depart("more coding passes than its bit-planes have", theColumn);
+    }
+}
+
+template <class Sample>
+void SubbandSource<Sample>::Depart(const char* theFinding, std::uint32_t theColumn) const
+{
+    const Tile& aTile = itsSubband.GetTile();
+    aTile.GetReports().Departure(
+        "Code-block " + std::to_string(theColumn) + ", " + std::to_string(itsBlockRow) + " of a subband " +
+        NameBand(itsSubband.GetBand()) + " of tile " + std::to_string(aTile.GetIndex()) + ": " + theFinding);
+}
+
+template class SubbandSource<std::int16_t>;
+template class SubbandSource<std::int32_t>;
+template class SubbandSource<float>;
+
+} // namespace j2k

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/markers/BodyReader.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace j2k
+{
+
+namespace
+{
+
+constexpr std::size_t theFirstChunkBytes = std::size_t(64) << 10;
+constexpr std::size_t theLargestChunkBytes = std::size_t(1) << 20;
+constexpr std::uint8_t theMarkerPrefix = 0xFF;
+constexpr std::uint8_t theSotCode = 0x90;
+constexpr std::uint8_t theEocCode = 0xD9;
+constexpr std::uint32_t theSotAndLength = 0xFF90000A;
+constexpr std::uint32_t theEoc = 0xFFD9;
+
+/// Appends single bytes to chunks of bounded size.
+class ChunkWriter
+{
+public:
+    ChunkWriter(std::vector<BodyChunk>& theBody, std::uint64_t theOffset, bool theStartsTilePart)
+        : itsBody(theBody), itsOffset(theOffset), itsStartsTilePart(theStartsTilePart)
+    {
+    }
+
+    void Append(std::uint8_t theByte)
+    {
+        if (itsRoom == 0)
+        {
+            itsBody.push_back({{}, itsOffset, std::exchange(itsStartsTilePart, false)});
+            itsRoom = theLargestChunkBytes;
+        }
+        itsBody.back().itsBytes.push_back(theByte);
+        --itsRoom;
+        ++itsOffset;
+    }
+
+private:
+    std::vector<BodyChunk>& itsBody;
+    std::uint64_t itsOffset;
+    std::size_t itsRoom = 0;
+    bool itsStartsTilePart;
+};
+
+/// The number of bytes before the first SOT, with its length, or EOC in the chunks from theFirst on.
+bool FindMarker(const std::vector<BodyChunk>& theBody, std::size_t theFirst, std::uint64_t& theKept)
+{
+    std::uint32_t aWindow = 0;
+    theKept = 0;
+    for (std::size_t aNumber = theFirst; aNumber < theBody.size(); ++aNumber)
+    {
+        for (const std::uint8_t aByte : theBody[aNumber].itsBytes)
+        {
+            aWindow = (aWindow << 8) | aByte;
+            ++theKept;
+            const bool anIsSot = aWindow == theSotAndLength;
+            if (anIsSot || (aWindow & 0xFFFF) == theEoc)
+            {
+                theKept -= anIsSot ? 4 : 2;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool BodyReader::ReadCounted(std::uint64_t theCount, std::vector<BodyChunk>& theBody)
+{
+    std::size_t aSize = theFirstChunkBytes;
+    bool anIsFirst = true;
+    while (theCount > 0)
+    {
+        BodyChunk aChunk;
+        aChunk.itsOffset = itsBytes.GetOffset();
+        aChunk.itsStartsTilePart = std::exchange(anIsFirst, false);
+        aChunk.itsBytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(theCount, aSize)));
+        const std::size_t aWanted = aChunk.itsBytes.size();
+        const std::size_t aRead = itsBytes.Read(aChunk.itsBytes.data(), aWanted);
+        if (aRead < aWanted)
+        {
+            aChunk.itsBytes.resize(aRead);
+            aChunk.itsBytes.shrink_to_fit();
+        }
+        if (aRead > 0)
+        {
+            theBody.push_back(std::move(aChunk));
+        }
+        if (aRead < aWanted)
+        {
+            return false;
+        }
+        theCount -= aRead;
+        aSize = std::min(2 * aSize, theLargestChunkBytes);
+    }
+    return true;
+}
+
+bool BodyReader::IsTilePartNext()
+{
+    constexpr std::size_t theLengthBytes = 2;
+    constexpr std::uint8_t theSotLength = 10;
+    return itsBytes.Fetch(theLengthBytes) && itsBytes.GetAvailable()[0] == 0 &&
+           itsBytes.GetAvailable()[1] == theSotLength;
+}
+
+void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& theBody)
+{
+    ChunkWriter aWriter(theBody, itsBytes.GetOffset(), theStartsTilePart);
+    bool anIsPrefixHeld = false;
+    for (;;)
+    {
+        // Two bytes at most are sure to be the codestream's own: it ends with EOC.
+        std::array<std::uint8_t, 2> someBytes{};
+        const std::size_t aCount = itsBytes.Read(someBytes.data(), anIsPrefixHeld ? 1 : 2);
+        for (std::size_t anIndex = 0; anIndex < aCount; ++anIndex)
+        {
+            const std::uint8_t aByte = someBytes[anIndex];
+            if (anIsPrefixHeld)
+            {
+                if (aByte == theEocCode || (aByte == theSotCode && IsTilePartNext()))
+                {
+                    itsBytes.PutBack(std::array<std::uint8_t, 2>{theMarkerPrefix, aByte});
+                    return;
+                }
+                aWriter.Append(theMarkerPrefix);
+            }
+            anIsPrefixHeld = aByte == theMarkerPrefix;
+            if (!anIsPrefixHeld)
+            {
+                aWriter.Append(aByte);
+            }
+        }
+        if (aCount == 0)
+        {
+            if (anIsPrefixHeld)
+            {
+                aWriter.Append(theMarkerPrefix);
+            }
+            return;
+        }
+    }
+}
+
+bool BodyReader::CutAtMarker(std::vector<BodyChunk>& theBody, std::size_t theFirst)
+{
+    std::uint64_t aKept = 0;
+    if (!FindMarker(theBody, theFirst, aKept))
+    {
+        return false;
+    }
+    std::vector<std::uint8_t> aTail;
+    for (std::size_t aNumber = theFirst; aNumber < theBody.size(); ++aNumber)
+    {
+        std::vector<std::uint8_t>& someBytes = theBody[aNumber].itsBytes;
+        const auto aKeptHere = static_cast<std::size_t>(std::min<std::uint64_t>(aKept, someBytes.size()));
+        const auto aRest = someBytes.begin() + static_cast<std::ptrdiff_t>(aKeptHere);
+        aTail.insert(aTail.end(), aRest, someBytes.end());
+        someBytes.erase(aRest, someBytes.end());
+        aKept -= aKeptHere;
+    }
+    while (theBody.size() > theFirst && theBody.back().itsBytes.empty())
+    {
+        theBody.pop_back();
+    }
+    itsBytes.PutBack(aTail);
+    return true;
+}
+
+} // namespace j2k

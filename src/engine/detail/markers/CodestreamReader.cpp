@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/markers/CodestreamReader.h"
+
+#include "engine/detail/markers/CodingMerge.h"
+#include "engine/detail/markers/FewestLevels.h"
+#include "engine/detail/markers/MainHeader.h"
+#include "engine/detail/markers/TilePartReader.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace j2k
+{
+
+struct CodestreamReader::Implementation
+{
+    Implementation(kdu_compressed_source& theSource, Reports& theReports)
+        : itsReports(theReports), itsBytes(theSource, theReports), itsMarkers(itsBytes, theReports)
+    {
+    }
+
+    void ReadTilePart();
+    bool IsComplete(std::uint32_t theTile) const;
+    bool IsTruncated(const CollectedTile& theTile) const;
+
+    Reports& itsReports;
+    ByteReader itsBytes;
+    MarkerReader itsMarkers;
+    MainHeader itsHeader;
+    TileCoding itsMainCoding;
+    FewestLevels itsFewestLevels;
+    std::optional<TilePartReader> itsTileParts;
+    std::map<std::uint32_t, CollectedTile> itsTiles;
+    std::vector<bool> itsIsTaken;
+};
+
+/// Tile-parts of tiles that are not there, or were taken already, are read and dropped.
+void CodestreamReader::Implementation::ReadTilePart()
+{
+    const TilePartStart aStart = *itsTileParts->GetNext();
+    CollectedTile aDropped;
+    CollectedTile* aTile = &aDropped;
+    if (aStart.itsTile >= itsIsTaken.size())
+    {
+        itsReports.Departure("SOT: there is no tile " + std::to_string(aStart.itsTile), aStart.itsOffset);
+    }
+    else if (itsIsTaken[aStart.itsTile])
+    {
+        itsReports.Departure("SOT: tile " + std::to_string(aStart.itsTile) + " was complete before",
+                             aStart.itsOffset);
+    }
+    else
+    {
+        aTile = &itsTiles[aStart.itsTile];
+    }
+    const bool anIsFirst = aTile != &aDropped && aTile->itsTileParts == 0;
+    itsTileParts->Read(*aTile);
+    if (anIsFirst)
+    {
+        itsFewestLevels.AddTile(aTile->itsCoding);
+    }
+}
+
+/// Encoders exist that announce a tile-part too few. So where tile-parts of several tiles are mixed, the
+/// announced number alone ends nothing; a tile whose tile-parts stand together ends where another begins.
+bool CodestreamReader::Implementation::IsComplete(std::uint32_t theTile) const
+{
+    const auto aPlace = itsTiles.find(theTile);
+    const TilePartStart* aNext = itsTileParts->GetNext();
+    return aPlace != itsTiles.end() && aPlace->second.HasAllParts() &&
+           (aNext == nullptr || (aNext->itsTile != theTile && aNext->itsPart == 0));
+}
+
+bool CodestreamReader::Implementation::IsTruncated(const CollectedTile& theTile) const
+{
+    if (theTile.itsIsCutShort || theTile.itsTileParts == 0)
+    {
+        return true;
+    }
+    return theTile.itsExpectedParts > 0 ? !theTile.HasAllParts() : !itsTileParts->HasSeenEnd();
+}
+
+CodestreamReader::CodestreamReader(kdu_compressed_source& theSource, Reports& theReports)
+    : itsImplementation(std::make_unique<Implementation>(theSource, theReports))
+{
+}
+
+CodestreamReader::~CodestreamReader() = default;
+
+void CodestreamReader::ReadMainHeader()
+{
+    Implementation& anOwn = *itsImplementation;
+    anOwn.itsHeader = j2k::ReadMainHeader(anOwn.itsMarkers, anOwn.itsReports);
+    const ImageSize& anImage = anOwn.itsHeader.itsImage;
+    anOwn.itsMainCoding =
+        MergeCoding(anOwn.itsHeader.itsCoding, CodingSegments(), anImage.itsComponents.size(), nullptr);
+    anOwn.itsFewestLevels = FewestLevels(anOwn.itsMainCoding, anImage.GetTileCount());
+    anOwn.itsIsTaken.assign(anImage.GetTileCount(), false);
+    anOwn.itsTileParts.emplace(anOwn.itsMarkers, anOwn.itsHeader, anOwn.itsReports);
+    anOwn.itsTileParts->ReadFirstStart();
+}
+
+const ImageSize& CodestreamReader::GetImageSize() const
+{
+    return itsImplementation->itsHeader.itsImage;
+}
+
+const TileCoding& CodestreamReader::GetMainCoding() const
+{
+    return itsImplementation->itsMainCoding;
+}
+
+void CodestreamReader::ReadAll()
+{
+    while (itsImplementation->itsTileParts->GetNext() != nullptr)
+    {
+        itsImplementation->ReadTilePart();
+    }
+}
+
+unsigned int CodestreamReader::GetFewestLevels() const
+{
+    return itsImplementation->itsFewestLevels.Get();
+}
+
+std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
+{
+    Implementation& anOwn = *itsImplementation;
+    if (anOwn.itsIsTaken.at(theTile))
+    {
+        anOwn.itsReports.Error("Tile " + std::to_string(theTile) + " was opened before");
+    }
+    while (anOwn.itsTileParts->GetNext() != nullptr && !anOwn.IsComplete(theTile))
+    {
+        anOwn.ReadTilePart();
+    }
+    CollectedTile& aTile = anOwn.itsTiles[theTile];
+    auto aResult = std::make_unique<TileData>();
+    aResult->itsIndex = theTile;
+    aResult->itsTruncated = anOwn.IsTruncated(aTile);
+    if (aResult->itsTruncated)
+    {
+        anOwn.itsReports.Departure("Tile " + std::to_string(theTile) + " is not complete",
+                                   anOwn.itsBytes.GetOffset());
+    }
+    aResult->itsCoding = MergeCoding(anOwn.itsHeader.itsCoding, aTile.itsCoding,
+                                     anOwn.itsHeader.itsImage.itsComponents.size(), &anOwn.itsReports);
+    aResult->itsBody = std::move(aTile.itsBody);
+    for (const BodyChunk& aChunk : aResult->itsBody)
+    {
+        aResult->itsBodyBytes += aChunk.itsBytes.size();
+    }
+    aResult->itsHasPackedHeaders = aTile.itsHasPackedHeaders;
+    aResult->itsPackedHeaders = std::move(aTile.itsPackedHeaders);
+    anOwn.itsIsTaken[theTile] = true;
+    anOwn.itsTiles.erase(theTile);
+    return aResult;
+}
+
+std::uint64_t CodestreamReader::GetOffset() const
+{
+    return itsImplementation->itsBytes.GetBytesRead();
+}
+
+} // namespace j2k

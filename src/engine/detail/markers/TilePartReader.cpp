@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/markers/TilePartReader.h"
+
+#include "engine/detail/markers/CodingSegmentReader.h"
+#include "engine/detail/markers/OptionalSegments.h"
+#include "engine/detail/markers/SegmentCursor.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace j2k
+{
+
+namespace
+{
+
+constexpr std::size_t theMarkerBytes = 2;
+
+bool EndsWithEoc(const std::vector<BodyChunk>& theBody, std::size_t theFirst)
+{
+    if (theBody.size() <= theFirst)
+    {
+        return false;
+    }
+    const std::vector<std::uint8_t>& someBytes = theBody.back().itsBytes;
+    return someBytes.size() >= 2 && someBytes[someBytes.size() - 2] == 0xFF && someBytes.back() == 0xD9;
+}
+
+std::array<std::uint8_t, theMarkerBytes> ToBytes(Marker theMarker)
+{
+    const auto aCode = static_cast<unsigned int>(theMarker);
+    return {static_cast<std::uint8_t>(aCode >> 8), static_cast<std::uint8_t>(aCode & 0xFF)};
+}
+
+} // namespace
+
+TilePartReader::TilePartReader(MarkerReader& theReader, MainHeader& theHeader, Reports& theReports)
+    : itsReader(theReader), itsHeader(theHeader), itsReports(theReports), itsBodyReader(theReader.GetBytes())
+{
+}
+
+void TilePartReader::ReadFirstStart()
+{
+    if (!ReadStart())
+    {
+        itsReports.Error("The codestream ends before its first tile-part", itsReader.GetBytes().GetOffset());
+    }
+}
+
+bool TilePartReader::ReadStart()
+{
+    constexpr std::size_t theSegmentBytes = 10;
+    MarkerSegment aSegment;
+    aSegment.itsMarker = Marker::SOT;
+    ByteReader& someBytes = itsReader.GetBytes();
+    aSegment.itsOffset = someBytes.GetOffset() - theMarkerBytes;
+    // SOD, or another marker, follows in any case.
+    someBytes.Fetch(theSegmentBytes + theMarkerBytes);
+    if (someBytes.GetAvailable().size() < theSegmentBytes)
+    {
+        return false;
+    }
+    aSegment.itsBody = someBytes.GetAvailable().first(theSegmentBytes);
+    SegmentCursor aCursor(aSegment, itsReports);
+    if (aCursor.TakeWord() != theSegmentBytes)
+    {
+        aCursor.Error("the length is not 10");
+    }
+    TilePartStart aStart;
+    aStart.itsOffset = aSegment.itsOffset;
+    aStart.itsTile = aCursor.TakeWord();
+    aStart.itsLength = aCursor.TakeLong();
+    aStart.itsPart = aCursor.TakeByte();
+    aStart.itsParts = aCursor.TakeByte();
+    someBytes.Skip(theSegmentBytes);
+    itsNext = aStart;
+    return true;
+}
+
+void TilePartReader::Read(CollectedTile& theTile)
+{
+    const TilePartStart aStart = *itsNext;
+    itsNext.reset();
+    CheckNumbers(aStart, theTile);
+    PackedHeaders aPacked;
+    const HeaderEnd anEnd = ReadHeader(theTile, aPacked);
+    AddPackedHeaders(aStart, aPacked, theTile);
+    ++theTile.itsTileParts;
+    switch (anEnd)
+    {
+    case HeaderEnd::Body:
+        ReadBody(aStart, theTile);
+        break;
+    case HeaderEnd::NextMarker:
+        TakeNextMarker();
+        break;
+    case HeaderEnd::Truncated:
+        theTile.itsIsCutShort = true;
+        break;
+    }
+}
+
+void TilePartReader::CheckNumbers(const TilePartStart& theStart, CollectedTile& theTile)
+{
+    const std::string aTile = "SOT: tile " + std::to_string(theStart.itsTile);
+    if (theStart.itsPart != theTile.itsTileParts)
+    {
+        itsReports.Departure(aTile + " has a tile-part numbered " + std::to_string(theStart.itsPart) +
+                                 " in the place of " + std::to_string(theTile.itsTileParts),
+                             theStart.itsOffset);
+    }
+    if (theStart.itsParts > 0 && theTile.itsExpectedParts > 0 &&
+        theStart.itsParts != theTile.itsExpectedParts)
+    {
+        itsReports.Departure(aTile + " has two different numbers of tile-parts", theStart.itsOffset);
+    }
+    theTile.itsExpectedParts = std::max(theTile.itsExpectedParts, theStart.itsParts);
+    const std::uint32_t aLeast = std::max(theStart.itsPart, theTile.itsTileParts) + 1;
+    if (theTile.itsExpectedParts > 0 && theTile.itsExpectedParts < aLeast)
+    {
+        itsReports.Departure(aTile + " has more tile-parts than announced", theStart.itsOffset);
+        theTile.itsExpectedParts = aLeast;
+    }
+}
+
+TilePartReader::HeaderEnd TilePartReader::ReadHeader(CollectedTile& theTile, PackedHeaders& thePacked)
+{
+    ByteReader& someBytes = itsReader.GetBytes();
+    Marker aMarker = Marker::SOD;
+    while (itsReader.ReadMarker(aMarker))
+    {
+        const std::uint64_t anOffset = someBytes.GetOffset() - theMarkerBytes;
+        if (aMarker == Marker::SOD)
+        {
+            return HeaderEnd::Body;
+        }
+        if (aMarker == Marker::SOT || aMarker == Marker::EOC)
+        {
+            itsReports.Departure("SOD: missing in a tile-part's header", anOffset);
+            someBytes.PutBack(ToBytes(aMarker));
+            return HeaderEnd::NextMarker;
+        }
+        if (IsBareMarker(aMarker))
+        {
+            continue;
+        }
+        if (!IsSegmentMarker(aMarker))
+        {
+            itsReports.Error(GetMarkerName(aMarker) + ": cannot stand in a tile-part's header", anOffset);
+        }
+        MarkerSegment aSegment;
+        if (!itsReader.ReadSegment(aMarker, aSegment))
+        {
+            break;
+        }
+        ReadHeaderSegment(aSegment, theTile, thePacked);
+    }
+    itsReports.Departure("The codestream ends inside a tile-part's header", someBytes.GetOffset());
+    return HeaderEnd::Truncated;
+}
+
+void TilePartReader::ReadHeaderSegment(const MarkerSegment& theSegment, CollectedTile& theTile,
+                                       PackedHeaders& thePacked)
+{
+    const std::size_t aCount = itsHeader.itsImage.itsComponents.size();
+    const Marker aMarker = theSegment.itsMarker;
+    // Only POC may come later than in a tile's first tile-part.
+    if (CodingSegmentReader::IsCodingMarker(aMarker) && (theTile.itsTileParts == 0 || aMarker == Marker::POC))
+    {
+        CodingSegmentReader(aCount, itsReports).Read(theSegment, theTile.itsCoding);
+    }
+    else if (aMarker == Marker::PPT && !itsHeader.itsPackedHeaders.IsUsed())
+    {
+        thePacked.Add(theSegment, itsReports);
+    }
+    else
+    {
+        CheckOptionalSegment(theSegment, HeaderKind::TilePart, aCount, itsReports);
+    }
+}
+
+void TilePartReader::AddPackedHeaders(const TilePartStart& theStart, const PackedHeaders& thePacked,
+                                      CollectedTile& theTile)
+{
+    std::vector<std::uint8_t>& aTarget = theTile.itsPackedHeaders;
+    if (itsHeader.itsPackedHeaders.IsUsed())
+    {
+        const auto aSource = itsHeader.itsPackedHeaders.TakeNext(theStart.itsOffset, itsReports);
+        aTarget.insert(aTarget.end(), aSource.begin(), aSource.end());
+        theTile.itsHasPackedHeaders = true;
+    }
+    else if (!thePacked.IsEmpty())
+    {
+        const std::vector<std::uint8_t> aSource = thePacked.Join(itsReports);
+        aTarget.insert(aTarget.end(), aSource.begin(), aSource.end());
+        theTile.itsHasPackedHeaders = true;
+    }
+}
+
+void TilePartReader::ReadBody(const TilePartStart& theStart, CollectedTile& theTile)
+{
+    const std::uint64_t aHeaderBytes = itsReader.GetBytes().GetOffset() - theStart.itsOffset;
+    const bool aHasLength = theStart.itsLength != 0;
+    if (aHasLength && theStart.itsLength < aHeaderBytes)
+    {
+        itsReports.Departure("SOT: the length ends inside the tile-part's header", theStart.itsOffset);
+        itsLengthsAreWrong = true;
+    }
+    if (aHasLength && !itsLengthsAreWrong)
+    {
+        ReadCountedBody(theStart, theStart.itsLength - aHeaderBytes, theTile);
+        return;
+    }
+    ReadOpenBody(true, theTile);
+    if (!aHasLength && itsNext)
+    {
+        itsReports.Departure("SOT: a tile-part without a length is not the last one", theStart.itsOffset);
+    }
+}
+
+void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_t theCount,
+                                     CollectedTile& theTile)
+{
+    const std::size_t aFirstChunk = theTile.itsBody.size();
+    const bool anIsComplete = itsBodyReader.ReadCounted(theCount, theTile.itsBody);
+    if (anIsComplete && !EndsWithEoc(theTile.itsBody, aFirstChunk) && TakeNextMarker())
+    {
+        return;
+    }
+    const bool anIsTooLong = itsBodyReader.CutAtMarker(theTile.itsBody, aFirstChunk);
+    if (!anIsTooLong && !anIsComplete)
+    {
+        itsReports.Departure("The codestream ends inside a tile-part", itsReader.GetBytes().GetOffset());
+        theTile.itsIsCutShort = true;
+        return;
+    }
+    itsReports.Departure("SOT: the tile-part does not end where its length says", theStart.itsOffset);
+    // Another length that leads astray would have the same bytes read over and over.
+    itsLengthsAreWrong = true;
+    if (anIsTooLong)
+    {
+        TakeNextMarker();
+    }
+    else
+    {
+        ReadOpenBody(theCount == 0, theTile);
+    }
+}
+
+void TilePartReader::ReadOpenBody(bool theStartsTilePart, CollectedTile& theTile)
+{
+    itsBodyReader.ReadToMarker(theStartsTilePart, theTile.itsBody);
+    TakeNextMarker();
+    theTile.itsIsCutShort = theTile.itsIsCutShort || (!itsNext && !itsHasSeenEnd);
+}
+
+bool TilePartReader::TakeNextMarker()
+{
+    ByteReader& someBytes = itsReader.GetBytes();
+    Marker aMarker = Marker::EOC;
+    if (!itsReader.ReadMarker(aMarker))
+    {
+        itsReports.Departure("EOC: missing at the end of the codestream", someBytes.GetOffset());
+        return true;
+    }
+    if (aMarker == Marker::SOT)
+    {
+        if (!ReadStart())
+        {
+            itsReports.Departure("The codestream ends inside SOT", someBytes.GetOffset());
+        }
+        return true;
+    }
+    itsHasSeenEnd = aMarker == Marker::EOC;
+    if (!itsHasSeenEnd)
+    {
+        someBytes.PutBack(ToBytes(aMarker));
+    }
+    return itsHasSeenEnd;
+}
+
+} // namespace j2k

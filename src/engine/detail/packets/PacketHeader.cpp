@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/packets/PacketHeader.h"
+
+#include <algorithm>
+#include <bit>
+#include <string>
+
+#include "engine/detail/packets/PassSegments.h"
+
+namespace j2k
+{
+namespace
+{
+// More zero bit-planes than any code-block has bit-planes, so that nonsense ends soon.
+constexpr std::uint32_t theMostZeroPlanes = 512;
+
+constexpr std::uint32_t theFirstLengthBits = 3;
+} // namespace
+
+bool PacketHeader::Read(PacketBits& theBits, const PacketPlace& thePlace, std::uint64_t theOffset)
+{
+    itsBits = &theBits;
+    itsLayer = thePlace.itsLayer;
+    itsOffset = theOffset;
+    itsBodyLength = 0;
+    itsShares.clear();
+    if (theBits.ReadBit() != 0)
+    {
+        Resolution& aResolution = *thePlace.itsResolution;
+        Precinct& aPrecinct = aResolution.MakePrecinct(thePlace.itsPrecinct, itsArena);
+        for (unsigned int aBand = 0; aBand < aResolution.GetSubbandCount(); ++aBand)
+        {
+            if (!ReadBand(aPrecinct.itsBands[aBand], aResolution.GetSubband(aBand)))
+            {
+                return false;
+            }
+        }
+    }
+    theBits.Finish();
+    return !theBits.HasOverrun();
+}
+
+bool PacketHeader::ReadBand(PrecinctBand& theBand, Subband& theSubband)
+{
+    if (theBand.itsColumns == 0 || theBand.itsRows == 0 || !OpenBand(theBand))
+    {
+        return true;
+    }
+    itsBudget.Spend(std::uint64_t(theBand.itsColumns) * theBand.itsRows);
+    TagTree anInclusion(theBand.itsColumns, theBand.itsRows, theBand.itsInclusion);
+    TagTree aZeroPlanes(theBand.itsColumns, theBand.itsRows, theBand.itsZeroBitPlanes);
+    CodeBlock* aBlock = theBand.itsBlocks;
+    for (std::uint32_t aRow = 0; aRow < theBand.itsRows && !itsBits->HasOverrun(); ++aRow)
+    {
+        for (std::uint32_t aColumn = 0; aColumn < theBand.itsColumns; ++aColumn, ++aBlock)
+        {
+            if (aBlock->itsIsIncluded)
+            {
+                if (itsBits->ReadBit() == 0)
+                {
+                    continue;
+                }
+            }
+            else
+            {
+                if (!anInclusion.ReadIsBelow(*itsBits, aColumn, aRow, itsLayer + 1))
+                {
+                    continue;
+                }
+                if (!aZeroPlanes.ReadIsBelow(*itsBits, aColumn, aRow, theMostZeroPlanes))
+                {
+                    return false;
+                }
+                SetBitPlanes(*aBlock, theSubband, aZeroPlanes.GetLeast(aColumn, aRow));
+            }
+            if (!ReadBlock(*aBlock, theSubband))
+            {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// Reads the inclusion tree's root. The code-blocks are made when it says that the first of them comes now;
+// returns whether they are there.
+bool PacketHeader::OpenBand(PrecinctBand& theBand)
+{
+    if (theBand.itsBlocks != nullptr)
+    {
+        return true;
+    }
+    bool anIsKnown = false;
+    while (!anIsKnown && theBand.itsFirstLayer <= itsLayer)
+    {
+        anIsKnown = itsBits->ReadBit() != 0;
+        theBand.itsFirstLayer += anIsKnown ? 0 : 1;
+    }
+    if (!anIsKnown || itsBits->HasOverrun())
+    {
+        return false;
+    }
+    const std::uint64_t aBlocks = std::uint64_t(theBand.itsColumns) * theBand.itsRows;
+    const std::uint64_t aNodes = TagTree::CountNodes(theBand.itsColumns, theBand.itsRows);
+    itsBudget.Spend(aBlocks);
+    theBand.itsInclusion = itsArena.Allocate<std::uint32_t>(aNodes);
+    theBand.itsZeroBitPlanes = itsArena.Allocate<std::uint32_t>(aNodes);
+    theBand.itsBlocks = itsArena.Allocate<CodeBlock>(aBlocks);
+    TagTree(theBand.itsColumns, theBand.itsRows, theBand.itsInclusion).SetRoot(theBand.itsFirstLayer);
+    return true;
+}
+
+void PacketHeader::SetBitPlanes(CodeBlock& theBlock, const Subband& theSubband, std::uint32_t theZeroPlanes)
+{
+    const std::uint32_t aMost = theSubband.GetMostBitPlanes();
+    theBlock.itsIsIncluded = true;
+    theBlock.itsBitPlanes =
+        static_cast<std::uint8_t>(std::min<std::uint32_t>(aMost - std::min(aMost, theZeroPlanes), 0xFF));
+    if (theZeroPlanes >= aMost)
+    {
+        itsReports.Departure("Packet header has a code-block with " + std::to_string(theZeroPlanes) +
+                                 " zero bit-planes out of " + std::to_string(aMost),
+                             itsOffset);
+    }
+}
+
+bool PacketHeader::ReadBlock(CodeBlock& theBlock, Subband& theSubband)
+{
+    std::uint32_t aPasses = ReadPasses();
+    while (itsBits->ReadBit() != 0)
+    {
+        if (++theBlock.itsLengthBits > 32)
+        {
+            return false;
+        }
+    }
+    const PassSegments aSegments(theSubband.GetBlockStyle());
+    while (aPasses > 0)
+    {
+        const std::uint32_t aPart = std::min(aPasses, aSegments.GetPassesToEnd(theBlock.itsPasses));
+        const std::uint32_t aBits = theFirstLengthBits + theBlock.itsLengthBits +
+                                    static_cast<std::uint32_t>(std::bit_width(aPart)) - 1;
+        if (aBits > 32 || itsBits->HasOverrun())
+        {
+            return false;
+        }
+        const std::uint32_t aLength = itsBits->ReadBits(aBits);
+        itsShares.push_back({&theBlock, &theSubband, aLength, static_cast<std::uint8_t>(aPart),
+                             aSegments.IsStart(theBlock.itsPasses)});
+        itsBodyLength += aLength;
+        theBlock.itsPasses += aPart;
+        aPasses -= aPart;
+    }
+    return true;
+}
+
+// The codewords of T.800 table B.4.
+std::uint32_t PacketHeader::ReadPasses()
+{
+    if (itsBits->ReadBit() == 0)
+    {
+        return 1;
+    }
+    if (itsBits->ReadBit() == 0)
+    {
+        return 2;
+    }
+    std::uint32_t aValue = itsBits->ReadBits(2);
+    if (aValue < 3)
+    {
+        return 3 + aValue;
+    }
+    aValue = itsBits->ReadBits(5);
+    return aValue < 31 ? 6 + aValue : 37 + itsBits->ReadBits(7);
+}
+
+} // namespace j2k

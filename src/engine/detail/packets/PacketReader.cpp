@@ -1,0 +1,286 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/packets/PacketReader.h"
+
+#include <algorithm>
+#include <string>
+
+namespace j2k
+{
+namespace
+{
+constexpr std::uint64_t MakeBudget(unsigned int theLog2Base, unsigned int theLog2PerByte,
+                                   const TileData& theData)
+{
+    const std::uint64_t aBytes = theData.itsBodyBytes + theData.itsPackedHeaders.size();
+    return (std::uint64_t(1) << theLog2Base) + (aBytes << theLog2PerByte);
+}
+} // namespace
+
+PacketReader::PacketReader(const TileData& theData, const TileBody& theBody,
+                           const std::vector<std::unique_ptr<TileComponent>>& theComponents,
+                           std::size_t theComponentCount, std::uint32_t theLayers, Arena& theArena,
+                           CodePieces& thePieces, Reports& theReports)
+    : itsData(theData), itsBody(theBody), itsComponents(theComponents), itsComponentCount(theComponentCount),
+      itsLayers(theLayers), itsArena(theArena), itsPieces(thePieces), itsReports(theReports),
+      itsVisits(MakeBudget(22, 8, theData),
+                "POC marker segments repeat far more packets than the tile has bytes", theReports),
+      itsBlocks(MakeBudget(23, 9, theData), "Packets name far more code-blocks than the tile has bytes",
+                theReports),
+      itsLosses(MakeBudget(16, 0, theData),
+                "SOP marker segments skip far more packets than the tile has bytes", theReports),
+      itsHeader(theArena, itsBlocks, theReports), itsPacked(theData.itsPackedHeaders, theBody.GetOffset(0)),
+      itsCursor(theBody), itsPackedCursor(itsPacked),
+      itsHeaderCursor(theData.itsHasPackedHeaders ? itsPackedCursor : itsCursor), itsSops(theBody),
+      itsMayRecover(theReports.GetTolerance() == Tolerance::Resilient && theData.itsCoding.itsMayHaveSOP &&
+                    !theData.itsHasPackedHeaders)
+{
+    for (std::size_t aComponent = 0; aComponent < theComponentCount; ++aComponent)
+    {
+        itsResolutions = std::max(itsResolutions, theComponents[aComponent]->GetResolutionCount());
+    }
+}
+
+std::uint64_t PacketReader::ReadAll()
+{
+    PacketSequence(itsComponents, itsData.itsCoding, itsVisits).Run(*this);
+    if (!itsIsCut && !itsCursor.IsAtEnd())
+    {
+        Depart("Bytes follow the last packet");
+    }
+    return itsCursor.GetLeft();
+}
+
+bool PacketReader::VisitPacket(const PacketPlace& thePlace)
+{
+    if (IsBehindAllDecoded(thePlace))
+    {
+        itsIsCut = true;
+        return false;
+    }
+    if (itsHeaderCursor.IsAtEnd())
+    {
+        itsIsCut = true;
+        Depart("Data ends before the last packet");
+        return false;
+    }
+    const bool aGoesOn = itsMayRecover ? ReadResilient(thePlace) : ReadPlain(thePlace);
+    itsIsCut = itsIsCut || !aGoesOn;
+    ++itsNumber;
+    return aGoesOn;
+}
+
+bool PacketReader::ReadPlain(const PacketPlace& thePlace)
+{
+    const std::uint64_t aStart = itsCursor.GetPosition();
+    std::uint16_t aNumber = 0;
+    if (ReadSop(aNumber) && aNumber != (itsNumber & 0xFFFFU))
+    {
+        Depart("SOP has the number of another packet");
+    }
+    if (!ReadHeader(thePlace))
+    {
+        Depart("Packet header contradicts itself or the data");
+        return false;
+    }
+    const bool aGoesOn = TakeBody(thePlace);
+    CheckTileParts(aStart);
+    return aGoesOn;
+}
+
+bool PacketReader::ReadResilient(const PacketPlace& thePlace)
+{
+    if (itsNumber < itsResumeAt)
+    {
+        Lose(thePlace);
+        return true;
+    }
+    std::uint64_t aStart = itsCursor.GetPosition();
+    std::uint16_t aNumber = 0;
+    if (ReadSop(aNumber))
+    {
+        const std::uint64_t aDistance = (aNumber - itsNumber) & 0xFFFFU;
+        if (aDistance > 0 && aDistance < 0x8000 && itsLosses.TrySpend(aDistance))
+        {
+            itsCursor.Seek(aStart);
+            itsResumeAt = itsNumber + aDistance;
+            Lose(thePlace);
+            return true;
+        }
+        aStart += SopFinder::theSegmentSize;
+    }
+    const Precinct* const aPrecinct = thePlace.itsResolution->FindPrecinct(thePlace.itsPrecinct);
+    const bool anIsReadable = aPrecinct == nullptr || !aPrecinct->itsIsDamaged;
+    const auto aNext = itsSops.Find(std::min(aStart, itsBody.GetSize()));
+    if (anIsReadable && ReadHeader(thePlace))
+    {
+        const std::uint64_t anEnd = itsCursor.GetPosition() + itsHeader.GetBodyLength();
+        const bool aMissesNext =
+            aNext && anEnd != aNext->itsPosition &&
+            (anEnd > aNext->itsPosition || aNext->itsNumber == ((itsNumber + 1) & 0xFFFFU));
+        if (!aMissesNext)
+        {
+            return TakeBody(thePlace);
+        }
+    }
+    if (!aNext || !itsLosses.TrySpend(1))
+    {
+        return false;
+    }
+    Lose(thePlace);
+    itsCursor.Seek(aNext->itsPosition);
+    return true;
+}
+
+bool PacketReader::ReadSop(std::uint16_t& theNumber)
+{
+    std::uint8_t aBytes[SopFinder::theSegmentSize] = {};
+    if (!itsCursor.Peek(aBytes, 2) || aBytes[0] != 0xFF || aBytes[1] != 0x91)
+    {
+        return false;
+    }
+    if (!itsData.itsCoding.itsMayHaveSOP)
+    {
+        Depart("SOP where COD announces none");
+    }
+    const bool anIsWhole = itsCursor.Peek(aBytes, sizeof(aBytes));
+    itsCursor.Skip(sizeof(aBytes));
+    theNumber = static_cast<std::uint16_t>((aBytes[4] << 8) | aBytes[5]);
+    if (anIsWhole && (aBytes[2] != 0 || aBytes[3] != 4))
+    {
+        Depart("SOP has a length other than 4");
+    }
+    return anIsWhole;
+}
+
+bool PacketReader::ReadHeader(const PacketPlace& thePlace)
+{
+    PacketBits aBits(itsHeaderCursor);
+    if (!itsHeader.Read(aBits, thePlace, itsBody.GetOffset(itsCursor.GetPosition())))
+    {
+        return false;
+    }
+    ReadEph();
+    return true;
+}
+
+void PacketReader::ReadEph()
+{
+    std::uint8_t aBytes[2];
+    const bool anIsThere = itsHeaderCursor.Peek(aBytes, 2) && aBytes[0] == 0xFF && aBytes[1] == 0x92;
+    if (anIsThere)
+    {
+        itsHeaderCursor.Skip(2);
+    }
+    if (anIsThere != itsData.itsCoding.itsHasEPH)
+    {
+        Depart(anIsThere ? "EPH where COD announces none" : "EPH is missing behind a packet header");
+    }
+}
+
+bool PacketReader::TakeBody(const PacketPlace& thePlace)
+{
+    const bool anIsCut = itsHeader.GetBodyLength() > itsCursor.GetLeft();
+    const bool anIsDecoded = IsDecoded(thePlace);
+    for (const PacketShare& aShare : itsHeader.GetShares())
+    {
+        const std::uint64_t aLength = std::min<std::uint64_t>(aShare.itsLength, itsCursor.GetLeft());
+        if (anIsDecoded)
+        {
+            AddPiece(aShare, aLength);
+        }
+        itsCursor.Skip(aLength);
+        if (aLength < aShare.itsLength)
+        {
+            break;
+        }
+    }
+    if (anIsCut)
+    {
+        Depart("Data ends within a packet");
+    }
+    return !anIsCut;
+}
+
+void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength)
+{
+    // Passes grow with every bit-plane, so this share of a cut segment's passes is most likely whole.
+    const std::uint32_t aPasses =
+        theLength == theShare.itsLength
+            ? theShare.itsPasses
+            : static_cast<std::uint32_t>(theShare.itsPasses * theLength / theShare.itsLength);
+    CodeBlock& aBlock = *theShare.itsBlock;
+    if (aPasses == 0 || aBlock.itsBitPlanes == 0)
+    {
+        return;
+    }
+    const std::uint64_t aPosition = itsCursor.GetPosition();
+    if (aBlock.itsBitPlanes > CodedBlock::theMaxBitPlanes)
+    {
+        itsReports.Error("Code-block needs more than 30 magnitude bit-planes", itsBody.GetOffset(aPosition));
+    }
+    if (!itsPieces.Add(aBlock, {static_cast<std::uint32_t>(aPosition), static_cast<std::uint32_t>(theLength),
+                                0, static_cast<std::uint8_t>(aPasses), theShare.itsStartsSegment}))
+    {
+        itsReports.Error("Tile has too many codeword segments", itsBody.GetOffset(aPosition));
+    }
+    theShare.itsSubband->NoteBitPlanes(aBlock.itsBitPlanes);
+}
+
+void PacketReader::Lose(const PacketPlace& thePlace)
+{
+    thePlace.itsResolution->MakePrecinct(thePlace.itsPrecinct, itsArena).itsIsDamaged = true;
+}
+
+bool PacketReader::IsDecoded(const PacketPlace& thePlace) const
+{
+    return thePlace.itsLayer < itsLayers && thePlace.itsComponent < itsComponentCount &&
+           thePlace.itsResolution->GetLevel() < itsComponents[thePlace.itsComponent]->GetResolutionCount();
+}
+
+// Whether neither this packet nor any after it is decoded.
+bool PacketReader::IsBehindAllDecoded(const PacketPlace& thePlace) const
+{
+    if (!itsData.itsCoding.itsProgressions.empty())
+    {
+        return false;
+    }
+    switch (itsData.itsCoding.itsOrder)
+    {
+    case ProgressionOrder::LRCP:
+        return thePlace.itsLayer >= itsLayers;
+    case ProgressionOrder::RLCP:
+    case ProgressionOrder::RPCL:
+        return thePlace.itsResolution->GetLevel() >= itsResolutions;
+    case ProgressionOrder::CPRL:
+        return thePlace.itsComponent >= itsComponentCount;
+    case ProgressionOrder::PCRL:
+        break;
+    }
+    return false;
+}
+
+void PacketReader::CheckTileParts(std::uint64_t theStart)
+{
+    const std::vector<std::uint64_t>& aParts = itsBody.GetTileParts();
+    while (itsTilePart < aParts.size() && aParts[itsTilePart] <= theStart)
+    {
+        ++itsTilePart;
+    }
+    if (itsTilePart < aParts.size() && aParts[itsTilePart] < itsCursor.GetPosition())
+    {
+        Depart("Packet goes on in the next tile-part");
+    }
+}
+
+void PacketReader::Depart(const char* theText)
+{
+    // In the other modes only the first departure is ever of interest.
+    if (!itsHasDeparted || itsReports.GetTolerance() == Tolerance::Fussy)
+    {
+        itsHasDeparted = true;
+        itsReports.Departure(std::string(theText) + " in tile " + std::to_string(itsData.itsIndex),
+                             itsBody.GetOffset(itsCursor.GetPosition()));
+    }
+}
+
+} // namespace j2k

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "engine/detail/Reports.h"
+#include "engine/detail/markers/TileData.h"
+#include "engine/detail/packets/Arena.h"
+#include "engine/detail/packets/CodePieces.h"
+#include "engine/detail/packets/PacketHeader.h"
+#include "engine/detail/packets/PacketSequence.h"
+#include "engine/detail/packets/SopFinder.h"
+#include "engine/detail/packets/TileBody.h"
+#include "engine/detail/packets/TileComponent.h"
+
+namespace j2k
+{
+
+/// Reads all packets of a tile: headers, SOP and EPH, and where in the body each code-block's bytes are.
+///
+/// Stops where the data ends, or behind a header that makes no sense; what came until then counts, a packet
+/// that is cut included. In resilient mode it goes on at the next SOP marker segment, whose number tells
+/// which packet follows. Borrows everything.
+class PacketReader final : private PacketVisitor
+{
+public:
+    /// theLayers: quality layers that are used; components from theComponentCount on are not decoded.
+    PacketReader(const TileData& theData, const TileBody& theBody,
+                 const std::vector<std::unique_ptr<TileComponent>>& theComponents,
+                 std::size_t theComponentCount, std::uint32_t theLayers, Arena& theArena,
+                 CodePieces& thePieces, Reports& theReports);
+
+    /// Returns the bytes of the body that were not read.
+    std::uint64_t ReadAll();
+
+private:
+    bool VisitPacket(const PacketPlace& thePlace) override;
+
+    // These return false when no packet can follow.
+    bool ReadPlain(const PacketPlace& thePlace);
+    bool ReadResilient(const PacketPlace& thePlace);
+    bool TakeBody(const PacketPlace& thePlace);
+
+    bool ReadSop(std::uint16_t& theNumber);
+    void ReadEph();
+    bool ReadHeader(const PacketPlace& thePlace);
+    void Lose(const PacketPlace& thePlace);
+    void AddPiece(const PacketShare& theShare, std::uint64_t theLength);
+    bool IsDecoded(const PacketPlace& thePlace) const;
+    bool IsBehindAllDecoded(const PacketPlace& thePlace) const;
+    void CheckTileParts(std::uint64_t theStart);
+    void Depart(const char* theText);
+
+    const TileData& itsData;
+    const TileBody& itsBody;
+    const std::vector<std::unique_ptr<TileComponent>>& itsComponents;
+    std::size_t itsComponentCount;
+    std::uint32_t itsLayers;
+    unsigned int itsResolutions = 0; ///< that any component decodes
+    Arena& itsArena;
+    CodePieces& itsPieces;
+    Reports& itsReports;
+
+    WorkBudget itsVisits;
+    WorkBudget itsBlocks;
+    WorkBudget itsLosses;
+    PacketHeader itsHeader;
+    TileBody itsPacked;
+    BodyCursor itsCursor;
+    BodyCursor itsPackedCursor;
+    BodyCursor& itsHeaderCursor; ///< one of the two
+    SopFinder itsSops;
+    bool itsMayRecover;            ///< at SOP marker segments
+    std::uint64_t itsNumber = 0;   ///< of the packet that is read
+    std::uint64_t itsResumeAt = 0; ///< packets before this one are lost
+    std::size_t itsTilePart = 0;
+    bool itsIsCut = false; ///< packets are missing or not wanted
+    bool itsHasDeparted = false;
+};
+
+} // namespace j2k

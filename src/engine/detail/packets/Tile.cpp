@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/detail/packets/Tile.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "engine/detail/packets/PacketReader.h"
+#include "engine/detail/packets/ShortLines.h"
+
+namespace j2k
+{
+
+Tile::Tile(const ImageSize& theImage, std::unique_ptr<TileData> theData,
+           const TileRestrictions& theRestrictions, Reports& theReports)
+    : itsReports(theReports), itsData(std::move(theData)), itsBody(itsData->itsBody)
+{
+    CheckCoding();
+    MakeComponents(theImage, theRestrictions);
+    CheckSamples();
+    SetComponentTransform();
+    ReadPackets(theRestrictions.itsMaxLayers);
+    ProveShortLines();
+}
+
+Tile::~Tile() = default;
+
+void Tile::Refuse(const char* theText) const
+{
+    itsReports.Error("Tile " + std::to_string(GetIndex()) + theText);
+}
+
+void Tile::CheckCoding() const
+{
+    std::uint64_t aResolutions = 0;
+    for (const ComponentCoding& aCoding : itsData->itsCoding.itsComponents)
+    {
+        aResolutions += aCoding.itsLevels + 1U;
+        for (unsigned int aLevel = 1; aLevel <= aCoding.itsLevels; ++aLevel)
+        {
+            const std::uint8_t anExponents = aCoding.itsPrecinctSizes[aLevel];
+            if ((anExponents & 15U) == 0 || anExponents >> 4 == 0)
+            {
+                Refuse(" has precincts of size 1 above resolution 0 (COD or COC)");
+            }
+        }
+    }
+    if (itsBody.GetSize() > 0xFFFFFFFFU)
+    {
+        Refuse(" has more than 4 GiB of data");
+    }
+    if (aResolutions > (std::uint64_t(1) << 17) + 16 * itsBody.GetSize())
+    {
+        Refuse(" has far more resolutions than bytes");
+    }
+}
+
+void Tile::MakeComponents(const ImageSize& theImage, const TileRestrictions& theRestrictions)
+{
+    const Rect aTile = theImage.GetTile(GetIndex());
+    const std::vector<ComponentCoding>& aCodings = itsData->itsCoding.itsComponents;
+    const std::size_t aCount = std::min(theImage.itsComponents.size(), aCodings.size());
+    itsComponents.reserve(aCount);
+    for (std::size_t aComponent = 0; aComponent < aCount; ++aComponent)
+    {
+        itsComponents.push_back(std::make_unique<TileComponent>(
+            *this, theImage.itsComponents[aComponent], aCodings[aComponent], aTile,
+            theImage.ToComponent(aTile, aComponent), theRestrictions.itsDiscardLevels));
+    }
+    const std::size_t aMost = theRestrictions.itsMaxComponents;
+    itsDecodedComponents = aMost == 0 ? aCount : std::min(aMost, aCount);
+}
+
+// What is decoded must have some base in the data: a plain image needs few bytes, but not none.
+void Tile::CheckSamples() const
+{
+    std::uint64_t aSamples = 0;
+    const std::uint64_t aMost = (std::uint64_t(1) << 26) + (itsBody.GetSize() << 18);
+    for (std::size_t aComponent = 0; aComponent < itsDecodedComponents; ++aComponent)
+    {
+        const TileComponent& aTileComponent = *itsComponents[aComponent];
+        const std::uint64_t anArea =
+            aTileComponent.GetResolution(aTileComponent.GetResolutionCount() - 1).GetRect().GetArea();
+        if (anArea > aMost - aSamples)
+        {
+            Refuse(" has far more samples than its bytes can stand for");
+        }
+        aSamples += anArea;
+    }
+}
+
+void Tile::ReadPackets(unsigned int theMaxLayers)
+{
+    const std::uint32_t aLayers = theMaxLayers == 0 ? itsData->itsCoding.itsLayers : theMaxLayers;
+    PacketReader aReader(*itsData, itsBody, itsComponents, itsDecodedComponents, aLayers, itsArena, itsPieces,
+                         itsReports);
+    itsUnreadBytes = aReader.ReadAll();
+}
+
+bool Tile::AllowsComponentTransform() const
+{
+    if (itsComponents.size() < 3)
+    {
+        return false;
+    }
+    const TileComponent& aFirst = *itsComponents[0];
+    return std::all_of(itsComponents.begin() + 1, itsComponents.begin() + 3,
+                       [&aFirst](const std::unique_ptr<TileComponent>& theOther)
+                       {
+                           const Rect& aRect = theOther->GetRect();
+                           return aRect.GetWidth() == aFirst.GetRect().GetWidth() &&
+                                  aRect.GetHeight() == aFirst.GetRect().GetHeight() &&
+                                  theOther->IsReversible() == aFirst.IsReversible();
+                       });
+}
+
+void Tile::SetComponentTransform()
+{
+    if (!itsData->itsCoding.itsComponentTransform)
+    {
+        return;
+    }
+    if (!AllowsComponentTransform())
+    {
+        itsReports.Departure("Tile " + std::to_string(GetIndex()) +
+                                 " has a component transform over components that do not match",
+                             itsBody.GetOffset(0));
+        return;
+    }
+    itsComponentTransform = itsDecodedComponents >= 3;
+    for (std::size_t aComponent = 1; itsComponentTransform && aComponent < 3; ++aComponent)
+    {
+        itsComponents[aComponent]->SetChrominance();
+    }
+}
+
+void Tile::ProveShortLines()
+{
+    const auto anIsEligible = [](const TileComponent& theComponent)
+    { return theComponent.IsReversible() && theComponent.GetSize().itsDepth <= 16; };
+    std::size_t aFirst = 0;
+    if (itsComponentTransform)
+    {
+        aFirst = 3;
+        ShortLines aProof;
+        std::array<std::uint64_t, 3> aBounds{};
+        bool anAreEligible = true;
+        for (std::size_t aComponent = 0; aComponent < 3; ++aComponent)
+        {
+            anAreEligible = anAreEligible && anIsEligible(*itsComponents[aComponent]);
+            aBounds[aComponent] = aProof.Synthesize(*itsComponents[aComponent]);
+        }
+        aProof.Transform(aBounds);
+        for (std::size_t aComponent = 0; aComponent < 3; ++aComponent)
+        {
+            itsComponents[aComponent]->SetFitsShortLines(anAreEligible && aProof.Fits());
+        }
+    }
+    for (std::size_t aComponent = aFirst; aComponent < itsDecodedComponents; ++aComponent)
+    {
+        ShortLines aProof;
+        aProof.Synthesize(*itsComponents[aComponent]);
+        itsComponents[aComponent]->SetFitsShortLines(anIsEligible(*itsComponents[aComponent]) &&
+                                                     aProof.Fits());
+    }
+}
+
+} // namespace j2k

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "engine/detail/Reports.h"
+
+namespace j2k
+{
+
+/// Bounds one kind of work that a tile may ask for by the bytes that it brought: a few bytes can name very
+/// many packets and code-blocks. Borrows the reports and the text.
+class WorkBudget
+{
+public:
+    WorkBudget(std::uint64_t theBudget, const char* theText, const Reports& theReports)
+        : itsLeft(theBudget), itsText(theText), itsReports(theReports)
+    {
+    }
+
+    /// An error of the codestream when the budget is used up.
+    void Spend(std::uint64_t theWork)
+    {
+        if (theWork > itsLeft)
+        {
+            itsReports.Error(itsText);
+        }
+        itsLeft -= theWork;
+    }
+
+    /// False, and nothing spent, when there is not enough left.
+    bool TrySpend(std::uint64_t theWork)
+    {
+        const bool aFits = theWork <= itsLeft;
+        itsLeft -= aFits ? theWork : 0;
+        return aFits;
+    }
+
+private:
+    std::uint64_t itsLeft;
+    const char* itsText;
+    const Reports& itsReports;
+};
+
+} // namespace j2k

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/kdu_codestream.h"
+
+#include "engine/detail/CodestreamState.h"
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+const j2k::ComponentSize& GetComponent(const j2k::CodestreamState& theState, int theComponent)
+{
+    const auto& someComponents = theState.GetReader().GetImageSize().itsComponents;
+    if (theComponent < 0 || static_cast<std::size_t>(theComponent) >= someComponents.size())
+    {
+        theState.GetReports().Error("There is no component " + std::to_string(theComponent));
+    }
+    return someComponents[static_cast<std::size_t>(theComponent)];
+}
+
+kdu_dims ToDims(const j2k::Rect& theRect)
+{
+    kdu_dims aResult;
+    aResult.pos = {static_cast<int>(theRect.itsX0), static_cast<int>(theRect.itsY0)};
+    aResult.size = {static_cast<int>(theRect.GetWidth()), static_cast<int>(theRect.GetHeight())};
+    return aResult;
+}
+
+} // namespace
+
+j2k::CodestreamState& kdu_codestream::GetState() const
+{
+    if (itsState == nullptr)
+    {
+        throw std::logic_error("kdu_codestream: there is no codestream");
+    }
+    return *itsState;
+}
+
+void kdu_codestream::create(kdu_compressed_source* theSource)
+{
+    if (theSource == nullptr)
+    {
+        throw std::invalid_argument("kdu_codestream::create: there is no source");
+    }
+    destroy();
+    auto aState = std::make_unique<j2k::CodestreamState>(*theSource);
+    aState->GetReader().ReadMainHeader();
+    // A handle that is copied freely cannot own by type; destroy() ends what is released here.
+    itsState = aState.release();
+}
+
+void kdu_codestream::destroy()
+{
+    const std::unique_ptr<j2k::CodestreamState> aState(itsState);
+    itsState = nullptr;
+}
+
+void kdu_codestream::set_fast()
+{
+    GetState().GetReports().SetTolerance(j2k::Tolerance::Fast);
+}
+
+void kdu_codestream::set_resilient(bool)
+{
+    // Whether every packet is expected to have a SOP marker changes nothing: those that are there serve.
+    GetState().GetReports().SetTolerance(j2k::Tolerance::Resilient);
+}
+
+void kdu_codestream::set_fussy()
+{
+    GetState().GetReports().SetTolerance(j2k::Tolerance::Fussy);
+}
+
+int kdu_codestream::get_num_components(bool theWantOutputComponents) const
+{
+    const std::size_t aCount = GetState().GetReader().GetImageSize().itsComponents.size();
+    const std::size_t aLimit = GetState().GetRestrictions().itsMaxComponents;
+    return static_cast<int>(theWantOutputComponents && aLimit > 0 ? std::min(aLimit, aCount) : aCount);
+}
+
+int kdu_codestream::get_fewest_levels(bool theReadAll)
+{
+    if (theReadAll)
+    {
+        GetState().GetReader().ReadAll();
+    }
+    return static_cast<int>(GetState().GetReader().GetFewestLevels());
+}
+
+void kdu_codestream::apply_input_restrictions(int theFirstComponent, int theMaxComponents,
+                                              int theDiscardLevels, int theMaxLayers,
+                                              const kdu_dims* theRegion, kdu_component_access_mode)
+{
+    j2k::CodestreamState& aState = GetState();
+    if (theFirstComponent != 0 || theRegion != nullptr)
+    {
+        aState.GetReports().Error("Decoding a region, or from a component other than the first on, is not "
+                                  "supported");
+    }
+    // Only a restriction is worth waiting for the tile headers.
+    const int aDiscard = theDiscardLevels > 0 ? std::min(theDiscardLevels, get_fewest_levels(true)) : 0;
+    j2k::TileRestrictions& someRestrictions = aState.GetRestrictions();
+    someRestrictions.itsDiscardLevels = static_cast<unsigned int>(aDiscard);
+    someRestrictions.itsMaxLayers = static_cast<unsigned int>(std::max(theMaxLayers, 0));
+    someRestrictions.itsMaxComponents =
+        theMaxComponents < get_num_components() ? static_cast<std::size_t>(std::max(theMaxComponents, 0)) : 0;
+}
+
+void kdu_codestream::get_dims(int theComponent, kdu_dims& theDims) const
+{
+    const j2k::CodestreamState& aState = GetState();
+    GetComponent(aState, theComponent);
+    const j2k::ImageSize& anImage = aState.GetReader().GetImageSize();
+    j2k::Rect aRect = anImage.ToComponent(anImage.itsImage, static_cast<std::size_t>(theComponent));
+    const unsigned int aShift = aState.GetRestrictions().itsDiscardLevels;
+    for (std::uint32_t* aBorder : {&aRect.itsX0, &aRect.itsY0, &aRect.itsX1, &aRect.itsY1})
+    {
+        *aBorder = static_cast<std::uint32_t>(j2k::CeilDivPow2(*aBorder, aShift));
+    }
+    theDims = ToDims(aRect);
+}
+
+bool kdu_codestream::get_signed(int theComponent) const
+{
+    return GetComponent(GetState(), theComponent).itsSigned;
+}
+
+int kdu_codestream::get_bit_depth(int theComponent) const
+{
+    return GetComponent(GetState(), theComponent).itsDepth;
+}
+
+kdu_coords kdu_codestream::get_subsampling(int theComponent) const
+{
+    const j2k::ComponentSize& aComponent = GetComponent(GetState(), theComponent);
+    return {aComponent.itsXRsiz, aComponent.itsYRsiz};
+}
+
+void kdu_codestream::get_valid_tiles(kdu_dims& theIndices) const
+{
+    const j2k::ImageSize& anImage = GetState().GetReader().GetImageSize();
+    theIndices.pos = {0, 0};
+    theIndices.size = {static_cast<int>(anImage.itsTilesAcross), static_cast<int>(anImage.itsTilesDown)};
+}
+
+kdu_tile kdu_codestream::open_tile(kdu_coords theIndex)
+{
+    j2k::CodestreamState& aState = GetState();
+    kdu_dims someTiles;
+    get_valid_tiles(someTiles);
+    if (theIndex.x < 0 || theIndex.y < 0 || theIndex.x >= someTiles.size.x || theIndex.y >= someTiles.size.y)
+    {
+        aState.GetReports().Error("There is no tile (" + std::to_string(theIndex.x) + ", " +
+                                  std::to_string(theIndex.y) + ")");
+    }
+    const auto anIndex =
+        static_cast<std::uint32_t>(theIndex.y) * static_cast<std::uint32_t>(someTiles.size.x) +
+        static_cast<std::uint32_t>(theIndex.x);
+    return kdu_tile(itsState, &aState.OpenTile(anIndex));
+}

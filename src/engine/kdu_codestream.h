@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "engine/kdu_tile.h"
+#include "engine/kdu_types.h"
+#include "toolkit/base/Export.h"
+
+class kdu_compressed_source;
+
+namespace j2k
+{
+class CodestreamState;
+}
+
+/// How components are counted and addressed. No multi-component transforms beyond RCT and ICT are
+/// supported, so both views show the same components.
+enum kdu_component_access_mode
+{
+    KDU_WANT_CODESTREAM_COMPONENTS,
+    KDU_WANT_OUTPUT_COMPONENTS
+};
+
+/// One JPEG 2000 codestream (ISO/IEC 15444-1) being decoded from a sequential source.
+///
+/// A handle: copies name the same codestream, which lives until destroy(). create reads the main header,
+/// open_tile reads on until the tile's data is complete; nothing seeks, and nothing behind the end of the
+/// codestream is read. Every failure is reported through the installed kdu_message objects. An exception of
+/// the source or of a message object passes through; destroy() remains possible. Not thread-safe: one
+/// codestream, one thread; codestreams share nothing.
+class QUORIX_API kdu_codestream
+{
+public:
+    bool exists() const { return itsState != nullptr; }
+
+    /// Reads the main header from theSource, which is borrowed until destroy(). Ends what the handle named
+    /// before. When it fails, the handle names nothing and exists() is false. Every other member function
+    /// but destroy() is a std::logic_error then.
+    void create(kdu_compressed_source* theSource);
+
+    /// Ends the codestream and every tile of it; harmless without one.
+    void destroy();
+
+    /// Takes everything that can be decoded sensibly; what is missing decodes as zero. The mode until another
+    /// is set.
+    void set_fast();
+
+    /// As fast, and goes on at the next SOP marker after a damaged packet. True: the codestream is
+    /// expected to have SOP markers before every packet.
+    void set_resilient(bool theExpectUbiquitousSOPs = false);
+
+    /// Refuses every departure from the standard, with a warning. What the main header has shown already
+    /// is reported here.
+    void set_fussy();
+
+    int get_num_components(bool theWantOutputComponents = false) const;
+
+    /// Levels of the wavelet transform that every component of every tile has: the fewest of them all. Where
+    /// theReadAll is true the rest of the codestream is read for that; otherwise what has been read counts.
+    int get_fewest_levels(bool theReadAll);
+
+    /// Limits what is decoded. theDiscardLevels highest resolutions are left out, at most as many as
+    /// get_fewest_levels(true) tells. theMaxLayers: quality layers that are used, 0 for all.
+    /// theFirstComponent must be 0 and theRegion null; theMaxComponents at or above the number of
+    /// components, or 0, means all of them; a smaller one limits what tiles decode.
+    void apply_input_restrictions(int theFirstComponent, int theMaxComponents, int theDiscardLevels,
+                                  int theMaxLayers, const kdu_dims* theRegion,
+                                  kdu_component_access_mode theAccessMode = KDU_WANT_OUTPUT_COMPONENTS);
+
+    /// Position and extent of a component on its own grid, at the resolution that is decoded (T.800 B-2,
+    /// B-15).
+    void get_dims(int theComponent, kdu_dims& theDims) const;
+    bool get_signed(int theComponent) const;
+
+    /// Bits per sample, 1 to 38.
+    int get_bit_depth(int theComponent) const;
+
+    /// Horizontal and vertical sampling factors XRsiz and YRsiz.
+    kdu_coords get_subsampling(int theComponent) const;
+
+    /// The tiles there are: indices run from pos to pos + size - 1 on both axes.
+    void get_valid_tiles(kdu_dims& theIndices) const;
+
+    /// Reads on until the tile is complete, and its packets' headers. The tile lives until its close() or
+    /// destroy(). Tiles may be opened in any order, each one once.
+    kdu_tile open_tile(kdu_coords theIndex);
+
+private:
+    j2k::CodestreamState& GetState() const;
+
+    j2k::CodestreamState* itsState = nullptr;
+};

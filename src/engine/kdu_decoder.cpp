@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/kdu_decoder.h"
+
+#include "engine/detail/lines/LinePump.h"
+#include "engine/detail/packets/Resolution.h"
+
+kdu_decoder::kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts)
+    : itsPump(j2k::LinePump::Create(*theSubband.get_state(), *theAllocator, theUseShorts))
+{
+}
+
+kdu_decoder::kdu_decoder(kdu_decoder&&) noexcept = default;
+kdu_decoder& kdu_decoder::operator=(kdu_decoder&&) noexcept = default;
+kdu_decoder::~kdu_decoder() = default;
+
+void kdu_decoder::pull(kdu_line_buf& theLine)
+{
+    itsPump->Pull(theLine);
+}

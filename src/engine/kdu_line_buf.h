@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+
+#include "engine/kdu_types.h"
+#include "toolkit/base/Export.h"
+
+class kdu_sample_allocator;
+
+/// One line of samples of a tile's component, in one of four representations:
+/// 16-bit integer (short, absolute), 16-bit fixed point (short, not absolute), 32-bit integer (absolute)
+/// and 32-bit float (not absolute). Integers are centred on 0; the others nominally lie in [-0.5, 0.5).
+///
+/// The memory belongs to the allocator. Behind the last sample at least 64 bytes are writable, so that
+/// vector code may finish a line with a whole vector.
+class QUORIX_API kdu_line_buf
+{
+public:
+    /// Announces the line's memory. theWidth in samples, may be 0.
+    void pre_create(kdu_sample_allocator* theAllocator, int theWidth, bool theAbsolute, bool theUseShorts);
+
+    /// Takes the memory, after the allocator's finalize.
+    void create();
+
+    int get_width() const { return itsWidth; }
+    bool is_absolute() const { return itsAbsolute; }
+
+    /// The samples; null where the line has the other width, or before create.
+    kdu_sample16* get_buf16() const
+    {
+        return itsUseShorts ? static_cast<kdu_sample16*>(itsSamples) : nullptr;
+    }
+    kdu_sample32* get_buf32() const
+    {
+        return itsUseShorts ? nullptr : static_cast<kdu_sample32*>(itsSamples);
+    }
+
+private:
+    kdu_sample_allocator* itsAllocator = nullptr;
+    void* itsSamples = nullptr;
+    int itsWidth = 0;
+    bool itsAbsolute = false;
+    bool itsUseShorts = false;
+};

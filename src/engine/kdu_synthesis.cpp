@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/kdu_synthesis.h"
+
+#include "engine/detail/lines/LinePump.h"
+#include "engine/detail/packets/Resolution.h"
+
+kdu_synthesis::kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator,
+                             bool theUseShorts)
+    : itsPump(j2k::LinePump::Create(*theResolution.get_state(), *theAllocator, theUseShorts))
+{
+}
+
+kdu_synthesis::kdu_synthesis(kdu_synthesis&&) noexcept = default;
+kdu_synthesis& kdu_synthesis::operator=(kdu_synthesis&&) noexcept = default;
+kdu_synthesis::~kdu_synthesis() = default;
+
+void kdu_synthesis::pull(kdu_line_buf& theLine)
+{
+    itsPump->Pull(theLine);
+}

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/kdu_message.h"
+
+#include "engine/detail/Reports.h"
+#include "support/EngineReports.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// Notes what it is called with and returns from everything.
+class QuietMessage final : public kdu_message
+{
+public:
+    using kdu_message::put_text;
+    void start_message() override { itsCalls.push_back("start"); }
+    void put_text(const char* theText) override { itsCalls.push_back(theText); }
+    void flush(bool theEndOfMessage) override { itsCalls.push_back(theEndOfMessage ? "end" : "flush"); }
+
+    std::vector<std::string> itsCalls;
+};
+
+std::string TextOf(const j2k::Reports& theReports)
+{
+    try
+    {
+        theReports.Error("Trouble", 12);
+    }
+    catch (const std::runtime_error& anError)
+    {
+        return anError.what();
+    }
+    return "";
+}
+
+TEST(KduMessage, AnErrorNeverReturns)
+{
+    const std::string aText = "Trouble (at byte 12 of the codestream)";
+    EXPECT_EQ(TextOf(j2k::Reports()), aText);
+    QuietMessage aMessage;
+    kdu_customize_errors(&aMessage);
+    EXPECT_EQ(TextOf(j2k::Reports()), aText);
+    kdu_customize_errors(nullptr);
+    EXPECT_EQ(aMessage.itsCalls, (std::vector<std::string>{"start", aText, "end"}));
+}
+
+TEST(KduMessage, AWarningThatReturnsLetsTheOperationGoOn)
+{
+    QuietMessage aMessage;
+    kdu_customize_warnings(&aMessage);
+    j2k::Reports aReports;
+    aReports.SetTolerance(j2k::Tolerance::Fussy);
+    aReports.Departure("Odd", 3);
+    kdu_customize_warnings(nullptr);
+    aReports.Departure("Odd without a handler", 4);
+    EXPECT_EQ(aMessage.itsCalls,
+              (std::vector<std::string>{"start", "Odd (at byte 3 of the codestream)", "end"}));
+}
+
+/// The main header is read before the mode is known.
+TEST(KduMessage, TheFirstDepartureWaitsForTheMode)
+{
+    const EngineReports someReports;
+    j2k::Reports aReports;
+    aReports.Departure("First", 1);
+    aReports.Departure("Second", 2);
+    EXPECT_NO_THROW(aReports.SetTolerance(j2k::Tolerance::Resilient));
+    try
+    {
+        aReports.SetTolerance(j2k::Tolerance::Fussy);
+        ADD_FAILURE();
+    }
+    catch (const EngineReport& aReport)
+    {
+        EXPECT_TRUE(aReport.itsIsWarning);
+        EXPECT_EQ(aReport.itsText, "First (at byte 1 of the codestream)");
+    }
+    EXPECT_NO_THROW(aReports.SetTolerance(j2k::Tolerance::Fussy));
+}
+
+} // namespace

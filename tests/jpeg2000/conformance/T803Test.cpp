@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+// The codestreams and reference images of ISO/IEC 15444-4 (ITU-T T.803).
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include "support/SampleTable.h"
+#include "support/jpeg2000/EngineDecode.h"
+
+namespace
+{
+struct Limit
+{
+    std::string itsFile;
+    std::string itsClass;
+    int itsDiscardLevels = 0;
+    std::string itsComponent; ///< a number, or "all"
+    std::string itsReference;
+    double itsPeak = 0;
+    double itsMeanSquare = 0;
+};
+
+std::vector<Limit> LoadLimits()
+{
+    std::vector<Limit> aLimits;
+    std::ifstream aFile(SampleTable::GetFolder() + "/jpeg2000/t803_limits.tsv");
+    std::string aLine;
+    std::getline(aFile, aLine); // the heading
+    while (std::getline(aFile, aLine))
+    {
+        std::istringstream aFields(aLine);
+        Limit aLimit;
+        std::string aSkipped;
+        aFields >> aLimit.itsFile >> aLimit.itsClass >> aLimit.itsDiscardLevels >> aLimit.itsComponent >>
+            aLimit.itsReference;
+        aFields >> aSkipped >> aSkipped >> aSkipped >> aSkipped >> aLimit.itsPeak >> aLimit.itsMeanSquare;
+        aLimits.push_back(aLimit);
+    }
+    return aLimits;
+}
+
+/// The text fields of a PGX or PNM heading; comments are left out.
+std::vector<std::string> ReadHeading(std::istream& theFile, std::size_t theCount)
+{
+    std::vector<std::string> aFields;
+    std::string aField;
+    while (aFields.size() < theCount && theFile >> aField)
+    {
+        if (aField[0] == '#')
+        {
+            std::getline(theFile, aField);
+        }
+        else
+        {
+            aFields.push_back(aField);
+        }
+    }
+    if (theFile.get() == '\r') // some headings end as on other systems
+    {
+        theFile.get();
+    }
+    return aFields;
+}
+
+std::vector<PlanarComponent> ReadPlanes(std::istream& theFile, PlanarComponent theShape, std::size_t theCount)
+{
+    std::vector<PlanarComponent> aPlanes(theCount, theShape);
+    for (std::size_t i = 0; i < std::size_t{theShape.itsWidth} * theShape.itsHeight; ++i)
+    {
+        for (PlanarComponent& aPlane : aPlanes)
+        {
+            std::int32_t aSample = theFile.get();
+            if (theShape.itsDepth > 8) // high byte first
+            {
+                aSample = aSample << 8 | theFile.get();
+                aSample = theShape.itsSigned ? static_cast<std::int16_t>(aSample) : aSample;
+            }
+            else if (theShape.itsSigned)
+            {
+                aSample = static_cast<std::int8_t>(aSample);
+            }
+            aPlane.itsSamples.push_back(aSample);
+        }
+    }
+    return aPlanes;
+}
+
+std::uint32_t ToSize(const std::string& theText)
+{
+    return static_cast<std::uint32_t>(std::stoul(theText));
+}
+
+/// One component out of "PG ML [+-]DEPTH WIDTH HEIGHT".
+std::vector<PlanarComponent> ReadPgx(std::istream& theFile)
+{
+    std::vector<std::string> aFields = ReadHeading(theFile, 3);
+    if (aFields.at(2) == "+" || aFields.at(2) == "-")
+    {
+        aFields[2] += ReadHeading(theFile, 1).at(0);
+    }
+    // Reading the field before the sizes has eaten the blank behind it, which is harmless.
+    const std::vector<std::string> aSizes = ReadHeading(theFile, 2);
+    PlanarComponent aShape;
+    aShape.itsDepth = std::abs(std::stoi(aFields[2]));
+    aShape.itsSigned = aFields[2][0] == '-';
+    aShape.itsWidth = ToSize(aSizes.at(0));
+    aShape.itsHeight = ToSize(aSizes.at(1));
+    return ReadPlanes(theFile, aShape, 1);
+}
+
+std::vector<PlanarComponent> ReadPnm(std::istream& theFile)
+{
+    const std::vector<std::string> aFields = ReadHeading(theFile, 4);
+    PlanarComponent aShape;
+    aShape.itsWidth = ToSize(aFields.at(1));
+    aShape.itsHeight = ToSize(aFields.at(2));
+    return ReadPlanes(theFile, aShape, aFields[0] == "P6" ? 3 : 1);
+}
+
+std::vector<PlanarComponent> ReadReference(const std::string& theName)
+{
+    std::ifstream aFile(SampleTable::GetFolder() + "/jpeg2000/" + theName, std::ios::binary);
+    return theName.find(".pgx") != std::string::npos ? ReadPgx(aFile) : ReadPnm(aFile);
+}
+
+void ExpectWithin(const Limit& theLimit, const PlanarComponent& theActual, const PlanarComponent& theExpected)
+{
+    ASSERT_EQ(theActual.itsWidth, theExpected.itsWidth);
+    ASSERT_EQ(theActual.itsHeight, theExpected.itsHeight);
+    // Some references have fewer bits than the codestream.
+    const int aShift = std::max(theActual.itsDepth - theExpected.itsDepth, 0);
+    double aPeak = 0;
+    double aSum = 0;
+    for (std::size_t i = 0; i < theExpected.itsSamples.size(); ++i)
+    {
+        const double anError = (theActual.itsSamples[i] >> aShift) - theExpected.itsSamples[i];
+        aPeak = std::max(aPeak, std::abs(anError));
+        aSum += anError * anError;
+    }
+    EXPECT_LE(aPeak, theLimit.itsPeak);
+    EXPECT_LE(aSum / static_cast<double>(theExpected.itsSamples.size()), theLimit.itsMeanSquare);
+}
+
+TEST(T803, EveryStreamIsWithinItsLimits)
+{
+    if (SampleTable::GetFolder().empty())
+    {
+        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
+    }
+    const std::vector<Limit> aLimits = LoadLimits();
+    ASSERT_FALSE(aLimits.empty());
+    for (const Limit& aLimit : aLimits)
+    {
+        SCOPED_TRACE(aLimit.itsFile + ", class " + aLimit.itsClass + ", component " + aLimit.itsComponent +
+                     ", reduced by " + std::to_string(aLimit.itsDiscardLevels));
+        EngineOptions anOptions;
+        anOptions.itsDiscardLevels = aLimit.itsDiscardLevels;
+        const PlanarImage anImage =
+            EngineDecode(SampleTable::ReadFile("jpeg2000/" + aLimit.itsFile), anOptions);
+        const std::vector<PlanarComponent> aReference = ReadReference(aLimit.itsReference);
+        const std::size_t aFirst = aLimit.itsComponent == "all" ? 0 : std::stoul(aLimit.itsComponent);
+        for (std::size_t i = 0; i < aReference.size(); ++i)
+        {
+            ASSERT_LT(aFirst + i, anImage.itsComponents.size());
+            ExpectWithin(aLimit, anImage.itsComponents[aFirst + i], aReference[i]);
+        }
+    }
+}
+} // namespace

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+// Damaged codestreams end in pixels or in one of the engine's reports, in every mode.
+
+#include <gtest/gtest.h>
+
+#include "support/LongRun.h"
+#include "support/jpeg2000/CodestreamEditor.h"
+#include "support/jpeg2000/EngineDecode.h"
+#include "support/jpeg2000/RandomStreams.h"
+
+namespace
+{
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr EngineMode theModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
+
+/// A caller that believes a sane data set has no larger buffer.
+constexpr std::uint64_t theMostSamples = std::uint64_t{1} << 18;
+
+/// Whether there were pixels; anything but pixels or a report fails the test.
+bool Survives(const Bytes& theStream, EngineMode theMode, int theDiscardLevels = 0)
+{
+    EngineOptions anOptions;
+    anOptions.itsMode = theMode;
+    anOptions.itsDiscardLevels = theDiscardLevels;
+    anOptions.itsMostSamples = theMostSamples;
+    anOptions.itsLargestRead = 97;
+    try
+    {
+        EngineDecode(theStream, anOptions);
+        return true;
+    }
+    catch (const EngineError&)
+    {
+    }
+    catch (const EngineWarning&)
+    {
+        EXPECT_EQ(theMode, EngineMode::Fussy) << "a warning in a mode that takes departures";
+    }
+    catch (const OutputTooLarge&)
+    {
+    }
+    return false;
+}
+
+struct Victim
+{
+    const char* itsName;
+    Bytes itsStream;
+};
+
+/// Grey, 12 bits, two layers, precincts, SOP and EPH, the first half of the styles.
+Bytes MakeGrey()
+{
+    Dice aDice(1);
+    OpenJpeg::Options anOptions;
+    anOptions.itsResolutions = 3;
+    anOptions.itsBlockWidth = 8;
+    anOptions.itsBlockHeight = 8;
+    anOptions.itsBlockStyle = 1 + 4 + 32;
+    anOptions.itsRates = {8, 1};
+    anOptions.itsPrecincts = {{16, 16}};
+    anOptions.itsSOP = true;
+    anOptions.itsEPH = true;
+    return OpenJpeg::Encode(MakeImage(31, 27, 1, 12, false, aDice), anOptions);
+}
+
+/// Colour, tiled, irreversible, with a POC marker segment, PLT and TLM, the other styles.
+Bytes MakeColour()
+{
+    Dice aDice(2);
+    OpenJpeg::Options anOptions;
+    anOptions.itsIrreversible = true;
+    anOptions.itsComponentTransform = true;
+    anOptions.itsResolutions = 3;
+    anOptions.itsBlockWidth = 16;
+    anOptions.itsBlockHeight = 4;
+    anOptions.itsBlockStyle = 2 + 8 + 16;
+    anOptions.itsRates = {6, 2};
+    anOptions.itsTileWidth = 16;
+    anOptions.itsTileHeight = 16;
+    anOptions.itsOrder = "RPCL";
+    anOptions.itsProgressionChanges = {{"RLCP", 0, 0, 2, 1, 3}, {"CPRL", 1, 0, 2, 3, 3}};
+    anOptions.itsPLT = true;
+    anOptions.itsTLM = true;
+    return OpenJpeg::Encode(MakeImage(24, 24, 3, 8, false, aDice), anOptions);
+}
+
+/// Packet headers in the main header, the tiles' parts in turn, a region of interest.
+Bytes MakePacked()
+{
+    Dice aDice(3);
+    OpenJpeg::Options anOptions;
+    anOptions.itsResolutions = 2;
+    anOptions.itsOrder = "PCRL";
+    anOptions.itsSOP = true;
+    anOptions.itsEPH = true;
+    anOptions.itsTileWidth = 16;
+    anOptions.itsTileHeight = 16;
+    anOptions.itsRoiComponent = 0;
+    anOptions.itsRoiShift = 5;
+    CodestreamEditor anEditor(OpenJpeg::Encode(MakeImage(20, 20, 2, 8, true, aDice), anOptions));
+    anEditor.Scatter(2);
+    return anEditor.Join(CodestreamEditor::Headers::InMain, true);
+}
+
+std::vector<Victim> MakeVictims()
+{
+    return {{"grey", MakeGrey()}, {"colour", MakeColour()}, {"packed", MakePacked()}};
+}
+
+TEST(CodestreamDamage, VictimsAreWhole)
+{
+    for (const Victim& aVictim : MakeVictims())
+    {
+        SCOPED_TRACE(aVictim.itsName);
+        EXPECT_TRUE(Survives(aVictim.itsStream, EngineMode::Fussy));
+        EXPECT_LT(aVictim.itsStream.size(), 4000U);
+    }
+}
+
+TEST(CodestreamDamage, EveryTruncationSurvives)
+{
+    for (const Victim& aVictim : MakeVictims())
+    {
+        std::size_t aDecoded = 0;
+        for (std::size_t aSize = 0; aSize < aVictim.itsStream.size(); ++aSize)
+        {
+            SCOPED_TRACE(std::string(aVictim.itsName) + " cut to " + std::to_string(aSize) + " bytes");
+            const Bytes aCut(aVictim.itsStream.begin(),
+                             aVictim.itsStream.begin() + static_cast<std::ptrdiff_t>(aSize));
+            aDecoded += Survives(aCut, EngineMode::Fast) ? 1 : 0;
+            Survives(aCut, EngineMode::Resilient, 1);
+            EXPECT_FALSE(Survives(aCut, EngineMode::Fussy)) << "a departure passes";
+        }
+        // The headers are a few hundred bytes; from there on there is something to see.
+        EXPECT_GT(aDecoded, aVictim.itsStream.size() / 4) << aVictim.itsName;
+    }
+}
+
+TEST(CodestreamDamage, FlippedBitsSurvive)
+{
+    Dice aDice(4);
+    const std::vector<Victim> aVictims = MakeVictims();
+    for (int i = 0; i < Rounds(2000); ++i)
+    {
+        const Victim& aVictim = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))];
+        Bytes aStream = aVictim.itsStream;
+        std::string aTrace = aVictim.itsName;
+        for (int aFlip = aDice.Roll(1, 4); aFlip > 0; --aFlip)
+        {
+            // Every third one in the first bytes, where the headers are.
+            const int aLast = static_cast<int>(aStream.size()) - 1;
+            const int aByte = aDice.Roll(0, aDice.Chance(33) ? 150 : aLast);
+            const int aBit = aDice.Roll(0, 7);
+            aStream[static_cast<std::size_t>(aByte)] ^= static_cast<std::uint8_t>(1 << aBit);
+            aTrace += ", bit " + std::to_string(aBit) + " of byte " + std::to_string(aByte);
+        }
+        SCOPED_TRACE(aTrace);
+        Survives(aStream, theModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0);
+    }
+}
+
+TEST(CodestreamDamage, SplicedStreamsSurvive)
+{
+    Dice aDice(6);
+    const std::vector<Victim> aVictims = MakeVictims();
+    for (int i = 0; i < Rounds(500); ++i)
+    {
+        const Bytes& aFront = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))].itsStream;
+        const Bytes& aBack = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))].itsStream;
+        const int aFrontEnd = aDice.Roll(0, static_cast<int>(aFront.size()));
+        const int aBackStart = aDice.Roll(0, static_cast<int>(aBack.size()));
+        SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(aFrontEnd) + " + " +
+                     std::to_string(aBackStart));
+        Bytes aStream(aFront.begin(), aFront.begin() + aFrontEnd);
+        aStream.insert(aStream.end(), aBack.begin() + aBackStart, aBack.end());
+        Survives(aStream, theModes[aDice.Roll(0, 2)]);
+    }
+}
+} // namespace

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Small JPEG 2000 codestreams that an independent encoder (OpenJPEG 2.5.0) made of images that are known by
+/// formula.
+namespace Jpeg2000Streams
+{
+using Bytes = std::vector<std::uint8_t>;
+
+/// One component, signed, 12 bits, 13 x 11, three levels of the 5/3 transform, four tiles of 8 x 8 with the
+/// image at (3, 1).
+Bytes Grey12();
+constexpr int theGreyWidth = 13;
+constexpr int theGreyHeight = 11;
+int GreyValue(int theX, int theY);
+
+/// Three components of 8 bits, 11 x 9, 5/3: with the component transform, and without.
+Bytes Colour();
+Bytes PlainColour();
+constexpr int theColourWidth = 11;
+constexpr int theColourHeight = 9;
+int ColourValue(int theComponent, int theX, int theY);
+
+/// Two components of 8 bits, 4 x 4.
+Bytes Pair();
+
+/// Three components of 12 bits, 4 x 4.
+Bytes DeepColour();
+
+/// Three components of 8 bits, 16 x 16, 9/7 with the component transform, at a high rate.
+Bytes Lossy();
+constexpr int theLossySize = 16;
+int LossyValue(int theComponent, int theX, int theY);
+
+/// The bytes at thePosition replaced, without a change of length.
+Bytes Patch(Bytes theStream, std::size_t thePosition, const Bytes& theBytes);
+
+// Positions in the SIZ marker segment of all these streams.
+constexpr std::size_t theCapabilities = 6;
+constexpr std::size_t theDepthOfComponent0 = 42; ///< Ssiz, then XRsiz and YRsiz; 3 bytes a component
+
+/// A box of a JP2 file.
+Bytes Box(const char* theType, const Bytes& theContents);
+
+/// A JP2 file around a codestream, with the boxes there must be.
+Bytes MakeJp2(const Bytes& theStream);
+} // namespace Jpeg2000Streams

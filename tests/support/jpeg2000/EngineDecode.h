@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <vector>
+
+#include "support/jpeg2000/PlanarImage.h"
+
+/// What the engine reported, as exceptions.
+class EngineError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+class EngineWarning : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The caller's own limit, see EngineOptions.
+class OutputTooLarge : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class EngineMode
+{
+    Fast,
+    Resilient,
+    Fussy
+};
+
+struct EngineOptions
+{
+    EngineMode itsMode = EngineMode::Fast;
+    int itsDiscardLevels = 0;
+    int itsMaxLayers = 0;
+    int itsLargestRead = 1 << 20; ///< bytes the source delivers at once
+    bool itsTakesShorts = true;   ///< 16-bit lines where they are exact
+    /// After the first tile has been opened, more samples than these, all components together, are refused.
+    std::uint64_t itsMostSamples = std::uint64_t{1} << 28;
+};
+
+/// Decodes a codestream through the engine's own interface: any number of components, any subsampling.
+/// Numbers are rounded and clamped to the component's range. Installs message objects that throw, for the
+/// process.
+PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions = {});

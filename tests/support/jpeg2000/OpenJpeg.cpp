@@ -1,0 +1,384 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/jpeg2000/OpenJpeg.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <openjpeg.h>
+
+namespace
+{
+using OpenJpeg::Bytes;
+using OpenJpeg::Options;
+
+struct FreeCodec
+{
+    void operator()(opj_codec_t* theCodec) const { opj_destroy_codec(theCodec); }
+};
+struct FreeStream
+{
+    void operator()(opj_stream_t* theStream) const { opj_stream_destroy(theStream); }
+};
+struct FreeImage
+{
+    void operator()(opj_image_t* theImage) const { opj_image_destroy(theImage); }
+};
+using Codec = std::unique_ptr<opj_codec_t, FreeCodec>;
+using Stream = std::unique_ptr<opj_stream_t, FreeStream>;
+using Image = std::unique_ptr<opj_image_t, FreeImage>;
+
+/// Bytes with a position, as OpenJPEG's streams want them.
+struct MemoryFile
+{
+    Bytes itsBytes;
+    std::size_t itsPosition = 0;
+};
+
+OPJ_SIZE_T ReadMemory(void* theBuffer, OPJ_SIZE_T theCount, void* theFile)
+{
+    auto& aFile = *static_cast<MemoryFile*>(theFile);
+    const std::size_t aCount = std::min(theCount, aFile.itsBytes.size() - aFile.itsPosition);
+    if (aCount == 0)
+    {
+        return static_cast<OPJ_SIZE_T>(-1);
+    }
+    std::memcpy(theBuffer, aFile.itsBytes.data() + aFile.itsPosition, aCount);
+    aFile.itsPosition += aCount;
+    return aCount;
+}
+
+OPJ_SIZE_T WriteMemory(void* theBuffer, OPJ_SIZE_T theCount, void* theFile)
+{
+    auto& aFile = *static_cast<MemoryFile*>(theFile);
+    aFile.itsBytes.resize(std::max(aFile.itsBytes.size(), aFile.itsPosition + theCount));
+    std::memcpy(aFile.itsBytes.data() + aFile.itsPosition, theBuffer, theCount);
+    aFile.itsPosition += theCount;
+    return theCount;
+}
+
+OPJ_BOOL SeekMemory(OPJ_OFF_T thePosition, void* theFile)
+{
+    auto& aFile = *static_cast<MemoryFile*>(theFile);
+    if (thePosition < 0 || static_cast<std::size_t>(thePosition) > aFile.itsBytes.size())
+    {
+        return OPJ_FALSE;
+    }
+    aFile.itsPosition = static_cast<std::size_t>(thePosition);
+    return OPJ_TRUE;
+}
+
+OPJ_OFF_T SkipMemory(OPJ_OFF_T theCount, void* theFile)
+{
+    auto& aFile = *static_cast<MemoryFile*>(theFile);
+    const auto aLeft = static_cast<OPJ_OFF_T>(aFile.itsBytes.size() - aFile.itsPosition);
+    const OPJ_OFF_T aCount = std::min(theCount, aLeft);
+    aFile.itsPosition += static_cast<std::size_t>(aCount);
+    return aCount;
+}
+
+Stream MakeStream(MemoryFile& theFile, bool theIsInput)
+{
+    Stream aStream(opj_stream_create(std::size_t{1} << 16, theIsInput ? OPJ_TRUE : OPJ_FALSE));
+    opj_stream_set_user_data(aStream.get(), &theFile, nullptr);
+    opj_stream_set_user_data_length(aStream.get(), theFile.itsBytes.size());
+    opj_stream_set_read_function(aStream.get(), ReadMemory);
+    opj_stream_set_write_function(aStream.get(), WriteMemory);
+    opj_stream_set_seek_function(aStream.get(), SeekMemory);
+    opj_stream_set_skip_function(aStream.get(), SkipMemory);
+    return aStream;
+}
+
+void KeepText(const char* theText, void* theCollected)
+{
+    static_cast<std::string*>(theCollected)->append(theText);
+}
+
+OPJ_PROG_ORDER ToOrder(const std::string& theName)
+{
+    const std::vector<std::string> aNames{"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
+    const auto aPlace = std::find(aNames.begin(), aNames.end(), theName);
+    return aPlace == aNames.end() ? OPJ_PROG_UNKNOWN : static_cast<OPJ_PROG_ORDER>(aPlace - aNames.begin());
+}
+
+Image MakeImage(const PlanarImage& theImage)
+{
+    std::vector<opj_image_cmptparm_t> aParameters;
+    for (const PlanarComponent& aComponent : theImage.itsComponents)
+    {
+        opj_image_cmptparm_t aParameter{};
+        aParameter.dx = aComponent.itsXRsiz;
+        aParameter.dy = aComponent.itsYRsiz;
+        aParameter.w = aComponent.itsWidth;
+        aParameter.h = aComponent.itsHeight;
+        aParameter.x0 = theImage.itsX0;
+        aParameter.y0 = theImage.itsY0;
+        aParameter.prec = static_cast<OPJ_UINT32>(aComponent.itsDepth);
+        aParameter.sgnd = aComponent.itsSigned ? 1 : 0;
+        aParameters.push_back(aParameter);
+    }
+    const bool isColour = theImage.itsComponents.size() == 3;
+    Image anImage(opj_image_create(static_cast<OPJ_UINT32>(aParameters.size()), aParameters.data(),
+                                   isColour ? OPJ_CLRSPC_SRGB : OPJ_CLRSPC_GRAY));
+    if (!anImage)
+    {
+        throw std::runtime_error("OpenJPEG makes no image of that kind");
+    }
+    anImage->x0 = theImage.itsX0;
+    anImage->y0 = theImage.itsY0;
+    anImage->x1 = theImage.itsX1;
+    anImage->y1 = theImage.itsY1;
+    for (std::size_t i = 0; i < theImage.itsComponents.size(); ++i)
+    {
+        const auto& aSamples = theImage.itsComponents[i].itsSamples;
+        std::copy(aSamples.begin(), aSamples.end(), anImage->comps[i].data);
+    }
+    return anImage;
+}
+
+void SetProgressions(const Options& theOptions, std::uint32_t theTiles, opj_cparameters_t& theParameters)
+{
+    theParameters.prog_order = ToOrder(theOptions.itsOrder);
+    const std::size_t aRoom = std::size(theParameters.POC);
+    for (std::uint32_t aTile = 1; aTile <= theTiles; ++aTile)
+    {
+        for (const OpenJpeg::ProgressionChange& aChange : theOptions.itsProgressionChanges)
+        {
+            if (theParameters.numpocs == aRoom)
+            {
+                throw std::runtime_error("OpenJPEG has no room for so many progressions");
+            }
+            opj_poc_t& aPoc = theParameters.POC[theParameters.numpocs++];
+            aPoc.tile = aTile;
+            aPoc.resno0 = aChange.itsFirstResolution;
+            aPoc.compno0 = aChange.itsFirstComponent;
+            aPoc.layno1 = aChange.itsEndLayer;
+            aPoc.resno1 = aChange.itsEndResolution;
+            aPoc.compno1 = aChange.itsEndComponent;
+            aPoc.prg1 = ToOrder(aChange.itsOrder);
+        }
+    }
+}
+
+std::uint32_t CountTiles(const PlanarImage& theImage, const Options& theOptions)
+{
+    if (theOptions.itsTileWidth == 0)
+    {
+        return 1;
+    }
+    const auto aCount = [](std::uint32_t theEnd, int theOrigin, int theSize)
+    {
+        return (theEnd - static_cast<std::uint32_t>(theOrigin) + static_cast<std::uint32_t>(theSize) - 1) /
+               static_cast<std::uint32_t>(theSize);
+    };
+    return aCount(theImage.itsX1, theOptions.itsTileX, theOptions.itsTileWidth) *
+           aCount(theImage.itsY1, theOptions.itsTileY, theOptions.itsTileHeight);
+}
+
+void SetStructure(const Options& theOptions, opj_cparameters_t& theParameters)
+{
+    theParameters.tile_size_on = theOptions.itsTileWidth > 0 ? OPJ_TRUE : OPJ_FALSE;
+    theParameters.cp_tdx = theOptions.itsTileWidth;
+    theParameters.cp_tdy = theOptions.itsTileHeight;
+    theParameters.cp_tx0 = theOptions.itsTileX;
+    theParameters.cp_ty0 = theOptions.itsTileY;
+    theParameters.csty = (theOptions.itsSOP ? 2 : 0) + (theOptions.itsEPH ? 4 : 0);
+    if (!theOptions.itsPrecincts.empty())
+    {
+        theParameters.csty |= 1;
+        theParameters.res_spec = static_cast<int>(theOptions.itsPrecincts.size());
+        for (std::size_t i = 0; i < theOptions.itsPrecincts.size(); ++i)
+        {
+            theParameters.prcw_init[i] = theOptions.itsPrecincts[i].first;
+            theParameters.prch_init[i] = theOptions.itsPrecincts[i].second;
+        }
+    }
+    if (theOptions.itsTileParts != 0)
+    {
+        theParameters.tp_on = 1;
+        theParameters.tp_flag = theOptions.itsTileParts;
+    }
+}
+
+void SetParameters(const PlanarImage& theImage, const Options& theOptions, opj_cparameters_t& theParameters)
+{
+    opj_set_default_encoder_parameters(&theParameters);
+    SetStructure(theOptions, theParameters);
+    SetProgressions(theOptions, CountTiles(theImage, theOptions), theParameters);
+    theParameters.image_offset_x0 = static_cast<int>(theImage.itsX0);
+    theParameters.image_offset_y0 = static_cast<int>(theImage.itsY0);
+    theParameters.numresolution = theOptions.itsResolutions;
+    theParameters.cblockw_init = theOptions.itsBlockWidth;
+    theParameters.cblockh_init = theOptions.itsBlockHeight;
+    theParameters.mode = theOptions.itsBlockStyle;
+    theParameters.irreversible = theOptions.itsIrreversible ? 1 : 0;
+    theParameters.tcp_mct = theOptions.itsComponentTransform ? 1 : 0;
+    theParameters.roi_compno = theOptions.itsRoiComponent;
+    theParameters.roi_shift = theOptions.itsRoiShift;
+    theParameters.cp_disto_alloc = 1;
+    theParameters.tcp_numlayers = static_cast<int>(theOptions.itsRates.size());
+    for (std::size_t i = 0; i < theOptions.itsRates.size(); ++i)
+    {
+        theParameters.tcp_rates[i] = theOptions.itsRates[i] <= 1 ? 0 : theOptions.itsRates[i];
+    }
+}
+
+void SetExtraOptions(opj_codec_t& theCodec, const Options& theOptions)
+{
+    const std::string aGuard = "GUARD_BITS=" + std::to_string(theOptions.itsGuardBits);
+    const char* const anExtra[] = {theOptions.itsPLT ? "PLT=YES" : "PLT=NO",
+                                   theOptions.itsTLM ? "TLM=YES" : "TLM=NO", aGuard.c_str(), nullptr};
+    opj_encoder_set_extra_options(&theCodec, anExtra);
+}
+
+PlanarImage ToPlanar(const opj_image_t& theImage)
+{
+    PlanarImage aResult{theImage.x0, theImage.y0, theImage.x1, theImage.y1, {}};
+    for (OPJ_UINT32 i = 0; i < theImage.numcomps; ++i)
+    {
+        const opj_image_comp_t& aSource = theImage.comps[i];
+        PlanarComponent aComponent{
+            aSource.w,  aSource.h, static_cast<int>(aSource.prec), aSource.sgnd != 0, aSource.dx,
+            aSource.dy, {}};
+        if (aSource.data != nullptr)
+        {
+            aComponent.itsSamples.assign(aSource.data, aSource.data + std::size_t{aSource.w} * aSource.h);
+        }
+        aResult.itsComponents.push_back(std::move(aComponent));
+    }
+    return aResult;
+}
+
+std::uint32_t GetLength(std::uint32_t theStart, std::uint32_t theEnd, std::uint32_t theStep,
+                        unsigned int theDiscardLevels)
+{
+    const auto aPlace = [=](std::uint64_t theBorder)
+    {
+        const std::uint64_t aSample = (theBorder + theStep - 1) / theStep;
+        return (aSample + (std::uint64_t{1} << theDiscardLevels) - 1) >> theDiscardLevels;
+    };
+    return static_cast<std::uint32_t>(aPlace(theEnd) - aPlace(theStart));
+}
+
+void CutToExtent(PlanarImage& theImage, unsigned int theDiscardLevels)
+{
+    for (PlanarComponent& aComponent : theImage.itsComponents)
+    {
+        const std::uint32_t aWidth =
+            GetLength(theImage.itsX0, theImage.itsX1, aComponent.itsXRsiz, theDiscardLevels);
+        const std::uint32_t aHeight =
+            GetLength(theImage.itsY0, theImage.itsY1, aComponent.itsYRsiz, theDiscardLevels);
+        PlanarComponent aCut = aComponent;
+        aCut.itsWidth = std::min(aWidth, aComponent.itsWidth);
+        aCut.itsHeight = std::min(aHeight, aComponent.itsHeight);
+        aCut.itsSamples.clear();
+        for (std::uint32_t aRow = 0; aRow < aCut.itsHeight; ++aRow)
+        {
+            const auto aStart = aComponent.itsSamples.begin() +
+                                static_cast<std::ptrdiff_t>(std::size_t{aRow} * aComponent.itsWidth);
+            aCut.itsSamples.insert(aCut.itsSamples.end(), aStart, aStart + aCut.itsWidth);
+        }
+        aComponent = std::move(aCut);
+    }
+}
+
+bool IsJp2(const Bytes& theStream)
+{
+    return theStream.size() > 8 && std::memcmp(theStream.data() + 4, "jP  ", 4) == 0;
+}
+} // namespace
+
+namespace OpenJpeg
+{
+
+std::string Options::Describe() const
+{
+    std::ostringstream aText;
+    aText << (itsIrreversible ? "-I" : "-5/3") << " -mct " << itsComponentTransform << " -n "
+          << itsResolutions << " -b " << itsBlockWidth << "," << itsBlockHeight << " -M " << itsBlockStyle
+          << " -p " << itsOrder << " -r";
+    for (const float aRate : itsRates)
+    {
+        aText << " " << aRate;
+    }
+    for (const ProgressionChange& aChange : itsProgressionChanges)
+    {
+        aText << " -POC " << aChange.itsFirstResolution << "," << aChange.itsFirstComponent << ","
+              << aChange.itsEndLayer << "," << aChange.itsEndResolution << "," << aChange.itsEndComponent
+              << "," << aChange.itsOrder;
+    }
+    for (const auto& [aWidth, aHeight] : itsPrecincts)
+    {
+        aText << " -c [" << aWidth << "," << aHeight << "]";
+    }
+    aText << " -t " << itsTileWidth << "," << itsTileHeight << " -T " << itsTileX << "," << itsTileY
+          << (itsSOP ? " -SOP" : "") << (itsEPH ? " -EPH" : "") << (itsPLT ? " -PLT" : "")
+          << (itsTLM ? " -TLM" : "") << " -GuardBits " << itsGuardBits;
+    if (itsTileParts != 0)
+    {
+        aText << " -TP " << itsTileParts;
+    }
+    if (itsRoiComponent >= 0)
+    {
+        aText << " -ROI c=" << itsRoiComponent << ",U=" << itsRoiShift;
+    }
+    return aText.str();
+}
+
+Bytes Encode(const PlanarImage& theImage, const Options& theOptions)
+{
+    const auto aParameters = std::make_unique<opj_cparameters_t>();
+    SetParameters(theImage, theOptions, *aParameters);
+    const Image anImage = MakeImage(theImage);
+    MemoryFile aFile;
+    std::string aComplaint;
+    const Codec aCodec(opj_create_compress(theOptions.itsJp2 ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K));
+    opj_set_error_handler(aCodec.get(), KeepText, &aComplaint);
+    if (opj_setup_encoder(aCodec.get(), aParameters.get(), anImage.get()) == OPJ_FALSE)
+    {
+        throw std::runtime_error("OpenJPEG's encoder refuses: " + aComplaint);
+    }
+    SetExtraOptions(*aCodec, theOptions);
+    const Stream aStream = MakeStream(aFile, false);
+    if (opj_start_compress(aCodec.get(), anImage.get(), aStream.get()) == OPJ_FALSE ||
+        opj_encode(aCodec.get(), aStream.get()) == OPJ_FALSE ||
+        opj_end_compress(aCodec.get(), aStream.get()) == OPJ_FALSE)
+    {
+        throw std::runtime_error("OpenJPEG's encoder fails: " + aComplaint);
+    }
+    return aFile.itsBytes;
+}
+
+std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& theOptions)
+{
+    MemoryFile aFile{theStream, 0};
+    const Stream aStream = MakeStream(aFile, true);
+    const Codec aCodec(opj_create_decompress(IsJp2(theStream) ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K));
+    const auto aParameters = std::make_unique<opj_dparameters_t>();
+    opj_set_default_decoder_parameters(aParameters.get());
+    aParameters->cp_reduce = theOptions.itsDiscardLevels;
+    aParameters->cp_layer = theOptions.itsMaxLayers;
+    aParameters->flags |= OPJ_DPARAMETERS_IGNORE_PCLR_CMAP_CDEF_FLAG;
+    if (opj_setup_decoder(aCodec.get(), aParameters.get()) == OPJ_FALSE)
+    {
+        return std::nullopt;
+    }
+    opj_decoder_set_strict_mode(aCodec.get(), theOptions.itsStrict ? OPJ_TRUE : OPJ_FALSE);
+    opj_image_t* aRawImage = nullptr;
+    const bool hasHeader = opj_read_header(aStream.get(), aCodec.get(), &aRawImage) != OPJ_FALSE;
+    const Image anImage(aRawImage);
+    if (!hasHeader || opj_decode(aCodec.get(), aStream.get(), anImage.get()) == OPJ_FALSE ||
+        opj_end_decompress(aCodec.get(), aStream.get()) == OPJ_FALSE)
+    {
+        return std::nullopt;
+    }
+    PlanarImage aResult = ToPlanar(*anImage);
+    if (theOptions.itsDiscardLevels > 0 && !theOptions.itsKeepsExtent)
+    {
+        CutToExtent(aResult, theOptions.itsDiscardLevels);
+    }
+    return aResult;
+}
+} // namespace OpenJpeg
