@@ -5,6 +5,7 @@
 
 #include "codecs/JPEG12BitDecoder.h"
 #include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG2000FileStreamDecoder.h"
 #include "codecs/JPEG8BitDecoder.h"
 #include "codecs/RLEDecoder.h"
 #include "toolkit/base/StreamIOException.h"
@@ -58,6 +59,31 @@ std::unique_ptr<Decoder> CreateLossless(int theBitsStored, const char* theRefusa
     return aCodec;
 }
 
+/// Null for any other transfer syntax. Bits stored play no part here: the codestream knows them.
+std::unique_ptr<Decoder> CreateJPEG2000(const RWCString& theUID, int theScaleFactor,
+                                        Decoder::ParsingErrorTolerance theTolerance, bool theFileStream)
+{
+    const bool isLossless = theUID == TransferSyntaxType::TSJPEG2KLosslessUID;
+    if (!isLossless && theUID != TransferSyntaxType::TSJPEG2KUID)
+    {
+        return nullptr;
+    }
+    std::unique_ptr<Decoder> aCodec;
+    if (theFileStream)
+    {
+        aCodec = std::make_unique<JPEG2000FileStreamDecoder>(theScaleFactor, theTolerance);
+    }
+    else
+    {
+        aCodec = std::make_unique<JPEG2000Decoder>(theScaleFactor, theTolerance);
+    }
+    if (isLossless)
+    {
+        aCodec->SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    }
+    return aCodec;
+}
+
 std::unique_ptr<Decoder> CreateCodec(const RWCString& theUID, int theBitsStored)
 {
     // Deliberately ahead of recognising the transfer syntax: an unknown one without bits stored is refused
@@ -90,9 +116,14 @@ std::unique_ptr<Decoder> CreateCodec(const RWCString& theUID, int theBitsStored)
 }
 } // namespace
 
-Decoder* DecoderFactory::Create(const RWCString& theTransferSyntaxUID, int, Decoder::ParsingErrorTolerance,
-                                bool, int theBitsStored)
+Decoder* DecoderFactory::Create(const RWCString& theTransferSyntaxUID, int theScaleFactor,
+                                Decoder::ParsingErrorTolerance theTolerance, bool theFileStream,
+                                int theBitsStored)
 {
     // A raw pointer because the interface fixes one; it is the caller's from here on.
+    if (auto aCodec = CreateJPEG2000(theTransferSyntaxUID, theScaleFactor, theTolerance, theFileStream))
+    {
+        return aCodec.release();
+    }
     return CreateCodec(theTransferSyntaxUID, theBitsStored).release();
 }

@@ -150,7 +150,8 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
         theCodec.GetBitsAllocatedPerSample(), theCodec.GetSamplesPerPixel(), Renderable::RGB);
     if (aSize < 0 || aRequired != static_cast<std::uint64_t>(aSize))
     {
-        throw BadAllocException(aTrueSize);
+        throw BadAllocException(
+            theCodec.Decoder::GetOutputSize()); // by the layout, whatever the codec demands
     }
     itsRenderable = std::make_unique<Renderable>(itsMemoryAllocator);
     itsRenderable->setPixelData(itsMemoryAllocator.Allocate(static_cast<std::uint64_t>(aSize)),

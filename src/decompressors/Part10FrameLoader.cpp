@@ -28,6 +28,11 @@ std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::u
            std::uint64_t(theAttributes.itsBitsAllocated);
 }
 
+bool IsJPEG2000(const RWCString& theUID)
+{
+    return theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
+}
+
 bool IsNativeOrder(bool theLittleEndian)
 {
     return theLittleEndian == (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
@@ -41,19 +46,46 @@ Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theC
 
 Part10FrameLoader::~Part10FrameLoader() = default;
 
-std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
+bool Part10FrameLoader::IsNative() const
 {
-    DMTickCounter aTimer;
+    return itsFrontEnd.GetPixelData()->GetPixelInputStream() != nullptr;
+}
+
+Part10FrameLoader::Frame Part10FrameLoader::Begin() const
+{
     Frame aFrame;
     aFrame.itsAttributes = itsFrontEnd.GetAttributes();
     aFrame.itsInterpretation =
         Renderable::photometricInterpretationFromString(aFrame.itsAttributes.itsPhotometricInterpretation);
     aFrame.itsLittleEndian = itsFrontEnd.GetDataSet().GetEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
     aFrame.itsScaleFactor = itsFrontEnd.GetRequest().getScaleFactor();
-    const bool aNative = itsFrontEnd.GetPixelData()->GetPixelInputStream() != nullptr;
-    Allocate(aFrame, aNative ? aFrame.itsInterpretation : Renderable::RGB);
+    if (!IsNative() && IsJPEG2000(itsFrontEnd.GetRequest().getTransferSyntaxUID()))
+    {
+        // Single bits are packed in native pixels only: the codec delivers at least a byte a sample.
+        aFrame.itsAttributes.itsBitsAllocated = std::max(aFrame.itsAttributes.itsBitsAllocated, 8);
+    }
+    return aFrame;
+}
+
+void Part10FrameLoader::Pass(int theFrameIndex)
+{
+    Frame aFrame = Begin();
+    if (IsNative())
+    {
+        Allocate(aFrame, aFrame.itsInterpretation);
+        ReadNativeBytes(aFrame, theFrameIndex);
+        return;
+    }
+    GetCompressedFrame(theFrameIndex, aFrame.itsAttributes.GetFrameSize(Renderable::RGB));
+}
+
+std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
+{
+    DMTickCounter aTimer;
+    Frame aFrame = Begin();
+    Allocate(aFrame, IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
     const double aTimeToAllocate = aTimer.Lap() * 1000.0;
-    if (aNative)
+    if (IsNative())
     {
         ReadNative(aFrame, theFrameIndex);
     }
@@ -80,16 +112,20 @@ void Part10FrameLoader::Allocate(Frame& theFrame, Renderable::PhotometricInterpr
     theFrame.itsRenderable->setPixelData(anAllocator.Allocate(theFrame.itsSize), theFrame.itsSize);
 }
 
-void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
+std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIndex)
 {
     if (!itsNativeFrames)
     {
         itsNativeFrames.emplace(*itsFrontEnd.GetPixelData()->GetPixelInputStream(),
                                 NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
     }
-    theFrame.itsCompressedSize =
-        itsNativeFrames->ReadFrame(theFrameIndex == -1 ? 0 : theFrameIndex,
-                                   static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()));
+    return itsNativeFrames->ReadFrame(theFrameIndex == -1 ? 0 : theFrameIndex,
+                                      static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()));
+}
+
+void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
+{
+    theFrame.itsCompressedSize = ReadNativeBytes(theFrame, theFrameIndex);
     ExchangeBytesIfNeeded(theFrame);
     if (itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned() &&
         theFrame.itsAttributes.itsPixelRepresentation == 1)
@@ -112,10 +148,17 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
-    if (aRequest.isV5ConvertPixelsToUnsigned() && !aDriver.IsDecoderSupportedOutputPixelSignConversion() &&
-        theFrame.itsAttributes.itsPixelRepresentation == 1)
+    if (aRequest.isV5ConvertPixelsToUnsigned() && theFrame.itsAttributes.itsPixelRepresentation == 1)
     {
-        MakeUnsigned(theFrame);
+        if (aDriver.IsDecoderSupportedOutputPixelSignConversion())
+        {
+            // The codec has delivered unsigned samples; the data set still says what it could have.
+            theFrame.itsAttributes.itsPixelRepresentation = 0;
+        }
+        else
+        {
+            MakeUnsigned(theFrame);
+        }
     }
     if (theFrame.itsAttributes.itsSamplesPerPixel == 3 &&
         aRequest.getTransferSyntaxUID() != TransferSyntaxType::TSRLEUID)

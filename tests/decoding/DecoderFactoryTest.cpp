@@ -8,6 +8,7 @@
 
 #include "codecs/JPEG12BitDecoder.h"
 #include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG2000FileStreamDecoder.h"
 #include "codecs/JPEG8BitDecoder.h"
 #include "codecs/RLEDecoder.h"
 #include "decoding/FakeDecoder.h"
@@ -111,6 +112,27 @@ TEST(DecoderFactory, ChoosesByTransferSyntaxAndBitsStored)
         if (aDecoder != nullptr && aCase.itsCodecBitsStored >= 0)
         {
             EXPECT_EQ(aDecoder->GetBitsStoredPerSample(), aCase.itsCodecBitsStored);
+        }
+    }
+}
+
+TEST(DecoderFactory, CreatesJPEG2000CodecsWhateverTheBitsStored)
+{
+    for (const bool isFileStream : {false, true})
+    {
+        for (const bool isLossless : {false, true})
+        {
+            for (const int aBitsStored : {0, 8, 16, theSmallest})
+            {
+                const std::unique_ptr<Decoder> aDecoder(
+                    DecoderFactory::Create(isLossless ? "1.2.840.10008.1.2.4.90" : "1.2.840.10008.1.2.4.91",
+                                           3, Decoder::PET_FUSSY, isFileStream, aBitsStored));
+                ASSERT_NE(dynamic_cast<JPEG2000Decoder*>(aDecoder.get()), nullptr);
+                EXPECT_EQ(dynamic_cast<JPEG2000FileStreamDecoder*>(aDecoder.get()) != nullptr, isFileStream);
+                EXPECT_EQ(aDecoder->GetCompressionReversible(),
+                          isLossless ? Decoder::CR_REVERSIBLE : Decoder::CR_UNSPECIFIED);
+                EXPECT_EQ(aDecoder->GetScaleFactor(), 3);
+            }
         }
     }
 }

@@ -37,8 +37,8 @@ def element(tag, vr, value, order="<", implicit=False):
     length = 0xffffffff if vr == "OB" and value.startswith(b"\xfe\xff\x00\xe0") else len(value)
     if implicit:
         return head + struct.pack(order + "L", length) + value
-    return head + vr.encode() + struct.pack(order + ("HL" if vr in ("OB", "OW") else "H"),
-                                            *((0, length) if vr in ("OB", "OW") else (length,))) + value
+    long = vr in ("OB", "OW", "UN", "SQ")
+    return head + vr.encode() + struct.pack(order + ("HL" if long else "H"), *((0, length) if long else (length,))) + value
 
 
 def encapsulated(frames):
@@ -131,6 +131,15 @@ def flat_jpeg(level, precision):
     return jpeg(0 if precision == 8 else 1, precision, 8, 8, 1, writer.stuffed(), (0, 63, 0))
 
 
+def box(kind, contents):
+    return struct.pack(">L", len(contents) + 8) + kind + contents
+
+
+def jp2(codestream):
+    return box(b"jP  ", b"\r\n\x87\n") + box(b"ftyp", b"jp2 \0\0\0\0jp2 ") + \
+        box(b"jp2h", box(b"ihdr", struct.pack(">LLHBBBB", 5, 6, 1, 11, 7, 0, 0))) + box(b"jp2c", codestream)
+
+
 # Output files.
 
 def read_png(path):
@@ -185,6 +194,12 @@ PALETTE = tuple((0x00281101 + channel, "US", struct.pack("<3H", 32, 0, 16)) for 
     (0x00281201 + channel, "OW", words([(31 - index) * 2048 if channel else index * 256 for index in range(32)]))
     for channel in range(3))
 MAPPED = [value for index in range(30) for value in (index, (31 - index) * 8, (31 - index) * 8)]
+# RAMP with two levels of the 5/3 transform, by OpenJPEG 2.5.0.
+J2K_RAMP = bytes.fromhex(
+    "ff4fff5100290000000000060000000500000000000000000000000600000005000000000000000000010b0101ff52000c000000"
+    "01000204040001ff5c000a4060686870686870ff90000a00000000003c0001ff93cfe41809ff1c8078f0c7f2093fc0100b7d46bf"
+    "0287c7f2113fc02c7f8030135eae3c6f5dbabf0b2a386f5f0fceefffd9")
+J2K_SIGNED = J2K_RAMP[:42] + b"\x8b" + J2K_RAMP[43:]  # the depth, with the sign
 HIGH, LOW = bytes(value >> 8 for value in RAMP), bytes(value & 255 for value in RAMP)
 
 # name: (file, depth of a picture, samples of a picture, decoded bytes)
@@ -212,6 +227,11 @@ IMAGES = {
     "barergb": (lossless_jpeg(COLOUR, 5, 6, 8, 3), 8, COLOUR, bytes(COLOUR)),
     "barergb12": (lossless_jpeg([v * 16 for v in COLOUR], 5, 6, 12, 3), 16, [v * 16 for v in COLOUR],
                   words([v * 16 for v in COLOUR])),
+    "j2k": (dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K), 16, RAMP, words(RAMP)),
+    "j2ksigned": (dicom([jp2(J2K_SIGNED)], 5, 6, stored=12, syntax=J2K), 16, [v - 2048 + 32768 for v in RAMP],
+                  words([v - 2048 & 4095 for v in RAMP])),
+    "barej2k": (J2K_RAMP, 16, RAMP, words(RAMP)),
+    "jp2": (jp2(J2K_RAMP), 16, RAMP, words(RAMP)),
     "flat8": (flat_jpeg(138, 8), 8, [138] * 64, bytes([138] * 64)),
     "flat12": (flat_jpeg(2500, 12), 16, [2500] * 64, words([2500] * 64)),
 }
@@ -324,6 +344,57 @@ class CommandLine(unittest.TestCase):
         done = self.run_it("in", "--format", "dicom", "--all-frames", "-o", "no.dcm", status=2)
         self.assertIn(b"frames are missing", done.stderr)
         self.assertFalse(os.path.exists(self.path("no.dcm")))
+
+    def test_scale(self):
+        for scale, applied, rows, columns in ((1, 1, 5, 6), (2, 2, 3, 3), (3, 3, 2, 2), (9, 3, 2, 2)):
+            for name in ("j2k", "barej2k", "jp2"):
+                self.put("in", IMAGES[name][0])
+                line = self.lines("in", "--scale", str(scale), "-o", "out.png")[0]
+                self.assertEqual((line["rows"], line["columns"], line["scale_factor"]), (rows, columns, applied))
+                self.assertEqual(read_png(self.path("out.png"))[:2], (columns, rows))
+        self.assertEqual(self.lines(self.put("in", IMAGES["rle16"][0]), "--scale", "2")[0]["rows"], 5)
+
+    @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
+    def test_dicom_output_of_a_reduced_image_has_its_spacing(self):
+        spacings = ((0x00280030, "DS", "0.7\\+1.25 "), (0x00181164, "UN", b"0.123456789012  "), (0x00182010, "DS", "x\\1"))
+        regions = ((0x00186011, "SQ", b""),)
+        for name, content, scale, expected in (
+                ("full", dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K, extra=spacings), "1",
+                 {b"0.7\\+1.25", b"0.123456789012", b"x\\1"}),
+                ("reduced", dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K, extra=spacings + regions), "3",
+                 {b"2.8\\5", b"0.493827156048"}),
+                ("not reduced by its codec", dicom(words(RAMP), 5, 6, stored=12, extra=spacings), "3",
+                 {b"0.7\\+1.25", b"0.123456789012", b"x\\1"})):
+            with self.subTest(name):
+                self.put("in", content)
+                self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", scale)
+                dump = subprocess.run(["dcmdump", "-q", "+P", "0028,0030", "+P", "0018,1164", "+P", "0018,2010", "+P",
+                                       "0018,6011", self.path("out.dcm")], capture_output=True, check=True).stdout
+                self.assertEqual({part.split(b"]")[0].strip() for part in dump.split(b"[")[1:]}, expected, dump)
+        groups = ((0x52009229, "SQ", b""),)
+        self.put("in", dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K, extra=groups))
+        self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", "2", status=3)
+        self.run_it("in", "--format", "dicom", "-o", "out.dcm", status=0)
+
+    def test_info_prints_the_boxes_of_a_jp2_file(self):
+        self.put("in.jp2", IMAGES["jp2"][0])
+        boxes = ["jP  : signature, 12 bytes at 0",
+                 'ftyp: file type, 20 bytes at 12: brand "jp2 ", version 0, compatible with "jp2 "',
+                 "jp2h: JP2 header, 30 bytes at 32",
+                 "  ihdr: image header, 22 bytes at 40: 6 x 5, 1 components, 12 bits unsigned, compression 7, "
+                 "colour space known",
+                 f"jp2c: contiguous codestream, {len(J2K_RAMP) + 8} bytes at 62"]
+        info = self.lines("--info", "in.jp2")[0]
+        self.assertEqual((info["boxes"], info["codec_available"], info["bits_stored"]), (boxes, True, 12))
+        text = self.run_it("--info", "in.jp2").stdout.decode()
+        self.assertIn("  boxes:\n" + "".join(f"    {line}\n" for line in boxes), text)
+        self.assertIsNone(self.lines("--info", self.put("in.j2k", J2K_RAMP))[0]["boxes"])
+
+    def test_loss_of_bare_codestreams_by_type(self):
+        for kind, lossy in (("j2k", True), ("j2k-lossless", False), ("auto", True)):
+            for content in (J2K_RAMP, IMAGES["jp2"][0]):
+                self.put("in", content)
+                self.assertEqual(self.lines("in", "--type", kind)[0]["lossy"], lossy)
 
     @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
     def test_lossy_history(self):

@@ -61,6 +61,12 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     if (theResult.IsDecoded())
     {
         theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet);
+        // Other codecs report the scale that was asked for and deliver full size.
+        const RWCString& aUID = aRequest.getTransferSyntaxUID();
+        if (aUID == TransferSyntaxType::TSJPEG2KLosslessUID || aUID == TransferSyntaxType::TSJPEG2KUID)
+        {
+            theResult.itsHalvings = theResult.itsRenderable->getScaleFactor() - 1;
+        }
         if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
         {
             theResult.itsRenderable->setTimeTakenToOpenStream(anOpenTime);

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "OutputError.h"
+#include "ReducedSpacing.h"
 #include "SecondaryCapture.h"
 #include "decompressors/DecompressionResult.h"
 #include "pixels/DecompressionLibUtils.h"
@@ -129,6 +130,7 @@ void DICOMWriter::Save(const std::string& thePath)
     PrepareDataSet();
     DescribePixels();
     DICOMDataObject& aDataSet = *itsFirst.itsDataSet;
+    ReducedSpacing::Adapt(aDataSet, itsFirst.itsHalvings);
     aDataSet.ReplaceVR(FactoryFor(aDataSet).CreatePixelData(
         itsFrameCount == 1 ? anImage.getPixelData() : itsPixels.data(), aSize,
         anImage.getBitsAllocated() > 8 ? VR::TYPE_OW : VR::TYPE_OB,

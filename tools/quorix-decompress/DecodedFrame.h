@@ -22,6 +22,9 @@ struct DecodedFrame
     /// What was read of a DICOM input, made to describe the decoded pixels; null for bare images.
     std::unique_ptr<DICOMDataObject> itsDataSet;
 
+    /// How often the codec has halved the resolution.
+    int itsHalvings = 0;
+
     /// "JPG" or "JP2" when the input was compressed with loss, else empty.
     RWCString itsCompressionKind;
 

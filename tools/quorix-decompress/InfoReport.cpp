@@ -9,7 +9,9 @@
 
 #include "J2KHeader.h"
 #include "JPEGHeader.h"
+#include "codecs/InputStreamAdapter.h"
 #include "decoding/DecoderFactory.h"
+#include "jp2/jp2_box_textualizer.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStreamInputStream.h"
@@ -172,6 +174,12 @@ void InfoReport::ReadJPEG2000(const InputSource& theSource, InputKind theKind)
     DescribeCodec(theKind == InputKind::JPEG2000_LOSSLESS ? TransferSyntaxType::TSJPEG2KLosslessUID
                                                           : TransferSyntaxType::TSJPEG2KUID,
                   aHeader->itsPrecision);
+    if (InputClassifier::IsJP2(theSource.ReadHead(InputClassifier::theHeadLength)))
+    {
+        const std::unique_ptr<InputStream> aStream = theSource.Open();
+        InputStreamAdapter aFile(*aStream);
+        itsBoxes = jp2_box_textualizer::Textualize(aFile);
+    }
 }
 
 std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
@@ -180,27 +188,28 @@ std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
     { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue); };
     const auto Flag = [](int theValue)
     { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue != 0); };
-    const nlohmann::ordered_json aFacts = {{"file", theInput},
-                                           {"result_code", 0},
-                                           {"message", "Completed successfully"},
-                                           {"type", itsType},
-                                           {"transfer_syntax", itsTransferSyntax},
-                                           {"codec", itsCodec},
-                                           {"codec_available", itsCodecAvailable},
-                                           {"pixel_data", itsHasPixelData},
-                                           {"frames", itsFrames},
-                                           {"rows", Number(itsRows)},
-                                           {"columns", Number(itsColumns)},
-                                           {"samples_per_pixel", Number(itsSamplesPerPixel)},
-                                           {"bits_allocated", Number(itsBitsAllocated)},
-                                           {"bits_stored", Number(itsBitsStored)},
-                                           {"high_bit", Number(itsHighBit)},
-                                           {"signed", Flag(itsSigned)},
-                                           {"photometric", itsPhotometric.empty()
-                                                               ? nlohmann::ordered_json()
-                                                               : nlohmann::ordered_json(itsPhotometric)},
-                                           {"planar", Flag(itsPlanar)},
-                                           {"lossy", Flag(itsLossy)}};
+    const nlohmann::ordered_json aFacts = {
+        {"file", theInput},
+        {"result_code", 0},
+        {"message", "Completed successfully"},
+        {"type", itsType},
+        {"transfer_syntax", itsTransferSyntax},
+        {"codec", itsCodec},
+        {"codec_available", itsCodecAvailable},
+        {"pixel_data", itsHasPixelData},
+        {"frames", itsFrames},
+        {"rows", Number(itsRows)},
+        {"columns", Number(itsColumns)},
+        {"samples_per_pixel", Number(itsSamplesPerPixel)},
+        {"bits_allocated", Number(itsBitsAllocated)},
+        {"bits_stored", Number(itsBitsStored)},
+        {"high_bit", Number(itsHighBit)},
+        {"signed", Flag(itsSigned)},
+        {"photometric",
+         itsPhotometric.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsPhotometric)},
+        {"planar", Flag(itsPlanar)},
+        {"lossy", Flag(itsLossy)},
+        {"boxes", itsBoxes.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsBoxes)}};
     const auto Dump = [](const nlohmann::ordered_json& theValue)
     { return theValue.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace); };
     if (theJSON)
@@ -210,7 +219,15 @@ std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
     std::string aText = theInput + "\n";
     for (auto aFact = std::next(aFacts.begin(), 3); aFact != aFacts.end(); ++aFact)
     {
-        if (!aFact.value().is_null())
+        if (aFact.value().is_array())
+        {
+            aText += "  " + aFact.key() + ":\n";
+            for (const std::string& aLine : itsBoxes)
+            {
+                aText += "    " + aLine + "\n";
+            }
+        }
+        else if (!aFact.value().is_null())
         {
             const bool isText = aFact.value().is_string();
             aText += "  " + aFact.key() + ": " +

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "InputClassifier.h"
 #include "InputSource.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
-/// What --info tells about one input: how its pixels are described and coded. No pixel is decoded.
+/// What --info tells about one input: how its pixels are described and coded, and the boxes of JP2 files. No
+/// pixel is decoded.
 class InfoReport
 {
 public:
@@ -44,6 +46,7 @@ private:
     int itsHighBit = -1;
     int itsSigned = -1;
     std::string itsPhotometric;
+    std::vector<std::string> itsBoxes; ///< of a JP2 file, a line each
     int itsPlanar = -1;
     int itsLossy = -1;
 };

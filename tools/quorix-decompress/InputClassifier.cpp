@@ -24,6 +24,11 @@ bool InputClassifier::IsPart10(const std::vector<unsigned char>& theHead)
     return HasAt(theHead, 128, "DICM");
 }
 
+bool InputClassifier::IsJP2(const std::vector<unsigned char>& theHead)
+{
+    return HasAt(theHead, 0, theSignatureBox);
+}
+
 InputKind InputClassifier::Classify(const std::vector<unsigned char>& theHead, InputType theType)
 {
     switch (theType)
@@ -48,7 +53,7 @@ InputKind InputClassifier::Classify(const std::vector<unsigned char>& theHead, I
     {
         return InputKind::JPEG;
     }
-    if (HasAt(theHead, 0, theCodestreamStart) || HasAt(theHead, 0, theSignatureBox))
+    if (HasAt(theHead, 0, theCodestreamStart) || IsJP2(theHead))
     {
         return InputKind::JPEG2000;
     }

@@ -24,6 +24,9 @@ public:
     /// "DICM" after a preamble: a DICOM Part 10 stream.
     static bool IsPart10(const std::vector<unsigned char>& theHead);
 
+    /// The signature box of a JP2 file.
+    static bool IsJP2(const std::vector<unsigned char>& theHead);
+
     /// theType where it names a kind; for AUTO what theHead looks like. Anything unknown counts as DICOM,
     /// whose reader says what is wrong with it.
     static InputKind Classify(const std::vector<unsigned char>& theHead, InputType theType);

@@ -106,13 +106,15 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
     theApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
     theApp
         .add_option("--scale", itsScale,
-                    "Reduce the resolution where the codec can: 1 is full size, each step more halves it\n"
-                    "(3 is a quarter)")
+                    "Reduce the resolution where the codec can (JPEG 2000): 1 is full size, each step more\n"
+                    "halves it (3 is a quarter), as far as the image has levels")
         ->option_text("N")
         ->check(CLI::Range(1, 31));
     theApp
-        .add_option("--type", theTexts.itsType,
-                    "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless")
+        .add_option(
+            "--type", theTexts.itsType,
+            "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless (both also for\n"
+            "JP2 files; they differ in what is said of loss)")
         ->option_text("TYPE")
         ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
     theApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
@@ -134,7 +136,7 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
         .add_option("--window", theTexts.itsWindow,
                     "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
         ->option_text("C,W|auto");
-    theApp.add_flag("--info", itsInfo, "Show attributes and codec, decode no pixels");
+    theApp.add_flag("--info", itsInfo, "Show attributes, codec and the boxes of JP2 files; decode no pixels");
     theApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
     theApp.add_flag("--no-progress", theTexts.itsNoProgress,
                     "No progress bar (there is one on a terminal only)");
@@ -142,8 +144,10 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
 
 std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
 {
-    CLI::App anApp("Decompresses medical images: DICOM files (native, RLE, JPEG) and bare JPEG files.",
-                   "quorix-decompress");
+    CLI::App anApp(
+        "Decompresses medical images: DICOM files (native, RLE, JPEG, JPEG 2000), bare JPEG and JPEG 2000 "
+        "streams and JP2 files.",
+        "quorix-decompress");
     Texts aTexts;
     AddOutputOptions(anApp, aTexts);
     AddInputOptions(anApp, aTexts);

@@ -27,6 +27,9 @@ public:
     /// decoding throws; no memory stays behind.
     std::unique_ptr<Renderable> Load(int theFrameIndex);
 
+    /// Reads the bytes of frame theFrameIndex (0 and up) and makes nothing of them. Throws as Load does.
+    void Pass(int theFrameIndex);
+
 private:
     /// One frame on its way.
     struct Frame
@@ -40,7 +43,10 @@ private:
         bool itsLittleEndian = true;
     };
 
+    Frame Begin() const;
+    bool IsNative() const;
     void Allocate(Frame& theFrame, Renderable::PhotometricInterpretation theSizeInterpretation);
+    std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);
     void ReadNative(Frame& theFrame, int theFrameIndex);
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// How a decoded line holds its samples.
+enum class JPEG2000LineKind
+{
+    SHORTS,      ///< kdu_sample16, integers
+    FIXED_POINT, ///< kdu_sample16, KDU_FIXED_POINT fractional bits
+    INTS,        ///< kdu_sample32, integers
+    FLOATS       ///< kdu_sample32, floats
+};
+
+/// The inner loops from decoded lines to DICOM samples, in the best vector form that the running processor
+/// has.
+///
+/// Every form gives the same bits as the formulas of JPEG2000SampleFormula.h. theBits is 1 to 16 (13 for
+/// fixed point; 8 for bytes). Inputs and outputs never overlap; outputs need no alignment; nothing outside
+/// the stated counts is read or written. Words are in the machine's byte order. Thread-safe.
+class JPEG2000SampleKernels
+{
+public:
+    JPEG2000SampleKernels() = delete;
+
+    /// Two bytes a sample, side by side.
+    static void ToWords(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
+                        std::size_t theCount, int theBits, bool theSigned);
+
+    /// One byte a sample, side by side.
+    static void ToBytes(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
+                        std::size_t theCount, int theBits, bool theSigned);
+
+    /// Three lines of one kind to triplets of bytes.
+    static void ToTriplets(JPEG2000LineKind theKind, const void* const* theLines, std::uint8_t* theOutput,
+                           std::size_t theCount, int theBits, bool theSigned);
+
+    /// One (theBytes 1) or two bytes a sample, theStride samples from one to the next.
+    static void ToStrided(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
+                          std::size_t theCount, int theBits, bool theSigned, int theBytes,
+                          std::size_t theStride);
+};

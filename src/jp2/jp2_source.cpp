@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "jp2/jp2_source.h"
+
+#include <array>
+#include <string>
+
+#include "engine/detail/Reports.h"
+#include "jp2/detail/JP2BoxWalker.h"
+#include "jp2/jp2_family_src.h"
+
+namespace
+{
+[[noreturn]] void Fail(const std::string& theText)
+{
+    j2k::Reports().Error("Error in Kakadu File Format Support: " + theText);
+}
+
+std::uint32_t Number(const std::uint8_t* theBytes)
+{
+    return std::uint32_t{theBytes[0]} << 24 | std::uint32_t{theBytes[1]} << 16 |
+           std::uint32_t{theBytes[2]} << 8 | theBytes[3];
+}
+} // namespace
+
+/// One pass over the boxes before the codestream.
+class jp2_source::HeaderReader
+{
+public:
+    HeaderReader(jp2_source& theOwner, jp2_family_src& theFile) : itsOwner(theOwner), itsBoxes(theFile) {}
+
+    void Run()
+    {
+        ReadSignature();
+        for (GoOn(); !IsCodestream(); GoOn())
+        {
+            // Further boxes of the header, and boxes that are not known, are not interpreted.
+            if (itsBoxes.GetDepth() == 0 && itsBoxes.GetType() == JP2BoxTypes::FileType)
+            {
+                itsHasFileType = true;
+            }
+            else if (itsBoxes.GetDepth() == 0 && itsBoxes.GetType() == JP2BoxTypes::Header && !itsHasHeader)
+            {
+                ReadImageHeader();
+                itsHasHeader = true;
+            }
+        }
+        if (!itsHasFileType || !itsHasHeader)
+        {
+            Fail(std::string("there is no ") + (itsHasFileType ? "JP2 header" : "file type") +
+                 " box before the codestream");
+        }
+        itsOwner.itsCodestreamLength = itsBoxes.GetRemaining();
+    }
+
+private:
+    void GoOn() { Next("before a contiguous codestream box"); }
+
+    bool IsCodestream() const
+    {
+        return itsBoxes.GetDepth() == 0 && itsBoxes.GetType() == JP2BoxTypes::Codestream;
+    }
+
+    void Next(const char* theEndText)
+    {
+        const JP2BoxWalker::Step aStep = itsBoxes.Next();
+        if (aStep == JP2BoxWalker::Step::BROKEN)
+        {
+            Fail(itsBoxes.GetProblem());
+        }
+        if (aStep == JP2BoxWalker::Step::END)
+        {
+            Fail(std::string("the file ends ") + theEndText);
+        }
+    }
+
+    void ReadSignature()
+    {
+        constexpr std::array<std::uint8_t, 4> theSignature = {0x0d, 0x0a, 0x87, 0x0a};
+        Next("before the signature box");
+        std::array<std::uint8_t, 4> aContents{};
+        if (itsBoxes.GetType() != JP2BoxTypes::Signature || itsBoxes.GetLength() != 12 ||
+            itsBoxes.Read(aContents.data(), aContents.size()) != aContents.size() ||
+            aContents != theSignature)
+        {
+            Fail("the file does not begin with a JP2 signature box");
+        }
+    }
+
+    void ReadImageHeader()
+    {
+        constexpr std::size_t theContentsLength = 14;
+        if (!itsBoxes.Enter())
+        {
+            Fail("the JP2 header box has no length");
+        }
+        std::array<std::uint8_t, theContentsLength> aContents{};
+        Next("inside the JP2 header box");
+        if (itsBoxes.GetDepth() != 1 || itsBoxes.GetType() != JP2BoxTypes::ImageHeader ||
+            itsBoxes.GetRemaining() != theContentsLength ||
+            itsBoxes.Read(aContents.data(), theContentsLength) != theContentsLength)
+        {
+            Fail("the JP2 header box does not begin with an image header box");
+        }
+        itsOwner.itsHeight = Number(aContents.data());
+        itsOwner.itsWidth = Number(aContents.data() + 4);
+        itsOwner.itsComponents = aContents[8] * 256 + aContents[9];
+    }
+
+    jp2_source& itsOwner;
+    JP2BoxWalker itsBoxes;
+    bool itsHasFileType = false;
+    bool itsHasHeader = false;
+};
+
+void jp2_source::open(jp2_family_src* theFile, jp2_locator theLocator)
+{
+    if (theFile == nullptr || !theFile->exists())
+    {
+        Fail("there is no open file");
+    }
+    if (theLocator.itsFilePosition != theFile->get_pos())
+    {
+        Fail("a sequential file cannot be opened at byte " + std::to_string(theLocator.itsFilePosition));
+    }
+    itsFile = theFile;
+}
+
+void jp2_source::read_header()
+{
+    if (itsFile == nullptr)
+    {
+        Fail("the header is read before the file was opened");
+    }
+    HeaderReader(*this, *itsFile).Run();
+}
+
+void jp2_source::close()
+{
+    itsFile = nullptr;
+}

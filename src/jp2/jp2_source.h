@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "toolkit/base/Export.h"
+
+class jp2_family_src;
+
+/// Where in a file a box begins. Sequential files know the first box only.
+struct jp2_locator
+{
+    std::uint64_t itsFilePosition = 0;
+};
+
+/// The codestream of a JP2 file (ISO/IEC 15444-1 Annex I): reads signature, file type and header boxes up to
+/// the contents of the contiguous codestream box.
+///
+/// What is wrong with the boxes is reported as an error of the engine, see kdu_customize_errors, with a text
+/// that begins "Error in Kakadu File Format Support:". Boxes that are not needed are skipped; colours,
+/// palettes and channels are not interpreted. Borrows the file from open to close. Not thread-safe.
+class QUORIX_API jp2_source
+{
+public:
+    /// The length of a codestream that reaches to the end of the file.
+    static constexpr std::uint64_t theUnknownLength = std::numeric_limits<std::uint64_t>::max();
+
+    /// theFile stands at its first byte, which is where theLocator must point.
+    void open(jp2_family_src* theFile, jp2_locator theLocator = jp2_locator());
+
+    /// Leaves the file at the first byte of the codestream.
+    void read_header();
+
+    /// Forgets the file.
+    void close();
+    bool exists() const { return itsFile != nullptr; }
+
+    // After read_header.
+    /// Bytes of the codestream box's contents, or theUnknownLength.
+    std::uint64_t get_codestream_length() const { return itsCodestreamLength; }
+
+    /// What the image header box says, right or wrong; the codestream decides.
+    std::uint32_t get_width() const { return itsWidth; }
+    std::uint32_t get_height() const { return itsHeight; }
+    int get_num_components() const { return itsComponents; }
+
+private:
+    class HeaderReader;
+
+    jp2_family_src* itsFile = nullptr;
+    std::uint64_t itsCodestreamLength = 0;
+    std::uint32_t itsWidth = 0;
+    std::uint32_t itsHeight = 0;
+    int itsComponents = 0;
+};

@@ -1,0 +1,419 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/JPEG2000Decoder.h"
+
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "codecs/JPEG2000FileStreamDecoder.h"
+#include "codecs/JPEGDecoderException.h"
+#include "codecs/RLETestHelpers.h"
+#include "support/ByteSource.h"
+#include "support/Jpeg2000Streams.h"
+#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/StreamIOException.h"
+
+using namespace Jpeg2000Streams;
+using RLETest::SetNumber;
+using RLETest::SetText;
+
+namespace
+{
+const RWCString theHeaderPrefix = "JPEG2000Decoder::JPEG2000Decoder: ";
+const RWCString theTilePrefix = "JPEG2000Decoder::DecompressCurrentTile: ";
+
+Bytes DecodeAll(Decoder& theCodec)
+{
+    const int aSize = theCodec.GetDecompressedBufferSize();
+    Bytes aBuffer(static_cast<std::size_t>(aSize < 0 ? 0 : aSize) + 1, 0xa5);
+    theCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1);
+    EXPECT_EQ(aBuffer.back(), 0xa5);
+    aBuffer.pop_back();
+    return aBuffer;
+}
+
+std::vector<int> ToWords(const Bytes& theBytes)
+{
+    std::vector<std::uint16_t> aWords(theBytes.size() / 2);
+    std::memcpy(aWords.data(), theBytes.data(), aWords.size() * 2);
+    return std::vector<int>(aWords.begin(), aWords.end());
+}
+
+/// The grey image as it must come out, every value passed through theCode.
+std::vector<int> GreyImage(const std::function<int(int)>& theCode)
+{
+    std::vector<int> anImage;
+    for (int y = 0; y < theGreyHeight; ++y)
+    {
+        for (int x = 0; x < theGreyWidth; ++x)
+        {
+            anImage.push_back(theCode(GreyValue(x, y)));
+        }
+    }
+    return anImage;
+}
+
+Bytes ColourImage()
+{
+    Bytes anImage;
+    for (int i = 0; i < theColourWidth * theColourHeight; ++i)
+    {
+        for (int c = 0; c < 3; ++c)
+        {
+            anImage.push_back(
+                static_cast<std::uint8_t>(ColourValue(c, i % theColourWidth, i / theColourWidth)));
+        }
+    }
+    return anImage;
+}
+
+/// Code and text of the StreamIOException that theAction throws.
+void ExpectFailure(const std::function<void()>& theAction, const RWCString& theText, int theCode)
+{
+    try
+    {
+        theAction();
+        ADD_FAILURE() << "expected: " << theText;
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_EQ(anException.GetMessageText(), theText);
+        EXPECT_EQ(anException.GetResultCode(), theCode);
+    }
+}
+
+/// Code and beginning of the text of the JPEGDecoderException that theAction throws.
+void ExpectReport(const std::function<void()>& theAction, const RWCString& thePrefix, int theCode)
+{
+    try
+    {
+        theAction();
+        ADD_FAILURE() << "expected: " << thePrefix;
+    }
+    catch (const JPEGDecoderException& anException)
+    {
+        EXPECT_EQ(anException.GetMessageText().substr(0, thePrefix.size()), thePrefix);
+        EXPECT_GT(anException.GetMessageText().size(), thePrefix.size());
+        EXPECT_EQ(anException.GetCode(), theCode);
+    }
+}
+
+void SetSource(Bytes theStream, Decoder::ParsingErrorTolerance theTolerance = Decoder::PET_FAST,
+               int theScale = 1)
+{
+    ByteSource aSource(std::move(theStream));
+    JPEG2000Decoder(theScale, theTolerance).SetSource(nullptr, aSource);
+}
+} // namespace
+
+TEST(JPEG2000Decoder, AnnouncesWhatTheCodestreamHas)
+{
+    ByteSource aSource(Grey12());
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_UNKNOWN);
+    aCodec.SetSource(nullptr, aSource);
+    EXPECT_EQ(aCodec.GetImageWidth(), static_cast<std::uint64_t>(theGreyWidth));
+    EXPECT_EQ(aCodec.GetImageHeight(), static_cast<std::uint64_t>(theGreyHeight));
+    EXPECT_EQ(aCodec.GetSamplesPerPixel(), 1);
+    EXPECT_EQ(aCodec.GetBitsAllocatedPerSample(), 16);
+    EXPECT_EQ(aCodec.GetBitsStoredPerSample(), 12);
+    EXPECT_EQ(aCodec.GetRecommendedBitsStoredPerSample(), 12);
+    EXPECT_EQ(aCodec.GetHighBit(), 11);
+    EXPECT_EQ(aCodec.IsSigned(), 1);
+    EXPECT_EQ(aCodec.GetScanMode(), 0);
+    EXPECT_EQ(aCodec.IsSupportsOutputPixelSignConversion(), 1);
+    EXPECT_TRUE(aCodec.IsDecoderConvertsColorToRGB());
+    EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_UNSPECIFIED);
+}
+
+TEST(JPEG2000Decoder, DecodesSignedAndUnsigned)
+{
+    for (const bool isSigned : {true, false})
+    {
+        ByteSource aSource(Grey12());
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        aCodec.SetSource(nullptr, aSource);
+        aCodec.SetSigned(isSigned ? 1 : 0);
+        EXPECT_EQ(ToWords(DecodeAll(aCodec)),
+                  GreyImage([=](int theValue) { return isSigned ? theValue & 0xfff : theValue + 2048; }));
+        EXPECT_EQ(aCodec.GetTotalBytesRead(), Grey12().size());
+    }
+}
+
+TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
+{
+    // Readers extend the sign from the highest bit stored: with 14 reported, bit 13 must be right.
+    struct Case
+    {
+        std::uint16_t itsReported;
+        int itsMask;
+    };
+    for (const Case& aCase :
+         {Case{10, 0xfff}, Case{12, 0xfff}, Case{14, 0x3fff}, Case{16, 0xffff}, Case{40, 0xffff}})
+    {
+        DICOMDataObject aDataSet;
+        SetNumber(aDataSet, DICOMTags::BitsStored, aCase.itsReported);
+        ByteSource aSource(Grey12());
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        aCodec.SetSource(&aDataSet, aSource);
+        EXPECT_EQ(ToWords(DecodeAll(aCodec)),
+                  GreyImage([&](int theValue) { return theValue & aCase.itsMask; }))
+            << aCase.itsReported;
+    }
+}
+
+TEST(JPEG2000Decoder, DecodesColourWithAndWithoutComponentTransform)
+{
+    struct Case
+    {
+        Bytes itsStream;
+        const char* itsInterpretation;
+        Decoder::ColorModel itsCompressed;
+        Decoder::ColorModel itsDecompressed;
+    };
+    for (const Case& aCase :
+         {Case{Colour(), nullptr, Decoder::COLOR_MODEL_YBR_RCT, Decoder::COLOR_MODEL_RGB},
+          Case{Colour(), "YBR_FULL", Decoder::COLOR_MODEL_YBR_RCT, Decoder::COLOR_MODEL_RGB},
+          Case{PlainColour(), nullptr, Decoder::COLOR_MODEL_RGB, Decoder::COLOR_MODEL_RGB},
+          Case{PlainColour(), "YBR_FULL_422", Decoder::COLOR_MODEL_RGB, Decoder::COLOR_MODEL_RGB},
+          Case{PlainColour(), "YBR_FULL", Decoder::COLOR_MODEL_YBR_FULL, Decoder::COLOR_MODEL_YBR_FULL}})
+    {
+        DICOMDataObject aDataSet;
+        if (aCase.itsInterpretation != nullptr)
+        {
+            SetText(aDataSet, DICOMTags::PhotometricInterpretation, aCase.itsInterpretation);
+        }
+        ByteSource aSource(aCase.itsStream);
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        aCodec.SetSource(&aDataSet, aSource);
+        EXPECT_EQ(aCodec.GetCompressedColorspace(), aCase.itsCompressed);
+        EXPECT_EQ(aCodec.GetDecompressedColorspace(), aCase.itsDecompressed);
+        EXPECT_EQ(aCodec.GetRecommendedDecompressedColorspace(), aCase.itsDecompressed);
+        EXPECT_EQ(DecodeAll(aCodec), ColourImage());
+    }
+}
+
+TEST(JPEG2000Decoder, DecodesTheIrreversibleTransform)
+{
+    ByteSource aSource(Lossy());
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    aCodec.SetSource(nullptr, aSource);
+    EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_YBR_ICT);
+    EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_IRREVERSIBLE);
+    const Bytes aPixels = DecodeAll(aCodec);
+    for (int i = 0; i < theLossySize * theLossySize * 3; ++i)
+    {
+        EXPECT_NEAR(aPixels[static_cast<std::size_t>(i)],
+                    LossyValue(i % 3, i / 3 % theLossySize, i / 3 / theLossySize), 2)
+            << i;
+    }
+}
+
+TEST(JPEG2000Decoder, KeepsWhatTheCallerSaysOfLoss)
+{
+    DICOMDataObject aDataSet;
+    ByteSource aSource(Lossy());
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    aCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    aCodec.SetSource(&aDataSet, aSource);
+    EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_REVERSIBLE);
+    EXPECT_FALSE(aDataSet.Contains(DICOMTags::LossyImageCompression));
+}
+
+TEST(JPEG2000Decoder, ReducesAsFarAsTheCodestreamGoes)
+{
+    struct Case
+    {
+        int itsRequested;
+        int itsApplied;
+        std::uint64_t itsWidth;
+        std::uint64_t itsHeight;
+    };
+    // The image lies at (3, 1) to (16, 12).
+    for (const Case& aCase : {Case{1, 1, 13, 11}, Case{2, 2, 6, 5}, Case{3, 3, 3, 2}, Case{4, 4, 1, 1},
+                              Case{5, 4, 1, 1}, Case{std::numeric_limits<int>::max(), 4, 1, 1}})
+    {
+        SCOPED_TRACE(aCase.itsRequested);
+        ByteSource aSource(Grey12());
+        JPEG2000Decoder aCodec(aCase.itsRequested, Decoder::PET_FAST);
+        aCodec.SetSource(nullptr, aSource);
+        EXPECT_EQ(aCodec.GetScaleFactor(), aCase.itsApplied);
+        EXPECT_EQ(aCodec.GetImageWidth(), aCase.itsWidth);
+        EXPECT_EQ(aCodec.GetImageHeight(), aCase.itsHeight);
+        EXPECT_EQ(DecodeAll(aCodec).size(), 2 * aCase.itsWidth * aCase.itsHeight);
+    }
+}
+
+TEST(JPEG2000Decoder, RefusesAScaleFactorBelow1BeforeAnythingIsRead)
+{
+    for (const int aScaleFactor : {0, -1, std::numeric_limits<int>::min()})
+    {
+        ByteSource aSource(Grey12());
+        JPEG2000Decoder aCodec(aScaleFactor, Decoder::PET_FAST);
+        ExpectFailure([&] { aCodec.SetSource(nullptr, aSource); },
+                      theHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
+        EXPECT_EQ(aSource.GetReads(), 0);
+    }
+}
+
+TEST(JPEG2000Decoder, RefusesLayoutsThatDicomDoesNotHave)
+{
+    ExpectFailure([] { SetSource(Pair()); },
+                  theHeaderPrefix + "Image component count not in (1, 3) as required by DICOM", 37);
+    // The sampling factors of components 1 and 2.
+    ExpectFailure(
+        [] {
+            SetSource(Patch(PlainColour(), theDepthOfComponent0 + 4, {2, 1}));
+        },
+        theHeaderPrefix + "Component 1 dimensions != Component 0 dimensions", 37);
+    ExpectFailure(
+        [] {
+            SetSource(Patch(PlainColour(), theDepthOfComponent0 + 7, {1, 2}));
+        },
+        theHeaderPrefix + "Component 2 dimensions != Component 0 dimensions", 37);
+}
+
+TEST(JPEG2000Decoder, RefusesSamplesThatDicomDoesNotHave)
+{
+    ByteSource aSource(DeepColour());
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    aCodec.SetSource(nullptr, aSource);
+    ExpectFailure([&] { DecodeAll(aCodec); },
+                  theTilePrefix + "bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
+                                  "3-component image)",
+                  62);
+    ByteSource aDeepSource(Patch(Grey12(), theDepthOfComponent0, {0x80 + 19}));
+    JPEG2000Decoder aDeepCodec(1, Decoder::PET_FAST);
+    aDeepCodec.SetSource(nullptr, aDeepSource);
+    EXPECT_EQ(aDeepCodec.GetBitsStoredPerSample(), 20);
+    try
+    {
+        DecodeAll(aDeepCodec);
+        ADD_FAILURE();
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_NE(anException.GetMessageText().find(
+                      "ToOutputSamples: theBitsStoredPerOutputSample > (8 * theBytesPerOutputSample)"),
+                  RWCString::npos);
+        EXPECT_EQ(anException.GetResultCode(), 62);
+    }
+}
+
+TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
+{
+    // The stream's own second component, taken for one of 4 bits: what does not fit is clamped to them.
+    ByteSource aSource(Patch(PlainColour(), theDepthOfComponent0 + 3, {3}));
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    aCodec.SetSource(nullptr, aSource);
+    EXPECT_EQ(aCodec.GetBitsStoredPerSample(), 8);
+    Bytes anExpected = ColourImage();
+    for (std::size_t i = 1; i < anExpected.size(); i += 3)
+    {
+        const int aCentred = anExpected[i] - 128;
+        anExpected[i] = static_cast<std::uint8_t>(std::min(std::max(aCentred, -8), 7) + 8);
+    }
+    EXPECT_EQ(DecodeAll(aCodec), anExpected);
+}
+
+TEST(JPEG2000Decoder, ChecksTheBufferBeforeAnythingIsDecoded)
+{
+    const RWCString theText = "JPEG2000Decoder::Decode Output buffer too small";
+    ByteSource aSource(Colour());
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    aCodec.SetSource(nullptr, aSource);
+    Bytes aBuffer(ColourImage().size(), 0x77);
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, theText, 62);
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), 0); }, theText, 62);
+    ExpectFailure([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, theText, 62);
+    EXPECT_EQ(aBuffer, Bytes(aBuffer.size(), 0x77));
+    aCodec.Decode(0, aBuffer.data(), aBuffer.size());
+    EXPECT_EQ(aBuffer, ColourImage());
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
+                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    ExpectFailure([&] { aCodec.DecompressCurrentTile(aBuffer.data()); },
+                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    aCodec.FinishDecoding();
+}
+
+TEST(JPEG2000Decoder, NeedsASource)
+{
+    Bytes aBuffer(10);
+    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
+                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+}
+
+TEST(JPEG2000Decoder, RaisesWarningsOnlyWhereTheToleranceIsFussy)
+{
+    const Bytes anOddStream = Patch(Grey12(), theCapabilities, {0x80, 0x01});
+    for (const int aTolerance : {0, 1, 2, 7, -3, 3})
+    {
+        ByteSource aSource(anOddStream);
+        JPEG2000Decoder aCodec(1, static_cast<Decoder::ParsingErrorTolerance>(aTolerance));
+        if (aTolerance == 3)
+        {
+            ExpectReport([&] { aCodec.SetSource(nullptr, aSource); },
+                         "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: ", 1);
+            continue;
+        }
+        aCodec.SetSource(nullptr, aSource);
+        EXPECT_EQ(DecodeAll(aCodec).size(), 2u * theGreyWidth * theGreyHeight) << aTolerance;
+    }
+    SetSource(Grey12(), Decoder::PET_FUSSY);
+}
+
+TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
+{
+    const Bytes aStream = Grey12();
+    const auto aTileAt = [&aStream](int theTile)
+    {
+        const Bytes theStart = {0xff, 0x90, 0, 10, 0, static_cast<std::uint8_t>(theTile)};
+        return static_cast<std::size_t>(
+            std::search(aStream.begin(), aStream.end(), theStart.begin(), theStart.end()) - aStream.begin());
+    };
+    const RWCString thePrefix = "JPEG2000Decoder::JPEG2000Decoder()[";
+    ExpectReport([] { SetSource({}); }, thePrefix + "create codestream]: ", 0);
+    ExpectReport([&] { SetSource(Bytes(aStream.begin(), aStream.begin() + 30)); },
+                 thePrefix + "create codestream]: ", 0);
+    // A tile that the image does not have.
+    const Bytes theNoTile = {0, 99};
+    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, theNoTile), Decoder::PET_FUSSY); },
+                 thePrefix + "itsCodestream.open_tile()]: ", 1);
+    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, theNoTile), Decoder::PET_FUSSY, 2); },
+                 thePrefix + "itsCodestream.apply_input_restrictions()]: ", 1);
+
+    ByteSource aSource(Patch(aStream, aTileAt(2) + 4, theNoTile));
+    JPEG2000Decoder aCodec(1, Decoder::PET_FUSSY);
+    aCodec.SetSource(nullptr, aSource);
+    ExpectReport([&] { DecodeAll(aCodec); }, "JPEG2000Decoder::Decode: ", 1);
+}
+
+TEST(JPEG2000Decoder, LetsWhatTheSourceThrowsPass)
+{
+    const Bytes aStream = Grey12();
+    for (const std::size_t aLength : {0U, 2U, 50U, 100U, 200U, 400U})
+    {
+        ByteSource aSource(Bytes(aStream.begin(), aStream.begin() + static_cast<std::ptrdiff_t>(aLength)));
+        aSource.AtEnd([]() -> int { throw DecodingInterruptedException("stopped", 1); });
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        EXPECT_THROW((aCodec.SetSource(nullptr, aSource), DecodeAll(aCodec)), DecodingInterruptedException)
+            << aLength;
+    }
+}
+
+TEST(JPEG2000Decoder, CopiesShareTheCodestream)
+{
+    ByteSource aSource(Colour());
+    JPEG2000Decoder aCopy(5, Decoder::PET_FUSSY);
+    {
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        aCodec.SetSource(nullptr, aSource);
+        const JPEG2000Decoder anotherCopy(aCodec);
+        aCopy = aCodec;
+    }
+    EXPECT_EQ(DecodeAll(aCopy), ColourImage());
+}

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "jp2/jp2_source.h"
+
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "jp2/jp2_box_textualizer.h"
+#include "jp2/jp2_family_src.h"
+#include "support/ByteSource.h"
+#include "support/EngineReports.h"
+#include "support/Jpeg2000Streams.h"
+
+using namespace Jpeg2000Streams;
+
+namespace
+{
+const Bytes theSignature = Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a});
+const Bytes theFileType = Box("ftyp", {'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' ', 'j', 0, 'x', 'b'});
+const Bytes theImageHeader = Box("ihdr", {0, 0, 0, 3, 0, 0, 0, 5, 0, 3, 255, 7, 0, 1});
+const Bytes theStream = {0xff, 0x4f, 0xff, 0x51};
+
+Bytes operator+(Bytes theFirst, const Bytes& theSecond)
+{
+    theFirst.insert(theFirst.end(), theSecond.begin(), theSecond.end());
+    return theFirst;
+}
+
+/// A box with the length that is stated, whatever it holds.
+Bytes Stated(const Bytes& theLength, const char* theType, const Bytes& theContents)
+{
+    return theLength + Bytes(theType, theType + 4) + theContents;
+}
+
+/// A box whose length stands behind its type.
+Bytes LargeBox(std::uint64_t theLength, const char* theType, const Bytes& theContents)
+{
+    Bytes aLength;
+    for (int aShift = 56; aShift >= 0; aShift -= 8)
+    {
+        aLength.push_back(static_cast<std::uint8_t>(theLength >> aShift));
+    }
+    return Stated({0, 0, 0, 1}, theType, aLength + theContents);
+}
+
+Bytes Nested(int theDepth)
+{
+    Bytes aBox = theImageHeader;
+    for (int i = 0; i < theDepth; ++i)
+    {
+        aBox = Box("res ", aBox);
+    }
+    return aBox;
+}
+
+const Bytes theHead = theSignature + theFileType + Box("jp2h", theImageHeader);
+
+struct GoodCase
+{
+    const char* itsName;
+    Bytes itsFile; ///< up to the codestream's first byte
+    std::uint64_t itsLength;
+};
+
+struct BadCase
+{
+    const char* itsName;
+    Bytes itsFile;
+    std::string itsText;
+};
+} // namespace
+
+TEST(Jp2Source, LeavesTheFileAtTheCodestream)
+{
+    const std::uint64_t aHuge = std::uint64_t{1} << 62;
+    for (const GoodCase& aCase :
+         {GoodCase{"plain", theHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
+          GoodCase{"to the end", theHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::theUnknownLength},
+          GoodCase{"large", theHead + LargeBox(20, "jp2c", {}), 4},
+          GoodCase{"larger than the file", theHead + LargeBox(aHuge, "jp2c", {}), aHuge - 16},
+          GoodCase{"nothing in it", theHead + Stated({0, 0, 0, 8}, "jp2c", {}), 0},
+          GoodCase{"unknown boxes around",
+                   theHead + Box("xml ", Bytes(40000, 'x')) + LargeBox(18, "\1\2\3\4", {9, 9}) +
+                       Box("uuid", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
+                   4},
+          GoodCase{"a header of boxes that are not interpreted",
+                   theSignature + theFileType +
+                       Box("jp2h",
+                           theImageHeader + Box("pclr", {0xff, 0xff}) + Box("jp2c", theStream) + Nested(40)) +
+                       Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
+                   4}})
+    {
+        SCOPED_TRACE(aCase.itsName);
+        ByteSource aSource(aCase.itsFile + theStream, 3);
+        jp2_family_src aFamily;
+        aFamily.open(&aSource);
+        jp2_source aFile;
+        aFile.open(&aFamily, jp2_locator());
+        aFile.read_header();
+        EXPECT_EQ(aFile.get_codestream_length(), aCase.itsLength);
+        EXPECT_EQ(aFile.get_width(), 5U);
+        EXPECT_EQ(aFile.get_height(), 3U);
+        EXPECT_EQ(aFile.get_num_components(), 3);
+        aFile.close();
+        EXPECT_FALSE(aFile.exists());
+        EXPECT_EQ(aSource.GetPosition(), aCase.itsFile.size());
+        EXPECT_EQ(aFamily.get_pos(), aCase.itsFile.size());
+        EXPECT_EQ(aSource.GetCloses(), 0);
+    }
+}
+
+TEST(Jp2Source, RefusesDamagedFilesByName)
+{
+    const EngineReports aReports;
+    const std::string theNoSignature = "the file does not begin with a JP2 signature box";
+    const std::string theNoImageHeader = "the JP2 header box does not begin with an image header box";
+    const std::string at52 = " (at byte 52 of the file)";
+    const Bytes theStart = theSignature + theFileType;
+    for (const BadCase& aCase :
+         {BadCase{"empty", {}, "the file ends before the signature box"},
+          BadCase{"no signature", theFileType, theNoSignature},
+          BadCase{"other signature", Patch(theSignature, 8, {0x0a}), theNoSignature},
+          BadCase{"long signature", Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a, 0}), theNoSignature},
+          BadCase{"cut signature", Bytes(theSignature.begin(), theSignature.end() - 2), theNoSignature},
+          BadCase{"signature only", theSignature, "the file ends before a contiguous codestream box"},
+          BadCase{"no header", theStart + Box("jp2c", theStream),
+                  "there is no JP2 header box before the codestream"},
+          BadCase{"no file type", theSignature + Box("jp2h", theImageHeader) + Box("jp2c", theStream),
+                  "there is no file type box before the codestream"},
+          BadCase{"no codestream", theHead, "the file ends before a contiguous codestream box"},
+          BadCase{"cut box header", theStart + Bytes{0, 0, 0},
+                  "the file ends inside a box header (at byte 36 of the file)"},
+          BadCase{"cut length", theStart + Bytes{0, 0, 0, 1, 'x', 'm', 'l', ' ', 0},
+                  "a box header is cut off (at byte 36 of the file)"},
+          BadCase{"cut box", theStart + Stated({0, 0, 1, 0}, "xml ", {1, 2}),
+                  "the file ends inside a box (at byte 36 of the file)"},
+          BadCase{"length 7", theStart + Stated({0, 0, 0, 7}, "xml ", {}),
+                  "the length 7 of a box is shorter than its header (at byte 36 of the file)"},
+          BadCase{"large length 15", theStart + LargeBox(15, "xml ", {}),
+                  "the length 15 of a box is shorter than its header (at byte 36 of the file)"},
+          BadCase{"a length that wraps", theStart + LargeBox(UINT64_MAX, "xml ", {}),
+                  "the length 18446744073709551615 of a box goes beyond the box around it (at byte 36 of the "
+                  "file)"},
+          BadCase{"empty header", theStart + Box("jp2h", {}) + Box("jp2c", theStream), theNoImageHeader},
+          BadCase{"header without image header", theStart + Box("jp2h", Box("colr", Bytes(14))),
+                  theNoImageHeader},
+          BadCase{"short image header", theStart + Box("jp2h", Box("ihdr", Bytes(13))), theNoImageHeader},
+          BadCase{"cut image header",
+                  theStart + Bytes{0, 0, 0, 30, 'j', 'p', '2', 'h'} +
+                      Bytes(theImageHeader.begin(), theImageHeader.begin() + 12),
+                  theNoImageHeader},
+          BadCase{"header to the end", theStart + Stated({0, 0, 0, 0}, "jp2h", theImageHeader),
+                  "the JP2 header box has no length"},
+          BadCase{"too little inside", theStart + Box("jp2h", {0, 0, 0, 8}),
+                  "a box has no room for the box inside it (at byte 44 of the file)"},
+          BadCase{"inner box too long",
+                  theStart + Box("jp2h", theImageHeader + Stated({0, 0, 0, 9}, "colr", {})),
+                  "the length 9 of a box goes beyond the box around it (at byte 66 of the file)"},
+          BadCase{"inner box to the end",
+                  theStart + Box("jp2h", theImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
+                  "a box inside another has no length (at byte 66 of the file)"}})
+    {
+        SCOPED_TRACE(aCase.itsName);
+        ByteSource aSource(aCase.itsFile);
+        jp2_family_src aFamily;
+        aFamily.open(&aSource);
+        jp2_source aFile;
+        aFile.open(&aFamily);
+        try
+        {
+            aFile.read_header();
+            ADD_FAILURE();
+        }
+        catch (const EngineReport& aReport)
+        {
+            EXPECT_FALSE(aReport.itsIsWarning);
+            EXPECT_EQ(aReport.itsText, "Error in Kakadu File Format Support: " + aCase.itsText);
+        }
+    }
+}
+
+TEST(Jp2Source, WantsAnOpenFileAtItsStart)
+{
+    const EngineReports aReports;
+    jp2_family_src aFamily;
+    jp2_source aFile;
+    EXPECT_THROW(aFile.open(nullptr), EngineReport);
+    EXPECT_THROW(aFile.open(&aFamily), EngineReport);
+    EXPECT_THROW(aFile.read_header(), EngineReport);
+    ByteSource aSource(theHead);
+    aFamily.open(&aSource);
+    EXPECT_THROW(aFile.open(&aFamily, {36}), EngineReport);
+    EXPECT_EQ(aSource.GetReads(), 0);
+}
+
+TEST(Jp2BoxTextualizer, PrintsTheTree)
+{
+    const Bytes aHeader =
+        Box("jp2h", theImageHeader + Box("bpcc", {7, 0x8b}) + Box("colr", {1, 0, 0, 0, 0, 0, 18}) +
+                        Box("colr", {2, 0, 0, 0, 0, 2, 1}) + Box("pclr", {1, 0, 2, 7, 0x87, 1, 2}) +
+                        Box("cmap", {0, 0, 1, 2, 0, 1, 0, 0}) + Box("cdef", {0, 1, 0, 2, 0, 1, 0, 3}) +
+                        Box("res ", Box("resd", {0, 150, 0, 1, 0, 150, 0, 2, 2, 0xfe})));
+    ByteSource aSource(theSignature + theFileType + Box("a\x1b\x80z", {1}) + aHeader +
+                           Stated({0, 0, 0, 0}, "jp2c", theStream),
+                       5);
+    const std::vector<std::string> anExpected = {
+        "jP  : signature, 12 bytes at 0",
+        "ftyp: file type, 24 bytes at 12: brand \"jp2 \", version 0, compatible with \"jp2 \" \"j.xb\"",
+        "a..z: 9 bytes at 36",
+        "jp2h: JP2 header, 143 bytes at 45",
+        "  ihdr: image header, 22 bytes at 53: 5 x 3, 3 components, varying depth, compression 7, colour "
+        "space "
+        "known, with property rights",
+        "  bpcc: bits per component, 10 bytes at 75: 8 bits unsigned, 12 bits signed",
+        "  colr: colour specification, 15 bytes at 85: enumerated colour space 18 (sYCC)",
+        "  colr: colour specification, 15 bytes at 100: restricted ICC profile of 513 bytes",
+        "  pclr: palette, 15 bytes at 115: 256 entries, 2 columns: 8 bits unsigned, 8 bits signed",
+        "  cmap: component mapping, 16 bytes at 130: component 0 by palette column 2, component 1 directly",
+        "  cdef: channel definition, 16 bytes at 146: channel 2 of type 1 for 3",
+        "  res : resolution, 26 bytes at 162",
+        "    resd: display resolution, 18 bytes at 170: vertically 150/1 x 10^2, horizontally 150/2 x 10^-2 "
+        "a metre",
+        "jp2c: contiguous codestream, to the end of the file at 188"};
+    EXPECT_EQ(jp2_box_textualizer::Textualize(aSource), anExpected);
+}
+
+TEST(Jp2BoxTextualizer, EndsWhereTheFileIsDamagedOrTooLong)
+{
+    struct Case
+    {
+        const char* itsName;
+        Bytes itsFile;
+        std::size_t itsLines;
+        std::string itsLast;
+    };
+    Bytes aManyBoxes;
+    for (int i = 0; i < 20; ++i)
+    {
+        aManyBoxes = aManyBoxes + Box("free", {});
+    }
+    for (const Case& aCase :
+         {Case{"empty boxes", theSignature + Box("ihdr", {}) + Box("pclr", {}) + Box("cdef", {}), 4,
+               "cdef: channel definition, 8 bytes at 28: "},
+          Case{"cut", Bytes(theHead.begin(), theHead.end() - 1), 5,
+               "damaged: the file ends inside a box (at byte 44 of the file)"},
+          Case{"nested deeper than is looked at", Nested(9), 5, "        res : resolution, 62 bytes at 32"},
+          Case{"too many", aManyBoxes, 11, "more boxes follow"}, Case{"nothing", {}, 0, ""}})
+    {
+        SCOPED_TRACE(aCase.itsName);
+        ByteSource aSource(aCase.itsFile);
+        const std::vector<std::string> aLines = jp2_box_textualizer::Textualize(aSource, 10);
+        ASSERT_EQ(aLines.size(), aCase.itsLines);
+        EXPECT_EQ(aLines.empty() ? "" : aLines.back(), aCase.itsLast);
+    }
+}

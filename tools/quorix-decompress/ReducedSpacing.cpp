@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ReducedSpacing.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "OutputError.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+namespace
+{
+constexpr DICOMTag theSpacings[] = {
+    {0x0018, 0x1164}, // Imager Pixel Spacing
+    {0x0018, 0x2010}, // Nominal Scanned Pixel Spacing
+    {0x0018, 0x9404}, // Object Pixel Spacing in Center of Beam
+    {0x0028, 0x0030}, // Pixel Spacing
+    {0x0070, 0x0101}, // Presentation Pixel Spacing
+};
+constexpr DICOMTag theUltrasoundRegions = {0x0018, 0x6011};
+constexpr DICOMTag theSharedFunctionalGroups = {0x5200, 0x9229};
+constexpr DICOMTag theFunctionalGroupsOfFrames = {0x5200, 0x9230};
+
+/// A number as a decimal string, which has 16 characters at most.
+std::string ToDecimalString(double theNumber)
+{
+    char aText[40];
+    for (int aPrecision = 15; aPrecision > 0; --aPrecision)
+    {
+        if (std::snprintf(aText, sizeof(aText), "%.*g", aPrecision, theNumber) <= 16)
+        {
+            break;
+        }
+    }
+    return aText;
+}
+
+/// The values as text, whatever value representation they have been given.
+std::string ReadText(const DICOMDataObject& theDataSet, DICOMTag theTag)
+{
+    RWCString aText;
+    std::vector<std::uint8_t> aBytes;
+    if (!theDataSet.GetString(theTag, aText) && theDataSet.GetBytes(theTag, aBytes))
+    {
+        aText.assign(aBytes.begin(), aBytes.end());
+    }
+    return aText;
+}
+
+std::string Trim(const std::string& theText)
+{
+    const std::size_t aFirst = theText.find_first_not_of(" +");
+    return aFirst == std::string::npos
+               ? ""
+               : theText.substr(aFirst, theText.find_last_not_of(std::string(" \0", 2)) + 1 - aFirst);
+}
+
+/// All values multiplied; nothing when one of them is no number.
+std::optional<std::string> Multiply(const std::string& theValues, double theFactor)
+{
+    std::string aProducts;
+    for (std::size_t aStart = 0; aStart <= theValues.size();)
+    {
+        const std::size_t anEnd = std::min(theValues.find('\\', aStart), theValues.size());
+        const std::string aText = Trim(theValues.substr(aStart, anEnd - aStart));
+        double aNumber = 0.0;
+        const auto aResult = std::from_chars(aText.data(), aText.data() + aText.size(), aNumber);
+        if (aResult.ec != std::errc() || aResult.ptr != aText.data() + aText.size() ||
+            !std::isfinite(aNumber))
+        {
+            return std::nullopt;
+        }
+        aProducts += (aStart == 0 ? "" : "\\") + ToDecimalString(aNumber * theFactor);
+        aStart = anEnd + 1;
+    }
+    return aProducts + (aProducts.size() % 2 != 0 ? " " : ""); // decimal strings are padded with a blank
+}
+} // namespace
+
+void ReducedSpacing::Adapt(DICOMDataObject& theDataSet, int theHalvings)
+{
+    if (theHalvings <= 0)
+    {
+        return;
+    }
+    if (theDataSet.Contains(theSharedFunctionalGroups) || theDataSet.Contains(theFunctionalGroupsOfFrames))
+    {
+        throw OutputError("a reduced image cannot be written: the pixel spacing in functional groups is not "
+                          "adapted");
+    }
+    theDataSet.RemoveVR(theUltrasoundRegions);
+    const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    for (const DICOMTag aTag : theSpacings)
+    {
+        if (!theDataSet.Contains(aTag))
+        {
+            continue;
+        }
+        if (const auto aProducts = Multiply(ReadText(theDataSet, aTag), std::ldexp(1.0, theHalvings)))
+        {
+            theDataSet.ReplaceVR(aFactory.CreateString(aTag, VR::MakeTypeCode('D', 'S'), *aProducts));
+        }
+        else
+        {
+            theDataSet.RemoveVR(aTag);
+        }
+    }
+}
