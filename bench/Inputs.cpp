@@ -6,18 +6,19 @@
 #include <fstream>
 #include <iterator>
 
-std::string InputPath(const std::string& theName)
+std::string InputPath(const std::string& theName, const std::string& theExtension)
 {
     const char* const aFolder = std::getenv("QUORIX_BENCH_INPUTS");
-    return std::string(aFolder == nullptr ? "." : aFolder) + "/" + theName + ".dcm";
+    return std::string(aFolder == nullptr ? "." : aFolder) + "/" + theName + theExtension;
 }
 
-Bytes ReadInput(const std::string& theName)
+Bytes ReadInput(const std::string& theName, const std::string& theExtension)
 {
-    std::ifstream aFile(InputPath(theName), std::ios::binary);
+    const std::string aPath = InputPath(theName, theExtension);
+    std::ifstream aFile(aPath, std::ios::binary);
     if (!aFile)
     {
-        std::fprintf(stderr, "cannot read %s; run scripts/bench\n", InputPath(theName).c_str());
+        std::fprintf(stderr, "cannot read %s; run scripts/bench\n", aPath.c_str());
         std::exit(1);
     }
     return {std::istreambuf_iterator<char>(aFile), {}};

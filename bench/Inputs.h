@@ -8,7 +8,7 @@
 using Bytes = std::vector<std::uint8_t>;
 
 /// Path of an input file, in the folder that the environment variable QUORIX_BENCH_INPUTS names.
-std::string InputPath(const std::string& theName);
+std::string InputPath(const std::string& theName, const std::string& theExtension = ".dcm");
 
 /// A whole input file. Ends the program with a message when it cannot be read.
-Bytes ReadInput(const std::string& theName);
+Bytes ReadInput(const std::string& theName, const std::string& theExtension = ".dcm");

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: Apache-2.0
-"""Makes the input files of the benchmarks: drawn images, compressed by DCMTK's programs.
+"""Makes the input files of the benchmarks: drawn images, compressed by DCMTK's and OpenJPEG's programs.
 
 usage: make_inputs.py FOLDER
 """
@@ -46,6 +46,42 @@ def compress(folder, program, source, target, *options):
                     os.path.join(folder, target + ".dcm")], check=True)
 
 
+def encode_jpeg2000(folder, name, image, *options):
+    """One codestream out of a numpy array, by OpenJPEG's program."""
+    depth = image.dtype.itemsize * 8
+    components = 1 if image.ndim == 2 else 3
+    raw = os.path.join(folder, "image.raw")
+    image.astype(image.dtype.newbyteorder("<")).transpose(*((0, 1) if components == 1 else (2, 0, 1))).tofile(raw)
+    shape = f"{image.shape[1]},{image.shape[0]},{components},{depth},{'s' if image.dtype.kind == 'i' else 'u'}"
+    # RAWL: little endian.
+    os.replace(raw, raw + "l")
+    subprocess.run(["opj_compress", "-i", raw + "l", "-o", os.path.join(folder, name + ".j2k"), "-F", shape,
+                    *options], check=True, stdout=subprocess.DEVNULL)
+    os.remove(raw + "l")
+
+
+def mr16(side):
+    """MR-like: 12 bits in 16, noise everywhere."""
+    image = numpy.clip((head_phantom(side).astype(int) + 1000) * 1500 // 2600, 0, 4095)
+    noise = numpy.random.default_rng(4).normal(0, 25, (2, side, side))
+    return numpy.hypot(image + noise[0], noise[1]).astype(numpy.uint16)
+
+
+def make_jpeg2000(folder):
+    os.makedirs(folder, exist_ok=True)
+    tiles = ("-t", "512,512")
+    lossy = ("-I", "-r", "10")
+    cr, colour = grey12(2048), rgb(2048)
+    encode_jpeg2000(folder, "ct_512", grey16(512))
+    encode_jpeg2000(folder, "ct_1024", grey16(1024))
+    encode_jpeg2000(folder, "mr_512", mr16(512))
+    for name, image, options in (("cr_2048", cr, ()), ("rgb_2048", colour, ("-mct", "1"))):
+        encode_jpeg2000(folder, name, image, *options)
+        encode_jpeg2000(folder, name + "_tiled", image, *options, *tiles)
+        encode_jpeg2000(folder, name + "_lossy", image, *options, *lossy)
+        encode_jpeg2000(folder, name + "_lossy_tiled", image, *options, *lossy, *tiles)
+
+
 def main():
     folder = sys.argv[1]
     os.makedirs(folder, exist_ok=True)
@@ -61,6 +97,7 @@ def main():
         compress(folder, "dcmcjpeg", f"grey12_{side}", f"grey12_{side}_extended", "+ee", "+bt")
         compress(folder, "dcmcjpeg", f"rgb_{side}", f"rgb_{side}_baseline420", "+eb", "+cy", "+n1")
         compress(folder, "dcmcjpeg", f"rgb_{side}", f"rgb_{side}_baseline444", "+eb", "+cy", "+s4")
+    make_jpeg2000(os.path.join(folder, "jpeg2000"))
     save(folder, "ybr_full_2048", data_set(to_ybr_full(rgb(2048)), "YBR_FULL"))
 
     # A thousand frames that differ, for the way to one of them.

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+// One codestream into a buffer of pixels that is there already, ours beside OpenJPEG; and where ours spends
+// its time.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "codecs/InputStreamAdapter.h"
+#include "engine/kdu_codestream.h"
+#include "engine/kdu_decoder.h"
+#include "engine/kdu_line_buf.h"
+#include "engine/kdu_sample_allocator.h"
+#include "engine/kdu_synthesis.h"
+#include "jpeg2000/Jpeg2000Decoders.h"
+#include "toolkit/io/MemoryInputStream.h"
+
+namespace
+{
+using Decode = std::size_t (*)(const Bytes&, int, Bytes&);
+
+void Run(benchmark::State& theState, const Jpeg2000Case& theCase, Decode theDecode)
+{
+    const Bytes aStream = ReadInput("jpeg2000/" + theCase.itsFile, ".j2k");
+    Bytes anOutput(GetOutputSize(aStream));
+    std::size_t aSize = 0;
+    for (auto _ : theState)
+    {
+        aSize = theDecode(aStream, theCase.itsScale, anOutput);
+        if (aSize == 0)
+        {
+            theState.SkipWithError("the decoder reports an error");
+            break;
+        }
+    }
+    theState.SetBytesProcessed(static_cast<std::int64_t>(aSize) * theState.iterations());
+}
+
+/// How far a decode of ours goes. What a stage costs is what it has more than the one before.
+enum class Stage
+{
+    Packets, ///< markers and packet headers
+    Blocks,  ///< and the lines of all subbands
+    Lines    ///< and the wavelet transform; the codec adds colour and pixels
+};
+
+/// Something that delivers the lines of a band or of a resolution, and the line.
+struct LineSource
+{
+    std::optional<kdu_decoder> itsDecoder;
+    std::optional<kdu_synthesis> itsSynthesis;
+    kdu_line_buf itsLine;
+    int itsHeight = 0;
+
+    void PullAll()
+    {
+        itsLine.create();
+        for (int i = 0; i < itsHeight; ++i)
+        {
+            itsDecoder ? itsDecoder->pull(itsLine) : itsSynthesis->pull(itsLine);
+        }
+    }
+};
+
+void AddDecoder(std::vector<LineSource>& theSources, const kdu_subband& theBand,
+                const kdu_tile_comp& theComponent, kdu_sample_allocator& theAllocator)
+{
+    kdu_dims aDims;
+    theBand.get_dims(aDims);
+    LineSource& aSource = theSources.emplace_back();
+    aSource.itsHeight = aDims.size.y;
+    aSource.itsDecoder.emplace(theBand, &theAllocator, theComponent.fits_short_lines());
+    aSource.itsLine.pre_create(&theAllocator, aDims.size.x, theComponent.get_reversible(),
+                               theComponent.fits_short_lines());
+}
+
+void AddSynthesis(std::vector<LineSource>& theSources, const kdu_tile_comp& theComponent,
+                  kdu_sample_allocator& theAllocator)
+{
+    kdu_dims aDims;
+    theComponent.access_resolution().get_dims(aDims);
+    LineSource& aSource = theSources.emplace_back();
+    aSource.itsHeight = aDims.size.y;
+    aSource.itsSynthesis.emplace(theComponent.access_resolution(), &theAllocator,
+                                 theComponent.fits_short_lines());
+    aSource.itsLine.pre_create(&theAllocator, aDims.size.x, theComponent.get_reversible(),
+                               theComponent.fits_short_lines());
+}
+
+void RunTile(const kdu_tile& theTile, Stage theStage)
+{
+    kdu_sample_allocator anAllocator;
+    std::vector<LineSource> aSources;
+    for (int c = 0; c < theTile.get_num_components() && theStage != Stage::Packets; ++c)
+    {
+        const kdu_tile_comp aComponent = theTile.access_component(c);
+        if (theStage == Stage::Lines)
+        {
+            AddSynthesis(aSources, aComponent, anAllocator);
+            continue;
+        }
+        for (kdu_resolution aResolution = aComponent.access_resolution(); aResolution.exists();
+             aResolution = aResolution.access_next())
+        {
+            const bool isLowest = aResolution.which() == 0;
+            for (int aBand = isLowest ? 0 : 1; aBand <= (isLowest ? 0 : 3); ++aBand)
+            {
+                AddDecoder(aSources, aResolution.access_subband(aBand), aComponent, anAllocator);
+            }
+        }
+    }
+    anAllocator.finalize();
+    std::for_each(aSources.begin(), aSources.end(), [](LineSource& theSource) { theSource.PullAll(); });
+}
+
+void RunStages(benchmark::State& theState, const std::string& theFile, Stage theStage)
+{
+    const Bytes aStream = ReadInput("jpeg2000/" + theFile, ".j2k");
+    for (auto _ : theState)
+    {
+        MemoryInputStream aMemory(aStream.data(), aStream.size());
+        InputStreamAdapter aSource(aMemory);
+        kdu_codestream aCodestream;
+        aCodestream.create(&aSource);
+        kdu_dims aTiles;
+        aCodestream.get_valid_tiles(aTiles);
+        for (int i = 0; i < aTiles.size.x * aTiles.size.y; ++i)
+        {
+            kdu_tile aTile =
+                aCodestream.open_tile({aTiles.pos.x + i % aTiles.size.x, aTiles.pos.y + i / aTiles.size.x});
+            RunTile(aTile, theStage);
+            aTile.close();
+        }
+        aCodestream.destroy();
+    }
+}
+
+void RegisterStage(const std::string& theFile, const char* theName, Stage theStage)
+{
+    benchmark::RegisterBenchmark(("stages/" + theFile + "/" + theName).c_str(), RunStages, theFile, theStage)
+        ->Unit(benchmark::kMillisecond);
+}
+
+[[maybe_unused]] const bool isRegistered = []
+{
+    for (const Jpeg2000Case& aCase : GetJpeg2000Cases())
+    {
+        const std::string aName = "jpeg2000/" + aCase.itsName;
+        benchmark::RegisterBenchmark((aName + "/ours").c_str(), Run, aCase, DecodeWithOurs);
+        benchmark::RegisterBenchmark((aName + "/openjpeg").c_str(), Run, aCase, DecodeWithOpenJpeg);
+        if (aCase.itsScale == 1)
+        {
+            RegisterStage(aCase.itsFile, "packets", Stage::Packets);
+            RegisterStage(aCase.itsFile, "blocks", Stage::Blocks);
+            RegisterStage(aCase.itsFile, "lines", Stage::Lines);
+            benchmark::RegisterBenchmark(("stages/" + aCase.itsFile + "/all").c_str(), Run, aCase,
+                                         DecodeWithOurs)
+                ->Unit(benchmark::kMillisecond);
+        }
+    }
+    return true;
+}();
+} // namespace
