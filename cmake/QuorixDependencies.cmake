@@ -16,3 +16,15 @@ foreach(aPrecision 8 12 16)
     INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${QUORIX_IJG_INCLUDE_DIR}"
     INTERFACE_INCLUDE_DIRECTORIES "${QUORIX_IJG_INCLUDE_DIR}")
 endforeach()
+
+# Java: the headers of JNI alone, as whoever loads the library brings the virtual machine. Debian's layout
+# is only found from where javac really is.
+find_package(Java 17 REQUIRED COMPONENTS Development)
+if(NOT DEFINED JAVA_HOME AND NOT DEFINED ENV{JAVA_HOME})
+  file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" theJavac)
+  cmake_path(GET theJavac PARENT_PATH theJavaBin)
+  cmake_path(GET theJavaBin PARENT_PATH JAVA_HOME)
+endif()
+find_package(JNI REQUIRED COMPONENTS JVM)
+add_library(Quorix::JNI INTERFACE IMPORTED)
+target_include_directories(Quorix::JNI INTERFACE ${JNI_INCLUDE_DIRS})

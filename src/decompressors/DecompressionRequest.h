@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "jni/streams/JNIForward.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
 
@@ -30,6 +31,12 @@ public:
                          const RWCString& theDemoFile, bool theLoadDemoInfoFlag, int theScaleFactor,
                          int theFrameIndex, const RWCString& theTransferSyntaxUID,
                          bool theV5ConvertPixelsToUnsigned);
+
+    /// Reads the fields of a com.quorix.decompression.DecompressionRequest, and owns adapters over its
+    /// stream and queue. theClass is not used. A field that is missing ends the reading and leaves the
+    /// Java exception to the caller; what was not read keeps its default. Throws StreamIOException for a
+    /// stream that lacks a method. The Java objects and theEnv must outlive this request.
+    DecompressionRequest(JNIEnv* theEnv, jclass theClass, jobject theRequest);
     virtual ~DecompressionRequest();
     DecompressionRequest(const DecompressionRequest&) = default;
     DecompressionRequest& operator=(const DecompressionRequest&) = default;

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "jni/streams/JNIForward.h"
 #include "toolkit/base/DLResultCode.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
@@ -40,6 +41,11 @@ public:
 
     /// The three fields as four lines of text.
     RWCString ToString() const;
+
+    /// Sets the fields int DLResultCode, int SystemError and String Message of a Java object (may be
+    /// null), each where the object's class has it; the message's bytes are taken as ISO-8859-1. No Java
+    /// exception may be pending, and none is left.
+    void copyToJava(JNIEnv* theEnv, jobject theResult) const;
 
 private:
     struct Holder;

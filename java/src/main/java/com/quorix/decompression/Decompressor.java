@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.quorix.decompression;
+
+import com.quorix.dicom.DICOMDataObject;
+import com.quorix.io.FileSeekableInputStream;
+import com.quorix.io.SeekableInputStream;
+import com.quorix.util.InputBufferQueue;
+import java.io.IOException;
+import java.nio.file.Path;
+import java.util.Objects;
+import java.util.function.LongFunction;
+
+/**
+ * Decodes compressed images: {@link NDecompressor} with exceptions instead of result codes.
+ *
+ * <p>Streams are closed by the call they are given to, queues have been emptied by it. A data set given in
+ * the options is locked while the call runs. All methods may be called from any number of threads.
+ */
+public final class Decompressor {
+    private static final int TYPE_BYTES = 8;
+
+    private Decompressor() {
+    }
+
+    /**
+     * Decodes one image of a file.
+     *
+     * @param file the file
+     * @param options how to decode
+     * @return the image; the caller closes it
+     * @throws DecompressionException if decoding fails
+     * @throws IOException if the file cannot be read
+     */
+    public static Renderable decode(Path file, DecodeOptions options) throws IOException {
+        return decode(new FileSeekableInputStream(file), options);
+    }
+
+    /**
+     * Decodes one image of a stream.
+     *
+     * @param in the compressed bytes; closed in any case
+     * @param options how to decode
+     * @return the image; the caller closes it
+     * @throws DecompressionException if decoding fails
+     * @throws IOException if the kind of input cannot be found out because reading fails
+     */
+    public static Renderable decode(SeekableInputStream in, DecodeOptions options) throws IOException {
+        Objects.requireNonNull(in, "in");
+        ImageType type = typeOf(in, options);
+        DecomprResult result = new DecomprResult();
+        return required(result, withDataSet(options, type, dataSet -> new NDecompressor()
+                .decodeSeekableInputStreamToMemory(in, dataSet, type.code(), options.getFrame(),
+                        options.getScaleFactor(), result)));
+    }
+
+    /**
+     * Decodes a bare codestream while it arrives. Blocks until the image is complete.
+     *
+     * @param queue the compressed bytes
+     * @param options how to decode; the type is to be told
+     * @return the image; the caller closes it
+     * @throws DecompressionException if decoding fails or, with code
+     *     {@link DecompressionException#INTERRUPTED}, was interrupted
+     * @throws IOException what the queue's producer said to have failed
+     */
+    public static Renderable decode(InputBufferQueue queue, DecodeOptions options) throws IOException {
+        Objects.requireNonNull(queue, "queue");
+        ImageType type = options.getType();
+        if (type == ImageType.AUTOMATIC || type == ImageType.DICOM) {
+            throw new IllegalArgumentException("a queue takes a bare codestream of a type that is told");
+        }
+        DecomprResult result = new DecomprResult();
+        return required(result, withDataSet(options, type, dataSet -> new NDecompressor()
+                .decodeInputBufferQueueToMemory(queue, dataSet, type.code(), options.isLossless(),
+                        options.getScaleFactor(), result)));
+    }
+
+    /**
+     * Decodes the frames of a DICOM file one after the other.
+     *
+     * @param file the file
+     * @param options how to decode; the frame is the first one wanted, the scale factor does not count
+     * @param listener takes the frames
+     * @throws DecompressionException if decoding fails; frames before that have been delivered
+     * @throws IOException if the file cannot be read
+     */
+    public static void decodeFrames(Path file, DecodeOptions options, FrameListener listener)
+            throws IOException {
+        decodeFrames(new FileSeekableInputStream(file), options, listener);
+    }
+
+    /**
+     * Decodes the frames of a DICOM stream one after the other.
+     *
+     * @param in the stream; closed in any case
+     * @param options how to decode; the frame is the first one wanted, the scale factor does not count
+     * @param listener takes the frames
+     * @throws DecompressionException if decoding fails; frames before that have been delivered
+     */
+    public static void decodeFrames(SeekableInputStream in, DecodeOptions options, FrameListener listener)
+            throws DecompressionException {
+        Objects.requireNonNull(in, "in");
+        Objects.requireNonNull(listener, "listener");
+        DecomprResult result = new DecomprResult() {
+            @Override
+            public boolean renderableAvailable(int frameIndex, Renderable renderable) {
+                return listener.frameAvailable(frameIndex, renderable);
+            }
+        };
+        boolean succeeded = withDataSet(options, ImageType.DICOM, dataSet -> new NDecompressor()
+                .decodeMultiFrameImageToMemory(in, dataSet, options.getFrame(), result));
+        if (!succeeded) {
+            throw failure(result);
+        }
+    }
+
+    private static ImageType typeOf(SeekableInputStream in, DecodeOptions options) throws IOException {
+        if (options.getType() != ImageType.AUTOMATIC) {
+            return options.getType();
+        }
+        try {
+            long start = in.getFilePointer();
+            byte[] bytes = new byte[TYPE_BYTES];
+            int count = readFully(in, bytes);
+            in.seek(start);
+            return ImageType.of(bytes, count);
+        } catch (IOException | RuntimeException exception) {
+            closeAfter(in, exception);
+            throw exception;
+        }
+    }
+
+    private static int readFully(SeekableInputStream in, byte[] bytes) throws IOException {
+        int total = 0;
+        while (total < bytes.length) {
+            int count = in.read(bytes, total, bytes.length - total);
+            if (count < 0) {
+                break;
+            }
+            total += count;
+        }
+        return total;
+    }
+
+    private static void closeAfter(SeekableInputStream in, Exception exception) {
+        try {
+            in.close();
+        } catch (IOException closing) {
+            exception.addSuppressed(closing);
+        }
+    }
+
+    /** A DICOM stream needs a data set for its attributes; a bare codestream does without. */
+    private static <T> T withDataSet(DecodeOptions options, ImageType type, LongFunction<T> call) {
+        DICOMDataObject given = options.getDataSet();
+        if (given != null) {
+            return given.withHandle(call);
+        }
+        if (type != ImageType.DICOM) {
+            return call.apply(0);
+        }
+        try (DICOMDataObject own = new DICOMDataObject()) {
+            return own.withHandle(call);
+        }
+    }
+
+    private static Renderable required(DecomprResult result, Renderable image)
+            throws DecompressionException {
+        if (image == null) {
+            throw failure(result);
+        }
+        return image;
+    }
+
+    private static DecompressionException failure(DecomprResult result) {
+        return new DecompressionException(result.DLResultCode, result.SystemError, result.Message);
+    }
+}

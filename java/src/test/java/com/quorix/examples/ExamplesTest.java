@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.quorix.examples;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.quorix.support.ChildJvm;
+import com.quorix.support.Compressed;
+import com.quorix.support.DicomFile;
+import java.io.File;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import javax.imageio.ImageIO;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** The examples run as they are, each in a JVM of its own. */
+class ExamplesTest {
+    @TempDir
+    Path folder;
+
+    private static ChildJvm.Outcome run(String example, Object... arguments) throws Exception {
+        String[] texts = List.of(arguments).stream().map(Object::toString).toArray(String[]::new);
+        return new ChildJvm(Class.forName(example), texts).withSameLibrary().start().finish();
+    }
+
+    @Test
+    void aFileBecomesAPng() throws Exception {
+        byte[] pixels = Compressed.gradient16(40, 30, 0);
+        Path input = DicomFile.grey16(40, 30).encapsulated(DicomFile.RLE,
+                List.of(Compressed.rle(pixels, 1, 2))).writeTo(folder.resolve("image.dcm"));
+        File output = folder.resolve("image.png").toFile();
+        ChildJvm.Outcome outcome = run("DecodeToPng", input, output);
+        assertEquals(0, outcome.exitCode(), outcome.output());
+        assertTrue(outcome.output().startsWith("40 x 30, "), outcome.output());
+        assertEquals(301, ImageIO.read(output).getRaster().getSample(1, 0, 0));
+        assertEquals(0, run("DecodeToPng", input, output, "301", "1").exitCode());
+        assertEquals(255, ImageIO.read(output).getRaster().getSample(1, 0, 0));
+    }
+
+    @Test
+    void aDownloadIsDecodedWhileItRuns() throws Exception {
+        Path input = Files.write(folder.resolve("image.jpg"), Compressed.jpeg(400, 300, 0));
+        assertEquals(new ChildJvm.Outcome(0, "400 x 300 decoded\n"), run("DecodeWhileDownloading", input, "jpeg"));
+    }
+
+    @Test
+    void framesArePlayed() throws Exception {
+        Path input = DicomFile.grey8(8, 6).nativeFrames(3, new byte[144]).writeTo(folder.resolve("frames.dcm"));
+        assertEquals(new ChildJvm.Outcome(0, "frame 1: 8 x 6\nframe 2: 8 x 6\n"), run("PlayFrames", input, 1));
+    }
+}

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/MultiFramePart10StreamDecompressor.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/Part10FrameLoader.h"
+#include "decompressors/detail/Part10FrontEnd.h"
+#include "image/VMMemoryAllocator.h"
+#include "jni/streams/detail/JavaRenderable.h"
+#include "toolkit/base/StreamIOException.h"
+
+MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,
+                                                                       jmethodID theMethod,
+                                                                       long theFirstFrame)
+    : itsMemoryAllocator(VMMemoryAllocator::GetDefaultInstance()), itsEnv(theEnv), itsListener(theListener),
+      itsMethod(theMethod), itsFirstFrame(static_cast<std::int32_t>(
+                                std::clamp<long>(theFirstFrame, 0, std::numeric_limits<std::int32_t>::max())))
+{
+}
+
+void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
+                                                    DecompressionResult& theResult)
+{
+    try
+    {
+        theResult.setRenderable(nullptr);
+        Part10FrontEnd aFrontEnd(theRequest, itsMemoryAllocator);
+        if (aFrontEnd.Open(theResult))
+        {
+            Decode(aFrontEnd, theResult);
+        }
+    }
+    catch (...)
+    {
+        Part10FrontEnd::ReportCurrentException(theResult);
+    }
+}
+
+void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
+{
+    theResult.setDCMLibResultCode(DLRC_SUCCESS);
+    theResult.setSystemErrorCode(0);
+    theResult.setMessage("Completed successfully");
+    theFrontEnd.Parse();
+    if (theFrontEnd.GetPixelData() == nullptr)
+    {
+        theResult.setDCMLibResultCode(DLRC_GENERAL_FAILURE);
+        theResult.setMessage("MultiFramePart10StreamDecompressor::Decode: (no Renderable at end - no Pixel "
+                             "data found in object being decoded)");
+        return;
+    }
+    Part10FrameLoader aLoader(theFrontEnd, "MultiFramePart10StreamDecompressor");
+    // Frames without a single byte would never run out, whatever number of them the data set claims.
+    const Part10ImageAttributes& anImage = theFrontEnd.GetAttributes();
+    const int aCount = anImage.GetFrameSize(Renderable::RGB) > 0 ? std::max(anImage.itsNumberOfFrames, 1) : 1;
+    for (int aFrameIndex = 0; aFrameIndex < aCount; ++aFrameIndex)
+    {
+        if (aFrameIndex < itsFirstFrame)
+        {
+            aLoader.Pass(aFrameIndex);
+        }
+        else if (!Deliver(aFrameIndex, aLoader.Load(aFrameIndex)))
+        {
+            return;
+        }
+    }
+}
+
+/// False when the listener wants no more. May leave a Java exception pending then.
+bool MultiFramePart10StreamDecompressor::Deliver(int theFrameIndex,
+                                                 std::unique_ptr<Renderable> theImage) const
+{
+    const JavaRenderable aMaker(*itsEnv);
+    if (itsListener == nullptr || itsMethod == nullptr || !aMaker.HasConstructor())
+    {
+        // Deliberately no failure: a frame that cannot be delivered is passed over.
+        return true;
+    }
+    const LocalReference<jobject> anObject = aMaker.New(theImage.get());
+    if (!anObject)
+    {
+        throw StreamIOException("Unable to invoke new Renderable(long theCObjectPtr, boolean "
+                                "theTakeOwnershipFlag))",
+                                DLRC_DECODER_ERROR, 0);
+    }
+    static_cast<void>(theImage.release()); // the Java object owns it now
+    const jboolean anAnswer =
+        itsEnv->CallBooleanMethod(itsListener, itsMethod, jint{theFrameIndex}, anObject.Get());
+    return itsEnv->ExceptionCheck() == JNI_FALSE && anAnswer != JNI_FALSE;
+}

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "jni/natives/detail/DecodeCall.h"
+
+#include <memory>
+#include <utility>
+
+#include "image/Renderable.h"
+#include "jni/streams/detail/JavaRenderable.h"
+#include "toolkit/base/DecodingInterruptedException.h"
+
+DecodeCall::DecodeCall(JNIEnv& theEnv, jobject theResultObject, const RWCString& theMethod)
+    : DecodeCall(theEnv, theResultObject, theMethod, theMethod)
+{
+}
+
+DecodeCall::DecodeCall(JNIEnv& theEnv, jobject theResultObject, const RWCString& theMethod,
+                       const RWCString& theDecompressionName)
+    : itsEnv(theEnv), itsResultObject(theResultObject), itsMethod(theMethod),
+      itsDecompressionName(theDecompressionName), itsException(theEnv, nullptr)
+{
+}
+
+DecodeCall::~DecodeCall()
+{
+    FreeImage();
+}
+
+jboolean DecodeCall::Run(const std::function<void()>& theBody)
+{
+    RunBody(theBody);
+    FreeImage();
+    Finish();
+    return itsSuccess ? JNI_TRUE : JNI_FALSE;
+}
+
+jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
+{
+    RunBody(theBody);
+    if (itsSuccess && itsResult.getRenderable() == nullptr)
+    {
+        Fail(DLRC_DECODER_ERROR, GetPrefix(1) + "Decompressor returned null Renderable");
+    }
+    LocalReference<jobject> anImage(itsEnv, nullptr);
+    if (itsSuccess)
+    {
+        anImage = HandOver();
+    }
+    FreeImage();
+    Finish();
+    return anImage.Release();
+}
+
+void DecodeCall::RunBody(const std::function<void()>& theBody)
+{
+    try
+    {
+        theBody();
+    }
+    catch (...)
+    {
+        FailWithCurrentException(itsMethod, 2);
+    }
+}
+
+/// To be called in a catch block. theName and theBlanks are for this library's own exceptions.
+void DecodeCall::FailWithCurrentException(const RWCString& theName, int theBlanks)
+{
+    try
+    {
+        throw;
+    }
+    catch (const DecodingInterruptedException&)
+    {
+        Fail(DLRC_DECODING_INTERRUPTED, MakePrefix(theName, 1) + "Decoding interrupted");
+    }
+    catch (const ExceptionBase& anException)
+    {
+        Fail(DLRC_DECODER_ERROR, MakePrefix(theName, theBlanks) + anException.ToString());
+    }
+    catch (const std::exception& anException)
+    {
+        Fail(DLRC_DECODER_ERROR, GetPrefix(2) + anException.what());
+    }
+    catch (...)
+    {
+        Fail(DLRC_DECODER_ERROR, GetPrefix(2) + "unknown exception");
+    }
+}
+
+RWCString DecodeCall::MakePrefix(const RWCString& theMethod, int theBlanks)
+{
+    return "Native NDecompressor::" + theMethod + ":" + RWCString(static_cast<std::size_t>(theBlanks), ' ');
+}
+
+void DecodeCall::Fail(DLResultCode theCode, const RWCString& theMessage)
+{
+    itsSuccess = false;
+    itsResult.setDCMLibResultCode(theCode);
+    itsResult.setSystemErrorCode(0);
+    itsResult.setMessage(theMessage);
+}
+
+void DecodeCall::FailWithInvalidType()
+{
+    // Deliberately the same text for every method.
+    Fail(DLRC_NO_DECODER, "Native NDecompressor::decodeToMemory: Invalid compressed image type");
+}
+
+void DecodeCall::Decompress(int theBlanks, const std::function<void()>& theDecompression)
+{
+    try
+    {
+        theDecompression();
+        itsSuccess = itsSuccess && itsResult.getDCMLibResultCode() == DLRC_SUCCESS;
+    }
+    catch (...)
+    {
+        FailWithCurrentException(itsDecompressionName, theBlanks);
+    }
+}
+
+void DecodeCall::Close(int theBlanks, const std::function<void()>& theClose)
+{
+    try
+    {
+        theClose();
+    }
+    catch (const ExceptionBase& anException)
+    {
+        RWCString aMessage = itsResult.getMessage();
+        if (!aMessage.empty())
+        {
+            aMessage += "\n Exception on aSource.Close(): ";
+        }
+        itsResult.setMessage(aMessage + GetPrefix(theBlanks) + anException.ToString());
+        if (itsResult.getDCMLibResultCode() == DLRC_SUCCESS)
+        {
+            itsResult.setDCMLibResultCode(DLRC_DECODER_ERROR);
+            itsResult.setSystemErrorCode(0);
+        }
+        itsSuccess = false;
+    }
+}
+
+void DecodeCall::CopyResult()
+{
+    if (!std::exchange(itsResultIsCopied, true))
+    {
+        itsResult.copyToJava(&itsEnv, itsResultObject);
+    }
+}
+
+void DecodeCall::KeepException(LocalReference<jthrowable> theException)
+{
+    if (!itsException)
+    {
+        itsException = std::move(theException);
+    }
+    itsSuccess = false;
+}
+
+void DecodeCall::Finish()
+{
+    CopyResult();
+    if (itsException)
+    {
+        itsEnv.Throw(itsException.Get());
+    }
+}
+
+void DecodeCall::FreeImage()
+{
+    const std::unique_ptr<Renderable> anImage(itsResult.getRenderable());
+    itsResult.setRenderable(nullptr);
+}
+
+/// The decoded image as a Java object that owns it; null, with the reason in the result, when that fails.
+LocalReference<jobject> DecodeCall::HandOver()
+{
+    const JavaRenderable aMaker(itsEnv);
+    LocalReference<jobject> anObject(itsEnv, nullptr);
+    if (!aMaker.HasClass())
+    {
+        Fail(DLRC_DECODER_ERROR, "Unable to FindClass(\"com/quorix/decompression/Renderable\")");
+    }
+    else if (!aMaker.HasConstructor())
+    {
+        Fail(DLRC_DECODER_ERROR,
+             "Unable to find ctor method Renderable(long theCObjectPtr, boolean theTakeOwnershipFlag)");
+    }
+    else if (!(anObject = aMaker.New(itsResult.getRenderable())))
+    {
+        // Deliberately with two brackets at the end: callers know this text.
+        Fail(DLRC_DECODER_ERROR,
+             "Unable to invoke new Renderable(long theCObjectPtr, boolean theTakeOwnershipFlag))");
+    }
+    else
+    {
+        itsResult.setRenderable(nullptr);
+    }
+    return anObject;
+}

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/FileToRenderableDecompressor.h"
+#include "image/VMMemoryAllocator.h"
+#include "jni/natives/detail/DecodeCall.h"
+#include "jni/natives/detail/NativeBoundary.h"
+#include "jni/natives/detail/StreamDecode.h"
+#include "jni/streams/JavaInputBufferQueueCompressedSource.h"
+
+namespace
+{
+/// A Java exception of the queue goes to the caller, who then sees no image: none may be reported.
+void KeepJavaException(DecodeCall& theCall, JavaInputBufferQueueCompressedSource& theSource)
+{
+    LocalReference<jthrowable> anException(theCall.GetEnv(), theSource.TakeJavaException());
+    if (!anException)
+    {
+        return;
+    }
+    if (theCall.HasSucceeded())
+    {
+        theCall.Fail(DLRC_DECODER_ERROR, theCall.GetPrefix(2) + "the input buffer queue threw an exception");
+    }
+    theCall.KeepException(std::move(anException));
+}
+
+void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, jint theImageType,
+            bool theLossless, jint theScaleFactor)
+{
+    JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
+    if (!StreamDecode::IsBareImage(theImageType))
+    {
+        theCall.FailWithInvalidType();
+        return;
+    }
+    theCall.Decompress(1,
+                       [&]
+                       {
+                           DecompressionRequest aRequest(
+                               &aSource, theDataSet, "", false, theScaleFactor, 0,
+                               StreamDecode::GetTransferSyntaxUID(theImageType, theLossless), false);
+                           CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
+                               .Decompress(aRequest, theCall.GetResult());
+                       });
+    theCall.Close(2, [&] { aSource.close(); });
+    KeepJavaException(theCall, aSource);
+}
+} // namespace
+
+extern "C" JNIEXPORT jobject JNICALL
+Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
+    JNIEnv* theEnv, jobject, jobject theQueue, jlong theDataSet, jint theImageType, jboolean theLossless,
+    jint theScaleFactor, jobject theResult)
+{
+    return NativeBoundary::Guard<jobject>(
+        nullptr,
+        [&]
+        {
+            DecodeCall aCall(*theEnv, theResult, "decodeInputBufferQueueToMemory");
+            // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and
+            // it is the lossless type that follows the argument.
+            const bool aLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
+            return aCall.RunForImage(
+                [&]
+                {
+                    Decode(aCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
+                           theImageType, aLossless, theScaleFactor);
+                });
+        });
+}

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+#include "decompressors/FileToRenderableDecompressor.h"
+#include "image/Renderable.h"
+#include "jni/natives/detail/DecodeCall.h"
+#include "jni/natives/detail/NativeBoundary.h"
+#include "jni/natives/detail/StreamDecode.h"
+#include "jni/streams/EncodedString.h"
+#include "jni/streams/JavaSeekableInputStream.h"
+#include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+// Deliberately names of other operations: callers know these texts.
+const RWCString theDecodeToMemory = "Native NDecompressor::decodeToMemory: ";
+const RWCString theDecodeBytes = "Native NDecompressor::decodeBytes: ";
+
+/// One image decoded into a data set.
+class OrthoDecode
+{
+public:
+    OrthoDecode(DecodeCall& theCall, const StreamDecode::Arguments& theArguments, bool theLossless)
+        : itsCall(theCall), itsArguments(theArguments), itsLossless(theLossless),
+          itsDataSet(theArguments.itsDataSet)
+    {
+    }
+
+    void Run(jobject theStream)
+    {
+        if (itsDataSet == nullptr)
+        {
+            Fail("Native NDecompressor::decodeOrtho: null DICOMDataObject supplied");
+        }
+        else if (LoadDemoFile())
+        {
+            Decode(theStream);
+        }
+        if (itsCall.HasSucceeded())
+        {
+            itsCall.Decompress(1, [this] { PutIntoDataSet(); });
+        }
+    }
+
+private:
+    void Fail(const RWCString& theMessage) { itsCall.Fail(DLRC_DECODER_ERROR, theMessage); }
+    bool LoadDemoFile();
+    void Decode(jobject theStream);
+    void PutIntoDataSet();
+    RWCString GetCompression() const;
+    void DescribePixels(const MVRFactory& theFactory, const Renderable& theImage);
+    void RefuseMultiFrame();
+
+    DecodeCall& itsCall;
+    const StreamDecode::Arguments& itsArguments;
+    bool itsLossless; ///< as the caller said, whatever the image type
+    DICOMDataObject* itsDataSet;
+};
+
+bool OrthoDecode::LoadDemoFile()
+{
+    if (itsArguments.itsDemoFile.empty())
+    {
+        return true;
+    }
+    DLResultCode aCode = DLRC_SUCCESS;
+    int aSystemErrorCode = 0;
+    if (itsDataSet->LoadFromFile(itsArguments.itsDemoFile, aCode, aSystemErrorCode, DICOMTags::PixelData))
+    {
+        return true;
+    }
+    itsCall.Fail(aCode,
+                 "Native NDecompressor::decodeOrtho: failed to load .demo file " + itsArguments.itsDemoFile);
+    itsCall.GetResult().setSystemErrorCode(aSystemErrorCode);
+    return false;
+}
+
+void OrthoDecode::Decode(jobject theStream)
+{
+    JavaSeekableInputStream aStream(itsCall.GetEnv(), theStream);
+    if (!StreamDecode::IsPart10(itsArguments.itsImageType) &&
+        !StreamDecode::IsBareImage(itsArguments.itsImageType))
+    {
+        itsCall.FailWithInvalidType();
+        return;
+    }
+    bool aReturned = false;
+    itsCall.Decompress(1,
+                       [&]
+                       {
+                           StreamDecode(aStream, itsArguments).Run(itsCall.GetResult());
+                           aReturned = true;
+                       });
+    if (aReturned && itsCall.GetResult().getRenderable() == nullptr)
+    {
+        // Deliberately in place of what the decompressor said: callers look for this text.
+        Fail(theDecodeBytes + "Decompressor returned null Renderable");
+    }
+}
+
+RWCString OrthoDecode::GetCompression() const
+{
+    // Deliberately whatever the lossless argument says.
+    if (itsArguments.itsImageType == IMAGE_TYPE_JPEG)
+    {
+        return "JPG";
+    }
+    if (itsArguments.itsImageType == IMAGE_TYPE_JPEG2000)
+    {
+        return "JP2";
+    }
+    RWCString aUID;
+    itsDataSet->GetString(DICOMTags::TransferSyntaxUID, aUID);
+    if (aUID == TransferSyntaxType::TSJPEG50UID || aUID == TransferSyntaxType::TSJPEG51UID)
+    {
+        return "JPG";
+    }
+    return aUID == TransferSyntaxType::TSJPEG2KUID && !itsLossless ? "JP2" : "";
+}
+
+void OrthoDecode::PutIntoDataSet()
+{
+    Renderable& anImage = *itsCall.GetResult().getRenderable();
+    itsDataSet->RemoveVR(DICOMTags::PixelData);
+    MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
+                        VR::GetDefaultMemoryAllocater());
+    // The element states the byte order that its bytes really have, so that no step turns them round:
+    // writing converts.
+    std::unique_ptr<BufferVR> aPixels = aFactory.CreatePixelData(
+        anImage.getPixelData(), anImage.getPixelDataSize(), VR::TYPE_OW,
+        anImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER : DLEndian::BIG_ENDIAN_ORDER);
+    if (!DecompressionLibUtils::FixupDICOMObjectFromRenderable(itsDataSet, &anImage, aFactory, aPixels.get(),
+                                                               GetCompression(), !itsLossless,
+                                                               itsCall.GetResult()))
+    {
+        Fail(theDecodeToMemory + "the data set could not be brought in line with the decoded image");
+        return;
+    }
+    DescribePixels(aFactory, anImage);
+    static_cast<void>(anImage.takePixelData()); // the element owns the pixels now
+    aPixels->TakeOwnership(anImage.getMemoryAllocator());
+    if (!itsDataSet->AddVR(std::move(aPixels)))
+    {
+        itsCall.Fail(DLRC_DECODING_INTERRUPTED, theDecodeToMemory + "push pixel data into DDO failed");
+        return;
+    }
+    RefuseMultiFrame();
+}
+
+/// What the fix-up leaves alone but a reader of the pixels needs: a conversion to 8-bit RGB changes the
+/// width of samples, and a bare codestream may come with no description at all.
+void OrthoDecode::DescribePixels(const MVRFactory& theFactory, const Renderable& theImage)
+{
+    const auto aSet = [&](DICOMTag theTag, int theValue)
+    {
+        if (theValue < 0 || theValue > std::numeric_limits<std::uint16_t>::max())
+        {
+            throw DLRuntimeException("the image does not fit a DICOM data set");
+        }
+        std::uint16_t aPresent = 0;
+        if (!itsDataSet->GetUnsignedShort(theTag, aPresent) || aPresent != theValue)
+        {
+            itsDataSet->ReplaceVR(
+                theFactory.CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
+        }
+    };
+    aSet(DICOMTags::SamplesPerPixel, theImage.getSamplesPerPixel());
+    aSet(DICOMTags::Rows, theImage.getRows());
+    aSet(DICOMTags::Columns, theImage.getColumns());
+    aSet(DICOMTags::BitsAllocated, theImage.getBitsAllocated());
+    aSet(DICOMTags::PixelRepresentation, theImage.isSigned() ? 1 : 0);
+}
+
+void OrthoDecode::RefuseMultiFrame()
+{
+    RWCString aFrameCount = "1";
+    if (StreamDecode::IsPart10(itsArguments.itsImageType) &&
+        itsDataSet->GetString(DICOMTags::NumberOfFrames, aFrameCount) &&
+        std::max(std::atoi(aFrameCount.c_str()), 1) != 1)
+    {
+        // Deliberately not before the first frame is in the data set.
+        itsCall.Fail(DLRC_GENERAL_FAILURE, theDecodeBytes + "multiframe images not supported");
+    }
+}
+} // namespace
+
+extern "C" JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompressor_decodeOrtho(
+    JNIEnv* theEnv, jobject, jobject theStream, jint theImageType, jboolean theLossless, jlong theDataSet,
+    jstring theDemoFile, jint theScaleFactor, jobject theResult)
+{
+    return NativeBoundary::Guard<jboolean>(
+        JNI_FALSE,
+        [&]
+        {
+            DecodeCall aCall(*theEnv, theResult, "decodeOrtho", "decodeToMemory");
+            return aCall.Run(
+                [&]
+                {
+                    const bool aLossless = theLossless != JNI_FALSE;
+                    const EncodedString aPath(*theEnv, theDemoFile, EncodedString::CODE_PAGE_ISO_8859_1);
+                    const StreamDecode::Arguments anArguments{
+                        theImageType,
+                        theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS || aLossless,
+                        NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
+                        aPath.GetString(),
+                        true,
+                        theScaleFactor,
+                        0};
+                    OrthoDecode(aCall, anArguments, aLossless).Run(theStream);
+                });
+        });
+}

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "jni/natives/detail/StreamDecode.h"
+
+#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/FileToRenderableDecompressor.h"
+#include "image/VMMemoryAllocator.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/io/InputStream.h"
+
+bool StreamDecode::IsBareImage(jint theImageType)
+{
+    return theImageType == IMAGE_TYPE_JPEG || theImageType == IMAGE_TYPE_JPEG2000 ||
+           theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS;
+}
+
+bool StreamDecode::IsPart10(jint theImageType)
+{
+    return theImageType == IMAGE_TYPE_DICOM_PART10;
+}
+
+const RWCString& StreamDecode::GetTransferSyntaxUID(jint theImageType, bool theLossless)
+{
+    if (theImageType == IMAGE_TYPE_JPEG)
+    {
+        return TransferSyntaxType::TSJPEG50UID;
+    }
+    return theLossless ? TransferSyntaxType::TSJPEG2KLosslessUID : TransferSyntaxType::TSJPEG2KUID;
+}
+
+StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)
+    : itsStream(theStream), itsSource(theStream)
+{
+    if (IsPart10(theArguments.itsImageType))
+    {
+        itsRequest = std::make_unique<DecompressionRequest>(
+            &itsStream, theArguments.itsDataSet, theArguments.itsDemoFile, theArguments.itsLoadDemoInfoFlag,
+            theArguments.itsScaleFactor, theArguments.itsFrameIndex, "", false);
+        itsDecompressor =
+            std::make_unique<DICOMPart10StreamDecompressor>(VMMemoryAllocator::itsDefaultInstance);
+        return;
+    }
+    itsRequest = std::make_unique<DecompressionRequest>(
+        &itsSource, theArguments.itsDataSet, theArguments.itsDemoFile, theArguments.itsLoadDemoInfoFlag,
+        theArguments.itsScaleFactor, 0,
+        GetTransferSyntaxUID(theArguments.itsImageType, theArguments.itsLossless), false);
+    itsDecompressor =
+        std::make_unique<CompressedImageStreamDecompressor>(VMMemoryAllocator::itsDefaultInstance);
+}
+
+StreamDecode::~StreamDecode() = default;
+
+void StreamDecode::Run(DecompressionResult& theResult)
+{
+    itsRequest->setSourceLength(static_cast<std::uint32_t>(itsStream.Length()));
+    itsDecompressor->Decompress(*itsRequest, theResult);
+}

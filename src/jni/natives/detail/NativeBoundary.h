@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "jni/streams/detail/JavaAccess.h"
+
+/// The border between Java and native code.
+class NativeBoundary
+{
+public:
+    NativeBoundary() = delete;
+
+    /// Executes theBody; no C++ exception gets past this point: theFallback is answered instead.
+    template <class Result, class Body>
+    static Result Guard(Result theFallback, const Body& theBody) noexcept
+    {
+        try
+        {
+            return theBody();
+        }
+        catch (...)
+        {
+            return theFallback;
+        }
+    }
+
+    /// The native object behind Java's handle; null for 0.
+    template <class Native>
+    static Native* FromHandle(jlong theHandle)
+    {
+        return reinterpret_cast<Native*>(static_cast<std::intptr_t>(theHandle));
+    }
+
+    static jlong ToHandle(const void* theObject)
+    {
+        return static_cast<jlong>(reinterpret_cast<std::intptr_t>(theObject));
+    }
+};

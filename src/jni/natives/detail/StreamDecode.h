@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <jni.h>
+
+#include "codecs/InputStreamAdapter.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/StreamDecompressor.h"
+
+/// One image of a seekable stream on its way through the decompressor for its image type. Stream and data
+/// set are borrowed.
+class StreamDecode
+{
+public:
+    struct Arguments
+    {
+        jint itsImageType;
+        bool itsLossless; ///< which transfer syntax a JPEG 2000 codestream gets
+        DICOMDataObject* itsDataSet;
+        RWCString itsDemoFile;
+        bool itsLoadDemoInfoFlag;
+        jint itsScaleFactor;
+        jint itsFrameIndex; ///< of a Part 10 stream
+    };
+
+    /// Image types are Java's; any number may come in.
+    static bool IsBareImage(jint theImageType);
+    static bool IsPart10(jint theImageType);
+
+    static const RWCString& GetTransferSyntaxUID(jint theImageType, bool theLossless);
+
+    /// The image type must be one of the above.
+    StreamDecode(InputStream& theStream, const Arguments& theArguments);
+    ~StreamDecode();
+
+    /// Asks the stream for its length, which may throw, and decompresses.
+    void Run(DecompressionResult& theResult);
+
+private:
+    InputStream& itsStream;
+    InputStreamAdapter itsSource;
+    std::unique_ptr<DecompressionRequest> itsRequest;
+    std::unique_ptr<StreamDecompressor> itsDecompressor;
+};

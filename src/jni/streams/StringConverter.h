@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "jni/streams/JNIForward.h"
+#include "toolkit/base/Export.h"
+#include "toolkit/base/RWCString.h"
+
+/// Makes Java strings.
+class QUORIX_API StringConverter
+{
+public:
+    StringConverter() = delete;
+
+    /// Every byte becomes the character of its number. A local reference, or null, with no Java exception
+    /// pending, when there is no memory.
+    static jstring latin1ToJString(JNIEnv& theEnv, const RWCString& theText);
+};

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/DecompressionRequest.h"
+
+#include "jni/FakeJavaStream.h"
+#include "jni/streams/EncodedString.h"
+#include "toolkit/io/InputStream.h"
+
+namespace
+{
+constexpr const char* theFields[] = {"itsInputStreamLcom/quorix/io/SeekableInputStream;",
+                                     "itsCompressedSourceLcom/quorix/util/InputBufferQueue;",
+                                     "itsDICOMDataObjectJ",
+                                     "itsDemoFileLjava/lang/String;",
+                                     "itsLoadDemoInfoFlagZ",
+                                     "itsScaleFactorI",
+                                     "itsFrameIndexI",
+                                     "itsTransferSyntaxUIDLjava/lang/String;"};
+
+class JavaRequestTest : public testing::Test
+{
+protected:
+    JavaRequestTest()
+    {
+        for (const char* aField : theFields)
+        {
+            Declare(aField);
+        }
+    }
+
+    void Declare(const std::string& theField)
+    {
+        itsJava.AddClass("Request").itsFields[theField];
+        itsRequest.itsFields[theField];
+    }
+
+    void FillAll()
+    {
+        itsRequest.itsFields[theFields[0]] = &itsStream.itsObject;
+        itsRequest.itsFields[theFields[2]] = jlong{0x7000};
+        itsRequest.itsFields[theFields[3]] = &itsJava.NewText(u"/\u00e9\u20ac\U0001f600\xd800x");
+        itsRequest.itsFields[theFields[4]] = jlong{1};
+        itsRequest.itsFields[theFields[5]] = jlong{0};
+        itsRequest.itsFields[theFields[6]] = jlong{-1};
+        itsRequest.itsFields[theFields[7]] = &itsJava.NewText(u"1.2.3");
+    }
+
+    FakeJava itsJava;
+    FakeJavaStream itsStream{itsJava, 77};
+    FakeJava::Object& itsRequest = itsJava.New("Request");
+    jobject itsLocal = itsJava.NewLocal(&itsRequest);
+};
+
+TEST_F(JavaRequestTest, TakesEveryField)
+{
+    FillAll();
+    {
+        const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
+        ASSERT_NE(aRequest.getInputStream(), nullptr);
+        EXPECT_EQ(aRequest.getInputStream()->Length(), 77);
+        EXPECT_EQ(aRequest.getCompressedSource(), nullptr);
+        EXPECT_EQ(aRequest.getDICOMDataObject(), reinterpret_cast<DICOMDataObject*>(0x7000));
+        EXPECT_EQ(aRequest.getDemoFile(), "/\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80?x");
+        EXPECT_TRUE(aRequest.getLoadDemoInfoFlag());
+        EXPECT_EQ(aRequest.getScaleFactor(), 0) << "0 is not replaced by the default";
+        EXPECT_EQ(aRequest.getFrameIndex(), -1);
+        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "1.2.3");
+        EXPECT_FALSE(aRequest.isV5ConvertPixelsToUnsigned());
+        EXPECT_EQ(aRequest.getSourceLength(), 0u);
+    }
+    EXPECT_EQ(itsJava.GetGlobalCount(), 0u);
+    EXPECT_EQ(itsJava.GetLocalCount(), 1u);
+}
+
+TEST_F(JavaRequestTest, TakesAQueueInPlaceOfAStream)
+{
+    itsRequest.itsFields[theFields[1]] = &itsJava.New("Queue");
+    itsRequest.itsFields[theFields[4]] = jlong{2};
+    testing::internal::CaptureStdout(); // the queue has no methods
+    const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(aRequest.getInputStream(), nullptr);
+    EXPECT_NE(aRequest.getCompressedSource(), nullptr);
+    EXPECT_EQ(aRequest.getDemoFile(), "");
+    EXPECT_FALSE(aRequest.getLoadDemoInfoFlag()) << "only 1 is true";
+}
+
+TEST_F(JavaRequestTest, LeavesTheExceptionOfAMissingFieldToTheCaller)
+{
+    const auto theFieldCount = std::size(theFields);
+    FillAll();
+    for (std::size_t i = 0; i < theFieldCount; ++i)
+    {
+        itsJava.AddClass("Request").itsFields.erase(theFields[i]);
+        const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
+        EXPECT_NE(itsJava.GetPending(), nullptr) << theFields[i];
+        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "") << theFields[i];
+        EXPECT_EQ(aRequest.getInputStream() != nullptr, i > 0) << theFields[i];
+        EXPECT_EQ(aRequest.getFrameIndex(), i > 6 ? -1 : 0) << theFields[i];
+        itsJava.ClearPending();
+        itsJava.AddClass("Request").itsFields[theFields[i]];
+    }
+}
+
+TEST(EncodedStringTest, KnowsTwoCodePages)
+{
+    struct Row
+    {
+        std::u16string itsText;
+        const char* itsLatin1;
+        const char* itsUTF8;
+    };
+    const Row theRows[] = {
+        {u"", "", ""},
+        {u"plain", "plain", "plain"},
+        {u"\u007f\u0080\u00ff\u0100", "\x7f\x80\xff?", "\x7f\xc2\x80\xc3\xbf\xc4\x80"},
+        {u"\u07ff\u0800\uffff", "???", "\xdf\xbf\xe0\xa0\x80\xef\xbf\xbf"},
+        {u"\U00010000\U0010ffff", "??", "\xf0\x90\x80\x80\xf4\x8f\xbf\xbf"},
+        {u"\xdc00\xd800", "??", "??"},
+        {u"\xd800\xd800\xdc00", "??", "?\xf0\x90\x80\x80"},
+        {u"\xd800z", "?z", "?z"},
+    };
+    for (const Row& aRow : theRows)
+    {
+        EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_ISO_8859_1), aRow.itsLatin1);
+        EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_UTF_8), aRow.itsUTF8);
+    }
+}
+} // namespace
