@@ -9,10 +9,15 @@
 #include "image/VMMemoryAllocator.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
-void UnwrittenPixels::Blank(Renderable& theRenderable, const RWCString& theTransferSyntaxUID)
+bool UnwrittenPixels::MayLeaveSamples(const RWCString& theTransferSyntaxUID)
 {
     // Only RLE: a segment that ends early is no error and leaves the rest of its byte plane as it was.
-    if (theTransferSyntaxUID != TransferSyntaxType::TSRLEUID || theRenderable.getPixelData() == nullptr)
+    return theTransferSyntaxUID == TransferSyntaxType::TSRLEUID;
+}
+
+void UnwrittenPixels::Blank(Renderable& theRenderable, const RWCString& theTransferSyntaxUID)
+{
+    if (!MayLeaveSamples(theTransferSyntaxUID) || theRenderable.getPixelData() == nullptr)
     {
         return;
     }

@@ -12,6 +12,9 @@ class QUORIX_API UnwrittenPixels
 public:
     UnwrittenPixels() = delete;
 
+    /// Whether the codec of the transfer syntax may leave samples unwritten without an error.
+    static bool MayLeaveSamples(const RWCString& theTransferSyntaxUID);
+
     /// To be called between allocation and decoding: sets the pixel buffer to zeros where the codec of the
     /// transfer syntax may leave samples unwritten without an error and the allocator may deliver used
     /// memory.

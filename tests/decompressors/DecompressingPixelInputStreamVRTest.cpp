@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/DecompressingPixelInputStreamVR.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "decompressors/DecompressorRuns.h"
+#include "decompressors/detail/Part10FrontEnd.h"
+#include "support/EncapsulatedBytes.h"
+#include "support/RecordingInputStream.h"
+#include "support/RleEncoder.h"
+#include "support/SampleTable.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/MVRFactory.h"
+#include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
+#include "toolkit/dicom/TransferSyntaxManager.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+using EncapsulatedBytes::operator+;
+
+/// RLE frames of 8-bit grey behind a pixel-data element, with the data set that describes them.
+class Fixture
+{
+public:
+    explicit Fixture(int theFrames, int theRows = 3, int theColumns = 3)
+        : itsFrameSize(static_cast<std::size_t>(theRows * theColumns))
+    {
+        for (int aFrame = 0; aFrame < theFrames; ++aFrame)
+        {
+            Bytes aPixels(itsFrameSize);
+            for (std::size_t i = 0; i < itsFrameSize; ++i)
+            {
+                aPixels[i] = static_cast<std::uint8_t>(16 * aFrame + static_cast<int>(i) + 1);
+            }
+            itsValue = itsValue + aPixels;
+            itsFrames.push_back(RleEncoder::Encode(aPixels, 1, 1, static_cast<std::size_t>(theColumns)));
+        }
+        itsValue.resize(itsValue.size() + itsValue.size() % 2);
+        Put(DICOMTags::Rows, theRows);
+        Put(DICOMTags::Columns, theColumns);
+        Put(DICOMTags::BitsAllocated, 8);
+        Put(DICOMTags::BitsStored, 8);
+        Put(DICOMTags::HighBit, 7);
+        Put(DICOMTags::PixelRepresentation, 0);
+        Put(DICOMTags::SamplesPerPixel, 1);
+        PutString(DICOMTags::PhotometricInterpretation, "MONOCHROME2");
+        PutString(DICOMTags::NumberOfFrames, std::to_string(theFrames));
+    }
+
+    void Put(DICOMTag theTag, int theValue)
+    {
+        itsDataSet.ReplaceVR(itsFactory.CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
+    }
+
+    void PutString(DICOMTag theTag, const std::string& theValue)
+    {
+        itsDataSet.ReplaceVR(itsFactory.CreateString(theTag, theValue));
+    }
+
+    PixelDataFragmentInputStreamVR* MakeFragments(bool theCanSeek = true)
+    {
+        Bytes aBytes = EncapsulatedBytes::Table({});
+        for (const Bytes& aFrame : itsFrames)
+        {
+            aBytes = aBytes + EncapsulatedBytes::Item(aFrame);
+        }
+        return new PixelDataFragmentInputStreamVR(
+            std::make_unique<RecordingInputStream>(aBytes + EncapsulatedBytes::Delimiter(),
+                                                   RecordingInputStream::Manner{.itsCanSeek = theCanSeek},
+                                                   itsRecord),
+            {}, {});
+    }
+
+    std::unique_ptr<DecompressingPixelInputStreamVR> Make(bool theCanSeek = true)
+    {
+        return std::make_unique<DecompressingPixelInputStreamVR>(itsDataSet, itsSyntax,
+                                                                 MakeFragments(theCanSeek), itsAllocator);
+    }
+
+    std::size_t itsFrameSize;
+    std::vector<Bytes> itsFrames;
+    Bytes itsValue; ///< what reads as the whole
+    DICOMDataObject itsDataSet;
+    CountingAllocator itsAllocator;
+    const TransferSyntaxType& itsSyntax =
+        *TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(TransferSyntaxType::TSRLEUID);
+    RecordingInputStream::Record itsRecord;
+
+private:
+    MVRFactory itsFactory{itsDataSet.GetDataDictionary(), itsDataSet.GetEndian(), itsAllocator};
+};
+
+Bytes ReadAll(InputStream& theStream, std::size_t theStep)
+{
+    Bytes aBytes;
+    for (;;)
+    {
+        const std::size_t aStart = aBytes.size();
+        aBytes.resize(aStart + theStep);
+        const std::size_t aCount = theStream.Read(aBytes.data() + aStart, theStep);
+        aBytes.resize(aStart + aCount);
+        if (aCount == 0)
+        {
+            return aBytes;
+        }
+    }
+}
+
+void ExpectThrow(const std::function<void()>& theCall, int theCode, const std::string& theText)
+{
+    SCOPED_TRACE(theText);
+    try
+    {
+        theCall();
+        ADD_FAILURE() << "nothing was thrown";
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_EQ(anException.GetResultCode(), theCode);
+        EXPECT_EQ(RWCString(anException.what()), theText);
+    }
+}
+
+const char* const theInvalidText =
+    "DecompressingPixelInputStreamVR::Read(uchar_t* theBuffer, size_t theLength): Invalid object - missing "
+    "required DICOM data elements were encountered during construction or an error occured while "
+    "decompressing the first frame: ";
+} // namespace
+
+TEST(DecompressingPixelInputStreamVR, ReadsAsTheFramesOneAfterAnother)
+{
+    for (const int aFrames : {1, 2, 3})
+    {
+        for (const std::size_t aStep : {1u, 4u, 9u, 1000u})
+        {
+            for (const bool aCanSeek : {true, false})
+            {
+                SCOPED_TRACE(std::to_string(aFrames) + " frames, " + std::to_string(aStep) + " bytes a read");
+                Fixture aFixture(aFrames);
+                const auto aStream = aFixture.Make(aCanSeek);
+                ASSERT_TRUE(aStream->IsValid());
+                EXPECT_EQ(aStream->GetLength(), aFixture.itsValue.size());
+                EXPECT_EQ(aStream->GetTypeCode(), 20290);
+                EXPECT_EQ(aStream->GetCurrentFrameIndex(), 0);
+                EXPECT_EQ(ReadAll(*aStream, aStep), aFixture.itsValue);
+                EXPECT_EQ(aStream->GetCurrentFrameIndex(), aFrames - 1);
+                EXPECT_FALSE(aStream->HasMoreData());
+                EXPECT_EQ(aStream->GetStreamPosition(), aFixture.itsValue.size());
+                EXPECT_EQ(aFixture.itsAllocator.GetSizes(),
+                          std::vector<std::uint64_t>{aFixture.itsFrameSize});
+            }
+        }
+    }
+}
+
+TEST(DecompressingPixelInputStreamVR, SkipsAndCopies)
+{
+    Fixture aFixture(3);
+    {
+        const auto aStream = aFixture.Make();
+        EXPECT_EQ(aStream->Skip(10), 10u);
+        EXPECT_EQ(aStream->GetBytesAvailable(), aFixture.itsValue.size() - 10);
+        DecompressingPixelInputStreamVR aCopy(*aStream);
+        const Bytes aRest(aFixture.itsValue.begin() + 10, aFixture.itsValue.end());
+        EXPECT_EQ(ReadAll(*aStream, 5), aRest);
+        EXPECT_EQ(ReadAll(aCopy, 7), aRest) << "a copy reads on by itself where the source can be sought";
+        EXPECT_EQ(aCopy.Skip(1), 0u);
+    }
+    EXPECT_EQ(aFixture.itsAllocator.GetLiveBlocks(), 0u);
+}
+
+TEST(DecompressingPixelInputStreamVR, GivesTheWholeValueOnce)
+{
+    Fixture aFixture(3);
+    const auto aStream = aFixture.Make();
+    const std::unique_ptr<VR> aValue = aStream->GetVR();
+    EXPECT_EQ(aValue->GetTag(), DICOMTags::PixelData);
+    EXPECT_EQ(aValue->GetTypeCode(), VR::TYPE_OB);
+    const auto* const aData = static_cast<const std::uint8_t*>(aValue->GetData());
+    EXPECT_EQ(Bytes(aData, aData + aValue->GetLength()), aFixture.itsValue);
+    ExpectThrow([&] { aStream->GetVR(); }, 6,
+                "DecompressingPixelInputStreamVR::GetVR(): Data partially read from stream already");
+
+    aFixture.PutString(DICOMTags::NumberOfFrames, "5");
+    const auto aShort = aFixture.Make();
+    ExpectThrow([&] { aShort->GetVR(); }, 37,
+                "DecompressingPixelInputStreamVR::GetVR(): the frames end after 27 of 46 bytes");
+}
+
+TEST(DecompressingPixelInputStreamVR, RefusesWhatItCannotDo)
+{
+    Fixture aFixture(1);
+    const auto aStream = aFixture.Make();
+    const std::uint8_t aByte = 0;
+    ExpectThrow([&] { aStream->Seek(0); }, 12,
+                "DecompressingPixelInputStreamVR does not support Seek(size_t thePosition)");
+    ExpectThrow([&] { aStream->Pushback(&aByte, 1); }, 12,
+                "DecompressingPixelInputStreamVR does not support Pushback(uchar_t* theBuffer, size_t "
+                "theLength)");
+    ExpectThrow([&] { *aStream = *aFixture.Make(); }, 6,
+                "DecompressingPixelInputStreamVR::operator=(): assignment not supported");
+}
+
+TEST(DecompressingPixelInputStreamVR, TellsAtTheFirstReadWhyItIsInvalid)
+{
+    Fixture aFixture(1);
+    aFixture.itsDataSet.RemoveVR(DICOMTags::Rows);
+    aFixture.itsDataSet.RemoveVR(DICOMTags::Columns);
+    const auto aStream = aFixture.Make();
+    EXPECT_FALSE(aStream->IsValid());
+    std::uint8_t aByte = 0;
+    const std::string aText =
+        std::string(theInvalidText) + "Missing DICOM data element Rows;Missing DICOM data element Columns;";
+    ExpectThrow([&] { aStream->Read(&aByte, 1); }, 44, aText);
+    ExpectThrow([&] { aStream->Skip(1); }, 44, aText);
+
+    Fixture aDamaged(1);
+    aDamaged.itsFrames[0][0] = 16; // more segments than there may be
+    testing::internal::CaptureStdout();
+    const auto anInvalid = aDamaged.Make();
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(anInvalid->IsValid());
+    try
+    {
+        anInvalid->Read(&aByte, 1);
+        ADD_FAILURE();
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_EQ(anException.GetResultCode(), 44);
+        EXPECT_EQ(RWCString(anException.what())
+                      .rfind(std::string(theInvalidText) + "Exception while decompressing first frame: ", 0),
+                  0u);
+    }
+}
+
+TEST(DecompressingPixelInputStreamVR, DeliversNothingOfAFrameThatFails)
+{
+    Fixture aFixture(3);
+    aFixture.itsFrames[1][0] = 16;
+    const auto aStream = aFixture.Make();
+    Bytes aBytes(9);
+    ASSERT_EQ(aStream->Read(aBytes.data(), 9), 9u);
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(aStream->Read(aBytes.data(), 1), StreamIOException);
+    ExpectThrow([&] { aStream->Read(aBytes.data(), 1); }, 6,
+                "DecompressingPixelInputStreamVR::DecompressNextFrame(): itsCurrentFrameIndex * "
+                "itsCurrentFrameBufferSize != GetLength() - itsRemainingLength:\nitsCurrentFrameIndex = "
+                "2\nitsCurrentFrameBufferSize = 9\nGetLength() = 28\nitsRemainingLength = 19\n");
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(aStream->GetStreamPosition(), 9u);
+}
+
+TEST(DecompressingPixelInputStreamVR, DoesNotShowAnEarlierFrameThroughAShortOne)
+{
+    Fixture aFixture(2);
+    aFixture.itsFrames[1] = RleEncoder::Frame({RleEncoder::PackBits(Bytes(4, 7))});
+    Bytes anExpected(aFixture.itsValue.begin(), aFixture.itsValue.begin() + 9);
+    anExpected = anExpected + Bytes(4, 7) + Bytes(5, 0);
+    EXPECT_EQ(ReadAll(*aFixture.Make(), 100), anExpected);
+}
+
+TEST(DecompressingPixelInputStreamVR, EndsWithTheLastFrameThatIsAnnounced)
+{
+    Fixture aFixture(5);
+    aFixture.PutString(DICOMTags::NumberOfFrames, "3");
+    Bytes anExpected(aFixture.itsValue.begin(), aFixture.itsValue.begin() + 27);
+    anExpected.push_back(0);
+    EXPECT_EQ(ReadAll(*aFixture.Make(), 5), anExpected);
+}
+
+TEST(DecompressingPixelInputStreamVR, DeliversWhatFramesDecodedOneByOneHave)
+{
+    if (SampleTable::GetFolder().empty())
+    {
+        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
+    }
+    for (const char* const aName : {"dicom/emri_small_RLE.dcm", "dicom/emri_small_jpeg_2k_lossless.dcm",
+                                    "dicom/SC_rgb_rle_16bit_2frame.dcm", "dicom/US1_J2KI.dcm"})
+    {
+        SCOPED_TRACE(aName);
+        const Bytes aFile = SampleTable::ReadFile(aName);
+        MemoryInputStream aMemory(aFile.data(), aFile.size());
+        DecompressionRequest aRequest(&aMemory, nullptr, "", false, 1, 0, "", false);
+        DecompressionResult aResult;
+        CountingAllocator anAllocator;
+        Part10FrontEnd aFrontEnd(aRequest, anAllocator);
+        ASSERT_TRUE(aFrontEnd.Open(aResult)) << aResult.getMessage();
+        aFrontEnd.Parse();
+        DecompressingPixelInputStreamVR aStream(aFrontEnd.GetDataSet(), aFrontEnd.GetTransferSyntaxType(),
+                                                *aFrontEnd.GetPixelData()->GetPixelDataFragmentInputStream(),
+                                                anAllocator);
+        const Bytes aValue = ReadAll(aStream, 10000);
+        EXPECT_EQ(aValue.size(), aStream.GetLength());
+        Bytes anExpected;
+        for (int aFrame = 0; aFrame < aFrontEnd.GetAttributes().itsNumberOfFrames; ++aFrame)
+        {
+            DICOMDataObject aDataSet;
+            anExpected = anExpected + RunPart10(aFile, &aDataSet, {aFrame}).Pixels();
+        }
+        if (std::string(aName).find("16bit") == std::string::npos) // which comes reduced to 8 bits there
+        {
+            EXPECT_EQ(aValue, anExpected);
+        }
+        else
+        {
+            EXPECT_EQ(aValue.size(), 2 * anExpected.size());
+        }
+    }
+}
