@@ -10,6 +10,7 @@
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
@@ -144,6 +145,7 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
 {
     const int aSize = theCodec.GetDecompressedBufferSize();
     const std::uint64_t aTrueSize = theCodec.GetOutputSize();
+    Limits::CheckFrame(theCodec.GetImageHeight(), theCodec.GetImageWidth(), aTrueSize);
     // The size that the finished record will call for; it wraps where pixels × bits do not fit 31 bits.
     const std::uint64_t aRequired = Renderable::calculateRequiredBufferSize(
         static_cast<int>(theCodec.GetImageHeight()), static_cast<int>(theCodec.GetImageWidth()),

@@ -11,6 +11,7 @@
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "image/Renderable.h"
+#include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/BufferVR.h"
 #include "toolkit/dicom/DICOMDataObject.h"
@@ -154,6 +155,17 @@ bool DecompressingPixelInputStreamVR::SetSizes(int theRows, int theColumns, int 
 {
     itsCurrentFrameBufferSize = Renderable::calculateRequiredBufferSize(theRows, theColumns, theBitsAllocated,
                                                                         theSamplesPerPixel, Renderable::RGB);
+    try
+    {
+        Limits::CheckFrames(static_cast<std::uint64_t>(itsNumberOfFrames));
+        Limits::CheckFrame(static_cast<std::uint64_t>(theRows), static_cast<std::uint64_t>(theColumns),
+                           itsCurrentFrameBufferSize);
+    }
+    catch (const StreamIOException& anException)
+    {
+        itsErrorText += RWCString(anException.what()) + ";";
+        return false;
+    }
     constexpr std::uint64_t theMost = std::numeric_limits<std::int64_t>::max() - 1;
     if (itsCurrentFrameBufferSize > theMost / static_cast<std::uint64_t>(itsNumberOfFrames))
     {

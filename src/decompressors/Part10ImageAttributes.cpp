@@ -7,6 +7,7 @@
 
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
@@ -122,6 +123,7 @@ void Part10ImageAttributes::Read(const DICOMDataObject& theDataSet)
     itsPlanar = itsSamplesPerPixel == 3 && ReadPlanar(theDataSet, aReader);
     itsNumberOfFrames = ReadNumberOfFrames(theDataSet);
     aReader.ThrowIfMissing();
+    Limits::CheckFrames(static_cast<std::uint64_t>(itsNumberOfFrames));
 }
 
 void Part10ImageAttributes::ReadDecoded(const DICOMDataObject& theDataSet)
@@ -149,6 +151,7 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
     {
         throw BadAllocException(std::numeric_limits<std::uint64_t>::max());
     }
+    Limits::CheckFrame(static_cast<std::uint64_t>(itsRows), static_cast<std::uint64_t>(itsColumns), 0);
     if (aPixels > theLimit || aPixels * itsBitsAllocated > theLimit)
     {
         std::uint64_t aBytes = 0;
@@ -156,6 +159,8 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
                                                       static_cast<std::uint64_t>(itsBitsAllocated), &aBytes);
         throw BadAllocException(aTooLarge ? std::numeric_limits<std::uint64_t>::max() : aBytes);
     }
-    return Renderable::calculateRequiredBufferSize(itsRows, itsColumns, itsBitsAllocated, itsSamplesPerPixel,
-                                                   theInterpretation);
+    const std::uint64_t aSize = Renderable::calculateRequiredBufferSize(
+        itsRows, itsColumns, itsBitsAllocated, itsSamplesPerPixel, theInterpretation);
+    Limits::CheckFrame(0, 0, aSize);
+    return aSize;
 }

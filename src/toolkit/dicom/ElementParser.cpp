@@ -108,7 +108,10 @@ std::vector<std::uint8_t> ElementParser::ReadBytes(const ElementHeader& theHeade
     const std::size_t aLength = theHeader.itsLength;
     if (aLength > itsBytesLeft)
     {
-        Fail("too much memory would be needed for the value of element ", theHeader.itsTag);
+        const std::uint64_t aLimit = itsLimits.itsAttributeBytes;
+        Fail(Limits::Describe(aLimit - itsBytesLeft + aLength, "bytes of attribute values", aLimit) +
+                 ", with element ",
+             theHeader.itsTag);
     }
     std::size_t aCapacity = aLength;
     if (aLength > theSmallValue)
@@ -186,9 +189,11 @@ void ElementParser::PushSequence(std::vector<Frame>& theFrames, DcmSequenceOfIte
                                  const ElementHeader& theHeader) const
 {
     // A sequence and its item are a frame each, and one frame stands below all of them.
-    if (theFrames.size() >= 2 * MAXIMUM_DEPTH)
+    if (theFrames.size() / 2 >= itsLimits.itsNestedSequences)
     {
-        Fail("sequences are nested too deeply at element ", theHeader.itsTag);
+        Fail(Limits::Describe(theFrames.size() / 2 + 1, "nested sequences", itsLimits.itsNestedSequences) +
+                 ", at element ",
+             theHeader.itsTag);
     }
     Frame aFrame = theFrames.back();
     aFrame.itsSequence = &theSequence;

@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 
+#include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/MemoryInputStream.h"
@@ -144,12 +145,14 @@ private:
     void StartFramesAt(Predicate thePredicate);
     bool PeekCodestream();
 
+    void AddToIndex(const Fragment& theFragment);
     void AppendToMemory();
     void GatherRest();
 
     PixelDataFragmentInputStreamVR& itsFragments;
     const bool itsIsRLE;
     const std::uint64_t itsNumberOfFrames;
+    const std::uint64_t itsMostFragments = Limits::Get().itsFragments;
 
     Table itsTable = Table::UNDECIDED;
     std::uint64_t itsStreamFrame = 0; ///< next frame of a stream that cannot be sought and goes by a table
@@ -280,7 +283,7 @@ bool ImageFrameInputStream::Implementation::WalkTable(std::uint64_t theFrame)
             // A file cut short has what there is of the frame.
             return !itsIndex.empty() && (anEnd == theNoOffset || itsFragments.HasReachedStreamEnd());
         }
-        itsIndex.push_back({itsFragments.GetFragmentOffset(), itsFragments.GetFragmentLength(), false});
+        AddToIndex({itsFragments.GetFragmentOffset(), itsFragments.GetFragmentLength(), false});
         aNextOffset = itsFragments.GetNextOffset();
         if (aNextOffset > anEnd)
         {
@@ -340,7 +343,7 @@ bool ImageFrameInputStream::Implementation::CollectStreamFrame(std::uint64_t the
         const bool isMisplaced = aNextOffset > anEnd || (isFirst && anOffset != aStart);
         if (isFirst && !isMisplaced && aNextOffset == anEnd)
         {
-            itsIndex.push_back({anOffset, itsFragments.GetFragmentLength(), false});
+            AddToIndex({anOffset, itsFragments.GetFragmentLength(), false});
             return true;
         }
         itsFragmentsAreInMemory = true;
@@ -389,10 +392,21 @@ void ImageFrameInputStream::Implementation::BuildIndex()
         while (isAtFirst && itsFragments.NextFragment())
         {
             const std::uint64_t anOffset = itsFragments.GetFragmentOffset();
-            itsIndex.push_back({anOffset, itsFragments.GetFragmentLength(), PeekCodestream()});
+            AddToIndex({anOffset, itsFragments.GetFragmentLength(), PeekCodestream()});
         }
         DivideIndex();
     }
+}
+
+void ImageFrameInputStream::Implementation::AddToIndex(const Fragment& theFragment)
+{
+    if (itsIndex.size() >= itsMostFragments)
+    {
+        throw StreamIOException("ImageFrameInputStream: the pixel data is too large: " +
+                                    Limits::Describe(itsIndex.size() + 1, "fragments", itsMostFragments),
+                                DLRC_PARSE_ERROR, 0);
+    }
+    itsIndex.push_back(theFragment);
 }
 
 // Reads the first bytes of the fragment just reached.
@@ -473,8 +487,8 @@ void ImageFrameInputStream::Implementation::AppendToMemory()
         itsGathered.resize(anOldSize + aCount);
     } while (aCount > 0);
     const std::size_t aLength = itsGathered.size() - aStart;
-    itsIndex.push_back({aStart, static_cast<std::uint32_t>(aLength),
-                        BeginsCodestream(itsGathered.data() + aStart, aLength)});
+    AddToIndex({aStart, static_cast<std::uint32_t>(aLength),
+                BeginsCodestream(itsGathered.data() + aStart, aLength)});
 }
 
 // Takes all fragments that are left into memory, behind those of the first frame that are there already.

@@ -330,7 +330,8 @@ constexpr DICOMTag theItem{0xfffe, 0xe000};
 
 const NonsenseCase theNonsense[] = {
     {"huge value", Header({0x0009, 0x1001}, "OB", 0xfffffffe),
-     "DataSetReader::Next: too much memory would be needed for the value of element (0009,1001)"},
+     "DataSetReader::Next: 4294967294 bytes of attribute values, more than the limit of 1073741824, with "
+     "element (0009,1001)"},
     {"large value", Header({0x0009, 0x1001}, "OB", 0x3ffffffe),
      "DataSetReader::Next: the stream ends inside element (0009,1001)"},
     {"small value", Header({0x0028, 0x0010}, "US", 2, {1}),
@@ -407,9 +408,9 @@ TEST(DataSetReaderTest, DeepNestingIsRefused)
         return aBuilder.Build();
     };
     EXPECT_EQ("(no exception)", TextOfFailure(Nested(64)));
-    EXPECT_EQ("DataSetReader::Next: sequences are nested too deeply at element (0008,2112)",
+    EXPECT_EQ("DataSetReader::Next: 65 nested sequences, more than the limit of 64, at element (0008,2112)",
               TextOfFailure(Nested(65)));
-    EXPECT_EQ("DataSetReader::Next: sequences are nested too deeply at element (0008,2112)",
+    EXPECT_EQ("DataSetReader::Next: 65 nested sequences, more than the limit of 64, at element (0008,2112)",
               TextOfFailure(Nested(200000)));
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "toolkit/base/Limits.h"
 #include "toolkit/dicom/detail/ElementHeader.h"
 
 class DcmElement;
@@ -14,14 +15,12 @@ class DcmSequenceOfItems;
 /// Reads the values of elements, sequences with all their items included, from a stream.
 ///
 /// Lengths are checked against what surrounds them and against what the stream still has before memory
-/// is taken; nesting is followed with a stack of its own and ends at MAXIMUM_DEPTH sequences; the values
-/// of one data set take at most MAXIMUM_BYTES. Errors are StreamIOExceptions (code 38) that name the tag;
+/// is taken; nesting is followed with a stack of its own. How deep it may go and how much the values of one
+/// data set may take, Limits says. Errors are StreamIOExceptions (code 38) that name the tag;
 /// what the stream throws passes through. Internal to this room; not thread-safe.
 class ElementParser
 {
 public:
-    static constexpr std::size_t MAXIMUM_DEPTH = 64;
-    static constexpr std::uint64_t MAXIMUM_BYTES = std::uint64_t{1} << 30;
     static constexpr std::size_t MAXIMUM_ELEMENTS_OF_ITEM = 32768;
     static constexpr std::size_t MAXIMUM_ELEMENTS = std::size_t{4} << 20;
 
@@ -70,7 +69,8 @@ private:
     std::uint64_t EndOf(const ElementHeader& theHeader, std::uint64_t theOuterEnd) const;
 
     PeekableInputStream& itsStream;
-    std::uint64_t itsBytesLeft = MAXIMUM_BYTES;
+    const Limits itsLimits = Limits::Get();
+    std::uint64_t itsBytesLeft = itsLimits.itsAttributeBytes;
     std::size_t itsElementsLeft = MAXIMUM_ELEMENTS;
     std::size_t itsOutOfOrderLeft = MAXIMUM_OUT_OF_ORDER;
     bool itsSignedPixels = false;
