@@ -110,13 +110,19 @@ int LargestDifference(const Bytes& theRaw, const Bytes& theReference, int theByt
     return aLargest;
 }
 
-/// The tool that made the table lets images that begin at odd positions keep a row or a column too many at
-/// reduced resolutions, and fills it somehow.
-bool IsOneTooLarge(const SampleRow& theRow, const Renderable& theImage)
+/// Images that begin at odd positions: at reduced resolutions the tool that made the table lets them keep a
+/// row or a column too many, and fills it somehow. There is nothing to hold against these, nor against
+/// irreversible images at reduced resolutions: the conformance tests hold them against OpenJPEG's own decode,
+/// cut to the extent that the standard gives them.
+bool IsOneTooLarge(const std::string& theName, const SampleRow& theRow, const Renderable& theImage)
 {
+    constexpr const char* theOddImages[] = {"jpeg2000/b1_mono.j2c", "jpeg2000/b3_mono.j2c",
+                                            "jpeg2000/e2_colr.j2c", "jpeg2000/gray-33x29-off31-97.j2k",
+                                            "jpeg2000/p1_01.j2k"};
     const int aColumns = static_cast<int>(theRow.itsWidth) - theImage.getColumns();
     const int aRows = static_cast<int>(theRow.itsHeight) - theImage.getRows();
-    return aColumns >= 0 && aColumns <= 1 && aRows >= 0 && aRows <= 1 && aColumns + aRows > 0;
+    return std::find(std::begin(theOddImages), std::end(theOddImages), theName) != std::end(theOddImages) &&
+           aColumns >= 0 && aColumns <= 1 && aRows >= 0 && aRows <= 1 && aColumns + aRows > 0;
 }
 
 void CheckValues(const std::string& theName, const Renderable& theImage,
@@ -126,7 +132,7 @@ void CheckValues(const std::string& theName, const Renderable& theImage,
                                    [](const SampleRow& theRow)
                                    { return StartsWith(theRow.itsColourSpace, "codestream components"); });
     ASSERT_NE(aRow, theRows.end());
-    if (theIsReduced && IsOneTooLarge(*aRow, theImage))
+    if (theIsReduced && IsOneTooLarge(theName, *aRow, theImage))
     {
         return;
     }

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/ExceptionBase.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
@@ -153,16 +153,17 @@ TEST(Part10ImageAttributes, NoSizeWraps)
         std::int32_t itsColumns;
         std::int32_t itsBits;
         std::int32_t itsSamples;
-        std::uint64_t itsSize;      ///< 0: refused
-        const char* itsRefusedSize; ///< as the message names it
+        std::uint64_t itsSize;  ///< 0: refused
+        const char* itsRefusal; ///< part of the message
     };
     constexpr std::int32_t theMost = 2147483647;
     constexpr const char* theUnknown = "18446744073709551615";
     for (const Case& aCase :
          {Case{3, 5, 1, 1, 2, ""}, Case{3, 5, 12, 1, 23, ""}, Case{3, 5, 16, 3, 90, ""},
           Case{16384, 8191, 16, 1, 268402688, ""}, Case{16384, 8192, 16, 1, 0, "268435456"},
-          Case{65535, 65535, 8, 1, 0, "4294836224"}, Case{theMost, theMost, 8, 1, 0, "4611686014132420608"},
-          Case{theMost, theMost, 32767, 1, 0, theUnknown}, Case{-1, 5, 8, 1, 0, theUnknown},
+          Case{46340, 46340, 8, 1, 0, "2147395600"},
+          Case{65535, 65535, 8, 1, 0, "65535 rows of 65535 pixels"},
+          Case{theMost, theMost, 32767, 1, 0, "rows of 2147483647 pixels"}, Case{-1, 5, 8, 1, 0, theUnknown},
           Case{3, -5, 8, 1, 0, theUnknown}, Case{3, 5, -8, 1, 0, theUnknown},
           Case{3, 5, 32768, 1, 0, theUnknown}, Case{3, 5, 8, -1, 0, theUnknown}})
     {
@@ -174,13 +175,13 @@ TEST(Part10ImageAttributes, NoSizeWraps)
         try
         {
             EXPECT_EQ(anAttributes.GetFrameSize(Renderable::RGB), aCase.itsSize);
-            EXPECT_NE(aCase.itsSize, 0u) << "should have been refused as " << aCase.itsRefusedSize;
+            EXPECT_NE(aCase.itsSize, 0u) << "should have been refused as " << aCase.itsRefusal;
         }
-        catch (const BadAllocException& anException)
+        catch (const ExceptionBase& anException)
         {
             EXPECT_EQ(aCase.itsSize, 0u) << anException.what();
-            EXPECT_EQ(anException.GetMessageText(),
-                      std::string("Memory allocation of ") + aCase.itsRefusedSize + " bytes failed");
+            EXPECT_NE(anException.GetMessageText().find(aCase.itsRefusal), RWCString::npos)
+                << anException.GetMessageText();
         }
     }
 }

@@ -20,8 +20,9 @@ struct QUORIX_API Limits
     /// Bytes of one decoded image.
     std::uint64_t itsBytesPerFrame = std::uint64_t{1} << 33;
 
-    /// Number of Frames.
-    std::uint64_t itsFrames = std::uint64_t{1} << 24;
+    /// Number of Frames. Whatever the attribute can hold: the frames that are there are decoded, however many
+    /// are announced.
+    std::uint64_t itsFrames = (std::uint64_t{1} << 31) - 1;
 
     /// Sequences inside sequences.
     std::uint64_t itsNestedSequences = 64;

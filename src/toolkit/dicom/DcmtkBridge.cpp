@@ -212,6 +212,18 @@ std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint1
     return anElement;
 }
 
+std::unique_ptr<DcmElement> DcmtkBridge::MakeText(DICOMTag theTag, std::uint16_t theTypeCode,
+                                                  const RWCString& theText)
+{
+    RWCString aPadded = theText;
+    if (aPadded.size() % 2 != 0)
+    {
+        // Left to itself DCMTK pads bytes with a NUL, which only UI has (PS3.5 6.2).
+        aPadded += theTypeCode == VR::MakeTypeCode('U', 'I') ? '\0' : ' ';
+    }
+    return MakeElement(theTag, theTypeCode, DLEndian::LITTLE_ENDIAN_ORDER, aPadded.data(), aPadded.size());
+}
+
 std::unique_ptr<DcmElement> DcmtkBridge::MakeSequence(DICOMTag theTag)
 {
     SilenceLogging();

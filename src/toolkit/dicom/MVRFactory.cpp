@@ -52,9 +52,7 @@ std::unique_ptr<VR> MVRFactory::CreateString(DICOMTag theTag, const RWCString& t
 std::unique_ptr<VR> MVRFactory::CreateString(DICOMTag theTag, std::uint16_t theTypeCode,
                                              const RWCString& theValue) const
 {
-    return std::make_unique<ElementVR>(
-        DcmtkBridge::MakeElement(theTag, theTypeCode, itsEndian, theValue.data(), theValue.size()),
-        itsEndian);
+    return std::make_unique<ElementVR>(DcmtkBridge::MakeText(theTag, theTypeCode, theValue), itsEndian);
 }
 
 std::unique_ptr<VR> MVRFactory::CreateUnsignedShort(DICOMTag theTag, std::uint16_t theValue) const

@@ -57,8 +57,7 @@ RWCString MakeUID()
 
 void AddText(DcmItem& theItem, DICOMTag theTag, std::uint16_t theTypeCode, const RWCString& theText)
 {
-    auto anElement = DcmtkBridge::MakeElement(theTag, theTypeCode, DLEndian::LITTLE_ENDIAN_ORDER,
-                                              theText.data(), theText.size());
+    auto anElement = DcmtkBridge::MakeText(theTag, theTypeCode, theText);
     if (theItem.insert(anElement.get(), OFTrue).good())
     {
         anElement.release(); // the item owns it now

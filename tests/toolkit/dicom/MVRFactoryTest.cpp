@@ -23,8 +23,14 @@ TEST_P(MVRFactoryStrings, TakeTheirTypeFromTheDictionary)
 {
     const MVRFactory aFactory(DataDictionary::GetDefaultInstance(), DLEndian::LITTLE_ENDIAN_ORDER,
                               VR::GetDefaultMemoryAllocater());
-    const auto aVR = aFactory.CreateString(GetParam().itsTag, "1");
+    auto aVR = aFactory.CreateString(GetParam().itsTag, "1");
     EXPECT_EQ(VR::MakeTypeCode(GetParam().itsVR[0], GetParam().itsVR[1]), aVR->GetTypeCode());
+    DICOMObject anObject;
+    anObject.ReplaceVR(std::move(aVR));
+    Bytes aBytes;
+    EXPECT_TRUE(anObject.GetBytes(GetParam().itsTag, aBytes));
+    const bool isUID = GetParam().itsTag == DICOMTags::SOPInstanceUID;
+    EXPECT_EQ(aBytes, (Bytes{'1', static_cast<std::uint8_t>(isUID ? 0 : ' ')}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Tags, MVRFactoryStrings,

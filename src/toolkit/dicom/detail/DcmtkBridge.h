@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "toolkit/base/RWCString.h"
 #include "toolkit/dicom/VR.h"
 
 class DcmElement;
@@ -33,6 +34,10 @@ public:
     static std::unique_ptr<DcmElement> MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
                                                    DLEndian::Endian theEndian, const void* theValue,
                                                    std::size_t theLength);
+
+    /// An element with text, padded to an even length as its type wants it.
+    static std::unique_ptr<DcmElement> MakeText(DICOMTag theTag, std::uint16_t theTypeCode,
+                                                const RWCString& theText);
 
     /// A sequence without items.
     static std::unique_ptr<DcmElement> MakeSequence(DICOMTag theTag);
