@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/JPEG2000Decoder.h"
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -146,22 +148,17 @@ TEST(JPEG2000Decoder, DecodesSignedAndUnsigned)
 TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
 {
     // Readers extend the sign from the highest bit stored: with 14 reported, bit 13 must be right.
-    struct Case
-    {
-        std::uint16_t itsReported;
-        int itsMask;
-    };
-    for (const Case& aCase :
-         {Case{10, 0xfff}, Case{12, 0xfff}, Case{14, 0x3fff}, Case{16, 0xffff}, Case{40, 0xffff}})
+    constexpr int theCases[][2] = {{10, 0xfff}, {14, 0x3fff}, {40, 0xffff}}; // bits reported, bits written
+    for (const auto& [aReported, aMask] : theCases)
     {
         DICOMDataObject aDataSet;
-        SetNumber(aDataSet, DICOMTags::BitsStored, aCase.itsReported);
+        SetNumber(aDataSet, DICOMTags::BitsStored, static_cast<std::uint16_t>(aReported));
         ByteSource aSource(Grey12());
         JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
         aCodec.SetSource(&aDataSet, aSource);
         EXPECT_EQ(ToWords(DecodeAll(aCodec)),
-                  GreyImage([&](int theValue) { return theValue & aCase.itsMask; }))
-            << aCase.itsReported;
+                  GreyImage([aBits = aMask](int theValue) { return theValue & aBits; }))
+            << aReported;
     }
 }
 
@@ -390,6 +387,27 @@ TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
     JPEG2000Decoder aCodec(1, Decoder::PET_FUSSY);
     aCodec.SetSource(nullptr, aSource);
     ExpectReport([&] { DecodeAll(aCodec); }, "JPEG2000Decoder::Decode: ", 1);
+}
+
+TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
+{
+    const Bytes anOddStream = Patch(Grey12(), theCapabilities, {0x80, 0x01});
+    const Bytes aCutStream(anOddStream.begin(), anOddStream.begin() + 20);
+    const RWCString thePrefix = "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: SIZ: the codestream ";
+    std::vector<std::thread> aThreads;
+    for (const bool isWarning : {true, false, true, false})
+    {
+        aThreads.emplace_back(
+            [&, isWarning]
+            {
+                for (int aRound = 0; aRound < 100; ++aRound)
+                {
+                    ExpectReport([&] { SetSource(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
+                                 thePrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
+                }
+            });
+    }
+    std::for_each(aThreads.begin(), aThreads.end(), [](std::thread& theThread) { theThread.join(); });
 }
 
 TEST(JPEG2000Decoder, LetsWhatTheSourceThrowsPass)

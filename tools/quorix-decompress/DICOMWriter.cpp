@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "OutputError.h"
-#include "ReducedSpacing.h"
+#include "ReducedDataSet.h"
 #include "SecondaryCapture.h"
 #include "decompressors/DecompressionResult.h"
 #include "pixels/DecompressionLibUtils.h"
@@ -130,7 +130,7 @@ void DICOMWriter::Save(const std::string& thePath)
     PrepareDataSet();
     DescribePixels();
     DICOMDataObject& aDataSet = *itsFirst.itsDataSet;
-    ReducedSpacing::Adapt(aDataSet, itsFirst.itsHalvings);
+    ReducedDataSet::Adapt(aDataSet, itsFirst.itsHalvings);
     aDataSet.ReplaceVR(FactoryFor(aDataSet).CreatePixelData(
         itsFrameCount == 1 ? anImage.getPixelData() : itsPixels.data(), aSize,
         anImage.getBitsAllocated() > 8 ? VR::TYPE_OW : VR::TYPE_OB,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "ReducedSpacing.h"
+#include "ReducedDataSet.h"
 
 #include <algorithm>
 #include <charconv>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "OutputError.h"
+#include "SecondaryCapture.h"
 #include "toolkit/dicom/MVRFactory.h"
 
 namespace
@@ -23,6 +24,8 @@ constexpr DICOMTag theSpacings[] = {
     {0x0070, 0x0101}, // Presentation Pixel Spacing
 };
 constexpr DICOMTag theUltrasoundRegions = {0x0018, 0x6011};
+constexpr DICOMTag theFirstShutter = {0x0018, 0x1600}; // shutters and collimators, in rows and columns
+constexpr DICOMTag theLastShutter = {0x0018, 0x1720};
 constexpr DICOMTag theSharedFunctionalGroups = {0x5200, 0x9229};
 constexpr DICOMTag theFunctionalGroupsOfFrames = {0x5200, 0x9230};
 
@@ -80,9 +83,47 @@ std::optional<std::string> Multiply(const std::string& theValues, double theFact
     }
     return aProducts + (aProducts.size() % 2 != 0 ? " " : ""); // decimal strings are padded with a blank
 }
+
+/// Whether the element speaks of pixels of the full image by their rows and columns.
+bool IsInPixels(DICOMTag theTag)
+{
+    const bool isOverlay = theTag.itsGroup >= 0x6000 && theTag.itsGroup <= 0x60ff;
+    return isOverlay || theTag == theUltrasoundRegions ||
+           (theTag >= theFirstShutter && theTag <= theLastShutter);
+}
+
+void AdaptSpacings(DICOMDataObject& theDataSet, const MVRFactory& theFactory, double theFactor)
+{
+    for (const DICOMTag aTag : theSpacings)
+    {
+        if (!theDataSet.Contains(aTag))
+        {
+            continue;
+        }
+        if (const auto aProducts = Multiply(ReadText(theDataSet, aTag), theFactor))
+        {
+            theDataSet.ReplaceVR(theFactory.CreateString(aTag, VR::MakeTypeCode('D', 'S'), *aProducts));
+        }
+        else
+        {
+            theDataSet.RemoveVR(aTag);
+        }
+    }
+}
+
+/// Another image than the full one: two of one identity would be taken for each other.
+void MakeDerived(DICOMDataObject& theDataSet, const MVRFactory& theFactory)
+{
+    RWCString aType;
+    theDataSet.GetString(DICOMTags::ImageType, aType);
+    const std::size_t aSecondValue = aType.find('\\');
+    aType = aSecondValue == RWCString::npos ? "DERIVED\\PRIMARY" : "DERIVED" + aType.substr(aSecondValue);
+    theDataSet.ReplaceVR(theFactory.CreateString(DICOMTags::ImageType, aType));
+    theDataSet.ReplaceVR(theFactory.CreateUID(DICOMTags::SOPInstanceUID, SecondaryCapture::MakeUID()));
+}
 } // namespace
 
-void ReducedSpacing::Adapt(DICOMDataObject& theDataSet, int theHalvings)
+void ReducedDataSet::Adapt(DICOMDataObject& theDataSet, int theHalvings)
 {
     if (theHalvings <= 0)
     {
@@ -93,22 +134,15 @@ void ReducedSpacing::Adapt(DICOMDataObject& theDataSet, int theHalvings)
         throw OutputError("a reduced image cannot be written: the pixel spacing in functional groups is not "
                           "adapted");
     }
-    theDataSet.RemoveVR(theUltrasoundRegions);
-    const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    for (const DICOMTag aTag : theSpacings)
+    for (const DICOMTag aTag : theDataSet.GetTags())
     {
-        if (!theDataSet.Contains(aTag))
-        {
-            continue;
-        }
-        if (const auto aProducts = Multiply(ReadText(theDataSet, aTag), std::ldexp(1.0, theHalvings)))
-        {
-            theDataSet.ReplaceVR(aFactory.CreateString(aTag, VR::MakeTypeCode('D', 'S'), *aProducts));
-        }
-        else
+        if (IsInPixels(aTag))
         {
             theDataSet.RemoveVR(aTag);
         }
     }
+    const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    AdaptSpacings(theDataSet, aFactory, std::ldexp(1.0, theHalvings));
+    MakeDerived(theDataSet, aFactory);
 }
