@@ -16,7 +16,7 @@ add_jar(quorix_java_tests
   SOURCES ${theTestSources}
   INCLUDE_JARS quorix_classes_jar ${theJUnitJars}
   OUTPUT_NAME quorix-java-tests)
-add_dependencies(quorix_java_tests quorix_jar)
+add_dependencies(quorix_java_tests quorix_jar quorix_examples_jar)
 get_target_property(theTestJar quorix_java_tests JAR_FILE)
 get_target_property(theExamplesJar quorix_examples_jar JAR_FILE)
 
@@ -51,7 +51,12 @@ endfunction()
 quorix_add_java_tests(java 300 "--scan-class-path=${theTestJar}"
   --exclude-package=com.quorix.bridge --exclude-tag=soak --exclude-tag=samples)
 quorix_add_java_tests(java_samples 600 "--scan-class-path=${theTestJar}" --include-tag=samples)
+set_tests_properties(java_samples PROPERTIES SKIP_REGULAR_EXPRESSION "no sample images at")
 quorix_add_java_tests(java_soak 1200 "--scan-class-path=${theTestJar}" --include-tag=soak)
+# With all of the Java heap touched beforehand and what is freed given back at once, the process grows only by
+# what is kept.
+set_tests_properties(java_soak PROPERTIES ENVIRONMENT
+  "LC_ALL=C.UTF-8;JDK_JAVA_OPTIONS=-Xms512m -XX:+AlwaysPreTouch;MALLOC_ARENA_MAX=1;MALLOC_TRIM_THRESHOLD_=131072")
 if(theTestSources MATCHES "/com/quorix/bridge/")
   quorix_add_java_tests(java_bridge 600 "--scan-class-path=${theTestJar}"
     --include-package=com.quorix.bridge --exclude-tag=soak --exclude-tag=samples)

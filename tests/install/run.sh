@@ -35,6 +35,14 @@ export PKG_CONFIG_PATH="$work/moved/lib/pkgconfig"
 LD_LIBRARY_PATH="$work/moved/lib" "$work/plain"
 echo "consumer through pkg-config: ok"
 
+# The jar brings its own copy of the library: a file that is no image gets the library's answer.
+if grep -q '^QUORIX_BUILD_JAVA:BOOL=ON' "$build/CMakeCache.txt"; then
+    answer=$(java -Djava.io.tmpdir="$work" -cp "$work/moved/share/java/quorix-decompression.jar" \
+        "$source/examples/java/DecodeToPng.java" "$source/README.md" "$work/none.png" 2>&1 || true)
+    grep -q 'DecompressionException: .*(code 38)' <<<"$answer" || { echo "the jar: $answer" >&2; exit 1; }
+    echo "jar: ok"
+fi
+
 # Every installed header stands alone, without the library's own include path or third-party headers.
 for header in $(cd "$work/moved/include/QuorixDecompLib" && find . -name '*.h'); do
     echo "#include \"${header#./}\"" | "$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only \

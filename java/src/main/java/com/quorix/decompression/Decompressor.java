@@ -13,8 +13,9 @@ import java.util.function.LongFunction;
 /**
  * Decodes compressed images: {@link NDecompressor} with exceptions instead of result codes.
  *
- * <p>Streams are closed by the call they are given to, queues have been emptied by it. A data set given in
- * the options is locked while the call runs. All methods may be called from any number of threads.
+ * <p>Streams are closed by the call they are given to, queues have been emptied by it; a call that refuses
+ * its options, a data set that is closed for instance, leaves them to the caller. A data set given in the
+ * options is locked while the call runs. All methods may be called from any number of threads.
  */
 public final class Decompressor {
     private static final int TYPE_BYTES = 8;
@@ -32,7 +33,9 @@ public final class Decompressor {
      * @throws IOException if the file cannot be read
      */
     public static Renderable decode(Path file, DecodeOptions options) throws IOException {
-        return decode(new FileSeekableInputStream(file), options);
+        try (FileSeekableInputStream in = new FileSeekableInputStream(file)) {
+            return decode(in, options);
+        }
     }
 
     /**
@@ -86,7 +89,9 @@ public final class Decompressor {
      */
     public static void decodeFrames(Path file, DecodeOptions options, FrameListener listener)
             throws IOException {
-        decodeFrames(new FileSeekableInputStream(file), options, listener);
+        try (FileSeekableInputStream in = new FileSeekableInputStream(file)) {
+            decodeFrames(in, options, listener);
+        }
     }
 
     /**

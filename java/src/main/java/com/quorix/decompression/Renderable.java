@@ -402,12 +402,12 @@ public class Renderable implements AutoCloseable {
         nativeSaveToFileLocked(handle(), path);
     }
 
-    /** {@return how long decoding or loading took in all} */
+    /** {@return how long decoding or loading took in all, in milliseconds} */
     public synchronized double getTotalTimeTakenToLoad() {
         return nativeGetTotalTimeTakenToLoad(handle());
     }
 
-    /** {@return how long reading the header took} */
+    /** {@return how long reading the header took, in milliseconds} */
     public synchronized double getTimeTakenToLoadHeader() {
         return nativeGetTimeTakenToLoadHeader(handle());
     }
@@ -644,6 +644,6 @@ public class Renderable implements AutoCloseable {
     private static native int nativeGetPitYbrIct();
     private static native int nativeGetPitYbrRct();
 
-    /** Bytes alive in the library's pixel allocator; for tests that look for leaks. */
+    /** Pixel buffers alive in the library's allocator, despite the name; for tests that look for leaks. */
     static native long nativeGetAllocatedBytes();
 }

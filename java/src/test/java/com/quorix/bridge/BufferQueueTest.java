@@ -14,12 +14,14 @@ import com.quorix.decompression.NDecompressor;
 import com.quorix.decompression.Renderable;
 import com.quorix.support.Compressed;
 import com.quorix.support.NativeMemory;
+import com.quorix.support.Places;
 import com.quorix.util.ByteArrayInputBuffer;
 import com.quorix.util.InputBuffer;
 import java.io.EOFException;
 import java.io.IOException;
 import java.io.InterruptedIOException;
 import java.net.SocketTimeoutException;
+import java.nio.file.Files;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -105,9 +107,25 @@ class BufferQueueTest {
     void anInterruptionIsACode(IOException interruption) {
         ScriptedQueue queue = new ScriptedQueue(Arrays.copyOf(jpeg(), 600), 200).endingWith(interruption);
         assertNull(decode(queue));
-        assertEquals(63, result.DLResultCode, result.Message);
-        assertTrue(result.Message.endsWith("Decoding interrupted"), result.Message);
+        assertEquals("63 Decoder exception: DecodingInterruptedException: DecodingInterruptedException: Decoding "
+                + "interrupted", result.DLResultCode + " " + result.Message);
         assertEquals("autoFlush true", queue.events.get(queue.events.size() - 1));
+    }
+
+    @ParameterizedTest
+    @ValueSource(ints = {4, 100, 3000, 7400})
+    void jpeg2000DecodingEndsTheSameWay(int bytes) throws Exception {
+        byte[] codestream = Files.readAllBytes(Places.samples().resolve("jpeg2000/gen_rev_u16_n_1.j2k"));
+        byte[] start = Arrays.copyOf(codestream, bytes);
+        assertNull(decompressor.decodeInputBufferQueueToMemory(new ScriptedQueue(start, 50).endingWith(
+                new InterruptedIOException("stop")), 0, NDecompressor.TYPE_JPEG2000, false, 1, result));
+        assertEquals("63 Decoder exception: DecodingInterruptedException: DecodingInterruptedException: Decoding "
+                + "interrupted", result.DLResultCode + " " + result.Message);
+        EOFException failure = new EOFException("gone");
+        assertSame(failure, assertThrows(Exception.class, () -> decompressor.decodeInputBufferQueueToMemory(
+                new ScriptedQueue(start, 50).endingWith(failure), 0, NDecompressor.TYPE_JPEG2000, false, 1, result)));
+        assertEquals(62, result.DLResultCode, result.Message);
+        NativeMemory.awaitAllocatedBlocks(0);
     }
 
     static Stream<Exception> failures() {
@@ -193,6 +211,11 @@ class BufferQueueTest {
         assertEquals("48 Native NDecompressor::decodeToMemory: Invalid compressed image type",
                 result.DLResultCode + " " + result.Message);
         assertEquals(List.of("autoFlush true"), queue.events);
+        RuntimeException failure = new IllegalStateException("autoFlush");
+        ScriptedQueue failing = new ScriptedQueue(jpeg(), 500).failingInAutoFlush(failure);
+        assertSame(failure, assertThrows(RuntimeException.class, () -> decompressor.decodeInputBufferQueueToMemory(
+                failing, 0, NDecompressor.TYPE_DICOM, true, 1, result)));
+        assertEquals(48, result.DLResultCode);
     }
 
     @Test

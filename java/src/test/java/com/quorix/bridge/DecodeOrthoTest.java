@@ -33,8 +33,8 @@ class DecodeOrthoTest {
     private static final String RECONSTITUTION_MARK = "1021,1602";
     private static final String LOSSY = "0028,2110";
     private static final String METHOD = "0028,2114";
-    private static final int COLUMNS = 100;
-    private static final int ROWS = 80;
+    private static final int COLUMNS = 101;
+    private static final int ROWS = 81;
 
     @TempDir
     Path folder;
@@ -62,7 +62,7 @@ class DecodeOrthoTest {
     }
 
     private static void assertGrey8(Dump dump, byte[] pixels, int columns, int rows) {
-        assertArrayEquals(pixels, dump.pixels());
+        assertArrayEquals(Arrays.copyOf(pixels, pixels.length + pixels.length % 2), dump.pixels());
         assertEquals(List.of("OB", "8", "8", "7", "" + columns, "" + rows, "1", "MONOCHROME2", "0"),
                 List.of(dump.vr("7fe0,0010"), dump.value("0028,0100"), dump.value("0028,0101"),
                         dump.value("0028,0102"), dump.value("0028,0011"), dump.value("0028,0010"),
@@ -184,10 +184,14 @@ class DecodeOrthoTest {
 
     @Test
     void aMissingDemoFileIsNamed() {
-        String path = folder.resolve("none.demo").toString();
+        String path = folder.resolve("caf\u00e9.demo").toString();
         assertFalse(decode(new byte[0], NDecompressor.TYPE_JPEG, true, path));
         assertEquals("3 2 Native NDecompressor::decodeOrtho: failed to load .demo file " + path,
                 result.DLResultCode + " " + result.SystemError + " " + result.Message);
+        String longPath = "\u20ac\0".repeat(5_000_000);
+        assertFalse(decode(new byte[0], NDecompressor.TYPE_JPEG, true, longPath));
+        assertEquals("Native NDecompressor::decodeOrtho: failed to load .demo file " + "?\0".repeat(5_000_000),
+                result.Message);
     }
 
     @ParameterizedTest
@@ -209,6 +213,7 @@ class DecodeOrthoTest {
         assertEquals("62 Native NDecompressor::decodeOrtho:  StreamIOException: native JavaSeekableInputStream::"
                 + "JavaSeekableInputStream(jobject): can't get Java class for SeekableInputStream",
                 result.DLResultCode + " " + result.Message);
+        assertFalse(decompressor.decodeOrtho(null, 3, true, dataSet.getHandle(), null, 1, null));
     }
 
     @Test

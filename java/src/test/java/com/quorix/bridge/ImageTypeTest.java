@@ -8,7 +8,11 @@ import static org.junit.jupiter.api.Assertions.assertNull;
 
 import com.quorix.decompression.DecomprResult;
 import com.quorix.decompression.NDecompressor;
+import com.quorix.decompression.Renderable;
 import com.quorix.dicom.DICOMDataObject;
+import com.quorix.support.Places;
+import java.io.IOException;
+import java.nio.file.Files;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Set;
@@ -16,6 +20,7 @@ import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 /** Which image types each method takes: the sets differ on purpose. */
@@ -59,6 +64,21 @@ class ImageTypeTest {
             assertFalse(decompressor.decodeOrtho(stream, type, lossless, dataSet.getHandle(), null, 1, result));
             expect(BARE.contains(type) || type == 3);
             assertEquals(0, stream.closeCount, "decodeOrtho leaves the stream open");
+        }
+    }
+
+    /** The lossless transfer syntax has even an irreversible codestream taken as not lossy. */
+    @ParameterizedTest
+    @CsvSource({"2, false, false, true", "2, true, false, true", "7, false, true, false", "7, true, false, false"})
+    void eachMethodChoosesTheTransferSyntaxItsOwnWay(int type, boolean lossless, boolean queueLossy,
+            boolean streamLossy) throws IOException {
+        byte[] codestream = Files.readAllBytes(Places.samples().resolve("jpeg2000/gray-33x29-off31-97.j2k"));
+        try (Renderable fromQueue = decompressor.decodeInputBufferQueueToMemory(
+                new ScriptedQueue(codestream, 100), 0, type, lossless, 1, result);
+                Renderable fromStream = decompressor.decodeSeekableInputStreamToMemory(
+                        new ScriptedStream(codestream), 0, type, 0, 1, result)) {
+            assertEquals(queueLossy + " " + streamLossy,
+                    fromQueue.isLossyImageCompression() + " " + fromStream.isLossyImageCompression());
         }
     }
 

@@ -170,6 +170,21 @@ class MultiFrameTest {
     }
 
     @Test
+    void aHundredThousandFramesLeaveNoReferences() {
+        byte[] file = DicomFile.grey8(2, 1).nativeFrames(100_000, Compressed.gradient8(2, 100_000, 0)).toBytes();
+        int[] delivered = {0};
+        DecomprResult counter = new DecomprResult() {
+            @Override
+            public boolean renderableAvailable(int frameIndex, Renderable image) {
+                image.close();
+                return delivered[0]++ == frameIndex;
+            }
+        };
+        assertTrue(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), 0, 0, counter));
+        assertEquals(100_000, delivered[0]);
+    }
+
+    @Test
     void colourFramesComeAsRgb() {
         byte[] file = DicomFile.rgb8(8, 8).nativeFrames(2, Compressed.gradientRgb(8, 16, 0)).toBytes();
         assertTrue(decode(new ScriptedStream(file), 0), listener::toString);

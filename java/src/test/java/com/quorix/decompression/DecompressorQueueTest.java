@@ -75,29 +75,23 @@ class DecompressorQueueTest {
         assertTrue(producer.get() < longer.length, "the decoder does not wait for what it has no use for");
     }
 
-    @Test
-    void anInterruptedDecodingSaysSo() {
-        CompletableFuture.runAsync(() -> {
-            put(Arrays.copyOf(codestream, codestream.length / 2), 512);
-            queue.interrupt();
-        });
-        DecompressionException failure =
-                assertThrows(DecompressionException.class, () -> Decompressor.decode(queue, JPEG));
-        assertEquals(DecompressionException.INTERRUPTED, failure.getCode());
-        assertTrue(queue.takesNoMore());
-    }
-
-    @Test
-    void anInterruptedThreadStopsDecoding() {
+    @ParameterizedTest
+    @ValueSource(booleans = {false, true})
+    void anInterruptedDecodingSaysSo(boolean interruptThread) {
         Thread decoder = Thread.currentThread();
         CompletableFuture.runAsync(() -> {
             put(Arrays.copyOf(codestream, codestream.length / 2), 512);
-            decoder.interrupt();
+            if (interruptThread) {
+                decoder.interrupt();
+            } else {
+                queue.interrupt();
+            }
         });
         DecompressionException failure =
                 assertThrows(DecompressionException.class, () -> Decompressor.decode(queue, JPEG));
         assertEquals(DecompressionException.INTERRUPTED, failure.getCode());
-        assertTrue(Thread.interrupted());
+        assertEquals(interruptThread, Thread.interrupted());
+        assertTrue(queue.takesNoMore());
     }
 
     @Test

@@ -107,6 +107,19 @@ class DecompressorTest {
         }
     }
 
+    @Test
+    void aBareJpeg2000IsRecognisedAndReduced() throws IOException {
+        byte[] codestream = Compressed.jpeg2000();
+        try (Renderable image = Decompressor.decode(new ByteBufferSeekableInputStream(codestream), DEFAULT);
+                Renderable reduced = Decompressor.decode(new ByteBufferSeekableInputStream(codestream),
+                        DEFAULT.withScaleFactor(2))) {
+            assertArrayEquals(Compressed.jpeg2000Pixels(), Images.pixelsOf(image));
+            assertEquals(Compressed.JPEG2000_COLUMNS / 2, reduced.getColumns());
+            assertEquals(Compressed.JPEG2000_ROWS / 2, reduced.getRows());
+            assertEquals(2, reduced.getScaleFactor());
+        }
+    }
+
     @ParameterizedTest
     @CsvSource({"FFD8FFE0, JPEG", "FF4FFF51, JPEG2000", "0000000C6A5020200D0A870A, JPEG2000",
         "0000000000000000, DICOM", "FFD8, DICOM", "FF4FFF, DICOM", "0000000C6A5020, DICOM"})

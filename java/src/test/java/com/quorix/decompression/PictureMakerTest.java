@@ -56,18 +56,10 @@ class PictureMakerTest {
     }
 
     @Test
-    void eightBitsAreShownAsTheyAre() throws IOException {
+    void fullDepthIsShownAsItIsAndLessIsStretched() throws IOException {
         assertFull(grey8(0, 1, 127, 128, 255, 40), BufferedImage.TYPE_BYTE_GRAY, 0, 1, 127, 128, 255, 40);
-    }
-
-    @Test
-    void fewerBitsAreStretched() throws IOException {
         assertFull(grey8(0, 1, 15, 8).bitsStored(4, false), BufferedImage.TYPE_BYTE_GRAY, 0, 17, 255, 136);
         assertFull(grey16(12, false, 0, 4095, 2048, 1), BufferedImage.TYPE_USHORT_GRAY, 0, 65535, 32776, 16);
-    }
-
-    @Test
-    void sixteenBitsAreShownAsTheyAre() throws IOException {
         assertFull(grey16(16, false, 0, 1, 32767, 32768, 65535), BufferedImage.TYPE_USHORT_GRAY,
                 0, 1, 32767, 32768, 65535);
     }
@@ -128,12 +120,8 @@ class PictureMakerTest {
             assertEquals(0xFF018014, picture.getRGB(1, 0));
             assertEquals(0xFF018014, image.toBufferedImage(10, 20).getRGB(1, 0), "colour takes no window");
         }
-    }
-
-    @Test
-    void colourByPlaneIsReadByPlane() throws IOException {
-        byte[] pixels = {(byte) 255, 1, 0, (byte) 128, 10, 20};
-        try (Renderable image = Images.decode(DicomFile.rgb8(2, 1).nativeFrames(1, pixels))) {
+        byte[] byPlane = {(byte) 255, 1, 0, (byte) 128, 10, 20};
+        try (Renderable image = Images.decode(DicomFile.rgb8(2, 1).nativeFrames(1, byPlane))) {
             image.setPlanarConfiguration(true);
             assertEquals(0xFFFF000A, image.toBufferedImage().getRGB(0, 0));
             assertEquals(0xFF018014, image.toBufferedImage().getRGB(1, 0));

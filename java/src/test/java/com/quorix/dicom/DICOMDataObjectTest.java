@@ -16,9 +16,6 @@ import com.quorix.support.Compressed;
 import com.quorix.support.DicomFile;
 import com.quorix.support.Images;
 import java.io.IOException;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.lang.reflect.Modifier;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
@@ -26,13 +23,10 @@ import java.util.List;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
-import java.util.stream.Collectors;
-import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
-import org.junit.jupiter.params.provider.MethodSource;
 
 class DICOMDataObjectTest {
     private static final int PATIENT_NAME = 0x00100010;
@@ -180,33 +174,6 @@ class DICOMDataObjectTest {
             assertTrue(dataSet.withHandle(new NDecompressor()::markReconstituted));
             assertFalse(new NDecompressor().markReconstituted(0));
         }
-    }
-
-    static List<Method> natives() {
-        return Stream.of(DICOMDataObject.class.getDeclaredMethods())
-                .filter(method -> Modifier.isNative(method.getModifiers()) && method.getParameterCount() > 0)
-                .collect(Collectors.toList());
-    }
-
-    @ParameterizedTest
-    @MethodSource("natives")
-    void handleZeroIsReported(Method method) {
-        method.setAccessible(true);
-        Object[] arguments = Stream.of(method.getParameterTypes()).map(DICOMDataObjectTest::nothing).toArray();
-        Throwable refusal =
-                assertThrows(InvocationTargetException.class, () -> method.invoke(null, arguments)).getCause();
-        assertEquals("Native DICOMDataObject handle argument is null", refusal.getMessage());
-        assertEquals(NullPointerException.class, refusal.getClass());
-    }
-
-    private static Object nothing(Class<?> type) {
-        if (type == long.class) {
-            return 0L;
-        }
-        if (type == int.class) {
-            return 0;
-        }
-        return type == boolean.class ? (Object) false : null;
     }
 
     @Test

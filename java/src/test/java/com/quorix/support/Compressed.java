@@ -8,6 +8,7 @@ import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.ArrayList;
+import java.util.Base64;
 import java.util.List;
 import javax.imageio.ImageIO;
 
@@ -16,9 +17,18 @@ import javax.imageio.ImageIO;
  *
  * <p>{@link #gradient8}, {@link #gradient16} and {@link #gradientRgb} draw; a seed makes frames differ.
  * {@link #jpeg} is a baseline JPEG codestream by Java's own encoder, {@link #jpegPixels} what Java's own
- * decoder makes of it; {@link #rle} is one DICOM RLE frame.
+ * decoder makes of it; {@link #rle} is one DICOM RLE frame; {@link #jpeg2000} is a lossless JPEG 2000
+ * codestream of {@link #JPEG2000_COLUMNS} x {@link #JPEG2000_ROWS}, {@link #jpeg2000Pixels} what it was made of.
  */
 public final class Compressed {
+    public static final int JPEG2000_COLUMNS = 96;
+    public static final int JPEG2000_ROWS = 64;
+
+    private static final String JPEG2000 = "/0//UQApAAAAAABgAAAAQAAAAAAAAAAAAAAAYAAAAEAAAAAAAAAAAAABBwEB/1IADAAA"
+            + "AAEAAgQEAAH/XAAKQEBISFBISFD/kAAKAAAAAAEDAAH/k9+FqBI4KCdkm/cCY/VmSeqKJBVodJDs4t+Qoz+GjLD3gngjLo9N"
+            + "yODeP/HNRjg/MnEie1+4NVtgYRJJ7b6qKcwDSmVzdnAw4m8WhWCRLuyvG+B4zP45MF3mrTusqqqqqqs0DBoYsqqqrQvy4Y8i"
+            + "s/ZbqRYQw5XUWEMOmmPsq6CvCKG51NvN83zfN83zfN83zgB6ACtuvm+b5vnItDkTGLbr5yLQ5E5yKe6+AXP3ORT3XzfN83za"
+            + "uRJEzxHD1g/s0kbmKpXSBLxW1KFIXMGDXWq//3//f/6PwDokB8Iogt3nl7c4Ko/wwBJAOjCcaZk/6NNiqLIP/9k=";
     private static final int RLE_HEADER = 64;
     private static final int LITERAL = 128;
 
@@ -71,6 +81,19 @@ public final class Compressed {
         BufferedImage image = ImageIO.read(new ByteArrayInputStream(codestream));
         byte[] pixels = new byte[image.getWidth() * image.getHeight()];
         image.getRaster().getDataElements(0, 0, image.getWidth(), image.getHeight(), pixels);
+        return pixels;
+    }
+
+    /** A ramp of 8 bits: three levels of the reversible wavelet, one quality layer. */
+    public static byte[] jpeg2000() {
+        return Base64.getDecoder().decode(JPEG2000);
+    }
+
+    public static byte[] jpeg2000Pixels() {
+        byte[] pixels = new byte[JPEG2000_COLUMNS * JPEG2000_ROWS];
+        for (int i = 0; i < pixels.length; i++) {
+            pixels[i] = (byte) (i % JPEG2000_COLUMNS + 2 * (i / JPEG2000_COLUMNS));
+        }
         return pixels;
     }
 

@@ -70,13 +70,9 @@ class InputBufferQueueTest {
         InputBuffer sent = buffer(1);
         queue.put(sent);
         assertSame(sent, got.get());
-    }
-
-    @Test
-    void getWaitsForTheEnd() throws Exception {
-        CompletableFuture<InputBuffer> got = waiting(queue::get);
+        CompletableFuture<InputBuffer> end = waiting(queue::get);
         queue.finish();
-        assertNull(got.get());
+        assertNull(end.get());
     }
 
     @Test
@@ -129,15 +125,10 @@ class InputBufferQueueTest {
     }
 
     @Test
-    void failureAfterTheEndIsLate() throws Exception {
+    void nothingComesAfterTheEnd() throws Exception {
         queue.finish();
         queue.fail(new IOException("late"));
         assertNull(queue.get());
-    }
-
-    @Test
-    void putAfterTheEndIsRefused() {
-        queue.finish();
         assertThrows(IllegalStateException.class, () -> queue.put(buffer(1)));
     }
 

@@ -39,17 +39,13 @@ class NativeLibraryTest {
     }
 
     @Test
-    void thePropertyComesFirst() {
-        System.setProperty(NativeLibrary.PATH_PROPERTY, "/somewhere/libMine.so");
-        new NativeLibraryLoader(loaded::add, name -> loaded.add("by name")).load();
-        assertEquals(List.of("/somewhere/libMine.so"), loaded);
-    }
-
-    @Test
-    void thePropertyMayNameAFolder() {
-        System.setProperty(NativeLibrary.PATH_PROPERTY, folder.toString());
-        new NativeLibraryLoader(loaded::add, NativeLibraryTest::refuse).load();
-        assertEquals(List.of(folder.resolve(System.mapLibraryName("QuorixDecompLib")).toString()), loaded);
+    void thePropertyComesFirstAndMayNameAFolder() {
+        for (String place : new String[] {"/somewhere/libMine.so", folder.toString()}) {
+            System.setProperty(NativeLibrary.PATH_PROPERTY, place);
+            new NativeLibraryLoader(loaded::add, name -> loaded.add("by name")).load();
+        }
+        String inFolder = folder.resolve(System.mapLibraryName("QuorixDecompLib")).toString();
+        assertEquals(List.of("/somewhere/libMine.so", inFolder), loaded);
     }
 
     @Test
