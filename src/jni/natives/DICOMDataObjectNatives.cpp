@@ -45,8 +45,12 @@ Result WithDataSet(JNIEnv* theEnv, jlong theHandle, Result theFallback,
             catch (const ExceptionBase& anException)
             {
                 JavaAccess::Throw(*theEnv, theIOException, anException.ToString());
-                return theFallback;
             }
+            catch (const std::exception& anException)
+            {
+                JavaAccess::Throw(*theEnv, theIOException, anException.what());
+            }
+            return theFallback;
         });
 }
 

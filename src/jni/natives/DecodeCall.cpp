@@ -43,7 +43,7 @@ jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
     LocalReference<jobject> anImage(itsEnv, nullptr);
     if (itsSuccess)
     {
-        anImage = HandOver();
+        RunBody([&] { anImage = HandOver(); });
     }
     FreeImage();
     Finish();
@@ -176,6 +176,21 @@ void DecodeCall::FreeImage()
 
 /// The decoded image as a Java object that owns it; null, with the reason in the result, when that fails.
 LocalReference<jobject> DecodeCall::HandOver()
+{
+    try
+    {
+        return Wrap();
+    }
+    catch (const ExceptionBase& anException)
+    {
+        // Deliberately words of a conversion, though none is made here: callers know this text.
+        Fail(DLRC_DECODER_ERROR,
+             GetPrefix(1) + "unable to convert to non-planar 8-bit RGB format: " + anException.ToString());
+        return {itsEnv, nullptr};
+    }
+}
+
+LocalReference<jobject> DecodeCall::Wrap()
 {
     const JavaRenderable aMaker(itsEnv);
     LocalReference<jobject> anObject(itsEnv, nullptr);

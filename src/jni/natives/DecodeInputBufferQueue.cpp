@@ -29,20 +29,22 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
             bool theLossless, jint theScaleFactor)
 {
     JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
-    if (!StreamDecode::IsBareImage(theImageType))
+    if (StreamDecode::IsBareImage(theImageType))
+    {
+        theCall.Decompress(1,
+                           [&]
+                           {
+                               DecompressionRequest aRequest(
+                                   &aSource, theDataSet, "", false, theScaleFactor, 0,
+                                   StreamDecode::GetTransferSyntaxUID(theImageType, theLossless), false);
+                               CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
+                                   .Decompress(aRequest, theCall.GetResult());
+                           });
+    }
+    else
     {
         theCall.FailWithInvalidType();
-        return;
     }
-    theCall.Decompress(1,
-                       [&]
-                       {
-                           DecompressionRequest aRequest(
-                               &aSource, theDataSet, "", false, theScaleFactor, 0,
-                               StreamDecode::GetTransferSyntaxUID(theImageType, theLossless), false);
-                           CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
-                               .Decompress(aRequest, theCall.GetResult());
-                       });
     theCall.Close(2, [&] { aSource.close(); });
     KeepJavaException(theCall, aSource);
 }

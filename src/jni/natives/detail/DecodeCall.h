@@ -67,6 +67,7 @@ private:
     void Finish();
     void FreeImage();
     LocalReference<jobject> HandOver();
+    LocalReference<jobject> Wrap();
 
     JNIEnv& itsEnv;
     jobject itsResultObject;
