@@ -137,27 +137,28 @@ void RunStages(benchmark::State& theState, const std::string& theFile, Stage the
     }
 }
 
-void RegisterStage(const std::string& theFile, const char* theName, Stage theStage)
+/// All threads count.
+template <typename... Arguments>
+void Register(const std::string& theName, Arguments&&... theArguments)
 {
-    benchmark::RegisterBenchmark(("stages/" + theFile + "/" + theName).c_str(), RunStages, theFile, theStage)
-        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(theName.c_str(), std::forward<Arguments>(theArguments)...)
+        ->Unit(benchmark::kMillisecond)
+        ->MeasureProcessCPUTime();
 }
 
 [[maybe_unused]] const bool isRegistered = []
 {
     for (const Jpeg2000Case& aCase : GetJpeg2000Cases())
     {
-        const std::string aName = "jpeg2000/" + aCase.itsName;
-        benchmark::RegisterBenchmark((aName + "/ours").c_str(), Run, aCase, DecodeWithOurs);
-        benchmark::RegisterBenchmark((aName + "/openjpeg").c_str(), Run, aCase, DecodeWithOpenJpeg);
+        Register("jpeg2000/" + aCase.itsName + "/ours", Run, aCase, DecodeWithOurs);
+        Register("jpeg2000/" + aCase.itsName + "/openjpeg", Run, aCase, DecodeWithOpenJpeg);
         if (aCase.itsScale == 1)
         {
-            RegisterStage(aCase.itsFile, "packets", Stage::Packets);
-            RegisterStage(aCase.itsFile, "blocks", Stage::Blocks);
-            RegisterStage(aCase.itsFile, "lines", Stage::Lines);
-            benchmark::RegisterBenchmark(("stages/" + aCase.itsFile + "/all").c_str(), Run, aCase,
-                                         DecodeWithOurs)
-                ->Unit(benchmark::kMillisecond);
+            const std::string aName = "jpeg2000_stages/" + aCase.itsFile;
+            Register(aName + "/packets", RunStages, aCase.itsFile, Stage::Packets);
+            Register(aName + "/blocks", RunStages, aCase.itsFile, Stage::Blocks);
+            Register(aName + "/lines", RunStages, aCase.itsFile, Stage::Lines);
+            Register(aName + "/all", Run, aCase, DecodeWithOurs);
         }
     }
     return true;

@@ -29,7 +29,7 @@ std::vector<Jpeg2000Case> GetJpeg2000Cases()
     {
         const std::string aName = aFile;
         aCases.push_back({aName, aName, 1});
-        if (aName.find("2048") != std::string::npos && aName.find("tiled") == std::string::npos)
+        if (aName.find("2048") != std::string::npos)
         {
             aCases.push_back({aName + "_scale3", aName, 3});
         }

@@ -89,7 +89,7 @@ std::size_t DecodeWithOpenJpeg(const Bytes& theStream, int theScale, Bytes& theO
     opj_set_default_decoder_parameters(aParameters.get());
     aParameters->cp_reduce = static_cast<OPJ_UINT32>(theScale - 1);
     opj_setup_decoder(aCodec.get(), aParameters.get());
-    opj_codec_set_threads(aCodec.get(), 1);
+    opj_codec_set_threads(aCodec.get(), 0); // this thread; 1 would be one more
     opj_image_t* aRawImage = nullptr;
     const bool hasHeader = opj_read_header(aStream.get(), aCodec.get(), &aRawImage) != OPJ_FALSE;
     const std::unique_ptr<opj_image_t, void (*)(opj_image_t*)> anImage(aRawImage, opj_image_destroy);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "support/SampleTable.h"
@@ -152,7 +153,8 @@ TEST(T803, EveryStreamIsWithinItsLimits)
         GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
     }
     const std::vector<Limit> aLimits = LoadLimits();
-    ASSERT_FALSE(aLimits.empty());
+    std::set<std::string> aStreams;
+    std::size_t aPlanes = 0;
     for (const Limit& aLimit : aLimits)
     {
         SCOPED_TRACE(aLimit.itsFile + ", class " + aLimit.itsClass + ", component " + aLimit.itsComponent +
@@ -167,7 +169,12 @@ TEST(T803, EveryStreamIsWithinItsLimits)
         {
             ASSERT_LT(aFirst + i, anImage.itsComponents.size());
             ExpectWithin(aLimit, anImage.itsComponents[aFirst + i], aReference[i]);
+            ++aPlanes;
         }
+        aStreams.insert(aLimit.itsFile);
     }
+    // None is left out unseen.
+    EXPECT_EQ(aStreams.size(), 19U);
+    EXPECT_EQ(aPlanes, 49U);
 }
 } // namespace

@@ -5,8 +5,8 @@
 
 #include "support/LongRun.h"
 #include "support/jpeg2000/CodestreamEditor.h"
-#include "support/jpeg2000/EngineDecode.h"
 #include "support/jpeg2000/RandomStreams.h"
+#include "support/jpeg2000/Survival.h"
 
 namespace
 {
@@ -17,30 +17,14 @@ constexpr EngineMode theModes[] = {EngineMode::Fast, EngineMode::Resilient, Engi
 /// A caller that believes a sane data set has no larger buffer.
 constexpr std::uint64_t theMostSamples = std::uint64_t{1} << 18;
 
-/// Whether there were pixels; anything but pixels or a report fails the test.
-bool Survives(const Bytes& theStream, EngineMode theMode, int theDiscardLevels = 0)
+EngineOptions MakeOptions(EngineMode theMode, int theDiscardLevels = 0)
 {
     EngineOptions anOptions;
     anOptions.itsMode = theMode;
     anOptions.itsDiscardLevels = theDiscardLevels;
     anOptions.itsMostSamples = theMostSamples;
     anOptions.itsLargestRead = 97;
-    try
-    {
-        EngineDecode(theStream, anOptions);
-        return true;
-    }
-    catch (const EngineError&)
-    {
-    }
-    catch (const EngineWarning&)
-    {
-        EXPECT_EQ(theMode, EngineMode::Fussy) << "a warning in a mode that takes departures";
-    }
-    catch (const OutputTooLarge&)
-    {
-    }
-    return false;
+    return anOptions;
 }
 
 struct Victim
@@ -114,7 +98,7 @@ TEST(CodestreamDamage, VictimsAreWhole)
     for (const Victim& aVictim : MakeVictims())
     {
         SCOPED_TRACE(aVictim.itsName);
-        EXPECT_TRUE(Survives(aVictim.itsStream, EngineMode::Fussy));
+        EXPECT_TRUE(Survives(aVictim.itsStream, MakeOptions(EngineMode::Fussy)));
         EXPECT_LT(aVictim.itsStream.size(), 4000U);
     }
 }
@@ -129,9 +113,9 @@ TEST(CodestreamDamage, EveryTruncationSurvives)
             SCOPED_TRACE(std::string(aVictim.itsName) + " cut to " + std::to_string(aSize) + " bytes");
             const Bytes aCut(aVictim.itsStream.begin(),
                              aVictim.itsStream.begin() + static_cast<std::ptrdiff_t>(aSize));
-            aDecoded += Survives(aCut, EngineMode::Fast) ? 1 : 0;
-            Survives(aCut, EngineMode::Resilient, 1);
-            EXPECT_FALSE(Survives(aCut, EngineMode::Fussy)) << "a departure passes";
+            aDecoded += Survives(aCut, MakeOptions(EngineMode::Fast)) ? 1 : 0;
+            Survives(aCut, MakeOptions(EngineMode::Resilient, 1));
+            EXPECT_FALSE(Survives(aCut, MakeOptions(EngineMode::Fussy))) << "a departure passes";
         }
         // The headers are a few hundred bytes; from there on there is something to see.
         EXPECT_GT(aDecoded, aVictim.itsStream.size() / 4) << aVictim.itsName;
@@ -142,7 +126,7 @@ TEST(CodestreamDamage, FlippedBitsSurvive)
 {
     Dice aDice(4);
     const std::vector<Victim> aVictims = MakeVictims();
-    for (int i = 0; i < Rounds(2000); ++i)
+    for (int i = 0; i < Rounds(20000); ++i)
     {
         const Victim& aVictim = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))];
         Bytes aStream = aVictim.itsStream;
@@ -157,7 +141,7 @@ TEST(CodestreamDamage, FlippedBitsSurvive)
             aTrace += ", bit " + std::to_string(aBit) + " of byte " + std::to_string(aByte);
         }
         SCOPED_TRACE(aTrace);
-        Survives(aStream, theModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0);
+        Survives(aStream, MakeOptions(theModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0));
     }
 }
 
@@ -175,7 +159,7 @@ TEST(CodestreamDamage, SplicedStreamsSurvive)
                      std::to_string(aBackStart));
         Bytes aStream(aFront.begin(), aFront.begin() + aFrontEnd);
         aStream.insert(aStream.end(), aBack.begin() + aBackStart, aBack.end());
-        Survives(aStream, theModes[aDice.Roll(0, 2)]);
+        Survives(aStream, MakeOptions(theModes[aDice.Roll(0, 2)]));
     }
 }
 } // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -15,6 +16,9 @@
 namespace
 {
 constexpr int theStreamsInAGroup = 100;
+
+/// What rounding costs, and a little for lines of float.
+constexpr double theLargestError = 0.6;
 
 /// How a stream is to be decoded by both.
 struct Decoding
@@ -104,7 +108,9 @@ bool CountsItsTileParts(const OpenJpeg::Bytes& theBytes)
                        [](const auto& thePart) { return thePart.second.first == thePart.second.second; });
 }
 
-/// OpenJPEG's constants of the 9/7 transform are right to five digits, which shows in deep samples.
+/// OpenJPEG scales the high-pass samples of the 9/7 transform by a constant of five digits: full swings of
+/// deep samples are off by some units, twice as many with every bit. Ours are next to what is exact, see
+/// below.
 std::int32_t GetTolerance(const RandomStream& theStream)
 {
     int aDepth = 0;
@@ -112,28 +118,54 @@ std::int32_t GetTolerance(const RandomStream& theStream)
     {
         aDepth = std::max(aDepth, aComponent.itsDepth);
     }
-    const std::int32_t aDeep = aDepth < 14 ? 0 : 1 << (aDepth - 14);
-    return theStream.itsOptions.itsIrreversible ? 1 + aDeep : 0;
+    return theStream.itsOptions.itsIrreversible ? 1 << std::max(aDepth - 14, 0) : 0;
+}
+
+void ExpectNextToExact(const PlanarImage& theImage, const std::vector<std::vector<double>>& theExact)
+{
+    ASSERT_EQ(theImage.itsComponents.size(), theExact.size());
+    for (std::size_t c = 0; c < theExact.size(); ++c)
+    {
+        const std::vector<std::int32_t>& aSamples = theImage.itsComponents[c].itsSamples;
+        ASSERT_EQ(aSamples.size(), theExact[c].size());
+        double aWorst = 0;
+        for (std::size_t i = 0; i < aSamples.size(); ++i)
+        {
+            aWorst = std::max(aWorst, std::abs(aSamples[i] - theExact[c][i]));
+        }
+        EXPECT_LE(aWorst, theLargestError) << "component " << c;
+    }
+}
+
+bool ComesBack(const RandomStream& theStream, const OpenJpeg::Bytes& theBytes)
+{
+    const auto anImage = OpenJpeg::Decode(theBytes);
+    return anImage.has_value() && CountsItsTileParts(theBytes) &&
+           (!theStream.IsLossless() || DescribeDifference(*anImage, theStream.itsImage, 0).empty());
 }
 
 /// Nothing where OpenJPEG's encoder cannot do it, or where OpenJPEG itself does not get its image back: a few
 /// streams in a hundred.
 std::optional<OpenJpeg::Bytes> Encode(const RandomStream& theStream)
 {
-    OpenJpeg::Bytes aBytes;
     try
     {
-        aBytes = OpenJpeg::Encode(theStream.itsImage, theStream.itsOptions);
+        // Tile-parts go wrong now and then, which a lossy image would not show.
+        RandomStream aLossless = theStream;
+        aLossless.itsOptions.itsIrreversible = false;
+        aLossless.itsOptions.itsRates = {1};
+        if (theStream.itsOptions.itsTileParts != 0 && !theStream.IsLossless() &&
+            !ComesBack(aLossless, OpenJpeg::Encode(aLossless.itsImage, aLossless.itsOptions)))
+        {
+            return std::nullopt;
+        }
+        auto aBytes = OpenJpeg::Encode(theStream.itsImage, theStream.itsOptions);
+        return ComesBack(theStream, aBytes) ? std::optional(std::move(aBytes)) : std::nullopt;
     }
     catch (const std::runtime_error& anError)
     {
         return std::nullopt;
     }
-    const auto anImage = OpenJpeg::Decode(aBytes);
-    const bool isUsable =
-        anImage.has_value() && CountsItsTileParts(aBytes) &&
-        (!theStream.IsLossless() || DescribeDifference(*anImage, theStream.itsImage, 0).empty());
-    return isUsable ? std::optional(aBytes) : std::nullopt;
 }
 
 void ExpectAsPeer(const RandomStream& theStream, const OpenJpeg::Bytes& theBytes, const Decoding& theDecoding)
@@ -143,6 +175,10 @@ void ExpectAsPeer(const RandomStream& theStream, const OpenJpeg::Bytes& theBytes
     PlanarImage anImage;
     ASSERT_NO_THROW(anImage = EngineDecode(theBytes, theDecoding.itsOurs));
     EXPECT_EQ(DescribeDifference(anImage, *aPeers, GetTolerance(theStream)), "");
+    if (theStream.itsOptions.itsIrreversible)
+    {
+        ExpectNextToExact(anImage, EngineDecodePlainly(theBytes, theDecoding.itsOurs));
+    }
 }
 
 class OpenJpegMatrix : public testing::TestWithParam<int>

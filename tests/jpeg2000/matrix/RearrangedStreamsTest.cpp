@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Legal codestreams that OpenJPEG's encoder does not write: packet headers in the main or the tile headers,
-// many tile-parts, those of different tiles in turn.
+// many tile-parts, those of different tiles in turn; and what of them is left alone.
 
 #include <gtest/gtest.h>
 
@@ -76,4 +76,35 @@ INSTANTIATE_TEST_SUITE_P(Arrangements, RearrangedStreams,
                                          Arrangement{"MainHeader", 0, Headers::InMain, false},
                                          Arrangement{"MainHeaderScattered", 2, Headers::InMain, true}),
                          [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
+
+// Fussy decoding reports a segmentation symbol that is wrong, so it tells which blocks are decoded.
+TEST(DiscardedResolutions, AreNotDecoded)
+{
+    constexpr int theResolutions = 4;
+    Dice aDice(7);
+    OpenJpeg::Options anOptions;
+    anOptions.itsResolutions = theResolutions;
+    anOptions.itsBlockStyle = 32;
+    anOptions.itsSOP = true;
+    anOptions.itsEPH = true;
+    const auto aStream = OpenJpeg::Encode(MakeImage(90, 70, 1, 12, false, aDice), anOptions);
+    for (int aDiscarded = 1; aDiscarded < theResolutions; ++aDiscarded)
+    {
+        CodestreamEditor anEditor(aStream);
+        auto& aPackets = anEditor.GetTileParts().at(0).itsPackets; // one for each resolution
+        ASSERT_EQ(aPackets.size(), std::size_t{theResolutions});
+        // Away from the ends, so that no marker comes to be.
+        auto& aBody = aPackets[static_cast<std::size_t>(theResolutions - aDiscarded)].itsBody;
+        aBody.at(aBody.size() / 2) ^= 0x55;
+        const auto aDamaged = anEditor.Join(Headers::InPlace, true);
+        EngineOptions anEngineOptions;
+        anEngineOptions.itsMode = EngineMode::Fussy;
+        anEngineOptions.itsDiscardLevels = aDiscarded;
+        EXPECT_EQ(DescribeDifference(EngineDecode(aDamaged, anEngineOptions),
+                                     EngineDecode(aStream, anEngineOptions), 0),
+                  "");
+        --anEngineOptions.itsDiscardLevels;
+        EXPECT_THROW(EngineDecode(aDamaged, anEngineOptions), EngineWarning) << aDiscarded;
+    }
+}
 } // namespace

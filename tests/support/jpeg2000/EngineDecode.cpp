@@ -5,6 +5,7 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "engine/kdu_codestream.h"
 #include "engine/kdu_colour_transforms.h"
@@ -14,6 +15,7 @@
 #include "engine/kdu_sample_allocator.h"
 #include "engine/kdu_synthesis.h"
 #include "support/ByteSource.h"
+#include "support/PlainWavelet.h"
 
 namespace
 {
@@ -277,9 +279,10 @@ void MakePlanes(PlanarImage& theImage, std::uint64_t theMostSamples)
         aComponent.itsSamples.resize(anArea);
     }
 }
-} // namespace
-
-PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions)
+/// theUse for every tile that is open.
+template <typename Use>
+PlanarImage DecodeTiles(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions,
+                        const Use& theUse)
 {
     InstallMessages();
     ByteSource aSource(theStream, theOptions.itsLargestRead);
@@ -301,9 +304,124 @@ PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const Engin
             {
                 aTile = aCodestream->open_tile({aTiles.pos.x + aColumn, aTiles.pos.y + aRow});
             }
-            DecodeTile(aCodestream.Get(), aTile, theOptions.itsTakesShorts, anImage);
+            theUse(aCodestream.Get(), aTile, anImage);
             aTile.close();
         }
     }
     return anImage;
+}
+
+PlainPlane MakePlane(const kdu_dims& theDims)
+{
+    return {theDims.pos.x, theDims.pos.y, theDims.size.x, theDims.size.y};
+}
+
+/// The coefficients of an irreversible component.
+PlainPlane ReadBand(const kdu_subband& theBand)
+{
+    kdu_dims aDims;
+    theBand.get_dims(aDims);
+    PlainPlane aPlane = MakePlane(aDims);
+    kdu_sample_allocator anAllocator;
+    kdu_decoder aDecoder(theBand, &anAllocator, false);
+    kdu_line_buf aLine;
+    aLine.pre_create(&anAllocator, aDims.size.x, false, false);
+    anAllocator.finalize();
+    aLine.create();
+    for (int y = 0; y < aDims.size.y && aDims.size.x > 0; ++y)
+    {
+        aDecoder.pull(aLine);
+        for (int x = 0; x < aDims.size.x; ++x)
+        {
+            aPlane.itsSamples.push_back(static_cast<double>(aLine.get_buf32()[x].fval));
+        }
+    }
+    return aPlane;
+}
+
+PlainPlane SynthesizePlainly(const kdu_tile_comp& theComponent)
+{
+    std::vector<kdu_resolution> aResolutions;
+    for (kdu_resolution aResolution = theComponent.access_resolution(); aResolution.exists();
+         aResolution = aResolution.access_next())
+    {
+        aResolutions.push_back(aResolution);
+    }
+    PlainPlane aPlane = ReadBand(aResolutions.back().access_subband(0));
+    for (aResolutions.pop_back(); !aResolutions.empty(); aResolutions.pop_back())
+    {
+        kdu_dims aDims;
+        aResolutions.back().get_dims(aDims);
+        const PlainPlane aLow = std::exchange(aPlane, MakePlane(aDims));
+        PlainSynthesize(aPlane,
+                        {aLow, ReadBand(aResolutions.back().access_subband(1)),
+                         ReadBand(aResolutions.back().access_subband(2)),
+                         ReadBand(aResolutions.back().access_subband(3))},
+                        false);
+    }
+    return aPlane;
+}
+
+/// T.800 G.3.2.
+void UndoColourPlainly(std::vector<PlainPlane>& thePlanes)
+{
+    for (std::size_t i = 0; i < thePlanes[0].itsSamples.size(); ++i)
+    {
+        const double aY = thePlanes[0].itsSamples[i];
+        const double aCb = thePlanes[1].itsSamples[i];
+        const double aCr = thePlanes[2].itsSamples[i];
+        thePlanes[0].itsSamples[i] = aY + 1.402 * aCr;
+        thePlanes[1].itsSamples[i] = aY - 0.344136 * aCb - 0.714136 * aCr;
+        thePlanes[2].itsSamples[i] = aY + 1.772 * aCb;
+    }
+}
+
+void StorePlainly(const Lane& theLane, const PlainPlane& theTile, std::vector<double>& theSamples)
+{
+    const PlanarComponent& aPlane = *theLane.itsPlane;
+    const double aShift = aPlane.itsSigned ? 0 : std::ldexp(1.0, aPlane.itsDepth - 1);
+    theSamples.resize(aPlane.itsSamples.size());
+    for (std::size_t i = 0; i < theTile.itsSamples.size(); ++i)
+    {
+        const auto aWidth = static_cast<std::size_t>(theTile.itsWidth);
+        const std::size_t aRow = static_cast<std::size_t>(theLane.itsArea.pos.y) + i / aWidth;
+        const std::size_t aColumn = static_cast<std::size_t>(theLane.itsArea.pos.x) + i % aWidth;
+        theSamples.at(aRow * aPlane.itsWidth + aColumn) =
+            std::clamp<double>(std::ldexp(theTile.itsSamples[i], aPlane.itsDepth) + aShift,
+                               aPlane.GetLowest(), aPlane.GetHighest());
+    }
+}
+} // namespace
+
+PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions)
+{
+    return DecodeTiles(theStream, theOptions,
+                       [&](kdu_codestream& theCodestream, const kdu_tile& theTile, PlanarImage& theImage)
+                       { DecodeTile(theCodestream, theTile, theOptions.itsTakesShorts, theImage); });
+}
+
+std::vector<std::vector<double>> EngineDecodePlainly(const std::vector<std::uint8_t>& theStream,
+                                                     const EngineOptions& theOptions)
+{
+    std::vector<std::vector<double>> aSamples;
+    DecodeTiles(theStream, theOptions,
+                [&](kdu_codestream& theCodestream, const kdu_tile& theTile, PlanarImage& theImage)
+                {
+                    const std::vector<Lane> aLanes = MakeLanes(theCodestream, theTile, false, theImage);
+                    std::vector<PlainPlane> aTiles;
+                    for (const Lane& aLane : aLanes)
+                    {
+                        aTiles.push_back(SynthesizePlainly(aLane.itsComponent));
+                    }
+                    if (theTile.get_ycc())
+                    {
+                        UndoColourPlainly(aTiles);
+                    }
+                    aSamples.resize(aLanes.size());
+                    for (std::size_t i = 0; i < aLanes.size(); ++i)
+                    {
+                        StorePlainly(aLanes[i], aTiles[i], aSamples[i]);
+                    }
+                });
+    return aSamples;
 }

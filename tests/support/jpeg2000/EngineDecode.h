@@ -48,3 +48,8 @@ struct EngineOptions
 /// Numbers are rounded and clamped to the component's range. Installs message objects that throw, for the
 /// process.
 PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions = {});
+
+/// The same of an irreversible codestream, but only its coefficients come from the engine: what follows is
+/// done in double precision. The samples of each component, clamped but not rounded.
+std::vector<std::vector<double>> EngineDecodePlainly(const std::vector<std::uint8_t>& theStream,
+                                                     const EngineOptions& theOptions = {});

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/jpeg2000/EngineDecode.h"
+
+/// Decodes a hostile stream. Anything but pixels or a report, a warning in a mode that takes departures, or
+/// more than some seconds of the processor's time fail the test. Returns whether there were pixels.
+inline bool Survives(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions)
+{
+    // A sanitized program on a slow machine keeps this a hundred times over.
+    constexpr double theMostSeconds = 10;
+    const std::clock_t aStart = std::clock();
+    bool hasPixels = false;
+    try
+    {
+        EngineDecode(theStream, theOptions);
+        hasPixels = true;
+    }
+    catch (const EngineError&)
+    {
+    }
+    catch (const EngineWarning&)
+    {
+        EXPECT_EQ(theOptions.itsMode, EngineMode::Fussy);
+    }
+    catch (const OutputTooLarge&)
+    {
+    }
+    const double aDuration = static_cast<double>(std::clock() - aStart) / CLOCKS_PER_SEC;
+    EXPECT_LT(aDuration, theMostSeconds);
+    static double aLongest = 0;
+    aLongest = std::max(aLongest, aDuration);
+    testing::Test::RecordProperty("slowest_in_microseconds", std::to_string(std::lround(aLongest * 1e6)));
+    return hasPixels;
+}
