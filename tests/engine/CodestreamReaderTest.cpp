@@ -292,6 +292,15 @@ INSTANTIATE_TEST_SUITE_P(
                    Verdict::Departure, "SOT: tile 0 has two different numbers of tile-parts (at byte 82"},
         StreamCase{"OneMore", WithTileParts({{}, {.itsPart = 1}}), Verdict::Departure,
                    "SOT: tile 0 has more tile-parts than announced (at byte 82"},
+        StreamCase{"OneMoreInTurn",
+                   WithTileParts({{.itsParts = 2},
+                                  {.itsTile = 1, .itsParts = 2},
+                                  {.itsPart = 1, .itsParts = 2},
+                                  {.itsTile = 1, .itsPart = 1, .itsParts = 2},
+                                  {.itsPart = 2, .itsParts = 2},
+                                  {.itsTile = 1, .itsPart = 2, .itsParts = 2}},
+                                 theFourTiles),
+                   Verdict::Departure, "SOT: tile 0 has more tile-parts than announced (at byte 124"},
         StreamCase{"OneFewer", WithTileParts({{.itsParts = 2}}), Verdict::Departure,
                    "Tile 0 is not complete (at byte 84"},
         StreamCase{"NoSuchTile", WithTileParts({{.itsTile = 3}, {}}), Verdict::Departure,
@@ -364,6 +373,23 @@ TEST_P(CodestreamRepairs, KeepTheData)
 
 const Builder::TilePart theSecondTile{.itsTile = 1, .itsBody = {9, 8}};
 
+/// Tile-parts of two tiles in turn, six each; each announces one fewer.
+std::vector<Builder::TilePart> TooFewAnnounced()
+{
+    std::vector<Builder::TilePart> aParts;
+    for (std::uint8_t aPart = 0; aPart < 6; ++aPart)
+    {
+        for (std::uint16_t aTile = 0; aTile < 2; ++aTile)
+        {
+            aParts.push_back({.itsTile = aTile,
+                              .itsPart = aPart,
+                              .itsParts = 5,
+                              .itsBody = {static_cast<std::uint8_t>(10 * aTile + aPart)}});
+        }
+    }
+    return aParts;
+}
+
 INSTANTIATE_TEST_SUITE_P(
     All, CodestreamRepairs,
     testing::Values(
@@ -383,6 +409,8 @@ INSTANTIATE_TEST_SUITE_P(
                    {{.itsBody = {1}}, {.itsPart = 1, .itsBody = {2}}, theSecondTile},
                    true,
                    {{1, 2}, {9, 8}}},
+        RepairCase{
+            "CountTooSmallInTurn", TooFewAnnounced(), true, {{0, 1, 2, 3, 4, 5}, {10, 11, 12, 13, 14, 15}}},
         RepairCase{"TooShort",
                    {{.itsBody = {1, 2, 3, 4}, .itsLength = 15}, theSecondTile},
                    true,

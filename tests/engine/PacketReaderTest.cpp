@@ -116,6 +116,7 @@ public:
             {
                 ASSERT_TRUE(Read(aCollected) == anExpected);
                 ASSERT_EQ(aCollected.itsBlock.itsBitPlanes, 9 - aBlock.itsZeroBitPlanes);
+                ASSERT_EQ(aCollected.itsIsCut, theTile.LeavesLayersOut() && !EndsSegment(anExpected));
                 ExpectMargins(aCollected);
             }
         }
@@ -224,6 +225,14 @@ private:
             }
         }
         return aSegments;
+    }
+
+    /// Whether the passes of theSegments are whole segments, however many more may follow.
+    bool EndsSegment(const std::vector<Segment>& theSegments) const
+    {
+        return itsSegments.IsStart(std::accumulate(theSegments.begin(), theSegments.end(), 0U,
+                                                   [](std::uint32_t theSum, const Segment& theSegment)
+                                                   { return theSum + theSegment.itsPasses; }));
     }
 
     static std::vector<Segment> Read(const j2k::CollectedBlock& theBlock)
@@ -463,6 +472,18 @@ void AddFour(FourPackets& thePackets, bool theWithSop)
     }
 }
 
+/// The second packet's header tells theLength in the place of 5.
+void AddFourWithALie(FourPackets& thePackets, std::size_t theLength)
+{
+    const std::size_t aSize = FourPackets::MakePacket(0, 5).size();
+    for (unsigned int i = 0; i < 4; ++i)
+    {
+        Bytes aBytes = FourPackets::MakePacket(i, i == 1 ? theLength : 5);
+        aBytes.resize(aSize, 0x11);
+        thePackets.AddWithSop(i, aBytes);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     All, PacketReaderDamage,
     testing::Values(
@@ -500,28 +521,10 @@ INSTANTIATE_TEST_SUITE_P(
                    },
                    "5/4 5/4 5/4 5/4", "5/4 5/4 5/4 5/4",
                    "Bytes follow the last packet in tile 0 (at byte 128 of the codestream)"},
-        DamageCase{"LengthThatIsTooLong",
-                   [](FourPackets& thePackets)
-                   {
-                       for (unsigned int i = 0; i < 4; ++i)
-                       {
-                           Bytes aBytes = FourPackets::MakePacket(i, i == 1 ? 7 : 5);
-                           aBytes.resize(7);
-                           thePackets.AddWithSop(i, aBytes);
-                       }
-                   },
+        DamageCase{"LengthThatIsTooLong", [](FourPackets& thePackets) { AddFourWithALie(thePackets, 7); },
                    "5/4 7/4? - -", "5/4 - 5/4 5/4",
                    "Bytes follow the last packet in tile 0 (at byte 130 of the codestream)"},
-        DamageCase{"LengthThatIsTooShort",
-                   [](FourPackets& thePackets)
-                   {
-                       for (unsigned int i = 0; i < 4; ++i)
-                       {
-                           Bytes aBytes = FourPackets::MakePacket(i, i == 1 ? 4 : 5);
-                           aBytes.resize(7, 0x11);
-                           thePackets.AddWithSop(i, aBytes);
-                       }
-                   },
+        DamageCase{"LengthThatIsTooShort", [](FourPackets& thePackets) { AddFourWithALie(thePackets, 4); },
                    "5/4 4/4 - 5/4?", "5/4 - 5/4 5/4",
                    "SOP has the number of another packet in tile 0 (at byte 132 of the codestream)"},
         DamageCase{"PacketThatIsMissing",

@@ -130,21 +130,16 @@ TEST(PacketSequenceTest, KnowsTheGeometryThatTheStandardsFormulasGive)
             });
         const auto aTile = aMaker.Open();
         const PlainPackets aPlain(aMaker.itsImage, aMaker.itsData.itsIndex, aMaker.itsData.itsCoding);
-        const auto anIsSame = [](const j2k::Rect& theLeft, const j2k::Rect& theRight)
-        {
-            return theLeft.itsX0 == theRight.itsX0 && theLeft.itsY0 == theRight.itsY0 &&
-                   theLeft.itsX1 == theRight.itsX1 && theLeft.itsY1 == theRight.itsY1;
-        };
         for (unsigned int c = 0; c < aTile->GetComponentCount(); ++c)
         {
             for (unsigned int r = 0; r < aTile->GetComponent(c).GetResolutionCount(); ++r)
             {
                 const j2k::Resolution& aResolution = aTile->GetComponent(c).GetResolution(r);
-                ASSERT_TRUE(anIsSame(aResolution.GetRect(), aPlain.GetResolution(c, r)));
+                ASSERT_EQ(aResolution.GetRect(), aPlain.GetResolution(c, r));
                 for (unsigned int b = 0; b < aResolution.GetSubbandCount(); ++b)
                 {
                     const j2k::Subband& aSubband = aResolution.GetSubband(b);
-                    ASSERT_TRUE(anIsSame(aSubband.GetRect(), aPlain.GetSubband(c, r, b)));
+                    ASSERT_EQ(aSubband.GetRect(), aPlain.GetSubband(c, r, b));
                     std::size_t aBlocks = 0;
                     for (std::uint64_t p = 0; p < aResolution.GetPrecincts().GetCount(); ++p)
                     {
@@ -156,8 +151,8 @@ TEST(PacketSequenceTest, KnowsTheGeometryThatTheStandardsFormulasGive)
                         ASSERT_EQ(std::size_t(aRange.itsColumns) * aRange.itsRows, aList.size());
                         for (const auto& aBlock : aList)
                         {
-                            ASSERT_TRUE(anIsSame(aSubband.GetBlockRect(aBlock.first, aBlock.second),
-                                                 aPlain.GetBlock(c, r, b, aBlock)));
+                            ASSERT_EQ(aSubband.GetBlockRect(aBlock.first, aBlock.second),
+                                      aPlain.GetBlock(c, r, b, aBlock));
                         }
                     }
                     ASSERT_EQ(std::size_t(aSubband.GetBlockColumns()) * aSubband.GetBlockRows(), aBlocks);

@@ -59,17 +59,6 @@ Bytes OneBlock(unsigned int theZeroBitPlanes)
 INSTANTIATE_TEST_SUITE_P(
     All, TileRefusals,
     testing::Values(
-        RefusalCase{"PrecinctThatLeavesNoRoomForSubbands",
-                    [](TileMaker& theMaker)
-                    {
-                        theMaker.ForAll(
-                            [](j2k::ComponentCoding& theCoding)
-                            {
-                                theCoding.itsLevels = 2;
-                                theCoding.itsPrecinctSizes[2] = 0x0F;
-                            });
-                    },
-                    "Tile 0 has precincts of size 1 above resolution 0 (COD or COC)"},
         RefusalCase{"SamplesWithoutBytes", [](TileMaker& theMaker) { theMaker = TileMaker(9000, 9000); },
                     "Tile 0 has far more samples than its bytes can stand for"},
         RefusalCase{"SamplesInManyComponents",
@@ -82,6 +71,15 @@ INSTANTIATE_TEST_SUITE_P(
                         theMaker.ForAll([](j2k::ComponentCoding& theCoding) { theCoding.itsLevels = 32; });
                     },
                     "Tile 0 has far more resolutions than bytes"},
+        // However many tiles there are, each one is cheap.
+        RefusalCase{"ProgressionsOverAFewEmptyPackets",
+                    [](TileMaker& theMaker)
+                    {
+                        theMaker.itsData.itsCoding.itsLayers = 60;
+                        theMaker.itsData.itsCoding.itsProgressions.resize(1000);
+                        theMaker.AddBody(Bytes(60));
+                    },
+                    "POC marker segments repeat far more packets than the tile has bytes"},
         RefusalCase{"MoreBitPlanesThanABlockDecoderHas",
                     [](TileMaker& theMaker)
                     {
@@ -219,6 +217,13 @@ INSTANTIATE_TEST_SUITE_P(
         TransformCase{"Subsampled",
                       [](TileMaker& theMaker) { theMaker.itsImage.itsComponents[2].itsXRsiz = 2; }, false,
                       true},
+        TransformCase{"OfTheSameSizeAtAnotherPlace",
+                      [](TileMaker& theMaker)
+                      {
+                          theMaker.itsImage.itsImage = {2, 0, 3, 16};
+                          theMaker.itsImage.itsComponents[2].itsXRsiz = 2;
+                      },
+                      false, true},
         TransformCase{"OneOfThemIrreversible",
                       [](TileMaker& theMaker)
                       { theMaker.itsData.itsCoding.itsComponents[1].itsReversible = false; },
@@ -267,7 +272,7 @@ TEST(TileTest, ProvesShortLinesForTheThreeComponentsTogether)
     EXPECT_EQ(aFits(false, {15, 15, 15}), "yyy");
     EXPECT_EQ(aFits(true, {14, 14, 14}), "yyy");
     EXPECT_EQ(aFits(true, {15, 1, 1}), "nnn");
-    EXPECT_EQ(aFits(true, {1, 1, 15}), "nnn");
+    EXPECT_EQ(aFits(true, {1, 1, 15}), "yyy");
 }
 
 // Every byte of a sound codestream belongs to a packet: the strongest sign that geometry, order, headers

@@ -28,6 +28,7 @@ struct Rect
     std::uint32_t GetWidth() const { return itsX1 > itsX0 ? itsX1 - itsX0 : 0; }
     std::uint32_t GetHeight() const { return itsY1 > itsY0 ? itsY1 - itsY0 : 0; }
     bool IsEmpty() const { return itsX1 <= itsX0 || itsY1 <= itsY0; }
+    bool operator==(const Rect&) const = default;
     std::uint64_t GetArea() const { return std::uint64_t(GetWidth()) * GetHeight(); }
 };
 

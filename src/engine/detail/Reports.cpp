@@ -52,18 +52,13 @@ void Reports::Error(const std::string& theText, std::uint64_t theOffset) const
 
 void Reports::Departure(const std::string& theText, std::uint64_t theOffset)
 {
-    Departure(AtOffset(theText, theOffset));
-}
-
-void Reports::Departure(const std::string& theText)
-{
     if (itsTolerance == Tolerance::Fussy)
     {
-        Send(GetWarningHandler(), theText);
+        Send(GetWarningHandler(), AtOffset(theText, theOffset));
     }
     else if (itsFirstDeparture.empty())
     {
-        itsFirstDeparture = theText;
+        itsFirstDeparture = AtOffset(theText, theOffset);
     }
 }
 

@@ -35,9 +35,6 @@ public:
     /// Returns unless the mode is fussy and the warning object throws.
     void Departure(const std::string& theText, std::uint64_t theOffset);
 
-    /// The same for what has no place of its own in the codestream.
-    void Departure(const std::string& theText);
-
 private:
     Tolerance itsTolerance = Tolerance::Fast;
     std::string itsFirstDeparture;

@@ -20,16 +20,24 @@ namespace j2k
 namespace HWY_NAMESPACE
 {
 
+/// Keeps the compiler from moving what these values cost behind the branch that follows.
+HWY_INLINE void KeepHere(unsigned int& theFirst, unsigned int& theSecond, unsigned int& theThird)
+{
+#if HWY_COMPILER_GCC
+    asm("" : "+r"(theFirst), "+r"(theSecond), "+r"(theThird));
+#else
+    (void)theFirst;
+    (void)theSecond;
+    (void)theThird;
+#endif
+}
+
 /// The passes over one block with one kind of decoder.
 template <class Coder>
 class BlockPasses
 {
 public:
-    explicit BlockPasses(BlockState& theState)
-        : itsState(theState), itsCausal((theState.itsStyle & CBS_CAUSAL) != 0),
-          itsBelow(itsCausal ? 0 : BlockState::theRow3)
-    {
-    }
+    explicit BlockPasses(BlockState& theState);
 
     /// Each pass is of bit-plane number thePlane in BlockState's counting.
     void PropagateSignificance(Coder& theCoder, unsigned int thePlane);
@@ -53,20 +61,61 @@ private:
         std::size_t itsIndex;
     };
 
+    /// What zero coding found in a word.
+    struct Zeros
+    {
+        std::uint64_t itsVisited;
+        std::uint64_t itsFound = 0; ///< became significant
+    };
+
+    /// What a sample tells a row of its stripe's neighbour above or below, by its own row.
+    struct Outside
+    {
+        std::ptrdiff_t itsOffset = 0; ///< of that stripe's column
+        std::array<std::uint32_t, 3> itsNeighbours{};
+        std::uint32_t itsSign = 0;
+    };
+
     HWY_INLINE Word GetWord(std::uint32_t theStripe, std::uint32_t theWord);
     HWY_INLINE std::uint64_t SpreadVertically(const std::uint64_t* theWord) const;
     HWY_INLINE std::uint64_t Spread(const std::uint64_t* theWord) const;
     HWY_INLINE std::uint64_t GetNeighboured(const std::uint64_t* theWord) const;
+    template <bool isGrowing>
+    HWY_INLINE Zeros DecodeZeros(Coder& theCoder, const Word& theWord, std::uint64_t theCandidates);
     HWY_INLINE bool DecodeZero(Coder& theCoder, const Word& theWord, unsigned int theBit);
+    HWY_INLINE unsigned int DecodeSign(Coder& theCoder, unsigned int theSign);
     HWY_INLINE void BecomeSignificant(Coder& theCoder, const Word& theWord, unsigned int theBit);
     HWY_INLINE void TellNeighbours(const Word& theWord, unsigned int theBit);
     HWY_INLINE void TellSign(const Word& theWord, unsigned int theBit, unsigned int theNegative);
+    HWY_INLINE std::uint64_t RefineAgain(Coder& theCoder, std::uint64_t theSamples);
+    HWY_INLINE std::uint64_t RefineMixed(Coder& theCoder, std::uint64_t theSamples,
+                                         std::uint64_t theNeighboured, std::uint64_t theRefined);
     HWY_INLINE unsigned int DecodeRun(Coder& theCoder);
+    HWY_INLINE std::uint64_t DecodeRuns(Coder& theCoder, const Word& theWord, std::uint64_t theCandidates,
+                                        std::uint64_t theRuns);
+    HWY_INLINE std::uint64_t CleanUpWord(Coder& theCoder, const Word& theWord, std::uint64_t theWhole);
 
     BlockState& itsState;
-    bool itsCausal;
     std::uint64_t itsBelow; ///< samples that see the stripe below
+    std::array<Outside, 4> itsOutside{};
 };
+
+template <class Coder>
+BlockPasses<Coder>::BlockPasses(BlockState& theState) : itsState(theState)
+{
+    const bool isCausal = (theState.itsStyle & CBS_CAUSAL) != 0;
+    itsBelow = isCausal ? 0 : BlockState::theRow3;
+    const auto aColumns = static_cast<std::ptrdiff_t>(theState.itsColumns);
+    itsOutside[3] = {aColumns, {NEIGHBOUR_NE, NEIGHBOUR_N, NEIGHBOUR_NW}, NEIGHBOUR_N};
+    if (!isCausal)
+    {
+        constexpr unsigned int aShift = 24; // the row that touches
+        itsOutside[0] = {-aColumns,
+                         {std::uint32_t{NEIGHBOUR_SE} << aShift, std::uint32_t{NEIGHBOUR_S} << aShift,
+                          std::uint32_t{NEIGHBOUR_SW} << aShift},
+                         std::uint32_t{NEIGHBOUR_S} << aShift};
+    }
+}
 
 template <class Coder>
 HWY_INLINE auto BlockPasses<Coder>::GetWord(std::uint32_t theStripe, std::uint32_t theWord) -> Word
@@ -120,7 +169,7 @@ HWY_INLINE bool BlockPasses<Coder>::DecodeZero(Coder& theCoder, const Word& theW
 {
     const std::uint8_t* aBytes = reinterpret_cast<const std::uint8_t*>(theWord.itsNeighbours);
     const unsigned int aContext = itsState.itsZeroContexts[aBytes[theBit]];
-    return theCoder.DecodeSkewed(itsState.itsContexts[aContext]) != 0;
+    return theCoder.Decode(itsState.itsContexts[aContext]) != 0;
 }
 
 template <class Coder>
@@ -135,20 +184,12 @@ HWY_INLINE void BlockPasses<Coder>::TellNeighbours(const Word& theWord, unsigned
     aColumn[-1] |= static_cast<std::uint32_t>(aLeft << aShift >> 8);
     aColumn[0] |= static_cast<std::uint32_t>(aMiddle << aShift >> 8);
     aColumn[1] |= static_cast<std::uint32_t>(aRight << aShift >> 8);
-    if (aRow == 0 && !itsCausal)
-    {
-        std::uint32_t* anAbove = aColumn - itsState.itsColumns;
-        anAbove[-1] |= std::uint32_t{NEIGHBOUR_SE} << 24;
-        anAbove[0] |= std::uint32_t{NEIGHBOUR_S} << 24;
-        anAbove[1] |= std::uint32_t{NEIGHBOUR_SW} << 24;
-    }
-    if (aRow == 3)
-    {
-        std::uint32_t* aBelow = aColumn + itsState.itsColumns;
-        aBelow[-1] |= NEIGHBOUR_NE;
-        aBelow[0] |= NEIGHBOUR_N;
-        aBelow[1] |= NEIGHBOUR_NW;
-    }
+    // The rows in the middle tell nothing, but a branch on the row would be foreseen wrongly too often.
+    const Outside& anOutside = itsOutside[aRow];
+    aColumn += anOutside.itsOffset;
+    aColumn[-1] |= anOutside.itsNeighbours[0];
+    aColumn[0] |= anOutside.itsNeighbours[1];
+    aColumn[1] |= anOutside.itsNeighbours[2];
 }
 
 template <class Coder>
@@ -162,14 +203,22 @@ HWY_INLINE void BlockPasses<Coder>::TellSign(const Word& theWord, unsigned int t
     aColumn[-1] |= static_cast<std::uint32_t>(NEIGHBOUR_E * aFactor << aShift);
     aColumn[0] |= static_cast<std::uint32_t>((NEIGHBOUR_S | NEIGHBOUR_N << 16) * aFactor << aShift >> 8);
     aColumn[1] |= static_cast<std::uint32_t>(NEIGHBOUR_W * aFactor << aShift);
-    if (aRow == 0 && !itsCausal)
+    const Outside& anOutside = itsOutside[aRow];
+    aColumn[anOutside.itsOffset] |= static_cast<std::uint32_t>(anOutside.itsSign * aFactor);
+}
+
+/// theSign is of theSignContexts. Returns 1 for negative.
+template <class Coder>
+HWY_INLINE unsigned int BlockPasses<Coder>::DecodeSign(Coder& theCoder, unsigned int theSign)
+{
+    if constexpr (Coder::theIsRaw)
     {
-        aColumn[-static_cast<std::ptrdiff_t>(itsState.itsColumns)] |=
-            static_cast<std::uint32_t>(NEIGHBOUR_S * aFactor << 24);
+        return theCoder.Decode(itsState.itsContexts[0]);
     }
-    if (aRow == 3)
+    else
     {
-        aColumn[itsState.itsColumns] |= static_cast<std::uint32_t>(NEIGHBOUR_N * aFactor);
+        return theCoder.Decode(itsState.itsContexts[theSign & theSignContextMask]) ^
+               (theSign >> theSignFlipShift);
     }
 }
 
@@ -178,27 +227,72 @@ HWY_INLINE void BlockPasses<Coder>::BecomeSignificant(Coder& theCoder, const Wor
                                                       unsigned int theBit)
 {
     TellNeighbours(theWord, theBit);
-    unsigned int aNegative;
-    if constexpr (Coder::theIsRaw)
-    {
-        aNegative = theCoder.Decode(itsState.itsContexts[0]);
-    }
-    else
-    {
-        const std::uint8_t* aBytes = reinterpret_cast<const std::uint8_t*>(theWord.itsSigns);
-        const unsigned int aContext = theSignContexts[aBytes[theBit]];
-        aNegative = theCoder.Decode(itsState.itsContexts[aContext & theSignContextMask]) ^
-                    (aContext >> theSignFlipShift);
-    }
+    const std::uint8_t* aSigns = reinterpret_cast<const std::uint8_t*>(theWord.itsSigns);
+    const unsigned int aNegative = DecodeSign(theCoder, theSignContexts[aSigns[theBit]]);
     *theWord.itsNegative |= std::uint64_t{aNegative} << theBit;
     TellSign(theWord, theBit, aNegative);
+}
+
+/// Zero coding of theCandidates and, if isGrowing, of the later neighbours of what becomes significant.
+///
+/// What the next sample needs is looked up while the decoder works, as if the current one stayed zero.
+template <class Coder>
+template <bool isGrowing>
+HWY_INLINE auto BlockPasses<Coder>::DecodeZeros(Coder& theCoder, const Word& theWord,
+                                                std::uint64_t theCandidates) -> Zeros
+{
+    /// The later neighbours of a sample in each row, as seen from its own bit.
+    constexpr std::array<std::uint64_t, 4> aLater = {0x32, 0x3A, 0x3A, 0x18};
+    Zeros aZeros{theCandidates};
+    if (theCandidates == 0)
+    {
+        return aZeros;
+    }
+    const std::uint64_t anOpen = ~*theWord.itsSignificant & theWord.itsValid;
+    const std::uint8_t* aNeighbours = reinterpret_cast<const std::uint8_t*>(theWord.itsNeighbours);
+    const std::uint8_t* aSigns = reinterpret_cast<const std::uint8_t*>(theWord.itsSigns);
+    std::uint64_t aNegatives = 0;
+    unsigned int aBit = static_cast<unsigned int>(std::countr_zero(theCandidates));
+    unsigned int aContext = itsState.itsZeroContexts[aNeighbours[aBit]];
+    while (true)
+    {
+        theCandidates &= theCandidates - 1;
+        unsigned int aSign = theSignContexts[aSigns[aBit]];
+        const bool isFound = theCoder.Decode(itsState.itsContexts[aContext]) != 0;
+        // Behind the last candidate this is 64: a byte of the next word or of the border.
+        unsigned int aNextBit = static_cast<unsigned int>(std::countr_zero(theCandidates));
+        unsigned int aNextContext = itsState.itsZeroContexts[aNeighbours[aNextBit]];
+        KeepHere(aNextBit, aNextContext, aSign);
+        if (isFound)
+        {
+            aZeros.itsFound |= std::uint64_t{1} << aBit;
+            if constexpr (isGrowing)
+            {
+                const std::uint64_t aMore = aLater[aBit & 3] << aBit & anOpen;
+                theCandidates |= aMore;
+                aZeros.itsVisited |= aMore;
+            }
+            TellNeighbours(theWord, aBit);
+            aNextBit = static_cast<unsigned int>(std::countr_zero(theCandidates));
+            aNextContext = itsState.itsZeroContexts[aNeighbours[aNextBit]];
+            const unsigned int aNegative = DecodeSign(theCoder, aSign);
+            aNegatives |= std::uint64_t{aNegative} << aBit;
+            TellSign(theWord, aBit, aNegative);
+        }
+        if (theCandidates == 0)
+        {
+            break;
+        }
+        aBit = aNextBit;
+        aContext = aNextContext;
+    }
+    *theWord.itsNegative |= aNegatives;
+    return aZeros;
 }
 
 template <class Coder>
 void BlockPasses<Coder>::PropagateSignificance(Coder& theCoder, unsigned int thePlane)
 {
-    /// The later neighbours of a sample in each row, as seen from its own bit.
-    constexpr std::array<std::uint64_t, 4> aLater = {0x32, 0x3A, 0x3A, 0x18};
     Coder aCoder = theCoder;
     std::uint64_t* aPlane = itsState.GetPlane(thePlane);
     for (std::uint32_t aStripe = 0; aStripe < itsState.itsStripes; ++aStripe)
@@ -206,29 +300,50 @@ void BlockPasses<Coder>::PropagateSignificance(Coder& theCoder, unsigned int the
         for (std::uint32_t w = 0; w < itsState.itsWords; ++w)
         {
             const Word aWord = GetWord(aStripe, w);
-            std::uint64_t aSignificant = *aWord.itsSignificant;
-            std::uint64_t aCandidates = Spread(aWord.itsSignificant) & ~aSignificant & aWord.itsValid;
-            std::uint64_t aVisited = aCandidates;
-            std::uint64_t aFound = 0;
-            while (aCandidates != 0)
-            {
-                const unsigned int aBit = static_cast<unsigned int>(std::countr_zero(aCandidates));
-                aCandidates &= aCandidates - 1;
-                if (DecodeZero(aCoder, aWord, aBit))
-                {
-                    aFound |= std::uint64_t{1} << aBit;
-                    const std::uint64_t aMore = aLater[aBit & 3] << aBit & ~aSignificant & aWord.itsValid;
-                    aCandidates |= aMore;
-                    aVisited |= aMore;
-                    BecomeSignificant(aCoder, aWord, aBit);
-                }
-            }
-            *aWord.itsSignificant = aSignificant | aFound;
-            itsState.itsVisited[aWord.itsIndex] = aVisited;
-            aPlane[aWord.itsIndex] = aFound;
+            const std::uint64_t aSignificant = *aWord.itsSignificant;
+            const std::uint64_t aCandidates = Spread(aWord.itsSignificant) & ~aSignificant & aWord.itsValid;
+            const Zeros aZeros = DecodeZeros<true>(aCoder, aWord, aCandidates);
+            *aWord.itsSignificant = aSignificant | aZeros.itsFound;
+            itsState.itsVisited[aWord.itsIndex] = aZeros.itsVisited;
+            aPlane[aWord.itsIndex] = aZeros.itsFound;
         }
     }
     theCoder = aCoder;
+}
+
+/// The next bit of samples that had one before.
+template <class Coder>
+HWY_INLINE std::uint64_t BlockPasses<Coder>::RefineAgain(Coder& theCoder, std::uint64_t theSamples)
+{
+    std::uint64_t aContext = itsState.itsContexts[CONTEXT_REFINE_AGAIN];
+    std::uint64_t aBits = 0;
+    do
+    {
+        const unsigned int aBit = static_cast<unsigned int>(std::countr_zero(theSamples));
+        theSamples &= theSamples - 1;
+        aBits |= std::uint64_t{theCoder.Decode(aContext)} << aBit;
+    } while (theSamples != 0);
+    itsState.itsContexts[CONTEXT_REFINE_AGAIN] = aContext;
+    return aBits;
+}
+
+/// The next bit of samples of which some, not among theRefined, have none yet.
+template <class Coder>
+HWY_INLINE std::uint64_t BlockPasses<Coder>::RefineMixed(Coder& theCoder, std::uint64_t theSamples,
+                                                         std::uint64_t theNeighboured,
+                                                         std::uint64_t theRefined)
+{
+    theNeighboured &= ~theRefined;
+    std::uint64_t aBits = 0;
+    do
+    {
+        const unsigned int aBit = static_cast<unsigned int>(std::countr_zero(theSamples));
+        theSamples &= theSamples - 1;
+        const std::uint64_t aContext =
+            CONTEXT_REFINE_ALONE + (theNeighboured >> aBit & 1) + (theRefined >> aBit & 1) * 2;
+        aBits |= std::uint64_t{theCoder.Decode(itsState.itsContexts[aContext])} << aBit;
+    } while (theSamples != 0);
+    return aBits;
 }
 
 template <class Coder>
@@ -241,25 +356,17 @@ void BlockPasses<Coder>::RefineMagnitudes(Coder& theCoder, unsigned int thePlane
         for (std::uint32_t w = 0; w < itsState.itsWords; ++w)
         {
             const Word aWord = GetWord(aStripe, w);
-            std::uint64_t aSamples = *aWord.itsSignificant & ~itsState.itsVisited[aWord.itsIndex];
+            const std::uint64_t aSamples = *aWord.itsSignificant & ~itsState.itsVisited[aWord.itsIndex];
             if (aSamples == 0)
             {
                 continue;
             }
             const std::uint64_t aRefined = itsState.itsRefined[aWord.itsIndex];
-            const std::uint64_t aNeighboured = GetNeighboured(aWord.itsSignificant) & ~aRefined;
             itsState.itsRefined[aWord.itsIndex] = aRefined | aSamples;
-            std::uint64_t aBits = 0;
-            do
-            {
-                const unsigned int aBit = static_cast<unsigned int>(std::countr_zero(aSamples));
-                aSamples &= aSamples - 1;
-                const std::uint64_t aContext =
-                    CONTEXT_REFINE_ALONE + (aNeighboured >> aBit & 1) + (aRefined >> aBit & 1) * 2;
-                const std::uint64_t aValue = aCoder.Decode(itsState.itsContexts[aContext]);
-                aBits |= aValue << aBit;
-            } while (aSamples != 0);
-            aPlane[aWord.itsIndex] |= aBits;
+            aPlane[aWord.itsIndex] |=
+                (aSamples & ~aRefined) == 0
+                    ? RefineAgain(aCoder, aSamples)
+                    : RefineMixed(aCoder, aSamples, GetNeighboured(aWord.itsSignificant), aRefined);
         }
     }
     theCoder = aCoder;
@@ -277,6 +384,66 @@ HWY_INLINE unsigned int BlockPasses<Coder>::DecodeRun(Coder& theCoder)
     return anUpper << 1 | theCoder.Decode(itsState.itsContexts[CONTEXT_UNIFORM]);
 }
 
+/// Zero coding of theCandidates, with runs where columns start that are in theRuns. Returns what became
+/// significant.
+template <class Coder>
+HWY_INLINE std::uint64_t BlockPasses<Coder>::DecodeRuns(Coder& theCoder, const Word& theWord,
+                                                        std::uint64_t theCandidates, std::uint64_t theRuns)
+{
+    theCandidates = (theCandidates & ~(theRuns * 15)) | theRuns;
+    std::uint64_t aFound = 0;
+    while (theCandidates != 0)
+    {
+        unsigned int aBit = static_cast<unsigned int>(std::countr_zero(theCandidates));
+        theCandidates &= theCandidates - 1;
+        if ((theRuns >> aBit & 1) != 0)
+        {
+            const unsigned int aRow = DecodeRun(theCoder);
+            if (aRow == 4)
+            {
+                continue;
+            }
+            theCandidates |= std::uint64_t{0xE & (0xEU << aRow)} << aBit;
+            aBit += aRow;
+        }
+        else if (!DecodeZero(theCoder, theWord, aBit))
+        {
+            continue;
+        }
+        aFound |= std::uint64_t{1} << aBit;
+        // The next column has a neighbour now.
+        const std::uint64_t aNext = (std::uint64_t{16} << (aBit & ~3U)) & theRuns;
+        theRuns ^= aNext;
+        theCandidates |= aNext * 15;
+        BecomeSignificant(theCoder, theWord, aBit);
+    }
+    return aFound;
+}
+
+/// theWhole: where whole columns start. Returns what became significant.
+template <class Coder>
+HWY_INLINE std::uint64_t BlockPasses<Coder>::CleanUpWord(Coder& theCoder, const Word& theWord,
+                                                         std::uint64_t theWhole)
+{
+    std::uint64_t& aVisited = itsState.itsVisited[theWord.itsIndex];
+    const std::uint64_t aCandidates = ~*theWord.itsSignificant & ~aVisited & theWord.itsValid;
+    aVisited = 0;
+    // Columns that start with a run: nothing in them is significant or has such a neighbour.
+    std::uint64_t aSpread = Spread(theWord.itsSignificant);
+    aSpread |= aSpread >> 1;
+    aSpread |= aSpread >> 2;
+    const std::uint64_t aRuns = ~aSpread & theWhole & theWord.itsValid;
+    if (aRuns == 0)
+    {
+        return DecodeZeros<false>(theCoder, theWord, aCandidates).itsFound;
+    }
+    if (aRuns == theRow0 && theCoder.SkipZeros(itsState.itsContexts[CONTEXT_RUN], BlockState::theWordColumns))
+    {
+        return 0;
+    }
+    return DecodeRuns(theCoder, theWord, aCandidates, aRuns);
+}
+
 template <class Coder>
 void BlockPasses<Coder>::CleanUp(Coder& theCoder, unsigned int thePlane)
 {
@@ -285,46 +452,12 @@ void BlockPasses<Coder>::CleanUp(Coder& theCoder, unsigned int thePlane)
     std::uint64_t* aPlane = itsState.GetPlane(thePlane);
     for (std::uint32_t aStripe = 0; aStripe < itsState.itsStripes; ++aStripe)
     {
-        const bool isWhole = (aStripe + 1) * 4 <= itsState.itsHeight;
+        const std::uint64_t aWhole = (aStripe + 1) * 4 <= itsState.itsHeight ? theRow0 : 0;
         for (std::uint32_t w = 0; w < itsState.itsWords; ++w)
         {
             const Word aWord = GetWord(aStripe, w);
-            std::uint64_t aSignificant = *aWord.itsSignificant;
-            std::uint64_t aCandidates = ~aSignificant & ~itsState.itsVisited[aWord.itsIndex] & aWord.itsValid;
-            itsState.itsVisited[aWord.itsIndex] = 0;
-            // Columns that start with a run: nothing in them is significant or has such a neighbour.
-            std::uint64_t aSpread = Spread(aWord.itsSignificant);
-            aSpread |= aSpread >> 1;
-            aSpread |= aSpread >> 2;
-            std::uint64_t aRuns = ~aSpread & (isWhole ? theRow0 : 0) & aWord.itsValid;
-            aCandidates = (aCandidates & ~(aRuns * 15)) | aRuns;
-            std::uint64_t aFound = 0;
-            while (aCandidates != 0)
-            {
-                unsigned int aBit = static_cast<unsigned int>(std::countr_zero(aCandidates));
-                aCandidates &= aCandidates - 1;
-                if ((aRuns >> aBit & 1) != 0)
-                {
-                    const unsigned int aRow = DecodeRun(aCoder);
-                    if (aRow == 4)
-                    {
-                        continue;
-                    }
-                    aCandidates |= std::uint64_t{0xE & (0xEU << aRow)} << aBit;
-                    aBit += aRow;
-                }
-                else if (!DecodeZero(aCoder, aWord, aBit))
-                {
-                    continue;
-                }
-                aFound |= std::uint64_t{1} << aBit;
-                // The next column has a neighbour now.
-                const std::uint64_t aNext = (std::uint64_t{16} << (aBit & ~3U)) & aRuns;
-                aRuns ^= aNext;
-                aCandidates |= aNext * 15;
-                BecomeSignificant(aCoder, aWord, aBit);
-            }
-            *aWord.itsSignificant = aSignificant | aFound;
+            const std::uint64_t aFound = CleanUpWord(aCoder, aWord, aWhole);
+            *aWord.itsSignificant |= aFound;
             aPlane[aWord.itsIndex] = (isFirst ? 0 : aPlane[aWord.itsIndex]) | aFound;
         }
     }

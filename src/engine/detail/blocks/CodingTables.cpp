@@ -28,17 +28,23 @@ constexpr std::array<Row, 47> theRows = {
      {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0}, {0x0005, 45, 42, 0},
      {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0}}};
 
-constexpr std::array<std::uint64_t, 94> MakeStates()
+constexpr std::uint64_t MakeWord(unsigned int theState, unsigned int theDecision)
 {
-    std::array<std::uint64_t, 94> aStates{};
+    return std::uint64_t{theDecision} << MQState::theDecisionShift |
+           std::uint64_t{theRows[theState / 2].itsQe} << 48 |
+           std::uint64_t{theState % 2} << MQState::theMpsShift | theState * sizeof(MQState);
+}
+
+constexpr std::array<MQState, 94> MakeStates()
+{
+    std::array<MQState, 94> aStates{};
     for (unsigned int i = 0; i < aStates.size(); ++i)
     {
         const Row& aRow = theRows[i / 2];
         const unsigned int aMps = i % 2;
-        const std::uint64_t aNextMps = 2U * aRow.itsNextMps + aMps;
-        const std::uint64_t aNextLps = 2U * aRow.itsNextLps + (aMps ^ aRow.itsSwitch);
-        aStates[i] = std::uint64_t{aRow.itsQe} << 48 | std::uint64_t{aMps} << MQState::theMpsShift |
-                     aNextMps << MQState::theNextMpsShift | aNextLps << MQState::theNextLpsShift;
+        aStates[i].itsKept = MakeWord(i, aMps);
+        aStates[i].itsNextMps = MakeWord(2U * aRow.itsNextMps + aMps, aMps);
+        aStates[i].itsNextLps = MakeWord(2U * aRow.itsNextLps + (aMps ^ aRow.itsSwitch), aMps ^ 1);
     }
     return aStates;
 }
@@ -125,17 +131,16 @@ constexpr std::array<std::uint8_t, 256> MakeSignContexts()
 
 constexpr std::array<std::uint64_t, theContextCount> MakeInitialContexts()
 {
-    constexpr std::array<std::uint64_t, 94> aStates = MakeStates();
     std::array<std::uint64_t, theContextCount> aContexts{};
-    aContexts.fill(aStates[0]);
-    aContexts[CONTEXT_ZERO] = aStates[2 * 4];
-    aContexts[CONTEXT_RUN] = aStates[2 * 3];
-    aContexts[CONTEXT_UNIFORM] = aStates[2 * 46];
+    aContexts.fill(MakeWord(0, 0));
+    aContexts[CONTEXT_ZERO] = MakeWord(2 * 4, 0);
+    aContexts[CONTEXT_RUN] = MakeWord(2 * 3, 0);
+    aContexts[CONTEXT_UNIFORM] = MakeWord(2 * 46, 0);
     return aContexts;
 }
 } // namespace
 
-constexpr std::array<std::uint64_t, 94> theMQStates = MakeStates();
+constexpr std::array<MQState, 94> theMQStates = MakeStates();
 constexpr std::array<std::uint64_t, theContextCount> theInitialContexts = MakeInitialContexts();
 constexpr std::array<std::array<std::uint8_t, 256>, 4> theZeroContexts = MakeZeroContexts();
 constexpr std::array<std::uint8_t, 256> theSignContexts = MakeSignContexts();

@@ -20,18 +20,24 @@ enum BlockContext : std::uint8_t
 };
 constexpr unsigned int theContextCount = 19;
 
-/// The state of one adaptive context in one word, so that a decision costs one load: Qe in the 16 upper bits,
-/// where the decoder's registers have their integer part, and the words' numbers of the two next states.
-struct MQState
+/// The state of one adaptive context is one word, so that a decision costs one load: Qe in bits 48 to 62,
+/// where the decoder's registers have their integer part, the more probable symbol in bit 32, and below it
+/// where the state's MQState is, in bytes from the first one. Bit 63 is the decision that led here.
+struct alignas(32) MQState
 {
-    static constexpr std::uint64_t theQeMask = 0xFFFF000000000000U;
-    static constexpr unsigned int theNextMpsShift = 0; ///< 8 bits
-    static constexpr unsigned int theNextLpsShift = 8; ///< 8 bits
-    static constexpr unsigned int theMpsShift = 16;    ///< the more probable symbol, 1 bit
+    static constexpr std::uint64_t theQeMask = 0x7FFF000000000000U;
+    static constexpr unsigned int theMpsShift = 32;
+    static constexpr unsigned int theDecisionShift = 63;
+
+    /// The words that follow a more probable symbol without and with a renormalisation, and a less probable
+    /// symbol.
+    std::uint64_t itsKept;
+    std::uint64_t itsNextMps;
+    std::uint64_t itsNextLps;
 };
 
-/// The words of all states (T.800 table C.2): number 2 * row + more probable symbol.
-extern const std::array<std::uint64_t, 94> theMQStates;
+/// The states (T.800 table C.2): number 2 * row + more probable symbol.
+extern const std::array<MQState, 94> theMQStates;
 
 /// The words that the contexts start with (T.800 table D.7).
 extern const std::array<std::uint64_t, theContextCount> theInitialContexts;

@@ -26,8 +26,9 @@ namespace HWY_NAMESPACE
 ///
 /// Registers are 64 bits wide with the integer part in the upper 16, so that one renormalisation is one shift
 /// and bytes are taken in six at a time. In place of the code register C this keeps A - C, the distance from
-/// the interval's upper end: a more probable symbol leaves it alone, and the likely decision costs one
-/// subtraction and one comparison. A pass works on a copy of the decoder, whose members live in registers.
+/// the interval's upper end: a more probable symbol leaves it alone. What a decision will be cannot be
+/// foreseen, and a branch that the processor foresees wrongly costs more than two decisions: so there is no
+/// branch on it. A pass works on a copy of the decoder, whose members live in registers.
 class MQDecoder
 {
 public:
@@ -41,21 +42,48 @@ public:
         TakeBytes();
     }
 
-    /// Decodes one decision where the more probable symbol is much more probable.
-    HWY_INLINE unsigned int DecodeSkewed(std::uint64_t& theContext)
+    /// Decodes one decision.
+    HWY_INLINE unsigned int Decode(std::uint64_t& theContext)
     {
-        const std::uint64_t aState = theContext;
-        const std::uint64_t aQe = aState & MQState::theQeMask;
-        itsInterval -= aQe;
-        if (HWY_LIKELY(itsInterval >= itsDistance && itsInterval >= theHalf))
+        const MQState& aState = GetState(theContext);
+        const std::uint64_t aNext = Divide(aState, theContext & MQState::theQeMask);
+        theContext = aNext;
+        const int aShift = CountLeadingZeros(itsInterval);
+        itsInterval <<= aShift;
+        itsDistance <<= aShift;
+        itsLookahead -= aShift;
+        if (HWY_UNLIKELY(itsLookahead < 0))
         {
-            return static_cast<unsigned int>(aState >> MQState::theMpsShift) & 1;
+            TakeBytes();
         }
-        return Exchange(theContext, aState, aQe);
+        return static_cast<unsigned int>(aNext >> MQState::theDecisionShift);
     }
 
-    /// The same without a branch on what the decision is.
-    HWY_INLINE unsigned int Decode(std::uint64_t& theContext) { return DecodeSkewed(theContext); }
+    /// The same, quicker where nearly every decision is the more probable symbol and slower elsewhere.
+    HWY_INLINE unsigned int DecodeSkewed(std::uint64_t& theContext)
+    {
+        const std::uint64_t anUpper = itsInterval - (theContext & MQState::theQeMask);
+        if (HWY_LIKELY(anUpper >= itsDistance && anUpper >= theHalf))
+        {
+            itsInterval = anUpper;
+            return static_cast<unsigned int>(theContext >> MQState::theMpsShift) & 1;
+        }
+        return Decode(theContext);
+    }
+
+    /// Decodes theCount decisions at once if they are all zeros that leave theContext as it is; else none.
+    HWY_INLINE bool SkipZeros(std::uint64_t theContext, std::uint64_t theCount)
+    {
+        const std::uint64_t aSum = ((theContext & MQState::theQeMask) >> 16) * theCount; // count below 2^16
+        const std::uint64_t aLimit = itsDistance > theHalf ? itsDistance : theHalf;
+        if ((theContext >> MQState::theMpsShift & 1) != 0 || itsInterval < aLimit ||
+            aSum > (itsInterval - aLimit) >> 16)
+        {
+            return false;
+        }
+        itsInterval -= aSum << 16;
+        return true;
+    }
 
     /// Bits taken from behind the end so far, or from behind a marker.
     HWY_INLINE std::int64_t GetSyntheticBits() const { return std::int64_t{itsSynthetic} - itsLookahead; }
@@ -73,23 +101,77 @@ private:
     static constexpr std::int64_t theEndTolerance = 32; ///< bits
     static constexpr std::uint64_t theHalf = std::uint64_t{1} << 63;
 
-    HWY_INLINE unsigned int Exchange(std::uint64_t& theContext, std::uint64_t theState, std::uint64_t theQe)
+    static HWY_INLINE const MQState& GetState(std::uint64_t theContext)
     {
-        const std::uint64_t isLess = itsInterval < itsDistance ? 1 : 0;
-        const std::uint64_t isLps = isLess ^ (itsInterval < theQe ? 1 : 0);
-        const std::uint64_t aMask = 0 - isLess;
-        itsDistance -= itsInterval & aMask;
-        itsInterval ^= (itsInterval ^ theQe) & aMask;
-        theContext = theMQStates[static_cast<std::uint8_t>(theState >> (MQState::theNextLpsShift * isLps))];
-        const int aShift = std::countl_zero(itsInterval);
-        itsInterval <<= aShift;
-        itsDistance <<= aShift;
-        itsLookahead -= aShift;
-        if (HWY_UNLIKELY(itsLookahead < 0))
-        {
-            TakeBytes();
-        }
-        return static_cast<unsigned int>((theState >> MQState::theMpsShift) ^ isLps) & 1;
+        const auto* aBytes = reinterpret_cast<const std::uint8_t*>(theMQStates.data());
+        return *reinterpret_cast<const MQState*>(aBytes + static_cast<std::uint32_t>(theContext));
+    }
+
+    /// The interval is never empty.
+    static HWY_INLINE int CountLeadingZeros(std::uint64_t theValue)
+    {
+#if HWY_ARCH_X86_64 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC
+        // Highway runs these targets only where this instruction is; compilers are not told that it is.
+        std::uint64_t aCount;
+        asm("lzcntq %1, %0" : "=r"(aCount) : "r"(theValue) : "cc");
+        return static_cast<int>(aCount);
+#else
+        return std::countl_zero(theValue);
+#endif
+    }
+
+    /// Puts the part of the interval that the code points to in its place, not renormalised yet, and returns
+    /// the context's next word. The upper part, of the more probable symbol unless it is smaller, is what
+    /// theQe leaves.
+    HWY_INLINE std::uint64_t Divide(const MQState& theState, std::uint64_t theQe)
+    {
+        const std::uint64_t anUpper = itsInterval - theQe;
+        std::uint64_t aNext = theState.itsNextMps;
+#if HWY_ARCH_X86_64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
+        // The lines of the other branch; compilers make branches of them.
+        std::uint64_t isLess = 0;
+        std::uint64_t isSmaller = 0;
+        asm("" : "+r"(isLess), "+r"(isSmaller));
+        itsInterval = anUpper;
+        asm("cmpq $0, %[upper]\n\t"
+            "cmovsq %[kept], %[next]\n\t"
+            "cmpq %[qe], %[upper]\n\t"
+            "setb %b[smaller]\n\t"
+            "cmpq %[distance], %[upper]\n\t"
+            "setb %b[less]\n\t"
+            "cmovbq %[rest], %[distance]\n\t"
+            "cmovbq %[qe], %[interval]\n\t"
+            "subb %b[less], %b[smaller]\n\t"
+            "cmovnzq %[lps], %[next]"
+            : [interval] "+&r"(itsInterval), [distance] "+&r"(itsDistance), [next] "+&r"(aNext),
+              [less] "+&q"(isLess), [smaller] "+&q"(isSmaller)
+            : [upper] "r"(anUpper), [qe] "r"(theQe), [rest] "r"(itsDistance - anUpper),
+              [kept] "rm"(theState.itsKept), [lps] "rm"(theState.itsNextLps)
+            : "cc");
+        return aNext;
+#else
+        const std::uint64_t aLess = MakeMask(anUpper < itsDistance);
+        const std::uint64_t aLps = MakeMask(anUpper < theQe) ^ aLess;
+        itsDistance -= anUpper & aLess;
+        itsInterval = Choose(aLess, theQe, anUpper);
+        aNext = Choose(MakeMask(anUpper >= theHalf), theState.itsKept, aNext);
+        return Choose(aLps, theState.itsNextLps, aNext);
+#endif
+    }
+
+    static HWY_INLINE std::uint64_t MakeMask(bool isSet)
+    {
+        std::uint64_t aMask = 0 - static_cast<std::uint64_t>(isSet);
+#if HWY_COMPILER_GCC
+        asm("" : "+r"(aMask)); // or compilers make branches of masks
+#endif
+        return aMask;
+    }
+
+    static HWY_INLINE std::uint64_t Choose(std::uint64_t theMask, std::uint64_t theOne,
+                                           std::uint64_t theOther)
+    {
+        return theOther ^ ((theOne ^ theOther) & theMask);
     }
 
     /// Takes in as many bytes as fit. itsLookahead is negative: -15 to -1.

@@ -31,7 +31,6 @@ public:
     {
     }
 
-    HWY_INLINE unsigned int DecodeSkewed(std::uint64_t&) { return ReadBit(); }
     HWY_INLINE unsigned int Decode(std::uint64_t&) { return ReadBit(); }
 
     HWY_INLINE std::int64_t GetSyntheticBits() const { return itsSynthetic; }

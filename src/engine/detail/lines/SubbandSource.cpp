@@ -3,21 +3,12 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
 #include <type_traits>
-
-#include "engine/detail/packets/Tile.h"
 
 namespace j2k
 {
 namespace
 {
-const char* NameBand(Band theBand)
-{
-    static constexpr const char* theNames[] = {"LL", "HL", "LH", "HH"};
-    return theNames[static_cast<unsigned int>(theBand) & 3];
-}
-
 /// Lines of the highest row of blocks. Only the first and the last row can be lower than the others.
 std::uint32_t ComputeStripeHeight(const Subband& theSubband)
 {
@@ -114,27 +105,20 @@ void SubbandSource<Sample>::ClearBlock(std::uint32_t theColumn, const Rect& theP
 template <class Sample>
 void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn) const
 {
-    if (theFindings.itsBadSegmentationSymbol)
+    // How a segment ends tells nothing where it was left before its end.
+    const bool anIsWhole = !itsWorkshop.GetBlock().itsIsCut;
+    if (theFindings.itsBadSegmentationSymbol && anIsWhole)
     {
-        Depart("wrong segmentation symbol", theColumn);
+        itsSubband.Depart(theColumn, itsBlockRow, "wrong segmentation symbol");
     }
-    if (theFindings.itsBadTermination)
+    if (theFindings.itsBadTermination && anIsWhole)
     {
-        Depart("coding pass not terminated as announced", theColumn);
+        itsSubband.Depart(theColumn, itsBlockRow, "coding pass not terminated as announced");
     }
     if (theFindings.itsMissingPasses)
     {
-        Depart("more coding passes than its bit-planes have", theColumn);
+        itsSubband.Depart(theColumn, itsBlockRow, "more coding passes than its bit-planes have");
     }
-}
-
-template <class Sample>
-void SubbandSource<Sample>::Depart(const char* theFinding, std::uint32_t theColumn) const
-{
-    const Tile& aTile = itsSubband.GetTile();
-    aTile.GetReports().Departure(
-        "Code-block " + std::to_string(theColumn) + ", " + std::to_string(itsBlockRow) + " of a subband " +
-        NameBand(itsSubband.GetBand()) + " of tile " + std::to_string(aTile.GetIndex()) + ": " + theFinding);
 }
 
 template class SubbandSource<std::int16_t>;

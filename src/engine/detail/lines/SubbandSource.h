@@ -30,7 +30,6 @@ private:
     void DecodeBlock(std::uint32_t theColumn, const Rect& thePlace);
     void ClearBlock(std::uint32_t theColumn, const Rect& thePlace);
     void Report(const BlockFindings& theFindings, std::uint32_t theColumn) const;
-    void Depart(const char* theFinding, std::uint32_t theColumn) const;
 
     const Subband& itsSubband;
     BlockWorkshop& itsWorkshop;

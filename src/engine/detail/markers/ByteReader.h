@@ -46,9 +46,6 @@ public:
     /// Position in the codestream of the next byte.
     std::uint64_t GetOffset() const { return itsBytesRead - GetAvailable().size(); }
 
-    /// Bytes that the source delivered.
-    std::uint64_t GetBytesRead() const { return itsBytesRead; }
-
 private:
     std::size_t ReadSource(std::uint8_t* theBytes, std::size_t theCount);
 

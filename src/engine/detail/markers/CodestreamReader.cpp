@@ -29,7 +29,6 @@ struct CodestreamReader::Implementation
     ByteReader itsBytes;
     MarkerReader itsMarkers;
     MainHeader itsHeader;
-    TileCoding itsMainCoding;
     FewestLevels itsFewestLevels;
     std::optional<TilePartReader> itsTileParts;
     std::map<std::uint32_t, CollectedTile> itsTiles;
@@ -94,9 +93,9 @@ void CodestreamReader::ReadMainHeader()
     Implementation& anOwn = *itsImplementation;
     anOwn.itsHeader = j2k::ReadMainHeader(anOwn.itsMarkers, anOwn.itsReports);
     const ImageSize& anImage = anOwn.itsHeader.itsImage;
-    anOwn.itsMainCoding =
-        MergeCoding(anOwn.itsHeader.itsCoding, CodingSegments(), anImage.itsComponents.size(), nullptr);
-    anOwn.itsFewestLevels = FewestLevels(anOwn.itsMainCoding, anImage.GetTileCount());
+    anOwn.itsFewestLevels = FewestLevels(
+        MergeCoding(anOwn.itsHeader.itsCoding, CodingSegments(), anImage.itsComponents.size(), nullptr),
+        anImage.GetTileCount());
     anOwn.itsIsTaken.assign(anImage.GetTileCount(), false);
     anOwn.itsTileParts.emplace(anOwn.itsMarkers, anOwn.itsHeader, anOwn.itsReports);
     anOwn.itsTileParts->ReadFirstStart();
@@ -105,11 +104,6 @@ void CodestreamReader::ReadMainHeader()
 const ImageSize& CodestreamReader::GetImageSize() const
 {
     return itsImplementation->itsHeader.itsImage;
-}
-
-const TileCoding& CodestreamReader::GetMainCoding() const
-{
-    return itsImplementation->itsMainCoding;
 }
 
 void CodestreamReader::ReadAll()
@@ -157,11 +151,6 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
     anOwn.itsIsTaken[theTile] = true;
     anOwn.itsTiles.erase(theTile);
     return aResult;
-}
-
-std::uint64_t CodestreamReader::GetOffset() const
-{
-    return itsImplementation->itsBytes.GetBytesRead();
 }
 
 } // namespace j2k

@@ -28,9 +28,6 @@ public:
     void ReadMainHeader();
     const ImageSize& GetImageSize() const;
 
-    /// What the main header says; tiles may differ.
-    const TileCoding& GetMainCoding() const;
-
     /// Reads the rest, up to EOC or the end of the source.
     void ReadAll();
 
@@ -41,9 +38,6 @@ public:
     /// Reads on until theTile, which must be in range, is complete and gives it away; later calls for it are
     /// an error. A tile without any tile-part comes back with an empty body, marked as truncated.
     std::unique_ptr<TileData> TakeTile(std::uint32_t theTile);
-
-    /// Bytes read from the source.
-    std::uint64_t GetOffset() const;
 
 private:
     struct Implementation;

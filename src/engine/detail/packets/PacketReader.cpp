@@ -22,7 +22,7 @@ PacketReader::PacketReader(const TileData& theData, const TileBody& theBody,
                            CodePieces& thePieces, Reports& theReports)
     : itsData(theData), itsBody(theBody), itsComponents(theComponents), itsComponentCount(theComponentCount),
       itsLayers(theLayers), itsArena(theArena), itsPieces(thePieces), itsReports(theReports),
-      itsVisits(MakeBudget(22, 8, theData),
+      itsVisits(MakeBudget(15, 8, theData),
                 "POC marker segments repeat far more packets than the tile has bytes", theReports),
       itsBlocks(MakeBudget(23, 9, theData), "Packets name far more code-blocks than the tile has bytes",
                 theReports),

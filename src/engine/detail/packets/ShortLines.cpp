@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/packets/ShortLines.h"
 
-#include <algorithm>
-
 namespace j2k
 {
 
@@ -21,12 +19,10 @@ std::uint64_t ShortLines::GetBound(const Subband& theSubband)
 
 std::uint64_t ShortLines::Lift(std::uint64_t theLow, std::uint64_t theHigh)
 {
-    const std::uint64_t anEven = theLow + (2 * theHigh + 2) / 4;
+    // Even results are never the larger ones.
     const std::uint64_t anOdd = theHigh == 0 ? theLow : theLow + theHigh + 1;
-    Require(2 * theHigh + 2);
-    Require(2 * anEven);
     Require(anOdd);
-    return std::max(anEven, anOdd);
+    return anOdd;
 }
 
 std::uint64_t ShortLines::Synthesize(const TileComponent& theComponent)
@@ -46,7 +42,6 @@ std::uint64_t ShortLines::Synthesize(const TileComponent& theComponent)
 void ShortLines::Transform(const std::array<std::uint64_t, 3>& theBounds)
 {
     const auto [aY, aU, aV] = theBounds;
-    Require(aU + aV);
     Require(aY + (aU + aV + 3) / 4);
     // R = V + Y - (U + V) / 4 and B = U + Y - (U + V) / 4, rounded once.
     Require(aY + (3 * aV + aU + 3) / 4 + 1);

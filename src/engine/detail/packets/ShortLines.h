@@ -16,7 +16,7 @@ namespace j2k
 /// - even results are L and a quarter of two neighbours, L + (2H + 2) / 4 at most;
 /// - odd results, the rounding left aside, are low-pass values with weights that add up to 1 and high-pass
 ///   values with weights 3/4, -1/8 and -1/8: L + H; each of the two roundings is off by at most a half.
-/// Sums of two neighbours, as the formulas form them, must fit as well.
+/// Sums of two neighbours need not fit: the kernels work out averages without them.
 class ShortLines
 {
 public:

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "engine/detail/packets/BlockCollector.h"
+#include "engine/detail/packets/PassSegments.h"
 #include "engine/detail/packets/Resolution.h"
 #include "engine/detail/packets/Tile.h"
 
@@ -17,6 +19,12 @@ std::uint32_t ToSubband(std::uint32_t theValue, unsigned int theLevels, bool the
 {
     const std::uint64_t aShift = theHigh ? std::uint64_t(1) << (theLevels - 1) : 0;
     return theValue > aShift ? static_cast<std::uint32_t>(CeilDivPow2(theValue - aShift, theLevels)) : 0;
+}
+
+const char* NameBand(Band theBand)
+{
+    static constexpr const char* theNames[] = {"LL", "HL", "LH", "HH"};
+    return theNames[static_cast<unsigned int>(theBand) & 3];
 }
 
 // Log2 of a subband's nominal gain (T.800 table E.1).
@@ -153,7 +161,29 @@ bool Subband::CollectBlock(std::uint32_t theColumn, std::uint32_t theRow, Collec
     theBlock.itsBlock.itsStyle = itsBlockStyle;
     theBlock.itsBlock.itsBitPlanes = aBlock->itsBitPlanes;
     CollectSegments(*aBlock, itsTile->GetPieces(), itsTile->GetBody(), theBlock);
+    theBlock.itsIsCut = IsCut(*aBlock, theBlock.itsSegments);
     return true;
+}
+
+bool Subband::IsCut(const CodeBlock& theBlock, const std::vector<CodedSegment>& theSegments) const
+{
+    std::uint32_t aPasses = 0;
+    for (const CodedSegment& aSegment : theSegments)
+    {
+        aPasses += aSegment.itsPasses;
+    }
+    return !PassSegments(itsBlockStyle).IsStart(aPasses) &&
+           (aPasses != theBlock.itsPasses || itsTile->LeavesLayersOut());
+}
+
+void Subband::Depart(std::uint32_t theColumn, std::uint32_t theRow, const char* theFinding) const
+{
+    const CodePiece& aPiece = itsTile->GetPieces().Get(FindBlock(theColumn, theRow)->itsFirstPiece);
+    itsTile->GetReports().Departure("Code-block " + std::to_string(theColumn) + ", " +
+                                        std::to_string(theRow) + " of subband " + NameBand(itsBand) +
+                                        " at resolution " + std::to_string(itsResolution->GetLevel()) +
+                                        " in tile " + std::to_string(itsTile->GetIndex()) + ": " + theFinding,
+                                    itsTile->GetBody().GetOffset(aPiece.itsPosition));
 }
 
 void Subband::NoteBitPlanes(std::uint32_t theBitPlanes)

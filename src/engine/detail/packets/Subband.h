@@ -22,6 +22,9 @@ struct CollectedBlock
     CodedBlock itsBlock;
     std::vector<CodedSegment> itsSegments;
     std::vector<std::uint8_t> itsBytes;
+    /// Coding passes that belong to the last segment are missing, or may be: they came in layers that are not
+    /// decoded, or did not come.
+    bool itsIsCut = false;
 };
 
 /// One subband of a tile's component: its geometry, its quantization and its code-blocks.
@@ -66,8 +69,11 @@ public:
     /// every coefficient's magnitude is below two to this power.
     std::uint32_t GetLargestBitPlanes() const { return itsLargestBitPlanes; }
 
-    /// The tile that the subband belongs to, for reports on what its blocks' bytes showed.
+    /// The tile that the subband belongs to.
     Tile& GetTile() const { return *itsTile; }
+
+    /// Reports what the bytes of a collected block showed to be wrong, as a departure.
+    void Depart(std::uint32_t theColumn, std::uint32_t theRow, const char* theFinding) const;
 
     /// CodeBlockStyle bits.
     std::uint8_t GetBlockStyle() const { return itsBlockStyle; }
@@ -103,6 +109,7 @@ private:
 
     void SetQuantization(const ComponentCoding& theCoding, unsigned int theStep);
     const CodeBlock* FindBlock(std::uint32_t theColumn, std::uint32_t theRow) const;
+    bool IsCut(const CodeBlock& theBlock, const std::vector<CodedSegment>& theSegments) const;
     unsigned int GetIndex() const { return itsBand == Band::LL ? 0 : static_cast<unsigned int>(itsBand) - 1; }
 
     Tile* itsTile = nullptr;

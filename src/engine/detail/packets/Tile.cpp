@@ -36,20 +36,12 @@ void Tile::CheckCoding() const
     for (const ComponentCoding& aCoding : itsData->itsCoding.itsComponents)
     {
         aResolutions += aCoding.itsLevels + 1U;
-        for (unsigned int aLevel = 1; aLevel <= aCoding.itsLevels; ++aLevel)
-        {
-            const std::uint8_t anExponents = aCoding.itsPrecinctSizes[aLevel];
-            if ((anExponents & 15U) == 0 || anExponents >> 4 == 0)
-            {
-                Refuse(" has precincts of size 1 above resolution 0 (COD or COC)");
-            }
-        }
     }
     if (itsBody.GetSize() > 0xFFFFFFFFU)
     {
         Refuse(" has more than 4 GiB of data");
     }
-    if (aResolutions > (std::uint64_t(1) << 17) + 16 * itsBody.GetSize())
+    if (aResolutions > (std::uint64_t(1) << 14) + 16 * itsBody.GetSize())
     {
         Refuse(" has far more resolutions than bytes");
     }
@@ -91,7 +83,9 @@ void Tile::CheckSamples() const
 
 void Tile::ReadPackets(unsigned int theMaxLayers)
 {
-    const std::uint32_t aLayers = theMaxLayers == 0 ? itsData->itsCoding.itsLayers : theMaxLayers;
+    const std::uint32_t anAllLayers = itsData->itsCoding.itsLayers;
+    const std::uint32_t aLayers = theMaxLayers == 0 ? anAllLayers : theMaxLayers;
+    itsLeavesLayersOut = aLayers < anAllLayers;
     PacketReader aReader(*itsData, itsBody, itsComponents, itsDecodedComponents, aLayers, itsArena, itsPieces,
                          itsReports);
     itsUnreadBytes = aReader.ReadAll();
@@ -107,9 +101,8 @@ bool Tile::AllowsComponentTransform() const
     return std::all_of(itsComponents.begin() + 1, itsComponents.begin() + 3,
                        [&aFirst](const std::unique_ptr<TileComponent>& theOther)
                        {
-                           const Rect& aRect = theOther->GetRect();
-                           return aRect.GetWidth() == aFirst.GetRect().GetWidth() &&
-                                  aRect.GetHeight() == aFirst.GetRect().GetHeight() &&
+                           // The same size alone might differ at a lower resolution.
+                           return theOther->GetRect() == aFirst.GetRect() &&
                                   theOther->IsReversible() == aFirst.IsReversible();
                        });
 }

@@ -43,9 +43,12 @@ public:
     std::size_t GetComponentCount() const { return itsDecodedComponents; }
     TileComponent& GetComponent(std::size_t theIndex) { return *itsComponents[theIndex]; }
 
-    /// Whether RCT or ICT is to be undone over the first three components; false where their sizes or
+    /// Whether RCT or ICT is to be undone over the first three components; false where their places or
     /// transforms do not allow it (a departure), or fewer than three are decoded.
     bool HasComponentTransform() const { return itsComponentTransform; }
+
+    /// Whether packets may be there whose layer is not decoded.
+    bool LeavesLayersOut() const { return itsLeavesLayersOut; }
 
     Reports& GetReports() const { return itsReports; }
     std::uint32_t GetIndex() const { return itsData->itsIndex; }
@@ -75,6 +78,7 @@ private:
     std::vector<std::unique_ptr<TileComponent>> itsComponents; ///< all of them: packets need their geometry
     std::size_t itsDecodedComponents = 0;
     bool itsComponentTransform = false;
+    bool itsLeavesLayersOut = false;
     std::uint64_t itsUnreadBytes = 0;
 };
 
