@@ -17,6 +17,9 @@ foreach(aPrecision 8 12 16)
     INTERFACE_INCLUDE_DIRECTORIES "${QUORIX_IJG_INCLUDE_DIR}")
 endforeach()
 
+# libjpeg-turbo, for the DCT images that it decodes as the 8-bit IJG build does.
+find_package(JPEG REQUIRED)
+
 # Java: the headers of JNI alone, as whoever loads the library brings the virtual machine. Debian's layout
 # is only found from where javac really is.
 find_package(Java 17 REQUIRED COMPONENTS Development)

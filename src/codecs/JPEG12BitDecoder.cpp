@@ -4,15 +4,20 @@
 // The library's headers stand in a namespace of this file's own, so that the types of the three builds
 // stay apart. What they include themselves comes first, outside of it.
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "codecs/JPEGDecoderException.h"
 #include "codecs/detail/JPEGLibrary.h"
+#include "codecs/detail/JPEGLosslessScan.h"
+#include "codecs/detail/JPEGRoads.h"
 
 // Without this the library's headers declare its memory manager without the operation for lossless
 // images, and everything behind it in the wrong place.
@@ -25,6 +30,9 @@ extern "C"
 #include <gdcmjpeg/12/jpeglib.h>
 
 #include <gdcmjpeg/12/jerror.h>
+
+// The markers between scans are the library's even where the scans are ours.
+#include <gdcmjpeg/jpegint.h>
 }
 #include "codecs/detail/JPEGLibraryBuild.inc"
 } // namespace quorix_jpeg12

@@ -7,6 +7,8 @@
 #include "codecs/MeteringKDUCompressedSource.h"
 #include "codecs/detail/JPEGInputBuffer.h"
 #include "codecs/detail/JPEGLibrary.h"
+#include "codecs/detail/JPEGRoads.h"
+#include "codecs/detail/JPEGTurbo.h"
 #include "toolkit/base/StreamIOException.h"
 
 namespace
@@ -85,30 +87,74 @@ struct JPEGDecoder::State
 
     JPEGInputBuffer itsInput;
     std::unique_ptr<JPEGLibrary> itsLibrary;
+    bool itsIsAtFirstScan = false; ///< a header was read, and nothing has been done with it
 };
 
-/// Feeds the library from one codec's source for the length of a call: with copies around, the codec that
+/// Feeds a decoder from one codec's source for the length of a call: with copies around, the codec that
 /// is called is the one whose source counts.
-class JPEGDecoder::Session final : public JPEGLibrary::Client
+class JPEGDecoder::Session : public JPEGLibrary::Client
 {
 public:
     explicit Session(JPEGDecoder& theOwner) : itsOwner(theOwner), itsInput(theOwner.itsState->itsInput) {}
 
     int FillInput(const std::uint8_t*& theData) override
     {
-        const int aCount =
-            itsInput.ConsumeSupplied() ? itsOwner.GetBytesRead() : itsInput.Read(itsOwner.GetSource());
+        if (itsInput.IsSuppliedNext())
+        {
+            itsInput.FillFromSupplied(itsOwner.GetBytesRead());
+        }
+        else
+        {
+            itsInput.Fill(itsOwner.GetSource());
+        }
         theData = itsInput.GetData();
-        return aCount;
+        return itsInput.GetCount();
     }
 
     void CloseInput() override { itsOwner.GetSource().close(); }
     void InputAccepted(int theBytes) override { itsInput.AddToTotal(theBytes); }
     std::uint64_t GetInputTotal() const override { return itsInput.GetTotal(); }
 
-private:
+protected:
     JPEGDecoder& itsOwner;
     JPEGInputBuffer& itsInput;
+};
+
+/// Keeps the bytes of a header of reasonable length, for another decoder to begin with.
+class JPEGDecoder::HeaderSession final : public Session
+{
+public:
+    explicit HeaderSession(JPEGDecoder& theOwner) : Session(theOwner) { itsInput.StartKeeping(); }
+
+    int FillInput(const std::uint8_t*& theData) override
+    {
+        constexpr std::uint64_t theMost = 1 << 20;
+        if (itsInput.GetKeptBytes() > theMost)
+        {
+            itsInput.StopKeeping();
+        }
+        return Session::FillInput(theData);
+    }
+};
+
+/// Delivers an image from its first byte, and keeps it for the library to begin anew. Data out of all
+/// proportion to the image end early, which leaves them to the library, too.
+class JPEGDecoder::TurboSession final : public Session
+{
+public:
+    explicit TurboSession(JPEGDecoder& theOwner)
+        : Session(theOwner), itsMost((1 << 20) + 2 * theOwner.GetOutputSize())
+    {
+        itsInput.Rewind(0);
+    }
+
+    int FillInput(const std::uint8_t*& theData) override
+    {
+        return !itsInput.IsRewound() && itsInput.GetKeptBytes() > itsMost ? 0 : Session::FillInput(theData);
+    }
+
+private:
+    std::uint64_t itsMost;
 };
 
 JPEGDecoder::JPEGDecoder(int theBits, std::unique_ptr<JPEGLibrary> theLibrary)
@@ -132,8 +178,10 @@ void JPEGDecoder::SetSourceImpl()
 
 void JPEGDecoder::ReadHeader()
 {
-    Session aSession(*this);
+    HeaderSession aSession(*this);
+    itsState->itsIsAtFirstScan = false;
     itsState->itsLibrary->ReadHeader(aSession);
+    itsState->itsIsAtFirstScan = true;
     itsPrecision = itsState->itsLibrary->GetHeader().itsPrecision;
 }
 
@@ -172,8 +220,48 @@ void JPEGDecoder::SettleOutput()
 void JPEGDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
 {
     CheckBuffer(theBuffer, theSize);
-    Session aSession(*this);
-    itsState->itsLibrary->Decode(aSession, static_cast<std::uint8_t*>(theBuffer));
+    auto* const aBuffer = static_cast<std::uint8_t*>(theBuffer);
+    if (!DecodeWithTurbo(aBuffer))
+    {
+        itsState->itsInput.StopKeeping();
+        Session aSession(*this);
+        itsState->itsLibrary->Decode(aSession, aBuffer);
+    }
+}
+
+bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
+{
+    JPEGLibrary& aLibrary = *itsState->itsLibrary;
+    JPEGInputBuffer& anInput = itsState->itsInput;
+    const JPEGFrameHeader aHeader = aLibrary.GetHeader();
+    if (!std::exchange(itsState->itsIsAtFirstScan, false) || !anInput.IsKeeping() ||
+        JPEGRoads::Choose(aHeader, aLibrary.GetRoad()) != JPEGRoads::Way::TURBO)
+    {
+        return false;
+    }
+    // Where the library stands: inside the last of these.
+    const std::size_t aHeaderFills = anInput.GetKeptFills();
+    TurboSession aSession(*this);
+    bool isDecoded = false;
+    try
+    {
+        isDecoded = JPEGTurbo::Decode(aSession, aHeader, theBuffer);
+    }
+    catch (...)
+    {
+        aLibrary.EndImage(false);
+        throw;
+    }
+    if (isDecoded)
+    {
+        aLibrary.EndImage(true);
+        anInput.StopKeeping();
+    }
+    else
+    {
+        anInput.Rewind(aHeaderFills);
+    }
+    return isDecoded;
 }
 
 void JPEGDecoder::CheckBuffer(const void* theBuffer, std::uint64_t theSize) const
@@ -244,6 +332,11 @@ void JPEGDecoder::SetBytesRead(int theBytes)
 int JPEGDecoder::GetBytesRead()
 {
     return itsState->itsInput.GetBytesRead();
+}
+
+void JPEGDecoder::SetRoad(JPEGRoad theRoad)
+{
+    itsState->itsLibrary->SetRoad(theRoad);
 }
 
 void JPEGDecoder::SetJpegErrorHandler()

@@ -7,9 +7,13 @@
 #include "decoding/Decoder.h"
 
 class JPEGLibrary;
+enum class JPEGRoad;
 
 /// What the three JPEG codecs share: the DICOM JPEG processes (baseline, extended, progressive and
 /// lossless) through one build of the IJG library.
+///
+/// The library reads every header and has the last word on every image. Usual images are decoded by faster
+/// code behind it, with the same result to the bit; see SetRoad.
 ///
 /// The output is rows of packed samples, components interleaved: grey as one component, every colour
 /// image as RGB, converted by the library; samples of more than 8 bits are 16-bit words in the machine's
@@ -20,7 +24,7 @@ class JPEGLibrary;
 /// compressed source throws passes through unchanged. An image of more than 1000 scans is refused ("Too
 /// many scans"). After an exception the codec is good for nothing but its hand-over buffer and its
 /// destruction. Warnings keep the library's own handling: the first one of an image is printed to standard
-/// error.
+/// error. Only up to seven bytes left over at the end of a scan may pass without one.
 ///
 /// Copies share the library object and the input buffer, so a codec and its copies count as one codec.
 /// Not thread-safe; separate codecs share nothing.
@@ -80,6 +84,9 @@ public:
     /// Gives the library its standard error manager with this codec's error handler in it.
     void SetJpegErrorHandler();
 
+    /// Forces the library's own loop or the fast decoders, which give the same to the bit. For tests.
+    void SetRoad(JPEGRoad theRoad);
+
 protected:
     /// theBits: 8, 12 or 16, the sample precision of theLibrary.
     JPEGDecoder(int theBits, std::unique_ptr<JPEGLibrary> theLibrary);
@@ -94,9 +101,12 @@ protected:
 private:
     struct State;
     class Session;
+    class HeaderSession;
+    class TurboSession;
 
     void ReadHeader();
     void SettleOutput();
+    bool DecodeWithTurbo(std::uint8_t* theBuffer);
     void CheckBuffer(const void* theBuffer, std::uint64_t theSize) const;
 
     std::shared_ptr<State> itsState; ///< shared by copies

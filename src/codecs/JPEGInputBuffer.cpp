@@ -6,14 +6,25 @@
 
 #include "engine/kdu_compressed_source.h"
 
-JPEGInputBuffer::JPEGInputBuffer() : itsOwn(std::make_unique<std::uint8_t[]>(theCapacity)) {}
-
+JPEGInputBuffer::JPEGInputBuffer() = default;
 JPEGInputBuffer::~JPEGInputBuffer() = default;
 
 std::unique_ptr<std::uint8_t[]> JPEGInputBuffer::Take()
 {
+    StopKeeping();
+    itsNext = itsKept.size();
     itsSuppliedIsNext = false;
-    return std::move(itsSuppliedIsCurrent ? itsSupplied : itsOwn);
+    if (itsSuppliedIsCurrent)
+    {
+        return std::move(itsSupplied);
+    }
+    if (std::exchange(itsIsTaken, true))
+    {
+        return nullptr;
+    }
+    auto aBuffer = std::make_unique<std::uint8_t[]>(theCapacity);
+    std::copy_n(itsPresent.itsData, std::clamp(itsPresent.itsCount, 0, theCapacity), aBuffer.get());
+    return aBuffer;
 }
 
 void JPEGInputBuffer::Supply(std::unique_ptr<std::uint8_t[]> theBuffer)
@@ -35,23 +46,77 @@ void JPEGInputBuffer::Supply(std::unique_ptr<std::uint8_t[]> theBuffer)
     itsSuppliedIsNext = true;
 }
 
-bool JPEGInputBuffer::ConsumeSupplied()
+void JPEGInputBuffer::FillFromSupplied(int theBytes)
 {
-    return std::exchange(itsSuppliedIsNext, false);
+    itsSuppliedIsNext = false;
+    SetPresent({itsSupplied.get(), theBytes});
 }
 
-int JPEGInputBuffer::Read(kdu_compressed_source& theSource)
+void JPEGInputBuffer::Fill(kdu_compressed_source& theSource)
 {
-    if (itsOwn == nullptr)
+    if (IsRewound())
     {
-        itsOwn = std::make_unique<std::uint8_t[]>(theCapacity);
+        itsPresent = itsKept[itsNext++];
+        itsBytesRead = itsPresent.itsCount;
+        return;
     }
+    std::uint8_t* const aRoom = MakeRoom();
     itsSuppliedIsCurrent = false;
-    itsBytesRead = theSource.read(itsOwn.get(), theCapacity);
-    return itsBytesRead;
+    itsIsTaken = false;
+    itsBytesRead = theSource.read(aRoom, theCapacity);
+    itsUsed += static_cast<std::size_t>(std::clamp(itsBytesRead, 0, theCapacity));
+    SetPresent({aRoom, itsBytesRead});
 }
 
-const std::uint8_t* JPEGInputBuffer::GetData() const
+std::uint8_t* JPEGInputBuffer::MakeRoom()
 {
-    return (itsSuppliedIsCurrent ? itsSupplied : itsOwn).get();
+    if (!itsIsKeeping)
+    {
+        // Whoever asks for the next fill has done with the one before.
+        itsBlocks.resize(std::min<std::size_t>(itsBlocks.size(), 1));
+        itsKept.clear();
+        itsNext = 0;
+        itsUsed = 0;
+    }
+    if (itsBlocks.empty() || theBlockSize - itsUsed < theCapacity)
+    {
+        itsBlocks.push_back(std::make_unique<std::uint8_t[]>(theBlockSize));
+        itsUsed = 0;
+    }
+    return itsBlocks.back().get() + itsUsed;
+}
+
+void JPEGInputBuffer::SetPresent(Span theSpan)
+{
+    itsPresent = theSpan;
+    if (itsIsKeeping)
+    {
+        itsKept.push_back(theSpan);
+        itsNext = itsKept.size();
+    }
+}
+
+void JPEGInputBuffer::StartKeeping()
+{
+    itsBlocks.resize(std::min<std::size_t>(itsBlocks.size(), 1));
+    itsKept.clear();
+    itsNext = 0;
+    itsUsed = 0;
+    itsTotalBefore = itsTotal;
+    itsIsKeeping = true;
+}
+
+void JPEGInputBuffer::StopKeeping()
+{
+    itsIsKeeping = false;
+}
+
+void JPEGInputBuffer::Rewind(std::size_t theFill)
+{
+    itsNext = std::min(theFill, itsKept.size());
+    itsTotal = itsTotalBefore;
+    for (std::size_t i = 0; i < itsNext; ++i)
+    {
+        itsTotal += static_cast<std::uint64_t>(std::clamp(itsKept[i].itsCount, 0, theCapacity));
+    }
 }

@@ -157,11 +157,16 @@ private:
     void FlushBits();
 
     void WriteHeaders();
+    void WriteTable(int theClassAndNumber, const CodeTable& theTable);
     void WriteTables();
     void WriteFrameHeader();
     void WriteScan(const Scan& theScan);
     void WriteUnit(const Scan& theScan, std::size_t theComponent, int theX, int theY);
-    void WriteDifference(int theDifference);
+    void WriteDifference(const CodeTable& theTable, int theDifference);
+    bool HasOtherTable(std::size_t theComponent) const
+    {
+        return itsSpec.itsTwoTables && theComponent % 2 == 1;
+    }
     void WriteLossless(const Scan& theScan, std::size_t theComponent, int theX, int theY);
     void WriteBlock(const Scan& theScan, std::size_t theComponent, const std::array<int, 64>& theBlock);
     void WriteAC(const Scan& theScan, const std::array<int, 64>& theBlock);
@@ -172,6 +177,7 @@ private:
     int itsUnit; ///< samples on a side of a data unit
     std::vector<Plane> itsPlanes;
     CodeTable itsDC;
+    CodeTable itsOtherDC;
     CodeTable itsAC;
     std::vector<int> itsPredictions; ///< DC predictions of the present scan, by component
     int itsIntervalMCURow = 0;       ///< MCU row in which the present restart interval began
@@ -182,6 +188,9 @@ private:
 
 Encoder::Encoder(const JpegSpec& theSpec, const std::vector<std::uint16_t>& theSamples)
     : itsSpec(theSpec), itsUnit(IsLossless() ? 1 : 8), itsDC(MakeDCTable(theSpec.itsCodes, IsLossless())),
+      itsOtherDC(MakeDCTable(theSpec.itsCodes == JpegSpec::Codes::FLAT ? JpegSpec::Codes::STEEP
+                                                                       : JpegSpec::Codes::FLAT,
+                             IsLossless())),
       itsAC(MakeACTable())
 {
     for (const JpegSpec::Sampling& aSampling : theSpec.itsSampling)
@@ -348,6 +357,14 @@ void Encoder::WriteHeaders()
     }
 }
 
+void Encoder::WriteTable(int theClassAndNumber, const CodeTable& theTable)
+{
+    std::vector<int> aSegment = {theClassAndNumber};
+    aSegment.insert(aSegment.end(), theTable.itsCounts.begin() + 1, theTable.itsCounts.end());
+    aSegment.insert(aSegment.end(), theTable.itsSymbols.begin(), theTable.itsSymbols.end());
+    PutSegment(0xc4, aSegment);
+}
+
 void Encoder::WriteTables()
 {
     if (!IsLossless())
@@ -356,13 +373,14 @@ void Encoder::WriteTables()
         aTable[0] = 0;
         PutSegment(0xdb, aTable);
     }
-    const std::array<const CodeTable*, 2> aTables = {&itsDC, &itsAC};
-    for (std::size_t i = 0; i < (IsLossless() ? 1u : 2u); ++i)
+    WriteTable(0, itsDC);
+    if (!IsLossless())
     {
-        std::vector<int> aSegment = {static_cast<int>(i) << 4};
-        aSegment.insert(aSegment.end(), aTables[i]->itsCounts.begin() + 1, aTables[i]->itsCounts.end());
-        aSegment.insert(aSegment.end(), aTables[i]->itsSymbols.begin(), aTables[i]->itsSymbols.end());
-        PutSegment(0xc4, aSegment);
+        WriteTable(0x10, itsAC);
+    }
+    else if (itsSpec.itsTwoTables)
+    {
+        WriteTable(1, itsOtherDC);
     }
     if (itsSpec.itsRestartInterval > 0)
     {
@@ -397,7 +415,7 @@ void Encoder::WriteScan(const Scan& theScan)
     {
         aHeader.push_back(i < itsSpec.itsComponentIds.size() ? itsSpec.itsComponentIds[i]
                                                              : static_cast<int>(i) + 1);
-        aHeader.push_back(0);
+        aHeader.push_back(HasOtherTable(i) ? 0x10 : 0);
     }
     aHeader.insert(aHeader.end(), {theScan.itsFirst, theScan.itsLast, theScan.itsHigh << 4 | theScan.itsLow});
     PutSegment(0xda, aHeader);
@@ -451,14 +469,14 @@ void Encoder::WriteUnit(const Scan& theScan, std::size_t theComponent, int theX,
 }
 
 /// A category and its extra bits; category 16 has none.
-void Encoder::WriteDifference(int theDifference)
+void Encoder::WriteDifference(const CodeTable& theTable, int theDifference)
 {
     int aCategory = 0;
     while ((std::abs(theDifference) >> aCategory) != 0)
     {
         ++aCategory;
     }
-    PutSymbol(itsDC, aCategory);
+    PutSymbol(theTable, aCategory);
     if (aCategory > 0 && aCategory < 16)
     {
         PutBits(theDifference > 0 ? theDifference : theDifference - 1, aCategory);
@@ -487,7 +505,7 @@ void Encoder::WriteLossless(const Scan& theScan, std::size_t theComponent, int t
     }
     int aDifference = ((aPlane.At(theX, theY) >> aShift) - aPrediction) & 0xffff;
     aDifference = aDifference > 32768 ? aDifference - 65536 : aDifference;
-    WriteDifference(aDifference);
+    WriteDifference(HasOtherTable(theComponent) ? itsOtherDC : itsDC, aDifference);
 }
 
 void Encoder::WriteBlock(const Scan& theScan, std::size_t theComponent, const std::array<int, 64>& theBlock)
@@ -499,7 +517,7 @@ void Encoder::WriteBlock(const Scan& theScan, std::size_t theComponent, const st
     else if (theScan.itsFirst == 0)
     {
         const int aDC = theBlock[0] >> theScan.itsLow;
-        WriteDifference(aDC - itsPredictions[theComponent]);
+        WriteDifference(itsDC, aDC - itsPredictions[theComponent]);
         itsPredictions[theComponent] = aDC;
     }
     if (theScan.itsLast > 0)

@@ -35,6 +35,7 @@ struct JpegSpec
     std::vector<int> itsComponentIds;   ///< 1, 2, 3 … when empty
     std::vector<Sampling> itsSampling;  ///< 1x1 each when empty; the first sample of a group is coded
     bool itsInterleaved = true;         ///< false: one scan a component
+    bool itsTwoTables = false;          ///< lossless: every second component has the other kind of codes
     int itsRestartInterval = 0;         ///< MCUs; lossless: a multiple of the MCUs of a row
     int itsQuantization = 1;            ///< lossy: one step for all coefficients; 1 keeps samples within 1
     int itsPredictor = 1;               ///< lossless: 1 … 7

@@ -10,13 +10,16 @@
 
 class kdu_compressed_source;
 
-/// The compressed bytes between a JPEG codec's source and its library, and their hand-over from one codec
+/// The compressed bytes between a JPEG codec's source and its decoders, and their hand-over from one codec
 /// to the next.
 ///
-/// Two buffers, each with an owner of its own: the codec's, 32768 bytes, which the source is read into,
-/// and one handed in, which is only ever read, because its real length is known to nobody here. Whatever
-/// the library may still point into stays alive as long as this object, or until it is taken. Not
-/// thread-safe.
+/// A decoder gets its bytes in fills: what one read of the source answered, or a buffer that was handed in.
+/// Those of the present image may be kept, so that one decoder can begin it and another begin it anew: the
+/// source is read once. A fill's bytes stay in place until the next fill, kept ones until keeping stops, so
+/// nothing is copied.
+///
+/// A buffer handed in is only ever read, because its real length is known to nobody here, and stays alive
+/// as long as this object, or until it is taken. Not thread-safe.
 class JPEGInputBuffer
 {
 public:
@@ -27,34 +30,78 @@ public:
     JPEGInputBuffer(const JPEGInputBuffer&) = delete;
     JPEGInputBuffer& operator=(const JPEGInputBuffer&) = delete;
 
-    /// Gives up the buffer with the most recent bytes; null when it is gone already.
+    /// Gives up the bytes of the most recent fill, in a buffer that the caller owns from now on; null when
+    /// they are gone already. Ends keeping.
     std::unique_ptr<std::uint8_t[]> Take();
 
-    /// Takes over a buffer whose bytes the next fill delivers.
+    /// Takes over a buffer that the next fill delivers.
     void Supply(std::unique_ptr<std::uint8_t[]> theBuffer);
 
-    /// Whether the next fill has to deliver a supplied buffer; answers true once for each.
-    bool ConsumeSupplied();
+    /// Whether the next fill is a supplied buffer.
+    bool IsSuppliedNext() const { return itsSuppliedIsNext && !IsRewound(); }
 
-    /// Reads once from the source into the codec's own buffer and keeps the count, which may be negative.
-    int Read(kdu_compressed_source& theSource);
+    /// Makes the supplied buffer the present fill, of so many bytes.
+    void FillFromSupplied(int theBytes);
 
+    /// Makes the next kept fill the present one or else reads once from the source. A negative count is the
+    /// source's error.
+    void Fill(kdu_compressed_source& theSource);
+
+    /// The present fill. The data may be null.
+    const std::uint8_t* GetData() const { return itsPresent.itsData; }
+    int GetCount() const { return itsPresent.itsCount; }
+
+    /// Begins an image: its fills are kept.
+    void StartKeeping();
+
+    /// The fills to come are no longer kept; those that Rewind put ahead are delivered still.
+    void StopKeeping();
+
+    bool IsKeeping() const { return itsIsKeeping; }
+    bool IsRewound() const { return itsNext < itsKept.size(); }
+
+    /// Fills kept so far, and their memory in bytes.
+    std::size_t GetKeptFills() const { return itsKept.size(); }
+    std::uint64_t GetKeptBytes() const { return std::uint64_t{itsBlocks.size()} * theBlockSize; }
+
+    /// Makes the kept fill of that index the next one, and the total what it was before it.
+    void Rewind(std::size_t theFill);
+
+    /// What the most recent fill read, or what was last said here.
     void SetBytesRead(int theBytes) { itsBytesRead = theBytes; }
     int GetBytesRead() const { return itsBytesRead; }
-
-    /// Where the bytes of the most recent fill begin; null when there is no buffer.
-    const std::uint8_t* GetData() const;
 
     /// All bytes that fills delivered so far.
     std::uint64_t GetTotal() const { return itsTotal; }
     void AddToTotal(int theBytes) { itsTotal += static_cast<std::uint64_t>(theBytes); }
 
 private:
-    std::unique_ptr<std::uint8_t[]> itsOwn;
+    struct Span
+    {
+        const std::uint8_t* itsData = nullptr;
+        int itsCount = 0;
+    };
+
+    /// Below the size from which on the heap asks the operating system for every block.
+    static constexpr std::size_t theBlockSize = 3 * theCapacity;
+
+    std::uint8_t* MakeRoom();
+    void SetPresent(Span theSpan);
+
+    std::vector<std::unique_ptr<std::uint8_t[]>> itsBlocks; ///< what the source was read into
+    std::size_t itsUsed = 0;                                ///< bytes in the last block
     std::unique_ptr<std::uint8_t[]> itsSupplied;
     std::vector<std::unique_ptr<std::uint8_t[]>> itsRetired; ///< supplied earlier, perhaps still read from
     bool itsSuppliedIsCurrent = false;
     bool itsSuppliedIsNext = false;
+    bool itsIsTaken = false;
+
+    Span itsPresent;
+    std::vector<Span> itsKept;
+    std::size_t itsNext = 0; ///< the next of the kept fills to deliver; their count when there is none
+    bool itsIsKeeping = false;
+    std::uint64_t itsTotalBefore = 0; ///< total before the first kept fill
+
     int itsBytesRead = 0;
     std::uint64_t itsTotal = 0;
 };

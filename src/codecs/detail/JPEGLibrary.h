@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "codecs/detail/JPEGRoad.h"
+
 /// The library's numbering of colour spaces.
 enum class JPEGColorSpace : int
 {
@@ -32,7 +34,13 @@ struct JPEGFrameHeader
     int itsPrecision = 0; ///< bits of a sample
     JPEGProcess itsProcess = JPEGProcess::SEQUENTIAL;
     int itsComponents = 0;
-    std::array<int, 3> itsComponentIds{}; ///< of the first three
+    std::array<int, 3> itsComponentIds{};       ///< of the first three
+    std::array<std::uint8_t, 4> itsHSampling{}; ///< sampling factors of the first four
+    std::array<std::uint8_t, 4> itsVSampling{};
+    bool itsArithmetic = false;       ///< arithmetic instead of Huffman coding
+    int itsBuildPrecision = 0;        ///< 8, 12 or 16: bits of the library build that read the header
+    bool itsRepeatsComponent = false; ///< the first scan names a component twice
+    int itsRestartInterval = 0;       ///< MCUs; 0: none. A later marker may change it
     bool itsJFIF = false;
     bool itsAdobe = false;
     int itsAdobeTransform = 0;
@@ -80,6 +88,11 @@ public:
     virtual void ReadHeader(Client& theClient) = 0;
 
     virtual JPEGFrameHeader GetHeader() const = 0;
+
+    /// Which road Decode takes; AUTOMATIC from the beginning. For tests.
+    virtual void SetRoad(JPEGRoad theRoad) = 0;
+    virtual JPEGRoad GetRoad() const = 0;
+
     virtual void SetColorSpace(JPEGColorSpace theSpace) = 0;
     virtual void SetOutputColorSpace(JPEGColorSpace theSpace) = 0;
 
@@ -88,6 +101,10 @@ public:
 
     /// Decodes the image into theBuffer, GetOutputSize() bytes.
     virtual void Decode(Client& theClient, std::uint8_t* theBuffer) = 0;
+
+    /// Ends the image whose header was read, in place of Decode, for a decoder that took over from there:
+    /// leaves the library as Decode does, after success or after an exception.
+    virtual void EndImage(bool theSucceeded) = 0;
 
     /// Forgets the input not yet read: its buffer leaves the codec.
     virtual void DropInput() = 0;

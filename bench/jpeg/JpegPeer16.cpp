@@ -2,4 +2,4 @@
 #define PEER_NAMESPACE ijg16
 #define PEER_FUNCTION DecodeWithIjg16
 #define PEER_JPEGLIB <gdcmjpeg/16/jpeglib.h>
-#include "JpegPeer.inc"
+#include "jpeg/JpegPeer.inc"

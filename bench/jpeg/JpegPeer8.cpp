@@ -2,4 +2,4 @@
 #define PEER_NAMESPACE ijg8
 #define PEER_FUNCTION DecodeWithIjg8
 #define PEER_JPEGLIB <gdcmjpeg/8/jpeglib.h>
-#include "JpegPeer.inc"
+#include "jpeg/JpegPeer.inc"

@@ -2,4 +2,4 @@
 #define PEER_NAMESPACE turbo
 #define PEER_FUNCTION DecodeWithTurbo
 #define PEER_JPEGLIB <jpeglib.h>
-#include "JpegPeer.inc"
+#include "jpeg/JpegPeer.inc"

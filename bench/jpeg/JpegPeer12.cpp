@@ -2,4 +2,4 @@
 #define PEER_NAMESPACE ijg12
 #define PEER_FUNCTION DecodeWithIjg12
 #define PEER_JPEGLIB <gdcmjpeg/12/jpeglib.h>
-#include "JpegPeer.inc"
+#include "jpeg/JpegPeer.inc"

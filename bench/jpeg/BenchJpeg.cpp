@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+// JPEG: our codecs beside their own library's road, the three IJG builds and libjpeg-turbo in the plain loop
+// of the library's example, and DCMTK. Then the whole way from a Part 10 stream to a finished Renderable,
+// beside the bare codec into memory that is as new.
+
+#include <memory>
+
+#include "Frames.h"
+#include "codecs/InputStreamAdapter.h"
+#include "codecs/JPEG12BitDecoder.h"
+#include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG8BitDecoder.h"
+#include "codecs/detail/JPEGRoad.h"
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "image/Renderable.h"
+#include "image/VMMemoryAllocator.h"
+#include "jpeg/JpegPeer.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/io/MemoryInputStream.h"
+
+namespace
+{
+using JpegDecode = std::size_t (*)(const std::uint8_t*, std::size_t, void*);
+
+void Plain(benchmark::State& theState, const std::string& theName, JpegDecode theDecode)
+{
+    const Frame aFrame = LoadFrame(theName);
+    Bytes anOutput(aFrame.itsSize);
+    for (auto _ : theState)
+    {
+        if (theDecode(aFrame.itsCompressed.data(), aFrame.itsCompressed.size(), anOutput.data()) !=
+            aFrame.itsSize)
+        {
+            theState.SkipWithError("the library reports an error");
+            break;
+        }
+    }
+    ReportSize(theState, aFrame.itsSize);
+}
+
+std::unique_ptr<JPEGDecoder> MakeCodec(int theBits)
+{
+    switch (theBits)
+    {
+    case 8:
+        return std::make_unique<JPEG8BitDecoder>();
+    case 12:
+        return std::make_unique<JPEG12BitDecoder>();
+    default:
+        return std::make_unique<JPEG16BitDecoder>();
+    }
+}
+
+/// Our codec, forced to the library's own loop.
+void LibraryRoad(benchmark::State& theState, const std::string& theName, int theBits)
+{
+    const Frame aFrame = LoadFrame(theName);
+    DICOMDataObject aDataSet;
+    LoadDataSet(theName, aDataSet);
+    Bytes anOutput(aFrame.itsSize);
+    for (auto _ : theState)
+    {
+        MemoryInputStream aStream(aFrame.itsCompressed.data(), aFrame.itsCompressed.size());
+        InputStreamAdapter aSource(aStream);
+        const std::unique_ptr<JPEGDecoder> aCodec = MakeCodec(theBits);
+        aCodec->SetRoad(JPEGRoad::LIBRARY);
+        aCodec->SetSource(&aDataSet, aSource);
+        aCodec->Decode(0, anOutput.data(), anOutput.size());
+    }
+    ReportSize(theState, aFrame.itsSize);
+}
+
+void Codec(benchmark::State& theState, const std::string& theName)
+{
+    const Frame aFrame = LoadFrame(theName);
+    DICOMDataObject aDataSet;
+    LoadDataSet(theName, aDataSet);
+    for (auto _ : theState)
+    {
+        void* const anOutput = VMMemoryAllocator::VMAlloc(aFrame.itsSize);
+        DecodeWithOurs(aFrame, aDataSet, anOutput);
+        VMMemoryAllocator::VMFree(anOutput);
+    }
+    ReportSize(theState, aFrame.itsSize);
+}
+
+void Part10(benchmark::State& theState, const std::string& theName)
+{
+    const Bytes aFile = ReadInput(theName);
+    std::size_t aSize = 0;
+    for (auto _ : theState)
+    {
+        MemoryInputStream aStream(aFile.data(), aFile.size());
+        DICOMDataObject aDataSet;
+        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
+        DecompressionResult aResult;
+        DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+        if (aResult.getRenderable() == nullptr)
+        {
+            theState.SkipWithError(aResult.getMessage().c_str());
+            break;
+        }
+        aSize = aResult.getRenderable()->getPixelDataSize();
+    }
+    ReportSize(theState, aSize);
+}
+
+template <typename... Arguments>
+void Register(const std::string& theName, Arguments&&... theArguments)
+{
+    benchmark::RegisterBenchmark(theName.c_str(), std::forward<Arguments>(theArguments)...);
+}
+
+void RegisterKind(const std::string& theKind, int theBits, const char* theSide, bool theTurbo)
+{
+    const std::string anInput = "jpeg/" + theKind + "_" + theSide;
+    Register(anInput + "/ours", BenchOurs, anInput);
+    Register(anInput + "/library", LibraryRoad, anInput, theBits);
+    Register(anInput + "/dcmtk", BenchDcmtk, anInput);
+    if (theBits == 8)
+    {
+        Register(anInput + "/ijg8", Plain, anInput, DecodeWithIjg8);
+    }
+    else if (theBits == 12)
+    {
+        Register(anInput + "/ijg12", Plain, anInput, DecodeWithIjg12);
+    }
+    else
+    {
+        Register(anInput + "/ijg16", Plain, anInput, DecodeWithIjg16);
+    }
+    if (theTurbo)
+    {
+        Register(anInput + "/turbo", Plain, anInput, DecodeWithTurbo);
+    }
+}
+
+[[maybe_unused]] const bool isRegistered = []
+{
+    for (const char* aSide : {"512", "1024", "2048", "4096"})
+    {
+        for (const char* aKind : {"grey8_baseline", "rgb_baseline420", "rgb_baseline422", "rgb_baseline444",
+                                  "rgb_progressive420"})
+        {
+            RegisterKind(aKind, 8, aSide, true);
+        }
+        RegisterKind("grey12_extended", 12, aSide, false);
+        for (const char* aPredictor : {"1", "4", "6"})
+        {
+            const std::string aSuffix = std::string("_lossless") + aPredictor;
+            RegisterKind("grey8" + aSuffix, 8, aSide, false);
+            RegisterKind("grey12" + aSuffix, 12, aSide, false);
+            RegisterKind("grey16" + aSuffix, 16, aSide, false);
+            RegisterKind("rgb" + aSuffix, 8, aSide, false);
+        }
+    }
+    for (const char* aKind : {"grey8_baseline", "rgb_baseline420", "grey12_extended", "grey16_lossless1"})
+    {
+        const std::string aCase = std::string(aKind) + "_2048";
+        Register("jpeg_whole/" + aCase + "/codec", Codec, "jpeg/" + aCase);
+        Register("jpeg_whole/" + aCase + "/part10", Part10, "jpeg/" + aCase);
+    }
+    return true;
+}();
+} // namespace

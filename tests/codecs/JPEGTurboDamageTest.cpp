@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "codecs/JPEGTurboHelpers.h"
+#include "support/LongRun.h"
+
+namespace
+{
+
+/// The sample at a place of a block of dequantised coefficients, before it is limited.
+double Transform(const std::array<double, 64>& theCoefficients, std::size_t thePlace)
+{
+    static const auto theBasis = []
+    {
+        std::array<double, 64> aTable{};
+        for (std::size_t i = 0; i < 64; ++i)
+        {
+            const std::size_t aFrequency = i / 8;
+            aTable[i] =
+                (aFrequency == 0 ? std::sqrt(0.125) : 0.5) *
+                std::cos(static_cast<double>((2 * (i % 8) + 1) * aFrequency) * std::acos(-1.0) / 16.0);
+        }
+        return aTable;
+    }();
+    double aSum = 0.0;
+    for (std::size_t i = 0; i < 64; ++i)
+    {
+        aSum += theCoefficients[i] * theBasis[i % 8 * 8 + thePlace % 8] * theBasis[i / 8 * 8 + thePlace / 8];
+    }
+    return aSum;
+}
+
+/// Whether a block makes samples that no encoder can have meant.
+bool IsWild(const turbo_encoder::JCOEF* theBlock, const turbo_encoder::JQUANT_TBL& theSteps)
+{
+    std::array<double, 64> aCoefficients{};
+    bool isWild = false;
+    for (std::size_t i = 0; i < 64; ++i)
+    {
+        aCoefficients[i] = static_cast<double>(theBlock[i]) * theSteps.quantval[i];
+        isWild = isWild || std::abs(aCoefficients[i]) > 32767.0;
+    }
+    for (std::size_t i = 0; !isWild && i < 64; ++i)
+    {
+        // Samples are centred on zero here; the IJG library wraps around at 1024.
+        isWild = std::abs(Transform(aCoefficients, i)) > 510.0;
+    }
+    return isWild;
+}
+
+bool HasWildBlock(const Bytes& theJpeg)
+{
+    using namespace turbo_encoder;
+    jpeg_decompress_struct anInfo{};
+    jpeg_error_mgr anErrorManager{};
+    anInfo.err = jpeg_std_error(&anErrorManager);
+    anErrorManager.error_exit = [](j_common_ptr) { throw std::logic_error("not an image"); };
+    jpeg_CreateDecompress(&anInfo, JPEG_LIB_VERSION, sizeof(anInfo));
+    jpeg_mem_src(&anInfo, theJpeg.data(), theJpeg.size());
+    jpeg_read_header(&anInfo, TRUE);
+    jvirt_barray_ptr* const aPlanes = jpeg_read_coefficients(&anInfo);
+    bool isWild = false;
+    for (int i = 0; i < anInfo.num_components; ++i)
+    {
+        const jpeg_component_info& aComponent = anInfo.comp_info[i];
+        for (JDIMENSION y = 0; !isWild && y < aComponent.height_in_blocks; ++y)
+        {
+            const JBLOCKROW aRow = anInfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&anInfo),
+                                                                  aPlanes[i], y, 1, FALSE)[0];
+            isWild = std::any_of(aRow, aRow + aComponent.width_in_blocks,
+                                 [&](const JBLOCK& theBlock)
+                                 { return IsWild(theBlock, *aComponent.quant_table); });
+        }
+    }
+    jpeg_destroy_decompress(&anInfo);
+    return isWild;
+}
+
+std::vector<DctSpec> MakeVictims()
+{
+    std::vector<DctSpec> aVictims(8);
+    aVictims[0].itsComponents = 1;
+    aVictims[1].itsH = 2;
+    aVictims[1].itsV = 2;
+    aVictims[2] = aVictims[1];
+    aVictims[2].itsRestartInterval = 2;
+    aVictims[3].itsH = 2;
+    aVictims[3].isOptimised = true;
+    aVictims[4].isRGB = true;
+    aVictims[5].isProgressive = true;
+    aVictims[6] = aVictims[2];
+    aVictims[6].isProgressive = true;
+    aVictims[7].itsV = 2;
+    return aVictims;
+}
+
+/// Flips bits, overwrites a byte, takes bytes out, or puts bytes in; every other time near the headers.
+Bytes Damage(Bytes theJpeg, std::mt19937& theRandom)
+{
+    const std::size_t aRange = theRandom() % 2 == 0 ? 700 : theJpeg.size();
+    const std::size_t aPlace = theRandom() % std::min(aRange, theJpeg.size());
+    const auto aBegin = theJpeg.begin() + static_cast<std::ptrdiff_t>(aPlace);
+    const auto aByte = static_cast<std::uint8_t>(theRandom());
+    const std::size_t aCount = theRandom() % 20;
+    switch (theRandom() % 5)
+    {
+    case 0:
+        *aBegin = aByte;
+        break;
+    case 1:
+        theJpeg.erase(aBegin,
+                      aBegin + static_cast<std::ptrdiff_t>(std::min(aCount, theJpeg.size() - aPlace)));
+        break;
+    case 2:
+        theJpeg.insert(aBegin, aCount, aByte);
+        break;
+    default:
+        for (std::size_t i = 0; i <= aCount % 4; ++i)
+        {
+            theJpeg[(aPlace + i * theRandom()) % theJpeg.size()] ^=
+                static_cast<std::uint8_t>(1u << (theRandom() % 8));
+        }
+        break;
+    }
+    return theJpeg;
+}
+
+// Errors, their texts and the bytes read are the same on both roads, and so are nearly all pixels: at a
+// warning libjpeg-turbo gives up. What is left is damage that neither library notices and that makes
+// coefficients far beyond those of any image. Their samples wrap around in one library's arithmetic and are
+// limited in the other's. The block is lost either way, none of the two is nearer to the image, and its
+// neighbours are the same, so this much is accepted.
+TEST(JPEGTurboDamage, BothRoadsEndAlike)
+{
+    testing::internal::CaptureStderr();
+    std::mt19937 aRandom(20251121);
+    int aRuns = 0;
+    int aPictures = 0;
+    int aWildPictures = 0;
+    for (const DctSpec& aVictim : MakeVictims())
+    {
+        const Bytes anIntact = MakeDctJpeg(aVictim);
+        const int aRounds = Rounds(320);
+        for (int aRound = 0; aRound < aRounds; ++aRound, ++aRuns)
+        {
+            const Bytes aJpeg = Damage(anIntact, aRandom);
+            const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg, 500);
+            const Outcome aFast = DecodeOn(JPEGRoad::AUTOMATIC, aJpeg, 500);
+            ASSERT_TRUE(aFast.IsSameButPixels(aLibrary))
+                << aRuns << ": '" << aLibrary.itsError << "', '" << aFast.itsError << "'";
+            aPictures += aLibrary.itsError.empty() ? 1 : 0;
+            if (aFast.itsPixels != aLibrary.itsPixels)
+            {
+                ++aWildPictures;
+                ASSERT_TRUE(HasWildBlock(aJpeg)) << aRuns;
+            }
+        }
+    }
+    testing::internal::GetCapturedStderr();
+    EXPECT_GT(aPictures, aRuns / 4);
+    EXPECT_LT(aPictures, aRuns);
+    EXPECT_LT(aWildPictures, aRuns / 10);
+}
+
+// With the transform rebuilt, not even wild blocks differ.
+TEST(JPEGTurboDamage, DeepImagesAreTheSameToTheBit)
+{
+    testing::internal::CaptureStderr();
+    std::mt19937 aRandom(20251122);
+    int aPictures = 0;
+    const int aRounds = Rounds(300);
+    for (const bool isProgressive : {false, true})
+    {
+        JpegSpec aSpec = MakeDeepSpec(isProgressive, 61, 45, 30);
+        aSpec.itsRestartInterval = isProgressive ? 0 : 3;
+        const Bytes anIntact = MakeJpeg(aSpec, MakeSamples(aSpec));
+        for (int aRound = 0; aRound < aRounds; ++aRound)
+        {
+            const Bytes aJpeg = Damage(anIntact, aRandom);
+            const Outcome aLibrary = DecodeDeepOn(JPEGRoad::LIBRARY, aJpeg);
+            ASSERT_TRUE(DecodeDeepOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary)
+                << isProgressive << ", round " << aRound;
+            aPictures += aLibrary.itsError.empty() ? 1 : 0;
+        }
+    }
+    testing::internal::GetCapturedStderr();
+    EXPECT_GT(aPictures, aRounds / 4);
+}
+
+TEST(JPEGTurboDamage, EveryTruncationIsTheSameError)
+{
+    for (const DctSpec& aVictim : MakeVictims())
+    {
+        const Bytes anIntact = MakeDctJpeg(aVictim);
+        const std::size_t aStep = Rounds(1) > 1 ? 1 : 23;
+        for (std::size_t aCut = 0; aCut < anIntact.size(); aCut += aStep)
+        {
+            const Bytes aJpeg(anIntact.begin(), anIntact.begin() + static_cast<std::ptrdiff_t>(aCut));
+            const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg, 500);
+            ASSERT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aJpeg, 500) == aLibrary) << "cut at " << aCut;
+            ASSERT_NE(aLibrary.itsError, "");
+        }
+    }
+}
+
+} // namespace
