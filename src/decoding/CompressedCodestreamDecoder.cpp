@@ -5,6 +5,7 @@
 
 #include "codecs/InputStreamAdapter.h"
 #include "decoding/DecoderFactory.h"
+#include "decoding/LeastCompressedSize.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
@@ -56,6 +57,11 @@ bool CompressedCodestreamDecoder::CodestreamHeaderRead(Decoder&)
     return true;
 }
 
+void* CompressedCodestreamDecoder::ProvideOutput(void* theOutput)
+{
+    return theOutput;
+}
+
 void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theOutput,
                                          std::uint64_t theOutputSize)
 {
@@ -85,7 +91,8 @@ void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theO
     }
     SettleSign(*aCodec);
     CheckOutputSize(*aCodec, theOutputSize);
-    aCodec->Decode(theFrameLength, theOutput, theOutputSize);
+    LeastCompressedSize::Check(*aCodec, theFrameLength);
+    aCodec->Decode(theFrameLength, ProvideOutput(theOutput), theOutputSize);
     itsTotalBytesRead = aCodec->GetTotalBytesRead();
     itsScaleFactor = aCodec->GetScaleFactor();
 }

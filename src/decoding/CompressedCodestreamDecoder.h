@@ -28,9 +28,10 @@ public:
     /// Called once the header has been read; false ends the decode with StreamIOException (code 54).
     virtual bool CodestreamHeaderRead(Decoder& theDecoder);
 
-    /// Decodes into theOutput, theOutputSize bytes. Throws StreamIOException code 48 when the transfer
-    /// syntax has no codec, code 62 when the codec would write more than theOutputSize bytes; what the
-    /// codec throws passes through.
+    /// Decodes into theOutput, theOutputSize bytes. theFrameLength: bytes of the compressed frame, 0 where
+    /// that is not known. Throws StreamIOException code 48 when the transfer syntax has no codec, code 62
+    /// when the codec would write more than theOutputSize bytes, JPEGDecoderException when a frame of that
+    /// length cannot have the pixels that its header declares; what the codec throws passes through.
     void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize);
 
     /// The same, starting with bytes that were already pulled from the stream. theHandOverBuffer (new[],
@@ -50,6 +51,11 @@ public:
     {
         return itsDecoderSupportsOutputPixelSignConversion;
     }
+
+protected:
+    /// Called when the header has been accepted, before the first pixel is decoded: where the pixels go.
+    /// The default gives theOutput back; a derived class may allocate the memory only here.
+    virtual void* ProvideOutput(void* theOutput);
 
 private:
     struct HandOver;

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "decoding/DecoderFactory.h"
+#include "decoding/LeastCompressedSize.h"
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/UnwrittenPixels.h"
@@ -155,6 +156,7 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
         throw BadAllocException(
             theCodec.Decoder::GetOutputSize()); // by the layout, whatever the codec demands
     }
+    LeastCompressedSize::Check(theCodec, itsRequest.getSourceLength());
     itsRenderable = std::make_unique<Renderable>(itsMemoryAllocator);
     itsRenderable->setPixelData(itsMemoryAllocator.Allocate(static_cast<std::uint64_t>(aSize)),
                                 static_cast<std::uint64_t>(aSize));

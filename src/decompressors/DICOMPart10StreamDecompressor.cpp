@@ -12,6 +12,11 @@
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/MVRFactory.h"
 
+namespace
+{
+constexpr const char* theClassName = "DICOMPart10StreamDecompressor";
+} // namespace
+
 DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor()
     : DICOMPart10StreamDecompressor(VMMemoryAllocator::GetDefaultInstance())
 {
@@ -25,35 +30,13 @@ DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor(MemoryAllocater& th
 void DICOMPart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
                                                DecompressionResult& theResult)
 {
-    try
-    {
-        theResult.setRenderable(nullptr);
-        Part10FrontEnd aFrontEnd(theRequest, itsMemoryAllocator);
-        if (aFrontEnd.Open(theResult))
-        {
-            Decode(aFrontEnd, theResult);
-        }
-    }
-    catch (...)
-    {
-        Part10FrontEnd::ReportCurrentException(theResult);
-    }
+    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, theClassName, theResult,
+                          [&](Part10FrontEnd& theFrontEnd) { Decode(theFrontEnd, theResult); });
 }
 
 void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
 {
-    theResult.setDCMLibResultCode(DLRC_SUCCESS);
-    theResult.setSystemErrorCode(0);
-    theResult.setMessage("Completed successfully");
-    theFrontEnd.Parse();
-    if (theFrontEnd.GetPixelData() == nullptr)
-    {
-        theResult.setDCMLibResultCode(DLRC_GENERAL_FAILURE);
-        theResult.setMessage("DICOMPart10StreamDecompressor::Decode: (no Renderable at end - no Pixel data "
-                             "found in object being decoded)");
-        return;
-    }
-    Part10FrameLoader aLoader(theFrontEnd, "DICOMPart10StreamDecompressor");
+    Part10FrameLoader aLoader(theFrontEnd, theClassName);
     std::unique_ptr<Renderable> anImage = aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
     if (!theFrontEnd.IsDataSetPrivate())
     {

@@ -36,6 +36,23 @@ std::size_t ToSize(std::uint64_t theCount)
 }
 } // namespace
 
+class DecompressingPixelInputStreamVR::Driver final : public CompressedCodestreamDecoder
+{
+public:
+    Driver(DecompressingPixelInputStreamVR& theStream, InputStream& theFrame)
+        : CompressedCodestreamDecoder(theStream.itsTransferSyntax.GetUID(), theStream.itsBitsStored, theFrame,
+                                      theStream.itsDataSet, 1, Decoder::PET_FAST),
+          itsStream(theStream)
+    {
+    }
+
+protected:
+    void* ProvideOutput(void*) override { return itsStream.ProvideFrameBuffer(); }
+
+private:
+    DecompressingPixelInputStreamVR& itsStream;
+};
+
 DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject& theDataSet,
                                                                  const TransferSyntaxType& theTransferSyntax,
                                                                  PixelDataFragmentInputStreamVR& theFragments,
@@ -103,8 +120,6 @@ void DecompressingPixelInputStreamVR::Init()
     {
         return;
     }
-    itsFrameBuffer.reset(static_cast<unsigned char*>(
-        itsAllocator.Allocate(std::max<std::uint64_t>(itsCurrentFrameBufferSize, 1))));
     itsReadPosition = itsCurrentFrameBufferSize;
     DecompressFirstFrame();
 }
@@ -213,18 +228,27 @@ bool DecompressingPixelInputStreamVR::DecompressNextFrame()
     }
     ++itsCurrentFrameIndex;
     CheckPosition();
+    Driver(*this, *aFrame).Decode(itsFrames->GetCurrentFrameLength(), nullptr, itsCurrentFrameBufferSize);
+    // Only now: of a frame that fails nothing is handed out.
+    itsReadPosition = 0;
+    DiscardFinalFramePaddingIfNecessary();
+    return true;
+}
+
+/// The frame buffer, taken once, and not before a codestream's header has been read and found credible.
+unsigned char* DecompressingPixelInputStreamVR::ProvideFrameBuffer()
+{
+    if (!itsFrameBuffer)
+    {
+        itsFrameBuffer.reset(static_cast<unsigned char*>(
+            itsAllocator.Allocate(std::max<std::uint64_t>(itsCurrentFrameBufferSize, 1))));
+    }
     if (UnwrittenPixels::MayLeaveSamples(itsTransferSyntax.GetUID()))
     {
         // The frame before must not show through.
         std::memset(itsFrameBuffer.get(), 0, ToSize(itsCurrentFrameBufferSize));
     }
-    CompressedCodestreamDecoder aDriver(itsTransferSyntax.GetUID(), itsBitsStored, *aFrame, itsDataSet, 1,
-                                        Decoder::PET_FAST);
-    aDriver.Decode(itsFrames->GetCurrentFrameLength(), itsFrameBuffer.get(), itsCurrentFrameBufferSize);
-    // Only now: of a frame that fails nothing is handed out.
-    itsReadPosition = 0;
-    DiscardFinalFramePaddingIfNecessary();
-    return true;
+    return itsFrameBuffer.get();
 }
 
 void DecompressingPixelInputStreamVR::CheckPosition() const

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/FileToRenderableDecompressor.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <memory>
 
 #include "codecs/InputStreamAdapter.h"
@@ -55,6 +57,8 @@ void DecodeBareImage(LFInputStream& theFile, const Arguments& theArguments, cons
     InputStreamAdapter aSource(theFile);
     DecompressionRequest aRequest(&aSource, &theArguments.itsDataSet, theArguments.itsSecondName, true,
                                   theArguments.itsScaleFactor, theArguments.itsFrameIndex, theUID, false);
+    aRequest.setSourceLength(static_cast<std::uint32_t>(
+        std::clamp<long long>(theFile.Length(), 0, std::numeric_limits<std::uint32_t>::max())));
     CompressedImageStreamDecompressor().Decompress(aRequest, theResult);
 }
 

@@ -5,12 +5,16 @@
 #include <limits>
 #include <utility>
 
-#include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/Part10FrameLoader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "image/VMMemoryAllocator.h"
 #include "jni/streams/detail/JavaRenderable.h"
 #include "toolkit/base/StreamIOException.h"
+
+namespace
+{
+constexpr const char* theClassName = "MultiFramePart10StreamDecompressor";
+} // namespace
 
 MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,
                                                                        jmethodID theMethod,
@@ -24,35 +28,13 @@ MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* t
 void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
                                                     DecompressionResult& theResult)
 {
-    try
-    {
-        theResult.setRenderable(nullptr);
-        Part10FrontEnd aFrontEnd(theRequest, itsMemoryAllocator);
-        if (aFrontEnd.Open(theResult))
-        {
-            Decode(aFrontEnd, theResult);
-        }
-    }
-    catch (...)
-    {
-        Part10FrontEnd::ReportCurrentException(theResult);
-    }
+    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, theClassName, theResult,
+                          [this](Part10FrontEnd& theFrontEnd) { Decode(theFrontEnd); });
 }
 
-void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
+void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd) const
 {
-    theResult.setDCMLibResultCode(DLRC_SUCCESS);
-    theResult.setSystemErrorCode(0);
-    theResult.setMessage("Completed successfully");
-    theFrontEnd.Parse();
-    if (theFrontEnd.GetPixelData() == nullptr)
-    {
-        theResult.setDCMLibResultCode(DLRC_GENERAL_FAILURE);
-        theResult.setMessage("MultiFramePart10StreamDecompressor::Decode: (no Renderable at end - no Pixel "
-                             "data found in object being decoded)");
-        return;
-    }
-    Part10FrameLoader aLoader(theFrontEnd, "MultiFramePart10StreamDecompressor");
+    Part10FrameLoader aLoader(theFrontEnd, theClassName);
     // Frames without a single byte would never run out, whatever number of them the data set claims.
     const Part10ImageAttributes& anImage = theFrontEnd.GetAttributes();
     const int aCount = anImage.GetFrameSize(Renderable::RGB) > 0 ? std::max(anImage.itsNumberOfFrames, 1) : 1;

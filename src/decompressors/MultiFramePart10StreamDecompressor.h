@@ -32,7 +32,7 @@ public:
     void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) override;
 
 private:
-    void Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult);
+    void Decode(Part10FrontEnd& theFrontEnd) const;
     bool Deliver(int theFrameIndex, std::unique_ptr<Renderable> theImage) const;
 
     MemoryAllocater& itsMemoryAllocator;

@@ -27,6 +27,18 @@ NativeFrameReader::NativeFrameReader(InputStream& theStream, std::uint64_t theFr
 {
 }
 
+void NativeFrameReader::Expect(int theFrameIndex) const
+{
+    std::uint64_t aLastBit = 0;
+    const long long aLength = itsStream.Length();
+    if (theFrameIndex < 0 ||
+        __builtin_mul_overflow(itsFrameBits, static_cast<std::uint64_t>(theFrameIndex) + 1, &aLastBit) ||
+        (aLength >= 0 && aLastBit / 8 + (aLastBit % 8 != 0) > static_cast<std::uint64_t>(aLength)))
+    {
+        ThrowShortData();
+    }
+}
+
 std::uint64_t NativeFrameReader::ReadFrame(int theFrameIndex, unsigned char* theBuffer)
 {
     std::uint64_t aFirstBit = 0;

@@ -39,6 +39,33 @@ bool IsNativeOrder(bool theLittleEndian)
 }
 } // namespace
 
+/// Takes the memory for the pixels when the codestream's header has been read and found credible.
+class Part10FrameLoader::Driver final : public CompressedCodestreamDecoder
+{
+public:
+    Driver(Part10FrameLoader& theLoader, Frame& theFrame, InputStream& theStream)
+        : CompressedCodestreamDecoder(theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(),
+                                      theFrame.itsAttributes.itsBitsStored, theStream,
+                                      theLoader.itsFrontEnd.GetDataSet(),
+                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST),
+          itsLoader(theLoader), itsFrame(theFrame)
+    {
+    }
+
+protected:
+    void* ProvideOutput(void*) override
+    {
+        itsLoader.Allocate(itsFrame);
+        UnwrittenPixels::Blank(*itsFrame.itsRenderable,
+                               itsLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID());
+        return itsFrame.itsRenderable->getPixelData();
+    }
+
+private:
+    Part10FrameLoader& itsLoader;
+    Frame& itsFrame;
+};
+
 Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName)
     : itsFrontEnd(theFrontEnd), itsClassName(std::move(theClassName))
 {
@@ -64,6 +91,8 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
         // Single bits are packed in native pixels only: the codec delivers at least a byte a sample.
         aFrame.itsAttributes.itsBitsAllocated = std::max(aFrame.itsAttributes.itsBitsAllocated, 8);
     }
+    aFrame.itsSize =
+        aFrame.itsAttributes.GetFrameSize(IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
     return aFrame;
 }
 
@@ -72,19 +101,16 @@ void Part10FrameLoader::Pass(int theFrameIndex)
     Frame aFrame = Begin();
     if (IsNative())
     {
-        Allocate(aFrame, aFrame.itsInterpretation);
         ReadNativeBytes(aFrame, theFrameIndex);
         return;
     }
-    GetCompressedFrame(theFrameIndex, aFrame.itsAttributes.GetFrameSize(Renderable::RGB));
+    GetCompressedFrame(theFrameIndex, aFrame.itsSize);
 }
 
 std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
 {
     DMTickCounter aTimer;
     Frame aFrame = Begin();
-    Allocate(aFrame, IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
-    const double aTimeToAllocate = aTimer.Lap() * 1000.0;
     if (IsNative())
     {
         ReadNative(aFrame, theFrameIndex);
@@ -98,18 +124,19 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     Renderable& anImage = *aFrame.itsRenderable;
     anImage.setTimeTakenToOpenStream(itsFrontEnd.GetTimeToOpen());
     anImage.setTimeTakenToLoadHeader(itsFrontEnd.GetTimeToParse());
-    anImage.setTimeTakenToAllocateMemmory(aTimeToAllocate);
-    anImage.setTimeTakenToLoadPixelData(aTimer.Lap() * 1000.0);
+    anImage.setTimeTakenToAllocateMemmory(aFrame.itsTimeToAllocate);
+    anImage.setTimeTakenToLoadPixelData(std::max(aTimer.Lap() * 1000.0 - aFrame.itsTimeToAllocate, 0.0));
     anImage.setTotalTimeTakenToLoad(itsFrontEnd.GetTotalTime());
     return std::move(aFrame.itsRenderable);
 }
 
-void Part10FrameLoader::Allocate(Frame& theFrame, Renderable::PhotometricInterpretation theSizeInterpretation)
+void Part10FrameLoader::Allocate(Frame& theFrame) const
 {
+    DMTickCounter aTimer;
     MemoryAllocater& anAllocator = itsFrontEnd.GetMemoryAllocator();
-    theFrame.itsSize = theFrame.itsAttributes.GetFrameSize(theSizeInterpretation);
     theFrame.itsRenderable = std::make_unique<Renderable>(anAllocator);
     theFrame.itsRenderable->setPixelData(anAllocator.Allocate(theFrame.itsSize), theFrame.itsSize);
+    theFrame.itsTimeToAllocate = aTimer.Lap() * 1000.0;
 }
 
 std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIndex)
@@ -119,7 +146,11 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
         itsNativeFrames.emplace(*itsFrontEnd.GetPixelData()->GetPixelInputStream(),
                                 NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
     }
-    return itsNativeFrames->ReadFrame(theFrameIndex == -1 ? 0 : theFrameIndex,
+    const int aFrameIndex = theFrameIndex == -1 ? 0 : theFrameIndex;
+    // A frame that cannot be there must not cost its memory first.
+    itsNativeFrames->Expect(aFrameIndex);
+    Allocate(theFrame);
+    return itsNativeFrames->ReadFrame(aFrameIndex,
                                       static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()));
 }
 
@@ -139,12 +170,9 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     const DecompressionRequest& aRequest = itsFrontEnd.GetRequest();
     DICOMDataObject& aDataSet = itsFrontEnd.GetDataSet();
     InputStream& aStream = GetCompressedFrame(theFrameIndex, theFrame.itsSize);
-    CompressedCodestreamDecoder aDriver(aRequest.getTransferSyntaxUID(), theFrame.itsAttributes.itsBitsStored,
-                                        aStream, aDataSet, aRequest.getScaleFactor(), Decoder::PET_FAST);
+    Driver aDriver(*this, theFrame, aStream);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
-    UnwrittenPixels::Blank(*theFrame.itsRenderable, aRequest.getTransferSyntaxUID());
-    aDriver.Decode(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsRenderable->getPixelData(),
-                   theFrame.itsSize);
+    aDriver.Decode(itsCompressedFrames->GetCurrentFrameLength(), nullptr, theFrame.itsSize);
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);

@@ -49,6 +49,36 @@ Part10FrontEnd::Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater
 
 Part10FrontEnd::~Part10FrontEnd() = default;
 
+void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
+                           const char* theClassName, DecompressionResult& theResult,
+                           const std::function<void(Part10FrontEnd&)>& theDecode)
+{
+    try
+    {
+        theResult.setRenderable(nullptr);
+        Part10FrontEnd aFrontEnd(theRequest, theAllocator);
+        if (!aFrontEnd.Open(theResult))
+        {
+            return;
+        }
+        SetOutcome(theResult, DLRC_SUCCESS, 0, "Completed successfully");
+        aFrontEnd.Parse();
+        if (aFrontEnd.GetPixelData() != nullptr)
+        {
+            theDecode(aFrontEnd);
+            return;
+        }
+        SetOutcome(theResult, DLRC_GENERAL_FAILURE, 0,
+                   RWCString(theClassName) +
+                       "::Decode: (no Renderable at end - no Pixel data found in object being "
+                       "decoded)");
+    }
+    catch (...)
+    {
+        ReportCurrentException(theResult);
+    }
+}
+
 bool Part10FrontEnd::Open(DecompressionResult& theResult)
 {
     if (itsRequest.getInputStream() == nullptr)

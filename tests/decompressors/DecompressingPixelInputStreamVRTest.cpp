@@ -225,6 +225,7 @@ TEST(DecompressingPixelInputStreamVR, TellsAtTheFirstReadWhyItIsInvalid)
     const auto anInvalid = aDamaged.Make();
     testing::internal::GetCapturedStdout();
     EXPECT_FALSE(anInvalid->IsValid());
+    EXPECT_EQ(aDamaged.itsAllocator.GetAllocations(), 0u);
     try
     {
         anInvalid->Read(&aByte, 1);

@@ -9,6 +9,7 @@
 #include "decompressors/Part10Files.h"
 #include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
+#include "support/LockHolder.h"
 #include "support/TemporaryFile.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/io/LFStream.h"
@@ -140,27 +141,27 @@ TEST(FileToRenderableDecompressor, ReportsAFileThatIsNotThere)
     }
 }
 
-TEST(FileToRenderableDecompressor, HoldsTheReadLockOnlyWhileItDecodes)
+TEST(FileToRenderableDecompressor, SharesTheFileWithReadersOnly)
 {
     const TemporaryFile aFile(Grey8());
     const double aWaitTime = LFStream::GetDefaultLockWaitTime();
     LFStream::SetDefaultLockWaitTime(0.05);
+    DecompressionResult aResult;
     {
-        LFStream aWriter(LFStream::UNBUFFERED);
-        ASSERT_TRUE(aWriter.open(aFile.GetName(),
-                                 LFStream::MODE_IN | LFStream::MODE_OUT | LFStream::MODE_BINARY,
-                                 LFStream::SHARE_DENY_NONE));
-        ASSERT_NE(aWriter.Lock(0.05, LFStream::LOCK_FOR_WRITING), 0);
-        DecompressionResult aResult;
+        const LockHolder aWriter(aFile.GetName(), LFStream::LOCK_FOR_WRITING);
+        ASSERT_TRUE(aWriter.IsLocked());
         EXPECT_EQ(Decode(aFile.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 0);
         EXPECT_EQ(aResult.getDCMLibResultCode(), 9);
         EXPECT_NE(aResult.getSystemErrorCode(), 0);
         EXPECT_EQ(aResult.getMessage(),
                   thePrefix + "FileToRenderableDecompressor::DecodeFileToRenderable(): File locking failed");
-        aWriter.Unlock();
-
-        EXPECT_EQ(Decode(aFile.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 1) << aResult.getMessage();
-        EXPECT_NE(aWriter.Lock(0.05, LFStream::LOCK_FOR_WRITING), 0) << "the read lock outlived the decode";
     }
+    {
+        const LockHolder aReader(aFile.GetName(), LFStream::LOCK_FOR_READING);
+        ASSERT_TRUE(aReader.IsLocked());
+        EXPECT_EQ(Decode(aFile.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 1) << aResult.getMessage();
+    }
+    EXPECT_TRUE(LockHolder(aFile.GetName(), LFStream::LOCK_FOR_WRITING).IsLocked())
+        << "the read lock outlived the decode";
     LFStream::SetDefaultLockWaitTime(aWaitTime);
 }

@@ -124,3 +124,117 @@ TEST(Limits, HoldForBareImagesBeforeTheirPixelsAreAllocated)
               "large: 16 rows of 16 pixels, more than the limit of 255 in all");
     EXPECT_EQ(anOutcome.itsAllocator->GetAllocations(), 0u);
 }
+
+namespace
+{
+/// A JPEG stream of one small image whose frame header declares theSize x theSize pixels.
+Bytes Inflated(JpegSpec theSpec, std::size_t theSize)
+{
+    Bytes aStream = MakeJpeg(theSpec, MakeSamples(theSpec));
+    for (std::size_t i = 0; i + 8 < aStream.size(); ++i)
+    {
+        if (aStream[i] == 0xff && aStream[i + 1] >= 0xc0 && aStream[i + 1] <= 0xc3)
+        {
+            aStream[i + 5] = aStream[i + 7] = static_cast<std::uint8_t>(theSize >> 8);
+            aStream[i + 6] = aStream[i + 8] = static_cast<std::uint8_t>(theSize & 255);
+            break;
+        }
+    }
+    if (aStream.size() % 2 != 0)
+    {
+        aStream.push_back(0);
+    }
+    return aStream;
+}
+
+Bytes InflatedFile(const RWCString& theUID, JpegSpec theSpec, std::size_t theSize)
+{
+    const Bytes aStream = Inflated(theSpec, theSize);
+    theSpec.itsWidth = theSpec.itsHeight = static_cast<int>(theSize);
+    return Part10Files::Encapsulated(theUID, theSpec, "MONOCHROME2", {aStream});
+}
+
+/// theBytes of 10000 x 10000 native pixels under a header that announces theLength.
+Bytes ShortNative(std::uint32_t theLength, std::size_t theBytes)
+{
+    DicomBuilder aFile(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    aFile.AddImageAttributes(1, "MONOCHROME2", 10000, 10000, 8, 8);
+    return aFile.AddHeader(DICOMTags::PixelData, "OB", theLength).AddRaw(Bytes(theBytes)).Build();
+}
+} // namespace
+
+TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
+{
+    struct Case
+    {
+        const char* itsName;
+        Bytes itsFile;
+        int itsCode;
+        std::string itsText;
+    };
+    JpegSpec aSpec;
+    JpegSpec aDeepSpec;
+    aDeepSpec.itsProcess = JpegSpec::Process::LOSSLESS;
+    aDeepSpec.itsPrecision = 16;
+    const auto aText = [](const Bytes& theStream, const char* theRows)
+    {
+        const std::string aSize = std::to_string(theStream.size());
+        return "JPEGDecoder: error (read " + aSize + " bytes so far): " + theRows +
+               " pixels cannot come from " + aSize + " bytes";
+    };
+    const std::string theLogicError = "A logic error occurred in the Decompressor: ";
+    const std::string theShort = "Failed to read the pixel data";
+    const Bytes aBare = Inflated(aSpec, 10000);
+    const std::string aBareText = aText(aBare, "10000 rows of 10000");
+    for (const Case& aCase :
+         {Case{"native element", ShortNative(4, 4), 37, theShort},
+          Case{"native element that ends early", ShortNative(100000000, 4), 37, theShort},
+          Case{"JPEG", InflatedFile(TransferSyntaxType::TSJPEG50UID, aSpec, 10000), 38,
+               theLogicError + aBareText},
+          Case{"lossless JPEG", InflatedFile(TransferSyntaxType::TSJPEG70UID, aDeepSpec, 500), 38,
+               theLogicError + aText(Inflated(aDeepSpec, 500), "500 rows of 500")}})
+    {
+        SCOPED_TRACE(aCase.itsName);
+        const Outcome anOutcome = RunPart10(aCase.itsFile, nullptr);
+        EXPECT_EQ(anOutcome.Code(), aCase.itsCode);
+        EXPECT_EQ(anOutcome.Message(), aCase.itsText);
+        EXPECT_EQ(anOutcome.itsAllocator->GetAllocations(), 0u);
+    }
+    const Wish aWish{0, 1, false, static_cast<std::uint32_t>(aBare.size())};
+    const Outcome anOutcome = RunBareImage(aBare, TransferSyntaxType::TSJPEG50UID, nullptr, aWish);
+    EXPECT_EQ(anOutcome.Code(), 62);
+    EXPECT_EQ(anOutcome.Message(),
+              "Decoder exception: JPEGDecoderException: JPEGDecoderException: Error: " + aBareText);
+    EXPECT_EQ(anOutcome.itsAllocator->GetAllocations(), 0u);
+}
+
+TEST(Limits, TheSmallestCompressedImagesAreDecoded)
+{
+    JpegSpec aGrey;
+    aGrey.itsWidth = aGrey.itsHeight = 1024;
+    aGrey.itsCodes = JpegSpec::Codes::STEEP;
+    JpegSpec aColour = aGrey;
+    aColour.itsComponents = 3;
+    aColour.itsSampling = {{4, 1}, {1, 4}, {1, 1}};
+    JpegSpec aLossless = aGrey;
+    aLossless.itsProcess = JpegSpec::Process::LOSSLESS;
+    aLossless.itsPrecision = 16;
+    for (const JpegSpec& aSpec : {aGrey, aColour, aLossless})
+    {
+        const std::vector<int> aPixel(static_cast<std::size_t>(aSpec.itsComponents),
+                                      1 << (aSpec.itsPrecision - 1));
+        const Bytes aStream = MakeJpeg(aSpec, MakeFlatSamples(aSpec, aPixel));
+        const Outcome anOutcome = RunPart10(
+            Part10Files::Encapsulated(
+                aSpec.itsPrecision == 16 ? TransferSyntaxType::TSJPEG70UID : TransferSyntaxType::TSJPEG50UID,
+                aSpec, aSpec.itsComponents == 3 ? "YBR_FULL_422" : "MONOCHROME2", {aStream}),
+            nullptr);
+        EXPECT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
+    }
+    // RLE may end early by its definition, at any size.
+    JpegSpec aLarge;
+    aLarge.itsWidth = aLarge.itsHeight = 4096;
+    const Bytes anRle = Part10Files::Encapsulated(TransferSyntaxType::TSRLEUID, aLarge, "MONOCHROME2",
+                                                  {Part10Files::RleFrame({{1, 2, 3}})});
+    EXPECT_EQ(RunPart10(anRle, nullptr).Code(), 0);
+}

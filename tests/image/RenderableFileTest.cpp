@@ -8,13 +8,13 @@
 #include <vector>
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "image/Renderable.h"
 #include "support/CountingAllocator.h"
+#include "support/LockHolder.h"
 #include "support/TemporaryFile.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/io/LFStream.h"
@@ -420,49 +420,6 @@ TEST(RenderableFile, TimesAreMillisecondsOfEachStage)
                   anImage.getTimeTakenToAllocateMemmory() + anImage.getTimeTakenToLoadPixelData() - 0.001);
 }
 
-/// Another process that holds a lock on a file as long as this object lives.
-class LockingProcess
-{
-public:
-    LockingProcess(const char* theName, LFStream::LockMode theMode)
-    {
-        int aReady[2] = {};
-        int aDone[2] = {};
-        EXPECT_EQ(pipe(aReady) | pipe(aDone), 0);
-        itsProcess = fork();
-        if (itsProcess == 0)
-        {
-            ::close(aDone[1]);
-            LFStream aStream(LFStream::UNBUFFERED);
-            aStream.open(theName, LFStream::MODE_IN | LFStream::MODE_OUT | LFStream::MODE_BINARY, 0);
-            char aByte = aStream.Lock(1.0, theMode) != 0 ? 'y' : 'n';
-            const bool aTold = ::write(aReady[1], &aByte, 1) == 1;
-            const bool aReleased = ::read(aDone[0], &aByte, 1) == 0; // returns when the parent closes its end
-            _exit(aTold && aReleased ? 0 : 1);
-        }
-        ::close(aReady[1]);
-        ::close(aDone[0]);
-        char aByte = 'n';
-        EXPECT_EQ(::read(aReady[0], &aByte, 1), 1);
-        EXPECT_EQ(aByte, 'y') << "the other process has no lock";
-        ::close(aReady[0]);
-        itsRelease = aDone[1];
-    }
-    ~LockingProcess()
-    {
-        ::close(itsRelease);
-        int aStatus = 0;
-        waitpid(itsProcess, &aStatus, 0);
-        EXPECT_EQ(aStatus, 0);
-    }
-    LockingProcess(const LockingProcess&) = delete;
-    LockingProcess& operator=(const LockingProcess&) = delete;
-
-private:
-    pid_t itsProcess = -1;
-    int itsRelease = -1;
-};
-
 TEST(RenderableFile, LocksKeepProcessesApart)
 {
     const LockWaitScope aPatience(0.05);
@@ -472,14 +429,16 @@ TEST(RenderableFile, LocksKeepProcessesApart)
     const TemporaryFile aFile(SampleFile());
     const RWCString aName = aFile.GetName();
     {
-        const LockingProcess aWriter(aFile.GetName(), LFStream::LOCK_FOR_WRITING);
+        const LockHolder aWriter(aFile.GetName(), LFStream::LOCK_FOR_WRITING);
+        ASSERT_TRUE(aWriter.IsLocked());
         Renderable aCopy;
         ExpectFailure([&] { aCopy.loadFromFileLocked(aFile.GetName()); },
                       "Renderable::loadFromFile: Unable to lock file " + aName, DLRC_LOCK_FAILURE, EAGAIN);
         EXPECT_TRUE(aCopy.loadFromFile(aFile.GetName())) << "the lock is advisory";
     }
     {
-        const LockingProcess aReader(aFile.GetName(), LFStream::LOCK_FOR_READING);
+        const LockHolder aReader(aFile.GetName(), LFStream::LOCK_FOR_READING);
+        ASSERT_TRUE(aReader.IsLocked());
         EXPECT_TRUE(Renderable().loadFromFileLocked(aFile.GetName())) << "readers share";
         ExpectFailure([&] { anImage.saveToFileLocked(aFile.GetName()); },
                       "Renderable::saveToFile: Unable to lock file " + aName, DLRC_LOCK_FAILURE, EAGAIN);

@@ -197,6 +197,7 @@ struct BurnInRow
 const BurnInRow theBurnInRows[] = {
     {"one pixel at either end", 0, 4095, 1, false, 0.5f, 10, {1005, 1995}},
     {"as many as the threshold", 0, 4095, 50, false, 0.5f, 10, {1000, 2000}},
+    {"the threshold is 29 in single precision", 0, 4095, 29, false, 0.29f, 10, {1000, 2000}},
     {"one more than the threshold stays", 0, 4095, 51, false, 0.5f, 10, {0, 4095}},
     {"shift as large as the minimum is not applied", 0, 4095, 1, false, 0.5f, 2100, {0, 4095}},
     {"signed", -3000, 4095, 1, true, 0.5f, 10, {1005, 1995}},
@@ -255,6 +256,12 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
         EXPECT_EQ(aRange, aRow.itsExpected);
     }
     CountingAllocator anAllocator;
+    // Bytes have a bias of their own: one sample of -128 and one of 127 among 98 of 5.
+    Bytes aBytes(100, 5);
+    aBytes[3] = 0x80;
+    aBytes[7] = 0x7f;
+    const auto aSigned = MakeImage(anAllocator, Grey(8, 10, 10, true), aBytes);
+    EXPECT_EQ(GetRange(*aSigned, 0, true, 1.0f, 10), (Range{5, 5}));
     const auto anImage = MakeImage(anAllocator, {}, Bytes(6));
     Range aRange{3, 200};
     DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax, 50.0f, 1);

@@ -18,6 +18,10 @@ public:
     /// theStream stands at the first byte of the value. theFrameBits: bits of one frame in the value.
     NativeFrameReader(InputStream& theStream, std::uint64_t theFrameBits);
 
+    /// Throws as ReadFrame would where the stream's length alone says that the frame cannot be there. A
+    /// stream that does not know its length lets every frame pass.
+    void Expect(int theFrameIndex) const;
+
     /// Fills theBuffer with frame theFrameIndex, (frame bits + 7) / 8 bytes, and returns that number.
     /// Frames are asked for in ascending order. Throws StreamIOException (code 37) when the value ends
     /// before the frame does, and for a negative index.

@@ -31,6 +31,8 @@ public:
     void Pass(int theFrameIndex);
 
 private:
+    class Driver;
+
     /// One frame on its way.
     struct Frame
     {
@@ -39,13 +41,14 @@ private:
         Renderable::PhotometricInterpretation itsInterpretation = Renderable::INVALID;
         std::uint64_t itsSize = 0;           ///< bytes of the buffer that hold pixels
         std::uint64_t itsCompressedSize = 0; ///< bytes that were read for them
+        double itsTimeToAllocate = 0;        ///< milliseconds
         int itsScaleFactor = 1;
         bool itsLittleEndian = true;
     };
 
     Frame Begin() const;
     bool IsNative() const;
-    void Allocate(Frame& theFrame, Renderable::PhotometricInterpretation theSizeInterpretation);
+    void Allocate(Frame& theFrame) const;
     std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);
     void ReadNative(Frame& theFrame, int theFrameIndex);
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);

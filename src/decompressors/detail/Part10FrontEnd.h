@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "decompressors/detail/Part10ImageAttributes.h"
@@ -27,6 +28,13 @@ public:
     ~Part10FrontEnd();
     Part10FrontEnd(const Part10FrontEnd&) = delete;
     Part10FrontEnd& operator=(const Part10FrontEnd&) = delete;
+
+    /// The frame of every decompressor's work: opens and parses, and where there is pixel data calls
+    /// theDecode. Every outcome, an exception's too, is in theResult; theClassName begins what is said of
+    /// missing pixel data. Never throws.
+    static void Serve(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
+                      const char* theClassName, DecompressionResult& theResult,
+                      const std::function<void(Part10FrontEnd&)>& theDecode);
 
     /// Reads the file meta information and puts the transfer syntax into the request. False, with code
     /// and message in theResult, when that fails. Never throws.
@@ -57,12 +65,12 @@ public:
     double GetTimeToParse() const { return itsTimeToParse; }
     double GetTotalTime() const { return itsTimer.Total() * 1000.0; }
 
+private:
     /// Makes theResult describe the exception that is being handled and hold no image: a
     /// StreamIOException's (or other coded exception's) own text and codes, else a logic error, code 38.
     /// To be called in a catch block. Never throws.
     static void ReportCurrentException(DecompressionResult& theResult);
 
-private:
     void ReadElements();
 
     DMTickCounter itsTimer;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "jni/natives/detail/StreamDecode.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/FileToRenderableDecompressor.h"
@@ -52,6 +55,7 @@ StreamDecode::~StreamDecode() = default;
 
 void StreamDecode::Run(DecompressionResult& theResult)
 {
-    itsRequest->setSourceLength(static_cast<std::uint32_t>(itsStream.Length()));
+    itsRequest->setSourceLength(static_cast<std::uint32_t>(
+        std::clamp<long long>(itsStream.Length(), 0, std::numeric_limits<std::uint32_t>::max())));
     itsDecompressor->Decompress(*itsRequest, theResult);
 }

@@ -81,6 +81,13 @@ void NativePixelInputStreamVR::Seek(std::size_t thePosition)
     itsPosition = thePosition;
 }
 
+long long NativePixelInputStreamVR::Length() const
+{
+    const long long aLength = static_cast<long long>(itsLength);
+    const long long aRemaining = itsStream->GetRemaining();
+    return aRemaining < 0 ? aLength : std::min(aLength, static_cast<long long>(itsPosition) + aRemaining);
+}
+
 std::size_t NativePixelInputStreamVR::GetBytesAvailable() const
 {
     return std::min(itsStream->GetBytesAvailable(), itsLength - itsPosition);

@@ -2,60 +2,15 @@
 #include "toolkit/io/LFStream.h"
 
 #include <cerrno>
-#include <csignal>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
+#include "support/LockHolder.h"
 #include "support/TemporaryFile.h"
 
 namespace
 {
 using Bytes = std::vector<unsigned char>;
-
-/// Another process that holds a lock on a file until Release ends it; the lock must go with it.
-class LockHolder
-{
-public:
-    LockHolder(const char* theName, LFStream::LockMode theMode)
-    {
-        int aReady[2];
-        if (::pipe(aReady) != 0 || (itsChild = ::fork()) < 0)
-        {
-            return;
-        }
-        if (itsChild == 0)
-        {
-            LFStream aStream(LFStream::UNBUFFERED);
-            const bool isLocked = aStream.open(theName, LFStream::MODE_IN | LFStream::MODE_OUT, 64) &&
-                                  aStream.Lock(0.0, theMode) != 0;
-            const bool isTold = ::write(aReady[1], isLocked ? "y" : "n", 1) == 1;
-            ::sleep(isTold ? 60 : 0);
-            ::_exit(0);
-        }
-        char anAnswer = 'n';
-        itsIsLocked = ::read(aReady[0], &anAnswer, 1) == 1 && anAnswer == 'y';
-        ::close(aReady[0]);
-        ::close(aReady[1]);
-    }
-    ~LockHolder() { Release(); }
-
-    bool IsLocked() const { return itsIsLocked; }
-
-    void Release()
-    {
-        if (itsChild > 0)
-        {
-            ::kill(itsChild, SIGKILL);
-            ::waitpid(itsChild, nullptr, 0);
-            itsChild = -1;
-        }
-    }
-
-private:
-    pid_t itsChild = -1;
-    bool itsIsLocked = false;
-};
 
 struct LockCase
 {

@@ -26,7 +26,9 @@ public:
     std::size_t Skip(std::size_t theLength) override;
     void Seek(std::size_t thePosition) override;
     int CanSeek() const override { return itsStream->CanSeek(); }
-    long long Length() const override { return static_cast<long long>(itsLength); }
+
+    /// The value's length, or what the stream below has of it where that is known to be less.
+    long long Length() const override;
     std::size_t GetStreamPosition() const override { return itsPosition; }
     std::size_t GetBytesAvailable() const override;
     bool HasMoreData() const override { return itsPosition < itsLength; }

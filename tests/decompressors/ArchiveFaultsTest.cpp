@@ -1,0 +1,446 @@
+// SPDX-License-Identifier: Apache-2.0
+// Faults that real archives contain, from the file to the image or to the error. Each row is a line of
+// docs/inputs.md; what other tests of this folder pin down already is not repeated here.
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "decompressors/DecompressorRuns.h"
+#include "decompressors/Part10Files.h"
+#include "support/EncapsulatedBytes.h"
+#include "support/Jpeg2000Streams.h"
+#include "support/RleEncoder.h"
+
+using namespace Part10Files;
+using EncapsulatedBytes::operator+;
+
+namespace
+{
+using Syntax = DicomBuilder::Syntax;
+
+const RWCString& theBaseline = TransferSyntaxType::TSJPEG50UID;
+const RWCString& theExtended = TransferSyntaxType::TSJPEG51UID;
+const RWCString& theLossless = TransferSyntaxType::TSJPEG70UID;
+const RWCString& theRle = TransferSyntaxType::TSRLEUID;
+const RWCString& theJpeg2000 = TransferSyntaxType::TSJPEG2KLosslessUID;
+
+Bytes Part(const Bytes& theBytes, std::size_t theFrom, std::size_t theTo)
+{
+    return Bytes(theBytes.begin() + static_cast<std::ptrdiff_t>(theFrom),
+                 theBytes.begin() + static_cast<std::ptrdiff_t>(theTo));
+}
+
+Bytes Even(Bytes theBytes)
+{
+    if (theBytes.size() % 2 != 0)
+    {
+        theBytes.push_back(0);
+    }
+    return theBytes;
+}
+
+Bytes Words(const std::vector<std::uint16_t>& theWords)
+{
+    Bytes aBytes;
+    for (const std::uint16_t aWord : theWords)
+    {
+        aBytes.push_back(static_cast<std::uint8_t>(aWord & 255));
+        aBytes.push_back(static_cast<std::uint8_t>(aWord >> 8));
+    }
+    return aBytes;
+}
+
+/// theCount pixels of the same value.
+Bytes Flat(const Bytes& thePixel, int theCount)
+{
+    Bytes aBytes;
+    for (int i = 0; i < theCount; ++i)
+    {
+        aBytes = aBytes + thePixel;
+    }
+    return aBytes;
+}
+
+JpegSpec Spec(JpegSpec::Process theProcess, int theComponents = 1, int thePrecision = 8)
+{
+    JpegSpec aSpec;
+    aSpec.itsProcess = theProcess;
+    aSpec.itsComponents = theComponents;
+    aSpec.itsPrecision = thePrecision;
+    return aSpec;
+}
+
+const JpegSpec theGreySpec = Spec(JpegSpec::Process::LOSSLESS);
+const JpegSpec theDeepSpec = Spec(JpegSpec::Process::LOSSLESS, 1, 16);
+const JpegSpec theColourSpec = Spec(JpegSpec::Process::BASELINE, 3);
+
+/// Frame theIndex of lossless 8 x 8 grey, and what it decodes to.
+Bytes Pixels(int theIndex)
+{
+    return Counting(64, 64u * static_cast<unsigned>(theIndex));
+}
+
+Bytes Frame(int theIndex)
+{
+    const Bytes aPixels = Pixels(theIndex);
+    return Even(MakeJpeg(theGreySpec, {aPixels.begin(), aPixels.end()}));
+}
+
+/// 8 x 8 grey with the fragments as they are given. theFrames below 1: no Number of Frames.
+struct Encapsulation
+{
+    std::vector<Bytes> itsFragments;
+    int itsFrames = 2;
+    std::vector<std::uint32_t> itsBasicOffsets = {};
+    bool itsDelimiter = true;
+    std::vector<std::uint64_t> itsExtendedOffsets = {};
+    RWCString itsUID = theLossless;
+};
+
+Bytes File(const Encapsulation& theCase)
+{
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theCase.itsUID);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 8, 8, 0, std::max(theCase.itsFrames, 1));
+    if (!theCase.itsExtendedOffsets.empty())
+    {
+        aBuilder.AddOV({0x7fe0, 0x0001}, theCase.itsExtendedOffsets);
+    }
+    aBuilder.AddEncapsulatedPixelData(theCase.itsFragments, theCase.itsBasicOffsets, theCase.itsDelimiter);
+    return aBuilder.Build();
+}
+
+/// Two frames in five fragments: two of the first, three of the second.
+std::vector<Bytes> Pieces()
+{
+    const Bytes aFirst = Frame(0);
+    const Bytes aSecond = Frame(1);
+    return {Part(aFirst, 0, 60), Part(aFirst, 60, aFirst.size()), Part(aSecond, 0, 20), Part(aSecond, 20, 90),
+            Part(aSecond, 90, aSecond.size())};
+}
+
+std::uint32_t SecondOffset()
+{
+    return static_cast<std::uint32_t>(Frame(0).size()) + 16;
+}
+
+struct FramesCase
+{
+    const char* itsName;
+    Encapsulation itsFile;
+    int itsExpected; ///< frames that come out, counting from 0; the next one is an error
+};
+
+std::vector<FramesCase> FramesCases()
+{
+    const Bytes aFirst = Frame(0);
+    const Bytes aSecond = Frame(1);
+    const Bytes anUnpadded(aFirst.begin(), std::find(aFirst.rbegin(), aFirst.rend(), 0xd9).base());
+    const Bytes anOdd = anUnpadded.size() % 2 != 0 ? anUnpadded : anUnpadded + Bytes{0};
+    return {
+        {"several fragments a frame, empty Basic Offset Table", {Pieces()}, 2},
+        {"several fragments a frame, Basic Offset Table", {Pieces(), 2, {0, SecondOffset()}}, 2},
+        {"wrong Basic Offset Table", {Pieces(), 2, {0, SecondOffset() + 2}}, 2},
+        {"Basic Offset Table that is too short", {{aFirst, aSecond}, 2, {0}}, 2},
+        {"Extended Offset Table", {Pieces(), 2, {}, true, {0, SecondOffset()}}, 2},
+        {"wrong Extended Offset Table", {Pieces(), 2, {}, true, {0, 9999999}}, 2},
+        {"missing sequence delimiter", {{aFirst, aSecond}, 2, {}, false}, 2},
+        {"fragment of odd length", {{anOdd, aSecond}}, 2},
+        {"zeros behind the codestream", {{aFirst + Bytes(90), aSecond + Bytes(2)}}, 2},
+        {"other bytes behind the codestream", {{aFirst + Bytes(90, 0xff), aSecond + Bytes(90, 0x20)}}, 2},
+        {"NumberOfFrames too large", {{aFirst, aSecond}, 5}, 2},
+        {"NumberOfFrames too small", {{aFirst, aSecond}, 1}, 1},
+        {"NumberOfFrames absent, Basic Offset Table of two",
+         {{aFirst, aSecond}, 0, {0, static_cast<std::uint32_t>(aFirst.size()) + 8}},
+         1},
+        {"RLE in two fragments",
+         {{Part(RleFrame({Pixels(0)}), 0, 70), Part(RleFrame({Pixels(0)}), 70, RleFrame({Pixels(0)}).size())},
+          1,
+          {},
+          true,
+          {},
+          theRle},
+         1},
+        {"bytes behind an RLE frame",
+         {{RleFrame({Pixels(0)}) + Bytes(10, 9), RleFrame({Pixels(1)}) + Bytes(2)}, 2, {}, true, {}, theRle},
+         2},
+    };
+}
+
+struct FaultCase
+{
+    const char* itsName;
+    Bytes itsFile;
+    Bytes itsPixels;          ///< none where it is refused
+    int itsCode = 0;          ///< of the refusal
+    const char* itsText = ""; ///< what its text begins with
+};
+
+Bytes Colour(const RWCString& theUID, JpegSpec theSpec, const char* theLabel,
+             const std::vector<int>& thePixel)
+{
+    return Encapsulated(theUID, theSpec, theLabel, {MakeJpeg(theSpec, MakeFlatSamples(theSpec, thePixel))});
+}
+
+std::vector<FaultCase> ColourCases()
+{
+    JpegSpec aJFIF = theColourSpec;
+    aJFIF.itsJFIF = true;
+    JpegSpec anAdobeRGB = theColourSpec;
+    anAdobeRGB.itsAdobeTransform = 0;
+    JpegSpec anAdobeYBR = theColourSpec;
+    anAdobeYBR.itsAdobeTransform = 1;
+    JpegSpec aLettered = theColourSpec;
+    aLettered.itsComponentIds = {'R', 'G', 'B'};
+    const std::vector<int> theStored = {200, 100, 160};
+    const Bytes aPlain = Flat({200, 100, 160}, 64);
+    const Bytes aConverted = Flat({245, 187, 150}, 64); // as the JPEG library rounds
+    const Bytes anRleFrame = RleFrame({Bytes(64, 200), Bytes(64, 100), Bytes(64, 160)});
+    return {
+        {"JFIF marker, labelled RGB", Colour(theBaseline, aJFIF, "RGB", theStored), aConverted},
+        {"Adobe marker of RGB, labelled YBR_FULL_422",
+         Colour(theBaseline, anAdobeRGB, "YBR_FULL_422", theStored), aPlain},
+        {"Adobe marker of YCbCr, labelled RGB", Colour(theBaseline, anAdobeYBR, "RGB", theStored),
+         aConverted},
+        {"components named R, G and B, labelled YBR_FULL",
+         Colour(theBaseline, aLettered, "YBR_FULL", theStored), aPlain},
+        {"YCbCr without markers, labelled RGB", Colour(theBaseline, theColourSpec, "RGB", theStored), aPlain},
+        {"RGB without markers, labelled YBR_FULL", Colour(theBaseline, theColourSpec, "YBR_FULL", theStored),
+         aConverted},
+        {"RLE of YCbCr, labelled RGB", Encapsulated(theRle, theColourSpec, "RGB", {anRleFrame}), aPlain},
+        {"one component, labelled RGB", Encapsulated(theLossless, theGreySpec, "RGB", {Frame(0)}), Pixels(0)},
+        {"RLE of 16-bit colour",
+         [&]
+         {
+             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theRle);
+             aBuilder.AddImageAttributes(3, "RGB", 8, 8, 16, 16);
+             const Bytes aSamples = Words({0xc812, 0x6434, 0xa056});
+             return aBuilder.AddEncapsulatedPixelData({RleEncoder::Encode(Flat(aSamples, 64), 2, 3, 8)})
+                 .Build();
+         }(),
+         aPlain},
+    };
+}
+} // namespace
+
+TEST(ArchiveFaults, Frames)
+{
+    for (const FramesCase& aCase : FramesCases())
+    {
+        SCOPED_TRACE(aCase.itsName);
+        const Bytes aFile = File(aCase.itsFile);
+        for (int aFrame = 0; aFrame < aCase.itsExpected; ++aFrame)
+        {
+            const Outcome anOutcome = RunPart10Quietly(aFile, nullptr, {aFrame});
+            EXPECT_EQ(anOutcome.Pixels(), Pixels(aFrame)) << aFrame << ": " << anOutcome.Message();
+        }
+        const Outcome aNext = RunPart10Quietly(aFile, nullptr, {aCase.itsExpected});
+        EXPECT_EQ(aNext.Code(), 38) << aNext.Message();
+    }
+}
+
+namespace
+{
+void Check(const std::vector<FaultCase>& theCases)
+{
+    for (const FaultCase& aCase : theCases)
+    {
+        SCOPED_TRACE(aCase.itsName);
+        DICOMDataObject aDataSet;
+        const Outcome anOutcome = RunPart10Quietly(aCase.itsFile, &aDataSet);
+        EXPECT_EQ(anOutcome.Code(), aCase.itsCode) << anOutcome.Message();
+        EXPECT_EQ(anOutcome.Pixels(), aCase.itsPixels);
+        EXPECT_EQ(anOutcome.Message().rfind(aCase.itsText, 0), 0u) << anOutcome.Message();
+    }
+}
+
+std::vector<FaultCase> CodestreamCases()
+{
+    const Bytes aGrey = Frame(0);
+    JpegSpec anOpen = theGreySpec;
+    anOpen.itsEndOfImage = false;
+    const Bytes anOpenFrame = MakeJpeg(anOpen, std::vector<std::uint16_t>(64, 77));
+    // Differences of 65535, of 32768 and of 1 the other way round.
+    std::vector<std::uint16_t> aJumps(64);
+    for (std::size_t i = 0; i < aJumps.size(); ++i)
+    {
+        constexpr std::uint16_t theSteps[] = {0, 65535, 0, 32768, 65535, 32767};
+        aJumps[i] = theSteps[i % 6];
+    }
+    std::vector<std::uint16_t> aScaled;
+    for (const std::uint16_t aJump : aJumps)
+    {
+        aScaled.push_back(static_cast<std::uint16_t>(aJump >> 4));
+    }
+    const JpegSpec aTwelve = Spec(JpegSpec::Process::EXTENDED, 1, 12);
+    const JpegSpec aLossy = Spec(JpegSpec::Process::BASELINE);
+    const auto aFlat = [](const JpegSpec& theSpec, int theValue)
+    { return MakeJpeg(theSpec, MakeFlatSamples(theSpec, {theValue})); };
+    const Bytes aWrapped = MakeJpeg(theDeepSpec, aJumps);
+    DicomBuilder aWide(Syntax::EXPLICIT_LITTLE, theLossless);
+    aWide.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8).AddEncapsulatedPixelData({aGrey});
+    DicomBuilder aWideRle(Syntax::EXPLICIT_LITTLE, theRle);
+    aWideRle.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
+    aWideRle.AddEncapsulatedPixelData({RleFrame({Bytes(64), Pixels(0)})});
+    DicomBuilder aThinRle(Syntax::EXPLICIT_LITTLE, theRle);
+    aThinRle.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
+    aThinRle.AddEncapsulatedPixelData({RleFrame({Pixels(0)})});
+    const char* const theJpegError = "A logic error occurred in the Decompressor: JPEGDecoder: error (read ";
+    return {
+        {"lossless differences that wrap", Encapsulated(theLossless, theDeepSpec, "MONOCHROME2", {aWrapped}),
+         Words(aJumps)},
+        {"fewer bits stored than the codestream has",
+         Encapsulated(theLossless, theDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aJumps)},
+        {"16 bits allocated, 8 stored, lossless JPEG", aWide.Build(), Pixels(0)},
+        {"16 bits allocated, 8 stored, RLE of one segment", aThinRle.Build(), Pixels(0)},
+        {"16 bits allocated, 8 stored, RLE of two segments",
+         aWideRle.Build(),
+         {},
+         62,
+         "RLEDecoder::Decode: number of segments != bytes per pixel"},
+        {"missing EOI",
+         Encapsulated(theLossless, theGreySpec, "MONOCHROME2", {anOpenFrame}),
+         {},
+         38,
+         theJpegError},
+        {"truncated JPEG",
+         Encapsulated(theLossless, theGreySpec, "MONOCHROME2", {Part(aGrey, 0, aGrey.size() / 2)}),
+         {},
+         38,
+         theJpegError},
+        {"baseline syntax, 12-bit codestream",
+         [&]
+         {
+             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theBaseline);
+             aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
+             return aBuilder.AddEncapsulatedPixelData({Even(aFlat(aTwelve, 3000))}).Build();
+         }(),
+         Words(std::vector<std::uint16_t>(64, 3000))},
+        {"lossless syntax, baseline codestream",
+         Encapsulated(theLossless, aLossy, "MONOCHROME2", {aFlat(aLossy, 100)}), Bytes(64, 100)},
+        {"baseline syntax, lossless codestream",
+         Encapsulated(theBaseline, theGreySpec, "MONOCHROME2", {aGrey}), Pixels(0)},
+        {"extended syntax, 16-bit lossless codestream: scaled down",
+         Encapsulated(theExtended, theDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aScaled)},
+        {"JPEG 2000 syntax, JPEG codestream",
+         Encapsulated(theJpeg2000, theGreySpec, "MONOCHROME2", {aGrey}),
+         {},
+         38,
+         "A logic error occurred in the Decompressor: JPEG2000Decoder::JPEG2000Decoder()[create "
+         "codestream]: "},
+        {"JPEG syntax, JPEG 2000 codestream",
+         Encapsulated(theBaseline, theGreySpec, "MONOCHROME2", {Jpeg2000Streams::Grey12()}),
+         {},
+         38,
+         theJpegError},
+        {"RLE syntax, JPEG codestream",
+         Encapsulated(theRle, theGreySpec, "MONOCHROME2", {aGrey}),
+         {},
+         37,
+         "RLEDecoder::SetSource: "},
+    };
+}
+
+std::vector<FaultCase> NativeCases()
+{
+    const auto aNative = [](Syntax theSyntax, const std::string& theUID, int theSamples, const char* theLabel,
+                            int theBits, const Bytes& thePixels, const char* theVR = "OW")
+    {
+        DicomBuilder aBuilder(theSyntax, theUID);
+        const auto aBits = static_cast<std::uint16_t>(theBits);
+        aBuilder.AddImageAttributes(static_cast<std::uint16_t>(theSamples), theLabel, 1, 2, aBits, aBits);
+        return aBuilder.AddNativePixelData(thePixels, theVR).Build();
+    };
+    const Bytes aLong = Counting(8);
+    return {
+        {"deflated data set", aNative(Syntax::DEFLATED, "", 1, "MONOCHROME2", 16, Words({7, 800})),
+         Words({7, 800})},
+        {"implicit syntax, explicit elements",
+         aNative(Syntax::EXPLICIT_LITTLE, DicomBuilder::UIDOf(Syntax::IMPLICIT_LITTLE), 1, "MONOCHROME2", 16,
+                 Words({7, 800})),
+         Words({7, 800})},
+        {"native syntax, encapsulated pixels",
+         [&]
+         {
+             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE);
+             aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 8, 8);
+             return aBuilder.AddEncapsulatedPixelData({Frame(0)}).Build();
+         }(),
+         {},
+         48,
+         "CompressedStreamDecoder::Decode: Unable to create Decoder for transfer syntax with UID = "},
+        {"compressed syntax, native pixels",
+         aNative(Syntax::EXPLICIT_LITTLE, theLossless, 1, "MONOCHROME2", 8, {7, 8}, "OB"),
+         {},
+         38,
+         "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(0) failed"},
+        {"1-bit grey", aNative(Syntax::EXPLICIT_LITTLE, "", 1, "MONOCHROME2", 1, {2, 0}, "OB"), {2}},
+        {"32-bit grey", aNative(Syntax::EXPLICIT_LITTLE, "", 1, "MONOCHROME2", 32, aLong), aLong},
+        {"32-bit colour",
+         aNative(Syntax::EXPLICIT_LITTLE, "", 3, "RGB", 32, Counting(24)),
+         {},
+         12,
+         "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "},
+        {"odd length of native pixels",
+         aNative(Syntax::EXPLICIT_LITTLE, "", 3, "RGB", 8, Counting(6) + Bytes{99}, "OB"), Counting(6)},
+    };
+}
+
+/// A JPEG 2000 frame without its last theCut bytes and with theTail behind them.
+Bytes Jpeg2000File(std::size_t theCut, const Bytes& theTail = {})
+{
+    const Bytes aStream = Jpeg2000Streams::Colour();
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theJpeg2000);
+    aBuilder.AddImageAttributes(3, "YBR_RCT", Jpeg2000Streams::theColourHeight,
+                                Jpeg2000Streams::theColourWidth, 8, 8);
+    return aBuilder.AddEncapsulatedPixelData({Even(Part(aStream, 0, aStream.size() - theCut) + theTail)})
+        .Build();
+}
+} // namespace
+
+TEST(ArchiveFaults, ColourUnderTheWrongLabel)
+{
+    Check(ColourCases());
+}
+
+TEST(ArchiveFaults, Codestreams)
+{
+    Check(CodestreamCases());
+}
+
+TEST(ArchiveFaults, NativePixelsAndDataSets)
+{
+    Check(NativeCases());
+}
+
+TEST(ArchiveFaults, JPEG2000EndsAndCuts)
+{
+    const Bytes aWhole = RunPart10(Jpeg2000File(0), nullptr).Pixels();
+    ASSERT_EQ(aWhole.size(), 297u);
+    EXPECT_EQ(RunPart10(Jpeg2000File(2), nullptr).Pixels(), aWhole) << "missing EOC";
+    EXPECT_EQ(RunPart10(Jpeg2000File(0, Bytes(80, 0x20)), nullptr).Pixels(), aWhole) << "padding";
+    const Outcome aCut = RunPart10(Jpeg2000File(100), nullptr);
+    EXPECT_EQ(aCut.Code(), 0) << aCut.Message();
+    EXPECT_EQ(aCut.Pixels().size(), aWhole.size()) << "what is there of a truncated codestream is decoded";
+    EXPECT_NE(aCut.Pixels(), aWhole);
+}
+
+TEST(ArchiveFaults, JPEG2000OfEightBitsInSixteenAllocated)
+{
+    using namespace Jpeg2000Streams;
+    // 12 bits declared as 8: samples beyond are clamped. Signed, whatever the data set says.
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theJpeg2000);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", theGreyHeight, theGreyWidth, 16, 8, 0);
+    aBuilder.AddEncapsulatedPixelData({Even(Patch(Grey12(), theDepthOfComponent0, {0x87}))});
+    Bytes anExpected;
+    for (int i = 0; i < theGreyWidth * theGreyHeight; ++i)
+    {
+        const int aValue = std::clamp(GreyValue(i % theGreyWidth, i / theGreyWidth), -128, 127);
+        anExpected.push_back(static_cast<std::uint8_t>(aValue));
+    }
+    const Outcome anOutcome = RunPart10(aBuilder.Build(), nullptr);
+    EXPECT_EQ(anOutcome.Pixels(), anExpected) << anOutcome.Message();
+    ASSERT_NE(anOutcome.Image(), nullptr);
+    EXPECT_EQ(anOutcome.Image()->getBitsAllocated(), 8);
+    EXPECT_TRUE(anOutcome.Image()->isSigned());
+}
