@@ -68,6 +68,44 @@ bool ConvertToRGB(DICOMDataObject* theDataSet, Renderable& theImage, Decompressi
         return false;
     }
 }
+
+void DescribeCurrentException(DecompressionResult& theResult)
+{
+    try
+    {
+        throw;
+    }
+    catch (const DecodingInterruptedException& anException)
+    {
+        SetDecoderFailure(theResult, DLRC_DECODING_INTERRUPTED, anException.ClassName(),
+                          anException.ToString());
+    }
+    catch (const ExceptionBase& anException)
+    {
+        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, anException.ClassName(), anException.ToString());
+    }
+    catch (const std::exception& anException)
+    {
+        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "std::exception", anException.what());
+    }
+    catch (...)
+    {
+        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "unknown", "unknown exception");
+    }
+}
+
+/// Never throws.
+void ReportCurrentException(DecompressionResult& theResult)
+{
+    try
+    {
+        DescribeCurrentException(theResult);
+    }
+    catch (...)
+    {
+        theResult.setOutOfMemory(DLRC_DECODER_ERROR);
+    }
+}
 } // namespace
 
 CompressedImageStreamDecompressor::CompressedImageStreamDecompressor()
@@ -88,22 +126,9 @@ void CompressedImageStreamDecompressor::Decompress(DecompressionRequest& theRequ
         theResult.setRenderable(nullptr);
         DecompressUnguarded(theRequest, theResult);
     }
-    catch (const DecodingInterruptedException& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODING_INTERRUPTED, anException.ClassName(),
-                          anException.ToString());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, anException.ClassName(), anException.ToString());
-    }
-    catch (const std::exception& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "std::exception", anException.what());
-    }
     catch (...)
     {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "unknown", "unknown exception");
+        ReportCurrentException(theResult);
     }
 }
 

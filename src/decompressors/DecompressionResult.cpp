@@ -37,6 +37,13 @@ RWCString DecompressionResult::ToString() const
            "\n\titsMessage = " + itsMessage;
 }
 
+void DecompressionResult::setOutOfMemory(DLResultCode theCode) noexcept
+{
+    itsDCMLibResultCode = theCode;
+    itsSystemErrorCode = 0;
+    itsMessage = "Out of memory"; // short enough for every string's own storage
+}
+
 void DecompressionResult::copyToJava(JNIEnv* theEnv, jobject theResult) const
 {
     const LocalReference<jclass> aClass = JavaAccess::GetClass(*theEnv, theResult);

@@ -42,6 +42,9 @@ public:
     /// The three fields as four lines of text.
     RWCString ToString() const;
 
+    /// Says that there was no memory left, not even to describe the failure. Takes none itself; never throws.
+    void setOutOfMemory(DLResultCode theCode) noexcept;
+
     /// Sets the fields int DLResultCode, int SystemError and String Message of a Java object (may be
     /// null), each where the object's class has it; the message's bytes are taken as ISO-8859-1. No Java
     /// exception may be pending, and none is left.

@@ -86,13 +86,21 @@ bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool theLossl
     }
 }
 
-int Fail(DecompressionResult& theResult, DLResultCode theCode, const RWCString& theText)
+/// Never throws.
+int Fail(DecompressionResult& theResult, DLResultCode theCode, const char* theText)
 {
     // An image that was made before the failure goes with it.
     const std::unique_ptr<Renderable> anImage(theResult.getRenderable());
     theResult.setRenderable(nullptr);
     theResult.setDCMLibResultCode(theCode);
-    theResult.setMessage("FileToRenderableDecompressor::DecodeFileToRenderable: " + theText);
+    try
+    {
+        theResult.setMessage(RWCString("FileToRenderableDecompressor::DecodeFileToRenderable: ") + theText);
+    }
+    catch (...)
+    {
+        theResult.setOutOfMemory(theCode);
+    }
     return 0;
 }
 } // namespace
@@ -130,11 +138,11 @@ int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFil
     catch (const StreamIOException& anException)
     {
         theResult.setSystemErrorCode(anException.GetSystemErrorCode());
-        return Fail(theResult, anException.GetResultCode(), anException.GetMessageText());
+        return Fail(theResult, anException.GetResultCode(), anException.what());
     }
     catch (const ExceptionBase& anException)
     {
-        return Fail(theResult, DLRC_DECODER_ERROR, anException.GetMessageText());
+        return Fail(theResult, DLRC_DECODER_ERROR, anException.what());
     }
     catch (...)
     {

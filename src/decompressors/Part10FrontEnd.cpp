@@ -164,8 +164,20 @@ void Part10FrontEnd::ReadElements()
 
 void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult)
 {
-    static const RWCString theLogicError = "A logic error occurred in the Decompressor";
     theResult.setRenderable(nullptr);
+    try
+    {
+        DescribeCurrentException(theResult);
+    }
+    catch (...)
+    {
+        theResult.setOutOfMemory(DLRC_PARSE_ERROR);
+    }
+}
+
+void Part10FrontEnd::DescribeCurrentException(DecompressionResult& theResult)
+{
+    const RWCString aLogicError = "A logic error occurred in the Decompressor: ";
     try
     {
         throw;
@@ -175,15 +187,14 @@ void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult)
         const bool aCodeIsKnown = anException.GetResultCode() != DLRC_SUCCESS;
         SetOutcome(theResult, aCodeIsKnown ? anException.GetResultCode() : DLRC_PARSE_ERROR,
                    anException.GetSystemErrorCode(),
-                   aCodeIsKnown ? anException.GetMessageText()
-                                : theLogicError + ": " + anException.GetMessageText());
+                   aCodeIsKnown ? anException.GetMessageText() : aLogicError + anException.GetMessageText());
     }
     catch (const std::exception& anException)
     {
-        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, theLogicError + ": " + anException.what());
+        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, aLogicError + anException.what());
     }
     catch (...)
     {
-        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, theLogicError + ": unknown exception");
+        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, aLogicError + "unknown exception");
     }
 }

@@ -238,7 +238,9 @@ IMAGES = {
 MULTI = dicom(b"".join(bytes([value] * 6) for value in (10, 20, 30)), 2, 3, allocated=8, frames=3)
 
 
-class CommandLine(unittest.TestCase):
+class Program(unittest.TestCase):
+    """The program in a folder of its own."""
+
     def setUp(self):
         self.folder = tempfile.mkdtemp(prefix="quorix-cli-")
         self.addCleanup(shutil.rmtree, self.folder)
@@ -265,6 +267,8 @@ class CommandLine(unittest.TestCase):
     def lines(self, *arguments, **keywords):
         return [json.loads(line) for line in self.run_it("--json", *arguments, **keywords).stdout.splitlines()]
 
+
+class CommandLine(Program):
     def test_pictures_hold_the_real_values(self):
         for name, (content, depth, values, decoded) in IMAGES.items():
             with self.subTest(name):
@@ -372,7 +376,8 @@ class CommandLine(unittest.TestCase):
                 self.put("in", content)
                 self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", scale)
                 dump = subprocess.run(["dcmdump", "-q", self.path("out.dcm")], capture_output=True, check=True).stdout
-                values = {part.split(b"]")[0].strip(b" \0") for part in dump.split(b"[")[1:]}
+                self.assertNotIn(b"\0", dump)  # text is padded with spaces
+                values = {part.split(b"]")[0].strip(b" ") for part in dump.split(b"[")[1:]}
                 self.assertEqual(expected - values, set(), dump)
                 self.assertEqual(b"1.2.3" in values, elements == kept, dump)
                 self.assertEqual({tag for tag in kept if b"(" + tag in dump}, elements, dump)
@@ -509,10 +514,9 @@ class CommandLine(unittest.TestCase):
                          {f"out/{index:02}.png": hashlib.sha256(bytes([index] * 30)).hexdigest() for index in range(40)})
 
     def test_claimed_frames_that_are_not_there(self):
-        # More than are there, and more than a file may have: that is given up as well.
-        for frames, status in ((16000000, 2), (2000000000, 4)):
+        for frames in (16000000, 2000000000):
             self.put("many.dcm", dicom(bytes(60), 5, 6, frames=frames))
-            done = self.run_it("many.dcm", "--all-frames", "--format", "none", status=status)
+            done = self.run_it("many.dcm", "--all-frames", "--format", "none", status=2)
             self.assertLess(len(done.stderr.splitlines()), 20)
 
     def test_progress_bar_is_for_terminals(self):

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DecodeJob.h"
 
-#include <algorithm>
-#include <cerrno>
+#include <system_error>
 
 #include "InfoReport.h"
 #include "OutputError.h"
@@ -38,8 +37,8 @@ std::string ReasonOfFailure(Action theAction)
 }
 } // namespace
 
-DecodeJob::DecodeJob(const Context& theContext, std::string thePath, std::size_t theIndex)
-    : itsContext(theContext), itsSource(std::move(thePath)), itsIndex(theIndex)
+DecodeJob::DecodeJob(const Context& theContext, const Input& theInput)
+    : itsContext(theContext), itsSource(theInput.itsPath), itsInput(theInput)
 {
 }
 
@@ -47,17 +46,45 @@ void DecodeJob::Run()
 {
     try
     {
+        RunUnguarded();
+    }
+    catch (const std::exception&)
+    {
+        // Not even the error could be told.
+        itsFailed = true;
+        itsContext.itsReporter.PrintOutOfMemory(itsInput.itsPath);
+    }
+    if (itsFailed)
+    {
+        itsContext.itsReporter.CountFailedInput();
+    }
+}
+
+void DecodeJob::RunUnguarded()
+{
+    try
+    {
+        if (!itsInput.itsRefusal.empty())
+        {
+            throw OutputError(itsInput.itsRefusal);
+        }
+        if (IsDoneBefore())
+        {
+            itsContext.itsReporter.CountSkipped();
+            itsContext.itsReporter.AddDone(1);
+            return;
+        }
         itsSource.Load();
-        const InputKind aKind = InputClassifier::Classify(itsSource.ReadHead(InputClassifier::theHeadLength),
-                                                          itsContext.itsOptions.GetType());
-        if (itsContext.itsOptions.IsInfo())
+        const StopSignal::Work aWork(itsContext.itsStop);
+        if (aWork.IsBegun())
         {
-            ShowInfo(aKind);
+            Decode();
         }
-        else
-        {
-            DecodeFrames(aKind);
-        }
+    }
+    catch (const OutputError& anError)
+    {
+        ReportUnwritten("input", anError.what());
+        itsContext.itsReporter.AddDone(1);
     }
     catch (...)
     {
@@ -67,17 +94,68 @@ void DecodeJob::Run()
         ReportFailure(aFrame);
         itsContext.itsReporter.AddDone(1);
     }
-    if (itsFailed)
+}
+
+bool DecodeJob::IsDoneBefore()
+{
+    const std::string aRecord = itsContext.itsNames.GetRecordPath(itsInput);
+    if (aRecord.empty())
     {
-        itsContext.itsReporter.CountFailedInput();
+        return false;
     }
+    itsRecord.emplace(aRecord, itsContext.itsNames.GetPath(itsInput, std::nullopt, ""), itsInput.itsPath,
+                      itsContext.itsOptions);
+    return itsContext.itsOptions.IsResume() && itsRecord->IsCurrent();
+}
+
+void DecodeJob::Decode()
+{
+    const InputKind aKind = InputClassifier::Classify(itsSource.ReadHead(InputClassifier::theHeadLength),
+                                                      itsContext.itsOptions.GetType());
+    if (itsContext.itsOptions.IsInfo())
+    {
+        ShowInfo(aKind);
+        return;
+    }
+    if (itsRecord)
+    {
+        itsRecord->Discard();
+    }
+    DecodeFrames(aKind);
+    SaveRecord();
+}
+
+/// Comes after the lines of the report: what is on record has been reported.
+void DecodeJob::SaveRecord()
+{
+    if (!itsRecord || itsFailed || itsUnwritten || itsStopped)
+    {
+        return;
+    }
+    const std::string aReason = ReasonOfFailure([&] { itsRecord->Save(); });
+    if (!aReason.empty())
+    {
+        ReportUnwritten("record", aReason);
+    }
+}
+
+void DecodeJob::PrintLine(const std::string& theLine)
+{
+    itsUnwritten = !itsContext.itsReporter.PrintLine(theLine) || itsUnwritten;
 }
 
 void DecodeJob::ShowInfo(InputKind theKind)
 {
     const InfoReport aReport(itsSource, theKind);
     itsContext.itsReporter.CountDecoded();
-    itsContext.itsReporter.PrintResult(aReport.ToText(itsSource.GetPath(), itsContext.itsOptions.IsJSON()));
+    if (itsContext.itsReporter.IsReporting())
+    {
+        PrintLine(aReport.ToText(itsSource.GetPath(), true));
+    }
+    if (!itsContext.itsOptions.IsJSON())
+    {
+        itsContext.itsReporter.PrintResult(aReport.ToText(itsSource.GetPath(), false));
+    }
     itsContext.itsReporter.AddDone(1);
 }
 
@@ -88,7 +166,9 @@ void DecodeJob::DecodeFrames(InputKind theKind)
     const int aFirst = anOptions.IsAllFrames() ? 0 : anOptions.GetFrame();
     int anEnd = aFirst + 1;
     int aFailuresInARow = 0;
-    for (int aFrameIndex = aFirst; aFrameIndex < anEnd; ++aFrameIndex)
+    // Names in a list's output folder do not depend on how many frames there are.
+    const bool isNumbered = itsRecord && anOptions.IsAllFrames();
+    for (int aFrameIndex = aFirst; aFrameIndex < anEnd && !IsStopped(aFrameIndex, anEnd); ++aFrameIndex)
     {
         DecodedFrame aFrame = aDecoder->Decode(aFrameIndex);
         if (anOptions.IsAllFrames() && aFrameIndex == 0)
@@ -97,7 +177,7 @@ void DecodeJob::DecodeFrames(InputKind theKind)
             itsContext.itsReporter.AddToTotal(static_cast<std::uint64_t>(anEnd) - 1);
         }
         aFailuresInARow = aFrame.IsDecoded() ? 0 : aFailuresInARow + 1;
-        HandleFrame(std::move(aFrame), anEnd - aFirst > 1);
+        HandleFrame(std::move(aFrame), isNumbered || anEnd - aFirst > 1);
         itsContext.itsReporter.AddDone(1);
         if (aFailuresInARow == theMostFailuresInARow && aFrameIndex + 1 < anEnd)
         {
@@ -110,6 +190,18 @@ void DecodeJob::DecodeFrames(InputKind theKind)
     FinishDICOMFile();
 }
 
+/// What was begun is finished; frames after a signal are not begun.
+bool DecodeJob::IsStopped(int theFrame, int theEnd)
+{
+    itsStopped = theFrame != itsContext.itsOptions.GetFrame() && itsContext.itsStop.IsRaised();
+    if (itsStopped)
+    {
+        itsContext.itsReporter.PrintError(itsSource.GetPath() + ": stopped before frame " +
+                                          std::to_string(theFrame) + " of " + std::to_string(theEnd));
+    }
+    return itsStopped;
+}
+
 void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
 {
     if (!theFrame.IsDecoded())
@@ -118,10 +210,10 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
         return;
     }
     itsContext.itsReporter.CountDecoded();
-    const bool isJSON = itsContext.itsOptions.IsJSON();
+    const bool isReporting = itsContext.itsReporter.IsReporting();
     if (itsContext.itsOptions.GetFormat() == OutputFormat::DICOM)
     {
-        if (isJSON)
+        if (isReporting)
         {
             itsReports.emplace_back(itsSource.GetPath(), theFrame);
         }
@@ -132,7 +224,7 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
         return;
     }
     std::optional<FrameReport> aReport;
-    if (isJSON)
+    if (isReporting)
     {
         aReport.emplace(itsSource.GetPath(), theFrame);
     }
@@ -146,28 +238,44 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
     {
         aReport->SetOutput(anOutput);
         aReport->SetWriteError(aReason);
-        itsContext.itsReporter.PrintResult(aReport->ToLine());
+        PrintLine(aReport->ToLine());
     }
 }
 
-std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool theSeveral) const
+std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool theSeveral)
 {
     if (itsContext.itsWriter == nullptr)
     {
         return "";
     }
-    const std::string aPath = itsContext.itsPlanner.GetPath(
-        itsIndex, theSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
+    const std::string aPath = itsContext.itsNames.GetPath(
+        itsInput, theSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
         itsContext.itsWriter->GetExtension(theFrame));
     TemporaryFile aFile(aPath);
     itsContext.itsWriter->Write(theFrame, aFile.GetPath());
-    aFile.Commit();
+    FinishOutput(aFile, aPath);
     return aPath;
+}
+
+void DecodeJob::FinishOutput(TemporaryFile& theFile, const std::string& thePath)
+{
+    if (!itsRecord)
+    {
+        theFile.Commit();
+        return;
+    }
+    theFile.Sync(); // a record must not outlive what it tells of
+    itsRecord->AddOutput(thePath, theFile.GetPath());
+    theFile.Commit();
 }
 
 void DecodeJob::FinishDICOMFile()
 {
     std::string anOutput;
+    if (itsStopped)
+    {
+        return;
+    }
     if (itsFailed)
     {
         // A file with frames left out would number the others wrongly.
@@ -183,10 +291,10 @@ void DecodeJob::FinishDICOMFile()
             itsDICOMError = ReasonOfFailure(
                 [&]
                 {
-                    const std::string aPath = itsContext.itsPlanner.GetPath(itsIndex, std::nullopt, ".dcm");
+                    const std::string aPath = itsContext.itsNames.GetPath(itsInput, std::nullopt, ".dcm");
                     TemporaryFile aFile(aPath);
                     itsDICOMWriter.Save(aFile.GetPath());
-                    aFile.Commit();
+                    FinishOutput(aFile, aPath);
                     anOutput = aPath;
                 });
         }
@@ -199,7 +307,7 @@ void DecodeJob::FinishDICOMFile()
     {
         aReport.SetOutput(anOutput);
         aReport.SetWriteError(itsDICOMError);
-        itsContext.itsReporter.PrintResult(aReport.ToLine());
+        PrintLine(aReport.ToLine());
     }
 }
 
@@ -212,19 +320,16 @@ void DecodeJob::ReportFailure(const DecodedFrame& theFrame)
     {
         aText += " (" + std::generic_category().message(theFrame.itsSystemError) + ")";
     }
-    // Messages may quote the file; what would move the cursor is not shown.
-    std::replace_if(
-        aText.begin(), aText.end(), [](unsigned char theByte) { return theByte < ' ' || theByte == 0x7f; },
-        ' ');
     itsContext.itsReporter.PrintError(aText);
-    if (itsContext.itsOptions.IsJSON())
+    if (itsContext.itsReporter.IsReporting())
     {
-        itsContext.itsReporter.PrintResult(FrameReport(itsSource.GetPath(), theFrame).ToLine());
+        PrintLine(FrameReport(itsSource.GetPath(), theFrame).ToLine());
     }
 }
 
 void DecodeJob::ReportUnwritten(const std::string& theWhat, const std::string& theReason)
 {
+    itsUnwritten = true;
     itsContext.itsReporter.CountUnwritten();
     itsContext.itsReporter.PrintError(itsSource.GetPath() + ": " + theWhat +
                                       ": output not written: " + theReason);

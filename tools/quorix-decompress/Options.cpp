@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <map>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 
@@ -35,8 +37,15 @@ const char* const theNotes =
     "After 8 frames in a row that cannot be decoded the rest of an input is given up.\n"
     "With --jobs, lines come in the order in which images are finished.\n"
     "\n"
+    "Lists: with --list, the output of study/1.dcm is OUT/study/1.dcm.png, of its frame 7 with --all-frames\n"
+    "OUT/study/1.dcm_f0007.png. OUT/.quorix keeps what --resume has to know. Names must be all relative or\n"
+    "all absolute, and no input may be in OUT. However long the list, memory stays the same.\n"
+    "\n"
+    "SIGTERM, SIGINT and SIGHUP: the frames in hand are finished, or removed when that takes more than five\n"
+    "seconds; nothing unfinished is left.\n"
+    "\n"
     "Exit status: 0 all decoded; 1 wrong use; 2 some input could not be decoded; 3 an output could not be\n"
-    "written; 4 nothing decoded. The highest that applies wins.";
+    "written; 4 nothing decoded; 5 stopped by a signal. The highest that applies wins.";
 
 /// A whole text as a finite number.
 bool ParseNumber(const std::string& theText, double& theValue)
@@ -63,6 +72,28 @@ WindowOption ParseWindow(const std::string& theText)
     }
     return aWindow;
 }
+
+/// A variable of a script that is not set must not pass for an option that is not given.
+std::string CheckNotEmpty(const std::string& theText)
+{
+    return theText.empty() ? "must not be empty" : "";
+}
+
+/// A number of bytes with K, M or G (of 1024) behind it.
+std::uint64_t ParseBytes(const std::string& theText)
+{
+    std::uint64_t aValue = 0;
+    const char* const anEnd = theText.data() + theText.size();
+    const auto aResult = std::from_chars(theText.data(), anEnd, aValue);
+    const std::string aSuffix(aResult.ptr, anEnd);
+    const std::size_t aPower = aSuffix.empty() ? 0 : std::string("KMG").find(aSuffix) + 1;
+    if (aResult.ec != std::errc() || aSuffix.size() > 1 || (aPower == 0 && !aSuffix.empty()) || aValue == 0 ||
+        aValue > (std::uint64_t{INT64_MAX} >> (10 * aPower)))
+    {
+        throw CLI::ValidationError("--max-memory", "must be a number of bytes, or one with K, M or G");
+    }
+    return aValue << (10 * aPower);
+}
 } // namespace
 
 /// What the command line says in words, before it is looked at.
@@ -72,12 +103,16 @@ struct Options::Texts
     std::string itsType = "auto";
     std::string itsWindow;
     bool itsNoProgress = false;
+    std::string itsShard;
+    std::string itsMemory;
 };
 
 void Options::Check(const Texts& theTexts)
 {
     itsFormat = theFormats.at(theTexts.itsFormat);
     itsType = theTypes.at(theTexts.itsType);
+    itsFormatName = theTexts.itsFormat;
+    itsTypeName = theTexts.itsType;
     itsProgress = !theTexts.itsNoProgress;
     if (!theTexts.itsWindow.empty())
     {
@@ -91,14 +126,62 @@ void Options::Check(const Texts& theTexts)
     {
         throw CLI::ValidationError("INPUT", "standard input (-) can be read only once");
     }
+    if (!theTexts.itsMemory.empty())
+    {
+        itsMaximumMemory = ParseBytes(theTexts.itsMemory);
+    }
+    CheckArchive(theTexts);
+}
+
+void Options::CheckArchive(const Texts& theTexts)
+{
+    if (itsList.empty() == itsInputs.empty())
+    {
+        throw CLI::ValidationError("INPUT", "either inputs or a --list of them are needed");
+    }
+    if (itsList.empty() && (itsResume || !theTexts.itsShard.empty()))
+    {
+        throw CLI::ValidationError(itsResume ? "--resume" : "--shard", "is for --list");
+    }
+    if (!itsList.empty() && HasOutputs() && itsOutput.empty())
+    {
+        throw CLI::ValidationError("--list", "needs --output, a folder for the outputs");
+    }
+    if (itsResume && !HasOutputs())
+    {
+        throw CLI::ValidationError("--resume", "is for runs that write files");
+    }
+    if (theTexts.itsShard.empty())
+    {
+        return;
+    }
+    try
+    {
+        itsShard = Shard::Parse(theTexts.itsShard);
+        itsHasShard = true;
+    }
+    catch (const std::invalid_argument& anError)
+    {
+        throw CLI::ValidationError("--shard", anError.what());
+    }
+}
+
+std::string Options::Describe() const
+{
+    char aWindow[96] = "none";
+    if (itsWindow)
+    {
+        std::snprintf(aWindow, sizeof(aWindow), "%.17g,%.17g", itsWindow->itsCenter, itsWindow->itsWidth);
+    }
+    return "format " + itsFormatName + ", type " + itsTypeName + ", frame " +
+           (itsAllFrames ? "all" : std::to_string(itsFrame)) + ", scale " + std::to_string(itsScale) +
+           ", window " + (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow);
 }
 
 void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
 {
-    theApp
-        .add_option("INPUT", itsInputs,
-                    "Files, folders (searched for DICOM files, subfolders too) or - for standard input")
-        ->required();
+    theApp.add_option("INPUT", itsInputs,
+                      "Files, folders (searched for DICOM files, subfolders too) or - for standard input");
     CLI::Option* const aFrame =
         theApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
             ->option_text("N")
@@ -142,6 +225,40 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
                     "No progress bar (there is one on a terminal only)");
 }
 
+void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
+{
+    theApp
+        .add_option("--list", itsList,
+                    "A file with the names of the inputs, one a line or each ended by NUL; - for standard\n"
+                    "input. Instead of INPUT; needs --output, which is a folder")
+        ->option_text("FILE")
+        ->check(CheckNotEmpty);
+    theApp
+        .add_option(
+            "--shard", theTexts.itsShard,
+            "Part I of N of the list, I counted from 0; auto takes both from SLURM_ARRAY_TASK_ID and\n"
+            "its like, auto/N takes I from SLURM_ARRAY_TASK_ID or JOB_COMPLETION_INDEX")
+        ->option_text("I/N|auto|auto/N")
+        ->check(CheckNotEmpty);
+    theApp.add_flag("--resume", itsResume,
+                    "Skip inputs of the list whose outputs are there, unchanged, and made of the same input\n"
+                    "(size and time) with the same options and version");
+    theApp
+        .add_option("--report", itsReport,
+                    "Add the JSON lines to this file, which several processes may share")
+        ->option_text("FILE")
+        ->check(CheckNotEmpty);
+    theApp.add_option("--max-pixels", itsMaximumPixels, "Refuse images of more pixels (rows times columns)")
+        ->option_text("N")
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{INT64_MAX}));
+    theApp
+        .add_option("--max-memory", theTexts.itsMemory,
+                    "Refuse images of more bytes, and let the process with all its jobs have no more memory\n"
+                    "than this on top of what it starts with; K, M and G for KiB, MiB and GiB")
+        ->option_text("BYTES")
+        ->check(CheckNotEmpty);
+}
+
 std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
 {
     CLI::App anApp(
@@ -151,6 +268,7 @@ std::optional<int> Options::Parse(int theArgumentCount, const char* const* theAr
     Texts aTexts;
     AddOutputOptions(anApp, aTexts);
     AddInputOptions(anApp, aTexts);
+    AddArchiveOptions(anApp, aTexts);
     anApp.set_version_flag("--version", std::string("quorix-decompress ") + QUORIX_VERSION);
     anApp.footer(theNotes);
     try

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "Shard.h"
 
 namespace CLI
 {
@@ -58,12 +61,30 @@ public:
     int GetJobs() const { return itsJobs; }
     bool IsProgress() const { return itsProgress; }
 
+    /// A file with the names of the inputs, "-" for standard input; empty where they are on the command line.
+    const std::string& GetList() const { return itsList; }
+    bool HasShard() const { return itsHasShard; }
+    const Shard& GetShard() const { return itsShard; }
+    bool IsResume() const { return itsResume; }
+    const std::string& GetReport() const { return itsReport; } ///< empty for none
+
+    std::optional<std::uint64_t> GetMaximumPixels() const { return itsMaximumPixels; }
+    std::optional<std::uint64_t> GetMaximumMemory() const { return itsMaximumMemory; } ///< bytes
+
+    bool HasOutputs() const { return !itsInfo && itsFormat != OutputFormat::NONE; }
+    const std::string& GetFormatName() const { return itsFormatName; }
+
+    /// Everything that an output depends on, apart from its input and this program's version.
+    std::string Describe() const;
+
 private:
     struct Texts;
 
     void AddInputOptions(CLI::App& theApp, Texts& theTexts);
     void AddOutputOptions(CLI::App& theApp, Texts& theTexts);
+    void AddArchiveOptions(CLI::App& theApp, Texts& theTexts);
     void Check(const Texts& theTexts);
+    void CheckArchive(const Texts& theTexts);
 
     std::vector<std::string> itsInputs;
     std::string itsOutput;
@@ -77,4 +98,13 @@ private:
     bool itsJSON = false;
     int itsJobs = 1;
     bool itsProgress = true;
+    std::string itsFormatName;
+    std::string itsTypeName;
+    std::string itsList;
+    bool itsHasShard = false;
+    Shard itsShard;
+    bool itsResume = false;
+    std::string itsReport;
+    std::optional<std::uint64_t> itsMaximumPixels;
+    std::optional<std::uint64_t> itsMaximumMemory;
 };

@@ -2,7 +2,6 @@
 #include "OutputPlanner.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 
 #include "OutputError.h"
@@ -27,13 +26,6 @@ std::string StemOf(const std::string& thePath)
     const bool isExtension = anExtension.size() > 1 && anExtension.size() <= 6 &&
                              !std::all_of(anExtension.begin() + 1, anExtension.end(), IsDigit);
     return isExtension ? aName.stem().string() : aName.string();
-}
-
-std::string FrameSuffix(int theFrame)
-{
-    char aText[16];
-    std::snprintf(aText, sizeof(aText), "_f%04d", theFrame);
-    return aText;
 }
 
 /// The part of theName before what looks like a frame's suffix; empty where there is none.
@@ -144,7 +136,7 @@ void OutputPlanner::PlanNames(const std::vector<std::string>& theFiles, const Op
     }
 }
 
-std::string OutputPlanner::GetPath(std::size_t theIndex, std::optional<int> theFrame,
+std::string OutputPlanner::GetPath(const Input& theInput, std::optional<int> theFrame,
                                    const std::string& theExtension) const
 {
     const std::string aSuffix = theFrame ? FrameSuffix(*theFrame) : "";
@@ -157,8 +149,8 @@ std::string OutputPlanner::GetPath(std::size_t theIndex, std::optional<int> theF
     }
     else
     {
-        aPath =
-            (std::filesystem::path(itsFolder) / (itsNames.at(theIndex) + aSuffix + theExtension)).string();
+        aPath = (std::filesystem::path(itsFolder) / (itsNames.at(theInput.itsIndex) + aSuffix + theExtension))
+                    .string();
         if (itsFolder == ".")
         {
             aPath.erase(0, 2);

@@ -8,21 +8,23 @@
 
 #include "InputCollector.h"
 #include "Options.h"
+#include "OutputNames.h"
 
-/// Decides what every output is called, before anything is decoded.
+/// Decides what the outputs of the command line's inputs are called, before anything is decoded.
 ///
 /// The names depend on the list of inputs alone, not on which is finished first. No two inputs share a
 /// name, and no output has the name of an input. Immutable once made; threads may share it.
-class OutputPlanner
+class OutputPlanner final : public OutputNames
 {
 public:
     /// Makes the output folder where one is needed. Throws OutputError when that fails.
     OutputPlanner(const Options& theOptions, const InputCollector& theInputs);
 
-    /// The output of input theIndex. theFrame: set when the input has several frames in files of their
-    /// own. theExtension with its dot. Throws OutputError where an input would be overwritten.
-    std::string GetPath(std::size_t theIndex, std::optional<int> theFrame,
-                        const std::string& theExtension) const;
+    /// Throws OutputError where an input would be overwritten.
+    std::string GetPath(const Input& theInput, std::optional<int> theFrame,
+                        const std::string& theExtension) const override;
+
+    std::string GetRecordPath(const Input&) const override { return ""; }
 
 private:
     void PlanNames(const std::vector<std::string>& theFiles, const Options& theOptions);

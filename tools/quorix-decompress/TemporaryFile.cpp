@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TemporaryFile.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <system_error>
 
 #include <fcntl.h>
@@ -14,11 +15,40 @@
 
 namespace
 {
-std::atomic<unsigned> theNextNumber{0};
+std::mutex theMutex; // for the two below
+std::set<std::string> theLiveFiles;
+unsigned theNextNumber = 0;
+
+std::string theCommonFolder; // empty for none; constant once work begins
 
 std::string Reason(int theError)
 {
     return std::generic_category().message(theError);
+}
+
+/// Makes an empty file that nobody else has and notes it.
+std::string MakeFile(const std::filesystem::path& theFolder)
+{
+    const std::lock_guard aLock(theMutex);
+    for (;;)
+    {
+        const std::string aName =
+            ".quorix-" + std::to_string(::getpid()) + "-" + std::to_string(theNextNumber++) + ".tmp";
+        const std::string aPath = (theFolder / aName).string();
+        const auto anEntry = theLiveFiles.insert(aPath).first;
+        const int aDescriptor = ::open(aPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (aDescriptor >= 0)
+        {
+            ::close(aDescriptor);
+            return aPath;
+        }
+        const int anError = errno;
+        theLiveFiles.erase(anEntry);
+        if (anError != EEXIST)
+        {
+            throw OutputError(Reason(anError));
+        }
+    }
 }
 } // namespace
 
@@ -30,38 +60,64 @@ TemporaryFile::TemporaryFile(const std::string& theTarget) : itsTarget(theTarget
     {
         throw OutputError("there is something by that name that is no file");
     }
-    const std::filesystem::path aFolder = std::filesystem::path(theTarget).parent_path();
-    for (;;)
+    const std::filesystem::path aParent = std::filesystem::path(theTarget).parent_path();
+    if (!theCommonFolder.empty())
     {
-        const std::string aName =
-            ".quorix-" + std::to_string(::getpid()) + "-" + std::to_string(theNextNumber++) + ".tmp";
-        itsPath = (aFolder / aName).string();
-        const int aDescriptor = ::open(itsPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (aDescriptor >= 0)
+        std::filesystem::create_directories(aParent, anError);
+        if (anError)
         {
-            ::close(aDescriptor);
-            return;
-        }
-        if (errno != EEXIST)
-        {
-            throw OutputError(Reason(errno));
+            throw OutputError(aParent.string() + ": " + anError.message());
         }
     }
+    itsPath = MakeFile(theCommonFolder.empty() ? aParent : std::filesystem::path(theCommonFolder));
 }
 
 TemporaryFile::~TemporaryFile()
 {
     if (!itsPath.empty())
     {
+        const std::lock_guard aLock(theMutex);
         ::unlink(itsPath.c_str());
+        theLiveFiles.erase(itsPath);
+    }
+}
+
+void TemporaryFile::Sync() const
+{
+    const int aDescriptor = ::open(itsPath.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool isWritten = aDescriptor >= 0 && ::fsync(aDescriptor) == 0;
+    const int anError = errno;
+    if (aDescriptor >= 0)
+    {
+        ::close(aDescriptor);
+    }
+    if (!isWritten)
+    {
+        throw OutputError(Reason(anError));
     }
 }
 
 void TemporaryFile::Commit()
 {
+    const std::lock_guard aLock(theMutex);
     if (std::rename(itsPath.c_str(), itsTarget.c_str()) != 0)
     {
         throw OutputError(Reason(errno));
     }
+    theLiveFiles.erase(itsPath);
     itsPath.clear();
+}
+
+void TemporaryFile::SetFolder(const std::string& theFolder)
+{
+    theCommonFolder = theFolder;
+}
+
+void TemporaryFile::RemoveAll()
+{
+    theMutex.lock(); // for ever
+    for (const std::string& aPath : theLiveFiles)
+    {
+        ::unlink(aPath.c_str());
+    }
 }

@@ -1,19 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
-#include <atomic>
 #include <cstdio>
+#include <memory>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "CollectedInputs.h"
 #include "DecodeJob.h"
 #include "InputCollector.h"
+#include "ListedInputs.h"
+#include "MemoryLimit.h"
+#include "MirroredNames.h"
 #include "Options.h"
 #include "OutputError.h"
 #include "OutputPlanner.h"
 #include "Reporter.h"
+#include "ScratchFolder.h"
+#include "StopSignal.h"
+#include "TemporaryFile.h"
 
 namespace
 {
@@ -33,54 +40,125 @@ std::FILE* ReserveStandardOutput()
     return aFile;
 }
 
-void RunJobs(const DecodeJob::Context& theContext, const std::vector<std::string>& theFiles)
+void Work(const DecodeJob::Context& theContext, InputQueue& theQueue)
 {
-    std::atomic<std::size_t> aNext{0};
-    const auto Work = [&]
+    Input anInput;
+    try
     {
-        for (std::size_t anIndex = aNext++; anIndex < theFiles.size(); anIndex = aNext++)
+        while (!theContext.itsStop.IsRaised() && theQueue.Next(anInput))
         {
-            DecodeJob(theContext, theFiles[anIndex], anIndex).Run();
+            DecodeJob(theContext, anInput).Run();
         }
-    };
-    const std::size_t aCount =
-        std::min<std::size_t>(static_cast<std::size_t>(theContext.itsOptions.GetJobs()), theFiles.size());
-    std::vector<std::jthread> aThreads;
-    for (std::size_t i = 1; i < aCount; ++i)
-    {
-        aThreads.emplace_back(Work);
     }
-    Work();
+    catch (const std::exception& anException)
+    {
+        theContext.itsReporter.PrintError(anException.what());
+        theContext.itsReporter.CountFailedInput();
+    }
 }
 
-int Run(const Options& theOptions)
+void RunJobs(const DecodeJob::Context& theContext, InputQueue& theQueue)
 {
-    Reporter aReporter(ReserveStandardOutput(), theOptions.IsProgress());
+    std::vector<std::jthread> aThreads;
+    try
+    {
+        for (int i = 1; i < theContext.itsOptions.GetJobs(); ++i)
+        {
+            aThreads.emplace_back([&] { Work(theContext, theQueue); });
+        }
+    }
+    catch (const std::system_error&)
+    {
+        theContext.itsReporter.PrintError("only " + std::to_string(aThreads.size() + 1) +
+                                          " jobs: no more threads to be had");
+    }
+    Work(theContext, theQueue);
+}
+
+void RunInputs(const Options& theOptions, Reporter& theReporter, StopSignal& theStop)
+{
+    theStop.SetCleanup([] { TemporaryFile::RemoveAll(); });
     InputCollector anInputs;
     anInputs.Collect(theOptions.GetInputs());
     for (const InputCollector::Failure& aFailure : anInputs.GetFailures())
     {
-        aReporter.PrintError(aFailure.itsPath + ": " + aFailure.itsMessage);
-        aReporter.CountFailedInput();
+        theReporter.PrintError(aFailure.itsPath + ": " + aFailure.itsMessage);
+        theReporter.CountFailedInput();
     }
+    const OutputPlanner aPlanner(theOptions, anInputs);
+    const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
+    theReporter.SetTotal(anInputs.GetFiles().size());
+    CollectedInputs aQueue(anInputs.GetFiles());
+    RunJobs({theOptions, aPlanner, aWriter.get(), theReporter, theStop}, aQueue);
+}
+
+void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theStop)
+{
+    if (const std::string aVariable = Shard::FindTaskVariable(); !aVariable.empty() && !theOptions.HasShard())
+    {
+        theReporter.PrintError(aVariable + " is set and there is no --shard: this does the whole list");
+    }
+    std::unique_ptr<ListedInputs> aQueue;
     try
     {
-        const OutputPlanner aPlanner(theOptions, anInputs);
-        const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
-        aReporter.SetTotal(anInputs.GetFiles().size());
-        RunJobs({theOptions, aPlanner, aWriter.get(), aReporter}, anInputs.GetFiles());
+        aQueue = std::make_unique<ListedInputs>(theOptions.GetList(), theOptions.GetShard());
+    }
+    catch (const OutputError& anError)
+    {
+        theReporter.PrintError(anError.what());
+        theReporter.CountFailedInput();
+        return;
+    }
+    const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
+    if (!theOptions.HasOutputs())
+    {
+        RunJobs(
+            {theOptions, OutputPlanner(theOptions, InputCollector()), aWriter.get(), theReporter, theStop},
+            *aQueue);
+        return;
+    }
+    const MirroredNames aNames(theOptions);
+    const auto aScratch = std::make_shared<ScratchFolder>(aNames.GetOwnFolder() + "/tmp");
+    TemporaryFile::SetFolder(aScratch->GetPath());
+    theStop.SetCleanup(
+        [aScratch]
+        {
+            TemporaryFile::RemoveAll();
+            aScratch->Remove();
+        });
+    RunJobs({theOptions, aNames, aWriter.get(), theReporter, theStop}, *aQueue);
+}
+
+int Run(const Options& theOptions)
+{
+    Reporter aReporter(ReserveStandardOutput(), theOptions.IsJSON(), theOptions.IsProgress());
+    StopSignal aStop;
+    try
+    {
+        MemoryLimit::Apply(theOptions);
+        if (!theOptions.GetReport().empty())
+        {
+            aReporter.OpenReport(theOptions.GetReport());
+        }
+        (theOptions.GetList().empty() ? RunInputs : RunList)(theOptions, aReporter, aStop);
     }
     catch (const OutputError& anError)
     {
         aReporter.PrintError(anError.what());
         return 3;
     }
-    return aReporter.Finish();
+    if (aStop.IsRaised())
+    {
+        aReporter.PrintError("stopped by a signal");
+    }
+    const int aStatus = aReporter.Finish();
+    return aStop.IsRaised() ? StopSignal::theExitStatus : aStatus;
 }
 } // namespace
 
 int main(int theArgumentCount, char** theArguments)
 {
+    StopSignal::Block();
     try
     {
         Options anOptions;

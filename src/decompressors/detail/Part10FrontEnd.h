@@ -70,6 +70,7 @@ private:
     /// StreamIOException's (or other coded exception's) own text and codes, else a logic error, code 38.
     /// To be called in a catch block. Never throws.
     static void ReportCurrentException(DecompressionResult& theResult);
+    static void DescribeCurrentException(DecompressionResult& theResult);
 
     void ReadElements();
 

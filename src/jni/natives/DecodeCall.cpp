@@ -62,8 +62,20 @@ void DecodeCall::RunBody(const std::function<void()>& theBody)
     }
 }
 
-/// To be called in a catch block. theName and theBlanks are for this library's own exceptions.
+/// To be called in a catch block. theName and theBlanks are for this library's own exceptions. Never throws.
 void DecodeCall::FailWithCurrentException(const RWCString& theName, int theBlanks)
+{
+    try
+    {
+        DescribeCurrentException(theName, theBlanks);
+    }
+    catch (...)
+    {
+        itsResult.setOutOfMemory(DLRC_DECODER_ERROR);
+    }
+}
+
+void DecodeCall::DescribeCurrentException(const RWCString& theName, int theBlanks)
 {
     try
     {

@@ -64,6 +64,7 @@ public:
 private:
     void RunBody(const std::function<void()>& theBody);
     void FailWithCurrentException(const RWCString& theName, int theBlanks);
+    void DescribeCurrentException(const RWCString& theName, int theBlanks);
     void Finish();
     void FreeImage();
     LocalReference<jobject> HandOver();

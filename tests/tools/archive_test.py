@@ -1,0 +1,341 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Runs quorix-decompress over lists of files: shards, resuming, reports, signals and memory.
+
+usage: archive_test.py PROGRAM [unittest arguments]
+"""
+
+import collections
+import glob
+import json
+import os
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+import cli_test
+from cli_test import IMAGES, MULTI, dicom
+
+TASK_VARIABLES = ("SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", "SLURM_ARRAY_TASK_MAX",
+                  "SLURM_ARRAY_TASK_STEP", "JOB_COMPLETION_INDEX")
+GREY = IMAGES["grey12"][0]
+
+
+def is_sanitized():
+    with open(cli_test.PROGRAM, "rb") as file:
+        return b"__asan_init" in file.read()
+
+
+class Archive(cli_test.Program):
+    def setUp(self):
+        super().setUp()
+        for name in TASK_VARIABLES:
+            os.environ.pop(name, None)
+
+    def put_list(self, names, separator="\n"):
+        with open(self.put("list", b""), "wb") as file:
+            file.writelines(os.fsencode(name) + separator.encode() for name in names)
+
+    def put_sparse(self, name, rows, columns, frames=1):
+        """16-bit images whose pixels take no room on the disk."""
+        length = rows * columns * frames * 2
+        with open(self.put(name, dicom(b"", rows, columns, frames=frames)[:-4]), "ab") as file:
+            file.write(length.to_bytes(4, "little"))
+            file.truncate(file.tell() + length)
+        return name
+
+    def put_images(self, count, side=6):
+        names = [f"in/{index % 7}/{index:04}.dcm" for index in range(count)]
+        for index, name in enumerate(names):
+            self.put(name, dicom(index.to_bytes(2, "little") * side * side, side, side))
+        self.put_list(names)
+        return names
+
+    def files(self, folder="out"):
+        """What is below a folder, as name: contents; the program's own files apart."""
+        found = (os.path.relpath(os.path.join(top, name), self.path(folder))
+                 for top, _, names in os.walk(self.path(folder)) for name in names)
+        return {name: self.get(os.path.join(folder, name)) for name in found if not name.startswith(".quorix")}
+
+    def report(self, name="report"):
+        content = self.get(name)
+        self.assertTrue(content.endswith(b"\n"))
+        return [json.loads(line) for line in content.splitlines()]
+
+    def start(self, *arguments, **keywords):
+        process = subprocess.Popen([cli_test.PROGRAM, *arguments], cwd=self.folder, stderr=subprocess.PIPE, **keywords)
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def wait_for(self, condition, seconds=60):
+        end = time.monotonic() + seconds
+        while not condition():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.005)
+
+    def assert_nothing_unfinished(self):
+        self.assertEqual(glob.glob(self.path("out/.quorix/tmp/*")) + glob.glob(self.path("out/**/*.tmp"), recursive=True), [])
+
+    def test_shards_are_the_list_exactly(self):
+        names = [f"no/{index % 40}" for index in range(61)]  # with names that come twice
+        self.put_list(names)
+        slurm = {"SLURM_ARRAY_TASK_COUNT": 7, "SLURM_ARRAY_TASK_MIN": 3, "SLURM_ARRAY_TASK_MAX": 15,
+                 "SLURM_ARRAY_TASK_STEP": 2}
+        for shard, variables in (
+                ("{}/7", lambda index: {}),
+                ("auto", lambda index: {"SLURM_ARRAY_TASK_ID": index, "SLURM_ARRAY_TASK_COUNT": 7}),
+                ("auto", lambda index: {"SLURM_ARRAY_TASK_ID": 3 + 2 * index, **slurm}),
+                ("auto/7", lambda index: {"SLURM_ARRAY_TASK_ID": index, "SLURM_ARRAY_TASK_COUNT": 2}),
+                ("auto/7", lambda index: {"JOB_COMPLETION_INDEX": index})):
+            with self.subTest((shard, variables(0))):
+                got = []
+                for index in range(7):
+                    os.environ.update({name: str(value) for name, value in variables(index).items()})
+                    self.run_it("--list", "list", "--shard", shard.format(index), "--format", "none", "--report", f"r{index}",
+                                status=4)
+                    got.append([line["file"] for line in self.report(f"r{index}")])
+                    os.unlink(self.path(f"r{index}"))
+                self.assertEqual([got[index % 7][index // 7] for index in range(61)], names)
+                self.assertEqual(sum(map(len, got)), 61)
+            for name in TASK_VARIABLES:
+                os.environ.pop(name, None)
+        self.put_list(names[:2])
+        self.run_it("--list", "list", "--shard", "5/7", "--format", "none", status=0)  # nothing to do
+
+    def test_wrong_use(self):
+        self.put_list(["a"])
+        gap = {"SLURM_ARRAY_TASK_ID": "7", "SLURM_ARRAY_TASK_COUNT": "3", "SLURM_ARRAY_TASK_MIN": "1",
+               "SLURM_ARRAY_TASK_MAX": "7", "SLURM_ARRAY_TASK_STEP": "1"}
+        run = ["--list", "list", "--format", "none"]
+        for arguments, variables in [
+                *((run + ["--shard", shard], {}) for shard in
+                  ("7/7", "-1/3", "x/2", "1", "1/", "/2", "0/0", "1/2/3", "auto", "auto/4", "")),
+                (run + ["--shard", "auto"], gap), (run + ["--shard", "auto"], {"SLURM_ARRAY_TASK_ID": "0"}),
+                (run + ["--shard", "auto"], {"JOB_COMPLETION_INDEX": "0"}),
+                (run + ["--shard", "auto/3"], {"JOB_COMPLETION_INDEX": "3"}),
+                (run + ["a"], {}), (run + ["--resume"], {}), (["--list", "list"], {}), (["a", "--resume"], {}),
+                (["a", "--shard", "0/2"], {}), *((["a", "--max-memory", value], {}) for value in
+                                                 ("", "0", "1T", "1KK", "-1", "K", "9223372036854775808", "9007199254740992K")),
+                (["a", "--max-pixels", "0"], {}), (["a", "--report", ""], {})]:
+            with self.subTest((arguments, variables)):
+                os.environ.update(variables)
+                self.run_it(*arguments, status=1)
+                for name in TASK_VARIABLES:
+                    os.environ.pop(name, None)
+        os.environ.update(gap)
+        done = self.run_it(*run, status=4)
+        self.assertIn(b"SLURM_ARRAY_TASK_ID is set", done.stderr)
+
+    def test_lists_of_every_kind(self):
+        odd = ["in/a\nb.dcm", "in/\xe9 \\ *.dcm", os.fsdecode(b"in/\xff\xfe.dcm"), "-"]
+        plain = ["in/x.dcm", "./in//x", "in/deep/x.dcm"]
+        for name in odd + plain:
+            self.put(name, GREY)
+        self.put("in/fifo/multi", MULTI)
+        outputs = {"-.png", "in/a\nb.dcm.png", "in/\xe9 \\ *.dcm.png", os.fsdecode(b"in/\xff\xfe.dcm.png")}
+        for names, separator, more, expected in (
+                (odd, "\0", [], outputs),
+                (["", *odd[1:], "", ""], "\n", [], outputs - {"in/a\nb.dcm.png"}),
+                (plain, "\n", [], {"in/x.dcm.png", "in/x.png", "in/deep/x.dcm.png"}),
+                (["in/x", "in/fifo/multi"], "\n", ["--all-frames"],
+                 {"in/x_f0000.png", *(f"in/fifo/multi_f000{frame}.png" for frame in range(3))}),
+                ([self.path("in/x"), "in/../in/x.dcm"], "\n", [], {self.path("in/x.png")[1:], self.path("in/x.dcm.png")[1:]})):
+            content = b"".join(os.fsencode(name) + separator.encode() for name in names)
+            self.put("list", content.rstrip(separator.encode()))
+            for arguments in (["list"], ["-"]):
+                with self.subTest((names, arguments)):
+                    self.run_it("--list", *arguments, "-o", "out", *more, stdin=content)
+                    self.assertEqual(set(self.files()), expected)
+                    subprocess.run(["rm", "-r", self.path("out")], check=True)
+
+    def test_names_that_cannot_be(self):
+        self.put("in/x.dcm", GREY)
+        self.put("out/y", GREY)
+        os.mkfifo(self.path("pipe"))
+        head = b"in/x.dcm\n" * 2000
+        for name, content, status, text in (
+                ("both kinds", b"in/x.dcm\n/etc/hostname\n", 3, b"both absolute and relative"),
+                ("input among outputs", b"in/x.dcm\nout/y\n", 3, b"in the output folder"),
+                ("own files", b"in/x.dcm\n.quorix/x\n", 3, b"own files"),
+                ("folder", b"in/x.dcm\nin\n", 2, b"code 67"),
+                ("pipe", b"in/x.dcm\npipe\n", 2, b"code 67"),
+                ("too long", b"in/x.dcm\n" + b"a/" * 500000 + b"\nin/x.dcm\n", 2, b"File name too long"),
+                ("lines and NUL", head + b"in/x.dcm\0in\n", 2, b"NUL bytes"),
+                ("no list", None, 4, b"No such file"),
+                ("empty", b"\n\n", 0, b"")):
+            with self.subTest(name):
+                if content is None:
+                    os.unlink(self.path("list"))
+                else:
+                    self.put("list", content)
+                done = self.run_it("--list", "list", "-o", "out", status=status)
+                self.assertIn(text, done.stderr)
+        self.put("list", b"in")
+        self.run_it("--list", "list", "-o", "list", status=3)
+        self.assertEqual(self.get("out/y"), GREY)
+
+    def test_resume_skips_what_is_current(self):
+        names = self.put_images(12) + ["in/multi.dcm", "in/gone.dcm"]
+        run = ["--all-frames", "--list", "list", "-o", "out", "--report", "report"]
+
+        def record(index):
+            return self.path(f"out/.quorix/records/{names[index]}.png.json")
+
+        def edit(path, change):
+            with open(path, "rb") as file:
+                content = file.read()
+            with open(path, "wb") as file:
+                file.write(change(content))
+
+        first, second, frame = (self.path(f"out/{name}_f000{number}.png")
+                                for name, number in ((names[1], 0), (names[4], 0), ("in/multi.dcm", 2)))
+        for what, change, more, again in (
+                ("nothing", lambda: None, [], []),
+                ("touched input", lambda: os.utime(self.path(names[1])), [], [1]),
+                ("longer input", lambda: edit(self.path(names[2]), lambda c: c + b"\0\0"), [], [2]),
+                ("other options", lambda: None, ["--window", "auto"], range(13)),
+                ("other window", lambda: None, ["--window", "5,2"], range(13)),
+                ("options as at first", lambda: None, [], range(13)),
+                ("other version", lambda: edit(record(3), lambda c: c.replace(b'"version":"', b'"version":"9')), [], [3]),
+                ("output cut", lambda: os.truncate(second, os.path.getsize(second) - 1), [], [4]),
+                ("output gone", lambda: os.unlink(first), [], [1]),
+                ("output changed in place", lambda: edit(first, lambda c: c[:-1] + b"\0"), [], [1]),
+                ("folder instead of an output", lambda: (os.unlink(frame), os.mkdir(frame)), [], [12]),
+                ("one frame gone", lambda: os.rmdir(frame) if os.path.isdir(frame) else os.unlink(frame), [], [12]),
+                ("record gone", lambda: os.unlink(record(5)), [], [5]),
+                ("record cut", lambda: edit(record(6), lambda c: c[:40]), [], [6]),
+                ("record without outputs", lambda: edit(record(7), lambda c: c[:c.index(b"[")] + b"[]}"), [], [7]),
+                ("record of another", lambda: edit(record(8), lambda c: self.get(record(9))), [], [8]),
+                ("records deep as a well", lambda: edit(record(8), lambda c: b"[" * 1000000), [], [8])):
+            with self.subTest(what):
+                if what == "nothing":
+                    self.put("in/multi.dcm", MULTI)
+                    self.put_list(names)
+                    self.run_it(*run, status=2)
+                    expected = self.files()
+                    self.assertEqual(len(expected), 15)
+                change()
+                self.put("report", b"")
+                done = self.run_it(*run, "--resume", *more, status=3 if what.startswith("folder") else 2)
+                self.assertEqual(list(dict.fromkeys(line["file"] for line in self.report())),
+                                 [names[index] for index in again] + ["in/gone.dcm"])
+                skipped = 13 - len(again)
+                self.assertEqual(b"%d inputs skipped" % skipped in done.stderr, skipped > 0)
+                if not more and not what.startswith("folder"):
+                    self.assertEqual(self.files(), expected)
+        # What was made of an input that can no longer be decoded must not pass for it.
+        self.put(names[0], GREY[:-20])
+        self.run_it(*run, "--resume", status=2)
+        self.assertEqual(set(expected) - set(self.files()), {f"{names[0]}_f0000.png"})
+        self.assertEqual(b"skipped" in self.run_it(*run, status=2).stderr, False)
+        self.assert_nothing_unfinished()
+
+    def test_signals_leave_whole_files(self):
+        names = self.put_images(60, side=256)
+        self.run_it("--list", "list", "-o", "straight")
+        expected = self.files("straight")
+        run = ["--list", "list", "-o", "out", "--resume", "--report", "report", "--jobs", "2"]
+        for number, status in ((signal.SIGTERM, 5), (signal.SIGINT, 5), (signal.SIGHUP, 5), (signal.SIGKILL, -9)):
+            with self.subTest(number):
+                process = self.start(*run)
+                self.wait_for(lambda: len(self.files()) > 5)
+                process.send_signal(number)
+                self.assertEqual(process.wait(60), status)
+                done = self.files()
+                self.assertLess(len(done), 60)
+                self.assertEqual(done, {name: expected[name] for name in done})
+                if status == 5:
+                    self.assertEqual(sorted(line["output"] for line in self.report()), sorted("out/" + name for name in done))
+                    self.assert_nothing_unfinished()
+                again = self.run_it(*run)
+                # A killed process may have finished a file and not said so.
+                skipped = int(again.stderr.split()[0])
+                self.assertLessEqual(abs(skipped - len(done)), 0 if status == 5 else 2)
+                self.assertEqual(self.files(), expected)
+                self.assert_nothing_unfinished()
+                times = collections.Counter(line["file"] for line in self.report())
+                self.assertEqual(set(times), set(names))
+                if status == 5:
+                    self.assertEqual(set(times.values()), {1})
+                subprocess.run(["rm", "-r", self.path("out"), self.path("report")], check=True)
+
+    def test_signal_while_waiting_or_at_work_on_something_long(self):
+        pipe = self.start("--list", "-", "-o", "out", stdin=subprocess.PIPE)
+        self.addCleanup(pipe.stdin.close)
+        frames = self.start(self.put_sparse("many.dcm", 200, 200, 20000), "--all-frames", "-o", "frames/")
+        self.put_list([self.put_sparse("large.dcm", 11000, 11000)])
+        large = self.start("--list", "list", "-o", "large")
+        self.wait_for(lambda: len(self.files("frames")) > 3)
+        self.wait_for(lambda: glob.glob(self.path("large/.quorix/tmp/*/.*.tmp")))
+        for process in (pipe, frames, large):
+            process.send_signal(signal.SIGINT)
+        large.send_signal(signal.SIGINT)
+        for process in (pipe, frames, large):
+            self.assertEqual(process.wait(60), 5)
+        self.assertIn(b"stopped before frame", frames.stderr.read())
+        self.assertTrue(all(name.endswith(".png") for name in self.files("frames")))
+        self.assertEqual([name for _, _, names in os.walk(self.path("large")) for name in names], [])
+
+    def test_reports_of_several_processes(self):
+        names = self.put_images(40)
+        self.put("report", b'{"file": "earlier"}\n{"file": "ear')  # as a killed process leaves it
+        parts = [self.start("--list", "list", "--shard", f"{index}/4", "--format", "none", "--jobs", "2", "--report",
+                            "report") for index in range(4)]
+        self.assertEqual([part.wait(60) for part in parts], [0] * 4)
+        self.assertEqual(sorted(line["file"] for line in self.report()), sorted(["earlier", *names]))
+        self.assertEqual([list(line) for line in self.report()[1:]], [cli_test.JSON_FIELDS] * 40)
+        run = ["--list", "list", "--format", "none", "--report"]
+        self.assertIn(b"is no report", self.run_it(*run, names[0], status=3).stderr)
+        self.assertIn(b"No space left", self.run_it(*run, "/dev/full", status=3).stderr)
+        self.assertEqual(self.run_it(*run, "/dev/stderr").stderr.count(b"\n"), 40)
+        # What could not be reported is not taken for done.
+        self.run_it("--list", "list", "-o", "out", "--report", "/dev/full", status=3)
+        self.run_it("--list", "list", "-o", "out", "--report", "all", "--resume")
+        self.assertEqual([line["file"] for line in self.report("all")], names)
+        self.run_it(*run, "info", "--info")
+        self.assertEqual({line["transfer_syntax"] for line in self.report("info")}, {cli_test.EXPLICIT})
+
+    def peak(self, *arguments, statuses):
+        """The most memory that a run had, in KiB; at least what this process has."""
+        with open(os.devnull, "wb") as nowhere:
+            process = subprocess.Popen([cli_test.PROGRAM, *arguments], cwd=self.folder, stderr=nowhere)
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertIn(process.returncode, statuses)
+        return usage.ru_maxrss
+
+    def test_memory_does_not_grow_with_the_list(self):
+        if is_sanitized():
+            self.skipTest("a sanitizer keeps what was freed")
+        self.put("in/x.dcm", GREY)
+        run = ["--list", "list", "-o", "out", "--resume", "--jobs", "2"]
+        peaks = []
+        for count in (300, 300000):
+            self.put_list("in/x.dcm" if index % 10 == 0 else f"in/{index:0150}" for index in range(count))
+            peaks.append(self.peak(*run, statuses=(2,)))
+        self.assertLess(peaks[1], peaks[0] + 4096)
+
+    def test_limits(self):
+        self.put_sparse("in.dcm", 64, 80)
+        for option, status, text in (("--max-pixels=5120", 0, b""), ("--max-memory=10K", 0, b""), ("--max-memory=3G", 0, b""),
+                                     ("--max-pixels=5119", 4, b"code 11"), ("--max-memory=10239", 4, b"code 11")):
+            with self.subTest(option):
+                self.assertIn(text, self.run_it("in.dcm", option, status=status).stderr)
+        if is_sanitized():
+            return  # ends the process where memory runs out
+        # Each image is allowed, all at once are not.
+        for index in range(8):
+            self.put_sparse(f"in/{index}", 4000, 4000)
+        self.put_list([f"in/{index}" for index in range(8)])
+        run = ["--list", "list", "-o", "out", "--format", "raw", "--jobs", "8"]
+        self.assertGreater(self.peak(*run, statuses=(0,)), 100000)
+        self.assertLess(self.peak(*run, "--max-memory", "64M", statuses=(0, 2, 3)), 100000)
+
+
+if __name__ == "__main__":
+    cli_test.PROGRAM = os.path.abspath(sys.argv.pop(1))
+    unittest.main()
