@@ -7,7 +7,7 @@ namespace
 {
 [[maybe_unused]] const bool isRegistered = []
 {
-    for (const char* aSide : {"512", "2048"})
+    for (const std::string& aSide : GetSides())
     {
         for (const char* aKind : {"grey8", "grey16", "rgb"})
         {

@@ -23,3 +23,13 @@ Bytes ReadInput(const std::string& theName, const std::string& theExtension)
     }
     return {std::istreambuf_iterator<char>(aFile), {}};
 }
+
+std::vector<std::string> GetSides()
+{
+    std::vector<std::string> aSides = {"512", "1024", "2048"};
+    if (std::getenv("QUORIX_BENCH_QUICK") == nullptr)
+    {
+        aSides.emplace_back("4096");
+    }
+    return aSides;
+}

@@ -12,3 +12,7 @@ std::string InputPath(const std::string& theName, const std::string& theExtensio
 
 /// A whole input file. Ends the program with a message when it cannot be read.
 Bytes ReadInput(const std::string& theName, const std::string& theExtension = ".dcm");
+
+/// The sides of the square images that grow, in pixels, as the inputs' names have them. With
+/// QUORIX_BENCH_QUICK in the environment the largest is missing.
+std::vector<std::string> GetSides();

@@ -3,18 +3,27 @@
 """Makes the input files of the benchmarks: drawn images, compressed by DCMTK's and OpenJPEG's programs.
 
 usage: make_inputs.py FOLDER
+
+With QUORIX_BENCH_QUICK in the environment the largest images are left out.
 """
 
+import functools
 import os
 import subprocess
 import sys
 
 import numpy
+from pydicom.encaps import encapsulate
+from pydicom.uid import JPEG2000Lossless
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts"))
 from make_samples import colour_wheel, data_set, head_phantom, to_ybr_full  # noqa: E402
 
+SIDES = (512, 1024, 2048) if os.environ.get("QUORIX_BENCH_QUICK") else (512, 1024, 2048, 4096)
 
+
+# Large ones take seconds to draw and are wanted several times.
+@functools.lru_cache(2)
 def grey16(side):
     """CT-like: signed, noisy in the low bits, flat outside."""
     image = head_phantom(side)
@@ -30,6 +39,7 @@ def grey8(side):
     return (grey12(side) >> 4).astype(numpy.uint8)
 
 
+@functools.lru_cache(1)
 def rgb(side):
     noise = numpy.random.default_rng(3).integers(-3, 4, (side, side, 3))
     return numpy.clip(colour_wheel(side).astype(int) + noise, 0, 255).astype(numpy.uint8)
@@ -60,6 +70,19 @@ def encode_jpeg2000(folder, name, image, *options):
     os.remove(raw + "l")
 
 
+def save_jpeg2000(folder, name, pixels):
+    """A grey image as a DICOM file with one JPEG 2000 frame."""
+    encode_jpeg2000(folder, name, pixels)
+    codestream = os.path.join(folder, name + ".j2k")
+    image = data_set(pixels, "MONOCHROME2")
+    with open(codestream, "rb") as file:
+        image.PixelData = encapsulate([file.read()])
+    os.remove(codestream)
+    image["PixelData"].is_undefined_length = True
+    image.file_meta.TransferSyntaxUID = JPEG2000Lossless
+    save(folder, name, image)
+
+
 def mr16(side):
     """MR-like: 12 bits in 16, noise everywhere."""
     image = numpy.clip((head_phantom(side).astype(int) + 1000) * 1500 // 2600, 0, 4095)
@@ -71,36 +94,28 @@ def make_jpeg2000(folder):
     os.makedirs(folder, exist_ok=True)
     tiles = ("-t", "512,512")
     lossy = ("-I", "-r", "10")
-    cr, colour = grey12(2048), rgb(2048)
     encode_jpeg2000(folder, "ct_512", grey16(512))
     encode_jpeg2000(folder, "ct_1024", grey16(1024))
     encode_jpeg2000(folder, "mr_512", mr16(512))
-    for name, image, options in (("cr_2048", cr, ()), ("rgb_2048", colour, ("-mct", "1"))):
-        encode_jpeg2000(folder, name, image, *options)
-        encode_jpeg2000(folder, name + "_tiled", image, *options, *tiles)
-        encode_jpeg2000(folder, name + "_lossy", image, *options, *lossy)
-        encode_jpeg2000(folder, name + "_lossy_tiled", image, *options, *lossy, *tiles)
+    for side in SIDES:
+        encode_jpeg2000(folder, f"cr_{side}", grey12(side))
+        encode_jpeg2000(folder, f"cr_{side}_lossy", grey12(side), *lossy)
+    encode_jpeg2000(folder, "cr_2048_tiled", grey12(2048), *tiles)
+    encode_jpeg2000(folder, "cr_2048_lossy_tiled", grey12(2048), *lossy, *tiles)
+    for suffix, options in (("", ()), ("_tiled", tiles), ("_lossy", lossy), ("_lossy_tiled", lossy + tiles)):
+        encode_jpeg2000(folder, "rgb_2048" + suffix, rgb(2048), "-mct", "1", *options)
 
 
-def main():
-    folder = sys.argv[1]
-    os.makedirs(folder, exist_ok=True)
-    for side in (512, 2048):
-        save(folder, f"grey16_{side}", data_set(grey16(side), "MONOCHROME2"))
-        save(folder, f"grey12_{side}", data_set(grey12(side), "MONOCHROME2"), BitsStored=12, HighBit=11)
-        save(folder, f"grey8_{side}", data_set(grey8(side), "MONOCHROME2"))
-        save(folder, f"rgb_{side}", data_set(rgb(side), "RGB"))
-        for kind in ("grey16", "grey8", "rgb"):
-            compress(folder, "dcmcrle", f"{kind}_{side}", f"{kind}_{side}_rle")
-            compress(folder, "dcmcjpeg", f"{kind}_{side}", f"{kind}_{side}_lossless", "+e1")
-        compress(folder, "dcmcjpeg", f"grey8_{side}", f"grey8_{side}_baseline", "+eb")
-        compress(folder, "dcmcjpeg", f"grey12_{side}", f"grey12_{side}_extended", "+ee", "+bt")
-        compress(folder, "dcmcjpeg", f"rgb_{side}", f"rgb_{side}_baseline420", "+eb", "+cy", "+n1")
-        compress(folder, "dcmcjpeg", f"rgb_{side}", f"rgb_{side}_baseline444", "+eb", "+cy", "+s4")
-    make_jpeg2000(os.path.join(folder, "jpeg2000"))
-    save(folder, "ybr_full_2048", data_set(to_ybr_full(rgb(2048)), "YBR_FULL"))
+def make_rle(folder):
+    for side in SIDES:
+        for kind, pixels in (("grey8", grey8(side)), ("grey16", grey16(side)), ("rgb", rgb(side))):
+            name = f"{kind}_{side}"
+            save(folder, name, data_set(pixels, "RGB" if kind == "rgb" else "MONOCHROME2"))
+            compress(folder, "dcmcrle", name, name + "_rle")
 
-    # A thousand frames that differ, for the way to one of them.
+
+def make_frames(folder):
+    """A thousand frames that differ, for the way to one of them."""
     frame = grey16(256)
     frames = numpy.stack([frame + shift for shift in range(1000)]).astype(numpy.int16)
     image = data_set(frames[0], "MONOCHROME2")
@@ -108,6 +123,19 @@ def main():
     save(folder, "frames1000", image)
     compress(folder, "dcmcrle", "frames1000", "frames1000_rle_table")
     compress(folder, "dcmcrle", "frames1000", "frames1000_rle", "--offset-table-empty")
+
+
+def main():
+    folder = sys.argv[1]
+    os.makedirs(folder, exist_ok=True)
+    make_rle(folder)
+    make_jpeg2000(os.path.join(folder, "jpeg2000"))
+    save_jpeg2000(folder, "grey16_2048_jpeg2000", grey16(2048))
+    save(folder, "ybr_full_2048", data_set(to_ybr_full(rgb(2048)), "YBR_FULL"))
+    make_frames(folder)
+    # It takes images and encoders from here.
+    script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "jpeg", "jpeg_inputs.py")
+    subprocess.run([sys.executable, script, folder], check=True)
 
 
 if __name__ == "__main__":

@@ -23,8 +23,8 @@ import java.util.stream.Stream;
 public final class BridgeBenchmark {
     private static final DecodeOptions DICOM = DecodeOptions.DEFAULT.withType(ImageType.DICOM);
     private static final long BATCH_NANOS = 30_000_000;
-    private static final long WARM_UP_NANOS = 1_500_000_000;
-    private static final int TURNS = 41;
+    private static final int TURNS = Integer.getInteger("turns", 41);
+    private static final long WARM_UP_NANOS = TURNS > 1 ? 1_500_000_000 : 0;
 
     private BridgeBenchmark() {
     }
@@ -79,10 +79,10 @@ public final class BridgeBenchmark {
     private static int warmUp(byte[] bytes, int frames) throws IOException {
         long end = System.nanoTime() + WARM_UP_NANOS;
         long round = Long.MAX_VALUE;
-        while (System.nanoTime() < end) {
+        do {
             round = Math.min(round, decodeByJava(bytes, 1, frames));
             decodeByNativeLoop(bytes, 1, frames);
-        }
+        } while (System.nanoTime() < end);
         return (int) Math.max(1, BATCH_NANOS / round);
     }
 

@@ -6,15 +6,12 @@
 #include <memory>
 
 #include "Frames.h"
+#include "Part10.h"
 #include "codecs/InputStreamAdapter.h"
 #include "codecs/JPEG12BitDecoder.h"
 #include "codecs/JPEG16BitDecoder.h"
 #include "codecs/JPEG8BitDecoder.h"
 #include "codecs/detail/JPEGRoad.h"
-#include "decompressors/DICOMPart10StreamDecompressor.h"
-#include "decompressors/DecompressionRequest.h"
-#include "decompressors/DecompressionResult.h"
-#include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
 #include "jpeg/JpegPeer.h"
 #include "toolkit/dicom/DICOMDataObject.h"
@@ -86,34 +83,13 @@ void Codec(benchmark::State& theState, const std::string& theName)
     ReportSize(theState, aFrame.itsSize);
 }
 
-void Part10(benchmark::State& theState, const std::string& theName)
-{
-    const Bytes aFile = ReadInput(theName);
-    std::size_t aSize = 0;
-    for (auto _ : theState)
-    {
-        MemoryInputStream aStream(aFile.data(), aFile.size());
-        DICOMDataObject aDataSet;
-        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
-        DecompressionResult aResult;
-        DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
-        if (aResult.getRenderable() == nullptr)
-        {
-            theState.SkipWithError(aResult.getMessage().c_str());
-            break;
-        }
-        aSize = aResult.getRenderable()->getPixelDataSize();
-    }
-    ReportSize(theState, aSize);
-}
-
 template <typename... Arguments>
 void Register(const std::string& theName, Arguments&&... theArguments)
 {
     benchmark::RegisterBenchmark(theName.c_str(), std::forward<Arguments>(theArguments)...);
 }
 
-void RegisterKind(const std::string& theKind, int theBits, const char* theSide, bool theTurbo)
+void RegisterKind(const std::string& theKind, int theBits, const std::string& theSide, bool theTurbo)
 {
     const std::string anInput = "jpeg/" + theKind + "_" + theSide;
     Register(anInput + "/ours", BenchOurs, anInput);
@@ -139,7 +115,7 @@ void RegisterKind(const std::string& theKind, int theBits, const char* theSide, 
 
 [[maybe_unused]] const bool isRegistered = []
 {
-    for (const char* aSide : {"512", "1024", "2048", "4096"})
+    for (const std::string& aSide : GetSides())
     {
         for (const char* aKind : {"grey8_baseline", "rgb_baseline420", "rgb_baseline422", "rgb_baseline444",
                                   "rgb_progressive420"})
@@ -159,8 +135,9 @@ void RegisterKind(const std::string& theKind, int theBits, const char* theSide, 
     for (const char* aKind : {"grey8_baseline", "rgb_baseline420", "grey12_extended", "grey16_lossless1"})
     {
         const std::string aCase = std::string(aKind) + "_2048";
+        Register("jpeg_whole/" + aCase + "/warm", BenchOurs, "jpeg/" + aCase);
         Register("jpeg_whole/" + aCase + "/codec", Codec, "jpeg/" + aCase);
-        Register("jpeg_whole/" + aCase + "/part10", Part10, "jpeg/" + aCase);
+        Register("jpeg_whole/" + aCase + "/part10", BenchPart10, "jpeg/" + aCase);
     }
     return true;
 }();

@@ -11,9 +11,8 @@ import sys
 import pydicom
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from make_inputs import compress, data_set, grey8, grey12, grey16, rgb, save  # noqa: E402
+from make_inputs import SIDES, compress, data_set, grey8, grey12, grey16, rgb, save  # noqa: E402
 
-SIDES = (512, 1024, 2048, 4096)
 DCT = {
     "grey8_baseline": ("grey8", "+eb"),
     "rgb_baseline420": ("rgb", "+eb", "+cy", "+n1"),

@@ -22,12 +22,23 @@ std::size_t GetNumber(const Bytes& theBytes, std::size_t thePosition, std::size_
 
 std::vector<Jpeg2000Case> GetJpeg2000Cases()
 {
-    std::vector<Jpeg2000Case> aCases;
-    for (const char* aFile :
-         {"ct_512", "ct_1024", "mr_512", "cr_2048", "cr_2048_tiled", "rgb_2048", "rgb_2048_tiled",
-          "cr_2048_lossy", "cr_2048_lossy_tiled", "rgb_2048_lossy", "rgb_2048_lossy_tiled"})
+    std::vector<std::string> aNames = {"ct_512",
+                                       "ct_1024",
+                                       "mr_512",
+                                       "cr_2048_tiled",
+                                       "rgb_2048",
+                                       "rgb_2048_tiled",
+                                       "rgb_2048_lossy",
+                                       "cr_2048_lossy_tiled",
+                                       "rgb_2048_lossy_tiled"};
+    for (const std::string& aSide : GetSides())
     {
-        const std::string aName = aFile;
+        aNames.push_back("cr_" + aSide);
+        aNames.push_back("cr_" + aSide + "_lossy");
+    }
+    std::vector<Jpeg2000Case> aCases;
+    for (const std::string& aName : aNames)
+    {
         aCases.push_back({aName, aName, 1});
         if (aName.find("2048") != std::string::npos)
         {

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+
+class InputStream;
+class Renderable;
+
+/// One request: a Part 10 stream to a finished image. Null, and the benchmark ends with the library's
+/// message, when there is none.
+std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame);
+
+/// Benchmark: a Part 10 file in memory to a finished Renderable, its buffer mapped afresh each time. Each
+/// thread of the benchmark serves its own requests.
+void BenchPart10(benchmark::State& theState, const std::string& theName);
