@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -18,15 +19,16 @@ void* CountingAllocator::Allocate(std::uint64_t theSize)
 {
     const std::size_t aNumber = itsSizes.size();
     itsSizes.push_back(theSize);
-    void* const aBlock = static_cast<long long>(aNumber) == itsFailAt ? nullptr : std::malloc(theSize);
+    const bool isToFail = static_cast<long long>(aNumber) == itsFailAt;
+    std::unique_ptr<void, decltype(&std::free)> aBlock(isToFail ? nullptr : std::malloc(theSize), &std::free);
     if (aBlock == nullptr)
     {
         throw BadAllocException(theSize);
     }
     // What a used block holds is never zero here, so that samples nobody wrote show up.
-    std::memset(aBlock, 0xA5, static_cast<std::size_t>(std::min<std::uint64_t>(theSize, 1 << 20)));
-    itsBlocks.emplace(aBlock, theSize);
-    return aBlock;
+    std::memset(aBlock.get(), 0xA5, static_cast<std::size_t>(std::min<std::uint64_t>(theSize, 1 << 20)));
+    itsBlocks.emplace(aBlock.get(), theSize);
+    return aBlock.release();
 }
 
 void CountingAllocator::Free(void* theBlock)

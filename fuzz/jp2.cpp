@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// The boxes of a JP2 file: as text, and up to the codestream.
+#include <stdexcept>
+
+#include "FuzzInput.h"
+#include "jp2/jp2_box_textualizer.h"
+#include "jp2/jp2_family_src.h"
+#include "jp2/jp2_source.h"
+#include "support/ByteSource.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
+{
+    FuzzInput anInput(theData, theSize);
+    const std::size_t aPutBack = static_cast<std::size_t>(anInput.TakeNumber(0, 16));
+    const Bytes aFile = anInput.GetRest();
+    ByteSource aText(aFile, 5);
+    for (const std::string& aLine : jp2_box_textualizer::Textualize(aText, 200))
+    {
+        for (const char aCharacter : aLine)
+        {
+            Require(aCharacter >= ' ' && aCharacter <= '~', "lines are printable");
+        }
+    }
+    ByteSource aSource(aFile);
+    Bytes aFront(std::min(aPutBack, aFile.size()));
+    if (!aFront.empty())
+    {
+        aSource.read(aFront.data(), static_cast<int>(aFront.size()));
+    }
+    try
+    {
+        jp2_family_src aFamily;
+        aFamily.open(&aSource);
+        aFamily.put_back(aFront.data(), aFront.size());
+        jp2_source aJp2;
+        aJp2.open(&aFamily);
+        aJp2.read_header();
+        Bytes aCodestream(aFile.size() + 1);
+        Require(aFamily.read(aCodestream.data(), aCodestream.size()) + aFamily.get_pos() >= aFile.size(),
+                "the codestream can be read to its end");
+    }
+    catch (const std::runtime_error&)
+    {
+    }
+    return 0;
+}

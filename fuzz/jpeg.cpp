@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+// A JPEG frame of any precision through the driver; lossless frames also on both roads, which must agree to
+// the bit and to the letter, whatever the bytes.
+#include <string>
+
+#include "FrameDecode.h"
+#include "codecs/JPEG12BitDecoder.h"
+#include "codecs/JPEG16BitDecoder.h"
+#include "codecs/JPEG8BitDecoder.h"
+#include "codecs/detail/JPEGRoad.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+/// The marker of the first frame header; 0 when there is none.
+int FindFrameMarker(const Bytes& theStream)
+{
+    for (std::size_t i = 0; i + 3 < theStream.size(); ++i)
+    {
+        const int aMarker = theStream[i + 1];
+        const bool isAlone = aMarker <= 0x01 || (aMarker >= 0xd0 && aMarker <= 0xd8) || aMarker == 0xff;
+        if (theStream[i] != 0xff || isAlone)
+        {
+            continue;
+        }
+        if (aMarker >= 0xc0 && aMarker <= 0xcf && aMarker != 0xc4 && aMarker != 0xc8 && aMarker != 0xcc)
+        {
+            return aMarker;
+        }
+        i += 1u + static_cast<std::size_t>(theStream[i + 2] * 256 + theStream[i + 3]);
+    }
+    return 0;
+}
+
+struct RoadOutcome
+{
+    Bytes itsPixels;
+    std::string itsError;
+    bool operator==(const RoadOutcome&) const = default;
+};
+
+template <class Codec>
+RoadOutcome DecodeOn(JPEGRoad theRoad, const FuzzFrame& theFrame)
+{
+    Codec aCodec;
+    aCodec.SetRoad(theRoad);
+    DICOMDataObject aDataSet;
+    theFrame.Describe(aDataSet);
+    ByteSource aSource(theFrame.itsBytes, 97);
+    RoadOutcome anOutcome;
+    try
+    {
+        aCodec.SetSource(&aDataSet, aSource);
+        if (aCodec.GetOutputSize() <= Limits::Get().itsBytesPerFrame)
+        {
+            Bytes aPixels(aCodec.GetOutputSize(), theRoad == JPEGRoad::LIBRARY ? 0x00 : 0x5a);
+            aCodec.Decode(0, aPixels.data(), aPixels.size());
+            anOutcome.itsPixels = std::move(aPixels);
+        }
+    }
+    catch (const ExceptionBase& anException)
+    {
+        anOutcome.itsError = anException.GetMessageText();
+    }
+    return anOutcome;
+}
+
+template <class Codec>
+void CompareRoads(const FuzzFrame& theFrame)
+{
+    const RoadOutcome aFast = DecodeOn<Codec>(JPEGRoad::FAST, theFrame);
+    if (FindFrameMarker(theFrame.itsBytes) == 0xc3)
+    {
+        Require(aFast == DecodeOn<Codec>(JPEGRoad::LIBRARY, theFrame), "both roads agree");
+    }
+}
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
+{
+    SetFuzzLimits();
+    FuzzInput anInput(theData, theSize);
+    const RWCString* const theSyntaxes[] = {
+        &TransferSyntaxType::TSJPEG50UID, &TransferSyntaxType::TSJPEG51UID, &TransferSyntaxType::TSJPEG57UID,
+        &TransferSyntaxType::TSJPEG70UID};
+    const RWCString& aUID = *anInput.TakeOne(theSyntaxes);
+    const int aBuild = anInput.TakeNumber(0, 2);
+    const FuzzFrame aFrame(anInput);
+    DecodeFrame(aFrame, aUID, 0);
+    switch (aBuild)
+    {
+    case 0:
+        CompareRoads<JPEG8BitDecoder>(aFrame);
+        break;
+    case 1:
+        CompareRoads<JPEG12BitDecoder>(aFrame);
+        break;
+    default:
+        CompareRoads<JPEG16BitDecoder>(aFrame);
+    }
+    return 0;
+}

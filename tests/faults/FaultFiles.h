@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <ctime>
+#include <iostream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "decompressors/DecompressorRuns.h"
+#include "decompressors/Part10Files.h"
+#include "support/Jpeg2000Streams.h"
+#include "support/JpegFixtures.h"
+#include "support/RleEncoder.h"
+#include "toolkit/base/Limits.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+/// One small file for each codec and each way to store pixels, to be broken in every way.
+struct FaultFile
+{
+    std::string itsName;
+    RWCString itsUID;
+    Bytes itsFrame; ///< the compressed frame; empty for native pixels
+    Bytes itsFile;
+};
+
+namespace FaultFiles
+{
+inline void Add(std::vector<FaultFile>& theFiles, const std::string& theName, const RWCString& theUID,
+                const JpegSpec& theSpec, const std::string& theInterpretation, const Bytes& theFrame)
+{
+    theFiles.push_back({theName, theUID, theFrame,
+                        Part10Files::Encapsulated(theUID, theSpec, theInterpretation, {theFrame})});
+}
+
+inline void AddJpeg(std::vector<FaultFile>& theFiles, const std::string& theName, const RWCString& theUID,
+                    JpegSpec::Process theProcess, int thePrecision, int theComponents = 1)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = 9;
+    aSpec.itsHeight = 5;
+    aSpec.itsProcess = theProcess;
+    aSpec.itsPrecision = thePrecision;
+    aSpec.itsComponents = theComponents;
+    const bool isLossless = theProcess == JpegSpec::Process::LOSSLESS;
+    Add(theFiles, theName, theUID, aSpec,
+        theComponents == 1 ? "MONOCHROME2" : (isLossless ? "RGB" : "YBR_FULL_422"),
+        MakeJpeg(aSpec, MakeSamples(aSpec)));
+}
+
+inline void AddJpeg2000(std::vector<FaultFile>& theFiles)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = Jpeg2000Streams::theGreyWidth;
+    aSpec.itsHeight = Jpeg2000Streams::theGreyHeight;
+    aSpec.itsPrecision = 12;
+    Add(theFiles, "JPEG 2000 lossless", TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
+        Jpeg2000Streams::Grey12());
+    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::theLossySize;
+    aSpec.itsPrecision = 8;
+    aSpec.itsComponents = 3;
+    Add(theFiles, "JPEG 2000 lossy", TransferSyntaxType::TSJPEG2KUID, aSpec, "YBR_ICT",
+        Jpeg2000Streams::Lossy());
+}
+
+inline void AddRleAndNative(std::vector<FaultFile>& theFiles)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = 7;
+    aSpec.itsHeight = 5;
+    aSpec.itsPrecision = 16;
+    Add(theFiles, "RLE 16 bits", TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2",
+        RleEncoder::Encode(Part10Files::Counting(70), 2, 1, 7));
+    aSpec.itsPrecision = 8;
+    aSpec.itsComponents = 3;
+    Add(theFiles, "RLE colour", TransferSyntaxType::TSRLEUID, aSpec, "RGB",
+        RleEncoder::Encode(Part10Files::Counting(105), 1, 3, 7));
+    theFiles.push_back({"native",
+                        TransferSyntaxType::TSExplicitLittleEndianUID,
+                        {},
+                        Part10Files::Native(DicomBuilder::Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 5, 6, 8, 0,
+                                            Part10Files::Counting(90), "OB")});
+    theFiles.push_back({"deflated",
+                        TransferSyntaxType::TSDeflatedUID,
+                        {},
+                        Part10Files::Native(DicomBuilder::Syntax::DEFLATED, 1, "MONOCHROME2", 5, 6, 16, 1,
+                                            Part10Files::Counting(60), "OW")});
+}
+
+inline const std::vector<FaultFile>& Get()
+{
+    static const std::vector<FaultFile> theFiles = []
+    {
+        using Process = JpegSpec::Process;
+        std::vector<FaultFile> aFiles;
+        AddRleAndNative(aFiles);
+        AddJpeg(aFiles, "JPEG baseline", TransferSyntaxType::TSJPEG50UID, Process::BASELINE, 8, 3);
+        AddJpeg(aFiles, "JPEG progressive", TransferSyntaxType::TSJPEG51UID, Process::PROGRESSIVE, 8);
+        AddJpeg(aFiles, "JPEG 12 bits", TransferSyntaxType::TSJPEG51UID, Process::EXTENDED, 12);
+        AddJpeg(aFiles, "JPEG lossless 8 bits", TransferSyntaxType::TSJPEG70UID, Process::LOSSLESS, 8, 3);
+        AddJpeg(aFiles, "JPEG lossless 16 bits", TransferSyntaxType::TSJPEG57UID, Process::LOSSLESS, 16);
+        AddJpeg2000(aFiles);
+        return aFiles;
+    }();
+    return theFiles;
+}
+
+/// The same file with another frame, whose description stays as it was.
+inline Bytes WithFrame(const FaultFile& theFile, Bytes theFrame)
+{
+    const auto aEnd = std::search(theFile.itsFile.begin(), theFile.itsFile.end(), theFile.itsFrame.begin(),
+                                  theFile.itsFrame.end());
+    theFrame.resize((theFrame.size() + 1) / 2 * 2);
+    Bytes aFile(theFile.itsFile.begin(), aEnd - 4);
+    for (int aShift = 0; aShift < 32; aShift += 8)
+    {
+        aFile.push_back(static_cast<std::uint8_t>(theFrame.size() >> aShift));
+    }
+    aFile.insert(aFile.end(), theFrame.begin(), theFrame.end());
+    const Bytes aDelimiter = {0xfe, 0xff, 0xdd, 0xe0, 0, 0, 0, 0};
+    aFile.insert(aFile.end(), aDelimiter.begin(), aDelimiter.end());
+    return aFile;
+}
+
+/// A decompressor that ends in an image or in a code of the list, with a text, everything freed.
+inline void ExpectListed(const Outcome& theOutcome, const std::string& theInput)
+{
+    static const std::set<int> theCodes = {0, 3, 6, 7, 9, 11, 12, 37, 38, 44, 48, 54, 62, 63, 64, 67};
+    EXPECT_EQ(theCodes.count(theOutcome.Code()), 1u) << theInput << ": code " << theOutcome.Code();
+    ExpectErrorOrPixels(theOutcome, theInput);
+}
+
+inline Outcome RunStream(InputStream& theStream, DICOMDataObject* theDataSet = nullptr,
+                         std::unique_ptr<CountingAllocator> theAllocator = nullptr)
+{
+    Outcome anOutcome;
+    if (theAllocator != nullptr)
+    {
+        anOutcome.itsAllocator = std::move(theAllocator);
+    }
+    DecompressionRequest aRequest(&theStream, theDataSet, "", false, 1, 0, "", false);
+    DICOMPart10StreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
+    return anOutcome;
+}
+
+/// The library still does its work.
+inline void ExpectUsable(const FaultFile& theFile, const Bytes& thePixels)
+{
+    const Outcome anOutcome = RunPart10(theFile.itsFile, nullptr);
+    EXPECT_EQ(anOutcome.Code(), 0) << theFile.itsName << ": " << anOutcome.Message();
+    EXPECT_EQ(anOutcome.Pixels(), thePixels) << theFile.itsName;
+}
+} // namespace FaultFiles
+
+/// Runs a test with what the codecs print dropped unless the test fails, and with limits that keep a damaged
+/// header from asking for so much memory that filling it takes all the time.
+class FaultTest : public testing::Test
+{
+protected:
+    FaultTest()
+    {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        Limits aLimits = itsLimits;
+        aLimits.itsPixelsPerFrame = 1 << 20;
+        Limits::Set(aLimits);
+    }
+    ~FaultTest() override
+    {
+        Limits::Set(itsLimits);
+        const std::string anErrors = testing::internal::GetCapturedStderr();
+        const std::string anOutput = testing::internal::GetCapturedStdout();
+        if (HasFailure())
+        {
+            std::cout << anOutput << anErrors;
+        }
+    }
+
+private:
+    const Limits itsLimits = Limits::Get();
+};

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+// Streams that fail or end at any byte, native and from Java, and disks that are full.
+#include <cerrno>
+
+#include <signal.h>
+#include <sys/resource.h>
+
+#include "faults/FaultFiles.h"
+#include "jni/FakeJavaStream.h"
+#include "jni/streams/JavaSeekableInputStream.h"
+#include "support/TemporaryFile.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+namespace
+{
+class StreamFault : public FaultTest
+{
+};
+
+enum class Fault
+{
+    ENDS,  ///< no more bytes, though the length says otherwise
+    FAILS, ///< every operation behind the position throws
+    SHORT  ///< a file that was cut off: length and bytes agree
+};
+
+/// A stream over the first bytes of a file, ending as told.
+class FaultyStream final : public InputStream
+{
+public:
+    FaultyStream(const Bytes& theFile, std::size_t theGoodBytes, Fault theFault, bool theCanSeek)
+        : itsFile(theFile), itsGoodBytes(theGoodBytes), itsFault(theFault), itsCanSeek(theCanSeek)
+    {
+    }
+
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
+    {
+        if (itsPosition >= itsGoodBytes)
+        {
+            return End();
+        }
+        const std::size_t aCount = std::min({theLength, itsGoodBytes - itsPosition, std::size_t{61}});
+        std::copy_n(itsFile.begin() + static_cast<std::ptrdiff_t>(itsPosition), aCount, theBuffer);
+        itsPosition += aCount;
+        return aCount;
+    }
+
+    void Seek(std::size_t thePosition) override
+    {
+        if (!itsCanSeek || thePosition > itsFile.size())
+        {
+            throw StreamIOException("FaultyStream::Seek", DLRC_IO_ERROR, EINVAL);
+        }
+        itsPosition = thePosition;
+    }
+
+    int CanSeek() const override { return itsCanSeek ? 1 : 0; }
+    std::size_t GetStreamPosition() const override { return itsPosition; }
+    long long Length() const override
+    {
+        return static_cast<long long>(itsFault == Fault::SHORT ? itsGoodBytes : itsFile.size());
+    }
+
+private:
+    std::size_t End() const
+    {
+        if (itsFault == Fault::FAILS)
+        {
+            throw StreamIOException("FaultyStream::Read", DLRC_IO_ERROR, EIO);
+        }
+        return 0;
+    }
+
+    const Bytes& itsFile;
+    std::size_t itsGoodBytes;
+    Fault itsFault;
+    bool itsCanSeek;
+    std::size_t itsPosition = 0;
+};
+
+TEST_F(StreamFault, AnyByte)
+{
+    for (const FaultFile& aFile : FaultFiles::Get())
+    {
+        const Bytes aPixels = RunPart10(aFile.itsFile, nullptr).Pixels();
+        for (const Fault aFault : {Fault::ENDS, Fault::FAILS, Fault::SHORT})
+        {
+            for (std::size_t i = 0; i < aFile.itsFile.size(); ++i)
+            {
+                FaultyStream aStream(aFile.itsFile, i, aFault, i % 2 == 0);
+                FaultFiles::ExpectListed(FaultFiles::RunStream(aStream), aFile.itsName + ", byte " +
+                                                                             std::to_string(i) + ", fault " +
+                                                                             std::to_string(int(aFault)));
+                ASSERT_FALSE(HasFailure());
+            }
+            FaultFiles::ExpectUsable(aFile, aPixels);
+        }
+    }
+}
+
+/// A Java stream over a file whose theNumber-th call of any method throws.
+class ThrowingJavaStream
+{
+public:
+    ThrowingJavaStream(const Bytes& theFile, int theNumber) : itsStream(itsJava, 0), itsCallsLeft(theNumber)
+    {
+        for (const std::uint8_t aByte : theFile)
+        {
+            itsStream.itsBytes.push_back(static_cast<jbyte>(aByte));
+        }
+        for (auto& [aName, aBody] : itsStream.itsClass.itsMethods)
+        {
+            aBody = [this, aMethod = aBody](const std::vector<FakeJava::Value>& theArguments)
+            { return itsCallsLeft-- == 0 ? itsJava.Throw("java/io/IOException") : aMethod(theArguments); };
+        }
+    }
+
+    /// True when there were so many calls.
+    bool HasThrown() const { return itsCallsLeft < 0; }
+
+    FakeJava itsJava;
+    FakeJavaStream itsStream;
+
+private:
+    int itsCallsLeft;
+};
+
+TEST_F(StreamFault, AnyCallOfAJavaStream)
+{
+    for (const FaultFile& aFile : FaultFiles::Get())
+    {
+        const Bytes aPixels = RunPart10(aFile.itsFile, nullptr).Pixels();
+        bool hasThrown = true;
+        for (int i = 0; hasThrown && !HasFailure(); ++i)
+        {
+            ThrowingJavaStream aJava(aFile.itsFile, i);
+            const std::string anInput = aFile.itsName + ", call " + std::to_string(i);
+            {
+                JavaSeekableInputStream aStream(aJava.itsJava,
+                                                aJava.itsJava.NewLocal(&aJava.itsStream.itsObject));
+                const Outcome anOutcome = FaultFiles::RunStream(aStream);
+                FaultFiles::ExpectListed(anOutcome, anInput);
+                hasThrown = aJava.HasThrown();
+                EXPECT_EQ(anOutcome.Code() == 0, !hasThrown) << anInput << ": " << anOutcome.Message();
+            }
+            EXPECT_EQ(aJava.itsJava.GetGlobalCount(), 0u) << anInput;
+            EXPECT_EQ(aJava.itsJava.GetPending(), nullptr) << anInput;
+        }
+        FaultFiles::ExpectUsable(aFile, aPixels);
+    }
+}
+
+/// While it lives, files of this process cannot grow beyond theSize.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(std::size_t theSize)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &itsFormer);
+        rlimit aLimit = itsFormer;
+        aLimit.rlim_cur = theSize;
+        ::setrlimit(RLIMIT_FSIZE, &aLimit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &itsFormer);
+        ::signal(SIGXFSZ, itsHandler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit itsFormer{};
+    sighandler_t itsHandler = ::signal(SIGXFSZ, SIG_IGN);
+};
+
+/// The code and errno of saving; 0 and 0 without a failure.
+std::pair<int, int> Save(const std::function<void(const char*)>& theSave, const char* theName)
+{
+    try
+    {
+        theSave(theName);
+        return {0, 0};
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_FALSE(anException.GetMessageText().empty());
+        return {anException.GetResultCode(), anException.GetSystemErrorCode()};
+    }
+}
+
+TEST_F(StreamFault, AFullDisk)
+{
+    const Outcome anOutcome = RunPart10(FaultFiles::Get().front().itsFile, nullptr);
+    const Renderable& anImage = *anOutcome.Image();
+    DICOMDataObject aDataSet;
+    const MVRFactory aFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    aDataSet.ReplaceVR(aFactory.CreateUID(DICOMTags::SOPInstanceUID, "1.2.3"));
+    const std::function<void(const char*)> theSaves[] = {
+        [&](const char* theName) { anImage.saveToFile(theName); }, [&](const char* theName)
+        { aDataSet.SaveToFile(theName, TransferSyntaxType::TSExplicitLittleEndianUID); }};
+    for (const auto& aSave : theSaves)
+    {
+        EXPECT_EQ(Save(aSave, "/dev/full"), std::pair(67, ENOSPC));
+        const TemporaryFile aFile;
+        EXPECT_EQ(Save(aSave, aFile.GetName()), std::pair(0, 0));
+        const Bytes aContent = aFile.GetContent();
+        for (std::size_t i = 0; i < aContent.size(); ++i)
+        {
+            const TemporaryFile aShortFile;
+            const FileSizeLimit aLimit(i);
+            EXPECT_EQ(Save(aSave, aShortFile.GetName()), std::pair(67, EFBIG)) << i;
+        }
+        EXPECT_EQ(Save(aSave, aFile.GetName()), std::pair(0, 0));
+        EXPECT_EQ(aFile.GetContent(), aContent);
+    }
+}
+} // namespace

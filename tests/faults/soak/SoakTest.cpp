@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: Apache-2.0
+// Real and damaged images in any order from four threads, for some seconds or, in a long run, a quarter of
+// an hour: every result is that of the first time, and memory stays where it was.
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <mutex>
+#include <random>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "faults/FaultFiles.h"
+#include "image/VMMemoryAllocator.h"
+#include "support/LongRun.h"
+#include "support/SampleTable.h"
+
+namespace
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool theMemoryIsOurs = false;
+#else
+constexpr bool theMemoryIsOurs = true;
+#endif
+
+using Clock = std::chrono::steady_clock;
+
+/// Drops what is written to standard output and standard error.
+class Silence
+{
+public:
+    Silence()
+    {
+        const int aNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        ::dup2(aNowhere, STDOUT_FILENO);
+        ::dup2(aNowhere, STDERR_FILENO);
+        ::close(aNowhere);
+    }
+    ~Silence()
+    {
+        std::cout.flush();
+        std::fflush(nullptr);
+        ::dup2(itsOutput, STDOUT_FILENO);
+        ::dup2(itsErrors, STDERR_FILENO);
+        ::close(itsOutput);
+        ::close(itsErrors);
+    }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    int itsOutput = ::dup(STDOUT_FILENO);
+    int itsErrors = ::dup(STDERR_FILENO);
+};
+
+struct Input
+{
+    std::string itsName;
+    RWCString itsUID; ///< of a bare image; empty for a DICOM file
+    Bytes itsBytes;
+};
+
+struct Answer
+{
+    int itsCode = 0;
+    RWCString itsMessage;
+    std::size_t itsPixels = 0; ///< a hash
+    bool operator==(const Answer&) const = default;
+};
+
+Answer Ask(const Input& theInput)
+{
+    DecompressionResult aResult;
+    DICOMDataObject aDataSet;
+    if (theInput.itsUID.empty())
+    {
+        MemoryInputStream aStream(theInput.itsBytes.data(), theInput.itsBytes.size());
+        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
+        DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    }
+    else
+    {
+        ByteSource aSource(theInput.itsBytes);
+        DecompressionRequest aRequest(&aSource, &aDataSet, "", false, 1, 0, theInput.itsUID, false);
+        CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
+    }
+    Answer anAnswer{aResult.getDCMLibResultCode(), aResult.getMessage(), 0};
+    if (const Renderable* const anImage = aResult.getRenderable())
+    {
+        anAnswer.itsPixels = std::hash<std::string_view>()(
+            {static_cast<const char*>(anImage->getPixelData()), anImage->getPixelDataSize()});
+    }
+    return anAnswer;
+}
+
+/// Samples that do not take long, and three damaged copies of everything.
+std::vector<Input> CollectInputs()
+{
+    const std::size_t aLargest = Rounds(1) == 1 ? 150'000 : 600'000;
+    std::vector<Input> anInputs;
+    for (const FaultFile& aFile : FaultFiles::Get())
+    {
+        anInputs.push_back({aFile.itsName, "", aFile.itsFile});
+    }
+    const std::pair<const char*, RWCString> theFolders[] = {{"dicom", ""},
+                                                            {"damaged", ""},
+                                                            {"damaged", TransferSyntaxType::TSJPEG2KUID},
+                                                            {"jpeg", TransferSyntaxType::TSJPEG50UID},
+                                                            {"jp2", TransferSyntaxType::TSJPEG2KUID},
+                                                            {"jpeg2000", TransferSyntaxType::TSJPEG2KUID}};
+    for (const auto& [aFolder, aUID] : theFolders)
+    {
+        for (const std::string& aName : SampleTable::ListFolder(aFolder))
+        {
+            anInputs.push_back({aName, aUID, SampleTable::ReadFile(aName)});
+        }
+    }
+    std::erase_if(anInputs,
+                  [aLargest](const Input& theInput) { return theInput.itsBytes.size() > aLargest; });
+    std::mt19937 aRandom(5);
+    for (std::size_t i = 0, aCount = anInputs.size(); i < 3 * aCount; ++i)
+    {
+        Input aCopy = anInputs[i % aCount];
+        for (int aChange = 0; aChange < 3 && !aCopy.itsBytes.empty(); ++aChange)
+        {
+            aCopy.itsBytes[aRandom() % aCopy.itsBytes.size()] = static_cast<std::uint8_t>(aRandom());
+        }
+        aCopy.itsBytes.resize(i < aCount ? aRandom() % (aCopy.itsBytes.size() + 1) : aCopy.itsBytes.size());
+        aCopy.itsName += ", copy " + std::to_string(i / aCount);
+        anInputs.push_back(std::move(aCopy));
+    }
+    return anInputs;
+}
+
+std::size_t GetResidentBytes()
+{
+    std::ifstream aFile("/proc/self/statm");
+    std::size_t aTotal = 0;
+    std::size_t aResident = 0;
+    aFile >> aTotal >> aResident;
+    return aResident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// What four threads found in the given time.
+class Soak
+{
+public:
+    explicit Soak(std::vector<Input> theInputs) : itsInputs(std::move(theInputs))
+    {
+        for (const Input& anInput : itsInputs)
+        {
+            itsAnswers.push_back(Ask(anInput));
+        }
+    }
+
+    void Run(std::chrono::seconds theDuration)
+    {
+        itsEnd = Clock::now() + theDuration;
+        std::vector<std::thread> aThreads;
+        for (unsigned i = 0; i < 4; ++i)
+        {
+            aThreads.emplace_back([this, i] { AskUntilTheEnd(i); });
+        }
+        while (Clock::now() < itsEnd)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            itsMemory.push_back(GetResidentBytes());
+        }
+        for (std::thread& aThread : aThreads)
+        {
+            aThread.join();
+        }
+    }
+
+    /// Most memory in the given tenth of the time.
+    std::size_t GetMemory(std::size_t theTenth) const
+    {
+        const std::size_t aCount = itsMemory.size();
+        const auto aBegin = itsMemory.begin() + static_cast<std::ptrdiff_t>(aCount * theTenth / 10);
+        const auto anEnd = itsMemory.begin() + static_cast<std::ptrdiff_t>(aCount * (theTenth + 1) / 10);
+        return aBegin == anEnd ? 0 : *std::max_element(aBegin, anEnd);
+    }
+
+    const std::vector<Input>& GetInputs() const { return itsInputs; }
+    std::uint64_t GetRequests() const { return itsRequests; }
+    const std::set<std::string>& GetDifferences() const { return itsDifferences; }
+
+private:
+    void AskUntilTheEnd(unsigned theSeed)
+    {
+        std::mt19937 aRandom(theSeed);
+        while (Clock::now() < itsEnd)
+        {
+            const std::size_t aNumber = aRandom() % itsInputs.size();
+            const Answer anAnswer = Ask(itsInputs[aNumber]);
+            ++itsRequests;
+            if (!(anAnswer == itsAnswers[aNumber]))
+            {
+                const std::lock_guard aLock(itsMutex);
+                itsDifferences.insert(itsInputs[aNumber].itsName + ": " + anAnswer.itsMessage +
+                                      " instead of " + itsAnswers[aNumber].itsMessage);
+            }
+        }
+    }
+
+    std::vector<Input> itsInputs;
+    std::vector<Answer> itsAnswers;
+    Clock::time_point itsEnd;
+    std::atomic<std::uint64_t> itsRequests = 0;
+    std::vector<std::size_t> itsMemory;
+    std::mutex itsMutex;
+    std::set<std::string> itsDifferences;
+};
+
+TEST(Soak, EveryResultIsThatOfTheFirstTimeAndMemoryStaysFlat)
+{
+    const std::chrono::seconds aDuration(Rounds(1) == 1 ? 5 : 900);
+    const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
+    std::unique_ptr<Soak> aSoak;
+    {
+        const Silence aSilence;
+        aSoak = std::make_unique<Soak>(CollectInputs());
+        aSoak->Run(aDuration);
+    }
+    std::cout << aSoak->GetInputs().size() << " inputs, " << aSoak->GetRequests() << " requests; MiB:";
+    for (std::size_t aTenth = 0; aTenth < 10; ++aTenth)
+    {
+        std::cout << ' ' << (aSoak->GetMemory(aTenth) >> 20);
+    }
+    std::cout << std::endl;
+    EXPECT_GT(aSoak->GetRequests(), 0u);
+    for (const std::string& aDifference : aSoak->GetDifferences())
+    {
+        ADD_FAILURE() << aDifference;
+    }
+    EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
+    if (theMemoryIsOurs)
+    {
+        // Four requests at a time need what they need; that comes and goes, a leak only comes.
+        constexpr std::size_t theSlack = 32u << 20;
+        EXPECT_LT(aSoak->GetMemory(9), aSoak->GetMemory(2) * 11 / 10 + theSlack);
+    }
+}
+} // namespace
