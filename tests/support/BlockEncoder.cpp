@@ -218,11 +218,14 @@ void BlockEncoder::LayOut(const Request& theRequest)
 {
     for (const Segment& aSegment : itsSegments)
     {
-        std::vector<std::uint8_t> aBytes(j2k::CodedSegment::theLead);
-        aBytes.insert(aBytes.end(), aSegment.itsBytes.begin(), aSegment.itsBytes.end());
-        aBytes.insert(aBytes.end(), j2k::CodedSegment::theTail, 0xFF);
+        constexpr std::size_t theLead = j2k::CodedSegment::theLead;
+        const std::size_t anEnd = theLead + aSegment.itsBytes.size();
+        std::vector<std::uint8_t> aBytes(anEnd + j2k::CodedSegment::theTail, 0xFF);
+        std::fill_n(aBytes.begin(), theLead, std::uint8_t{0});
+        std::copy(aSegment.itsBytes.begin(), aSegment.itsBytes.end(),
+                  aBytes.begin() + static_cast<std::ptrdiff_t>(theLead));
         itsBytes.push_back(std::move(aBytes));
-        itsCodedSegments.push_back({itsBytes.back().data() + j2k::CodedSegment::theLead,
+        itsCodedSegments.push_back({itsBytes.back().data() + theLead,
                                     static_cast<std::uint32_t>(aSegment.itsBytes.size()),
                                     aSegment.itsPasses});
     }
