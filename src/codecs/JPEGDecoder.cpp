@@ -145,7 +145,7 @@ public:
     explicit TurboSession(JPEGDecoder& theOwner)
         : Session(theOwner), itsMost((1 << 20) + 2 * theOwner.GetOutputSize())
     {
-        itsInput.Rewind(0);
+        itsInput.BeginAnew();
     }
 
     int FillInput(const std::uint8_t*& theData) override
@@ -239,8 +239,6 @@ bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
     {
         return false;
     }
-    // Where the library stands: inside the last of these.
-    const std::size_t aHeaderFills = anInput.GetKeptFills();
     TurboSession aSession(*this);
     bool isDecoded = false;
     try
@@ -259,7 +257,7 @@ bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
     }
     else
     {
-        anInput.Rewind(aHeaderFills);
+        anInput.GoBack();
     }
     return isDecoded;
 }

@@ -56,11 +56,17 @@ void JPEGInputBuffer::Fill(kdu_compressed_source& theSource)
 {
     if (IsRewound())
     {
-        itsPresent = itsKept[itsNext++];
-        itsBytesRead = itsPresent.itsCount;
+        itsPresent = itsKept[itsNext];
+        if (itsNext++ >= itsStanding.itsKeptFills)
+        {
+            itsBytesRead = itsPresent.itsCount;
+            itsSuppliedIsCurrent = itsPresent.itsData != nullptr && itsPresent.itsData == itsSupplied.get();
+        }
         return;
     }
     std::uint8_t* const aRoom = MakeRoom();
+    // The source may throw, and what was present may be gone by now.
+    itsPresent = {};
     itsSuppliedIsCurrent = false;
     itsIsTaken = false;
     itsBytesRead = theSource.read(aRoom, theCapacity);
@@ -99,6 +105,7 @@ void JPEGInputBuffer::SetPresent(Span theSpan)
 void JPEGInputBuffer::StartKeeping()
 {
     itsBlocks.resize(std::min<std::size_t>(itsBlocks.size(), 1));
+    itsPresent = {};
     itsKept.clear();
     itsNext = 0;
     itsUsed = 0;
@@ -111,12 +118,18 @@ void JPEGInputBuffer::StopKeeping()
     itsIsKeeping = false;
 }
 
-void JPEGInputBuffer::Rewind(std::size_t theFill)
+void JPEGInputBuffer::BeginAnew()
 {
-    itsNext = std::min(theFill, itsKept.size());
+    itsStanding = {itsPresent, itsKept.size(), itsBytesRead, itsTotal, itsSuppliedIsCurrent};
+    itsNext = 0;
     itsTotal = itsTotalBefore;
-    for (std::size_t i = 0; i < itsNext; ++i)
-    {
-        itsTotal += static_cast<std::uint64_t>(std::clamp(itsKept[i].itsCount, 0, theCapacity));
-    }
+}
+
+void JPEGInputBuffer::GoBack()
+{
+    itsNext = itsStanding.itsKeptFills;
+    itsPresent = itsStanding.itsPresent;
+    itsBytesRead = itsStanding.itsBytesRead;
+    itsTotal = itsStanding.itsTotal;
+    itsSuppliedIsCurrent = itsStanding.itsSuppliedIsCurrent;
 }

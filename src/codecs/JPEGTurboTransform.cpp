@@ -104,6 +104,25 @@ HWY_INLINE void Transpose(const int32_t* theInput, int32_t* theOutput)
 }
 #endif
 
+/// Where a column has no other coefficients, the library only shifts its first one, which keeps bits that
+/// the transform loses from a wild coefficient.
+void CorrectWildColumns(const int16_t* theCoefficients, const uint16_t* theSteps, int32_t* theColumns)
+{
+    for (size_t x = 0; x < 8; ++x)
+    {
+        int16_t anOthers = 0;
+        for (size_t i = x + 8; i < 64; i += 8)
+        {
+            anOthers = static_cast<int16_t>(anOthers | theCoefficients[i]);
+        }
+        const auto aFirst = static_cast<uint32_t>(theCoefficients[x] * theSteps[x]);
+        for (size_t i = x; anOthers == 0 && i < 64; i += 8)
+        {
+            theColumns[i] = static_cast<int32_t>(aFirst << 1);
+        }
+    }
+}
+
 HWY_INLINE void TransformBlock(const int16_t* theCoefficients, const uint16_t* theSteps, uint16_t* theOutput,
                                size_t theStride)
 {
@@ -118,8 +137,17 @@ HWY_INLINE void TransformBlock(const int16_t* theCoefficients, const uint16_t* t
         const Vector aCoefficient = hn::PromoteTo(aTag, hn::LoadU(aShortTag, theCoefficients + i));
         hn::Store(hn::Mul(aCoefficient, aStep), aTag, aBlock + i);
     }
+    Vector aLargest = hn::Zero(aTag);
+    for (size_t i = 0; i < 8; i += hn::Lanes(aTag))
+    {
+        aLargest = hn::Max(aLargest, hn::Abs(hn::Load(aTag, aBlock + i)));
+    }
     // One fraction bit stays between the passes; the second also divides by eight.
     TransformColumns<12>(aBlock, aBlock);
+    if (HWY_UNLIKELY(!hn::AllFalse(aTag, hn::Gt(aLargest, hn::Set(aTag, (1 << 18) - 1)))))
+    {
+        CorrectWildColumns(theCoefficients, theSteps, aBlock);
+    }
     Transpose(aBlock, aTransposed);
     TransformColumns<17>(aTransposed, aTransposed);
     Transpose(aTransposed, aBlock);

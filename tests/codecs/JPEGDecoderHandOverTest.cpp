@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "codecs/JPEGDecoderException.h"
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/detail/JPEGRoad.h"
 
 namespace
 {
@@ -142,6 +144,51 @@ TEST(JPEGDecoderHandOver, EveryBufferHasOneOwner)
     aDecoder->SetBytesRead(30);
     ByteSource aRest(Bytes(anImage.itsJpeg.begin() + 30, anImage.itsJpeg.end()), 500);
     EXPECT_EQ(ToSamples(DecodeBytes(*aDecoder, aRest), 8), anImage.itsSamples);
+}
+
+Bytes MakeBaselineJpeg(int theSize)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = theSize;
+    aSpec.itsHeight = theSize;
+    return MakeJpeg(aSpec, MakeSamples(aSpec));
+}
+
+// The decoder that begins the image anew must not take the header's count for that of the supplied bytes.
+TEST(JPEGDecoderHandOver, BufferSuppliedBetweenHeaderAndDecode)
+{
+    const Bytes aJpeg = MakeBaselineJpeg(32);
+    const std::size_t aHeader = aJpeg.size() * 2 / 3;
+    ByteSource aWhole(aJpeg);
+    const Bytes anExpected = DecodeBytes(*MakeDecoder(8), aWhole);
+    for (const JPEGRoad aRoad : {JPEGRoad::LIBRARY, JPEGRoad::AUTOMATIC})
+    {
+        ByteSource aSource(Bytes(aJpeg.begin(), aJpeg.begin() + static_cast<std::ptrdiff_t>(aHeader)));
+        const Bytes aRest(aJpeg.begin() + static_cast<std::ptrdiff_t>(aHeader), aJpeg.end());
+        const auto aDecoder = MakeDecoder(8);
+        aDecoder->SetRoad(aRoad);
+        aDecoder->SetSource(nullptr, aSource);
+        aDecoder->SetBuffer(NewBuffer(aRest, aRest.size(), aRest.size()));
+        aDecoder->SetBytesRead(static_cast<int>(aRest.size()));
+        Bytes aBuffer(aDecoder->GetOutputSize());
+        aDecoder->Decode(0, aBuffer.data(), aBuffer.size());
+        EXPECT_EQ(aBuffer, anExpected);
+        EXPECT_EQ(aDecoder->GetBytesRead(), static_cast<int>(aRest.size()));
+    }
+}
+
+// The bytes of the image before are gone by then, for the address sanitizer to see.
+TEST(JPEGDecoderHandOver, BufferTakenAfterAReadThatThrew)
+{
+    ByteSource aSource(MakeBaselineJpeg(500), 500);
+    const auto aDecoder = MakeDecoder(8);
+    DecodeBytes(*aDecoder, aSource);
+    ASSERT_GT(aSource.GetPosition(), 70000u);
+    ByteSource aThrowing(Bytes{});
+    aThrowing.AtEnd([]() -> int { throw std::logic_error("broken"); });
+    EXPECT_THROW(aDecoder->SetSource(nullptr, aThrowing), std::logic_error);
+    const std::unique_ptr<std::uint8_t[]> aTaken(aDecoder->TakeBuffer());
+    EXPECT_NE(aTaken, nullptr);
 }
 
 // Taking the buffer away in the middle of an image: what was in it is lost, but nobody reads it any more.

@@ -115,6 +115,7 @@ struct Outcome
     int itsCloses = 0;
     int itsLastRead = 0;
     std::uint64_t itsTotal = 0;
+    Bytes itsHandOver = {}; ///< the bytes of the most recent fill
 
     bool operator==(const Outcome& theOther) const
     {
@@ -124,7 +125,8 @@ struct Outcome
     {
         return itsError == theOther.itsError && itsReads == theOther.itsReads &&
                itsCloses == theOther.itsCloses && itsLastRead == theOther.itsLastRead &&
-               itsTotal == theOther.itsTotal && itsPixels.size() == theOther.itsPixels.size();
+               itsTotal == theOther.itsTotal && itsHandOver == theOther.itsHandOver &&
+               itsPixels.size() == theOther.itsPixels.size();
     }
 };
 
@@ -161,6 +163,8 @@ inline Outcome DecodeOn(JPEGRoad theRoad, const Bytes& theJpeg, int theLargestRe
     anOutcome.itsCloses = aSource.GetCloses();
     anOutcome.itsLastRead = aDecoder->GetBytesRead();
     anOutcome.itsTotal = aDecoder->GetTotalBytesRead();
+    const std::unique_ptr<std::uint8_t[]> aBuffer(aDecoder->TakeBuffer());
+    anOutcome.itsHandOver.assign(aBuffer.get(), aBuffer.get() + anOutcome.itsLastRead);
     return anOutcome;
 }
 

@@ -127,6 +127,25 @@ TEST(JPEGTurbo, DeepGreyImagesComeOutAlike)
     }
 }
 
+// Coefficients far beyond those of any image, alone in their columns, which the library takes a shortcut for.
+TEST(JPEGTurbo, WildCoefficientsOfDeepImagesComeOutAlike)
+{
+    const JpegSpec aSpec = MakeDeepSpec(false, 64, 16, 1);
+    Samples aSamples = MakeSamples(aSpec);
+    for (std::size_t i = 0; i < aSamples.size(); ++i)
+    {
+        aSamples[i] = i % 64 * 7 % 5 < 2 ? 0 : 4095;
+    }
+    Bytes aJpeg = MakeJpeg(aSpec, aSamples);
+    const Bytes aMarker = {0xff, 0xdb, 0, 67, 0};
+    const auto aTable = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
+    ASSERT_NE(aTable, aJpeg.end());
+    std::fill_n(aTable + 5, 64, std::uint8_t{255});
+    const Outcome aLibrary = DecodeDeepOn(JPEGRoad::LIBRARY, aJpeg);
+    ASSERT_EQ(aLibrary.itsError, "");
+    ForEachTarget([&] { EXPECT_TRUE(DecodeDeepOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary); });
+}
+
 // The one sampling of which the two libraries are known to make different pixels.
 TEST(JPEGTurbo, RowsOfHalvedChromaAreTheLibrarysOwn)
 {
@@ -201,11 +220,19 @@ Bytes InsertBeforeEnd(Bytes theJpeg, std::size_t theCount, std::uint8_t theByte)
     return theJpeg;
 }
 
-Bytes WithoutFirstTable(Bytes theJpeg)
+/// Takes out the first segment of that marker.
+Bytes WithoutTables(Bytes theJpeg, std::uint8_t theMarker)
 {
-    const Bytes aMarker = {0xff, 0xc4};
+    const Bytes aMarker = {0xff, theMarker};
     const auto aBegin = std::search(theJpeg.begin(), theJpeg.end(), aMarker.begin(), aMarker.end());
     theJpeg.erase(aBegin, aBegin + 2 + (aBegin[2] << 8 | aBegin[3]));
+    return theJpeg;
+}
+
+/// JFIF 9: a warning at the very beginning.
+Bytes WithOddVersion(Bytes theJpeg)
+{
+    theJpeg.at(11) = 9;
     return theJpeg;
 }
 
@@ -232,7 +259,9 @@ TEST(JPEGTurbo, GivesUpOnWhatItWouldDecodeDifferently)
         {"last scan missing", aProgressive, EndBefore(MakeDctJpeg(aProgressive), 0xda), false},
         {"left-over bytes", aPlain, InsertBeforeEnd(MakeDctJpeg(aPlain), 50, 0x55), false},
         {"fill bytes", aPlain, InsertBeforeEnd(MakeDctJpeg(aPlain), 5000, 0xff), true},
-        {"table missing", aPlain, WithoutFirstTable(MakeDctJpeg(aPlain)), false},
+        {"table missing", aPlain, WithoutTables(MakeDctJpeg(aPlain), 0xc4), false},
+        {"warning long before the error", aPlain, WithOddVersion(WithoutTables(MakeDctJpeg(aPlain), 0xdb)),
+         false},
         {"not the image of the header", aProgressive, MakeDctJpeg(aPlain), false},
     };
     testing::internal::CaptureStderr();

@@ -9,13 +9,16 @@ namespace
 {
 /// What operator new does on this thread.
 thread_local long long theAllocationsLeft = -1; ///< before one fails; below 0: none does
-thread_local long long theBlocks = 0;           ///< made less freed
+thread_local bool theFailureLasts = false;      ///< all after it fail too
+thread_local bool theHasFailed = false;
+thread_local long long theBlocks = 0; ///< made less freed
 
 void* AllocateOrFail(std::size_t theSize)
 {
     if (theAllocationsLeft == 0)
     {
-        theAllocationsLeft = -1;
+        theHasFailed = true;
+        theAllocationsLeft = theFailureLasts ? 0 : -1;
         return nullptr;
     }
     theAllocationsLeft -= theAllocationsLeft > 0 ? 1 : 0;
@@ -104,18 +107,21 @@ TEST_F(AllocationFault, AnyBlockOfTheAllocator)
     }
 }
 
-/// One request during which the theNumber-th call of operator new fails. True when there were so many.
-bool RunWithFailure(const FaultFile& theFile, long long theNumber)
+/// One request during which the theNumber-th call of operator new fails, and all later ones if theLasts. True
+/// when there were so many.
+bool RunWithFailure(const FaultFile& theFile, long long theNumber, bool theLasts)
 {
     Outcome anOutcome;
     DICOMDataObject aDataSet;
     MemoryInputStream aStream(theFile.itsFile.data(), theFile.itsFile.size());
     DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
     DICOMPart10StreamDecompressor aDecompressor(*anOutcome.itsAllocator);
+    theHasFailed = false;
+    theFailureLasts = theLasts;
     theAllocationsLeft = theNumber;
     aDecompressor.Decompress(aRequest, anOutcome.itsResult);
-    const bool hasFailed = theAllocationsLeft < 0;
     theAllocationsLeft = -1;
+    const bool hasFailed = theHasFailed;
     FaultFiles::ExpectListed(anOutcome, theFile.itsName + ", operator new " + std::to_string(theNumber));
     return hasFailed;
 }
@@ -127,15 +133,18 @@ TEST_F(AllocationFault, AnyOperatorNew)
         const Bytes aPixels = RunPart10(aFile.itsFile, nullptr).Pixels();
         const long long aLoss = aFile.itsName == "deflated" ? 2 : 0;
         // What is made once and kept is there before blocks are counted.
-        RunWithFailure(aFile, 0);
-        RunWithFailure(aFile, 1LL << 40);
-        bool hasFailed = true;
-        for (long long i = 0; hasFailed && !HasFailure(); ++i)
+        RunWithFailure(aFile, 0, false);
+        RunWithFailure(aFile, 1LL << 40, false);
+        for (const bool aLasts : {false, true})
         {
-            const long long aBlocks = theBlocks;
-            hasFailed = RunWithFailure(aFile, i);
-            EXPECT_LE(theBlocks, aBlocks + aLoss)
-                << aFile.itsName << ", operator new " << i << ": blocks were never given back";
+            bool hasFailed = true;
+            for (long long i = 0; hasFailed && !HasFailure(); ++i)
+            {
+                const long long aBlocks = theBlocks;
+                hasFailed = RunWithFailure(aFile, i, aLasts);
+                EXPECT_LE(theBlocks, aBlocks + aLoss)
+                    << aFile.itsName << ", operator new " << i << ": blocks were never given back";
+            }
         }
         FaultFiles::ExpectUsable(aFile, aPixels);
     }

@@ -54,18 +54,25 @@ public:
     /// Begins an image: its fills are kept.
     void StartKeeping();
 
-    /// The fills to come are no longer kept; those that Rewind put ahead are delivered still.
+    /// The fills to come are no longer kept; those that are to be delivered again are delivered still.
     void StopKeeping();
 
     bool IsKeeping() const { return itsIsKeeping; }
     bool IsRewound() const { return itsNext < itsKept.size(); }
 
-    /// Fills kept so far, and their memory in bytes.
-    std::size_t GetKeptFills() const { return itsKept.size(); }
-    std::uint64_t GetKeptBytes() const { return std::uint64_t{itsBlocks.size()} * theBlockSize; }
+    /// The memory of the kept fills.
+    std::uint64_t GetKeptBytes() const
+    {
+        return std::uint64_t{itsBlocks.size()} * theBlockSize + itsKept.size() * sizeof(Span);
+    }
 
-    /// Makes the kept fill of that index the next one, and the total what it was before it.
-    void Rewind(std::size_t theFill);
+    /// Delivers the image from its first kept fill on to another decoder. What was delivered before does not
+    /// count as read a second time.
+    void BeginAnew();
+
+    /// Makes everything what it was at BeginAnew, for the first decoder to go on; the fills kept since then
+    /// come next.
+    void GoBack();
 
     /// What the most recent fill read, or what was last said here.
     void SetBytesRead(int theBytes) { itsBytesRead = theBytes; }
@@ -104,4 +111,15 @@ private:
 
     int itsBytesRead = 0;
     std::uint64_t itsTotal = 0;
+
+    /// What GoBack restores.
+    struct Standing
+    {
+        Span itsPresent;
+        std::size_t itsKeptFills = 0;
+        int itsBytesRead = 0;
+        std::uint64_t itsTotal = 0;
+        bool itsSuppliedIsCurrent = false;
+    };
+    Standing itsStanding;
 };
