@@ -274,11 +274,14 @@ class Archive(cli_test.Program):
         for process in (pipe, frames, large):
             process.send_signal(signal.SIGINT)
         large.send_signal(signal.SIGINT)
-        for process in (pipe, frames, large):
+        for process in (pipe, frames):
             self.assertEqual(process.wait(60), 5)
+        # A fast machine may have finished the image just then; what there must not be is a part of it.
+        self.assertIn(large.wait(60), (0, 5))
         self.assertIn(b"stopped before frame", frames.stderr.read())
         self.assertTrue(all(name.endswith(".png") for name in self.files("frames")))
-        self.assertEqual([name for _, _, names in os.walk(self.path("large")) for name in names], [])
+        self.assertIn(sorted(name for _, _, names in os.walk(self.path("large")) for name in names),
+                      ([], ["large.dcm.png", "large.dcm.png.json"]))
 
     def test_reports_of_several_processes(self):
         names = self.put_images(40)
