@@ -6,7 +6,6 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertTrue;
-import static org.junit.jupiter.api.Assumptions.assumeFalse;
 
 import com.quorix.decompression.DecomprResult;
 import com.quorix.decompression.NDecompressor;
@@ -152,10 +151,9 @@ class DecodeOrthoTest {
     @ParameterizedTest
     @CsvSource({"2, true, 01", "2, false, 01", "7, true, ", "7, false, "})
     void jpeg2000Codestreams(int type, boolean lossless, String lossy) throws Exception {
-        byte[] codestream = Files.readAllBytes(Places.samples().resolve("jpeg2000/gen_rev_u16_n_1.j2k"));
+        byte[] codestream = Compressed.jpeg2000();
         Renderable reference = decompressor.decodeSeekableInputStreamToMemory(new ScriptedStream(codestream), 0, type,
                 0, 1, result);
-        assumeFalse(" (no Renderable at end)".equals(result.Message), "no JPEG 2000 in this library");
         try (reference) {
             Dump dump = decoded(codestream, type, lossless, null);
             assertArrayEquals(Pixels.bytes(reference), dump.pixels());

@@ -3,7 +3,6 @@ package com.quorix.bridge;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertNotNull;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.quorix.decompression.DecomprResult;
@@ -21,7 +20,7 @@ import org.junit.jupiter.api.DynamicTest;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.TestFactory;
 
-/** On every sample file the three roads to a frame give the same pixels. */
+/** On every sample file the data set receives the pixels that the image has. */
 @Tag("samples")
 class SampleFramesTest {
     private final NDecompressor decompressor = new NDecompressor();
@@ -36,36 +35,15 @@ class SampleFramesTest {
     }
 
     private void compare(byte[] file) {
-        List<byte[]> frames = new ArrayList<>();
-        DecomprResult result = new DecomprResult() {
-            @Override
-            public boolean renderableAvailable(int frameIndex, Renderable image) {
-                assertEquals(frames.size(), frameIndex);
-                frames.add(Pixels.bytes(image));
-                image.close();
-                return true;
-            }
-        };
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), dataSet.getHandle(), 0, result);
-        }
-        for (int frame = 0; frame < frames.size(); frame++) {
-            assertArrayEquals(frames.get(frame), single(file, frame), "frame " + frame);
-        }
-        if (frames.isEmpty()) {
-            assertTrue(result.DLResultCode != 0, result::toString);
-        } else {
-            assertArrayEquals(frames.get(0), ortho(file));
-        }
-    }
-
-    private byte[] single(byte[] file, int frame) {
         DecomprResult result = new DecomprResult();
         try (DICOMDataObject dataSet = new DICOMDataObject();
                 Renderable image = decompressor.decodeSeekableInputStreamToMemory(new ScriptedStream(file),
-                        dataSet.getHandle(), NDecompressor.TYPE_DICOM, frame, 1, result)) {
-            assertNotNull(image, result::toString);
-            return Pixels.bytes(image);
+                        dataSet.getHandle(), NDecompressor.TYPE_DICOM, 0, 1, result)) {
+            if (image == null) {
+                assertTrue(result.DLResultCode != 0, result::toString);
+            } else {
+                assertArrayEquals(Pixels.bytes(image), ortho(file));
+            }
         }
     }
 
