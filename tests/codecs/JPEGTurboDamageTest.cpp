@@ -2,82 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "codecs/JPEGTurboHelpers.h"
 #include "support/LongRun.h"
+#include "support/WildBlocks.h"
 
 namespace
 {
-
-/// The sample at a place of a block of dequantised coefficients, before it is limited.
-double Transform(const std::array<double, 64>& theCoefficients, std::size_t thePlace)
-{
-    static const auto theBasis = []
-    {
-        std::array<double, 64> aTable{};
-        for (std::size_t i = 0; i < 64; ++i)
-        {
-            const std::size_t aFrequency = i / 8;
-            aTable[i] =
-                (aFrequency == 0 ? std::sqrt(0.125) : 0.5) *
-                std::cos(static_cast<double>((2 * (i % 8) + 1) * aFrequency) * std::acos(-1.0) / 16.0);
-        }
-        return aTable;
-    }();
-    double aSum = 0.0;
-    for (std::size_t i = 0; i < 64; ++i)
-    {
-        aSum += theCoefficients[i] * theBasis[i % 8 * 8 + thePlace % 8] * theBasis[i / 8 * 8 + thePlace / 8];
-    }
-    return aSum;
-}
-
-/// Whether a block makes samples that no encoder can have meant.
-bool IsWild(const turbo_encoder::JCOEF* theBlock, const turbo_encoder::JQUANT_TBL& theSteps)
-{
-    std::array<double, 64> aCoefficients{};
-    bool isWild = false;
-    for (std::size_t i = 0; i < 64; ++i)
-    {
-        aCoefficients[i] = static_cast<double>(theBlock[i]) * theSteps.quantval[i];
-        isWild = isWild || std::abs(aCoefficients[i]) > 32767.0;
-    }
-    for (std::size_t i = 0; !isWild && i < 64; ++i)
-    {
-        // Samples are centred on zero here; the IJG library wraps around at 1024.
-        isWild = std::abs(Transform(aCoefficients, i)) > 510.0;
-    }
-    return isWild;
-}
-
-bool HasWildBlock(const Bytes& theJpeg)
-{
-    using namespace turbo_encoder;
-    jpeg_decompress_struct anInfo{};
-    jpeg_error_mgr anErrorManager{};
-    anInfo.err = jpeg_std_error(&anErrorManager);
-    anErrorManager.error_exit = [](j_common_ptr) { throw std::logic_error("not an image"); };
-    jpeg_CreateDecompress(&anInfo, JPEG_LIB_VERSION, sizeof(anInfo));
-    jpeg_mem_src(&anInfo, theJpeg.data(), theJpeg.size());
-    jpeg_read_header(&anInfo, TRUE);
-    jvirt_barray_ptr* const aPlanes = jpeg_read_coefficients(&anInfo);
-    bool isWild = false;
-    for (int i = 0; i < anInfo.num_components; ++i)
-    {
-        const jpeg_component_info& aComponent = anInfo.comp_info[i];
-        for (JDIMENSION y = 0; !isWild && y < aComponent.height_in_blocks; ++y)
-        {
-            const JBLOCKROW aRow = anInfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&anInfo),
-                                                                  aPlanes[i], y, 1, FALSE)[0];
-            isWild = std::any_of(aRow, aRow + aComponent.width_in_blocks,
-                                 [&](const JBLOCK& theBlock)
-                                 { return IsWild(theBlock, *aComponent.quant_table); });
-        }
-    }
-    jpeg_destroy_decompress(&anInfo);
-    return isWild;
-}
 
 std::vector<DctSpec> MakeVictims()
 {
