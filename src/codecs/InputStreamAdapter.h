@@ -5,10 +5,11 @@
 
 class InputStream;
 
-/// Lets a codec read from an InputStream, which is borrowed. Not thread-safe.
+/// Lets a codec read from an InputStream. Not thread-safe.
 class QUORIX_API InputStreamAdapter final : public kdu_compressed_source
 {
 public:
+    /// theStream is borrowed and read from its current position.
     explicit InputStreamAdapter(InputStream& theStream) : itsStream(&theStream) {}
 
     /// Reads until theCount bytes have arrived or the stream ends: a short count is the end of the data,

@@ -23,8 +23,8 @@ struct JPEG2000OutputFormat;
 ///
 /// Reports of the engine become JPEGDecoderExceptions, code 1 for warnings and 0 for errors; other failures
 /// are StreamIOExceptions. What the compressed source throws passes through. After a failure the codec is
-/// good for nothing but its destruction, except after a buffer too small. Copies share the codestream, so a
-/// codec and its copies count as one codec. Not thread-safe; separate codecs share nothing.
+/// good for nothing but its destruction, except after a buffer too small. Not thread-safe; separate codecs
+/// share nothing.
 class QUORIX_API JPEG2000Decoder : public Decoder
 {
 public:
@@ -32,8 +32,12 @@ public:
     /// theTolerance: PET_FAST, PET_RESILIENT or PET_FUSSY; anything else counts as PET_FAST.
     JPEG2000Decoder(int theScaleFactor, ParsingErrorTolerance theTolerance);
     ~JPEG2000Decoder() override;
+
+    /// Copies share the codestream, so a codec and its copies count as one codec.
+    /// @{
     JPEG2000Decoder(const JPEG2000Decoder&);
     JPEG2000Decoder& operator=(const JPEG2000Decoder&);
+    /// @}
 
     /// Decodes the whole image and ends the codestream. The frame length is not used: the codestream knows
     /// its own end. Throws StreamIOException (code 62) before anything is decoded when theBuffer is null or
@@ -46,8 +50,10 @@ public:
     std::int16_t GetScanMode() const override { return 0; }
 
     /// Dimensions of the first component at the resolution that is decoded; 0 before SetSource.
+    /// @{
     std::uint64_t GetImageWidth() const override;
     std::uint64_t GetImageHeight() const override;
+    /// @}
 
     int IsSupportsOutputPixelSignConversion() const override { return 1; }
     void SetCompressionReversible(CompressionReversible theValue) override;
@@ -71,15 +77,19 @@ public:
                                     int theBitsStoredPerOutputSample, bool theSignedOutput,
                                     int theBytesPerOutputSample, int theStride);
 
-    // Converters: theCount samples of a line to DICOM samples of theBitsStoredPerOutputSample bits in
-    // theBytesPerOutputSample (1 or 2) bytes, theStride samples from one to the next; samples out of range
-    // get the lowest or highest code. No overlap; theOutput needs no alignment. StreamIOException (code 62)
-    // for depths and widths that do not fit.
+    /// @name Converters
+    /// theCount samples of a line to DICOM samples of theBitsStoredPerOutputSample bits in
+    /// theBytesPerOutputSample (1 or 2) bytes, theStride samples from one to the next; samples out of range
+    /// get the lowest or highest code. No overlap; theOutput needs no alignment. StreamIOException (code 62)
+    /// for depths and widths that do not fit.
+    /// @{
 
-    /// 16-bit and 32-bit integers centred on 0.
+    /// 16-bit integers centred on 0.
     static void ConvertShortsToOutputSamples(const kdu_sample16* theSource, void* theOutput, int theCount,
                                              int theBitsStoredPerOutputSample, bool theSignedOutput,
                                              int theBytesPerOutputSample, int theStride);
+
+    /// 32-bit integers centred on 0.
     static void ConvertIntsToOutputSamples(const kdu_sample32* theSource, void* theOutput, int theCount,
                                            int theBitsStoredPerOutputSample, bool theSignedOutput,
                                            int theBytesPerOutputSample, int theStride);
@@ -93,6 +103,8 @@ public:
     static void ConvertFloatsToOutputSamples(const kdu_sample32* theSource, void* theOutput, int theCount,
                                              int theBitsStoredPerOutputSample, bool theSignedOutput,
                                              int theBytesPerOutputSample, int theStride);
+
+    /// @}
 
     /// Throws the JPEGDecoderException for a report of the engine: thePrefix and the report's text. Null is
     /// allowed and counts as an error without text.

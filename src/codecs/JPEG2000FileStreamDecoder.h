@@ -10,8 +10,12 @@ class QUORIX_API JPEG2000FileStreamDecoder final : public JPEG2000Decoder
 public:
     using JPEG2000Decoder::JPEG2000Decoder;
     ~JPEG2000FileStreamDecoder() override;
+
+    /// Copies share the codestream, as those of the base class do.
+    /// @{
     JPEG2000FileStreamDecoder(const JPEG2000FileStreamDecoder&);
     JPEG2000FileStreamDecoder& operator=(const JPEG2000FileStreamDecoder&);
+    /// @}
 
 protected:
     void SetSourceImpl() override;

@@ -26,14 +26,17 @@ enum class JPEGRoad;
 /// destruction. Warnings keep the library's own handling: the first one of an image is printed to standard
 /// error. Only up to seven bytes left over at the end of a scan may pass without one.
 ///
-/// Copies share the library object and the input buffer, so a codec and its copies count as one codec.
 /// Not thread-safe; separate codecs share nothing.
 class QUORIX_API JPEGDecoder : public Decoder
 {
 public:
     ~JPEGDecoder() override;
+
+    /// Copies share the library object and the input buffer, so a codec and its copies count as one codec.
+    /// @{
     JPEGDecoder(const JPEGDecoder&);
     JPEGDecoder& operator=(const JPEGDecoder&);
+    /// @}
 
     /// Decodes the whole image. The frame length is not used: the codestream knows its own end. Throws
     /// StreamIOException (code 62) before anything is decoded when theBuffer is null or theSize is less
@@ -56,8 +59,10 @@ public:
     std::int16_t GetScanMode() const override;
 
     /// Columns and rows of the frame header.
+    /// @{
     std::uint64_t GetImageWidth() const override;
     std::uint64_t GetImageHeight() const override;
+    /// @}
 
     /// Width x height x output components x bytes per sample; 0 before the header was read.
     std::uint64_t GetOutputSize() const override;
@@ -71,14 +76,17 @@ public:
     void SetBuffer(std::uint8_t* theBuffer) override;
 
     /// The number of bytes that the most recent fill delivered.
+    /// @{
     void SetBytesRead(int theBytes) override;
     int GetBytesRead() override;
+    /// @}
 
     bool IsDecoderConvertsColorToRGB() override { return true; }
 
     /// Largest sample value.
     virtual int GetMaxValue() const = 0;
 
+    /// Always 0. Hides the figure of the same name in the base class.
     static std::uint64_t GetDefaultInputBufferSize() { return 0; }
 
     /// Gives the library its standard error manager with this codec's error handler in it.

@@ -16,7 +16,10 @@ public:
     /// The class name, ": ", "Warning: " or "Error: ", and the message.
     RWCString ToString() const override;
 
+    /// 0 for an error, any other value for a warning.
     int GetCode() const { return itsCode; }
+
+    /// False for a warning. Both end the decoding.
     bool IsError() const { return itsCode == 0; }
 
 private:

@@ -16,7 +16,7 @@ public:
     /// What one thread has reported so far, and not yet flushed.
     struct MessageHolder
     {
-        RWCString itsText;
+        RWCString itsText; ///< everything put since the last flush, as it came
     };
 
     ~KDUMessagingWrapper() override;

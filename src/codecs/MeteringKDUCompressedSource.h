@@ -8,10 +8,11 @@
 /// Counts the bytes that a codec pulls from a compressed source.
 ///
 /// Every codec reads through one of these, so its count is the number of compressed bytes consumed; the
-/// compression ratio is computed from it. The wrapped source is borrowed. Not thread-safe.
+/// compression ratio is computed from it. Not thread-safe.
 class QUORIX_API MeteringKDUCompressedSource final : public kdu_compressed_source
 {
 public:
+    /// theSource is borrowed and must outlive this object.
     explicit MeteringKDUCompressedSource(kdu_compressed_source& theSource) : itsSource(theSource) {}
 
     /// Returns what the wrapped source returned; a negative result (an error) is not counted.

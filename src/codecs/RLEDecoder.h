@@ -9,15 +9,19 @@
 /// The codec for DICOM RLE Lossless (PS3.5 Annex G).
 ///
 /// Takes all geometry from the data set, the segments from the codestream, and writes little-endian,
-/// colour-by-pixel samples. It converts no colours: what is not monochrome is labelled RGB. Copies share
-/// the compressed source and the data set. Not thread-safe: one codec, one thread.
+/// colour-by-pixel samples. It converts no colours: what is not monochrome is labelled RGB. Not thread-safe:
+/// one codec, one thread.
 class QUORIX_API RLEDecoder final : public Decoder
 {
 public:
     RLEDecoder();
     ~RLEDecoder() override;
+
+    /// Copies share the compressed source and the data set: only one of them can decode.
+    /// @{
     RLEDecoder(const RLEDecoder&);
     RLEDecoder& operator=(const RLEDecoder&);
+    /// @}
 
     /// theFrameLength: bytes of the compressed frame counted from its header; the last segment ends
     /// there. Samples that a segment's data does not reach keep what theBuffer held before. Throws
@@ -39,6 +43,7 @@ public:
     /// it. A driver that compares this figure with a buffer's size need do nothing special.
     std::uint64_t GetOutputSize() const override;
 
+    /// Always 1.
     std::int16_t GetVersion() const { return 1; }
 
     /// Number of segments that the header declares.

@@ -18,10 +18,15 @@ class kdu_compressed_source;
 class QUORIX_API CompressedCodestreamDecoder
 {
 public:
+    /// Reads nothing yet. theTransferSyntaxUID and theBitsStored, as the data set has them, choose the codec.
+    /// theScaleFactor: 1 is full resolution, each step more halves it where the codec can. theTolerance is
+    /// for JPEG 2000.
     CompressedCodestreamDecoder(const RWCString& theTransferSyntaxUID, int theBitsStored,
                                 InputStream& theStream, DICOMDataObject& theDataSet, int theScaleFactor,
                                 Decoder::ParsingErrorTolerance theTolerance);
     virtual ~CompressedCodestreamDecoder();
+
+    /// Copies read the same stream and write to the same data set.
     CompressedCodestreamDecoder(const CompressedCodestreamDecoder&);
     CompressedCodestreamDecoder& operator=(const CompressedCodestreamDecoder&) = delete;
 
@@ -46,7 +51,12 @@ public:
 
     /// Requested scale factor; after Decode the one that was applied.
     int GetScaleFactor() const { return itsScaleFactor; }
+
+    /// True: the codec is asked for unsigned samples whatever Pixel Representation says. Whether it can is
+    /// told by IsDecoderSupportedOutputPixelSignConversion; one that cannot delivers them as they are.
     void SetForceUnsignedPixelOutput(bool theFlag) { itsForceUnsignedPixelOutput = theFlag; }
+
+    /// Whether the codec of the last Decode could deliver either sign; false before.
     bool IsDecoderSupportedOutputPixelSignConversion() const
     {
         return itsDecoderSupportsOutputPixelSignConversion;

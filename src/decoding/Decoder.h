@@ -25,7 +25,7 @@ public:
     enum ColorModel : std::int32_t
     {
         COLOR_MODEL_UNKNOWN = 0,
-        COLOR_MODEL_GREY = 1,
+        COLOR_MODEL_GREY = 1, ///< one component: MONOCHROME1 or MONOCHROME2
         COLOR_MODEL_RGB = 2,
         COLOR_MODEL_YBR_FULL_422 = 3,
         COLOR_MODEL_YBR_PARTIAL_422 = 4,
@@ -36,9 +36,10 @@ public:
         COLOR_MODEL_PALETTE_COLOR = 9
     };
 
+    /// Whether decoding gives back, bit for bit, what was compressed.
     enum CompressionReversible : std::int32_t
     {
-        CR_UNSPECIFIED = 0,
+        CR_UNSPECIFIED = 0, ///< neither the transfer syntax nor the codestream tells
         CR_REVERSIBLE = 1,
         CR_IRREVERSIBLE = 2
     };
@@ -46,44 +47,71 @@ public:
     /// How much a JPEG 2000 codestream may depart from the standard; other codecs take no notice.
     enum ParsingErrorTolerance : std::int32_t
     {
-        PET_NONE = 0,
-        PET_FAST = 1,
-        PET_RESILIENT = 2,
-        PET_FUSSY = 3
+        PET_NONE = 0,      ///< counts as PET_FAST
+        PET_FAST = 1,      ///< takes all that can be decoded; what is missing decodes as zero
+        PET_RESILIENT = 2, ///< the same, and finds its way again at SOP markers
+        PET_FUSSY = 3      ///< refuses every departure
     };
 
     virtual ~Decoder();
+
+    /// Copies share the source and its byte count, and name the same data set.
+    /// @{
     Decoder(const Decoder&);
     Decoder& operator=(const Decoder&);
+    /// @}
 
     /// Decodes one frame into theBuffer, theSize bytes, in the layout that the accessors announce.
     /// theFrameLength: bytes of the compressed frame; codecs that know their own end ignore it.
     virtual void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) = 0;
 
+    /// The colour model of the samples as they are compressed; COLOR_MODEL_UNKNOWN where the codec does not
+    /// tell.
     virtual ColorModel GetCompressedColorspace() const = 0;
 
     /// The colour model named by the data set as it was before any decoding; 0 without a data set.
     virtual ColorModel GetOriginalPhotometricInterpretation() const;
 
+    /// 1 for JPEG that is not progressive, else 0.
     virtual std::int16_t GetScanMode() const = 0;
+
+    /// Columns and rows of the decoded image, at the resolution that is decoded; known after SetSource.
+    /// @{
     virtual std::uint64_t GetImageWidth() const = 0;
     virtual std::uint64_t GetImageHeight() const = 0;
+    /// @}
 
-    // When a codec proves to be the wrong one, the bytes it has already pulled pass to its successor: the
-    // buffer (new[], owned by whoever takes it) and how many of its bytes are valid. The successor gets
-    // them before its SetSource. A codec that leaves these four alone takes nothing: SetBuffer then does not
-    // take ownership, and GetBytesRead stays 0.
+    /// @name Hand-over
+    /// When a codec proves to be the wrong one, the bytes it has already pulled pass to its successor: the
+    /// buffer (new[], owned by whoever takes it) and how many of its bytes are valid. The successor gets
+    /// them before its SetSource. A codec that leaves these four alone takes nothing: SetBuffer then does not
+    /// take ownership, and GetBytesRead stays 0.
+    /// @{
+
+    /// The buffer, which the caller owns from now on; null where there is none.
     virtual std::uint8_t* TakeBuffer();
+    /// Gives theBuffer to this codec, which owns it from now on.
     virtual void SetBuffer(std::uint8_t* theBuffer);
+    /// How many bytes of the buffer given are valid.
     virtual void SetBytesRead(int theBytes);
+    /// How many bytes of the buffer are valid; to be asked before the buffer is taken.
     virtual int GetBytesRead();
 
+    /// @}
+
+    /// Position of the highest bit stored: bits stored - 1, or what the data set says where the codec takes
+    /// its geometry from there.
     virtual int GetHighBit() const;
+
+    /// Whether samples are two's complement: as the codestream or the data set has it, or as SetSigned wants
+    /// it.
     virtual int IsSigned() const;
 
     /// 1 when the codec itself can deliver signed samples as unsigned ones.
     virtual int IsSupportsOutputPixelSignConversion() const;
 
+    /// What is known from elsewhere, the transfer syntax for instance, before SetSource. Codecs whose
+    /// codestreams tell for themselves take no notice.
     virtual void SetCompressionReversible(CompressionReversible theValue);
 
     /// Whether colour images come out as RGB whatever they were stored as.
@@ -92,27 +120,51 @@ public:
     /// Reads the header from theSource (through a byte counter) and updates theDataSet (null allowed).
     void SetSource(DICOMDataObject* theDataSet, kdu_compressed_source& theSource);
 
+    /// Always 1.
     std::int16_t GetVersion() const { return 1; }
+
+    /// The colour model that Decode is said to deliver. Setting it changes what is said, not what is done.
+    /// @{
     void SetDecompressedColorspace(ColorModel theModel) { itsDecompressedColorspace = theModel; }
     ColorModel GetDecompressedColorspace() const { return itsDecompressedColorspace; }
+    /// @}
+
+    /// The colour model that the codec delivers by itself.
     ColorModel GetRecommendedDecompressedColorspace() const { return itsRecommendedDecompressedColorspace; }
+
+    /// Of the decoded image; 0 before SetSource.
     int GetSamplesPerPixel() const { return itsSamplesPerPixel; }
+
+    /// Bits that a decoded sample takes: 8 or 16; in the RLE codec the bits stored in whole bytes.
     int GetBitsAllocatedPerSample() const { return itsBitsAllocatedPerSample; }
 
     /// Stores 16 for more than 8 bits, else 8.
     void SetBitsAllocatedPerSample(std::int16_t theBits);
+
+    /// Bits of a decoded sample that carry its value.
     int GetBitsStoredPerSample() const { return itsBitsStoredPerSample; }
 
     /// Stores theBits brought into 1 … bits allocated.
     void SetBitsStoredPerSample(int theBits);
+
+    /// Bits stored as the codec has them by itself.
     int GetRecommendedBitsStoredPerSample() const { return itsRecommendedBitsStoredPerSample; }
+
+    /// Wants two's complement (not 0) or unsigned samples, after SetSource. What Decode writes changes only
+    /// where IsSupportsOutputPixelSignConversion is 1.
     void SetSigned(int theFlag) { itsSigned = theFlag; }
+
+    /// What the codestream has told, or SetCompressionReversible.
     CompressionReversible GetCompressionReversible() const { return itsCompressionReversible; }
 
     /// Resolution reduction: 1 is full resolution, each step more halves it.
     int GetScaleFactor() const { return itsScaleFactor; }
+
+    /// Fixed figures. Codecs size their input buffers themselves.
+    /// @{
     std::uint64_t GetInputBufferSize() const { return 0; }
     std::uint64_t GetDefaultInputBufferSize() const { return 4096; }
+    /// @}
 
     /// Compressed bytes pulled so far; 0 before SetSource.
     std::uint64_t GetTotalBytesRead() const;
@@ -141,10 +193,17 @@ protected:
     /// scratch pad, so that a second decode still knows the original.
     void UpdateDICOMHeader();
 
+    /// The source, through the byte counter. Throws DLRuntimeException before SetSource.
     kdu_compressed_source& GetSource() const;
+
+    /// Whether SetSource has been called.
     bool HasSource() const { return itsSource != nullptr; }
+
+    /// The data set that SetSource was given, or null. Borrowed.
     DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
 
+    /// What the accessors of the same names tell. SetSourceImpl fills them.
+    /// @{
     ColorModel itsDecompressedColorspace = COLOR_MODEL_UNKNOWN;
     ColorModel itsRecommendedDecompressedColorspace = COLOR_MODEL_UNKNOWN;
     std::int32_t itsSamplesPerPixel = 0;
@@ -155,6 +214,7 @@ protected:
     CompressionReversible itsCompressionReversible = CR_UNSPECIFIED;
     std::int32_t itsScaleFactor = 1;
     std::int32_t itsPrecision = 0;
+    /// @}
 
 private:
     std::shared_ptr<MeteringKDUCompressedSource> itsSource; ///< shared by copies

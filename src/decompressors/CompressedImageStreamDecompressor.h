@@ -8,17 +8,19 @@
 /// as a compressed source.
 ///
 /// Needs the request's compressed source and transfer syntax UID; the data set may be null. An image that
-/// the result held before is let go, not freed. Holds only the allocator of images and pixel buffers, which
-/// must outlive every image made. Requests on one object may run side by side.
+/// the result held before is let go, not freed. Holds only the allocator of pixel buffers, which must outlive
+/// every image made. Requests on one object may run side by side.
 class QUORIX_API CompressedImageStreamDecompressor : public StreamDecompressor
 {
 public:
-    /// Takes images from VMMemoryAllocator's default instance.
+    /// Takes pixel buffers from VMMemoryAllocator's default instance.
     CompressedImageStreamDecompressor();
+    /// Takes pixel buffers from theAllocator.
     explicit CompressedImageStreamDecompressor(MemoryAllocater& theAllocator);
 
     /// Result codes: 0 done; 6 no compressed source; 12 no way to 8-bit RGB; 62 no codec for the transfer
-    /// syntax, or the codec failed; 63 decoding was interrupted; else what loading the demo file gave.
+    /// syntax, an image beyond the limits or the memory, or the codec failed; 63 decoding was interrupted;
+    /// else what loading the demo file gave.
     void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) override;
 
 private:

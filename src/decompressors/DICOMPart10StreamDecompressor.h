@@ -10,14 +10,16 @@ class Renderable;
 /// Decodes one frame of a DICOM Part 10 stream and makes the request's data set describe it.
 ///
 /// Needs the request's stream; the data set may be null. The transfer syntax found is written into the
-/// request. An image that the result held before is let go, not freed. Holds only the allocator of images
-/// and pixel buffers, which must outlive every image made. Requests on one object may run side by side.
+/// request. An image that the result held before is let go, not freed. Holds only the allocator of pixel
+/// buffers, which must outlive every image made. Requests on one object may run side by side.
 class QUORIX_API DICOMPart10StreamDecompressor : public StreamDecompressor
 {
 public:
-    /// Takes images from VMMemoryAllocator's default instance.
+    /// Takes pixel buffers from VMMemoryAllocator's default instance.
     DICOMPart10StreamDecompressor();
+    /// Takes pixel buffers from theAllocator.
     explicit DICOMPart10StreamDecompressor(MemoryAllocater& theAllocator);
+    /// Copies use the same allocator.
     DICOMPart10StreamDecompressor(const DICOMPart10StreamDecompressor&) = default;
 
     /// Result codes: 0 done; 6 no stream or no pixel data; 12 no way to 8-bit RGB; 37 native pixel data

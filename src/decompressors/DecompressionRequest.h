@@ -24,9 +24,13 @@ public:
     /// No input, scale factor 1, frame 0.
     DecompressionRequest();
 
+    /// A Part 10 stream; the transfer syntax is found in it. For the other arguments see the accessors of
+    /// their names.
     DecompressionRequest(InputStream* theStream, DICOMDataObject* theDataSet, const RWCString& theDemoFile,
                          bool theLoadDemoInfoFlag, int theScaleFactor, int theFrameIndex,
                          const RWCString& theTransferSyntaxUID, bool theV5ConvertPixelsToUnsigned);
+
+    /// A bare compressed image; theTransferSyntaxUID says what it is.
     DecompressionRequest(kdu_compressed_source* theSource, DICOMDataObject* theDataSet,
                          const RWCString& theDemoFile, bool theLoadDemoInfoFlag, int theScaleFactor,
                          int theFrameIndex, const RWCString& theTransferSyntaxUID,
@@ -38,17 +42,27 @@ public:
     /// stream that lacks a method. The Java objects and theEnv must outlive this request.
     DecompressionRequest(JNIEnv* theEnv, jclass theClass, jobject theRequest);
     virtual ~DecompressionRequest();
+
+    /// Copies borrow the same objects.
+    /// @{
     DecompressionRequest(const DecompressionRequest&) = default;
     DecompressionRequest& operator=(const DecompressionRequest&) = default;
+    /// @}
 
+    /// The Part 10 stream, or null.
     InputStream* getInputStream() const { return itsInputStream; }
+
+    /// The bare compressed image, or null.
     kdu_compressed_source* getCompressedSource() const { return itsCompressedSource; }
 
-    /// May be null.
+    /// The data set that is read, for a Part 10 stream filled, and made to describe the decoded pixels. May
+    /// be null.
     DICOMDataObject* getDICOMDataObject() const { return itsDICOMDataObject; }
 
     /// Path of a file with the header that belongs to a bare compressed image; empty for none.
     const RWCString& getDemoFile() const { return itsDemoFile; }
+
+    /// Carried for the caller. The demo file is loaded wherever one is named.
     bool getLoadDemoInfoFlag() const { return itsLoadDemoInfoFlag; }
 
     /// 1 is full resolution; each step more halves it where the codec can.
@@ -56,16 +70,25 @@ public:
 
     /// Counted from 0; -1 is the first and only frame.
     int getFrameIndex() const { return itsFrameIndex; }
+
+    /// What a bare compressed image is, said by the caller; what a Part 10 stream has, said by the
+    /// decompressor once it is open.
+    /// @{
     const RWCString& getTransferSyntaxUID() const { return itsTransferSyntaxUID; }
     void setTransferSyntaxUID(const RWCString& theUID) { itsTransferSyntaxUID = theUID; }
+    /// @}
 
     /// Deliver signed pixels as unsigned ones.
+    /// @{
     bool isV5ConvertPixelsToUnsigned() const { return itsV5ConvertPixelsToUnsigned; }
     void setV5ConvertPixelsToUnsigned(bool theFlag) { itsV5ConvertPixelsToUnsigned = theFlag; }
+    /// @}
 
     /// Bytes of a bare compressed image, 0 where unknown.
+    /// @{
     std::uint32_t getSourceLength() const { return itsSourceLength; }
     void setSourceLength(std::uint32_t theLength) { itsSourceLength = theLength; }
+    /// @}
 
 private:
     InputStream* itsInputStream = nullptr;

@@ -13,15 +13,20 @@ class Renderable;
 /// What a decompression call answers: the decoded image, or what exactly went wrong.
 ///
 /// Owns the Renderable it holds; whoever takes the image over calls setRenderable(nullptr) at that
-/// moment. Copies share the image: it is freed with the last of them, and once one copy has let it go
-/// the others hold none either. Not thread-safe.
+/// moment. Not thread-safe.
 class QUORIX_API DecompressionResult
 {
 public:
+    /// No image, DLRC_SUCCESS and no message.
     DecompressionResult();
     ~DecompressionResult();
+
+    /// Copies share the image: it is freed with the last of them, and once one copy has let it go the others
+    /// hold none either.
+    /// @{
     DecompressionResult(const DecompressionResult&) = default;
     DecompressionResult& operator=(const DecompressionResult&) = default;
+    /// @}
 
     /// Stores the image, made with new. One that was held before is let go, not freed.
     void setRenderable(Renderable* theRenderable);
@@ -29,15 +34,23 @@ public:
     /// The image, or null. Ownership stays here.
     Renderable* getRenderable() const;
 
+    /// How the request ended.
+    /// @{
     void setDCMLibResultCode(DLResultCode theCode) { itsDCMLibResultCode = theCode; }
     DLResultCode getDCMLibResultCode() const { return itsDCMLibResultCode; }
+    /// @}
 
     /// An errno value, 0 if none.
+    /// @{
     void setSystemErrorCode(int theCode) { itsSystemErrorCode = theCode; }
     int getSystemErrorCode() const { return itsSystemErrorCode; }
+    /// @}
 
+    /// What went wrong, for logs. It may quote names and text of the file, in the file's own character set.
+    /// @{
     void setMessage(const RWCString& theMessage) { itsMessage = theMessage; }
     const RWCString& getMessage() const { return itsMessage; }
+    /// @}
 
     /// The three fields as four lines of text.
     RWCString ToString() const;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// An image file decoded in one call.
+
 #include <cstdint>
 
 #include "toolkit/base/Export.h"
@@ -12,10 +15,10 @@ class DecompressionResult;
 /// Kind of compressed input; the numbers are shared with the Java side.
 enum JImageType : std::int32_t
 {
-    IMAGE_TYPE_JPEG = 1,
-    IMAGE_TYPE_JPEG2000 = 2,
-    IMAGE_TYPE_DICOM_PART10 = 3,
-    IMAGE_TYPE_JPEG2000_LOSSLESS = 7
+    IMAGE_TYPE_JPEG = 1,             ///< a bare JPEG stream
+    IMAGE_TYPE_JPEG2000 = 2,         ///< a bare JPEG 2000 codestream or a JP2 file
+    IMAGE_TYPE_DICOM_PART10 = 3,     ///< a DICOM Part 10 file
+    IMAGE_TYPE_JPEG2000_LOSSLESS = 7 ///< for Java only; image files have an argument for it
 };
 
 /// Decodes an image file, held under a read lock meanwhile. Stateless and thread-safe.
@@ -27,6 +30,10 @@ public:
     /// 1 on success, with the image in theResult; 0 on any failure, with code and message there. Never
     /// throws. theSecondName: passed on as the request's demo file. theDataSet receives a Part 10 file's
     /// data set. theLossless: for JPEG 2000, non-zero chooses the lossless transfer syntax.
+    ///
+    /// Result codes: 0 done; 3 the file cannot be opened; 9 it stays locked by a writer for longer than
+    /// LFStream::GetDefaultLockWaitTime; 48 an image type that is not served; 62 everything else: which of
+    /// the decompressors' codes it was is deliberately not told. Their system error code stays.
     static int DecodeFileToRenderable(const RWCString& theFileName, const RWCString& theSecondName,
                                       DICOMDataObject& theDataSet, JImageType theImageType, int theFrameIndex,
                                       int theScaleFactor, DecompressionResult& theResult, int theLossless);

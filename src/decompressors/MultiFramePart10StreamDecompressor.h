@@ -21,9 +21,10 @@ class QUORIX_API MultiFramePart10StreamDecompressor : public StreamDecompressor
 {
 public:
     /// theListener and theMethod may be null: frames are then decoded and freed. Frames below
-    /// theFirstFrame are read but not decoded. Images come from VMMemoryAllocator's default instance.
+    /// theFirstFrame are read but not decoded. Pixel buffers come from VMMemoryAllocator's default instance.
     MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener, jmethodID theMethod,
                                        long theFirstFrame);
+    /// Copies deliver to the same listener.
     MultiFramePart10StreamDecompressor(const MultiFramePart10StreamDecompressor&) = default;
 
     /// Result codes: as DICOMPart10StreamDecompressor; 62 when a Java Renderable could not be made. The

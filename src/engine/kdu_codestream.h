@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// JPEG 2000: the codestream.
+
 #include "engine/kdu_tile.h"
 #include "engine/kdu_types.h"
 #include "toolkit/base/Export.h"
@@ -30,6 +33,7 @@ enum kdu_component_access_mode
 class QUORIX_API kdu_codestream
 {
 public:
+    /// Whether the handle names a codestream: after create, and until destroy() of this very handle.
     bool exists() const { return itsState != nullptr; }
 
     /// Reads the main header from theSource, which is borrowed until destroy(). Ends what the handle named
@@ -44,14 +48,15 @@ public:
     /// is set.
     void set_fast();
 
-    /// As fast, and goes on at the next SOP marker after a damaged packet. True: the codestream is
-    /// expected to have SOP markers before every packet.
+    /// As fast, and goes on at the next SOP marker after a damaged packet. Whether every packet is expected
+    /// to have one changes nothing: those that are there serve.
     void set_resilient(bool theExpectUbiquitousSOPs = false);
 
     /// Refuses every departure from the standard, with a warning. What the main header has shown already
     /// is reported here.
     void set_fussy();
 
+    /// Components of the codestream; with theWantOutputComponents those that tiles decode.
     int get_num_components(bool theWantOutputComponents = false) const;
 
     /// Levels of the wavelet transform that every component of every tile has: the fewest of them all. Where
@@ -69,6 +74,8 @@ public:
     /// Position and extent of a component on its own grid, at the resolution that is decoded (T.800 B-2,
     /// B-15).
     void get_dims(int theComponent, kdu_dims& theDims) const;
+
+    /// Whether the samples of a component are signed before compression.
     bool get_signed(int theComponent) const;
 
     /// Bits per sample, 1 to 38.

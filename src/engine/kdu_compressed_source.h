@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// Where codecs get their bytes from.
+
 #include <cstdint>
 
 #include "toolkit/base/Export.h"
 
+/// One compressed byte.
 using kdu_byte = std::uint8_t;
+/// A position in a source.
 using kdu_long = std::int64_t;
 
 /// The source can be read from front to back.
@@ -39,6 +44,8 @@ public:
 
     /// Limits what is read to one tile's header or to one precinct, for sources that deliver a
     /// codestream piecemeal; false where that is not possible.
+    /// @{
     virtual bool set_tile_scope(int theTileIndex, int theTileCount);
     virtual bool set_precinct_scope(kdu_long thePrecinctId);
+    /// @}
 };

@@ -21,8 +21,11 @@ class QUORIX_API kdu_decoder
 public:
     /// theUseShorts: deliver kdu_sample16 lines; only where kdu_tile_comp::fits_short_lines() is true.
     kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts);
+    /// What was moved from is good for nothing but its destruction.
+    /// @{
     kdu_decoder(kdu_decoder&&) noexcept;
     kdu_decoder& operator=(kdu_decoder&&) noexcept;
+    /// @}
     ~kdu_decoder();
 
     /// Fills theLine with the next line from top to bottom; lines beyond the last are zero. theLine must have

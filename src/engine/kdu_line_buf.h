@@ -23,10 +23,14 @@ public:
     /// Takes the memory, after the allocator's finalize.
     void create();
 
+    /// In samples.
     int get_width() const { return itsWidth; }
+
+    /// Whether samples are integers.
     bool is_absolute() const { return itsAbsolute; }
 
     /// The samples; null where the line has the other width, or before create.
+    /// @{
     kdu_sample16* get_buf16() const
     {
         return itsUseShorts ? static_cast<kdu_sample16*>(itsSamples) : nullptr;
@@ -35,6 +39,7 @@ public:
     {
         return itsUseShorts ? nullptr : static_cast<kdu_sample32*>(itsSamples);
     }
+    /// @}
 
 private:
     kdu_sample_allocator* itsAllocator = nullptr;

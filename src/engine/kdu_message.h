@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// What the JPEG 2000 engine reports, and to whom.
+
 #include <cstdint>
 
 #include "toolkit/base/Export.h"
@@ -32,5 +35,7 @@ public:
 ///
 /// An error whose flush returns, or that nobody receives, ends the operation with a std::runtime_error
 /// carrying the text; a warning that returns lets the operation go on.
+/// @{
 QUORIX_API void kdu_customize_warnings(kdu_message* theHandler);
 QUORIX_API void kdu_customize_errors(kdu_message* theHandler);
+/// @}

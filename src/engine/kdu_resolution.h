@@ -15,8 +15,10 @@ class QUORIX_API kdu_subband
 {
 public:
     kdu_subband() = default;
+    /// For the engine's own classes.
     explicit kdu_subband(j2k::Subband* theSubband) : itsSubband(theSubband) {}
 
+    /// Whether the handle names a subband. All else may be called only then.
     bool exists() const { return itsSubband != nullptr; }
 
     /// Position and extent on the subband's own grid (T.800 B-15).
@@ -34,8 +36,10 @@ class QUORIX_API kdu_resolution
 {
 public:
     kdu_resolution() = default;
+    /// For the engine's own classes.
     explicit kdu_resolution(j2k::Resolution* theResolution) : itsResolution(theResolution) {}
 
+    /// Whether the handle names a resolution. All else may be called only then.
     bool exists() const { return itsResolution != nullptr; }
 
     /// 0 for the lowest resolution, which is the LL band alone; each level above adds three subbands.

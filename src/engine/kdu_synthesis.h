@@ -22,8 +22,11 @@ class QUORIX_API kdu_synthesis
 public:
     /// theUseShorts: as for kdu_decoder.
     kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator, bool theUseShorts);
+    /// What was moved from is good for nothing but its destruction.
+    /// @{
     kdu_synthesis(kdu_synthesis&&) noexcept;
     kdu_synthesis& operator=(kdu_synthesis&&) noexcept;
+    /// @}
     ~kdu_synthesis();
 
     /// As kdu_decoder::pull, at the resolution's width.

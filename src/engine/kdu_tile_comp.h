@@ -14,8 +14,10 @@ class QUORIX_API kdu_tile_comp
 {
 public:
     kdu_tile_comp() = default;
+    /// For the engine's own classes.
     explicit kdu_tile_comp(j2k::TileComponent* theComponent) : itsComponent(theComponent) {}
 
+    /// Whether the handle names a component. All else may be called only then.
     bool exists() const { return itsComponent != nullptr; }
 
     /// Whether the 5/3 transform (true) or the 9/7 transform is used.
@@ -23,6 +25,8 @@ public:
 
     /// Bits per sample; with theInternal one more where a reversible component transform widens chrominance.
     int get_bit_depth(bool theInternal = false) const;
+
+    /// Whether samples are signed before compression.
     bool get_signed() const;
 
     /// Whether the coefficients that are really there are so small that neither the wavelet transform nor
@@ -32,9 +36,12 @@ public:
     /// Resolutions that are decoded, counted from 1.
     int get_num_resolutions() const;
 
-    /// Resolution theLevel, 0 being the lowest; without an argument the highest that is decoded.
+    /// Resolution theLevel, 0 being the lowest, which does not exist outside; without an argument the highest
+    /// that is decoded.
+    /// @{
     kdu_resolution access_resolution(int theLevel) const;
     kdu_resolution access_resolution() const;
+    /// @}
 
 private:
     j2k::TileComponent* itsComponent = nullptr;

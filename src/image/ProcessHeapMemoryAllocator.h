@@ -13,8 +13,10 @@ public:
     void* Allocate(std::uint64_t theSize) override;
     void Free(void* theBlock) override;
 
+    /// One for everybody; usable from the first static initialiser to the last static destructor of a
+    /// program.
+    /// @{
     static ProcessHeapMemoryAllocator& GetDefaultInstance() { return itsDefaultInstance; }
-
-    /// Usable from the first static initialiser to the last static destructor of a program.
     static ProcessHeapMemoryAllocator& itsDefaultInstance;
+    /// @}
 };

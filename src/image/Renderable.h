@@ -45,53 +45,113 @@ public:
     Renderable(const Renderable&) = delete;
     Renderable& operator=(const Renderable&) = delete;
 
+    /// Bits that a sample takes in the buffer, 1 to 32; less than 8: packed.
+    /// @{
     std::int16_t getBitsAllocated() const { return itsBitsAllocated; }
     void setBitsAllocated(std::int16_t theBits) { itsBitsAllocated = theBits; }
+    /// @}
+
+    /// Bits of a sample that carry its value.
+    /// @{
     std::int16_t getBitsStored() const { return itsBitsStored; }
     void setBitsStored(std::int16_t theBits) { itsBitsStored = theBits; }
+    /// @}
+
+    /// Pixels in a row.
+    /// @{
     std::int32_t getColumns() const { return itsColumns; }
     void setColumns(std::int32_t theColumns) { itsColumns = theColumns; }
+    /// @}
+
+    /// How many times larger the image is than its compressed form: calculated (see CompressionRatio), except
+    /// where the data set is marked as lossy or has the private LosslessCmpFlag. Then it is what the data set
+    /// says, or 0.
+    /// @{
     std::int32_t getCompressionRatio() const { return itsCompressionRatio; }
     void setCompressionRatio(std::int32_t theRatio) { itsCompressionRatio = theRatio; }
+    /// @}
+
+    /// Position of the highest bit stored, counted from 0.
+    /// @{
     std::int16_t getHighBit() const { return itsHighBit; }
     void setHighBit(std::int16_t theHighBit) { itsHighBit = theHighBit; }
+    /// @}
+
+    /// Whether the image has been through lossy compression: what the data set says; without one, whether the
+    /// codec may have lost something.
+    /// @{
     bool isLossyImageCompression() const { return itsLossyImageCompression; }
     void setLossyImageCompression(bool theFlag) { itsLossyImageCompression = theFlag; }
+    /// @}
+
+    /// What the samples mean.
+    /// @{
     PhotometricInterpretation getPhotometricInterpretation() const { return itsPhotometricInterpretation; }
     void setPhotometricInterpretation(PhotometricInterpretation theValue)
     {
         itsPhotometricInterpretation = theValue;
     }
+    /// @}
+
+    /// Shape of a pixel. Decompressors set 1 : 1 whatever the data set says.
+    /// @{
     std::int32_t getPixelAspectRatioHorizontal() const { return itsPixelAspectRatioHorizontal; }
     void setPixelAspectRatioHorizontal(std::int32_t theValue) { itsPixelAspectRatioHorizontal = theValue; }
     std::int32_t getPixelAspectRatioVertical() const { return itsPixelAspectRatioVertical; }
     void setPixelAspectRatioVertical(std::int32_t theValue) { itsPixelAspectRatioVertical = theValue; }
+    /// @}
+
     /// Byte order of samples wider than 8 bits.
+    /// @{
     bool isPixelDataLittleEndian() const { return itsPixelDataLittleEndian; }
     void setPixelDataLittleEndian(bool theFlag) { itsPixelDataLittleEndian = theFlag; }
+    /// @}
+
     /// True: colour-by-plane; false: colour-by-pixel.
+    /// @{
     bool isPlanarConfiguration() const { return itsPlanarConfiguration; }
     void setPlanarConfiguration(bool theFlag) { itsPlanarConfiguration = theFlag; }
+    /// @}
+
+    /// Rows of pixels.
+    /// @{
     std::int32_t getRows() const { return itsRows; }
     void setRows(std::int32_t theRows) { itsRows = theRows; }
+    /// @}
+
+    /// 1 for grey and for palette indices, 3 for colour.
+    /// @{
     std::int32_t getSamplesPerPixel() const { return itsSamplesPerPixel; }
     void setSamplesPerPixel(std::int32_t theSamples) { itsSamplesPerPixel = theSamples; }
+    /// @}
+
     /// Resolution reduction applied while decoding; 1 is full resolution, 3 a quarter of it.
+    /// @{
     std::int16_t getScaleFactor() const { return itsScaleFactor; }
     void setScaleFactor(std::int16_t theScaleFactor) { itsScaleFactor = theScaleFactor; }
+    /// @}
+
     /// Samples are two's complement.
+    /// @{
     bool isSigned() const { return itsSigned; }
     void setSigned(bool theFlag) { itsSigned = theFlag; }
+    /// @}
 
+    /// Where the buffer comes from and goes back to.
     MemoryAllocater& getMemoryAllocator() const { return itsMemoryAllocator; }
 
-    /// The buffer; ownership stays here.
+    /// The buffer, or null; ownership stays here.
     void* getPixelData() const { return itsPixelData; }
+
+    /// Bytes of the buffer.
     std::uint64_t getPixelDataSize() const { return itsPixelDataSize; }
+
+    /// Whether there is a buffer.
     bool isPixelDataAllocated() const { return itsPixelData != nullptr; }
 
-    // How long each stage of loading took, in the unit its producer states: milliseconds throughout this
-    // library. The double "mm" is the exported name.
+    /// How long each stage of loading took, in the unit its producer states: milliseconds throughout this
+    /// library. The double "mm" is the exported name.
+    /// @{
     double getTotalTimeTakenToLoad() const { return itsTotalTimeTakenToLoad; }
     void setTotalTimeTakenToLoad(double theTime) { itsTotalTimeTakenToLoad = theTime; }
     double getTimeTakenToOpenStream() const { return itsTimeTakenToOpenStream; }
@@ -102,6 +162,7 @@ public:
     void setTimeTakenToAllocateMemmory(double theTime) { itsTimeTakenToAllocateMemory = theTime; }
     double getTimeTakenToLoadPixelData() const { return itsTimeTakenToLoadPixelData; }
     void setTimeTakenToLoadPixelData(double theTime) { itsTimeTakenToLoadPixelData = theTime; }
+    /// @}
 
     /// Exact, case-sensitive match of a defined term; INVALID for anything else.
     static PhotometricInterpretation photometricInterpretationFromString(const RWCString& theString);
@@ -110,18 +171,24 @@ public:
     static RWCString photometricInterpretationTypeToString(PhotometricInterpretation theValue);
 
     /// Bytes that one image needs. The pixel count is taken in 32 bits, so sizes that do not fit come
-    /// out wrapped; callers compare the result with what they are about to write.
+    /// out wrapped; callers compare the result with what they are about to write. A string is taken as
+    /// photometricInterpretationFromString takes it.
+    /// @{
     static std::uint64_t calculateRequiredBufferSize(int theRows, int theColumns, int theBitsAllocated,
                                                      int theSamplesPerPixel,
                                                      PhotometricInterpretation theValue);
     static std::uint64_t calculateRequiredBufferSize(int theRows, int theColumns, int theBitsAllocated,
                                                      int theSamplesPerPixel, const RWCString& theValue);
+    /// @}
 
     /// Largest single transfer of the cache file, in bytes; 16384 unless set. Process-wide, meant to be
     /// set once at start-up. A value below 1 is stored as it is, and 16384 used.
+    /// @{
     static std::int32_t getIOBufferSize();
     static void setIOBufferSize(int theSize);
+    /// @}
 
+    /// calculateRequiredBufferSize for the geometry of this image.
     std::uint64_t getRequiredPixelDataBufferSize() const;
 
     /// Takes a buffer of the required size from the allocator. Throws DLRuntimeException when there is a
@@ -138,8 +205,9 @@ public:
     /// Frees the present buffer and takes over theBuffer, which must come from getMemoryAllocator().
     void setPixelData(void* theBuffer, std::uint64_t theSize);
 
-    /// Changes the recorded byte order of samples wider than 8 bits; see the comment in the body for what
-    /// deliberately happens to the bytes of 16-bit samples.
+    /// Changes the recorded byte order of samples wider than 8 bits. Deliberately no exchange of bytes goes
+    /// with it: of 16-bit samples the first byte is copied over the second, one pair beyond the samples
+    /// included where the buffer has it; callers rely on exactly these bytes.
     void swapDataEndian();
 
     /// Writes the bare pixel bytes to a file. Nothing is reported: a file that cannot be opened is not
@@ -155,6 +223,7 @@ public:
     void saveToFile(const char* theName) const;
     /// The same while holding the write lock.
     void saveToFileLocked(const char* theName) const;
+    /// saveToFileLocked where theLock is true, else the form without a lock.
     void saveToFile(const char* theName, bool theLock) const;
 
     /// Reads a cache file of any scale factor into an image that holds no buffer. True after a complete

@@ -23,6 +23,8 @@ public:
 
     /// Forgets the source; it is not closed.
     void close();
+
+    /// Whether a source is open.
     bool exists() const { return itsSource != nullptr; }
 
     /// Reads exactly theCount bytes, fewer only at the end of the source.

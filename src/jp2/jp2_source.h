@@ -11,7 +11,7 @@ class jp2_family_src;
 /// Where in a file a box begins. Sequential files know the first box only.
 struct jp2_locator
 {
-    std::uint64_t itsFilePosition = 0;
+    std::uint64_t itsFilePosition = 0; ///< bytes from the start of the file
 };
 
 /// The codestream of a JP2 file (ISO/IEC 15444-1 Annex I): reads signature, file type and header boxes up to
@@ -34,16 +34,19 @@ public:
 
     /// Forgets the file.
     void close();
+
+    /// Whether a file is open.
     bool exists() const { return itsFile != nullptr; }
 
-    // After read_header.
-    /// Bytes of the codestream box's contents, or theUnknownLength.
+    /// After read_header: bytes of the codestream box's contents, or theUnknownLength.
     std::uint64_t get_codestream_length() const { return itsCodestreamLength; }
 
-    /// What the image header box says, right or wrong; the codestream decides.
+    /// After read_header: what the image header box says, right or wrong; the codestream decides.
+    /// @{
     std::uint32_t get_width() const { return itsWidth; }
     std::uint32_t get_height() const { return itsHeight; }
     int get_num_components() const { return itsComponents; }
+    /// @}
 
 private:
     class HeaderReader;

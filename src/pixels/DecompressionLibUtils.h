@@ -23,11 +23,13 @@ class QUORIX_API DecompressionLibUtils
 public:
     DecompressionLibUtils() = delete;
 
-    // Colour conversion, in place, to what viewers accept: interleaved 8-bit RGB. Formulas: PS3.3
-    // C.7.6.3.1.2, in single precision, truncated toward zero and clamped. Signed samples are converted
-    // as if the lowest value were 0, and stay signed. Samples of 16 bits are read in the byte order that
-    // the Renderable states. A Renderable that does not meet a conversion's conditions, or for which
-    // there is no memory, is left as it was; the palette conversion has its own rule.
+    /// @name Colour conversion
+    /// In place, to what viewers accept: interleaved 8-bit RGB. Formulas: PS3.3 C.7.6.3.1.2, in single
+    /// precision, truncated toward zero and clamped. Signed samples are converted as if the lowest value
+    /// were 0, and stay signed. Samples of 16 bits are read in the byte order that the Renderable states. A
+    /// Renderable that does not meet a conversion's conditions, or for which there is no memory, is left as
+    /// it was; the palette conversion has its own rule.
+    /// @{
 
     /// Brings theRenderable to interleaved 8-bit RGB, or leaves it alone when it is greyscale or already
     /// that. The conversion takes its buffer from the Renderable's allocator. Throws for interpretations
@@ -43,10 +45,12 @@ public:
     /// RGB of 16 bits (the high byte is kept) or in planes.
     static void ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
 
+    /// YBR_FULL of 8 or 16 bits, by pixel or in planes.
     static void ConvertYBR_FULLRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
     /// The same, with the output as wide as the input; 16-bit results are in this machine's byte order.
     static void ConvertYBR_FULLRenderableToNonPlanarRGB(Renderable& theRenderable);
 
+    /// YBR_FULL_422 of 8 or 16 bits: two pixels in four samples, Y1 Y2 Cb Cr.
     static void ConvertYBR_FULL_422RenderableTo8BitRGB(Renderable& theRenderable);
     /// The same, with the output as wide as the input.
     static void ConvertYBR_FULL_422RenderableToRGB(Renderable& theRenderable);
@@ -56,7 +60,10 @@ public:
     static void Planar2RGB(void** thePlanes, void* theOutput, std::uint64_t thePixelCount,
                            int theBytesPerSample);
 
-    // Pixel statistics of greyscale images. They read no further than the buffer reaches.
+    /// @}
+    /// @name Pixel statistics
+    /// Of greyscale images. They read no further than the buffer reaches.
+    /// @{
 
     /// Value range, sign-extended into the unsigned outputs. Samples equal to thePaddingValue are left
     /// out unless it is 0. theRemoveBurnIns: go on with AdjustMinMaxToRemoveBurnIns.
@@ -73,21 +80,24 @@ public:
     /// array belongs to the caller (delete[]). Null for images of several samples per pixel.
     static std::uint32_t* CalculateHistogram(Renderable& theRenderable);
 
-    // Byte operations.
+    /// @}
 
     /// Stores the first byte of each pair into the second. Deliberately no exchange, and deliberately one
     /// pair more than rows × columns: theData must have two bytes of slack behind its samples.
     static void SwapBytes(void* theData, int theRows, int theColumns);
 
-    /// Adds an offset to every 16-bit or every 8-bit sample, wrapping.
+    /// Adds an offset to every 16-bit (in this machine's byte order) or every 8-bit sample, wrapping.
+    /// @{
     static void ApplyOffset(void* theData, std::uint64_t theSizeInBytes, std::int16_t theOffset);
     static void ApplyOffset(void* theData, std::uint64_t theSizeInBytes, std::int8_t theOffset);
+    /// @}
 
     /// printf-style formatting, cut at 1024 characters.
     static void ErrMessage(RWCString& theOutput, const char* theFormat, ...)
         __attribute__((format(printf, 2, 3)));
 
-    // Data-set fix-up (dicomfix/).
+    /// @name Data-set fix-up
+    /// @{
 
     /// Makes theDataSet describe the decoded pixels of theRenderable and, for lossy input, record its
     /// history. thePixelVR (may be null) receives type code OB or OW, and the pixels its byte order.
@@ -104,4 +114,6 @@ public:
 
     /// Writes the private mark that says that this library made the pixels.
     static void MarkReconstituted(DICOMDataObject* theDataSet);
+
+    /// @}
 };

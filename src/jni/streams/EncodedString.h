@@ -11,8 +11,8 @@
 class QUORIX_API EncodedString
 {
 public:
-    static constexpr int CODE_PAGE_ISO_8859_1 = 28591;
-    static constexpr int CODE_PAGE_UTF_8 = 65001;
+    static constexpr int CODE_PAGE_ISO_8859_1 = 28591; ///< one byte a character
+    static constexpr int CODE_PAGE_UTF_8 = 65001;      ///< true UTF-8, not the modified form of JNI
 
     /// theString may be null. theCodePage: one of the two above. What the code page cannot express (for
     /// UTF-8, half a surrogate pair) becomes '?'.

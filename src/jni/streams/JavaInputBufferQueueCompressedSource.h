@@ -31,6 +31,7 @@ public:
     /// Waits for the queue until theCount bytes are there or the data ends. -1 when closed.
     int read(kdu_byte* theBuffer, int theCount) override;
 
+    /// Bytes that read() has delivered.
     std::uint64_t getTotalBytesRead() const { return itsTotalBytesRead; }
 
     /// The first Java exception that was no interruption, as a local reference that is the caller's from

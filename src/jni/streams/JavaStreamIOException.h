@@ -25,6 +25,7 @@ public:
     /// The base class's text and, where the environment is known, a line feed and the throwable's.
     RWCString ToString() const override;
 
+    /// The Java exception, or null.
     jthrowable GetThrowable() const { return itsThrowable; }
 
 private:

@@ -15,6 +15,7 @@ public:
     std::unique_ptr<ExceptionBase> Clone() const override;
     RWCString ClassName() const override;
 
+    /// Bytes that were asked for.
     std::uint64_t GetSize() const { return itsSize; }
 
 private:

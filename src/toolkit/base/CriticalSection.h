@@ -9,7 +9,10 @@
 class QUORIX_API CriticalSection
 {
 public:
+    /// Waits until no other thread is inside.
     void Enter() { itsMutex.lock(); }
+
+    /// To be called once for every Enter, by the same thread.
     void Leave() { itsMutex.unlock(); }
 
 private:
@@ -20,6 +23,7 @@ private:
 class CriticalSectionWhileInScope
 {
 public:
+    /// Enters theSection, which is borrowed.
     explicit CriticalSectionWhileInScope(CriticalSection& theSection) : itsSection(theSection)
     {
         itsSection.Enter();

@@ -14,7 +14,10 @@ public:
     std::unique_ptr<ExceptionBase> Clone() const override;
     RWCString ClassName() const override;
 
+    /// The code that the result of a request takes over where this exception ends it.
     DLResultCode GetResultCode() const { return itsResultCode; }
+
+    /// An errno value, or 0.
     int GetSystemErrorCode() const { return itsSystemErrorCode; }
 
 private:

@@ -8,6 +8,7 @@
 class DLEndian
 {
 public:
+    /// The order of the bytes of a word.
     enum Endian : std::int32_t
     {
         BIG_ENDIAN_ORDER = 0,

@@ -13,6 +13,7 @@ public:
     std::unique_ptr<ExceptionBase> Clone() const override;
     RWCString ClassName() const override;
 
+    /// As the constructor was told.
     int GetReason() const { return itsReason; }
 
 private:

@@ -15,9 +15,14 @@
 class QUORIX_API ExceptionBase : public std::exception
 {
 public:
+    /// theMessage: what failed and why, for logs.
     explicit ExceptionBase(RWCString theMessage);
+
+    /// Copies have a copy of the cause.
+    /// @{
     ExceptionBase(const ExceptionBase& theOther);
     ExceptionBase& operator=(const ExceptionBase& theOther);
+    /// @}
     ~ExceptionBase() override;
 
     /// A heap copy with the dynamic type kept.
@@ -29,8 +34,11 @@ public:
     /// ClassName(), ": " and the message.
     virtual RWCString ToString() const;
 
+    /// The bare message.
+    /// @{
     const RWCString& GetMessageText() const { return itsMessage; }
     const char* what() const noexcept override { return itsMessage.c_str(); }
+    /// @}
 
     /// Attaches a copy of the exception that led to this one.
     void SetException(const ExceptionBase& theCause);

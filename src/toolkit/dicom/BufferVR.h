@@ -17,6 +17,7 @@ public:
 
     std::uint64_t GetLength() const override { return itsSize; }
     const void* GetData() const override { return itsData; }
+    /// The block itself, to be written to.
     void* GetData() { return itsData; }
 
     /// From now on the block belongs to this object and is freed through theAllocator, which must

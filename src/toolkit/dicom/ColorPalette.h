@@ -31,6 +31,7 @@ public:
     /// ignored. The first mapped value is signed when Pixel Representation is 1.
     void Init(const DICOMDataObject& theDataSet);
 
+    /// Whether Init has found a palette that makes sense.
     bool IsValid() const { return itsValid; }
 
     /// Entries of 8 bits are held in 16-bit words.
@@ -38,8 +39,10 @@ public:
 
     /// The entry of a stored pixel value. Values below the first mapped one give the first entry, values
     /// past the end the last. 0 for a palette that is not valid.
+    /// @{
     std::uint16_t MapUnsignedPixel(std::uint16_t thePixel) const { return Map(thePixel); }
     std::uint16_t MapSignedPixel(std::int16_t thePixel) const { return Map(thePixel); }
+    /// @}
 
 private:
     std::uint16_t Map(std::int32_t thePixel) const

@@ -14,12 +14,18 @@ public:
     ~DICOMDataObject() override;
 
     /// The palettes held in memory, or null. Borrowed.
+    /// @{
     const ColorPalette* GetRedColorPalette() const { return itsRedPalette.get(); }
     const ColorPalette* GetGreenColorPalette() const { return itsGreenPalette.get(); }
     const ColorPalette* GetBlueColorPalette() const { return itsBluePalette.get(); }
+    /// @}
+
+    /// Replace a palette; null for none. The attributes of the data set are left alone.
+    /// @{
     void SetRedColorPalette(std::unique_ptr<ColorPalette> thePalette);
     void SetGreenColorPalette(std::unique_ptr<ColorPalette> thePalette);
     void SetBlueColorPalette(std::unique_ptr<ColorPalette> thePalette);
+    /// @}
 
     /// The last value of Lossy Image Compression Ratio (0028,2112), rounded to nearest; 0 when absent,
     /// unreadable or outside 0 … 2^31 − 1. The transfer syntax (null allowed) and the other arguments

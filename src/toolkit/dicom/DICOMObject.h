@@ -22,15 +22,19 @@
 class QUORIX_API DICOMObject
 {
 public:
+    /// An empty set. theEndian: see GetEndian.
     explicit DICOMObject(DLEndian::Endian theEndian = DLEndian::LITTLE_ENDIAN_ORDER);
     virtual ~DICOMObject();
     DICOMObject(const DICOMObject&) = delete;
     DICOMObject& operator=(const DICOMObject&) = delete;
 
-    /// Byte order of the transfer syntax that the set was read from.
+    /// Byte order of the transfer syntax that the set was read from. Setting it converts nothing.
+    /// @{
     DLEndian::Endian GetEndian() const { return itsEndian; }
     void SetEndian(DLEndian::Endian theEndian) { itsEndian = theEndian; }
+    /// @}
 
+    /// The private elements that can be addressed by name.
     const DataDictionary& GetDataDictionary() const { return DataDictionary::GetDefaultInstance(); }
 
     /// The value as text, all values of a multi-valued element with their backslashes. False (theValue
@@ -39,13 +43,18 @@ public:
 
     /// The first value as a number. False (theValue unchanged) when absent, empty, out of the type's range
     /// or no number.
+    /// @{
     bool GetInteger(DICOMTag theTag, std::int32_t& theValue) const;
     bool GetUnsignedShort(DICOMTag theTag, std::uint16_t& theValue) const;
+    /// @}
 
     /// The value's bytes as they would stand in a little-endian file. False when absent or a sequence.
     bool GetBytes(DICOMTag theTag, std::vector<std::uint8_t>& theValue) const;
 
+    /// Whether there is such an element, also an empty one.
     bool Contains(DICOMTag theTag) const;
+
+    /// Whether there is such an element, and it is a sequence, also one without items.
     bool IsSequence(DICOMTag theTag) const;
 
     /// All tags of the set, in ascending order; (7FE0,0010) is among them when pixel data is held.
@@ -62,8 +71,10 @@ public:
     std::unique_ptr<VR> RemoveVR(DICOMTag theTag);
 
     /// The pixel data held apart, or null. Borrowed.
+    /// @{
     VR* GetPixelData() { return itsPixelData.get(); }
     const VR* GetPixelData() const { return itsPixelData.get(); }
+    /// @}
 
     /// Number of items of a sequence; 0 when it is absent or no sequence.
     std::size_t GetSequenceItemCount(DICOMTag theTag) const;
@@ -78,18 +89,23 @@ public:
     /// Whether a creator element of this name reserves a block in any private group.
     bool ContainsPrivateCreator(const RWCString& theCreator) const;
 
-    /// Private elements by creator and name (see DataDictionary), wherever the set reserves the block.
+    /// Private elements by creator and name (see DataDictionary), wherever the set reserves the block. False
+    /// and null as for public elements, and for a name that the dictionary does not know.
+    /// @{
     bool GetPrivateString(const RWCString& theCreator, const RWCString& theName, RWCString& theValue) const;
     bool GetPrivateInteger(const RWCString& theCreator, const RWCString& theName,
                            std::int32_t& theValue) const;
     std::unique_ptr<VR> RemovePrivateVR(const RWCString& theCreator, const RWCString& theName);
+    /// @}
 
     /// Puts in the creator element (1021,0016) unless the set already reserves a block for theCreator.
     void ReservePrivateBlock(const RWCString& theCreator);
 
     /// Values that travel with the data set but are no part of what is written. False when absent.
+    /// @{
     bool GetScratchpadValue(const RWCString& theName, RWCString& theValue) const;
     void SetScratchpadValue(const RWCString& theName, const RWCString& theValue);
+    /// @}
 
     /// Loads a file into this set, adding to and replacing what it holds: a Part 10 file or a bare data
     /// set. Elements at and after theStopTag are not read. Without a stop tag native Pixel Data is loaded

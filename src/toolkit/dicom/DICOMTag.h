@@ -1,27 +1,37 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// Data element tags.
+
 #include <compare>
 #include <cstdint>
 
 /// A data element tag (PS3.5 7.1.1).
 struct DICOMTag
 {
-    std::uint16_t itsGroup = 0;
-    std::uint16_t itsElement = 0;
+    std::uint16_t itsGroup = 0;   ///< group number
+    std::uint16_t itsElement = 0; ///< element number inside the group
 
+    /// In the order of a data set.
     friend constexpr auto operator<=>(const DICOMTag&, const DICOMTag&) = default;
 };
 
 /// The tags that this library reads or writes, named by their PS3.6 keywords.
 namespace DICOMTags
 {
+/// What the image is, and what it was derived from.
+/// @{
 inline constexpr DICOMTag TransferSyntaxUID{0x0002, 0x0010};
 inline constexpr DICOMTag ImageType{0x0008, 0x0008};
 inline constexpr DICOMTag SOPClassUID{0x0008, 0x0016};
 inline constexpr DICOMTag SOPInstanceUID{0x0008, 0x0018};
 inline constexpr DICOMTag DerivationDescription{0x0008, 0x2111};
 inline constexpr DICOMTag SourceImageSequence{0x0008, 0x2112};
+/// @}
+
+/// How pixels are laid out (PS3.3 C.7.6.3).
+/// @{
 inline constexpr DICOMTag SamplesPerPixel{0x0028, 0x0002};
 inline constexpr DICOMTag PhotometricInterpretation{0x0028, 0x0004};
 inline constexpr DICOMTag PlanarConfiguration{0x0028, 0x0006};
@@ -32,12 +42,20 @@ inline constexpr DICOMTag BitsAllocated{0x0028, 0x0100};
 inline constexpr DICOMTag BitsStored{0x0028, 0x0101};
 inline constexpr DICOMTag HighBit{0x0028, 0x0102};
 inline constexpr DICOMTag PixelRepresentation{0x0028, 0x0103};
+/// @}
+
+/// Ranges of pixel values, which lossy compression makes untrue.
+/// @{
 inline constexpr DICOMTag SmallestImagePixelValue{0x0028, 0x0106};
 inline constexpr DICOMTag LargestImagePixelValue{0x0028, 0x0107};
 inline constexpr DICOMTag SmallestPixelValueInSeries{0x0028, 0x0108};
 inline constexpr DICOMTag LargestPixelValueInSeries{0x0028, 0x0109};
 inline constexpr DICOMTag SmallestImagePixelValueInPlane{0x0028, 0x0110};
 inline constexpr DICOMTag LargestImagePixelValueInPlane{0x0028, 0x0111};
+/// @}
+
+/// Palettes (PS3.3 C.7.6.3.1.5 and .6, C.7.9.2). The retired "large" ones are removed, never read.
+/// @{
 inline constexpr DICOMTag RedPaletteColorLookupTableDescriptor{0x0028, 0x1101};
 inline constexpr DICOMTag GreenPaletteColorLookupTableDescriptor{0x0028, 0x1102};
 inline constexpr DICOMTag BluePaletteColorLookupTableDescriptor{0x0028, 0x1103};
@@ -55,12 +73,21 @@ inline constexpr DICOMTag LargePaletteColorLookupTableUID{0x0028, 0x1214};
 inline constexpr DICOMTag SegmentedRedPaletteColorLookupTableData{0x0028, 0x1221};
 inline constexpr DICOMTag SegmentedGreenPaletteColorLookupTableData{0x0028, 0x1222};
 inline constexpr DICOMTag SegmentedBluePaletteColorLookupTableData{0x0028, 0x1223};
+/// @}
+
+/// The history of lossy compression (PS3.3 C.7.6.1.1.5).
+/// @{
 inline constexpr DICOMTag LossyImageCompression{0x0028, 0x2110};
 inline constexpr DICOMTag LossyImageCompressionRatio{0x0028, 0x2112};
 inline constexpr DICOMTag LossyImageCompressionMethod{0x0028, 0x2114};
+/// @}
+
+/// The pixels, and where their frames begin (PS3.5 Annex A.4).
+/// @{
 inline constexpr DICOMTag ExtendedOffsetTable{0x7fe0, 0x0001};
 inline constexpr DICOMTag ExtendedOffsetTableLengths{0x7fe0, 0x0002};
 inline constexpr DICOMTag PixelData{0x7fe0, 0x0010};
+/// @}
 
 /// Greater than every real tag: "stop nowhere".
 inline constexpr DICOMTag None{0xffff, 0xffff};

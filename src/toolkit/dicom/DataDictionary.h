@@ -14,12 +14,14 @@
 class QUORIX_API DataDictionary
 {
 public:
+    /// Where a private element stands and what it holds.
     struct PrivateElement
     {
-        std::uint8_t itsElement; ///< low byte of the element number inside the reserved block
-        std::uint16_t itsTypeCode;
+        std::uint8_t itsElement;   ///< low byte of the element number inside the reserved block
+        std::uint16_t itsTypeCode; ///< see VR::MakeTypeCode
     };
 
+    /// The one instance.
     static const DataDictionary& GetDefaultInstance();
 
     /// Null for a creator or name that is not known.

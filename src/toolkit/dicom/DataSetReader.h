@@ -18,6 +18,8 @@
 class QUORIX_API DataSetReader
 {
 public:
+    /// What TransferSyntaxType::CreateDataSetReader makes. Throws StreamIOException (code 38) where theStream
+    /// is not open.
     DataSetReader(Part10InputStream& theStream, const TransferSyntaxType& theType,
                   MemoryAllocater& thePixelAllocator);
     ~DataSetReader();

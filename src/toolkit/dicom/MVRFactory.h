@@ -14,6 +14,8 @@
 class QUORIX_API MVRFactory
 {
 public:
+    /// theDictionary tells where private elements stand. theEndian: the byte order that elements are said to
+    /// have, that of their data set as a rule. theAllocator: where Pixel Data of CreateBytes gets its memory.
     MVRFactory(const DataDictionary& theDictionary, DLEndian::Endian theEndian,
                MemoryAllocater& theAllocator);
 
@@ -25,6 +27,7 @@ public:
     std::unique_ptr<VR> CreateString(DICOMTag theTag, std::uint16_t theTypeCode,
                                      const RWCString& theValue) const;
 
+    /// An element of value representation US, whatever the dictionary has for theTag.
     std::unique_ptr<VR> CreateUnsignedShort(DICOMTag theTag, std::uint16_t theValue) const;
 
     /// Several unsigned shorts, as lookup table descriptors have.
@@ -35,6 +38,7 @@ public:
     std::unique_ptr<VR> CreateBytes(DICOMTag theTag, std::uint16_t theTypeCode,
                                     const std::vector<std::uint8_t>& theValue) const;
 
+    /// An element of value representation UI. The text is taken as it is.
     std::unique_ptr<VR> CreateUID(DICOMTag theTag, const RWCString& theValue) const;
 
     /// A sequence without items.
@@ -42,10 +46,12 @@ public:
 
     /// A private element of theTarget by creator and name; theTarget reserves the block when it has
     /// none. Null for a name the dictionary does not know.
+    /// @{
     std::unique_ptr<VR> CreatePrivateUnsignedShort(DICOMObject& theTarget, const RWCString& theCreator,
                                                    const RWCString& theName, std::uint16_t theValue) const;
     std::unique_ptr<VR> CreatePrivateString(DICOMObject& theTarget, const RWCString& theCreator,
                                             const RWCString& theName, const RWCString& theValue) const;
+    /// @}
 
     /// Pixel Data over a buffer that is borrowed, not copied (see BufferVR). theEndian: the byte order
     /// the words really have.

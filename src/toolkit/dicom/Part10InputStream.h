@@ -28,6 +28,7 @@ protected:
     Part10InputStream();
 
     friend class DataSetReader;
-    struct State; // the parser's state; keeps DCMTK out of this header
+    struct State;
+    /// The parser's state, which keeps DCMTK out of this header.
     std::unique_ptr<State> itsState;
 };

@@ -31,8 +31,12 @@ public:
 
     /// The Basic Offset Table; empty when the item was empty, cut short or held no whole entries.
     const std::vector<std::uint32_t>& GetBasicOffsetTable();
+
+    /// What the constructor was given; neither has been held against the other or against the stream.
+    /// @{
     const std::vector<std::uint64_t>& GetExtendedOffsetTable() const { return itsExtendedOffsets; }
     const std::vector<std::uint64_t>& GetExtendedOffsetTableLengths() const { return itsExtendedLengths; }
+    /// @}
 
     /// Goes to the next fragment, past whatever was left of the current one. False after the last: at
     /// the sequence delimiter, at the end of the stream, or where no item tag stands.
@@ -41,12 +45,16 @@ public:
     /// Length of the current fragment in bytes, and what is left of it to read. As its item says, or what
     /// the stream still holds where that is known to be less; 0xFFFFFFFF stands for the rest of the
     /// stream.
+    /// @{
     std::uint32_t GetFragmentLength() const { return itsFragmentLength; }
     std::uint32_t GetFragmentRemaining() const { return itsFragmentRemaining; }
+    /// @}
 
     /// Offset of the current fragment's item tag, and of the first byte after the fragment.
+    /// @{
     std::uint64_t GetFragmentOffset() const { return itsFragmentOffset; }
     std::uint64_t GetNextOffset() const { return itsNextOffset; }
+    /// @}
 
     /// Whether the fragments ended with the stream, that is with no sequence delimiter: a file cut short.
     bool HasReachedStreamEnd() const { return itsStreamEnded; }

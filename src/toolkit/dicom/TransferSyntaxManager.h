@@ -10,6 +10,7 @@
 class QUORIX_API TransferSyntaxManager
 {
 public:
+    /// The one instance.
     static const TransferSyntaxManager& GetDefaultInstance();
 
     /// Null for a UID that is not known. The comparison is exact.

@@ -28,13 +28,23 @@ public:
     static const RWCString TSJPEG2KUID;               ///< 1.2.840.10008.1.2.4.91
     static const RWCString TSRLEUID;                  ///< 1.2.840.10008.1.2.5
 
+    /// For TransferSyntaxManager; what the arguments mean the accessors tell.
     TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool theExplicitVR, bool theEncapsulated,
                        bool theDeflated);
 
+    /// Without the padding that the element may have.
     const RWCString& GetUID() const { return itsUID; }
+
+    /// Byte order of the data set and of native pixels.
     DLEndian::Endian GetEndian() const { return itsEndian; }
+
+    /// Whether elements name their value representation.
     bool IsExplicitVR() const { return itsExplicitVR; }
+
+    /// Whether pixels are compressed frames in fragments (PS3.5 Annex A.4).
     bool IsEncapsulated() const { return itsEncapsulated; }
+
+    /// Whether what follows the file meta information is deflated as a whole (RFC 1951).
     bool IsDeflated() const { return itsDeflated; }
 
     /// A reader over what follows the file meta information of theStream, which is borrowed.

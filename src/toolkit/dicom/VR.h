@@ -27,18 +27,23 @@ public:
     }
     static constexpr std::uint16_t TYPE_OB = 0x4f42; ///< 20290
     static constexpr std::uint16_t TYPE_OW = 0x4f57; ///< 20311
-    static constexpr std::uint16_t TYPE_UN = 0x554e;
-    static constexpr std::uint16_t TYPE_SQ = 0x5351;
+    static constexpr std::uint16_t TYPE_UN = 0x554e; ///< 21838
+    static constexpr std::uint16_t TYPE_SQ = 0x5351; ///< 21329
 
+    /// theTypeCode as MakeTypeCode gives it. theEndian: byte order of the value's words.
     VR(DICOMTag theTag, std::uint16_t theTypeCode, DLEndian::Endian theEndian);
     virtual ~VR();
     VR(const VR&) = delete;
     VR& operator=(const VR&) = delete;
 
+    /// Where the element stands in a data set.
     DICOMTag GetTag() const { return itsTag; }
 
+    /// The value representation, see MakeTypeCode. Setting it leaves the value's bytes alone.
+    /// @{
     std::uint16_t GetTypeCode() const { return itsTypeCode; }
     void SetTypeCode(std::uint16_t theTypeCode) { itsTypeCode = theTypeCode; }
+    /// @}
 
     /// Byte order of the value's words.
     DLEndian::Endian GetEndian() const { return itsEndian; }

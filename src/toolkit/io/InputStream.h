@@ -40,19 +40,28 @@ public:
     /// Bytes that Pushback takes at most; 0 when it is not supported.
     virtual std::size_t GetPushbackLimit() const;
 
-    /// Size of the reads that suit this stream best.
+    /// Size of the reads that suit this stream best; 4096 unless set.
+    /// @{
     virtual std::size_t GetPreferredInputBlockSize() const;
     virtual void SetPreferredInputBlockSize(std::size_t theSize);
+    /// @}
 
+    /// Gives up what the stream reads from; nothing is to be read afterwards. The default does nothing.
     virtual void Close();
 
     /// Whether another Read would deliver something, as far as is known without reading.
     virtual bool HasMoreData() const;
+
+    /// The opposite of HasMoreData.
     bool IsEmpty() const { return !HasMoreData(); }
 
     /// Bytes that can be read without waiting, as far as is known; 0 when unknown.
     virtual std::size_t GetBytesAvailable() const;
+
+    /// Whether bytes come out of a buffer of the stream's own. The default says no.
     virtual bool IsStreamBuffered() const;
+
+    /// Does nothing, unless a derived class has something to pass on.
     virtual void Flush();
 
     /// Reads until theLength bytes have arrived or the stream ends; returns the bytes delivered.
@@ -62,8 +71,11 @@ public:
     std::size_t SkipFully(std::size_t theLength);
 
 protected:
+    /// For derived classes that can be copied.
+    /// @{
     InputStream(const InputStream&) = default;
     InputStream& operator=(const InputStream&) = default;
+    /// @}
 
 private:
     std::size_t itsPreferredInputBlockSize = 4096;

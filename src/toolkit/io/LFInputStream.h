@@ -18,9 +18,12 @@ public:
     LFInputStream(const char* theName, int theMode, int theProtection, std::size_t theBufferSize);
     ~LFInputStream() override;
 
+    /// Whether the file was opened, and has not been closed.
     bool IsOpen() const { return itsFile.fd() >= 0; }
 
+    /// LFStream::Lock of this file: not 0 on success.
     int Lock(double theWaitTime, LFStream::LockMode theMode) { return itsFile.Lock(theWaitTime, theMode); }
+    /// Gives the lock up before the stream ends.
     void Unlock() { itsFile.Unlock(); }
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;

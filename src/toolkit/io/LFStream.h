@@ -24,17 +24,20 @@ public:
     /// Sharing between openers; deny-none is the only one, and what POSIX does anyway.
     static constexpr int SHARE_DENY_NONE = 64;
 
+    /// What a lock keeps others from: writing, or writing and reading.
     enum LockMode
     {
         LOCK_FOR_READING = 0, ///< shared
         LOCK_FOR_WRITING = 1  ///< exclusive
     };
 
+    /// There is no buffer: what is written is with the operating system at once.
     enum Buffering
     {
         UNBUFFERED
     };
 
+    /// A stream without a file.
     explicit LFStream(Buffering theBuffering);
     ~LFStream();
     LFStream(const LFStream&) = delete;
@@ -53,10 +56,12 @@ public:
     /// The descriptor, or -1. Owned by this object.
     int fd() const { return itsDescriptor; }
 
-    /// Reads or writes at the current position, as ::read and ::write do but never interrupted by a
+    /// Reads or writes at the current position, as read(2) and write(2) do but never interrupted by a
     /// signal: the count, or -1 with errno set.
+    /// @{
     long long Read(void* theBuffer, unsigned long long theCount);
     long long Write(const void* theBuffer, unsigned long long theCount);
+    /// @}
 
     /// Goes to an absolute position; false with errno set on failure.
     bool Seek(long long thePosition);
@@ -69,8 +74,10 @@ public:
     bool close();
 
     /// Seconds that the library's own lock requests wait at most; 10 unless set. Process-wide.
+    /// @{
     static double GetDefaultLockWaitTime();
     static void SetDefaultLockWaitTime(double theSeconds);
+    /// @}
 
 private:
     int itsDescriptor = -1;

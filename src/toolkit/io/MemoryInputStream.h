@@ -3,10 +3,11 @@
 
 #include "toolkit/io/InputStream.h"
 
-/// An InputStream over bytes in memory. The bytes are borrowed and must outlive the stream.
+/// An InputStream over bytes in memory.
 class QUORIX_API MemoryInputStream final : public InputStream
 {
 public:
+    /// The bytes are borrowed and must outlive the stream.
     MemoryInputStream(const void* theData, std::size_t theLength);
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
