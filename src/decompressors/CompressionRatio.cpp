@@ -13,7 +13,7 @@ std::int32_t CompressionRatio::Calculate(std::uint64_t theDecodedSize, int theSc
         return 0;
     }
     // Beyond 2^40 the ratio is at its limit whatever the sizes are, and float would overflow.
-    const float aFactor = std::ldexp(1.0F, std::clamp(theScaleFactor - 1, 0, 40));
+    const float aFactor = std::ldexp(1.0F, std::clamp(theScaleFactor, 1, 41) - 1);
     const float aRatio =
         static_cast<float>(theDecodedSize) * aFactor * aFactor / static_cast<float>(theCompressedSize) + 0.5F;
     constexpr auto theLimit = std::numeric_limits<std::int32_t>::max();

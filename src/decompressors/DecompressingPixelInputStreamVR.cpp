@@ -2,13 +2,13 @@
 #include "decompressors/DecompressingPixelInputStreamVR.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
 #include <utility>
 
 #include "decoding/CompressedCodestreamDecoder.h"
+#include "decompressors/detail/Part10ImageAttributes.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "image/Renderable.h"
 #include "toolkit/base/Limits.h"
@@ -46,11 +46,20 @@ public:
     {
     }
 
+    bool CodestreamHeaderRead(Decoder& theDecoder) override
+    {
+        // A codec that demands nothing of the buffer writes what its layout says.
+        const std::uint64_t aDemand = theDecoder.GetOutputSize();
+        itsDecodedSize = aDemand != 0 ? aDemand : theDecoder.Decoder::GetOutputSize();
+        return true;
+    }
+
 protected:
-    void* ProvideOutput(void*) override { return itsStream.ProvideFrameBuffer(); }
+    void* ProvideOutput(void*) override { return itsStream.ProvideFrameBuffer(itsDecodedSize); }
 
 private:
     DecompressingPixelInputStreamVR& itsStream;
+    std::uint64_t itsDecodedSize = 0;
 };
 
 DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject& theDataSet,
@@ -157,10 +166,7 @@ bool DecompressingPixelInputStreamVR::ReadAttributes()
     {
         aSamplesPerPixel = 1; // a palette that an earlier decode has applied
     }
-    if (itsDataSet.GetString(DICOMTags::NumberOfFrames, aValue))
-    {
-        itsNumberOfFrames = std::max(std::atoi(aValue.c_str()), 1);
-    }
+    itsNumberOfFrames = Part10ImageAttributes::ReadNumberOfFrames(itsDataSet);
     SetTypeCode(aBitsAllocated < 9 ? VR::TYPE_OB : VR::TYPE_OW);
     return SetSizes(aRows, aColumns, aBitsAllocated, aSamplesPerPixel) && anAreThere;
 }
@@ -196,22 +202,15 @@ bool DecompressingPixelInputStreamVR::SetSizes(int theRows, int theColumns, int 
 
 void DecompressingPixelInputStreamVR::DecompressFirstFrame()
 {
-    RWCString aText;
     try
     {
         DecompressNextFrame();
-        return;
-    }
-    catch (const ExceptionBase& anException)
-    {
-        aText = anException.ToString();
     }
     catch (const std::exception& anException)
     {
-        aText = anException.what();
+        itsErrorText += RWCString("Exception while decompressing first frame: ") + anException.what();
+        itsIsValid = false;
     }
-    itsErrorText += "Exception while decompressing first frame: " + aText;
-    itsIsValid = false;
 }
 
 bool DecompressingPixelInputStreamVR::DecompressNextFrame()
@@ -236,17 +235,20 @@ bool DecompressingPixelInputStreamVR::DecompressNextFrame()
 }
 
 /// The frame buffer, taken once, and not before a codestream's header has been read and found credible.
-unsigned char* DecompressingPixelInputStreamVR::ProvideFrameBuffer()
+/// theDecodedSize: bytes that the codec will write, which may be fewer than the data set promises.
+unsigned char* DecompressingPixelInputStreamVR::ProvideFrameBuffer(std::uint64_t theDecodedSize)
 {
     if (!itsFrameBuffer)
     {
         itsFrameBuffer.reset(static_cast<unsigned char*>(
             itsAllocator.Allocate(std::max<std::uint64_t>(itsCurrentFrameBufferSize, 1))));
     }
-    if (UnwrittenPixels::MayLeaveSamples(itsTransferSyntax.GetUID()))
+    // Neither the frame before nor what used to be in the memory may show through.
+    const std::uint64_t aWritten =
+        UnwrittenPixels::MayLeaveSamples(itsTransferSyntax.GetUID()) ? 0 : theDecodedSize;
+    if (aWritten < itsCurrentFrameBufferSize)
     {
-        // The frame before must not show through.
-        std::memset(itsFrameBuffer.get(), 0, ToSize(itsCurrentFrameBufferSize));
+        std::memset(itsFrameBuffer.get() + ToSize(aWritten), 0, ToSize(itsCurrentFrameBufferSize - aWritten));
     }
     return itsFrameBuffer.get();
 }

@@ -19,18 +19,20 @@ class TransferSyntaxType;
 ///
 /// Frames are decompressed one at a time, as reading gets to them, into one buffer that is taken from the
 /// allocator once; words are in the machine's byte order, samples as the data set describes them, colour by
-/// pixel. Every decode makes the data set describe the decoded pixels (see Decoder).
+/// pixel. A codestream with fewer pixels or bytes than the data set promises leaves zeros behind them. Every
+/// decode makes the data set describe the decoded pixels (see Decoder).
 ///
 /// The object is invalid when the data set lacks Rows, Columns, Bits Allocated, Bits Stored or Samples per
-/// Pixel, or when the first frame cannot be decompressed; what is wrong is told by the first Read. A later
+/// Pixel, when they cross a limit, or when the first frame cannot be decompressed; what is wrong is told by
+/// the first Read. A later
 /// frame that fails throws out of the Read that gets to it, and nothing is delivered from there on.
 ///
 /// Data set, transfer syntax and allocator are borrowed and must outlive the object. Not thread-safe.
 class QUORIX_API DecompressingPixelInputStreamVR : public PixelInputStreamVR
 {
 public:
-    /// Decompresses the first frame. theFragments stands before its first fragment and is borrowed. Throws
-    /// what the allocator throws.
+    /// Decompresses the first frame. theFragments stands before its first fragment and is borrowed. No memory
+    /// for that frame makes the object invalid, like any other failure of it.
     DecompressingPixelInputStreamVR(DICOMDataObject& theDataSet, const TransferSyntaxType& theTransferSyntax,
                                     PixelDataFragmentInputStreamVR& theFragments,
                                     MemoryAllocater& theAllocator);
@@ -48,6 +50,7 @@ public:
     /// Always throws StreamIOException (code 6).
     DecompressingPixelInputStreamVR& operator=(const DecompressingPixelInputStreamVR&);
 
+    /// Whether the attributes are there and the first frame was decompressed. Does not change afterwards.
     bool IsValid() const { return itsIsValid; }
 
     /// Counted from 0; -1 before the first frame.
@@ -96,7 +99,7 @@ private:
     bool SetSizes(int theRows, int theColumns, int theBitsAllocated, int theSamplesPerPixel);
     void DecompressFirstFrame();
     bool DecompressNextFrame();
-    unsigned char* ProvideFrameBuffer();
+    unsigned char* ProvideFrameBuffer(std::uint64_t theDecodedSize);
     void CheckPosition() const;
     void DiscardFinalFramePaddingIfNecessary();
     std::size_t Advance(unsigned char* theBuffer, std::size_t theLength, const char* theOperation);

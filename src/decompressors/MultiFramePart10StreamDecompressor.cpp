@@ -35,9 +35,7 @@ void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theReq
 void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd) const
 {
     Part10FrameLoader aLoader(theFrontEnd, theClassName);
-    // Frames without a single byte would never run out, whatever number of them the data set claims.
-    const Part10ImageAttributes& anImage = theFrontEnd.GetAttributes();
-    const int aCount = anImage.GetFrameSize(Renderable::RGB) > 0 ? std::max(anImage.itsNumberOfFrames, 1) : 1;
+    const int aCount = aLoader.CountFrames();
     for (int aFrameIndex = 0; aFrameIndex < aCount; ++aFrameIndex)
     {
         if (aFrameIndex < itsFirstFrame)

@@ -52,6 +52,21 @@ public:
     {
     }
 
+    /// Larger dimensions would come back from the data set, which has 16 bits for each, as smaller ones,
+    /// and the picture sheared.
+    bool CodestreamHeaderRead(Decoder& theDecoder) override
+    {
+        constexpr std::uint64_t theMost = std::numeric_limits<std::uint16_t>::max();
+        if (theDecoder.GetImageHeight() > theMost || theDecoder.GetImageWidth() > theMost)
+        {
+            throw StreamIOException(itsLoader.itsClassName + "::Decode: a data set cannot describe " +
+                                        std::to_string(theDecoder.GetImageHeight()) + " rows of " +
+                                        std::to_string(theDecoder.GetImageWidth()) + " pixels",
+                                    DLRC_DECODER_ERROR, 0);
+        }
+        return true;
+    }
+
 protected:
     void* ProvideOutput(void*) override
     {
@@ -94,6 +109,11 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
     aFrame.itsSize =
         aFrame.itsAttributes.GetFrameSize(IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
     return aFrame;
+}
+
+int Part10FrameLoader::CountFrames() const
+{
+    return IsNative() && Begin().itsSize == 0 ? 1 : itsFrontEnd.GetAttributes().itsNumberOfFrames;
 }
 
 void Part10FrameLoader::Pass(int theFrameIndex)

@@ -84,17 +84,6 @@ bool ReadPlanar(const DICOMDataObject& theDataSet, MandatoryAttributes& theReade
     }
     return aPlanar != 0;
 }
-
-std::int32_t ReadNumberOfFrames(const DICOMDataObject& theDataSet)
-{
-    RWCString aText;
-    if (!theDataSet.GetString(DICOMTags::NumberOfFrames, aText))
-    {
-        return 1;
-    }
-    constexpr long theLimit = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::strtol(aText.c_str(), nullptr, 10), 1L, theLimit));
-}
 } // namespace
 
 void Part10ImageAttributes::Read(const DICOMDataObject& theDataSet)
@@ -137,6 +126,17 @@ void Part10ImageAttributes::ReadDecoded(const DICOMDataObject& theDataSet)
     aReader.Integer(DICOMTags::HighBit, "HighBit", itsHighBit);
     aReader.Integer(DICOMTags::PixelRepresentation, "PixelRepresentation", itsPixelRepresentation);
     aReader.ThrowIfMissing();
+}
+
+std::int32_t Part10ImageAttributes::ReadNumberOfFrames(const DICOMDataObject& theDataSet)
+{
+    RWCString aText;
+    if (!theDataSet.GetString(DICOMTags::NumberOfFrames, aText))
+    {
+        return 1;
+    }
+    constexpr long theLimit = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(aText.c_str(), nullptr, 10), 1L, theLimit));
 }
 
 std::uint64_t

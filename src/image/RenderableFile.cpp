@@ -325,7 +325,8 @@ void Renderable::writeCacheFile(const RWCString& theName, bool theLock) const
     // Deliberately the reverse of what the text says: a larger buffer is refused, a smaller one filled up
     // with zeros. Callers know this refusal by its words.
     // A size that has wrapped is refused likewise: completing it would fill the disk.
-    if (aRequired < getPixelDataSize() || aRequired >= theWrappedSize)
+    const bool aWrapped = itsPixelData != nullptr && aRequired >= theWrappedSize;
+    if (aRequired < getPixelDataSize() || aWrapped)
     {
         throw StreamIOException("actual pixel data buffer size less than calculated required size" + theName,
                                 DLRC_GENERAL_FAILURE, 0);

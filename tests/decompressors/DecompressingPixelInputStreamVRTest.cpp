@@ -10,6 +10,7 @@
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "support/EncapsulatedBytes.h"
+#include "support/JpegFixtures.h"
 #include "support/RecordingInputStream.h"
 #include "support/RleEncoder.h"
 #include "support/SampleTable.h"
@@ -78,7 +79,8 @@ public:
 
     std::unique_ptr<DecompressingPixelInputStreamVR> Make(bool theCanSeek = true)
     {
-        return std::make_unique<DecompressingPixelInputStreamVR>(itsDataSet, itsSyntax,
+        const auto& aSyntax = *TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(itsUID);
+        return std::make_unique<DecompressingPixelInputStreamVR>(itsDataSet, aSyntax,
                                                                  MakeFragments(theCanSeek), itsAllocator);
     }
 
@@ -87,8 +89,7 @@ public:
     Bytes itsValue; ///< what reads as the whole
     DICOMDataObject itsDataSet;
     CountingAllocator itsAllocator;
-    const TransferSyntaxType& itsSyntax =
-        *TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(TransferSyntaxType::TSRLEUID);
+    RWCString itsUID = TransferSyntaxType::TSRLEUID;
     RecordingInputStream::Record itsRecord;
 
 private:
@@ -226,18 +227,9 @@ TEST(DecompressingPixelInputStreamVR, TellsAtTheFirstReadWhyItIsInvalid)
     testing::internal::GetCapturedStdout();
     EXPECT_FALSE(anInvalid->IsValid());
     EXPECT_EQ(aDamaged.itsAllocator.GetAllocations(), 0u);
-    try
-    {
-        anInvalid->Read(&aByte, 1);
-        ADD_FAILURE();
-    }
-    catch (const StreamIOException& anException)
-    {
-        EXPECT_EQ(anException.GetResultCode(), 44);
-        EXPECT_EQ(RWCString(anException.what())
-                      .rfind(std::string(theInvalidText) + "Exception while decompressing first frame: ", 0),
-                  0u);
-    }
+    ExpectThrow([&] { anInvalid->Read(&aByte, 1); }, 44,
+                std::string(theInvalidText) + "Exception while decompressing first frame: "
+                                              "RLEDecoder::SetSource: unable to read RLE header fully");
 }
 
 TEST(DecompressingPixelInputStreamVR, DeliversNothingOfAFrameThatFails)
@@ -264,6 +256,14 @@ TEST(DecompressingPixelInputStreamVR, DoesNotShowAnEarlierFrameThroughAShortOne)
     Bytes anExpected(aFixture.itsValue.begin(), aFixture.itsValue.begin() + 9);
     anExpected = anExpected + Bytes(4, 7) + Bytes(5, 0);
     EXPECT_EQ(ReadAll(*aFixture.Make(), 100), anExpected);
+
+    Fixture aJpeg(2, 8, 8);
+    aJpeg.itsUID = TransferSyntaxType::TSJPEG50UID;
+    JpegSpec aSpec;
+    aJpeg.itsFrames[0] = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200}));
+    aSpec.itsHeight = 3;
+    aJpeg.itsFrames[1] = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}));
+    EXPECT_EQ(ReadAll(*aJpeg.Make(), 100), Bytes(64, 200) + Bytes(24, 100) + Bytes(40, 0));
 }
 
 TEST(DecompressingPixelInputStreamVR, EndsWithTheLastFrameThatIsAnnounced)

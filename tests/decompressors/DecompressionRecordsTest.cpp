@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <limits>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -118,7 +119,7 @@ TEST(CompressionRatio, ScalesBackRoundsAndStaysInRange)
         {1000, 3, 100, 160}, // reduced to a quarter in both directions
         {1000, 2, 100, 40},
         {1000, 0, 100, 10},
-        {1000, -7, 100, 10},
+        {1000, std::numeric_limits<int>::min(), 100, 10},
         {1000, 1, 0, 0},
         {1000, 1000, 1, 2147483647},
         {~std::uint64_t{0}, 1, 1, 2147483647},

@@ -181,6 +181,9 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         std::string itsText; ///< the beginning
     };
     const std::string theHeader = "JPEG2000Decoder::JPEG2000Decoder: ";
+    // 66000 wide and 15 high, image and tile; 1000 × 1000 pixels have bytes enough for that.
+    const Bytes aWide =
+        Patch(Patch(Lossy(), 8, {0, 1, 1, 0xd0, 0, 0, 0, 15}), 24, {0, 1, 1, 0xd0, 0, 0, 0, 15});
     for (const Case& aCase :
          {Case{"a buffer for bytes", GreyFile(Grey12(), {8, 8, 1}), 1, 62,
                "JPEG2000Decoder::Decode Output buffer too small"},
@@ -189,6 +192,8 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
           Case{"no codestream", GreyFile(Bytes(40, 1)), 1, 38,
                "A logic error occurred in the Decompressor: "
                "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: "},
+          Case{"wider than Columns can say", ColourFile(aWide, 1000, 1000, "RGB", theAny), 1, 62,
+               "DICOMPart10StreamDecompressor::Decode: a data set cannot describe 15 rows of 66000 pixels"},
           Case{
               "more samples than the data set has",
               ColourFile(Colour(), theColourWidth, theColourHeight, "MONOCHROME2", theLossless, 1), 1, 6,

@@ -6,6 +6,7 @@
 
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
+#include "decompressors/detail/Part10FrameLoader.h"
 #include "support/RleEncoder.h"
 #include "toolkit/dicom/MVRFactory.h"
 
@@ -170,4 +171,32 @@ TEST(Part10FrameLoader, AnImageSmallerThanAnnouncedClaimsNoMore)
     EXPECT_EQ(anOutcome.Image()->getRows(), 8);
     EXPECT_EQ(anOutcome.Image()->getPixelDataSize(), 128u);
     EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{384});
+}
+
+TEST(Part10FrameLoader, OnlyNativeFramesWithoutBytesAreNotCounted)
+{
+    struct Case
+    {
+        const char* itsUID;
+        std::uint16_t itsBitsAllocated;
+        int itsCount;
+    };
+    const char* const theJPEG2000 = "1.2.840.10008.1.2.4.90";
+    for (const Case& aCase :
+         {Case{"", 8, 7}, Case{"", 0, 1}, Case{theJPEG2000, 8, 7}, Case{theJPEG2000, 0, 7}})
+    {
+        DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, aCase.itsUID);
+        aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 2, aCase.itsBitsAllocated, 8, 0, 7);
+        *aCase.itsUID == '\0' ? aBuilder.AddNativePixelData({}) : aBuilder.AddEncapsulatedPixelData({});
+        const Bytes aFile = aBuilder.Build();
+        MemoryInputStream aStream(aFile.data(), aFile.size());
+        DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, 0, "", false);
+        DecompressionResult aResult;
+        CountingAllocator anAllocator;
+        Part10FrontEnd aFrontEnd(aRequest, anAllocator);
+        ASSERT_TRUE(aFrontEnd.Open(aResult)) << aResult.getMessage();
+        aFrontEnd.Parse();
+        EXPECT_EQ(Part10FrameLoader(aFrontEnd, "").CountFrames(), aCase.itsCount)
+            << aCase.itsUID << " " << aCase.itsBitsAllocated;
+    }
 }

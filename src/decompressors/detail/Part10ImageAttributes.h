@@ -36,6 +36,9 @@ struct QUORIX_API Part10ImageAttributes
     /// High Bit, Pixel Representation. Throws as Read does.
     void ReadDecoded(const DICOMDataObject& theDataSet);
 
+    /// What Number of Frames begins with as a number, brought into 1 … 2^31 − 1; 1 where it is absent.
+    static std::int32_t ReadNumberOfFrames(const DICOMDataObject& theDataSet);
+
     /// Bytes of one frame, see Renderable::calculateRequiredBufferSize. Throws BadAllocException where
     /// that figure, taken in 32 bits, would be smaller than the pixels really are, and for dimensions
     /// that are no dimensions: no buffer is ever allocated from a size that has wrapped.

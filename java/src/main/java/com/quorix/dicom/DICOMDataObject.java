@@ -25,6 +25,8 @@ public class DICOMDataObject implements AutoCloseable {
 
     private final Cleaner.Cleanable cleanable;
     private long handle;
+    /** Calls that use the native data set now and may come back here, through a stream or a listener. */
+    private int uses;
 
     /** Creates an empty data set. */
     public DICOMDataObject() {
@@ -36,11 +38,14 @@ public class DICOMDataObject implements AutoCloseable {
         cleanable = CLEANER.register(this, () -> nativeDelete(created));
     }
 
-    /** Frees the data set. A second close does nothing. */
+    /**
+     * Frees the data set; when a stream or listener closes it while it is being used, at the end of that use.
+     * A second close does nothing.
+     */
     @Override
     public synchronized void close() {
         handle = 0;
-        cleanable.clean();
+        freeIfClosed();
     }
 
     /**
@@ -61,7 +66,12 @@ public class DICOMDataObject implements AutoCloseable {
      * @return the function's result
      */
     public synchronized <T> T withHandle(LongFunction<T> function) {
-        return function.apply(requireHandle());
+        long used = beginUse();
+        try {
+            return function.apply(used);
+        } finally {
+            endUse();
+        }
     }
 
     /**
@@ -91,7 +101,12 @@ public class DICOMDataObject implements AutoCloseable {
      * @throws IOException if reading fails or the stream is no DICOM
      */
     public synchronized void loadHeader(SeekableInputStream in) throws IOException {
-        nativeLoadStream(requireHandle(), in);
+        long used = beginUse();
+        try {
+            nativeLoadStream(used, in);
+        } finally {
+            endUse();
+        }
     }
 
     /**
@@ -209,6 +224,23 @@ public class DICOMDataObject implements AutoCloseable {
         if (!done) {
             throw new IllegalArgumentException(String.format("(%04X,%04X) cannot be set to %s as %s",
                     tag >>> 16, tag & 0xFFFF, value, vr));
+        }
+    }
+
+    private long beginUse() {
+        long used = requireHandle();
+        uses++;
+        return used;
+    }
+
+    private void endUse() {
+        uses--;
+        freeIfClosed();
+    }
+
+    private void freeIfClosed() {
+        if (handle == 0 && uses == 0) {
+            cleanable.clean();
         }
     }
 

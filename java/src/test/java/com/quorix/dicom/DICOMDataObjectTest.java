@@ -9,6 +9,8 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.quorix.decompression.DecodeOptions;
+import com.quorix.decompression.Decompressor;
+import com.quorix.decompression.ImageType;
 import com.quorix.decompression.NDecompressor;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import com.quorix.io.SeekableInputStream;
@@ -27,6 +29,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 class DICOMDataObjectTest {
     private static final int PATIENT_NAME = 0x00100010;
@@ -194,6 +197,26 @@ class DICOMDataObjectTest {
         assertThrows(IllegalStateException.class, dataSet::getHandle);
         assertThrows(IllegalStateException.class, () -> dataSet.getString(PATIENT_NAME));
         assertThrows(IllegalStateException.class, () -> dataSet.withHandle(handle -> handle));
+    }
+
+    @ParameterizedTest
+    @ValueSource(booleans = {false, true})
+    void closingFromWithinACallWaitsForItsEnd(boolean decoding) throws IOException {
+        DICOMDataObject dataSet = new DICOMDataObject();
+        SeekableInputStream closing = new ByteBufferSeekableInputStream(file().toBytes()) {
+            @Override
+            public int read(byte[] buffer, int offset, int length) throws IOException {
+                dataSet.close();
+                return super.read(buffer, offset, length);
+            }
+        };
+        if (decoding) {
+            Decompressor.decode(closing, DecodeOptions.DEFAULT.withType(ImageType.DICOM).withDataSet(dataSet))
+                    .close();
+        } else {
+            dataSet.loadHeader(closing);
+        }
+        assertThrows(IllegalStateException.class, dataSet::getHandle);
     }
 
     @Test
