@@ -9,10 +9,12 @@
 #include <iostream>
 #include <string>
 
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
-#include "decompressors/FileToRenderableDecompressor.h"
 #include "image/Renderable.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/io/LFInputStream.h"
 
 namespace
 {
@@ -86,11 +88,17 @@ try
         return EXIT_FAILURE;
     }
     const int aFrame = theCount == 4 ? std::atoi(theArguments[3]) : 0;
-    DICOMDataObject aDataSet;    // receives the attributes of a DICOM file
+    LFInputStream aFile(theArguments[1], LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
+    if (!aFile.IsOpen())
+    {
+        std::cerr << theArguments[1] << " cannot be opened\n";
+        return EXIT_FAILURE;
+    }
+    DICOMDataObject aDataSet; // receives the file's attributes, which then describe the decoded pixels
+    DecompressionRequest aRequest(&aFile, &aDataSet, "", false, /*scale*/ 1, aFrame, "", false);
     DecompressionResult aResult; // owns the image
-    if (FileToRenderableDecompressor::DecodeFileToRenderable(
-            theArguments[1], "", aDataSet, IMAGE_TYPE_DICOM_PART10, aFrame, /*scale*/ 1, aResult,
-            /*lossless*/ 0) != 1)
+    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    if (aResult.getRenderable() == nullptr)
     {
         std::cerr << "code " << aResult.getDCMLibResultCode() << ": " << aResult.getMessage() << '\n';
         return EXIT_FAILURE;

@@ -18,6 +18,7 @@ public:
     void* Allocate(std::uint64_t theSize) override;
     void Free(void* theBlock) override;
 
+    /// One for everybody.
     static VMMemoryAllocator& GetDefaultInstance() { return itsDefaultInstance; }
 
     /// A fresh, zero-filled block of theSize bytes (0 gives one page). Throws DLRuntimeException.
@@ -28,13 +29,18 @@ public:
     static int VMFree(void* theBlock);
 
     /// Blocks that are out now, and the highest that number has been.
+    /// @{
     static std::uint64_t GetNumHeapBlocks();
     static std::uint64_t GetMaxNumHeapBlocks();
+    /// @}
 
-    /// Usable from the first static initialiser to the last static destructor of a program.
+    /// What GetDefaultInstance gives. Usable from the first static initialiser to the last static destructor
+    /// of a program.
     static VMMemoryAllocator& itsDefaultInstance;
 
 private:
+    static void* MapBlock(std::uint64_t theSize);
+
     static CriticalSection itsHeapCriticalSection;
     static std::uint64_t itsNumHeapBlocks;
     static std::uint64_t itsMaxNumHeapBlocks;
