@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "faults/FaultFiles.h"
+#include "faults/PixelStreamRun.h"
 
 namespace
 {
@@ -147,6 +147,63 @@ TEST_F(AllocationFault, AnyOperatorNew)
             }
         }
         FaultFiles::ExpectUsable(aFile, aPixels);
+    }
+}
+
+/// The frames of a movie read like native ones while the theNumber-th block, or operator new, fails, and all
+/// later ones if theLasts. True when there were so many.
+bool ReadWithFailure(const FaultFile& theFile, const Bytes& theValue, long long theNumber, bool theLasts,
+                     bool theIsBlock)
+{
+    PixelStreamRun aRun(theValue);
+    CountingAllocator anAllocator;
+    MemoryInputStream aStream(theFile.itsMovie.data(), theFile.itsMovie.size());
+    std::size_t aFirst = 0; // block to fail
+    theHasFailed = false;
+    theFailureLasts = theLasts;
+    aRun.Run(aStream, anAllocator,
+             [&]
+             {
+                 if (aRun.itsSteps == 0)
+                 {
+                     aFirst = anAllocator.GetAllocations() + static_cast<std::size_t>(theNumber);
+                     theAllocationsLeft = theIsBlock ? -1 : theNumber;
+                 }
+                 if (theIsBlock)
+                 {
+                     anAllocator.FailAt(theLasts ? std::max(aFirst, anAllocator.GetAllocations()) : aFirst);
+                 }
+             });
+    theAllocationsLeft = -1;
+    const bool hasFailed = theIsBlock ? anAllocator.GetAllocations() > aFirst : theHasFailed;
+    const std::string anInput = theFile.itsName + ", " + std::to_string(theNumber);
+    EXPECT_STREQ(aRun.itsFault, nullptr) << anInput;
+    EXPECT_TRUE(hasFailed || (aRun.itsFailures == 0 && aRun.itsDelivered > theValue.size())) << anInput;
+    EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u) << anInput;
+    return hasFailed;
+}
+
+TEST_F(AllocationFault, AnyOfAPixelStream)
+{
+    for (const FaultFile& aFile : FaultFiles::GetMovies())
+    {
+        const Bytes aValue = PixelStreamRun::GetValue(aFile);
+        // What is made once and kept is there before blocks are counted.
+        ReadWithFailure(aFile, aValue, 0, false, false);
+        ReadWithFailure(aFile, aValue, 0, false, true);
+        ReadWithFailure(aFile, aValue, 1LL << 40, false, false);
+        for (const auto& [isBlock, aLasts] :
+             {std::pair(true, false), std::pair(true, true), std::pair(false, false), std::pair(false, true)})
+        {
+            bool hasFailed = true;
+            for (long long i = 0; hasFailed && !HasFailure(); ++i)
+            {
+                const long long aBlocks = theBlocks;
+                hasFailed = ReadWithFailure(aFile, aValue, i, aLasts, isBlock);
+                EXPECT_LE(theBlocks, aBlocks)
+                    << aFile.itsName << ", " << i << ": blocks were never given back";
+            }
+        }
     }
 }
 } // namespace

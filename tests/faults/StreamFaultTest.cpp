@@ -5,7 +5,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
-#include "faults/FaultFiles.h"
+#include "faults/PixelStreamRun.h"
 #include "jni/FakeJavaStream.h"
 #include "jni/streams/JavaSeekableInputStream.h"
 #include "support/TemporaryFile.h"
@@ -33,6 +33,8 @@ public:
         : itsFile(theFile), itsGoodBytes(theGoodBytes), itsFault(theFault), itsCanSeek(theCanSeek)
     {
     }
+
+    void SetGoodBytes(std::size_t theGoodBytes) { itsGoodBytes = theGoodBytes; }
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
     {
@@ -95,6 +97,62 @@ TEST_F(StreamFault, AnyByte)
                 ASSERT_FALSE(HasFailure());
             }
             FaultFiles::ExpectUsable(aFile, aPixels);
+        }
+    }
+}
+
+/// The items of a movie's frames that end within its first theCount bytes. theStart: of the first frame.
+std::size_t CountFrames(const Bytes& theMovie, std::size_t theStart, std::size_t theCount)
+{
+    std::size_t aFrames = 0;
+    for (; aFrames < 3; ++aFrames)
+    {
+        const unsigned aLength = theMovie[theStart - 4] + 256u * theMovie[theStart - 3];
+        if (theStart + aLength > theCount)
+        {
+            break;
+        }
+        theStart += aLength + 8;
+    }
+    return aFrames;
+}
+
+TEST_F(StreamFault, AnyByteOfAPixelStream)
+{
+    for (const FaultFile& aFile : FaultFiles::GetMovies())
+    {
+        const Bytes& aMovie = aFile.itsMovie;
+        const Bytes aValue = PixelStreamRun::GetValue(aFile);
+        const auto aStart = static_cast<std::size_t>(
+            std::search(aMovie.begin(), aMovie.end(), aFile.itsFrame.begin(), aFile.itsFrame.end()) -
+            aMovie.begin());
+        for (const Fault aFault : {Fault::ENDS, Fault::FAILS, Fault::SHORT})
+        {
+            for (std::size_t i = aStart; i < aMovie.size(); ++i)
+            {
+                const bool canSeek = i / 2 % 2 == 0; // fragments have even lengths
+                FaultyStream aStream(aMovie, aMovie.size(), aFault, canSeek);
+                CountingAllocator anAllocator;
+                PixelStreamRun aRun(aValue);
+                // Frames that end too early show what there is of them.
+                aRun.itsTrusted = aFault == Fault::FAILS
+                                      ? aValue.size()
+                                      : CountFrames(aMovie, aStart, i) * (aValue.size() / 3);
+                // Before the frames are looked for, or when that has been done.
+                aRun.Run(aStream, anAllocator,
+                         [&]
+                         {
+                             if (aRun.itsSteps >= static_cast<int>(i % 2))
+                             {
+                                 aStream.SetGoodBytes(i);
+                             }
+                         });
+                const std::string anInput =
+                    aFile.itsName + ", byte " + std::to_string(i) + ", fault " + std::to_string(int(aFault));
+                EXPECT_STREQ(aRun.itsFault, nullptr) << anInput;
+                EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u) << anInput;
+                ASSERT_FALSE(HasFailure());
+            }
         }
     }
 }

@@ -133,7 +133,24 @@ public:
     bool itsHasNoMemory = false;           ///< arrays cannot be made
     int itsGlobalsBeforeFailure = 1 << 20; ///< so many global references can be made
 
+    /// So many calls that Java may answer with an exception are left before one is; below 0: none is.
+    long itsCallsBeforeException = -1;
+    std::string itsExceptionClass; ///< what that one throws
+    std::string itsFailedCall;     ///< the JNI function, or Java method with signature, that threw it
+
 private:
+    /// To be asked by every function that may throw: true, with an exception pending, when it is to.
+    bool Fails(const std::string& theFunction)
+    {
+        if (itsCallsBeforeException < 0 || itsCallsBeforeException-- > 0)
+        {
+            return false;
+        }
+        itsFailedCall = theFunction;
+        Throw(itsExceptionClass);
+        return true;
+    }
+
     Object& Make() { return *itsObjects.emplace_back(std::make_unique<Object>()); }
 
     static jobject NewReference(References& theSet, Object* theObject)
@@ -166,6 +183,10 @@ private:
     template <class Members>
     void* Find(const Members& theMembers, const char* theName, const char* theSignature)
     {
+        if (Fails("GetID"))
+        {
+            return nullptr;
+        }
         const auto aFound = theMembers.find(std::string(theName) + theSignature);
         if (aFound == theMembers.end())
         {
@@ -195,7 +216,7 @@ private:
                 aValues.emplace_back(Get(va_arg(theArguments, jobject)));
             }
         }
-        return theClass.itsMethods.at(aKey)(aValues);
+        return Fails(aKey) ? Value() : theClass.itsMethods.at(aKey)(aValues);
     }
 
     template <class Result>
@@ -207,7 +228,7 @@ private:
             aJava.Call(*aJava.Get(theObject)->itsClass, theMethod, theArguments).itsNumber);
     }
 
-    static const Value& Field(FakeJava& theJava, jobject theObject, jfieldID theField)
+    static Value& Field(FakeJava& theJava, jobject theObject, jfieldID theField)
     {
         return theJava.Get(theObject)->itsFields.at(*reinterpret_cast<const std::string*>(theField));
     }
@@ -229,6 +250,10 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.FindClass = [](JNIEnv* e, const char* theName) -> jclass
         {
             FakeJava& aJava = Enter(e);
+            if (aJava.Fails("FindClass"))
+            {
+                return nullptr;
+            }
             const auto aFound = aJava.itsClasses.find(theName);
             if (aFound == aJava.itsClasses.end())
             {
@@ -284,9 +309,30 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.GetLongField = [](JNIEnv* e, jobject o, jfieldID f) { return Field(Enter(e), o, f).itsNumber; };
         t.GetBooleanField = [](JNIEnv* e, jobject o, jfieldID f)
         { return static_cast<jboolean>(Field(Enter(e), o, f).itsNumber); };
+        t.SetIntField = [](JNIEnv* e, jobject o, jfieldID f, jint theValue)
+        { Field(Enter(e), o, f) = Value(jlong(theValue)); };
+        t.SetObjectField = [](JNIEnv* e, jobject o, jfieldID f, jobject theValue)
+        { Field(Enter(e), o, f) = Value(Enter(e).Get(theValue)); };
+        t.NewObjectV = [](JNIEnv* e, jclass c, jmethodID m, va_list a)
+        {
+            FakeJava& aJava = Enter(e);
+            Object& aClass = *aJava.Get(c);
+            aJava.Call(aClass, m, a);
+            return aJava.itsPending != nullptr ? nullptr : aJava.NewLocal(&aJava.New(aClass.itsClassName));
+        };
+        t.NewString = [](JNIEnv* e, const jchar* theText, jsize theSize)
+        {
+            FakeJava& aJava = Enter(e);
+            return static_cast<jstring>(aJava.NewLocal(
+                aJava.Fails("NewString") ? nullptr : &aJava.NewText({theText, theText + theSize})));
+        };
         t.NewByteArray = [](JNIEnv* e, jsize theSize) -> jbyteArray
         {
             FakeJava& aJava = Enter(e);
+            if (aJava.Fails("NewByteArray"))
+            {
+                return nullptr;
+            }
             if (aJava.itsHasNoMemory)
             {
                 aJava.Throw("java/lang/OutOfMemoryError");
@@ -298,6 +344,10 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.GetByteArrayRegion = [](JNIEnv* e, jbyteArray a, jsize theStart, jsize theCount, jbyte* theBuffer)
         {
             FakeJava& aJava = Enter(e);
+            if (aJava.Fails("GetByteArrayRegion"))
+            {
+                return;
+            }
             const std::vector<jbyte>& aBytes = aJava.Get(a)->itsBytes;
             if (theStart < 0 || theCount < 0 || std::size_t(theStart) + std::size_t(theCount) > aBytes.size())
             {

@@ -3,62 +3,16 @@
 
 #include <gmock/gmock.h>
 
-#include "jni/FakeJava.h"
+#include "jni/FakeJavaQueue.h"
 #include "toolkit/base/DecodingInterruptedException.h"
 
 namespace
 {
 using testing::ElementsAre;
 
-constexpr const char* theBufferClass = "com/quorix/util/ByteArrayInputBuffer";
-
-/// A queue of the buffers 0 1 2 | 3 4 | 5 6 7 8 that notes its calls.
 class JavaInputBufferQueueCompressedSourceTest : public testing::Test
 {
 protected:
-    JavaInputBufferQueueCompressedSourceTest()
-    {
-        Add("get()Lcom/quorix/util/InputBuffer;",
-            [this](const auto&)
-            {
-                itsCalls.push_back("get");
-                return itsNext < itsSizes.size() ? FakeJava::Value(&MakeBuffer(itsSizes[itsNext++]))
-                                                 : itsEnd();
-            });
-        Add("completed(Lcom/quorix/util/InputBuffer;)V",
-            [this](const auto& theArguments)
-            {
-                itsCalls.push_back(theArguments[0].itsObject != nullptr ? "completed" : "completed null");
-                return FakeJava::Value();
-            });
-        Add("setAutoFlush(Z)V",
-            [this](const auto& theArguments)
-            {
-                itsCalls.push_back("autoFlush " + std::to_string(theArguments[0].itsNumber));
-                return FakeJava::Value();
-            });
-        itsJava.AddClass(theBufferClass).itsMethods["getArray()[B"] = [this](const auto&)
-        { return FakeJava::Value(itsArray); };
-        itsJava.AddClass(theBufferClass).itsMethods["getBytesAvailable()I"] = [this](const auto&)
-        { return FakeJava::Value(jlong(itsArray->itsBytes.size())); };
-    }
-
-    void Add(const std::string& theMethod, FakeJava::Method theBody)
-    {
-        itsJava.AddClass("Queue").itsMethods[theMethod] = std::move(theBody);
-    }
-
-    FakeJava::Object& MakeBuffer(int theSize)
-    {
-        std::vector<jbyte> aBytes;
-        for (int i = 0; i < theSize; ++i)
-        {
-            aBytes.push_back(static_cast<jbyte>(itsByte++));
-        }
-        itsArray = &itsJava.NewBytes(aBytes);
-        return itsJava.New(theBufferClass);
-    }
-
     int Read(JavaInputBufferQueueCompressedSource& theSource, int theCount)
     {
         itsBuffer.assign(static_cast<std::size_t>(theCount), 0xee);
@@ -66,13 +20,9 @@ protected:
     }
 
     FakeJava itsJava;
-    jobject itsQueue = itsJava.NewLocal(&itsJava.New("Queue"));
-    std::vector<int> itsSizes{3, 2, 4};
-    std::size_t itsNext = 0;
-    int itsByte = 0;
-    FakeJava::Object* itsArray = nullptr;
-    std::function<FakeJava::Value()> itsEnd = [] { return FakeJava::Value(); };
-    std::vector<std::string> itsCalls;
+    FakeJavaQueue itsFake{itsJava, {{0, 1, 2}, {3, 4}, {5, 6, 7, 8}}};
+    std::vector<std::string>& itsCalls = itsFake.itsCalls;
+    jobject itsQueue = itsJava.NewLocal(&itsFake.itsObject);
     std::vector<kdu_byte> itsBuffer;
 };
 
@@ -113,13 +63,12 @@ TEST_F(JavaInputBufferQueueCompressedSourceTest, TurnsAnInterruptionIntoANativeE
     itsJava.AddClass("java/net/SocketTimeoutException", "java/io/InterruptedIOException");
     for (const char* aName : {"java/io/InterruptedIOException", "java/net/SocketTimeoutException"})
     {
-        itsSizes = {3};
-        itsNext = 0;
-        itsEnd = [&] { return itsJava.Throw(aName); };
+        itsFake.itsNext = 2;
+        itsFake.itsEnd = [&] { return itsJava.Throw(aName); };
         JavaInputBufferQueueCompressedSource aSource(itsJava, itsQueue);
         try
         {
-            Read(aSource, 4);
+            Read(aSource, 5);
             FAIL() << aName;
         }
         catch (const DecodingInterruptedException& anException)
@@ -136,7 +85,7 @@ TEST_F(JavaInputBufferQueueCompressedSourceTest, TurnsAnInterruptionIntoANativeE
 
 TEST_F(JavaInputBufferQueueCompressedSourceTest, KeepsAnyOtherExceptionAndAsksNoMore)
 {
-    itsEnd = [&] { return itsJava.Throw("java/io/IOException"); };
+    itsFake.itsEnd = [&] { return itsJava.Throw("java/io/IOException"); };
     {
         JavaInputBufferQueueCompressedSource aSource(itsJava, itsQueue);
         EXPECT_EQ(Read(aSource, 20), -1);

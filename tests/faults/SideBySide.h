@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <thread>
+#include <vector>
+
+/// Does theWork in four threads at once; each is told its number.
+inline void RunSideBySide(const std::function<void(int theThread)>& theWork)
+{
+    std::vector<std::thread> aThreads;
+    for (int i = 0; i < 4; ++i)
+    {
+        aThreads.emplace_back(theWork, i);
+    }
+    for (std::thread& aThread : aThreads)
+    {
+        aThread.join();
+    }
+}
