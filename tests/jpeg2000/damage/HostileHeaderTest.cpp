@@ -42,7 +42,8 @@ struct Declared
     int itsLog2Precinct = -1; ///< of every resolution; -1 for the largest
     std::uint8_t itsBodyByte = 0;
     int itsBodyBytes = 8;
-    std::uint8_t itsOrders = 5; ///< how many of the progression orders are tried
+    int itsProgressionSegments = 0; ///< full of progressions without a packet
+    std::uint8_t itsOrders = 5;     ///< how many of the progression orders are tried
 };
 
 void PutSize(Bytes& theBytes, const Declared& theDeclared)
@@ -90,12 +91,28 @@ void PutCoding(Bytes& theBytes, const Declared& theDeclared)
     theBytes.insert(theBytes.end(), aSubbands, 10 << 3);
 }
 
+void PutProgressions(Bytes& theBytes)
+{
+    constexpr std::size_t theCount = 9361;
+    constexpr std::uint64_t theEntry = 0x00C8000121FF00; // components from 200 on
+    Put(theBytes, 0xFF5F, 2);
+    Put(theBytes, 2 + 7 * theCount, 2);
+    for (std::size_t i = 0; i < theCount; ++i)
+    {
+        Put(theBytes, theEntry, 7);
+    }
+}
+
 Bytes MakeStream(const Declared& theDeclared)
 {
     Bytes aBytes;
     Put(aBytes, 0xFF4F, 2);
     PutSize(aBytes, theDeclared);
     PutCoding(aBytes, theDeclared);
+    for (int i = 0; i < theDeclared.itsProgressionSegments; ++i)
+    {
+        PutProgressions(aBytes);
+    }
     Put(aBytes, 0xFF90, 2);
     Put(aBytes, 10, 2);
     Put(aBytes, 0, 2);
@@ -155,7 +172,18 @@ std::vector<Declared> MakeHostiles()
                  theHeader.itsX1 = 65535;
                  theHeader.itsY1 = 1;
                  theHeader.itsTileWidth = theHeader.itsTileHeight = 1;
+                 theHeader.itsComponents = theHeader.itsComponentsThere = 3;
+                 theHeader.itsLevels = 32;
                  theHeader.itsOrders = 1; // empty tiles have no order, but take their time
+             }),
+        Make("MostTilesAndProgressions",
+             [](Declared& theHeader)
+             {
+                 theHeader.itsX1 = 65535;
+                 theHeader.itsY1 = 1;
+                 theHeader.itsTileWidth = theHeader.itsTileHeight = 1;
+                 theHeader.itsProgressionSegments = 4;
+                 theHeader.itsOrders = 1;
              }),
         Make("TooManyTiles",
              [](Declared& theHeader)

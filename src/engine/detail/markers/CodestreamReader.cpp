@@ -6,6 +6,8 @@
 #include "engine/detail/markers/MainHeader.h"
 #include "engine/detail/markers/TilePartReader.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -24,6 +26,7 @@ struct CodestreamReader::Implementation
     void ReadTilePart();
     bool IsComplete(std::uint32_t theTile) const;
     bool IsTruncated(const CollectedTile& theTile) const;
+    void SetProgressions(const CollectedTile& theTile, TileData& theData) const;
 
     Reports& itsReports;
     ByteReader itsBytes;
@@ -79,6 +82,17 @@ bool CodestreamReader::Implementation::IsTruncated(const CollectedTile& theTile)
         return true;
     }
     return theTile.itsExpectedParts > 0 ? !theTile.HasAllParts() : !itsTileParts->HasSeenEnd();
+}
+
+/// One more than the tile may use is enough to find that they are too many. Where nothing came, none matters.
+void CodestreamReader::Implementation::SetProgressions(const CollectedTile& theTile, TileData& theData) const
+{
+    const std::vector<Progression>& aMain = itsHeader.itsCoding.itsProgressions;
+    const std::vector<Progression>& aSource =
+        theTile.itsCoding.itsProgressions.empty() ? aMain : theTile.itsCoding.itsProgressions;
+    const std::uint64_t aMost = theTile.itsTileParts > 0 ? theData.GetMostVisits() + 1 : 0;
+    const auto aCount = static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(aSource.size(), aMost));
+    theData.itsCoding.itsProgressions.assign(aSource.begin(), aSource.begin() + aCount);
 }
 
 CodestreamReader::CodestreamReader(kdu_compressed_source& theSource, Reports& theReports)
@@ -148,6 +162,7 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
     }
     aResult->itsHasPackedHeaders = aTile.itsHasPackedHeaders;
     aResult->itsPackedHeaders = std::move(aTile.itsPackedHeaders);
+    anOwn.SetProgressions(aTile, *aResult);
     anOwn.itsIsTaken[theTile] = true;
     anOwn.itsTiles.erase(theTile);
     return aResult;

@@ -96,8 +96,6 @@ TileCoding MergeCoding(const CodingSegments& theMain, const CodingSegments& theT
     aResult.itsComponentTransform = aStyle.itsComponentTransform;
     aResult.itsMayHaveSOP = aStyle.itsMayHaveSOP;
     aResult.itsHasEPH = aStyle.itsHasEPH;
-    aResult.itsProgressions =
-        theTile.itsProgressions.empty() ? theMain.itsProgressions : theTile.itsProgressions;
     aResult.itsComponents.resize(theComponents);
     for (std::size_t anIndex = 0; anIndex < theComponents; ++anIndex)
     {

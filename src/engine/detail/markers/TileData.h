@@ -29,6 +29,13 @@ struct TileData
     bool itsHasPackedHeaders = false;
     std::vector<std::uint8_t> itsPackedHeaders;
 
+    /// How often this tile's progressions may pass a packet by or have none at all: a few bytes of POC can
+    /// name very many of both, for every tile anew.
+    std::uint64_t GetMostVisits() const
+    {
+        return (std::uint64_t(1) << 12) + ((itsBodyBytes + itsPackedHeaders.size()) << 8);
+    }
+
     /// Data is missing at the end (a short codestream); packets that are not there decode as empty.
     bool itsTruncated = false;
 };

@@ -8,25 +8,51 @@ namespace j2k
 {
 namespace
 {
-constexpr std::uint64_t MakeBudget(unsigned int theLog2Base, unsigned int theLog2PerByte,
+using Components = std::vector<std::unique_ptr<TileComponent>>;
+
+constexpr std::uint64_t MakeBudget(std::uint64_t theBase, unsigned int theLog2PerByte,
                                    const TileData& theData)
 {
     const std::uint64_t aBytes = theData.itsBodyBytes + theData.itsPackedHeaders.size();
-    return (std::uint64_t(1) << theLog2Base) + (aBytes << theLog2PerByte);
+    return theBase + (aBytes << theLog2PerByte);
+}
+
+/// So many visits to code-blocks cost a tile no bytes: a few for each that it has, because there may be very
+/// many tiles.
+std::uint64_t GetFreeBlocks(const Components& theComponents)
+{
+    constexpr std::uint64_t theLeast = std::uint64_t(1) << 18;
+    constexpr std::uint64_t theMost = std::uint64_t(1) << 23;
+    constexpr std::uint64_t theVisits = 8;
+    std::uint64_t aCount = theLeast;
+    for (const std::unique_ptr<TileComponent>& aComponent : theComponents)
+    {
+        for (unsigned int aLevel = 0; aLevel <= aComponent->GetLevels() && aCount < theMost; ++aLevel)
+        {
+            const Resolution& aResolution = aComponent->GetResolution(aLevel);
+            for (unsigned int aBand = 0; aBand < aResolution.GetSubbandCount(); ++aBand)
+            {
+                const Subband& aSubband = aResolution.GetSubband(aBand);
+                const std::uint64_t aBlocks =
+                    std::uint64_t(aSubband.GetBlockColumns()) * aSubband.GetBlockRows();
+                aCount += theVisits * std::min(aBlocks, theMost);
+            }
+        }
+    }
+    return std::min(aCount, theMost);
 }
 } // namespace
 
-PacketReader::PacketReader(const TileData& theData, const TileBody& theBody,
-                           const std::vector<std::unique_ptr<TileComponent>>& theComponents,
+PacketReader::PacketReader(const TileData& theData, const TileBody& theBody, const Components& theComponents,
                            std::size_t theComponentCount, std::uint32_t theLayers, Arena& theArena,
                            CodePieces& thePieces, Reports& theReports)
     : itsData(theData), itsBody(theBody), itsComponents(theComponents), itsComponentCount(theComponentCount),
       itsLayers(theLayers), itsArena(theArena), itsPieces(thePieces), itsReports(theReports),
-      itsVisits(MakeBudget(15, 8, theData),
+      itsVisits(theData.GetMostVisits(),
                 "POC marker segments repeat far more packets than the tile has bytes", theReports),
-      itsBlocks(MakeBudget(23, 9, theData), "Packets name far more code-blocks than the tile has bytes",
-                theReports),
-      itsLosses(MakeBudget(16, 0, theData),
+      itsBlocks(MakeBudget(GetFreeBlocks(theComponents), 9, theData),
+                "Packets name far more code-blocks than the tile has bytes", theReports),
+      itsLosses(MakeBudget(1 << 12, 4, theData),
                 "SOP marker segments skip far more packets than the tile has bytes", theReports),
       itsHeader(theArena, itsBlocks, theReports), itsPacked(theData.itsPackedHeaders, theBody.GetOffset(0)),
       itsCursor(theBody), itsPackedCursor(itsPacked),

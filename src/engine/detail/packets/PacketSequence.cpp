@@ -65,16 +65,26 @@ bool PacketSequence::RunProgression(const Progression& theProgression)
     return true;
 }
 
+/// One progression over everything costs no more than the components do.
+void PacketSequence::SpendOnChanges(std::uint64_t theWork)
+{
+    if (!itsCoding.itsProgressions.empty())
+    {
+        itsBudget.Spend(theWork);
+    }
+}
+
 void PacketSequence::ListEntries(const Progression& theProgression)
 {
     itsEntries.clear();
+    SpendOnChanges(1);
     const std::size_t anEnd = std::min<std::size_t>(theProgression.itsEndComponent, itsComponents.size());
     for (std::size_t aComponent = theProgression.itsFirstComponent; aComponent < anEnd; ++aComponent)
     {
         TileComponent& aTileComponent = *itsComponents[aComponent];
         const unsigned int aLevels = aTileComponent.GetLevels();
         const unsigned int aStop = std::min<unsigned int>(theProgression.itsEndResolution, aLevels + 1);
-        itsBudget.Spend(aLevels + 1);
+        SpendOnChanges(aLevels + 1);
         for (unsigned int aLevel = theProgression.itsFirstResolution; aLevel < aStop; ++aLevel)
         {
             Resolution& aResolution = aTileComponent.GetResolution(aLevel);

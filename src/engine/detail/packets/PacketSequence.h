@@ -75,6 +75,7 @@ private:
     bool VisitLayers(const Entry& theEntry, std::uint64_t thePrecinct, std::uint32_t theEndLayer);
     bool Visit(const Entry& theEntry, std::uint64_t thePrecinct, std::uint32_t theLayer);
 
+    void SpendOnChanges(std::uint64_t theWork);
     void ListEntries(const Progression& theProgression);
     static bool IsLater(const Walker& theLeft, const Walker& theRight);
     static bool Advance(Walker& theWalker);

@@ -16,6 +16,7 @@ Tile::Tile(const ImageSize& theImage, std::unique_ptr<TileData> theData,
     : itsReports(theReports), itsData(std::move(theData)), itsBody(itsData->itsBody)
 {
     CheckCoding();
+    DropLevelsWithoutData(theRestrictions.itsDiscardLevels);
     MakeComponents(theImage, theRestrictions);
     CheckSamples();
     SetComponentTransform();
@@ -47,6 +48,21 @@ void Tile::CheckCoding() const
     }
 }
 
+// A hundred bytes can declare 65535 tiles of 33 resolutions: one that nothing came of decodes to zeros, and
+// its lower resolutions need not be made for that.
+void Tile::DropLevelsWithoutData(unsigned int theDiscardLevels)
+{
+    if (!itsData->itsTruncated || itsData->itsHasPackedHeaders || itsBody.GetSize() > 0)
+    {
+        return;
+    }
+    for (ComponentCoding& aCoding : itsData->itsCoding.itsComponents)
+    {
+        aCoding.itsLevels =
+            static_cast<std::uint8_t>(std::min<unsigned int>(aCoding.itsLevels, theDiscardLevels));
+    }
+}
+
 void Tile::MakeComponents(const ImageSize& theImage, const TileRestrictions& theRestrictions)
 {
     const Rect aTile = theImage.GetTile(GetIndex());
@@ -63,11 +79,11 @@ void Tile::MakeComponents(const ImageSize& theImage, const TileRestrictions& the
     itsDecodedComponents = aMost == 0 ? aCount : std::min(aMost, aCount);
 }
 
-// What is decoded must have some base in the data: a plain image needs few bytes, but not none.
+// Beyond the largest frame that there is, what is decoded must have some base in the data.
 void Tile::CheckSamples() const
 {
     std::uint64_t aSamples = 0;
-    const std::uint64_t aMost = (std::uint64_t(1) << 26) + (itsBody.GetSize() << 18);
+    const std::uint64_t aMost = (std::uint64_t(1) << 28) + (itsBody.GetSize() << 18);
     for (std::size_t aComponent = 0; aComponent < itsDecodedComponents; ++aComponent)
     {
         const TileComponent& aTileComponent = *itsComponents[aComponent];

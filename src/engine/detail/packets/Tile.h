@@ -62,6 +62,7 @@ public:
 
 private:
     void CheckCoding() const;
+    void DropLevelsWithoutData(unsigned int theDiscardLevels);
     void MakeComponents(const ImageSize& theImage, const TileRestrictions& theRestrictions);
     void CheckSamples() const;
     void ReadPackets(unsigned int theMaxLayers);
