@@ -45,14 +45,6 @@ void VMMemoryAllocator::Free(void* theBlock)
 
 void* VMMemoryAllocator::VMAlloc(std::uint64_t theSize)
 {
-    void* const aBlock = MapBlock(theSize);
-    // The dear part, and nobody else's business: requests side by side must not wait for it.
-    VirtualMemory::Prefault(aBlock, theSize);
-    return aBlock;
-}
-
-void* VMMemoryAllocator::MapBlock(std::uint64_t theSize)
-{
     const CriticalSectionWhileInScope aScope(itsHeapCriticalSection);
     void* const aBlock = VirtualMemory::VirtualAlloc(theSize);
     if (aBlock == nullptr)

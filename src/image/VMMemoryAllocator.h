@@ -39,8 +39,6 @@ public:
     static VMMemoryAllocator& itsDefaultInstance;
 
 private:
-    static void* MapBlock(std::uint64_t theSize);
-
     static CriticalSection itsHeapCriticalSection;
     static std::uint64_t itsNumHeapBlocks;
     static std::uint64_t itsMaxNumHeapBlocks;

@@ -33,9 +33,10 @@ std::uint64_t PageSize()
 
 constexpr std::size_t theHugePage = std::size_t{2} << 20;
 
-void* Map(std::size_t theLength)
+void* Map(std::size_t theLength, int theExtraFlags)
 {
-    void* const aBlock = mmap(nullptr, theLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* const aBlock =
+        mmap(nullptr, theLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | theExtraFlags, -1, 0);
     return aBlock == MAP_FAILED ? nullptr : aBlock;
 }
 
@@ -44,7 +45,7 @@ void* Map(std::size_t theLength)
 /// is touched here: a file that declares a large image must not cost the memory for it.
 void* MapHuge(std::size_t theLength)
 {
-    void* const aReservation = Map(theLength + theHugePage);
+    void* const aReservation = Map(theLength + theHugePage, 0);
     if (aReservation == nullptr)
     {
         return nullptr;
@@ -72,7 +73,7 @@ void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
     }
     const std::uint64_t aPageCount = theSize == 0 ? 1 : (theSize + aPageSize - 1) / aPageSize;
     const std::size_t aLength = static_cast<std::size_t>(aPageCount * aPageSize);
-    void* const aBlock = aLength < theHugePage ? Map(aLength) : MapHuge(aLength);
+    void* const aBlock = aLength < theHugePage ? Map(aLength, MAP_POPULATE) : MapHuge(aLength);
     if (aBlock == nullptr)
     {
         return nullptr;
@@ -108,15 +109,6 @@ bool VirtualMemory::VirtualFree(void* theBlock)
         aRegistry.itsLengths.erase(anEntry);
     }
     return munmap(theBlock, aLength) == 0;
-}
-
-void VirtualMemory::Prefault(void* theBlock, std::uint64_t theSize)
-{
-    if (theSize != 0 && theSize < theHugePage)
-    {
-        // Only a wish: systems that do not know it have the pages come one by one.
-        madvise(theBlock, static_cast<std::size_t>(theSize), MADV_POPULATE_WRITE);
-    }
 }
 
 int VirtualMemory::GetLastError()

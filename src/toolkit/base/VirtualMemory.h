@@ -20,10 +20,6 @@ public:
     /// Unmaps a block of VirtualAlloc. False for a pointer that VirtualAlloc did not give out.
     static bool VirtualFree(void* theBlock);
 
-    /// Has the pages of a new block of VirtualAlloc made in one go, which costs half of what their first use
-    /// one by one would. Does nothing for blocks of huge pages. The contents do not change.
-    static void Prefault(void* theBlock, std::uint64_t theSize);
-
     /// The operating system's last error code of this thread.
     static int GetLastError();
 };
