@@ -66,10 +66,14 @@ Decoding RollDecoding(const RandomStream& theStream, Dice& theDice)
     aDecoding.itsOurs.itsDiscardLevels = static_cast<int>(aDecoding.itsPeers.itsDiscardLevels);
     aDecoding.itsOurs.itsMaxLayers = static_cast<int>(aDecoding.itsPeers.itsMaxLayers);
     aDecoding.itsOurs.itsMode = static_cast<EngineMode>(theDice.Roll(0, 2));
+    constexpr int theSegmentationSymbols = 32;
+    const bool isCut =
+        theStream.itsOptions.itsRates.back() > 1 && (anOptions.itsBlockStyle & theSegmentationSymbols) != 0;
     if (aDecoding.itsOurs.itsMode == EngineMode::Fussy &&
-        (anOptions.itsTileParts != 0 || aDecoding.itsOurs.itsMaxLayers != 0))
+        (anOptions.itsTileParts != 0 || aDecoding.itsOurs.itsMaxLayers != 0 || isCut))
     {
-        // The encoder leaves out packets at the end of tile-parts, and a limit on layers cuts segments short.
+        // The encoder leaves out packets at the end of tile-parts; a limit on layers cuts segments short, and
+        // a limit on their bytes now and then cuts off the symbol behind a pass.
         aDecoding.itsOurs.itsMode = EngineMode::Fast;
     }
     aDecoding.itsOurs.itsTakesShorts = theDice.Chance(80);

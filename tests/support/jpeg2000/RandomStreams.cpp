@@ -141,6 +141,12 @@ void RollBlocks(Options& theOptions, Dice& theDice)
     if (theDice.Chance(60))
     {
         theOptions.itsBlockStyle = theDice.Roll(0, 63);
+        if (aWidth + aHeight < 6)
+        {
+            // With every pass ended by itself, deep noise in tiny blocks outgrows the buffer that OpenJPEG's
+            // encoder reckons with, and spoils its heap.
+            theOptions.itsBlockStyle &= ~4;
+        }
     }
 }
 
