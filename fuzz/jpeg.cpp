@@ -23,13 +23,17 @@ bool HasRepeatingScan(const Bytes& theStream)
     constexpr std::size_t theMostComponents = 4;
     for (std::size_t i = 0; i + 5 + 2 * theMostComponents <= theStream.size(); ++i)
     {
+        if (theStream[i] != 0xff || theStream[i + 1] != 0xda)
+        {
+            continue;
+        }
         std::set<std::uint8_t> aComponents;
         const std::size_t aCount = std::min<std::size_t>(theStream[i + 4], theMostComponents);
         for (std::size_t k = 0; k < aCount; ++k)
         {
             aComponents.insert(theStream[i + 5 + 2 * k]);
         }
-        if (theStream[i] == 0xff && theStream[i + 1] == 0xda && aComponents.size() < aCount)
+        if (aComponents.size() < aCount)
         {
             return true;
         }

@@ -61,7 +61,7 @@ void ReadFile(const char* thePath)
     LFInputStream aFile(thePath, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
     if (!aFile.IsOpen())
     {
-        throw StreamIOException("the file cannot be opened", DLRC_GENERAL_FAILURE, 0);
+        throw StreamIOException("the file cannot be opened", DLRC_FILE_NOT_FOUND, 0);
     }
     Part10InputStreamInputStream aPart10;
     aPart10.Open(&aFile, /*close*/ false, /*lenient*/ true);

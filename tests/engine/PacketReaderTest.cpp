@@ -513,6 +513,15 @@ INSTANTIATE_TEST_SUITE_P(
                    },
                    "5/4 - - -", "5/4 - - -",
                    "Packet header contradicts itself or the data in tile 0 (at byte 108 of the codestream)"},
+        // As many packets as that number skips would take longer than so few bytes are worth.
+        DamageCase{"SopFarAhead",
+                   [](FourPackets& thePackets)
+                   {
+                       AddFour(thePackets, true);
+                       thePackets.itsMaker.itsData.itsBody[1].itsBytes[4] = 0x70;
+                   },
+                   "5/4 5/4 5/4 5/4", "5/4 5/4 5/4 5/4",
+                   "SOP has the number of another packet in tile 0 (at byte 119 of the codestream)"},
         DamageCase{"BytesBehindTheLastPacket",
                    [](FourPackets& thePackets)
                    {

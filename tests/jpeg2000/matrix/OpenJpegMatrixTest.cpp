@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 #include "support/LongRun.h"
 #include "support/jpeg2000/EngineDecode.h"
@@ -66,14 +67,10 @@ Decoding RollDecoding(const RandomStream& theStream, Dice& theDice)
     aDecoding.itsOurs.itsDiscardLevels = static_cast<int>(aDecoding.itsPeers.itsDiscardLevels);
     aDecoding.itsOurs.itsMaxLayers = static_cast<int>(aDecoding.itsPeers.itsMaxLayers);
     aDecoding.itsOurs.itsMode = static_cast<EngineMode>(theDice.Roll(0, 2));
-    constexpr int theSegmentationSymbols = 32;
-    const bool isCut =
-        theStream.itsOptions.itsRates.back() > 1 && (anOptions.itsBlockStyle & theSegmentationSymbols) != 0;
     if (aDecoding.itsOurs.itsMode == EngineMode::Fussy &&
-        (anOptions.itsTileParts != 0 || aDecoding.itsOurs.itsMaxLayers != 0 || isCut))
+        (anOptions.itsTileParts != 0 || aDecoding.itsOurs.itsMaxLayers != 0))
     {
-        // The encoder leaves out packets at the end of tile-parts; a limit on layers cuts segments short, and
-        // a limit on their bytes now and then cuts off the symbol behind a pass.
+        // The encoder leaves out packets at the end of tile-parts, and a limit on layers cuts segments short.
         aDecoding.itsOurs.itsMode = EngineMode::Fast;
     }
     aDecoding.itsOurs.itsTakesShorts = theDice.Chance(80);
@@ -172,12 +169,34 @@ std::optional<OpenJpeg::Bytes> Encode(const RandomStream& theStream)
     }
 }
 
+/// A limit on the bytes of a layer now and then makes the encoder cut off the symbol behind a pass: fussy
+/// decoding may report that and nothing else, and the other modes have to decode it.
+PlanarImage DecodeWithoutLostSymbols(const RandomStream& theStream, const OpenJpeg::Bytes& theBytes,
+                                     EngineOptions theOptions)
+{
+    try
+    {
+        return EngineDecode(theBytes, theOptions);
+    }
+    catch (const EngineWarning& aWarning)
+    {
+        const std::string aText = aWarning.what();
+        if (theStream.itsOptions.itsRates.back() <= 1 ||
+            aText.find("wrong segmentation symbol") == std::string::npos)
+        {
+            throw;
+        }
+    }
+    theOptions.itsMode = EngineMode::Fast;
+    return EngineDecode(theBytes, theOptions);
+}
+
 void ExpectAsPeer(const RandomStream& theStream, const OpenJpeg::Bytes& theBytes, const Decoding& theDecoding)
 {
     const auto aPeers = OpenJpeg::Decode(theBytes, theDecoding.itsPeers);
     ASSERT_TRUE(aPeers.has_value());
     PlanarImage anImage;
-    ASSERT_NO_THROW(anImage = EngineDecode(theBytes, theDecoding.itsOurs));
+    ASSERT_NO_THROW(anImage = DecodeWithoutLostSymbols(theStream, theBytes, theDecoding.itsOurs));
     EXPECT_EQ(DescribeDifference(anImage, *aPeers, GetTolerance(theStream)), "");
     if (theStream.itsOptions.itsIrreversible)
     {
