@@ -15,8 +15,8 @@
 
 namespace
 {
-constexpr int theSide = 2048;
-constexpr std::size_t thePixels = static_cast<std::size_t>(theSide) * theSide;
+constexpr int kSide = 2048;
+constexpr std::size_t kPixels = static_cast<std::size_t>(kSide) * kSide;
 
 Bytes RandomBytes(std::size_t theCount)
 {
@@ -34,7 +34,7 @@ void Convert(benchmark::State& theState, Renderable::PhotometricInterpretation t
 {
     DICOMDataObject aDataSet;
     const std::size_t aSize =
-        Renderable::calculateRequiredBufferSize(theSide, theSide, theBitsAllocated, 3, theKind);
+        Renderable::calculateRequiredBufferSize(kSide, kSide, theBitsAllocated, 3, theKind);
     const Bytes anInput = RandomBytes(aSize);
     // The heap keeps its pages warm, so that the arithmetic shows and not the operating system.
     ProcessHeapMemoryAllocator& anAllocator = ProcessHeapMemoryAllocator::GetDefaultInstance();
@@ -42,8 +42,8 @@ void Convert(benchmark::State& theState, Renderable::PhotometricInterpretation t
     {
         theState.PauseTiming();
         Renderable anImage(anAllocator);
-        anImage.setRows(theSide);
-        anImage.setColumns(theSide);
+        anImage.setRows(kSide);
+        anImage.setColumns(kSide);
         anImage.setSamplesPerPixel(3);
         anImage.setBitsAllocated(static_cast<std::int16_t>(theBitsAllocated));
         anImage.setBitsStored(static_cast<std::int16_t>(theBitsAllocated));
@@ -55,13 +55,13 @@ void Convert(benchmark::State& theState, Renderable::PhotometricInterpretation t
         DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(aDataSet, anImage);
         benchmark::DoNotOptimize(anImage.getPixelData());
     }
-    theState.SetBytesProcessed(static_cast<std::int64_t>(thePixels * 3) * theState.iterations());
+    theState.SetBytesProcessed(static_cast<std::int64_t>(kPixels * 3) * theState.iterations());
 }
 
 void Plain(benchmark::State& theState)
 {
-    const Bytes anInput = RandomBytes(thePixels * 3);
-    Bytes anOutput(thePixels * 3);
+    const Bytes anInput = RandomBytes(kPixels * 3);
+    Bytes anOutput(kPixels * 3);
     const auto clamp = [](float theValue)
     { return static_cast<std::uint8_t>(theValue < 0.0f ? 0.0f : (theValue > 255.0f ? 255.0f : theValue)); };
     for (auto _ : theState)
@@ -77,13 +77,13 @@ void Plain(benchmark::State& theState)
         }
         benchmark::DoNotOptimize(anOutput.data());
     }
-    theState.SetBytesProcessed(static_cast<std::int64_t>(thePixels * 3) * theState.iterations());
+    theState.SetBytesProcessed(static_cast<std::int64_t>(kPixels * 3) * theState.iterations());
 }
 
 void Dcmtk(benchmark::State& theState)
 {
     const DcmtkPeer aPeer(ReadInput("ybr_full_2048"));
-    Bytes anOutput(thePixels * 3);
+    Bytes anOutput(kPixels * 3);
     for (auto _ : theState)
     {
         if (!aPeer.RenderColour(anOutput.data(), anOutput.size()))
@@ -92,7 +92,7 @@ void Dcmtk(benchmark::State& theState)
             break;
         }
     }
-    theState.SetBytesProcessed(static_cast<std::int64_t>(thePixels * 3) * theState.iterations());
+    theState.SetBytesProcessed(static_cast<std::int64_t>(kPixels * 3) * theState.iterations());
 }
 
 BENCHMARK_CAPTURE(Convert, ybr_full_8bit / ours, Renderable::YBR_FULL, 8, false)

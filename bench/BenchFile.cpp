@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The whole road from a Part 10 stream to a finished Renderable, buffer allocation included.
+// The whole path from a Part 10 stream to a finished Renderable, buffer allocation included.
 
 #include "DcmtkPeer.h"
 #include "Part10.h"

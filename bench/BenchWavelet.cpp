@@ -15,8 +15,8 @@
 
 namespace
 {
-constexpr std::uint32_t theSide = 2048;
-constexpr unsigned int theLevels = 5;
+constexpr std::uint32_t kSide = 2048;
+constexpr unsigned int kLevels = 5;
 
 /// Hands out the lines of a stripe over and over, as high as a row of code-blocks.
 template <class Sample>
@@ -24,7 +24,7 @@ class StripeSource final : public j2k::LineSource<Sample>
 {
 public:
     explicit StripeSource(std::uint32_t theWidth)
-        : itsWidth(theWidth), itsSamples(static_cast<std::size_t>(theWidth) * theHeight)
+        : itsWidth(theWidth), itsSamples(static_cast<std::size_t>(theWidth) * kHeight)
     {
         std::mt19937 aGenerator(1);
         std::generate(itsSamples.begin(), itsSamples.end(),
@@ -33,11 +33,11 @@ public:
 
     const Sample* Pull() override
     {
-        return itsSamples.data() + static_cast<std::size_t>(itsLine++ % theHeight) * itsWidth;
+        return itsSamples.data() + static_cast<std::size_t>(itsLine++ % kHeight) * itsWidth;
     }
 
 private:
-    static constexpr std::uint32_t theHeight = 64;
+    static constexpr std::uint32_t kHeight = 64;
     std::uint32_t itsWidth;
     std::uint32_t itsLine = 0;
     std::vector<Sample> itsSamples;
@@ -47,10 +47,10 @@ template <class Sample>
 std::unique_ptr<j2k::LineSource<Sample>> MakeChain(kdu_sample_allocator& theAllocator)
 {
     std::unique_ptr<j2k::LineSource<Sample>> aSource =
-        std::make_unique<StripeSource<Sample>>(theSide >> theLevels);
-    for (unsigned int l = theLevels; l-- > 0;)
+        std::make_unique<StripeSource<Sample>>(kSide >> kLevels);
+    for (unsigned int l = kLevels; l-- > 0;)
     {
-        const std::uint32_t aSide = theSide >> l;
+        const std::uint32_t aSide = kSide >> l;
         j2k::SynthesisInputs<Sample> anInputs = {std::move(aSource),
                                                  std::make_unique<StripeSource<Sample>>(aSide / 2),
                                                  std::make_unique<StripeSource<Sample>>(aSide / 2),
@@ -64,7 +64,7 @@ std::unique_ptr<j2k::LineSource<Sample>> MakeChain(kdu_sample_allocator& theAllo
 template <class Sample>
 void Wavelet(benchmark::State& theState)
 {
-    std::vector<Sample> aLine(theSide);
+    std::vector<Sample> aLine(kSide);
     for (auto _ : theState)
     {
         theState.PauseTiming();
@@ -72,27 +72,26 @@ void Wavelet(benchmark::State& theState)
         const std::unique_ptr<j2k::LineSource<Sample>> aSource = MakeChain<Sample>(anAllocator);
         anAllocator.finalize();
         theState.ResumeTiming();
-        for (std::uint32_t y = 0; y < theSide; ++y)
+        for (std::uint32_t y = 0; y < kSide; ++y)
         {
-            std::memcpy(aLine.data(), aSource->Pull(), theSide * sizeof(Sample));
+            std::memcpy(aLine.data(), aSource->Pull(), kSide * sizeof(Sample));
             benchmark::DoNotOptimize(aLine.data());
         }
     }
     theState.SetBytesProcessed(theState.iterations() *
-                               static_cast<std::int64_t>(theSide * theSide * sizeof(Sample)));
+                               static_cast<std::int64_t>(kSide * kSide * sizeof(Sample)));
 }
 
 template <class Sample, void (*theTransform)(Sample*, Sample*, Sample*, int)>
 void Components(benchmark::State& theState)
 {
-    std::vector<Sample> aFirst(theSide), aSecond(theSide), aThird(theSide);
+    std::vector<Sample> aFirst(kSide), aSecond(kSide), aThird(kSide);
     for (auto _ : theState)
     {
-        theTransform(aFirst.data(), aSecond.data(), aThird.data(), static_cast<int>(theSide));
+        theTransform(aFirst.data(), aSecond.data(), aThird.data(), static_cast<int>(kSide));
         benchmark::ClobberMemory();
     }
-    theState.SetBytesProcessed(theState.iterations() *
-                               static_cast<std::int64_t>(3 * theSide * sizeof(Sample)));
+    theState.SetBytesProcessed(theState.iterations() * static_cast<std::int64_t>(3 * kSide * sizeof(Sample)));
 }
 
 BENCHMARK(Wavelet<std::int16_t>)->Name("wavelet/5-3/16bit")->Unit(benchmark::kMillisecond);

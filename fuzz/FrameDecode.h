@@ -33,7 +33,7 @@ struct FuzzFrame
     {
         const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
                                   VR::GetDefaultMemoryAllocater());
-        const std::pair<DICOMTag, int> theNumbers[] = {
+        const std::pair<DICOMTag, int> kNumbers[] = {
             {DICOMTags::Rows, itsRows},
             {DICOMTags::Columns, itsColumns},
             {DICOMTags::SamplesPerPixel, itsSamples},
@@ -41,7 +41,7 @@ struct FuzzFrame
             {DICOMTags::BitsStored, itsBitsStored},
             {DICOMTags::HighBit, itsBitsStored - 1},
             {DICOMTags::PixelRepresentation, itsPixelRepresentation}};
-        for (const auto& [aTag, aNumber] : theNumbers)
+        for (const auto& [aTag, aNumber] : kNumbers)
         {
             theDataSet.ReplaceVR(aFactory.CreateUnsignedShort(aTag, static_cast<std::uint16_t>(aNumber)));
         }

@@ -70,7 +70,7 @@ public:
 
     void* Allocate(std::uint64_t theSize) override
     {
-        void* const aBlock = theSize > theLargest ? nullptr : std::malloc(theSize);
+        void* const aBlock = theSize > kLargest ? nullptr : std::malloc(theSize);
         if (aBlock == nullptr)
         {
             throw BadAllocException(theSize);
@@ -89,7 +89,7 @@ public:
     bool HasBlocks() const { return !itsBlocks.empty(); }
 
 private:
-    static constexpr std::uint64_t theLargest = std::uint64_t{1} << 26;
+    static constexpr std::uint64_t kLargest = std::uint64_t{1} << 26;
 
     int itsFill;
     std::map<void*, std::uint64_t> itsBlocks;

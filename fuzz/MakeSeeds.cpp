@@ -96,11 +96,11 @@ void WriteRle()
         const char* itsName;
         Description itsFrame;
     };
-    const Row theRows[] = {{"rle8", {13, 9}},
-                           {"rle16", {13, 9, 1, 16}},
-                           {"rleRGB", {13, 9, 3, 8, "RGB", 1}},
-                           {"rleRGB16", {5, 4, 3, 16, "RGB", 1}}};
-    for (const auto& [aName, aFrame] : theRows)
+    const Row kRows[] = {{"rle8", {13, 9}},
+                         {"rle16", {13, 9, 1, 16}},
+                         {"rleRGB", {13, 9, 3, 8, "RGB", 1}},
+                         {"rleRGB16", {5, 4, 3, 16, "RGB", 1}}};
+    for (const auto& [aName, aFrame] : kRows)
     {
         const std::size_t aBytesPerSample = aFrame.itsBits > 8 ? 2 : 1;
         const auto aColumns = static_cast<std::size_t>(aFrame.itsWidth);
@@ -217,13 +217,13 @@ void WriteJpeg2000()
         Bytes itsStream;
         Description itsFrame;
     };
-    const Row theRows[] = {{"grey12", Grey12(), {theGreyWidth, theGreyHeight, 1, 12}},
-                           {"colour", Colour(), {theColourWidth, theColourHeight, 3, 8, "YBR_RCT", 5}},
-                           {"plain", PlainColour(), {theColourWidth, theColourHeight, 3, 8, "RGB", 1}},
-                           {"lossy", Lossy(), {theLossySize, theLossySize, 3, 8, "YBR_ICT", 6}},
-                           {"deep", DeepColour(), {4, 4, 3, 12, "RGB", 1}},
-                           {"pair", Pair(), {4, 4}}};
-    for (const auto& [aName, aStream, aFrame] : theRows)
+    const Row kRows[] = {{"grey12", Grey12(), {kGreyWidth, kGreyHeight, 1, 12}},
+                         {"colour", Colour(), {kColourWidth, kColourHeight, 3, 8, "YBR_RCT", 5}},
+                         {"plain", PlainColour(), {kColourWidth, kColourHeight, 3, 8, "RGB", 1}},
+                         {"lossy", Lossy(), {kLossySize, kLossySize, 3, 8, "YBR_ICT", 6}},
+                         {"deep", DeepColour(), {4, 4, 3, 12, "RGB", 1}},
+                         {"pair", Pair(), {4, 4}}};
+    for (const auto& [aName, aStream, aFrame] : kRows)
     {
         const std::string aJp2Name = std::string(aName) + "_jp2";
         Write("jpeg2000", aName, aStream, Bytes{1} + DescribeFrame(aFrame));
@@ -273,13 +273,13 @@ void WriteNative()
         const char* itsInterpretation;
         int itsBits;
     };
-    const Row theRows[] = {{"explicit8", Syntax::EXPLICIT_LITTLE, 1, "MONOCHROME2", 8},
-                           {"implicit16", Syntax::IMPLICIT_LITTLE, 1, "MONOCHROME1", 16},
-                           {"big16", Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 16},
-                           {"deflatedRGB", Syntax::DEFLATED, 3, "RGB", 8},
-                           {"ybr", Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 8},
-                           {"ybr422", Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL_422", 8}};
-    for (const Row& aRow : theRows)
+    const Row kRows[] = {{"explicit8", Syntax::EXPLICIT_LITTLE, 1, "MONOCHROME2", 8},
+                         {"implicit16", Syntax::IMPLICIT_LITTLE, 1, "MONOCHROME1", 16},
+                         {"big16", Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 16},
+                         {"deflatedRGB", Syntax::DEFLATED, 3, "RGB", 8},
+                         {"ybr", Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 8},
+                         {"ybr422", Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL_422", 8}};
+    for (const Row& aRow : kRows)
     {
         DicomBuilder aBuilder(aRow.itsSyntax);
         aBuilder.AddImageAttributes(static_cast<std::uint16_t>(aRow.itsSamples), aRow.itsInterpretation, 6, 8,

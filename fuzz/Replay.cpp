@@ -20,8 +20,8 @@ std::string theCurrentInput;
 
 void ReportTimeout(int)
 {
-    constexpr char theText[] = "Out of time: ";
-    static_cast<void>(!::write(STDERR_FILENO, theText, sizeof(theText) - 1));
+    constexpr char kText[] = "Out of time: ";
+    static_cast<void>(!::write(STDERR_FILENO, kText, sizeof(kText) - 1));
     static_cast<void>(!::write(STDERR_FILENO, theCurrentInput.data(), theCurrentInput.size()));
     ::_exit(1);
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "FuzzInput.h"
-#include "codecs/detail/JPEGLosslessScan.h"
+#include "codecs/jpeg/detail/JPEGLosslessScan.h"
 
 namespace
 {
@@ -109,7 +109,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
     const bool isWhole = anInput.TakeFlag();
     aScan.itsImageComponents = isWhole ? aScan.itsComponents : 4;
     const bool hasOneTable = anInput.TakeFlag();
-    const int aLookBits = anInput.TakeFlag() ? JPEGLosslessTable::theManyBits : JPEGLosslessTable::theFewBits;
+    const int aLookBits = anInput.TakeFlag() ? JPEGLosslessTable::kManyBits : JPEGLosslessTable::kFewBits;
     const auto aPortion = static_cast<std::size_t>(anInput.TakeOne({4096, 1, 2, 3, 7, 64}));
     const int aFirstPlace = anInput.TakeNumber(0, 3);
     const bool hasAnyCounts = anInput.TakeFlag();

@@ -16,9 +16,9 @@ namespace
 void ReadThrough(DecompressingPixelInputStreamVR& theStream, std::size_t theStep)
 {
     // A small file can announce any number of frames, all of the same few bytes.
-    constexpr int theMostReads = 64;
+    constexpr int kMostReads = 64;
     Bytes aBuffer(theStep);
-    for (int i = 0; i < theMostReads && theStream.HasMoreData(); ++i)
+    for (int i = 0; i < kMostReads && theStream.HasMoreData(); ++i)
     {
         const std::size_t aPosition = theStream.GetStreamPosition();
         const std::size_t aCount =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// JPEG: our codecs beside their own library's road, the three IJG builds and libjpeg-turbo in the plain loop
+// JPEG: our codecs beside their own library's path, the three IJG builds and libjpeg-turbo in the plain loop
 // of the library's example, and DCMTK. Then the whole way from a Part 10 stream to a finished Renderable,
 // beside the bare codec into memory that is as new.
 
@@ -7,11 +7,11 @@
 
 #include "Frames.h"
 #include "Part10.h"
-#include "codecs/InputStreamAdapter.h"
-#include "codecs/JPEG12BitDecoder.h"
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEG8BitDecoder.h"
-#include "codecs/detail/JPEGRoad.h"
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg/detail/JPEGPath.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "image/VMMemoryAllocator.h"
 #include "jpeg/JpegPeer.h"
 #include "toolkit/dicom/DICOMDataObject.h"
@@ -51,7 +51,7 @@ std::unique_ptr<JPEGDecoder> MakeCodec(int theBits)
 }
 
 /// Our codec, forced to the library's own loop.
-void LibraryRoad(benchmark::State& theState, const std::string& theName, int theBits)
+void LibraryPath(benchmark::State& theState, const std::string& theName, int theBits)
 {
     const Frame aFrame = LoadFrame(theName);
     DICOMDataObject aDataSet;
@@ -62,7 +62,7 @@ void LibraryRoad(benchmark::State& theState, const std::string& theName, int the
         MemoryInputStream aStream(aFrame.itsCompressed.data(), aFrame.itsCompressed.size());
         InputStreamAdapter aSource(aStream);
         const std::unique_ptr<JPEGDecoder> aCodec = MakeCodec(theBits);
-        aCodec->SetRoad(JPEGRoad::LIBRARY);
+        aCodec->SetPath(JPEGPath::LIBRARY);
         aCodec->SetSource(&aDataSet, aSource);
         aCodec->Decode(0, anOutput.data(), anOutput.size());
     }
@@ -93,7 +93,7 @@ void RegisterKind(const std::string& theKind, int theBits, const std::string& th
 {
     const std::string anInput = "jpeg/" + theKind + "_" + theSide;
     Register(anInput + "/ours", BenchOurs, anInput);
-    Register(anInput + "/library", LibraryRoad, anInput, theBits);
+    Register(anInput + "/library", LibraryPath, anInput, theBits);
     Register(anInput + "/dcmtk", BenchDcmtk, anInput);
     if (theBits == 8)
     {

@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "codecs/InputStreamAdapter.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "engine/kdu_codestream.h"
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"

@@ -3,8 +3,8 @@
 
 #include <exception>
 
-#include "codecs/InputStreamAdapter.h"
-#include "codecs/JPEG2000Decoder.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "toolkit/io/MemoryInputStream.h"
 
 namespace

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "codecs/InputStreamAdapter.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "decoding/DecoderFactory.h"
 #include "decoding/LeastCompressedSize.h"
 #include "toolkit/base/StreamIOException.h"

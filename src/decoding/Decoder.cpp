@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "codecs/MeteringKDUCompressedSource.h"
+#include "codecs/sources/MeteringKDUCompressedSource.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
@@ -18,7 +18,7 @@ Decoder::ColorModel ColorModelOf(const RWCString& theInterpretation)
         const char* itsText;
         Decoder::ColorModel itsModel;
     };
-    static constexpr Entry theEntries[] = {
+    static constexpr Entry kEntries[] = {
         {"MONOCHROME1", Decoder::COLOR_MODEL_GREY},
         {"MONOCHROME2", Decoder::COLOR_MODEL_GREY},
         {"RGB", Decoder::COLOR_MODEL_RGB},
@@ -30,7 +30,7 @@ Decoder::ColorModel ColorModelOf(const RWCString& theInterpretation)
         {"YBR_ICT", Decoder::COLOR_MODEL_YBR_ICT},
         {"PALETTE COLOR", Decoder::COLOR_MODEL_PALETTE_COLOR},
     };
-    for (const Entry& anEntry : theEntries)
+    for (const Entry& anEntry : kEntries)
     {
         if (theInterpretation == anEntry.itsText)
         {

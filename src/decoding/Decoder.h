@@ -50,7 +50,7 @@ public:
         PET_NONE = 0,      ///< counts as PET_FAST
         PET_FAST = 1,      ///< takes all that can be decoded; what is missing decodes as zero
         PET_RESILIENT = 2, ///< the same, and finds its way again at SOP markers
-        PET_FUSSY = 3      ///< refuses every departure
+        PET_FUSSY = 3      ///< refuses every non-conformance
     };
 
     virtual ~Decoder();

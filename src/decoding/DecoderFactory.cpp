@@ -3,11 +3,11 @@
 
 #include <memory>
 
-#include "codecs/JPEG12BitDecoder.h"
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEG2000FileStreamDecoder.h"
-#include "codecs/JPEG8BitDecoder.h"
-#include "codecs/RLEDecoder.h"
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/rle/RLEDecoder.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
 
 std::uint64_t LeastCompressedSize::Get(const Decoder& theCodec)
 {
@@ -16,9 +16,9 @@ std::uint64_t LeastCompressedSize::Get(const Decoder& theCodec)
     const std::uint64_t aPixels = theCodec.GetImageWidth() * theCodec.GetImageHeight();
     // The codec of 16 bits knows the lossless processes only; the others do not tell which one it is.
     const bool aLossless = dynamic_cast<const JPEG16BitDecoder*>(&theCodec) != nullptr;
-    constexpr std::uint64_t thePixelsPerByte = 2 * 8;
-    constexpr std::uint64_t theSamplesPerBlock = 64;
-    return aPixels / (aLossless ? thePixelsPerByte : thePixelsPerByte * theSamplesPerBlock);
+    constexpr std::uint64_t kPixelsPerByte = 2 * 8;
+    constexpr std::uint64_t kSamplesPerBlock = 64;
+    return aPixels / (aLossless ? kPixelsPerByte : kPixelsPerByte * kSamplesPerBlock);
 }
 
 void LeastCompressedSize::Check(const Decoder& theCodec, std::uint64_t theLength)

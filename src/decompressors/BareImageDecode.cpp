@@ -19,7 +19,7 @@
 
 namespace
 {
-const char* const thePrivateCreator = "QUORIX0";
+const char* const kPrivateCreator = "QUORIX0";
 
 bool IsJPEG2000(const RWCString& theUID)
 {
@@ -87,7 +87,7 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
     theCodec.SetSource(itsDataSet, *itsRequest.getCompressedSource());
     if (itsDataSet != nullptr)
     {
-        Optional([this] { itsDataSet->ReservePrivateBlock(thePrivateCreator); });
+        Optional([this] { itsDataSet->ReservePrivateBlock(kPrivateCreator); });
         std::int32_t aPixelRepresentation = 0;
         itsDataSet->GetInteger(DICOMTags::PixelRepresentation, aPixelRepresentation);
         theCodec.SetSigned(itsRequest.isV5ConvertPixelsToUnsigned() ? 0 : aPixelRepresentation);
@@ -108,7 +108,7 @@ void BareImageDecode::ReadDataSet()
         {
             std::int32_t aFlag = 0;
             itsForcedLossless =
-                itsDataSet->GetPrivateInteger(thePrivateCreator, "LosslessCmpFlag", aFlag) && aFlag == 1;
+                itsDataSet->GetPrivateInteger(kPrivateCreator, "LosslessCmpFlag", aFlag) && aFlag == 1;
         });
     itsDataSet->GetInteger(DICOMTags::BitsStored, itsDataSetBitsStored);
 }

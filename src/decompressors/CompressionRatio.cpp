@@ -16,6 +16,6 @@ std::int32_t CompressionRatio::Calculate(std::uint64_t theDecodedSize, int theSc
     const float aFactor = std::ldexp(1.0F, std::clamp(theScaleFactor, 1, 41) - 1);
     const float aRatio =
         static_cast<float>(theDecodedSize) * aFactor * aFactor / static_cast<float>(theCompressedSize) + 0.5F;
-    constexpr auto theLimit = std::numeric_limits<std::int32_t>::max();
-    return aRatio < static_cast<float>(theLimit) ? static_cast<std::int32_t>(aRatio) : theLimit;
+    constexpr auto kLimit = std::numeric_limits<std::int32_t>::max();
+    return aRatio < static_cast<float>(kLimit) ? static_cast<std::int32_t>(aRatio) : kLimit;
 }

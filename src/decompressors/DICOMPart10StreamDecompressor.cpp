@@ -14,7 +14,7 @@
 
 namespace
 {
-constexpr const char* theClassName = "DICOMPart10StreamDecompressor";
+constexpr const char* kClassName = "DICOMPart10StreamDecompressor";
 } // namespace
 
 DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor()
@@ -30,13 +30,13 @@ DICOMPart10StreamDecompressor::DICOMPart10StreamDecompressor(MemoryAllocater& th
 void DICOMPart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
                                                DecompressionResult& theResult)
 {
-    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, theClassName, theResult,
+    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, kClassName, theResult,
                           [&](Part10FrontEnd& theFrontEnd) { Decode(theFrontEnd, theResult); });
 }
 
 void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
 {
-    Part10FrameLoader aLoader(theFrontEnd, theClassName);
+    Part10FrameLoader aLoader(theFrontEnd, kClassName);
     std::unique_ptr<Renderable> anImage = aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
     if (!theFrontEnd.IsDataSetPrivate())
     {

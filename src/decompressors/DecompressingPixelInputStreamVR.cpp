@@ -22,12 +22,12 @@
 
 namespace
 {
-constexpr const char* theReadName =
+constexpr const char* kReadName =
     "DecompressingPixelInputStreamVR::Read(uchar_t* theBuffer, size_t theLength)";
-constexpr const char* theSkipName = "DecompressingPixelInputStreamVR::Skip(size_t theLength)";
+constexpr const char* kSkipName = "DecompressingPixelInputStreamVR::Skip(size_t theLength)";
 
 /// The element is read like a native one, and the codecs deliver words as the machine has them.
-constexpr DICOMTag theTag = DICOMTags::PixelData;
+constexpr DICOMTag kTag = DICOMTags::PixelData;
 
 std::size_t ToSize(std::uint64_t theCount)
 {
@@ -66,7 +66,7 @@ DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject
                                                                  const TransferSyntaxType& theTransferSyntax,
                                                                  PixelDataFragmentInputStreamVR& theFragments,
                                                                  MemoryAllocater& theAllocator)
-    : PixelInputStreamVR(theTag, VR::TYPE_OW, DLEndian::NativeEndian()), itsDataSet(theDataSet),
+    : PixelInputStreamVR(kTag, VR::TYPE_OW, DLEndian::NativeEndian()), itsDataSet(theDataSet),
       itsTransferSyntax(theTransferSyntax), itsAllocator(theAllocator),
       itsFragments(std::shared_ptr<PixelDataFragmentInputStreamVR>(), &theFragments),
       itsFrameBuffer(nullptr, Release{&theAllocator})
@@ -78,7 +78,7 @@ DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject
                                                                  const TransferSyntaxType& theTransferSyntax,
                                                                  PixelDataFragmentInputStreamVR* theFragments,
                                                                  MemoryAllocater& theAllocator)
-    : PixelInputStreamVR(theTag, VR::TYPE_OW, DLEndian::NativeEndian()), itsDataSet(theDataSet),
+    : PixelInputStreamVR(kTag, VR::TYPE_OW, DLEndian::NativeEndian()), itsDataSet(theDataSet),
       itsTransferSyntax(theTransferSyntax), itsAllocator(theAllocator), itsFragments(theFragments),
       itsFrameBuffer(nullptr, Release{&theAllocator})
 {
@@ -87,9 +87,9 @@ DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject
 
 DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(
     const DecompressingPixelInputStreamVR& theOther)
-    : PixelInputStreamVR(theTag, theOther.GetTypeCode(), theOther.GetEndian()),
-      itsDataSet(theOther.itsDataSet), itsTransferSyntax(theOther.itsTransferSyntax),
-      itsAllocator(theOther.itsAllocator), itsFragments(theOther.itsFragments), itsFrames(theOther.itsFrames),
+    : PixelInputStreamVR(kTag, theOther.GetTypeCode(), theOther.GetEndian()), itsDataSet(theOther.itsDataSet),
+      itsTransferSyntax(theOther.itsTransferSyntax), itsAllocator(theOther.itsAllocator),
+      itsFragments(theOther.itsFragments), itsFrames(theOther.itsFrames),
       itsFrameBuffer(nullptr, theOther.itsFrameBuffer.get_deleter()),
       itsCurrentFrameIndex(theOther.itsCurrentFrameIndex),
       itsCurrentFrameBufferSize(theOther.itsCurrentFrameBufferSize),
@@ -187,8 +187,8 @@ bool DecompressingPixelInputStreamVR::SetSizes(int theRows, int theColumns, int 
         itsErrorText += RWCString(anException.what()) + ";";
         return false;
     }
-    constexpr std::uint64_t theMost = std::numeric_limits<std::int64_t>::max() - 1;
-    if (itsCurrentFrameBufferSize > theMost / static_cast<std::uint64_t>(itsNumberOfFrames))
+    constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max() - 1;
+    if (itsCurrentFrameBufferSize > kMost / static_cast<std::uint64_t>(itsNumberOfFrames))
     {
         itsErrorText += "The frames have more bytes than can be counted;";
         itsCurrentFrameBufferSize = 0;
@@ -284,12 +284,12 @@ void DecompressingPixelInputStreamVR::DiscardFinalFramePaddingIfNecessary()
 
 std::size_t DecompressingPixelInputStreamVR::Read(unsigned char* theBuffer, std::size_t theLength)
 {
-    return Advance(theBuffer, theLength, theReadName);
+    return Advance(theBuffer, theLength, kReadName);
 }
 
 std::size_t DecompressingPixelInputStreamVR::Skip(std::size_t theLength)
 {
-    return Advance(nullptr, theLength, theSkipName);
+    return Advance(nullptr, theLength, kSkipName);
 }
 
 /// theBuffer is null when nothing is to be copied.
@@ -299,7 +299,7 @@ std::size_t DecompressingPixelInputStreamVR::Advance(unsigned char* theBuffer, s
     if (!itsIsValid)
     {
         // The same text for both operations.
-        throw StreamIOException(std::string(theReadName) +
+        throw StreamIOException(std::string(kReadName) +
                                     ": Invalid object - missing required DICOM data elements were "
                                     "encountered during construction or an error occured while "
                                     "decompressing the first frame: " +

@@ -6,7 +6,7 @@
 #include <limits>
 #include <memory>
 
-#include "codecs/InputStreamAdapter.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
@@ -19,7 +19,7 @@
 
 namespace
 {
-constexpr std::size_t theBufferSize = 4096;
+constexpr std::size_t kBufferSize = 4096;
 
 /// What of the call goes into the request.
 struct Arguments
@@ -116,7 +116,7 @@ int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFil
     try
     {
         LFInputStream aFile(theFileName.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE,
-                            theBufferSize);
+                            kBufferSize);
         OpenAndLock(aFile);
         const Arguments anArguments{theSecondName, theDataSet, theFrameIndex, theScaleFactor};
         if (!DecodeByType(aFile, theImageType, theLossless != 0, anArguments, theResult))

@@ -13,7 +13,7 @@
 
 namespace
 {
-constexpr const char* theClassName = "MultiFramePart10StreamDecompressor";
+constexpr const char* kClassName = "MultiFramePart10StreamDecompressor";
 } // namespace
 
 MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,
@@ -28,13 +28,13 @@ MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* t
 void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
                                                     DecompressionResult& theResult)
 {
-    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, theClassName, theResult,
+    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, kClassName, theResult,
                           [this](Part10FrontEnd& theFrontEnd) { Decode(theFrontEnd); });
 }
 
 void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd) const
 {
-    Part10FrameLoader aLoader(theFrontEnd, theClassName);
+    Part10FrameLoader aLoader(theFrontEnd, kClassName);
     const int aCount = aLoader.CountFrames();
     for (int aFrameIndex = 0; aFrameIndex < aCount; ++aFrameIndex)
     {

@@ -56,8 +56,8 @@ public:
     /// and the picture sheared.
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
-        constexpr std::uint64_t theMost = std::numeric_limits<std::uint16_t>::max();
-        if (theDecoder.GetImageHeight() > theMost || theDecoder.GetImageWidth() > theMost)
+        constexpr std::uint64_t kMost = std::numeric_limits<std::uint16_t>::max();
+        if (theDecoder.GetImageHeight() > kMost || theDecoder.GetImageWidth() > kMost)
         {
             throw StreamIOException(itsLoader.itsClassName + "::Decode: a data set cannot describe " +
                                         std::to_string(theDecoder.GetImageHeight()) + " rows of " +

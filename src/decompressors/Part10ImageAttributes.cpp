@@ -135,14 +135,14 @@ std::int32_t Part10ImageAttributes::ReadNumberOfFrames(const DICOMDataObject& th
     {
         return 1;
     }
-    constexpr long theLimit = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::strtol(aText.c_str(), nullptr, 10), 1L, theLimit));
+    constexpr long kLimit = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(aText.c_str(), nullptr, 10), 1L, kLimit));
 }
 
 std::uint64_t
 Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInterpretation) const
 {
-    constexpr std::int64_t theLimit = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int64_t kLimit = std::numeric_limits<std::int32_t>::max();
     // Odd pixel counts of subsampled images are rounded up by at most three.
     const std::int64_t aPixels = std::int64_t{itsRows} * itsColumns + (itsSamplesPerPixel == 3 ? 3 : 0);
     const bool aSane = itsRows >= 0 && itsColumns >= 0 && itsSamplesPerPixel >= 0 && itsBitsAllocated >= 0 &&
@@ -152,7 +152,7 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
         throw BadAllocException(std::numeric_limits<std::uint64_t>::max());
     }
     Limits::CheckFrame(static_cast<std::uint64_t>(itsRows), static_cast<std::uint64_t>(itsColumns), 0);
-    if (aPixels > theLimit || aPixels * itsBitsAllocated > theLimit)
+    if (aPixels > kLimit || aPixels * itsBitsAllocated > kLimit)
     {
         std::uint64_t aBytes = 0;
         const bool aTooLarge = __builtin_mul_overflow(static_cast<std::uint64_t>(aPixels) / 8,

@@ -10,10 +10,10 @@
 namespace
 {
 /// What our Derivation Descriptions end with, and how they are known again.
-constexpr const char* theSignature = "(QUORIX)";
+constexpr const char* kSignature = "(QUORIX)";
 
 /// Lossy compression changes pixel values, so recorded ranges are no longer true.
-constexpr DICOMTag theValueRangeTags[] = {
+constexpr DICOMTag kValueRangeTags[] = {
     DICOMTags::SmallestImagePixelValue,        DICOMTags::LargestImagePixelValue,
     DICOMTags::SmallestPixelValueInSeries,     DICOMTags::LargestPixelValueInSeries,
     DICOMTags::SmallestImagePixelValueInPlane, DICOMTags::LargestImagePixelValueInPlane,
@@ -27,8 +27,8 @@ struct CompressionNames
     const char* itsShortName;
 };
 
-constexpr CompressionNames theKnownNames[] = {{"jpg", "ISO_10918_1", "JPEG", "JPEG "},
-                                              {"jp2", "ISO_15444_1", "JPEG 2000", "JP2K "}};
+constexpr CompressionNames kKnownNames[] = {{"jpg", "ISO_10918_1", "JPEG", "JPEG "},
+                                            {"jp2", "ISO_15444_1", "JPEG 2000", "JP2K "}};
 
 RWCString ToLower(RWCString theText)
 {
@@ -43,7 +43,7 @@ LossyHistory::LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFac
     : itsDataSet(theDataSet), itsFactory(theFactory), itsRatio(theRatio)
 {
     const RWCString aKind = ToLower(theCompression);
-    for (const CompressionNames& aNames : theKnownNames)
+    for (const CompressionNames& aNames : kKnownNames)
     {
         if (aKind == aNames.itsKind)
         {
@@ -59,7 +59,7 @@ void LossyHistory::Write()
     RemoveValueRanges();
     ReplaceText(DICOMTags::LossyImageCompression, "01");
     const RWCString aDerivedType = MakeDerivedImageType();
-    if (GetText(DICOMTags::DerivationDescription).find(theSignature) != RWCString::npos)
+    if (GetText(DICOMTags::DerivationDescription).find(kSignature) != RWCString::npos)
     {
         ReplaceText(DICOMTags::ImageType, aDerivedType);
         return;
@@ -73,7 +73,7 @@ void LossyHistory::Write()
 
 void LossyHistory::RemoveValueRanges()
 {
-    for (const DICOMTag aTag : theValueRangeTags)
+    for (const DICOMTag aTag : kValueRangeTags)
     {
         itsDataSet.RemoveVR(aTag);
     }
@@ -108,7 +108,7 @@ void LossyHistory::WriteDerivation()
 {
     const RWCString aRatio = itsRatio < 1 ? "?" : std::to_string(itsRatio);
     ReplaceText(DICOMTags::DerivationDescription,
-                RWCString("LOSSY ") + itsLongName + " COMPRESSION " + aRatio + ":1 " + theSignature);
+                RWCString("LOSSY ") + itsLongName + " COMPRESSION " + aRatio + ":1 " + kSignature);
 }
 
 void LossyHistory::WriteRatio()

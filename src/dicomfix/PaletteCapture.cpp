@@ -9,7 +9,7 @@
 namespace
 {
 /// Everything that describes a palette, in the order of removal.
-constexpr DICOMTag thePaletteTags[] = {
+constexpr DICOMTag kPaletteTags[] = {
     DICOMTags::RedPaletteColorLookupTableDescriptor,
     DICOMTags::GreenPaletteColorLookupTableDescriptor,
     DICOMTags::BluePaletteColorLookupTableDescriptor,
@@ -43,7 +43,7 @@ void DecompressionLibUtils::CaptureAndRemoveColorPaletteAttributes(DICOMDataObje
     theDataSet.SetRedColorPalette(ReadPalette('R', theDataSet));
     theDataSet.SetGreenColorPalette(ReadPalette('G', theDataSet));
     theDataSet.SetBlueColorPalette(ReadPalette('B', theDataSet));
-    for (const DICOMTag aTag : thePaletteTags)
+    for (const DICOMTag aTag : kPaletteTags)
     {
         theDataSet.RemoveVR(aTag);
     }

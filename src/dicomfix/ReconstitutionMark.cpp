@@ -7,8 +7,8 @@
 
 const RWCString& ReconstitutionMark::GetCreator()
 {
-    static const RWCString theCreator = "QUORIX0";
-    return theCreator;
+    static const RWCString kCreator = "QUORIX0";
+    return kCreator;
 }
 
 void ReconstitutionMark::Write(DICOMDataObject& theDataSet, const MVRFactory& theFactory)

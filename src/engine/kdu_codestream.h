@@ -52,8 +52,8 @@ public:
     /// to have one changes nothing: those that are there serve.
     void set_resilient(bool theExpectUbiquitousSOPs = false);
 
-    /// Refuses every departure from the standard, with a warning. What the main header has shown already
-    /// is reported here.
+    /// Refuses every non-conformance from the standard, with a warning. What the main header has shown
+    /// already is reported here.
     void set_fussy();
 
     /// Components of the codestream; with theWantOutputComponents those that tiles decode.

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/kdu_decoder.h"
 
-#include "engine/detail/lines/LinePump.h"
+#include "engine/detail/lines/LineReader.h"
 #include "engine/detail/packets/Resolution.h"
 
 kdu_decoder::kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts)
-    : itsPump(j2k::LinePump::Create(*theSubband.get_state(), *theAllocator, theUseShorts))
+    : itsReader(j2k::LineReader::Create(*theSubband.get_state(), *theAllocator, theUseShorts))
 {
 }
 
@@ -15,5 +15,5 @@ kdu_decoder::~kdu_decoder() = default;
 
 void kdu_decoder::pull(kdu_line_buf& theLine)
 {
-    itsPump->Pull(theLine);
+    itsReader->Pull(theLine);
 }

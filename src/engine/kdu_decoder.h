@@ -11,7 +11,7 @@ class kdu_sample_allocator;
 
 namespace j2k
 {
-class LinePump;
+class LineReader;
 }
 
 /// Delivers the lines of one subband from its code-blocks, decoding a row of blocks when its first line is
@@ -34,5 +34,5 @@ public:
     void pull(kdu_line_buf& theLine);
 
 private:
-    std::unique_ptr<j2k::LinePump> itsPump;
+    std::unique_ptr<j2k::LineReader> itsReader;
 };

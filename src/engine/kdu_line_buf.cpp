@@ -8,12 +8,12 @@
 namespace
 {
 /// Writable bytes behind the last sample.
-constexpr std::size_t theSlack = 64;
+constexpr std::size_t kSlack = 64;
 
 std::size_t ComputeBytes(int theWidth, bool theUseShorts)
 {
     const std::size_t aSampleSize = theUseShorts ? sizeof(kdu_sample16) : sizeof(kdu_sample32);
-    return static_cast<std::size_t>(theWidth) * aSampleSize + theSlack;
+    return static_cast<std::size_t>(theWidth) * aSampleSize + kSlack;
 }
 } // namespace
 

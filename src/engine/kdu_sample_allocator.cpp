@@ -7,23 +7,23 @@
 
 namespace
 {
-constexpr std::align_val_t theAlignmentValue{kdu_sample_allocator::theAlignment};
+constexpr std::align_val_t kAlignmentValue{kdu_sample_allocator::kAlignment};
 
 /// Shares are rounded up, so that every one begins on a multiple.
 std::size_t RoundUp(std::size_t theBytes)
 {
-    constexpr std::size_t theMask = kdu_sample_allocator::theAlignment - 1;
-    if (theBytes > std::numeric_limits<std::size_t>::max() - theMask)
+    constexpr std::size_t kMask = kdu_sample_allocator::kAlignment - 1;
+    if (theBytes > std::numeric_limits<std::size_t>::max() - kMask)
     {
         throw std::bad_alloc();
     }
-    return (theBytes + theMask) & ~theMask;
+    return (theBytes + kMask) & ~kMask;
 }
 } // namespace
 
 void kdu_sample_allocator::Release::operator()(std::byte* theMemory) const
 {
-    ::operator delete(theMemory, theAlignmentValue);
+    ::operator delete(theMemory, kAlignmentValue);
 }
 
 void kdu_sample_allocator::pre_alloc(std::size_t theBytes)
@@ -46,7 +46,7 @@ void kdu_sample_allocator::finalize()
     {
         throw std::logic_error("kdu_sample_allocator: finalize twice");
     }
-    itsMemory.reset(static_cast<std::byte*>(::operator new(itsAnnounced, theAlignmentValue)));
+    itsMemory.reset(static_cast<std::byte*>(::operator new(itsAnnounced, kAlignmentValue)));
     itsIsFinal = true;
 }
 

@@ -12,7 +12,7 @@ class QUORIX_API kdu_sample_allocator
 {
 public:
     /// Shares begin on multiples of this many bytes.
-    static constexpr std::size_t theAlignment = 64;
+    static constexpr std::size_t kAlignment = 64;
 
     kdu_sample_allocator() = default;
     ~kdu_sample_allocator() = default;

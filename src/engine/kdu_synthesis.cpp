@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/kdu_synthesis.h"
 
-#include "engine/detail/lines/LinePump.h"
+#include "engine/detail/lines/LineReader.h"
 #include "engine/detail/packets/Resolution.h"
 
 kdu_synthesis::kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator,
                              bool theUseShorts)
-    : itsPump(j2k::LinePump::Create(*theResolution.get_state(), *theAllocator, theUseShorts))
+    : itsReader(j2k::LineReader::Create(*theResolution.get_state(), *theAllocator, theUseShorts))
 {
 }
 
@@ -16,5 +16,5 @@ kdu_synthesis::~kdu_synthesis() = default;
 
 void kdu_synthesis::pull(kdu_line_buf& theLine)
 {
-    itsPump->Pull(theLine);
+    itsReader->Pull(theLine);
 }

@@ -11,7 +11,7 @@ class kdu_sample_allocator;
 
 namespace j2k
 {
-class LinePump;
+class LineReader;
 }
 
 /// Delivers the lines of one resolution above 0: the inverse wavelet transform (T.800 Annex F), line by line,
@@ -33,5 +33,5 @@ public:
     void pull(kdu_line_buf& theLine);
 
 private:
-    std::unique_ptr<j2k::LinePump> itsPump;
+    std::unique_ptr<j2k::LineReader> itsReader;
 };

@@ -11,7 +11,7 @@
 namespace
 {
 // Indexed by the enumeration's values.
-constexpr std::array<const char*, 11> theInterpretationNames = {
+constexpr std::array<const char*, 11> kInterpretationNames = {
     "INVALID",      "MONOCHROME1",     "MONOCHROME2",     "PALETTE COLOR", "RGB",    "YBR_FULL",
     "YBR_FULL_422", "YBR_PARTIAL_422", "YBR_PARTIAL_420", "YBR_ICT",       "YBR_RCT"};
 
@@ -61,17 +61,16 @@ Renderable::~Renderable()
 Renderable::PhotometricInterpretation
 Renderable::photometricInterpretationFromString(const RWCString& theString)
 {
-    const auto aFound =
-        std::find(theInterpretationNames.begin() + 1, theInterpretationNames.end(), theString);
-    return aFound == theInterpretationNames.end()
+    const auto aFound = std::find(kInterpretationNames.begin() + 1, kInterpretationNames.end(), theString);
+    return aFound == kInterpretationNames.end()
                ? INVALID
-               : static_cast<PhotometricInterpretation>(aFound - theInterpretationNames.begin());
+               : static_cast<PhotometricInterpretation>(aFound - kInterpretationNames.begin());
 }
 
 RWCString Renderable::photometricInterpretationTypeToString(PhotometricInterpretation theValue)
 {
     const bool aKnown = theValue >= INVALID && theValue <= YBR_RCT;
-    return theInterpretationNames[static_cast<std::size_t>(aKnown ? theValue : INVALID)];
+    return kInterpretationNames[static_cast<std::size_t>(aKnown ? theValue : INVALID)];
 }
 
 std::uint64_t Renderable::calculateRequiredBufferSize(int theRows, int theColumns, int theBitsAllocated,

@@ -10,7 +10,7 @@
 
 /// The decoded image: pixel geometry, sample layout, photometric interpretation and the pixel buffer.
 ///
-/// Every road of decompression fills one, every caller reads one; the Java side holds it by address. It
+/// Every path of decompression fills one, every caller reads one; the Java side holds it by address. It
 /// owns its buffer while the pointer is not null and always releases it through the allocator it was
 /// made with. Accessors check nothing. Not thread-safe: one image, one thread at a time.
 class QUORIX_API Renderable

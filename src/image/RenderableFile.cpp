@@ -13,17 +13,17 @@
 
 namespace
 {
-constexpr std::size_t theHeaderSize = 64;
-constexpr std::size_t theChecksumOffset = 62;
-constexpr std::size_t theScaleFactorOffset = 1;
-constexpr std::size_t theFirstFieldOffset = 7;
-constexpr std::uint8_t theFormatVersion = 1;
-constexpr std::int32_t theDefaultIOBufferSize = 16384;
+constexpr std::size_t kHeaderSize = 64;
+constexpr std::size_t kChecksumOffset = 62;
+constexpr std::size_t kScaleFactorOffset = 1;
+constexpr std::size_t kFirstFieldOffset = 7;
+constexpr std::uint8_t kFormatVersion = 1;
+constexpr std::int32_t kDefaultIOBufferSize = 16384;
 /// Required sizes from here on come from a bit count below zero; 2^59 is the most that two 31-bit figures
 /// give.
-constexpr std::uint64_t theWrappedSize = std::uint64_t{1} << 60;
+constexpr std::uint64_t kWrappedSize = std::uint64_t{1} << 60;
 
-using Header = std::array<std::uint8_t, theHeaderSize>;
+using Header = std::array<std::uint8_t, kHeaderSize>;
 
 /// Appends little-endian integers to a header.
 class HeaderWriter
@@ -92,7 +92,7 @@ RWCString NameOf(const char* theName)
 std::uint64_t ChunkSize()
 {
     const std::int32_t aSize = Renderable::getIOBufferSize();
-    return static_cast<std::uint64_t>(aSize < 1 ? theDefaultIOBufferSize : aSize);
+    return static_cast<std::uint64_t>(aSize < 1 ? kDefaultIOBufferSize : aSize);
 }
 
 /// Opens the file and takes the lock where one is wanted. Returns 0, or the error code of an open that
@@ -181,12 +181,12 @@ Header ReadHeader(LFStream& theStream, int theOpenError, const RWCString& theNam
         const int anError = theOpenError != 0 ? theOpenError : errno;
         throw StreamIOException("error reading header from file " + theName, DLRC_IO_ERROR, anError);
     }
-    if (aHeader[0] != theFormatVersion)
+    if (aHeader[0] != kFormatVersion)
     {
         throw StreamIOException("version mismatch " + theName, DLRC_IO_ERROR, 0);
     }
-    const auto aStored = HeaderReader(aHeader, theChecksumOffset).Get<std::uint16_t>();
-    aHeader[theChecksumOffset] = aHeader[theChecksumOffset + 1] = 0;
+    const auto aStored = HeaderReader(aHeader, kChecksumOffset).Get<std::uint16_t>();
+    aHeader[kChecksumOffset] = aHeader[kChecksumOffset + 1] = 0;
     if (Sum(aHeader) != aStored)
     {
         throw StreamIOException("header checksum incorrect " + theName, DLRC_IO_ERROR, 0);
@@ -204,7 +204,7 @@ Header MakeHeader(const Renderable& theImage, const RWCString& theTag)
 {
     Header aHeader{};
     HeaderWriter aWriter(aHeader);
-    aWriter.Put(theFormatVersion);
+    aWriter.Put(kFormatVersion);
     aWriter.Put(theImage.getScaleFactor());
     for (const char aCharacter : theTag)
     {
@@ -227,15 +227,15 @@ Header MakeHeader(const Renderable& theImage, const RWCString& theTag)
     aWriter.Put(theImage.isLossyImageCompression());
     aWriter.Put(theImage.getCompressionRatio());
     const std::uint16_t aSum = Sum(aHeader);
-    aHeader[theChecksumOffset] = static_cast<std::uint8_t>(aSum & 0xff);
-    aHeader[theChecksumOffset + 1] = static_cast<std::uint8_t>(aSum >> 8);
+    aHeader[kChecksumOffset] = static_cast<std::uint8_t>(aSum & 0xff);
+    aHeader[kChecksumOffset + 1] = static_cast<std::uint8_t>(aSum >> 8);
     return aHeader;
 }
 
 /// Stores what follows the tag into theImage and returns the recorded pixel data size.
 std::uint32_t StoreFields(const Header& theHeader, Renderable& theImage)
 {
-    HeaderReader aReader(theHeader, theFirstFieldOffset);
+    HeaderReader aReader(theHeader, kFirstFieldOffset);
     theImage.setPixelDataLittleEndian(aReader.GetFlag());
     theImage.setSamplesPerPixel(aReader.Get<std::int32_t>());
     theImage.setPhotometricInterpretation(
@@ -325,7 +325,7 @@ void Renderable::writeCacheFile(const RWCString& theName, bool theLock) const
     // Deliberately the reverse of what the text says: a larger buffer is refused, a smaller one filled up
     // with zeros. Callers know this refusal by its words.
     // A size that has wrapped is refused likewise: completing it would fill the disk.
-    const bool aWrapped = itsPixelData != nullptr && aRequired >= theWrappedSize;
+    const bool aWrapped = itsPixelData != nullptr && aRequired >= kWrappedSize;
     if (aRequired < getPixelDataSize() || aWrapped)
     {
         throw StreamIOException("actual pixel data buffer size less than calculated required size" + theName,
@@ -382,7 +382,7 @@ bool Renderable::readCacheFile(const RWCString& theName, std::int16_t theScaleFa
     setTimeTakenToOpenStream(aCounter.Lap() * 1000.0);
 
     const Header aHeader = ReadHeader(aStream, anOpenError, theName);
-    const auto aScaleFactor = HeaderReader(aHeader, theScaleFactorOffset).Get<std::int16_t>();
+    const auto aScaleFactor = HeaderReader(aHeader, kScaleFactorOffset).Get<std::int16_t>();
     if (!IsAcceptable(aScaleFactor, theScaleFactor))
     {
         return false;

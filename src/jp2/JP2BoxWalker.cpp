@@ -34,7 +34,7 @@ JP2BoxWalker::Step JP2BoxWalker::Next()
 
 bool JP2BoxWalker::Enter()
 {
-    if (itsDepth == theMaximumDepth || itsBoxEnd == theUnknownLength)
+    if (itsDepth == kMaximumDepth || itsBoxEnd == kUnknownLength)
     {
         return false;
     }
@@ -51,7 +51,7 @@ std::size_t JP2BoxWalker::Read(std::uint8_t* theBytes, std::size_t theCount)
 
 std::uint64_t JP2BoxWalker::GetRemaining() const
 {
-    return itsBoxEnd == theUnknownLength ? theUnknownLength : itsBoxEnd - itsFile.get_pos();
+    return itsBoxEnd == kUnknownLength ? kUnknownLength : itsBoxEnd - itsFile.get_pos();
 }
 
 /// False when the file ends first, unless the box is to reach to the file's end.
@@ -66,7 +66,7 @@ bool JP2BoxWalker::SkipRest()
     {
         if (Read(aScratch.data(), aScratch.size()) == 0)
         {
-            return itsBoxEnd == theUnknownLength;
+            return itsBoxEnd == kUnknownLength;
         }
     }
     return true;
@@ -74,20 +74,20 @@ bool JP2BoxWalker::SkipRest()
 
 JP2BoxWalker::Step JP2BoxWalker::ReadHeader()
 {
-    constexpr std::size_t theShortHeader = 8;
-    constexpr std::size_t theLongHeader = 16;
+    constexpr std::size_t kShortHeader = 8;
+    constexpr std::size_t kLongHeader = 16;
     itsBoxPosition = itsFile.get_pos();
-    std::array<std::uint8_t, theLongHeader> aHeader{};
-    if (GetLevelEnd() - itsBoxPosition < theShortHeader)
+    std::array<std::uint8_t, kLongHeader> aHeader{};
+    if (GetLevelEnd() - itsBoxPosition < kShortHeader)
     {
         return Fail("a box has no room for the box inside it");
     }
-    const std::size_t aGot = itsFile.read(aHeader.data(), theShortHeader);
+    const std::size_t aGot = itsFile.read(aHeader.data(), kShortHeader);
     if (aGot == 0 && itsDepth == 0)
     {
         return Step::END;
     }
-    if (aGot != theShortHeader)
+    if (aGot != kShortHeader)
     {
         return Fail("the file ends inside a box header");
     }
@@ -95,19 +95,19 @@ JP2BoxWalker::Step JP2BoxWalker::ReadHeader()
     const std::uint64_t aLength = Number(aHeader.data(), 4);
     if (aLength != 1)
     {
-        return TakeLength(aLength, theShortHeader) ? Step::BOX : Step::BROKEN;
+        return TakeLength(aLength, kShortHeader) ? Step::BOX : Step::BROKEN;
     }
     // The length of a large box follows its type.
-    if (GetLevelEnd() - itsBoxPosition < theLongHeader || itsFile.read(aHeader.data() + 8, 8) != 8)
+    if (GetLevelEnd() - itsBoxPosition < kLongHeader || itsFile.read(aHeader.data() + 8, 8) != 8)
     {
         return Fail("a box header is cut off");
     }
     const std::uint64_t aLongLength = Number(aHeader.data() + 8, 8);
-    if (aLongLength < theLongHeader)
+    if (aLongLength < kLongHeader)
     {
         return Fail("the length " + std::to_string(aLongLength) + " of a box is shorter than its header");
     }
-    return TakeLength(aLongLength, theLongHeader) ? Step::BOX : Step::BROKEN;
+    return TakeLength(aLongLength, kLongHeader) ? Step::BOX : Step::BROKEN;
 }
 
 /// 0 stands for "to the end of the file".
@@ -120,8 +120,8 @@ bool JP2BoxWalker::TakeLength(std::uint64_t theLength, std::uint64_t theHeaderLe
             Fail("a box inside another has no length");
             return false;
         }
-        itsBoxLength = theUnknownLength;
-        itsBoxEnd = theUnknownLength;
+        itsBoxLength = kUnknownLength;
+        itsBoxEnd = kUnknownLength;
         return true;
     }
     if (theLength < theHeaderLength)
@@ -130,7 +130,7 @@ bool JP2BoxWalker::TakeLength(std::uint64_t theLength, std::uint64_t theHeaderLe
         return false;
     }
     // Files are shorter than 2^63 bytes, so the last end of all is as good as any beyond them.
-    if (theLength >= theUnknownLength - itsBoxPosition || itsBoxPosition + theLength > GetLevelEnd())
+    if (theLength >= kUnknownLength - itsBoxPosition || itsBoxPosition + theLength > GetLevelEnd())
     {
         Fail("the length " + std::to_string(theLength) + " of a box goes beyond the box around it");
         return false;

@@ -11,13 +11,13 @@
 namespace
 {
 /// The part of a box's contents that a description looks at.
-constexpr std::size_t theMostContents = 512;
+constexpr std::size_t kMostContents = 512;
 
 /// The contents of a box, read from front to back; zeros behind the end.
 class Contents
 {
 public:
-    explicit Contents(JP2BoxWalker& theBox) : itsBytes(theMostContents)
+    explicit Contents(JP2BoxWalker& theBox) : itsBytes(kMostContents)
     {
         itsBytes.resize(theBox.Read(itsBytes.data(), itsBytes.size()));
     }
@@ -179,7 +179,7 @@ struct BoxKind
     std::string (*itsDescribe)(Contents&);
 };
 
-constexpr BoxKind theKinds[] = {
+constexpr BoxKind kKinds[] = {
     {JP2BoxTypes::Signature, "signature", nullptr},
     {JP2BoxTypes::FileType, "file type", FileTypeText},
     {JP2BoxTypes::Header, "JP2 header", nullptr},
@@ -204,11 +204,11 @@ std::string Describe(JP2BoxWalker& theBox)
     std::string aText(2 * theBox.GetDepth(), ' ');
     aText += TypeText(theBox.GetType()) + ": ";
     const auto* const aKind =
-        std::find_if(std::begin(theKinds), std::end(theKinds),
+        std::find_if(std::begin(kKinds), std::end(kKinds),
                      [&](const BoxKind& theKind) { return theKind.itsType == theBox.GetType(); });
-    const bool isKnown = aKind != std::end(theKinds);
+    const bool isKnown = aKind != std::end(kKinds);
     aText += isKnown ? std::string(aKind->itsName) + ", " : "";
-    aText += theBox.GetLength() == JP2BoxWalker::theUnknownLength
+    aText += theBox.GetLength() == JP2BoxWalker::kUnknownLength
                  ? "to the end of the file"
                  : std::to_string(theBox.GetLength()) + " bytes";
     aText += " at " + std::to_string(theBox.GetPosition());

@@ -25,13 +25,13 @@ void jp2_family_src::close()
 
 std::size_t jp2_family_src::read(std::uint8_t* theBytes, std::size_t theCount)
 {
-    constexpr std::size_t theLargestRead = std::size_t{1} << 20;
+    constexpr std::size_t kLargestRead = std::size_t{1} << 20;
     std::size_t aGot = std::min(theCount, itsFront.size() - itsFrontPosition);
     std::copy_n(itsFront.begin() + static_cast<std::ptrdiff_t>(itsFrontPosition), aGot, theBytes);
     itsFrontPosition += aGot;
     while (aGot < theCount && itsSource != nullptr)
     {
-        const auto aWanted = static_cast<int>(std::min(theCount - aGot, theLargestRead));
+        const auto aWanted = static_cast<int>(std::min(theCount - aGot, kLargestRead));
         const int aCount = itsSource->read(theBytes + aGot, aWanted);
         if (aCount <= 0)
         {

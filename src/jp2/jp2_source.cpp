@@ -75,12 +75,11 @@ private:
 
     void ReadSignature()
     {
-        constexpr std::array<std::uint8_t, 4> theSignature = {0x0d, 0x0a, 0x87, 0x0a};
+        constexpr std::array<std::uint8_t, 4> kSignature = {0x0d, 0x0a, 0x87, 0x0a};
         Next("before the signature box");
         std::array<std::uint8_t, 4> aContents{};
         if (itsBoxes.GetType() != JP2BoxTypes::Signature || itsBoxes.GetLength() != 12 ||
-            itsBoxes.Read(aContents.data(), aContents.size()) != aContents.size() ||
-            aContents != theSignature)
+            itsBoxes.Read(aContents.data(), aContents.size()) != aContents.size() || aContents != kSignature)
         {
             Fail("the file does not begin with a JP2 signature box");
         }
@@ -88,16 +87,16 @@ private:
 
     void ReadImageHeader()
     {
-        constexpr std::size_t theContentsLength = 14;
+        constexpr std::size_t kContentsLength = 14;
         if (!itsBoxes.Enter())
         {
             Fail("the JP2 header box has no length");
         }
-        std::array<std::uint8_t, theContentsLength> aContents{};
+        std::array<std::uint8_t, kContentsLength> aContents{};
         Next("inside the JP2 header box");
         if (itsBoxes.GetDepth() != 1 || itsBoxes.GetType() != JP2BoxTypes::ImageHeader ||
-            itsBoxes.GetRemaining() != theContentsLength ||
-            itsBoxes.Read(aContents.data(), theContentsLength) != theContentsLength)
+            itsBoxes.GetRemaining() != kContentsLength ||
+            itsBoxes.Read(aContents.data(), kContentsLength) != kContentsLength)
         {
             Fail("the JP2 header box does not begin with an image header box");
         }

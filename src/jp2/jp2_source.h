@@ -24,7 +24,7 @@ class QUORIX_API jp2_source
 {
 public:
     /// The length of a codestream that reaches to the end of the file.
-    static constexpr std::uint64_t theUnknownLength = std::numeric_limits<std::uint64_t>::max();
+    static constexpr std::uint64_t kUnknownLength = std::numeric_limits<std::uint64_t>::max();
 
     /// theFile stands at its first byte, which is where theLocator must point.
     void open(jp2_family_src* theFile, jp2_locator theLocator = jp2_locator());
@@ -38,7 +38,7 @@ public:
     /// Whether a file is open.
     bool exists() const { return itsFile != nullptr; }
 
-    /// After read_header: bytes of the codestream box's contents, or theUnknownLength.
+    /// After read_header: bytes of the codestream box's contents, or kUnknownLength.
     std::uint64_t get_codestream_length() const { return itsCodestreamLength; }
 
     /// After read_header: what the image header box says, right or wrong; the codestream decides.

@@ -16,7 +16,7 @@
 
 namespace
 {
-constexpr const char* theOperationName = "ConvertPaletteColorRenderableTo8BitRGB";
+constexpr const char* kOperationName = "ConvertPaletteColorRenderableTo8BitRGB";
 
 /// The three channels in the order R, G, B; any may be null.
 using Palettes = std::array<const ColorPalette*, 3>;
@@ -27,16 +27,16 @@ using Colour = std::array<std::uint8_t, 4>;
 /// The first channel at fault decides the text.
 RWCString DescribeFault(const Palettes& thePalettes)
 {
-    constexpr std::array<const char*, 3> theChannels = {"Red", "Green", "Blue"};
-    for (std::size_t c = 0; c < theChannels.size(); ++c)
+    constexpr std::array<const char*, 3> kChannels = {"Red", "Green", "Blue"};
+    for (std::size_t c = 0; c < kChannels.size(); ++c)
     {
         if (thePalettes[c] == nullptr)
         {
-            return RWCString(theChannels[c]) + " palette is null (unavailable)";
+            return RWCString(kChannels[c]) + " palette is null (unavailable)";
         }
         if (!thePalettes[c]->IsValid())
         {
-            return RWCString(theChannels[c]) + " palette is not valid";
+            return RWCString(kChannels[c]) + " palette is not valid";
         }
     }
     return "";
@@ -125,7 +125,7 @@ std::uint64_t CheckIndices(const ConversionChecks& theChecks, const Renderable& 
 void DecompressionLibUtils::ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObject& theDataSet,
                                                                    Renderable& theRenderable)
 {
-    const ConversionChecks aChecks(theOperationName);
+    const ConversionChecks aChecks(kOperationName);
     aChecks.CheckInterpretation(theRenderable, Renderable::PALETTE_COLOR);
     RenderableConversion aConversion(theRenderable);
     const std::uint64_t aPixels = CheckIndices(aChecks, theRenderable, aConversion);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/InputStreamAdapter.h"
+#include "codecs/sources/InputStreamAdapter.h"
 
 #include <array>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/JPEG2000Decoder.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 
 #include <cmath>
 #include <cstring>
@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/detail/JPEG2000SampleKernels.h"
+#include "codecs/jpeg2000/detail/JPEG2000SampleKernels.h"
 #include "support/ForEachTarget.h"
 #include "toolkit/base/StreamIOException.h"
 
@@ -112,14 +112,14 @@ struct Line
     }
 };
 
-constexpr std::uint8_t theUntouched = 0xc3;
+constexpr std::uint8_t kUntouched = 0xc3;
 
 /// One byte off, so that nothing relies on alignment; exactly as long as what is to be written.
 Bytes ConvertedBytes(const Line& theLine, std::size_t theCount, const Output& theOutput)
 {
     const std::size_t aLast =
         theCount == 0 ? 0 : (theCount - 1) * static_cast<std::size_t>(theOutput.itsStride) + 1;
-    Bytes aBytes(1 + aLast * static_cast<std::size_t>(theOutput.itsBytes), theUntouched);
+    Bytes aBytes(1 + aLast * static_cast<std::size_t>(theOutput.itsBytes), kUntouched);
     theLine.Convert(aBytes.data() + 1, static_cast<int>(theCount), theOutput);
     return aBytes;
 }
@@ -128,7 +128,7 @@ Bytes PlainBytes(const Line& theLine, std::size_t theCount, const Output& theOut
 {
     const std::size_t aLast =
         theCount == 0 ? 0 : (theCount - 1) * static_cast<std::size_t>(theOutput.itsStride) + 1;
-    Bytes aBytes(1 + aLast * static_cast<std::size_t>(theOutput.itsBytes), theUntouched);
+    Bytes aBytes(1 + aLast * static_cast<std::size_t>(theOutput.itsBytes), kUntouched);
     for (std::size_t i = 0; i < theCount; ++i)
     {
         const auto aCode = static_cast<std::uint16_t>(theLine.PlainCode(i, theOutput));
@@ -162,41 +162,40 @@ Line MakeLine(Kind theKind)
         }
         aLine.its32.push_back(aSample);
     }
-    constexpr float theInfinity = std::numeric_limits<float>::infinity();
-    constexpr std::int32_t theLowest = std::numeric_limits<std::int32_t>::min();
-    const float theFloats[] = {-0.5F,
-                               0.5F,
-                               0.0F,
-                               -0.0F,
-                               std::nextafter(-0.5F, 0.0F),
-                               std::nextafter(0.5F, 0.0F),
-                               theInfinity,
-                               -theInfinity,
-                               std::nanf(""),
-                               -std::nanf(""),
-                               3.0e38F,
-                               -3.0e38F,
-                               1.0e-45F,
-                               -1.0e-45F,
-                               0.49609375F,
-                               0.4960937F};
-    const std::int32_t theInts[] = {theLowest, -1 - theLowest, theLowest + 1, -32769,
-                                    -32768,    32767,          32768,         0};
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
+    const float kFloats[] = {-0.5F,
+                             0.5F,
+                             0.0F,
+                             -0.0F,
+                             std::nextafter(-0.5F, 0.0F),
+                             std::nextafter(0.5F, 0.0F),
+                             kInfinity,
+                             -kInfinity,
+                             std::nanf(""),
+                             -std::nanf(""),
+                             3.0e38F,
+                             -3.0e38F,
+                             1.0e-45F,
+                             -1.0e-45F,
+                             0.49609375F,
+                             0.4960937F};
+    const std::int32_t kInts[] = {kLowest, -1 - kLowest, kLowest + 1, -32769, -32768, 32767, 32768, 0};
     for (std::size_t i = 0; i < 1024; ++i)
     {
         if (theKind == Kind::FLOATS)
         {
-            aLine.its32[i * 61].fval = theFloats[i % std::size(theFloats)];
+            aLine.its32[i * 61].fval = kFloats[i % std::size(kFloats)];
         }
         else
         {
-            aLine.its32[i * 61].ival = theInts[i % std::size(theInts)];
+            aLine.its32[i * 61].ival = kInts[i % std::size(kInts)];
         }
     }
     return aLine;
 }
 
-constexpr Kind theKinds[] = {Kind::SHORTS, Kind::FIXED_POINT, Kind::INTS, Kind::FLOATS};
+constexpr Kind kKinds[] = {Kind::SHORTS, Kind::FIXED_POINT, Kind::INTS, Kind::FLOATS};
 
 struct EndCase
 {
@@ -207,38 +206,38 @@ struct EndCase
     int itsCode;
 };
 
-const EndCase theEndCases[] = {{"ShortsLowestUnsigned", Kind::SHORTS, -2048, {12, false, 2}, 0},
-                               {"ShortsHighestUnsigned", Kind::SHORTS, 2047, {12, false, 2}, 4095},
-                               {"ShortsBeyondUnsigned", Kind::SHORTS, 32767, {12, false, 2}, 4095},
-                               {"ShortsSignedMasked", Kind::SHORTS, -1, {12, true, 2}, 0x0fff},
-                               {"ShortsSignedMaskedLowest", Kind::SHORTS, -3000, {12, true, 2}, 0x0800},
-                               {"ShortsSignedByteMasked", Kind::SHORTS, -1, {5, true, 1}, 0x1f},
-                               {"ShortsSignedFullWord", Kind::SHORTS, -32768, {16, true, 2}, 0x8000},
-                               {"ShortsFullWordUnsigned", Kind::SHORTS, -32768, {16, false, 2}, 0},
-                               {"ShortsSignedFullByte", Kind::SHORTS, -129, {8, true, 1}, 0x80},
-                               {"ShortsOneBit", Kind::SHORTS, 0, {1, false, 1}, 1},
-                               {"IntsFarBelow", Kind::INTS, -2147483648.0, {16, false, 2}, 0},
-                               {"IntsFarAboveSigned", Kind::INTS, 2147483647.0, {16, true, 2}, 0x7fff},
-                               {"FixedPointLowest", Kind::FIXED_POINT, -4096, {8, false, 1}, 0},
-                               {"FixedPointHighest", Kind::FIXED_POINT, 4095, {8, false, 1}, 255},
-                               {"FixedPointHalfWay", Kind::FIXED_POINT, 16, {8, false, 1}, 129},
-                               {"FixedPointBelowHalfWay", Kind::FIXED_POINT, 15, {8, false, 1}, 128},
-                               {"FixedPointNoShift", Kind::FIXED_POINT, 4095, {13, false, 2}, 8191},
-                               {"FixedPointSignedMasked", Kind::FIXED_POINT, -32, {8, true, 2}, 0xff},
-                               {"FixedPointSignedLowest", Kind::FIXED_POINT, -32768, {8, true, 1}, 0x80},
-                               {"FloatsLowest", Kind::FLOATS, -0.5, {12, false, 2}, 0},
-                               {"FloatsMiddle", Kind::FLOATS, 0.0, {12, false, 2}, 2048},
-                               {"FloatsHighest", Kind::FLOATS, 0.49999, {12, false, 2}, 4095},
-                               {"FloatsBeyond", Kind::FLOATS, 1.0e30, {16, false, 2}, 65535},
-                               {"FloatsExactNegative", Kind::FLOATS, -0.25, {8, true, 1}, 0xc0},
-                               {"FloatsSignedRounded", Kind::FLOATS, -1.2 / 256, {8, true, 1}, 0xff},
-                               {"FloatsSignedMasked", Kind::FLOATS, -1.0 / 4096, {12, true, 2}, 0x0fff},
-                               {"FloatsNoNumber", Kind::FLOATS, std::nan(""), {12, false, 2}, 0},
-                               {"FloatsNoNumberSigned", Kind::FLOATS, std::nan(""), {8, true, 1}, 0x80}};
+const EndCase kEndCases[] = {{"ShortsLowestUnsigned", Kind::SHORTS, -2048, {12, false, 2}, 0},
+                             {"ShortsHighestUnsigned", Kind::SHORTS, 2047, {12, false, 2}, 4095},
+                             {"ShortsBeyondUnsigned", Kind::SHORTS, 32767, {12, false, 2}, 4095},
+                             {"ShortsSignedMasked", Kind::SHORTS, -1, {12, true, 2}, 0x0fff},
+                             {"ShortsSignedMaskedLowest", Kind::SHORTS, -3000, {12, true, 2}, 0x0800},
+                             {"ShortsSignedByteMasked", Kind::SHORTS, -1, {5, true, 1}, 0x1f},
+                             {"ShortsSignedFullWord", Kind::SHORTS, -32768, {16, true, 2}, 0x8000},
+                             {"ShortsFullWordUnsigned", Kind::SHORTS, -32768, {16, false, 2}, 0},
+                             {"ShortsSignedFullByte", Kind::SHORTS, -129, {8, true, 1}, 0x80},
+                             {"ShortsOneBit", Kind::SHORTS, 0, {1, false, 1}, 1},
+                             {"IntsFarBelow", Kind::INTS, -2147483648.0, {16, false, 2}, 0},
+                             {"IntsFarAboveSigned", Kind::INTS, 2147483647.0, {16, true, 2}, 0x7fff},
+                             {"FixedPointLowest", Kind::FIXED_POINT, -4096, {8, false, 1}, 0},
+                             {"FixedPointHighest", Kind::FIXED_POINT, 4095, {8, false, 1}, 255},
+                             {"FixedPointHalfWay", Kind::FIXED_POINT, 16, {8, false, 1}, 129},
+                             {"FixedPointBelowHalfWay", Kind::FIXED_POINT, 15, {8, false, 1}, 128},
+                             {"FixedPointNoShift", Kind::FIXED_POINT, 4095, {13, false, 2}, 8191},
+                             {"FixedPointSignedMasked", Kind::FIXED_POINT, -32, {8, true, 2}, 0xff},
+                             {"FixedPointSignedLowest", Kind::FIXED_POINT, -32768, {8, true, 1}, 0x80},
+                             {"FloatsLowest", Kind::FLOATS, -0.5, {12, false, 2}, 0},
+                             {"FloatsMiddle", Kind::FLOATS, 0.0, {12, false, 2}, 2048},
+                             {"FloatsHighest", Kind::FLOATS, 0.49999, {12, false, 2}, 4095},
+                             {"FloatsBeyond", Kind::FLOATS, 1.0e30, {16, false, 2}, 65535},
+                             {"FloatsExactNegative", Kind::FLOATS, -0.25, {8, true, 1}, 0xc0},
+                             {"FloatsSignedRounded", Kind::FLOATS, -1.2 / 256, {8, true, 1}, 0xff},
+                             {"FloatsSignedMasked", Kind::FLOATS, -1.0 / 4096, {12, true, 2}, 0x0fff},
+                             {"FloatsNoNumber", Kind::FLOATS, std::nan(""), {12, false, 2}, 0},
+                             {"FloatsNoNumberSigned", Kind::FLOATS, std::nan(""), {8, true, 1}, 0x80}};
 
 TEST(JPEG2000Converters, GiveTheirEndsTheCodesOfTheRules)
 {
-    for (const EndCase& aCase : theEndCases)
+    for (const EndCase& aCase : kEndCases)
     {
         kdu_sample32 aSample;
         aSample.ival = 0;
@@ -262,7 +261,7 @@ TEST(JPEG2000Converters, GiveTheirEndsTheCodesOfTheRules)
 
 TEST(JPEG2000Converters, GiveTheBitsOfTheRulesOnEveryInstructionSet)
 {
-    for (const Kind aKind : theKinds)
+    for (const Kind aKind : kKinds)
     {
         const Line aLine = MakeLine(aKind);
         for (int aBits = 1; aBits <= (aKind == Kind::FIXED_POINT ? 13 : 16); ++aBits)
@@ -292,7 +291,7 @@ TEST(JPEG2000Converters, GiveTheBitsOfTheRulesOnEveryInstructionSet)
 
 TEST(JPEG2000Converters, WriteTheirOwnSamplesOnly)
 {
-    for (const Kind aKind : theKinds)
+    for (const Kind aKind : kKinds)
     {
         const Line aLine = MakeLine(aKind);
         for (const Output& anOutput : {Output{8, false, 1}, Output{7, true, 2}, Output{8, false, 1, 3},
@@ -314,7 +313,7 @@ TEST(JPEG2000Converters, WriteTheirOwnSamplesOnly)
 
 TEST(JPEG2000Converters, TripletsAreThreeSingleLines)
 {
-    for (const Kind aKind : theKinds)
+    for (const Kind aKind : kKinds)
     {
         const Line aLine = MakeLine(aKind);
         const std::size_t aSampleSize = aLine.IsWide() ? sizeof(kdu_sample32) : sizeof(kdu_sample16);
@@ -353,21 +352,20 @@ TEST(JPEG2000Converters, RefuseWhatDoesNotFitInOrder)
         int itsBytes;
         const char* itsText;
     };
-    constexpr const char* theDepth = ": theBitsStoredPerOutputSample > (8 * theBytesPerOutputSample)";
-    constexpr const char* theWidth = ": theBytesPerOutputSample > 2";
-    constexpr const char* theNames[] = {"Shorts", "FixedPoint", "Ints", "Floats"};
-    for (const Kind aKind : theKinds)
+    constexpr const char* kDepth = ": theBitsStoredPerOutputSample > (8 * theBytesPerOutputSample)";
+    constexpr const char* kWidth = ": theBytesPerOutputSample > 2";
+    constexpr const char* kNames[] = {"Shorts", "FixedPoint", "Ints", "Floats"};
+    for (const Kind aKind : kKinds)
     {
         const Line aLine{aKind, {{0}}, {kdu_sample32{}}};
         const bool isFixed = aKind == Kind::FIXED_POINT;
-        const char* const aDeep =
-            isFixed ? ": theBitsStoredPerOutputSample > KDU_FIXED_POINT (13)" : theDepth;
+        const char* const aDeep = isFixed ? ": theBitsStoredPerOutputSample > KDU_FIXED_POINT (13)" : kDepth;
         for (const Refusal& aRefusal :
-             {Refusal{9, 1, theDepth}, Refusal{17, 2, aDeep}, Refusal{14, 1, aDeep}, Refusal{8, 3, theWidth},
-              Refusal{8, 0, theDepth}, Refusal{8, -5, theDepth}, Refusal{0, 0, theWidth},
+             {Refusal{9, 1, kDepth}, Refusal{17, 2, aDeep}, Refusal{14, 1, aDeep}, Refusal{8, 3, kWidth},
+              Refusal{8, 0, kDepth}, Refusal{8, -5, kDepth}, Refusal{0, 0, kWidth},
               Refusal{0, 1, ": theBitsStoredPerOutputSample < 1"},
               Refusal{std::numeric_limits<int>::max(), std::numeric_limits<int>::max(),
-                      isFixed ? aDeep : theWidth}})
+                      isFixed ? aDeep : kWidth}})
         {
             std::uint16_t aSample = 0xabcd;
             try
@@ -378,7 +376,7 @@ TEST(JPEG2000Converters, RefuseWhatDoesNotFitInOrder)
             catch (const StreamIOException& anException)
             {
                 EXPECT_EQ(anException.GetMessageText(), RWCString("JPEG2000Decoder::Convert") +
-                                                            theNames[static_cast<int>(aKind)] +
+                                                            kNames[static_cast<int>(aKind)] +
                                                             "ToOutputSamples" + aRefusal.itsText);
                 EXPECT_EQ(anException.GetResultCode(), 62);
                 EXPECT_EQ(aSample, 0xabcd);

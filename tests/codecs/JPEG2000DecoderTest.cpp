@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/JPEG2000Decoder.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,9 +10,9 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/JPEG2000FileStreamDecoder.h"
-#include "codecs/JPEGDecoderException.h"
 #include "codecs/RLETestHelpers.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
 #include "support/ByteSource.h"
 #include "support/Jpeg2000Streams.h"
 #include "toolkit/base/DecodingInterruptedException.h"
@@ -24,8 +24,8 @@ using RLETest::SetText;
 
 namespace
 {
-const RWCString theHeaderPrefix = "JPEG2000Decoder::JPEG2000Decoder: ";
-const RWCString theTilePrefix = "JPEG2000Decoder::DecompressCurrentTile: ";
+const RWCString kHeaderPrefix = "JPEG2000Decoder::JPEG2000Decoder: ";
+const RWCString kTilePrefix = "JPEG2000Decoder::DecompressCurrentTile: ";
 
 Bytes DecodeAll(Decoder& theCodec)
 {
@@ -48,9 +48,9 @@ std::vector<int> ToWords(const Bytes& theBytes)
 std::vector<int> GreyImage(const std::function<int(int)>& theCode)
 {
     std::vector<int> anImage;
-    for (int y = 0; y < theGreyHeight; ++y)
+    for (int y = 0; y < kGreyHeight; ++y)
     {
-        for (int x = 0; x < theGreyWidth; ++x)
+        for (int x = 0; x < kGreyWidth; ++x)
         {
             anImage.push_back(theCode(GreyValue(x, y)));
         }
@@ -61,12 +61,11 @@ std::vector<int> GreyImage(const std::function<int(int)>& theCode)
 Bytes ColourImage()
 {
     Bytes anImage;
-    for (int i = 0; i < theColourWidth * theColourHeight; ++i)
+    for (int i = 0; i < kColourWidth * kColourHeight; ++i)
     {
         for (int c = 0; c < 3; ++c)
         {
-            anImage.push_back(
-                static_cast<std::uint8_t>(ColourValue(c, i % theColourWidth, i / theColourWidth)));
+            anImage.push_back(static_cast<std::uint8_t>(ColourValue(c, i % kColourWidth, i / kColourWidth)));
         }
     }
     return anImage;
@@ -117,8 +116,8 @@ TEST(JPEG2000Decoder, AnnouncesWhatTheCodestreamHas)
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_UNKNOWN);
     aCodec.SetSource(nullptr, aSource);
-    EXPECT_EQ(aCodec.GetImageWidth(), static_cast<std::uint64_t>(theGreyWidth));
-    EXPECT_EQ(aCodec.GetImageHeight(), static_cast<std::uint64_t>(theGreyHeight));
+    EXPECT_EQ(aCodec.GetImageWidth(), static_cast<std::uint64_t>(kGreyWidth));
+    EXPECT_EQ(aCodec.GetImageHeight(), static_cast<std::uint64_t>(kGreyHeight));
     EXPECT_EQ(aCodec.GetSamplesPerPixel(), 1);
     EXPECT_EQ(aCodec.GetBitsAllocatedPerSample(), 16);
     EXPECT_EQ(aCodec.GetBitsStoredPerSample(), 12);
@@ -148,8 +147,8 @@ TEST(JPEG2000Decoder, DecodesSignedAndUnsigned)
 TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
 {
     // Readers extend the sign from the highest bit stored: with 14 reported, bit 13 must be right.
-    constexpr int theCases[][2] = {{10, 0xfff}, {14, 0x3fff}, {40, 0xffff}}; // bits reported, bits written
-    for (const auto& [aReported, aMask] : theCases)
+    constexpr int kCases[][2] = {{10, 0xfff}, {14, 0x3fff}, {40, 0xffff}}; // bits reported, bits written
+    for (const auto& [aReported, aMask] : kCases)
     {
         DICOMDataObject aDataSet;
         SetNumber(aDataSet, DICOMTags::BitsStored, static_cast<std::uint16_t>(aReported));
@@ -201,10 +200,10 @@ TEST(JPEG2000Decoder, DecodesTheIrreversibleTransform)
     EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_YBR_ICT);
     EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_IRREVERSIBLE);
     const Bytes aPixels = DecodeAll(aCodec);
-    for (int i = 0; i < theLossySize * theLossySize * 3; ++i)
+    for (int i = 0; i < kLossySize * kLossySize * 3; ++i)
     {
         EXPECT_NEAR(aPixels[static_cast<std::size_t>(i)],
-                    LossyValue(i % 3, i / 3 % theLossySize, i / 3 / theLossySize), 2)
+                    LossyValue(i % 3, i / 3 % kLossySize, i / 3 / kLossySize), 2)
             << i;
     }
 }
@@ -251,7 +250,7 @@ TEST(JPEG2000Decoder, RefusesAScaleFactorBelow1BeforeAnythingIsRead)
         ByteSource aSource(Grey12());
         JPEG2000Decoder aCodec(aScaleFactor, Decoder::PET_FAST);
         ExpectFailure([&] { aCodec.SetSource(nullptr, aSource); },
-                      theHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
+                      kHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
         EXPECT_EQ(aSource.GetReads(), 0);
     }
 }
@@ -259,18 +258,18 @@ TEST(JPEG2000Decoder, RefusesAScaleFactorBelow1BeforeAnythingIsRead)
 TEST(JPEG2000Decoder, RefusesLayoutsThatDicomDoesNotHave)
 {
     ExpectFailure([] { SetSource(Pair()); },
-                  theHeaderPrefix + "Image component count not in (1, 3) as required by DICOM", 37);
+                  kHeaderPrefix + "Image component count not in (1, 3) as required by DICOM", 37);
     // The sampling factors of components 1 and 2.
     ExpectFailure(
         [] {
-            SetSource(Patch(PlainColour(), theDepthOfComponent0 + 4, {2, 1}));
+            SetSource(Patch(PlainColour(), kDepthOfComponent0 + 4, {2, 1}));
         },
-        theHeaderPrefix + "Component 1 dimensions != Component 0 dimensions", 37);
+        kHeaderPrefix + "Component 1 dimensions != Component 0 dimensions", 37);
     ExpectFailure(
         [] {
-            SetSource(Patch(PlainColour(), theDepthOfComponent0 + 7, {1, 2}));
+            SetSource(Patch(PlainColour(), kDepthOfComponent0 + 7, {1, 2}));
         },
-        theHeaderPrefix + "Component 2 dimensions != Component 0 dimensions", 37);
+        kHeaderPrefix + "Component 2 dimensions != Component 0 dimensions", 37);
 }
 
 TEST(JPEG2000Decoder, RefusesSamplesThatDicomDoesNotHave)
@@ -279,10 +278,10 @@ TEST(JPEG2000Decoder, RefusesSamplesThatDicomDoesNotHave)
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     aCodec.SetSource(nullptr, aSource);
     ExpectFailure([&] { DecodeAll(aCodec); },
-                  theTilePrefix + "bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
-                                  "3-component image)",
+                  kTilePrefix + "bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
+                                "3-component image)",
                   62);
-    ByteSource aDeepSource(Patch(Grey12(), theDepthOfComponent0, {0x80 + 19}));
+    ByteSource aDeepSource(Patch(Grey12(), kDepthOfComponent0, {0x80 + 19}));
     JPEG2000Decoder aDeepCodec(1, Decoder::PET_FAST);
     aDeepCodec.SetSource(nullptr, aDeepSource);
     EXPECT_EQ(aDeepCodec.GetBitsStoredPerSample(), 20);
@@ -303,7 +302,7 @@ TEST(JPEG2000Decoder, RefusesSamplesThatDicomDoesNotHave)
 TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
 {
     // The stream's own second component, taken for one of 4 bits: what does not fit is clamped to them.
-    ByteSource aSource(Patch(PlainColour(), theDepthOfComponent0 + 3, {3}));
+    ByteSource aSource(Patch(PlainColour(), kDepthOfComponent0 + 3, {3}));
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     aCodec.SetSource(nullptr, aSource);
     EXPECT_EQ(aCodec.GetBitsStoredPerSample(), 8);
@@ -318,21 +317,21 @@ TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
 
 TEST(JPEG2000Decoder, ChecksTheBufferBeforeAnythingIsDecoded)
 {
-    const RWCString theText = "JPEG2000Decoder::Decode Output buffer too small";
+    const RWCString kText = "JPEG2000Decoder::Decode Output buffer too small";
     ByteSource aSource(Colour());
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     aCodec.SetSource(nullptr, aSource);
     Bytes aBuffer(ColourImage().size(), 0x77);
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, theText, 62);
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), 0); }, theText, 62);
-    ExpectFailure([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, theText, 62);
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, kText, 62);
+    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), 0); }, kText, 62);
+    ExpectFailure([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, kText, 62);
     EXPECT_EQ(aBuffer, Bytes(aBuffer.size(), 0x77));
     aCodec.Decode(0, aBuffer.data(), aBuffer.size());
     EXPECT_EQ(aBuffer, ColourImage());
     ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
-                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
     ExpectFailure([&] { aCodec.DecompressCurrentTile(aBuffer.data()); },
-                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
     aCodec.FinishDecoding();
 }
 
@@ -341,12 +340,12 @@ TEST(JPEG2000Decoder, NeedsASource)
     Bytes aBuffer(10);
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
-                  theTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
 }
 
 TEST(JPEG2000Decoder, RaisesWarningsOnlyWhereTheToleranceIsFussy)
 {
-    const Bytes anOddStream = Patch(Grey12(), theCapabilities, {0x80, 0x01});
+    const Bytes anOddStream = Patch(Grey12(), kCapabilities, {0x80, 0x01});
     for (const int aTolerance : {0, 1, 2, 7, -3, 3})
     {
         ByteSource aSource(anOddStream);
@@ -358,7 +357,7 @@ TEST(JPEG2000Decoder, RaisesWarningsOnlyWhereTheToleranceIsFussy)
             continue;
         }
         aCodec.SetSource(nullptr, aSource);
-        EXPECT_EQ(DecodeAll(aCodec).size(), 2u * theGreyWidth * theGreyHeight) << aTolerance;
+        EXPECT_EQ(DecodeAll(aCodec).size(), 2u * kGreyWidth * kGreyHeight) << aTolerance;
     }
     SetSource(Grey12(), Decoder::PET_FUSSY);
 }
@@ -368,22 +367,22 @@ TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
     const Bytes aStream = Grey12();
     const auto aTileAt = [&aStream](int theTile)
     {
-        const Bytes theStart = {0xff, 0x90, 0, 10, 0, static_cast<std::uint8_t>(theTile)};
+        const Bytes kStart = {0xff, 0x90, 0, 10, 0, static_cast<std::uint8_t>(theTile)};
         return static_cast<std::size_t>(
-            std::search(aStream.begin(), aStream.end(), theStart.begin(), theStart.end()) - aStream.begin());
+            std::search(aStream.begin(), aStream.end(), kStart.begin(), kStart.end()) - aStream.begin());
     };
-    const RWCString thePrefix = "JPEG2000Decoder::JPEG2000Decoder()[";
-    ExpectReport([] { SetSource({}); }, thePrefix + "create codestream]: ", 0);
+    const RWCString kPrefix = "JPEG2000Decoder::JPEG2000Decoder()[";
+    ExpectReport([] { SetSource({}); }, kPrefix + "create codestream]: ", 0);
     ExpectReport([&] { SetSource(Bytes(aStream.begin(), aStream.begin() + 30)); },
-                 thePrefix + "create codestream]: ", 0);
+                 kPrefix + "create codestream]: ", 0);
     // A tile that the image does not have.
-    const Bytes theNoTile = {0, 99};
-    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, theNoTile), Decoder::PET_FUSSY); },
-                 thePrefix + "itsCodestream.open_tile()]: ", 1);
-    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, theNoTile), Decoder::PET_FUSSY, 2); },
-                 thePrefix + "itsCodestream.apply_input_restrictions()]: ", 1);
+    const Bytes kNoTile = {0, 99};
+    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, kNoTile), Decoder::PET_FUSSY); },
+                 kPrefix + "itsCodestream.open_tile()]: ", 1);
+    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, kNoTile), Decoder::PET_FUSSY, 2); },
+                 kPrefix + "itsCodestream.apply_input_restrictions()]: ", 1);
 
-    ByteSource aSource(Patch(aStream, aTileAt(2) + 4, theNoTile));
+    ByteSource aSource(Patch(aStream, aTileAt(2) + 4, kNoTile));
     JPEG2000Decoder aCodec(1, Decoder::PET_FUSSY);
     aCodec.SetSource(nullptr, aSource);
     ExpectReport([&] { DecodeAll(aCodec); }, "JPEG2000Decoder::Decode: ", 1);
@@ -391,9 +390,9 @@ TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
 
 TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
 {
-    const Bytes anOddStream = Patch(Grey12(), theCapabilities, {0x80, 0x01});
+    const Bytes anOddStream = Patch(Grey12(), kCapabilities, {0x80, 0x01});
     const Bytes aCutStream(anOddStream.begin(), anOddStream.begin() + 20);
-    const RWCString thePrefix = "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: SIZ: the codestream ";
+    const RWCString kPrefix = "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: SIZ: the codestream ";
     std::vector<std::thread> aThreads;
     for (const bool isWarning : {true, false, true, false})
     {
@@ -403,7 +402,7 @@ TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
                 for (int aRound = 0; aRound < 100; ++aRound)
                 {
                     ExpectReport([&] { SetSource(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
-                                 thePrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
+                                 kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
                 }
             });
     }

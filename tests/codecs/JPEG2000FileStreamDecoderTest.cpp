@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/JPEG2000FileStreamDecoder.h"
+#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
 
 #include <memory>
 
 #include <gtest/gtest.h>
 
-#include "codecs/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
 #include "support/ByteSource.h"
 #include "support/Jpeg2000Streams.h"
 
@@ -91,7 +91,7 @@ TEST(JPEG2000FileStreamDecoder, ReadsNothingBehindTheCodestreamBox)
 
 TEST(JPEG2000FileStreamDecoder, ErrorsOfTheBoxesAreTheDecodersExceptions)
 {
-    const RWCString thePrefix =
+    const RWCString kPrefix =
         "JPEG2000Decoder::JPEG2000Decoder()[start]: Error in Kakadu File Format Support: ";
     const Bytes aFile = MakeJp2(Grey12());
     for (const Bytes& aBrokenFile : {Patch(aFile, 4, {'j', 'p', '2', 'x'}),
@@ -108,7 +108,7 @@ TEST(JPEG2000FileStreamDecoder, ErrorsOfTheBoxesAreTheDecodersExceptions)
             }
             catch (const JPEGDecoderException& anException)
             {
-                EXPECT_EQ(anException.GetMessageText().substr(0, thePrefix.size()), thePrefix);
+                EXPECT_EQ(anException.GetMessageText().substr(0, kPrefix.size()), kPrefix);
                 EXPECT_EQ(anException.GetCode(), 0);
             }
         }

@@ -14,10 +14,10 @@ namespace
 
 using Process = JpegSpec::Process;
 
-constexpr Decoder::ColorModel theNone = Decoder::COLOR_MODEL_UNKNOWN;
-constexpr Decoder::ColorModel theRGB = Decoder::COLOR_MODEL_RGB;
-constexpr Decoder::ColorModel theYBR422 = Decoder::COLOR_MODEL_YBR_FULL_422;
-constexpr Decoder::ColorModel theYBR = Decoder::COLOR_MODEL_YBR_FULL;
+constexpr Decoder::ColorModel kNone = Decoder::COLOR_MODEL_UNKNOWN;
+constexpr Decoder::ColorModel kRGB = Decoder::COLOR_MODEL_RGB;
+constexpr Decoder::ColorModel kYBR422 = Decoder::COLOR_MODEL_YBR_FULL_422;
+constexpr Decoder::ColorModel kYBR = Decoder::COLOR_MODEL_YBR_FULL;
 
 struct ColorCase
 {
@@ -59,13 +59,13 @@ void ExpectColorSpace(const ColorCase& theCase, Process theProcess, Decoder::Col
     const auto aDecoder = MakeDecoder(8, theCase.itsDataSetModel);
     const Samples aDecoded =
         DecodeSamples(*aDecoder, MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200})));
-    const bool aConverted = theExpected == theYBR422;
+    const bool aConverted = theExpected == kYBR422;
     EXPECT_EQ(Samples(aDecoded.begin(), aDecoded.begin() + 3),
               aConverted ? ToRGB(120, 90, 200) : (Samples{120, 90, 200}));
     EXPECT_EQ(aDecoder->GetCompressedColorspace(), theExpected);
-    EXPECT_EQ(aDecoder->GetDecompressedColorspace(), theRGB);
-    EXPECT_EQ(static_cast<Decoder&>(*aDecoder).GetDecompressedColorspace(), theRGB);
-    EXPECT_EQ(aDecoder->GetRecommendedDecompressedColorspace(), theRGB);
+    EXPECT_EQ(aDecoder->GetDecompressedColorspace(), kRGB);
+    EXPECT_EQ(static_cast<Decoder&>(*aDecoder).GetDecompressedColorspace(), kRGB);
+    EXPECT_EQ(aDecoder->GetRecommendedDecompressedColorspace(), kRGB);
     EXPECT_EQ(aDecoder->GetSamplesPerPixel(), 3);
     EXPECT_EQ(aDecoder->GetCompressionReversible(),
               theProcess == Process::LOSSLESS ? Decoder::CR_REVERSIBLE : Decoder::CR_IRREVERSIBLE);
@@ -81,28 +81,28 @@ TEST_P(JPEGDecoderColor, MarkersIdentifiersAndDataSetDecideTogether)
 
 const std::vector<int> the123 = {1, 2, 3};
 const std::vector<int> the012 = {0, 1, 2};
-const std::vector<int> theRGBIds = {'R', 'G', 'B'};
+const std::vector<int> kRGBIds = {'R', 'G', 'B'};
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, JPEGDecoderColor,
-    testing::Values(ColorCase{"JFIF", true, -1, the123, theNone, theYBR422, theRGB},
-                    ColorCase{"JFIFWithRGBData", true, -1, the123, theRGB, theYBR422, theRGB},
-                    ColorCase{"JFIFWithYBR422Data", true, -1, the123, theYBR422, theYBR422, theYBR422},
-                    ColorCase{"JFIFWithYBRFullData", true, -1, the123, theYBR, theYBR422, theRGB},
-                    ColorCase{"JFIFOutranksRGBIds", true, -1, theRGBIds, theNone, theYBR422, theRGB},
-                    ColorCase{"JFIFOutranksAdobe", true, 0, the123, theNone, theYBR422, theRGB},
-                    ColorCase{"Adobe0", false, 0, the123, theYBR422, theRGB, theRGB},
-                    ColorCase{"Adobe1", false, 1, the123, theRGB, theYBR422, theYBR422},
-                    ColorCase{"Adobe1OutranksRGBIds", false, 1, theRGBIds, theRGB, theYBR422, theYBR422},
-                    ColorCase{"Ids123", false, -1, the123, theNone, theYBR422, theYBR422},
-                    ColorCase{"Ids123WithRGBData", false, -1, the123, theRGB, theRGB, theRGB},
-                    ColorCase{"Ids123WithYBRFullData", false, -1, the123, theYBR, theYBR422, theYBR422},
-                    ColorCase{"RGBIds", false, -1, theRGBIds, theNone, theRGB, theRGB},
-                    ColorCase{"RGBIdsWithYBR422Data", false, -1, theRGBIds, theYBR422, theRGB, theRGB},
-                    ColorCase{"OtherIds", false, -1, the012, theNone, theYBR422, theRGB},
-                    ColorCase{"OtherIdsWithRGBData", false, -1, the012, theRGB, theRGB, theRGB},
-                    ColorCase{"OtherIdsWithYBR422Data", false, -1, the012, theYBR422, theYBR422, theYBR422},
-                    ColorCase{"OtherIdsWithYBRFullData", false, -1, the012, theYBR, theYBR422, theRGB}),
+    testing::Values(ColorCase{"JFIF", true, -1, the123, kNone, kYBR422, kRGB},
+                    ColorCase{"JFIFWithRGBData", true, -1, the123, kRGB, kYBR422, kRGB},
+                    ColorCase{"JFIFWithYBR422Data", true, -1, the123, kYBR422, kYBR422, kYBR422},
+                    ColorCase{"JFIFWithYBRFullData", true, -1, the123, kYBR, kYBR422, kRGB},
+                    ColorCase{"JFIFOutranksRGBIds", true, -1, kRGBIds, kNone, kYBR422, kRGB},
+                    ColorCase{"JFIFOutranksAdobe", true, 0, the123, kNone, kYBR422, kRGB},
+                    ColorCase{"Adobe0", false, 0, the123, kYBR422, kRGB, kRGB},
+                    ColorCase{"Adobe1", false, 1, the123, kRGB, kYBR422, kYBR422},
+                    ColorCase{"Adobe1OutranksRGBIds", false, 1, kRGBIds, kRGB, kYBR422, kYBR422},
+                    ColorCase{"Ids123", false, -1, the123, kNone, kYBR422, kYBR422},
+                    ColorCase{"Ids123WithRGBData", false, -1, the123, kRGB, kRGB, kRGB},
+                    ColorCase{"Ids123WithYBRFullData", false, -1, the123, kYBR, kYBR422, kYBR422},
+                    ColorCase{"RGBIds", false, -1, kRGBIds, kNone, kRGB, kRGB},
+                    ColorCase{"RGBIdsWithYBR422Data", false, -1, kRGBIds, kYBR422, kRGB, kRGB},
+                    ColorCase{"OtherIds", false, -1, the012, kNone, kYBR422, kRGB},
+                    ColorCase{"OtherIdsWithRGBData", false, -1, the012, kRGB, kRGB, kRGB},
+                    ColorCase{"OtherIdsWithYBR422Data", false, -1, the012, kYBR422, kYBR422, kYBR422},
+                    ColorCase{"OtherIdsWithYBRFullData", false, -1, the012, kYBR, kYBR422, kRGB}),
     [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
 
 struct ComponentCase
@@ -129,8 +129,8 @@ TEST(JPEGDecoderColor, TwoAndFourComponentsAreRefused)
         EXPECT_EQ(DecodeError(*aDecoder, aSource), "JPEGDecoder: error (read " +
                                                        std::to_string(aJpeg.size()) +
                                                        " bytes so far): " + aCase.itsError);
-        EXPECT_EQ(aDecoder->GetCompressedColorspace(), theNone);
-        EXPECT_EQ(aDecoder->GetDecompressedColorspace(), theRGB);
+        EXPECT_EQ(aDecoder->GetCompressedColorspace(), kNone);
+        EXPECT_EQ(aDecoder->GetDecompressedColorspace(), kRGB);
     }
 }
 
@@ -172,7 +172,7 @@ TEST(JPEGDecoderColor, GreyStaysGreyWhateverTheDataSetSays)
     JpegSpec aSpec;
     aSpec.itsJFIF = true;
     const Samples aSamples = MakeFlatSamples(aSpec, {77});
-    const auto aDecoder = MakeDecoder(8, theRGB);
+    const auto aDecoder = MakeDecoder(8, kRGB);
     EXPECT_EQ(DecodeSamples(*aDecoder, MakeJpeg(aSpec, aSamples)), aSamples);
     EXPECT_EQ(aDecoder->GetCompressedColorspace(), Decoder::COLOR_MODEL_GREY);
     EXPECT_EQ(aDecoder->GetDecompressedColorspace(), Decoder::COLOR_MODEL_GREY);
@@ -238,10 +238,10 @@ TEST(JPEGDecoderColor, OutputColorSpaceCanBeChosenBeforeDecoding)
         std::size_t itsComponents;
     };
     const std::vector<Choice> aChoices = {{Decoder::COLOR_MODEL_GREY, Decoder::COLOR_MODEL_GREY, {120}, 1},
-                                          {theRGB, theRGB, ToRGB(120, 90, 200), 3},
-                                          {theYBR422, theYBR422, {120, 90, 200}, 3},
-                                          {theYBR, theNone, {}, 3},
-                                          {Decoder::COLOR_MODEL_PALETTE_COLOR, theNone, {}, 3}};
+                                          {kRGB, kRGB, ToRGB(120, 90, 200), 3},
+                                          {kYBR422, kYBR422, {120, 90, 200}, 3},
+                                          {kYBR, kNone, {}, 3},
+                                          {Decoder::COLOR_MODEL_PALETTE_COLOR, kNone, {}, 3}};
     for (const Choice& aChoice : aChoices)
     {
         const auto aDecoder = MakeDecoder(8);

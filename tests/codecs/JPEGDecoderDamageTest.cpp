@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <random>
 
-#include "codecs/JPEGDecoderException.h"
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
 #include "support/LongRun.h"
 
 namespace

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "codecs/JPEGDecoderException.h"
 #include "codecs/JPEGTestHelpers.h"
-#include "codecs/detail/JPEGRoad.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg/detail/JPEGPath.h"
 
 namespace
 {
@@ -161,12 +161,12 @@ TEST(JPEGDecoderHandOver, BufferSuppliedBetweenHeaderAndDecode)
     const std::size_t aHeader = aJpeg.size() * 2 / 3;
     ByteSource aWhole(aJpeg);
     const Bytes anExpected = DecodeBytes(*MakeDecoder(8), aWhole);
-    for (const JPEGRoad aRoad : {JPEGRoad::LIBRARY, JPEGRoad::AUTOMATIC})
+    for (const JPEGPath aPath : {JPEGPath::LIBRARY, JPEGPath::AUTOMATIC})
     {
         ByteSource aSource(Bytes(aJpeg.begin(), aJpeg.begin() + static_cast<std::ptrdiff_t>(aHeader)));
         const Bytes aRest(aJpeg.begin() + static_cast<std::ptrdiff_t>(aHeader), aJpeg.end());
         const auto aDecoder = MakeDecoder(8);
-        aDecoder->SetRoad(aRoad);
+        aDecoder->SetPath(aPath);
         aDecoder->SetSource(nullptr, aSource);
         aDecoder->SetBuffer(NewBuffer(aRest, aRest.size(), aRest.size()));
         aDecoder->SetBytesRead(static_cast<int>(aRest.size()));

@@ -13,11 +13,11 @@
 namespace
 {
 
-const std::string theFolder = QUORIX_SAMPLES_DIR;
+const std::string kFolder = QUORIX_SAMPLES_DIR;
 
 Bytes ReadFile(const std::string& theName)
 {
-    std::ifstream aFile(theFolder + "/" + theName, std::ios::binary);
+    std::ifstream aFile(kFolder + "/" + theName, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(aFile), std::istreambuf_iterator<char>());
 }
 
@@ -25,7 +25,7 @@ Bytes ReadFile(const std::string& theName)
 std::map<std::string, std::map<std::string, std::string>> ReadExpected()
 {
     std::map<std::string, std::map<std::string, std::string>> aTable;
-    std::ifstream aFile(theFolder + "/expected.tsv");
+    std::ifstream aFile(kFolder + "/expected.tsv");
     for (std::string aLine; std::getline(aFile, aLine);)
     {
         std::vector<std::string> aFields;
@@ -68,7 +68,7 @@ int BuildFor(const Bytes& theJpeg)
 }
 
 /// Four components have no way to RGB and are refused.
-const std::map<std::string, std::string> theRefused = {
+const std::map<std::string, std::string> kRefused = {
     {"jpeg/A1.JPG", "Unsupported color conversion request"},
     {"jpeg/C1.JPG", "Unsupported color conversion request"},
     {"jpeg/C2.JPG", "Unsupported color conversion request"},
@@ -80,7 +80,7 @@ TEST(JPEGDecoderSamples, BareFilesHaveTheExpectedHashes)
     const auto anExpected = ReadExpected();
     if (anExpected.empty())
     {
-        GTEST_SKIP() << "no sample files in " << theFolder;
+        GTEST_SKIP() << "no sample files in " << kFolder;
     }
     for (const auto& [aName, aHashes] : anExpected)
     {
@@ -90,8 +90,8 @@ TEST(JPEGDecoderSamples, BareFilesHaveTheExpectedHashes)
         const auto aDecoder =
             MakeDecoder(BuildFor(aJpeg), aPlain ? Decoder::COLOR_MODEL_RGB : Decoder::COLOR_MODEL_UNKNOWN);
         ByteSource aSource(aJpeg);
-        const auto aRefusal = theRefused.find(aName);
-        if (aRefusal != theRefused.end())
+        const auto aRefusal = kRefused.find(aName);
+        if (aRefusal != kRefused.end())
         {
             EXPECT_NE(DecodeError(*aDecoder, aSource).find(aRefusal->second), std::string::npos) << aName;
             continue;
@@ -108,9 +108,9 @@ TEST(JPEGDecoderSamples, BareFilesHaveTheExpectedHashes)
 // Files that crashed decoders elsewhere.
 TEST(JPEGDecoderSamples, DamagedFilesEndInPixelsOrAnError)
 {
-    if (!std::filesystem::is_directory(theFolder + "/damaged"))
+    if (!std::filesystem::is_directory(kFolder + "/damaged"))
     {
-        GTEST_SKIP() << "no sample files in " << theFolder;
+        GTEST_SKIP() << "no sample files in " << kFolder;
     }
     for (const char* aName : {"broken-no-sof-ascii-transfer-mode", "broken-sos-before-sof",
                               "dc-predictor-overflow", "derive-huffman-codes-overflow", "empty"})

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include "codecs/JPEGDecoderException.h"
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
 #include "toolkit/base/DecodingInterruptedException.h"
 #include "toolkit/base/StreamIOException.h"
 

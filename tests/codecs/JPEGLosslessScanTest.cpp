@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "codecs/detail/JPEGLosslessScan.h"
+#include "codecs/jpeg/detail/JPEGLosslessScan.h"
 
 namespace
 {

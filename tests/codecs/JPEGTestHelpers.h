@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "codecs/JPEG12BitDecoder.h"
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEG8BitDecoder.h"
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
 #include "support/ByteSource.h"
 #include "support/JpegFixtures.h"
 #include "toolkit/base/ExceptionBase.h"

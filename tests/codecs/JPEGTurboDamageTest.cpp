@@ -59,12 +59,12 @@ Bytes Damage(Bytes theJpeg, std::mt19937& theRandom)
     return theJpeg;
 }
 
-// Errors, their texts and the bytes read are the same on both roads, and so are nearly all pixels: at a
+// Errors, their texts and the bytes read are the same on both paths, and so are nearly all pixels: at a
 // warning libjpeg-turbo gives up. What is left is damage that neither library notices and that makes
 // coefficients far beyond those of any image. Their samples wrap around in one library's arithmetic and are
 // limited in the other's. The block is lost either way, none of the two is nearer to the image, and its
 // neighbours are the same, so this much is accepted.
-TEST(JPEGTurboDamage, BothRoadsEndAlike)
+TEST(JPEGTurboDamage, BothPathsEndAlike)
 {
     testing::internal::CaptureStderr();
     std::mt19937 aRandom(20251121);
@@ -78,8 +78,8 @@ TEST(JPEGTurboDamage, BothRoadsEndAlike)
         for (int aRound = 0; aRound < aRounds; ++aRound, ++aRuns)
         {
             const Bytes aJpeg = Damage(anIntact, aRandom);
-            const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg, 500);
-            const Outcome aFast = DecodeOn(JPEGRoad::AUTOMATIC, aJpeg, 500);
+            const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aJpeg, 500);
+            const Outcome aFast = DecodeOn(JPEGPath::AUTOMATIC, aJpeg, 500);
             ASSERT_TRUE(aFast.IsSameButPixels(aLibrary))
                 << aRuns << ": '" << aLibrary.itsError << "', '" << aFast.itsError << "'";
             aPictures += aLibrary.itsError.empty() ? 1 : 0;
@@ -111,8 +111,8 @@ TEST(JPEGTurboDamage, DeepImagesAreTheSameToTheBit)
         for (int aRound = 0; aRound < aRounds; ++aRound)
         {
             const Bytes aJpeg = Damage(anIntact, aRandom);
-            const Outcome aLibrary = DecodeDeepOn(JPEGRoad::LIBRARY, aJpeg);
-            ASSERT_TRUE(DecodeDeepOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary)
+            const Outcome aLibrary = DecodeDeepOn(JPEGPath::LIBRARY, aJpeg);
+            ASSERT_TRUE(DecodeDeepOn(JPEGPath::AUTOMATIC, aJpeg) == aLibrary)
                 << isProgressive << ", round " << aRound;
             aPictures += aLibrary.itsError.empty() ? 1 : 0;
         }
@@ -130,8 +130,8 @@ TEST(JPEGTurboDamage, EveryTruncationIsTheSameError)
         for (std::size_t aCut = 0; aCut < anIntact.size(); aCut += aStep)
         {
             const Bytes aJpeg(anIntact.begin(), anIntact.begin() + static_cast<std::ptrdiff_t>(aCut));
-            const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg, 500);
-            ASSERT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aJpeg, 500) == aLibrary) << "cut at " << aCut;
+            const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aJpeg, 500);
+            ASSERT_TRUE(DecodeOn(JPEGPath::AUTOMATIC, aJpeg, 500) == aLibrary) << "cut at " << aCut;
             ASSERT_NE(aLibrary.itsError, "");
         }
     }

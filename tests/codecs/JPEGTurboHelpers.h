@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "codecs/JPEGTestHelpers.h"
-#include "codecs/detail/JPEGRoad.h"
-#include "codecs/detail/JPEGTurbo.h"
+#include "codecs/jpeg/detail/JPEGPath.h"
+#include "codecs/jpeg/detail/JPEGTurbo.h"
 
 namespace turbo_encoder
 {
@@ -130,14 +130,14 @@ struct Outcome
     }
 };
 
-/// Decodes through the codec of so many bits on one road. Images of more than theLimit bytes count as
+/// Decodes through the codec of so many bits on one path. Images of more than theLimit bytes count as
 /// refused.
-inline Outcome DecodeOn(JPEGRoad theRoad, const Bytes& theJpeg, int theLargestRead = 1 << 20,
+inline Outcome DecodeOn(JPEGPath thePath, const Bytes& theJpeg, int theLargestRead = 1 << 20,
                         Decoder::ColorModel theModel = Decoder::COLOR_MODEL_UNKNOWN,
                         std::uint64_t theLimit = 1 << 20, int theBits = 8)
 {
     const auto aDecoder = MakeDecoder(theBits, theModel);
-    aDecoder->SetRoad(theRoad);
+    aDecoder->SetPath(thePath);
     ByteSource aSource(theJpeg, theLargestRead);
     Outcome anOutcome;
     try
@@ -218,9 +218,9 @@ inline TurboResult DecodeWithTurbo(const Bytes& theJpeg, const DctSpec& theSpec,
     return aResult;
 }
 
-inline Outcome DecodeDeepOn(JPEGRoad theRoad, const Bytes& theJpeg)
+inline Outcome DecodeDeepOn(JPEGPath thePath, const Bytes& theJpeg)
 {
-    return DecodeOn(theRoad, theJpeg, 500, Decoder::COLOR_MODEL_UNKNOWN, 1 << 20, 12);
+    return DecodeOn(thePath, theJpeg, 500, Decoder::COLOR_MODEL_UNKNOWN, 1 << 20, 12);
 }
 
 /// A grey image of 12 bits.

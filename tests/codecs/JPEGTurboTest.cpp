@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// DCT images on the library's road and on libjpeg-turbo's: nobody may see a difference.
+// DCT images on the library's path and on libjpeg-turbo's: nobody may see a difference.
 
 #include <gtest/gtest.h>
 
@@ -34,8 +34,8 @@ void ExpectSame(const DctSpec& theSpec)
                std::to_string(theSpec.itsV) + ", quality " + std::to_string(theSpec.itsQuality) +
                (theSpec.isProgressive ? ", progressive" : "") + (theSpec.isRGB ? ", RGB" : "");
     };
-    const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg);
-    EXPECT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary) << aDescribe();
+    const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aJpeg);
+    EXPECT_TRUE(DecodeOn(JPEGPath::AUTOMATIC, aJpeg) == aLibrary) << aDescribe();
     EXPECT_EQ(aLibrary.itsError.empty(), theSpec.itsComponents != 4) << aDescribe();
     if (IsForTurbo(theSpec))
     {
@@ -47,14 +47,14 @@ void ExpectSame(const DctSpec& theSpec)
 // Every edge of the interpolation: sizes around a block and below the shortest row that is interpolated.
 TEST(JPEGTurbo, SamplingsAndSizesComeOutAlike)
 {
-    constexpr std::array<std::array<int, 2>, 8> theSamplings = {
+    constexpr std::array<std::array<int, 2>, 8> kSamplings = {
         {{1, 1}, {2, 1}, {2, 2}, {1, 2}, {4, 1}, {4, 2}, {1, 4}, {3, 1}}};
-    constexpr std::array<std::array<int, 2>, 7> theSizes = {
+    constexpr std::array<std::array<int, 2>, 7> kSizes = {
         {{1, 1}, {2, 1}, {3, 7}, {5, 2}, {17, 16}, {33, 34}, {64, 9}}};
     DctSpec aSpec;
-    for (const auto& aSampling : theSamplings)
+    for (const auto& aSampling : kSamplings)
     {
-        for (const auto& aSize : theSizes)
+        for (const auto& aSize : kSizes)
         {
             for (const bool isProgressive : {false, true})
             {
@@ -97,10 +97,10 @@ TEST(JPEGTurbo, CodingsComeOutAlike)
 // blocks hang over its edges.
 TEST(JPEGTurbo, DeepGreyImagesComeOutAlike)
 {
-    constexpr std::array<std::array<int, 2>, 5> theSizes = {{{1, 1}, {7, 9}, {8, 8}, {61, 45}, {128, 64}}};
+    constexpr std::array<std::array<int, 2>, 5> kSizes = {{{1, 1}, {7, 9}, {8, 8}, {61, 45}, {128, 64}}};
     for (const bool isProgressive : {false, true})
     {
-        for (const auto& aSize : theSizes)
+        for (const auto& aSize : kSizes)
         {
             for (const int aStep : {1, 30, 255})
             {
@@ -112,9 +112,9 @@ TEST(JPEGTurbo, DeepGreyImagesComeOutAlike)
                     aSamples[i] = aRandom() % 2 == 0 ? 0 : 4095;
                 }
                 const Bytes aJpeg = MakeJpeg(aSpec, aSamples);
-                const Outcome aLibrary = DecodeDeepOn(JPEGRoad::LIBRARY, aJpeg);
+                const Outcome aLibrary = DecodeDeepOn(JPEGPath::LIBRARY, aJpeg);
                 ASSERT_EQ(aLibrary.itsError, "");
-                ForEachTarget([&] { EXPECT_TRUE(DecodeDeepOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary); });
+                ForEachTarget([&] { EXPECT_TRUE(DecodeDeepOn(JPEGPath::AUTOMATIC, aJpeg) == aLibrary); });
                 DctSpec aHeader;
                 aHeader.itsWidth = aSpec.itsWidth;
                 aHeader.itsHeight = aSpec.itsHeight;
@@ -141,9 +141,9 @@ TEST(JPEGTurbo, WildCoefficientsOfDeepImagesComeOutAlike)
     const auto aTable = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
     ASSERT_NE(aTable, aJpeg.end());
     std::fill_n(aTable + 5, 64, std::uint8_t{255});
-    const Outcome aLibrary = DecodeDeepOn(JPEGRoad::LIBRARY, aJpeg);
+    const Outcome aLibrary = DecodeDeepOn(JPEGPath::LIBRARY, aJpeg);
     ASSERT_EQ(aLibrary.itsError, "");
-    ForEachTarget([&] { EXPECT_TRUE(DecodeDeepOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary); });
+    ForEachTarget([&] { EXPECT_TRUE(DecodeDeepOn(JPEGPath::AUTOMATIC, aJpeg) == aLibrary); });
 }
 
 // The one sampling of which the two libraries are known to make different pixels.
@@ -154,7 +154,7 @@ TEST(JPEGTurbo, RowsOfHalvedChromaAreTheLibrarysOwn)
     const Bytes aJpeg = MakeDctJpeg(aSpec);
     const TurboResult aTurbo = DecodeWithTurbo(aJpeg, aSpec);
     EXPECT_TRUE(aTurbo.isTaken);
-    EXPECT_NE(aTurbo.itsPixels, DecodeOn(JPEGRoad::AUTOMATIC, aJpeg).itsPixels);
+    EXPECT_NE(aTurbo.itsPixels, DecodeOn(JPEGPath::AUTOMATIC, aJpeg).itsPixels);
 }
 
 JpegSpec MakeSpec(Process theProcess, std::vector<int> theIds, bool theJFIF, int theAdobe,
@@ -195,9 +195,9 @@ TEST(JPEGTurbo, HeadersAreReadAlike)
         {
             for (const auto aModel : {Decoder::COLOR_MODEL_UNKNOWN, Decoder::COLOR_MODEL_RGB})
             {
-                const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg, aRead, aModel);
+                const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aJpeg, aRead, aModel);
                 EXPECT_EQ(aLibrary.itsError, "") << "row " << i;
-                EXPECT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aJpeg, aRead, aModel) == aLibrary)
+                EXPECT_TRUE(DecodeOn(JPEGPath::AUTOMATIC, aJpeg, aRead, aModel) == aLibrary)
                     << "row " << i << ", " << aRead << " bytes a read, model " << aModel;
             }
         }
@@ -268,8 +268,8 @@ TEST(JPEGTurbo, GivesUpOnWhatItWouldDecodeDifferently)
     for (const Row& aRow : aRows)
     {
         EXPECT_EQ(DecodeWithTurbo(aRow.itsJpeg, aRow.itsSpec).isTaken, aRow.isTaken) << aRow.itsName;
-        EXPECT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aRow.itsJpeg, 100) ==
-                    DecodeOn(JPEGRoad::LIBRARY, aRow.itsJpeg, 100))
+        EXPECT_TRUE(DecodeOn(JPEGPath::AUTOMATIC, aRow.itsJpeg, 100) ==
+                    DecodeOn(JPEGPath::LIBRARY, aRow.itsJpeg, 100))
             << aRow.itsName;
     }
     testing::internal::GetCapturedStderr();
@@ -279,14 +279,14 @@ TEST(JPEGTurbo, GivesUpOnWhatItWouldDecodeDifferently)
 TEST(JPEGTurbo, WarningsAreTheLibrarysOwn)
 {
     const Bytes aJpeg = InsertBeforeEnd(MakeDctJpeg(DctSpec()), 50, 0x55);
-    const auto aWarning = [&](JPEGRoad theRoad)
+    const auto aWarning = [&](JPEGPath thePath)
     {
         testing::internal::CaptureStderr();
-        EXPECT_EQ(DecodeOn(theRoad, aJpeg).itsError, "");
+        EXPECT_EQ(DecodeOn(thePath, aJpeg).itsError, "");
         return testing::internal::GetCapturedStderr();
     };
-    EXPECT_EQ(aWarning(JPEGRoad::AUTOMATIC), aWarning(JPEGRoad::LIBRARY));
-    EXPECT_NE(aWarning(JPEGRoad::AUTOMATIC).find("extraneous bytes before marker 0xd9"), std::string::npos);
+    EXPECT_EQ(aWarning(JPEGPath::AUTOMATIC), aWarning(JPEGPath::LIBRARY));
+    EXPECT_NE(aWarning(JPEGPath::AUTOMATIC).find("extraneous bytes before marker 0xd9"), std::string::npos);
 }
 
 // A few pixels with megabytes behind them: neither kept nor lost.
@@ -295,9 +295,9 @@ TEST(JPEGTurbo, DataOutOfProportionAreLeftToTheLibrary)
     DctSpec aSpec;
     aSpec.itsWidth = aSpec.itsHeight = 16;
     const Bytes aJpeg = InsertBeforeEnd(MakeDctJpeg(aSpec), 3u << 20, 0xff);
-    const Outcome aLibrary = DecodeOn(JPEGRoad::LIBRARY, aJpeg);
+    const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aJpeg);
     EXPECT_EQ(aLibrary.itsPixels.size(), 16u * 16u * 3u);
-    EXPECT_TRUE(DecodeOn(JPEGRoad::AUTOMATIC, aJpeg) == aLibrary);
+    EXPECT_TRUE(DecodeOn(JPEGPath::AUTOMATIC, aJpeg) == aLibrary);
 }
 
 TEST(JPEGTurbo, OutputColourCanBeOverridden)
@@ -314,7 +314,7 @@ TEST(JPEGTurbo, OutputColourCanBeOverridden)
                 aSpec.itsComponents = aComponents;
                 ByteSource aSource(MakeDctJpeg(aSpec));
                 const auto aDecoder = MakeDecoder(8);
-                aDecoder->SetRoad(i == 0 ? JPEGRoad::LIBRARY : JPEGRoad::AUTOMATIC);
+                aDecoder->SetPath(i == 0 ? JPEGPath::LIBRARY : JPEGPath::AUTOMATIC);
                 aDecoder->SetSource(nullptr, aSource);
                 aDecoder->SetDecompressedColorspace(aModel);
                 anOutcomes[i].itsPixels.resize(aDecoder->GetOutputSize());
@@ -344,7 +344,7 @@ TEST(JPEGTurbo, CodecGoesOnToTheNextImage)
         const Bytes aJpeg = MakeDctJpeg(aSpec);
         ByteSource aSource(aJpeg, 1500);
         ASSERT_NO_THROW(aPixels = DecodeBytes(*aDecoder, aSource));
-        EXPECT_EQ(aPixels, DecodeOn(JPEGRoad::LIBRARY, aJpeg).itsPixels);
+        EXPECT_EQ(aPixels, DecodeOn(JPEGPath::LIBRARY, aJpeg).itsPixels);
     }
     EXPECT_THROW(aDecoder->Decode(0, aPixels.data(), aPixels.size()), ExceptionBase);
 }
@@ -402,10 +402,10 @@ TEST(JPEGTurbo, SampleFilesComeOutAlike)
         {
             for (const auto aModel : {Decoder::COLOR_MODEL_UNKNOWN, Decoder::COLOR_MODEL_RGB})
             {
-                const auto aDecode = [&](JPEGRoad theRoad)
-                { return DecodeOn(theRoad, aJpeg, 1 << 20, aModel, 1u << 27); };
-                const Outcome aLibrary = aDecode(JPEGRoad::LIBRARY);
-                EXPECT_TRUE(aDecode(JPEGRoad::AUTOMATIC) == aLibrary) << anEntry.path();
+                const auto aDecode = [&](JPEGPath thePath)
+                { return DecodeOn(thePath, aJpeg, 1 << 20, aModel, 1u << 27); };
+                const Outcome aLibrary = aDecode(JPEGPath::LIBRARY);
+                EXPECT_TRUE(aDecode(JPEGPath::AUTOMATIC) == aLibrary) << anEntry.path();
                 aPictures += aLibrary.itsError.empty() ? 1 : 0;
             }
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/KDUMessagingWrapper.h"
+#include "codecs/jpeg2000/KDUMessagingWrapper.h"
 
 #include <string>
 #include <thread>
@@ -7,12 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/JPEG2000Decoder.h"
-#include "codecs/JPEGDecoderException.h"
-#include "codecs/KDUErrorMessageCallbackException.h"
-#include "codecs/KDUErrorMessagingWrapper.h"
-#include "codecs/KDUWarningMessageCallbackException.h"
-#include "codecs/KDUWarningMessagingWrapper.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
+#include "codecs/jpeg2000/KDUErrorMessageCallbackException.h"
+#include "codecs/jpeg2000/KDUErrorMessagingWrapper.h"
+#include "codecs/jpeg2000/KDUWarningMessageCallbackException.h"
+#include "codecs/jpeg2000/KDUWarningMessagingWrapper.h"
 
 namespace
 {

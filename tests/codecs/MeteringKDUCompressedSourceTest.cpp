@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/MeteringKDUCompressedSource.h"
+#include "codecs/sources/MeteringKDUCompressedSource.h"
 
 #include <array>
 

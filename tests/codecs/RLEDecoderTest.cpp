@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/RLEDecoder.h"
+#include "codecs/rle/RLEDecoder.h"
 
 #include <stdexcept>
 
@@ -362,7 +362,7 @@ TEST(RLEDecoder, CopiesCarryEverything)
     EXPECT_EQ(aBuffer, (Bytes{1, 2, 3, 4}));
 }
 
-// Larger than what takes the exact road, through the public door.
+// Larger than what takes the exact path, through the public door.
 TEST(RLEDecoder, DecodesWhatAnEncoderWrites)
 {
     for (const auto& [aSamples, aBits] :

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/detail/RLEFrameDecoder.h"
+#include "codecs/rle/detail/RLEFrameDecoder.h"
 
 #include <ostream>
 #include <utility>
@@ -14,7 +14,7 @@ using RLETest::Bytes;
 using RLETest::Outcome;
 
 constexpr std::uint8_t X = 0xee; // what the buffer held before
-constexpr std::uint8_t theNoOperation = 0x80;
+constexpr std::uint8_t kNoOperation = 0x80;
 
 std::uint8_t Literal(int theCount)
 {
@@ -82,7 +82,7 @@ class RLEFrame : public ::testing::TestWithParam<Case>
 {
 };
 
-void CheckRoad(RLERoad theRoad, const Case& theCase)
+void CheckPath(RLEPath thePath, const Case& theCase)
 {
     RLEPixelLayout aLayout;
     aLayout.itsSegmentCount = static_cast<unsigned int>(theCase.itsOffsets.size() - 1);
@@ -90,7 +90,7 @@ void CheckRoad(RLERoad theRoad, const Case& theCase)
     aLayout.itsPixelCount = theCase.itsPixelCount;
     ByteSource aSource(theCase.itsBody);
     aSource.AtEnd([&theCase] { return theCase.itsEndAnswer; });
-    const Outcome anOutcome = RLETest::DecodeFrame(theRoad, aSource, aLayout, theCase.itsOffsets,
+    const Outcome anOutcome = RLETest::DecodeFrame(thePath, aSource, aLayout, theCase.itsOffsets,
                                                    Bytes(theCase.itsOutput.size(), X));
     EXPECT_EQ(anOutcome.itsText, theCase.itsText.empty() ? "" : "RLEDecoder::Decode: " + theCase.itsText);
     EXPECT_EQ(anOutcome.itsCode, theCase.itsText.empty() ? 0 : 62);
@@ -98,14 +98,14 @@ void CheckRoad(RLERoad theRoad, const Case& theCase)
     EXPECT_EQ(anOutcome.itsConsumed, theCase.itsConsumed);
 }
 
-TEST_P(RLEFrame, BothRoadsDoTheSame)
+TEST_P(RLEFrame, BothPathsDoTheSame)
 {
     {
         SCOPED_TRACE("exact");
-        CheckRoad(RLERoad::EXACT, GetParam());
+        CheckPath(RLEPath::EXACT, GetParam());
     }
     SCOPED_TRACE("fast");
-    CheckRoad(RLERoad::FAST, GetParam());
+    CheckPath(RLEPath::FAST, GetParam());
 }
 
 std::string NameOf(const ::testing::TestParamInfo<Case>& theInfo)
@@ -114,10 +114,10 @@ std::string NameOf(const ::testing::TestParamInfo<Case>& theInfo)
 }
 
 // Where samples go, and how much of the source is used.
-const Case theGoodFrames[] = {
+const Case kGoodFrames[] = {
     Decodes("Literal", 1, 4, {64, 70}, {Literal(4), 1, 2, 3, 4, 0}, {1, 2, 3, 4}, 6),
     Decodes("Repeat", 1, 4, {64, 66}, {Repeat(4), 9}, {9, 9, 9, 9}, 2),
-    Decodes("NoOperation", 1, 4, {64, 68}, {theNoOperation, Repeat(4), 9, 0}, {9, 9, 9, 9}, 4),
+    Decodes("NoOperation", 1, 4, {64, 68}, {kNoOperation, Repeat(4), 9, 0}, {9, 9, 9, 9}, 4),
     // The longest packets of either kind end at 128, not at 127 or 129.
     Decodes("LongestRepeat", 1, 129, {64, 68}, {Repeat(128), 9, Literal(1), 1}, Join(Bytes(128, 9), {1}), 4),
     Decodes("LowByteOfASampleComesLast", 2, 2, {64, 68, 72}, {Literal(2), 1, 2, 0, Literal(2), 11, 12, 0},
@@ -148,11 +148,11 @@ const Case theGoodFrames[] = {
     Decodes("OverlongLiteralOfTheFirstPlane", 2, 1, {64, 68, 70}, {Literal(3), 1, 2, 3, Literal(1), 9},
             {9, 1, X, 2, X, 3, X}, 6),
 };
-INSTANTIATE_TEST_SUITE_P(Good, RLEFrame, ::testing::ValuesIn(theGoodFrames), NameOf);
+INSTANTIATE_TEST_SUITE_P(Good, RLEFrame, ::testing::ValuesIn(kGoodFrames), NameOf);
 
-const std::string theOverrunFields = " aDecompressedSegmentSize = 4 bytes to output = ";
+const std::string kOverrunFields = " aDecompressedSegmentSize = 4 bytes to output = ";
 
-const Case theBadOffsets[] = {
+const Case kBadOffsets[] = {
     Fails("EachIsCheckedWhenItsTurnComes", 1, 1, {64, 65, 64}, {Repeat(2), 9}, {X, X},
           "Output overrun during decode (repeat run). aSegmentIndex = 0 anOutputOffset = 0 "
           "aDecompressedSegmentSize = 1 bytes to output = 0"),
@@ -177,43 +177,43 @@ const Case theBadOffsets[] = {
           "Invalid component offset (2 (not including 64 byte header)) (< current offset (5)) for "
           "component index 1"),
 };
-INSTANTIATE_TEST_SUITE_P(BadOffsets, RLEFrame, ::testing::ValuesIn(theBadOffsets), NameOf);
+INSTANTIATE_TEST_SUITE_P(BadOffsets, RLEFrame, ::testing::ValuesIn(kBadOffsets), NameOf);
 
-const Case theOverruns[] = {
+const Case kOverruns[] = {
     Fails("RepeatNamesTheLiteralBefore", 1, 4, {64, 70}, {Literal(2), 5, 6, Repeat(4), 9, 0}, {5, 6, X, X},
-          "Output overrun during decode (repeat run). aSegmentIndex = 0 anOutputOffset = 2" +
-              theOverrunFields + "2"),
+          "Output overrun during decode (repeat run). aSegmentIndex = 0 anOutputOffset = 2" + kOverrunFields +
+              "2"),
     Fails("RepeatWithoutALiteralBefore", 1, 4, {64, 66}, {Repeat(5), 9}, {X, X, X, X},
-          "Output overrun during decode (repeat run). aSegmentIndex = 0 anOutputOffset = 0" +
-              theOverrunFields + "0"),
+          "Output overrun during decode (repeat run). aSegmentIndex = 0 anOutputOffset = 0" + kOverrunFields +
+              "0"),
     Fails("LiteralLengthSurvivesTheSegment", 2, 4, {64, 70, 72}, {Literal(4), 1, 2, 3, 4, 0, Repeat(5), 9},
           {X, 1, X, 2, X, 3, X, 4},
-          "Output overrun during decode (repeat run). aSegmentIndex = 1 anOutputOffset = 0" +
-              theOverrunFields + "4"),
+          "Output overrun during decode (repeat run). aSegmentIndex = 1 anOutputOffset = 0" + kOverrunFields +
+              "4"),
     Fails("LiteralMeetsTheEndOfTheBuffer", 1, 4, {64, 72}, {Literal(2), 1, 2, Literal(4), 3, 4, 5, 6},
           {1, 2, 3, 4},
           "Output buffer overrun during decode (literal run). aSegmentIndex = 0 anOutputOffset = 2" +
-              theOverrunFields + "1"),
+              kOverrunFields + "1"),
     Fails("LiteralOfTheSecondPlane", 2, 4, {64, 66, 72}, {Repeat(4), 9, Literal(5), 1, 2, 3, 4, 5},
           {1, 9, 2, 9, 3, 9, 4, 9},
           "Output buffer overrun during decode (literal run). aSegmentIndex = 1 anOutputOffset = 0" +
-              theOverrunFields + "1"),
+              kOverrunFields + "1"),
 };
-INSTANTIATE_TEST_SUITE_P(Overruns, RLEFrame, ::testing::ValuesIn(theOverruns), NameOf);
+INSTANTIATE_TEST_SUITE_P(Overruns, RLEFrame, ::testing::ValuesIn(kOverruns), NameOf);
 
-const std::string theControlFields = "aSegmentIndex = 0 anOutputOffset = 2";
+const std::string kControlFields = "aSegmentIndex = 0 anOutputOffset = 2";
 
-const Case theShortSources[] = {
+const Case kShortSources[] = {
     Fails("ControlByte", 1, 4, {64, 70}, {Repeat(2), 9}, {9, 9, X, X},
-          "EOF on input during decode. " + theControlFields),
+          "EOF on input during decode. " + kControlFields),
     Fails("ControlByteError", 1, 4, {64, 70}, {Repeat(2), 9}, {9, 9, X, X},
-          "error on input during decode. " + theControlFields, -1),
+          "error on input during decode. " + kControlFields, -1),
     Fails("NothingOfALiteral", 1, 4, {64, 70}, {Repeat(2), 9, Literal(2)}, {9, 9, X, X},
-          "error on input during decode. " + theControlFields + " bytes expected = 2 bytes read = 0"),
+          "error on input during decode. " + kControlFields + " bytes expected = 2 bytes read = 0"),
     Fails("PartOfALiteral", 1, 4, {64, 70}, {Repeat(2), 9, Literal(2), 5}, {9, 9, X, X},
-          "error on input during decode. " + theControlFields + " bytes expected = 2 bytes read = 1", -1),
+          "error on input during decode. " + kControlFields + " bytes expected = 2 bytes read = 1", -1),
     Fails("LiteralError", 1, 4, {64, 70}, {Repeat(2), 9, Literal(2)}, {9, 9, X, X},
-          "error on input during decode. " + theControlFields + " bytes expected = 2 bytes read = -1", -1),
+          "error on input during decode. " + kControlFields + " bytes expected = 2 bytes read = -1", -1),
     Fails("RepeatedByte", 1, 4, {64, 70}, {Repeat(2), 9, Repeat(2)}, {9, 9, X, X},
           "EOF on input during decode"),
     Fails("RepeatedByteError", 1, 4, {64, 70}, {Repeat(2), 9, Repeat(2)}, {9, 9, X, X},
@@ -244,7 +244,7 @@ const Case theShortSources[] = {
           "bytes "
           "actually skipped = 102"),
 };
-INSTANTIATE_TEST_SUITE_P(ShortSources, RLEFrame, ::testing::ValuesIn(theShortSources), NameOf);
+INSTANTIATE_TEST_SUITE_P(ShortSources, RLEFrame, ::testing::ValuesIn(kShortSources), NameOf);
 
 // A source may answer with less than was asked for, as long as it is enough for one packet at a time.
 TEST(RLEFrame, SourceInPieces)
@@ -256,10 +256,10 @@ TEST(RLEFrame, SourceInPieces)
     }
     RLEPixelLayout aLayout{1, 1, 200 * 128};
     const std::vector<std::uint32_t> anOffsets = {64, static_cast<std::uint32_t>(64 + aBody.size())};
-    for (const RLERoad aRoad : {RLERoad::EXACT, RLERoad::FAST, RLERoad::AUTOMATIC})
+    for (const RLEPath aPath : {RLEPath::EXACT, RLEPath::FAST, RLEPath::AUTOMATIC})
     {
         const Outcome anOutcome =
-            RLETest::DecodeFrame(aRoad, ByteSource(aBody, 130), aLayout, anOffsets, Bytes(200 * 128, X));
+            RLETest::DecodeFrame(aPath, ByteSource(aBody, 130), aLayout, anOffsets, Bytes(200 * 128, X));
         EXPECT_EQ(anOutcome.itsText, "");
         EXPECT_EQ(anOutcome.itsBuffer[128 * 77 + 3], 77);
         EXPECT_EQ(anOutcome.itsConsumed, aBody.size());
@@ -280,7 +280,7 @@ TEST(RLEFrame, ReadsAheadInPieces)
     ByteSource aSource(aBody);
     Bytes anOutput(2 * 8192 * 128);
     RLEFrameDecoder aDecoder(aSource, aLayout, anOffsets.data(), anOutput.data(), anOutput.size());
-    aDecoder.Decode(RLERoad::AUTOMATIC);
+    aDecoder.Decode(RLEPath::AUTOMATIC);
     EXPECT_EQ(aSource.GetPosition(), aBody.size());
     EXPECT_LT(aSource.GetReads(), 500); // one packet at a time would take 32768
 }
@@ -295,7 +295,7 @@ TEST(RLEFrame, HugeGeometryWithoutData)
     ByteSource aSource(Bytes{Repeat(2), 9});
     Bytes anOutput(16, X);
     RLEFrameDecoder aDecoder(aSource, aLayout, anOffsets.data(), anOutput.data(), 2 * aPixelCount);
-    EXPECT_THROW(aDecoder.Decode(RLERoad::FAST), DICOMLibException);
+    EXPECT_THROW(aDecoder.Decode(RLEPath::FAST), DICOMLibException);
     EXPECT_EQ(anOutput[1], 9);
     EXPECT_EQ(anOutput[3], 9);
     EXPECT_EQ(anOutput[5], X);

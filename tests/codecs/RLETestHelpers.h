@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "codecs/detail/RLEFrameDecoder.h"
+#include "codecs/rle/detail/RLEFrameDecoder.h"
 #include "support/ByteSource.h"
 #include "toolkit/base/DICOMLibException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
@@ -26,15 +26,15 @@ struct Outcome
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-/// Runs one road over the bytes behind a header. theBuffer is what the output held before.
-inline Outcome DecodeFrame(RLERoad theRoad, ByteSource theSource, const RLEPixelLayout& theLayout,
+/// Runs one path over the bytes behind a header. theBuffer is what the output held before.
+inline Outcome DecodeFrame(RLEPath thePath, ByteSource theSource, const RLEPixelLayout& theLayout,
                            const std::vector<std::uint32_t>& theOffsets, Bytes theBuffer)
 {
     Outcome anOutcome;
     try
     {
         RLEFrameDecoder aDecoder(theSource, theLayout, theOffsets.data(), theBuffer.data(), theBuffer.size());
-        aDecoder.Decode(theRoad);
+        aDecoder.Decode(thePath);
         anOutcome.itsConsumed = theSource.GetPosition();
     }
     catch (const DICOMLibException& anException)

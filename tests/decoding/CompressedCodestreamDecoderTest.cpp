@@ -10,10 +10,10 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/JPEG12BitDecoder.h"
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEG8BitDecoder.h"
-#include "codecs/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
 #include "decoding/FakeDecoder.h"
 #include "support/JpegFixtures.h"
 #include "support/RecordingInputStream.h"
@@ -28,12 +28,12 @@ using Bytes = std::vector<std::uint8_t>;
 using Samples = std::vector<std::uint16_t>;
 using Process = JpegSpec::Process;
 
-constexpr const char* theUID50 = "1.2.840.10008.1.2.4.50";
-constexpr const char* theUID51 = "1.2.840.10008.1.2.4.51";
-constexpr const char* theUID57 = "1.2.840.10008.1.2.4.57";
-constexpr const char* theUID70 = "1.2.840.10008.1.2.4.70";
-constexpr const char* theRLEUID = "1.2.840.10008.1.2.5";
-constexpr unsigned int theFrameLength = 0; // JPEG codecs know their own end
+constexpr const char* kUID50 = "1.2.840.10008.1.2.4.50";
+constexpr const char* kUID51 = "1.2.840.10008.1.2.4.51";
+constexpr const char* kUID57 = "1.2.840.10008.1.2.4.57";
+constexpr const char* kUID70 = "1.2.840.10008.1.2.4.70";
+constexpr const char* kRLEUID = "1.2.840.10008.1.2.5";
+constexpr unsigned int kFrameLength = 0; // JPEG codecs know their own end
 
 struct Image
 {
@@ -87,7 +87,7 @@ struct Bench
     Bytes Decode(std::size_t theSize)
     {
         Bytes aBuffer(theSize, 0xcd);
-        itsDriver.Decode(theFrameLength, aBuffer.data(), aBuffer.size());
+        itsDriver.Decode(kFrameLength, aBuffer.data(), aBuffer.size());
         return aBuffer;
     }
 
@@ -109,20 +109,20 @@ struct DriverCase
 
 TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 {
-    constexpr DriverCase theCases[] = {
-        {"nothing to recover", theUID50, 8, Process::BASELINE, 8, false},
-        {"12 bits labelled baseline", theUID50, 8, Process::EXTENDED, 12, true},
-        {"12 bits with bits stored 8", theUID51, 8, Process::EXTENDED, 12, true},
-        {"8 bits with bits stored 12", theUID51, 12, Process::EXTENDED, 8, false},
-        {"12 bits lossy labelled lossless", theUID70, 12, Process::EXTENDED, 12, true},
-        {"12 bits lossy labelled lossless 8", theUID57, 8, Process::EXTENDED, 12, true},
-        {"16 bits lossless", theUID70, 16, Process::LOSSLESS, 16, true},
-        {"16 bits lossless with bits stored 8", theUID70, 8, Process::LOSSLESS, 16, true},
-        {"13 bits lossless with bits stored 8", theUID57, 8, Process::LOSSLESS, 13, true},
-        {"10 bits lossless", theUID57, 10, Process::LOSSLESS, 10, true},
-        {"8 bits lossless", theUID57, 8, Process::LOSSLESS, 8, false},
+    constexpr DriverCase kCases[] = {
+        {"nothing to recover", kUID50, 8, Process::BASELINE, 8, false},
+        {"12 bits labelled baseline", kUID50, 8, Process::EXTENDED, 12, true},
+        {"12 bits with bits stored 8", kUID51, 8, Process::EXTENDED, 12, true},
+        {"8 bits with bits stored 12", kUID51, 12, Process::EXTENDED, 8, false},
+        {"12 bits lossy labelled lossless", kUID70, 12, Process::EXTENDED, 12, true},
+        {"12 bits lossy labelled lossless 8", kUID57, 8, Process::EXTENDED, 12, true},
+        {"16 bits lossless", kUID70, 16, Process::LOSSLESS, 16, true},
+        {"16 bits lossless with bits stored 8", kUID70, 8, Process::LOSSLESS, 16, true},
+        {"13 bits lossless with bits stored 8", kUID57, 8, Process::LOSSLESS, 13, true},
+        {"10 bits lossless", kUID57, 10, Process::LOSSLESS, 10, true},
+        {"8 bits lossless", kUID57, 8, Process::LOSSLESS, 8, false},
     };
-    for (const DriverCase& aCase : theCases)
+    for (const DriverCase& aCase : kCases)
     {
         // Smaller and larger than the first fill, and from a stream that delivers a few bytes at a time.
         for (const auto& [aSize, aLargestRead] :
@@ -144,7 +144,7 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 TEST(CompressedCodestreamDecoder, CountsTheBytesOfTheCodecThatDecoded)
 {
     const Image anImage = MakeImage(Process::BASELINE, 8);
-    Bench aBench(theUID50, 8, anImage.itsJpeg);
+    Bench aBench(kUID50, 8, anImage.itsJpeg);
     EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(), 0u);
     aBench.Decode(anImage.itsSamples.size());
     EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(), anImage.itsJpeg.size());
@@ -156,10 +156,10 @@ TEST(CompressedCodestreamDecoder, ScaleFactorBecomesTheOneThatWasApplied)
     const Image anImage = MakeImage(Process::BASELINE, 8);
     MemoryInputStream aStream(anImage.itsJpeg.data(), anImage.itsJpeg.size());
     const auto aDataSet = GreyDataSet();
-    CompressedCodestreamDecoder aDriver(theUID50, 8, aStream, *aDataSet, 3, Decoder::PET_FAST);
+    CompressedCodestreamDecoder aDriver(kUID50, 8, aStream, *aDataSet, 3, Decoder::PET_FAST);
     EXPECT_EQ(aDriver.GetScaleFactor(), 3);
     Bytes aBuffer(anImage.itsSamples.size());
-    aDriver.Decode(theFrameLength, aBuffer.data(), aBuffer.size());
+    aDriver.Decode(kFrameLength, aBuffer.data(), aBuffer.size());
     EXPECT_EQ(aDriver.GetScaleFactor(), 1) << "JPEG images are not reduced";
 }
 
@@ -172,11 +172,11 @@ TEST(CompressedCodestreamDecoder, PrecisionsWithoutACure)
         int itsDeclaredPrecision;
         const char* itsText;
     };
-    constexpr Case theCases[] = {
-        {theUID50, 8, 10, "Unsupported JPEG data precision 10"},
-        {theUID70, 16, 14, "Unsupported JPEG data precision 14"},
+    constexpr Case kCases[] = {
+        {kUID50, 8, 10, "Unsupported JPEG data precision 10"},
+        {kUID70, 16, 14, "Unsupported JPEG data precision 14"},
     };
-    for (const Case& aCase : theCases)
+    for (const Case& aCase : kCases)
     {
         const Image anImage = MakeImage(Process::EXTENDED, 8, 16, aCase.itsDeclaredPrecision);
         Bench aBench(aCase.itsUID, aCase.itsBitsStored, anImage.itsJpeg);
@@ -193,7 +193,7 @@ TEST(CompressedCodestreamDecoder, PrecisionsWithoutACure)
     }
     // The cure itself can be refused: bits stored 16 go along to the extended process.
     const Image anImage = MakeImage(Process::EXTENDED, 12);
-    Bench aBench(theUID70, 16, anImage.itsJpeg);
+    Bench aBench(kUID70, 16, anImage.itsJpeg);
     ExpectStreamIOException(
         [&] { aBench.Decode(1024); },
         "DecoderFactory::Create() bits stored > 12 invalid for TSJPEG51UID transfer syntax", 7);
@@ -237,7 +237,7 @@ TEST(CompressedCodestreamDecoder, DerivedClassMayStopTheDecode)
     const Image anImage = MakeImage(Process::BASELINE, 8);
     MemoryInputStream aStream(anImage.itsJpeg.data(), anImage.itsJpeg.size());
     const auto aDataSet = GreyDataSet();
-    WatchingDriver aDriver(theUID50, 8, aStream, *aDataSet, 1, Decoder::PET_FAST);
+    WatchingDriver aDriver(kUID50, 8, aStream, *aDataSet, 1, Decoder::PET_FAST);
     aDriver.itsAnswer = false;
     Bytes aBuffer(256, 0xcd);
     ExpectStreamIOException([&] { aDriver.Decode(0, aBuffer.data(), aBuffer.size()); },
@@ -254,13 +254,13 @@ TEST(CompressedCodestreamDecoder, NoCodecWritesPastTheBuffer)
     {
         for (const std::size_t aSize : {std::size_t{0}, std::size_t{256}, std::size_t{511}})
         {
-            Bench aBench(theUID70, aBitsStored, anImage.itsJpeg);
+            Bench aBench(kUID70, aBitsStored, anImage.itsJpeg);
             ExpectStreamIOException([&] { aBench.Decode(aSize); },
                                     "CompressedStreamDecoder::Decode: output buffer size " +
                                         std::to_string(aSize) + " < decoded image size 512",
                                     62);
         }
-        Bench aBench(theUID70, aBitsStored, anImage.itsJpeg);
+        Bench aBench(kUID70, aBitsStored, anImage.itsJpeg);
         const Bytes aBuffer = aBench.Decode(512 + 8);
         EXPECT_TRUE(
             std::all_of(aBuffer.begin() + 512, aBuffer.end(), [](int aByte) { return aByte == 0xcd; }));
@@ -286,16 +286,16 @@ TEST(CompressedCodestreamDecoder, RLEKeepsItsOwnTexts)
         std::size_t itsSize;
         const char* itsText; ///< null: decodes
     };
-    constexpr Case theCases[] = {
+    constexpr Case kCases[] = {
         {1, 4, nullptr},
         {1, 3, "RLEDecoder::Decode: destination buffer size < "},
         {1, 0, "RLEDecoder::Decode: destination buffer size < "},
         {2, 0, "RLEDecoder::Decode: number of segments != bytes per pixel"},
     };
-    for (const Case& aCase : theCases)
+    for (const Case& aCase : kCases)
     {
         const Bytes aFrame = RLEFrame(aCase.itsSegments);
-        Bench aBench(theRLEUID, 8, aFrame);
+        Bench aBench(kRLEUID, 8, aFrame);
         Put(*aBench.itsDataSet, DICOMTags::Rows, 2);
         Put(*aBench.itsDataSet, DICOMTags::Columns, 2);
         Put(*aBench.itsDataSet, DICOMTags::BitsAllocated, 8);
@@ -349,10 +349,10 @@ TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
         bool itsForced;
         int itsExpected;
     };
-    constexpr Case theCases[] = {{0, false, 0}, {1, false, 1}, {1, true, 0}, {-1, false, 0}, {0, true, 0}};
+    constexpr Case kCases[] = {{0, false, 0}, {1, false, 1}, {1, true, 0}, {-1, false, 0}, {0, true, 0}};
     const Image anImage = MakeImage(Process::LOSSLESS, 16, 200); // more than the header's first fill
     ASSERT_GT(anImage.itsJpeg.size(), 40000u);
-    for (const Case& aCase : theCases)
+    for (const Case& aCase : kCases)
     {
         const auto aDataSet = GreyDataSet();
         aDataSet->RemoveVR(DICOMTags::PixelRepresentation);
@@ -370,7 +370,7 @@ TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
                                      aSign = aWatched->itsDecoder->IsSigned(); // the codec is decoding now
                                  }
                              });
-        WatchingDriver aDriver(theUID70, 16, aStream, *aDataSet, 1, Decoder::PET_FAST);
+        WatchingDriver aDriver(kUID70, 16, aStream, *aDataSet, 1, Decoder::PET_FAST);
         aWatched = &aDriver;
         aDriver.SetForceUnsignedPixelOutput(aCase.itsForced);
         Bytes aBuffer(200 * 200 * 2);
@@ -393,7 +393,7 @@ TEST(CompressedCodestreamDecoder, TakesBytesReadBeforehand)
     {
         for (const std::size_t aCount : {std::size_t{1}, std::size_t{1000}, std::size_t{32768}})
         {
-            Bench aBench(theUID70, aBitsStored,
+            Bench aBench(kUID70, aBitsStored,
                          Bytes(anImage.itsJpeg.begin() + static_cast<long>(aCount), anImage.itsJpeg.end()));
             Bytes aBuffer(200 * 200 * 2);
             // A codec that is replaced hands over one buffer only, so the header has to be in it.
@@ -409,7 +409,7 @@ TEST(CompressedCodestreamDecoder, TakesBytesReadBeforehand)
     }
 }
 
-// Every road must free the buffer that was handed over; the leak check of the sanitizer is the judge.
+// Every path must free the buffer that was handed over; the leak check of the sanitizer is the judge.
 TEST(CompressedCodestreamDecoder, HandOverBufferNeverLeaks)
 {
     const Image anImage = MakeImage(Process::BASELINE, 8);
@@ -420,15 +420,15 @@ TEST(CompressedCodestreamDecoder, HandOverBufferNeverLeaks)
         aBench.itsDriver.Decode(70, aBuffer.data(), aBuffer.size(), theHandOver, theCount);
     };
     const auto aNewBuffer = [&] { return HandOverBuffer(anImage.itsJpeg, 100); };
-    EXPECT_NO_THROW(aDecode(theUID50, 8, aNewBuffer(), 0)) << "no bytes: the stream is read from its start";
+    EXPECT_NO_THROW(aDecode(kUID50, 8, aNewBuffer(), 0)) << "no bytes: the stream is read from its start";
     EXPECT_EQ(ToSamples(aBuffer, false), anImage.itsSamples);
-    EXPECT_NO_THROW(aDecode(theUID50, 8, nullptr, 100));
-    EXPECT_THROW(aDecode(theUID50, 8, HandOverBuffer(Bytes(100), 100), 100), ExceptionBase) << "no JPEG";
-    EXPECT_THROW(aDecode(theUID50, 8, aNewBuffer(), -1), ExceptionBase);
-    EXPECT_THROW(aDecode(theUID50, 8, aNewBuffer(), 32769), ExceptionBase);
-    EXPECT_THROW(aDecode(theUID50, 9, aNewBuffer(), 100), StreamIOException) << "refused by the factory";
+    EXPECT_NO_THROW(aDecode(kUID50, 8, nullptr, 100));
+    EXPECT_THROW(aDecode(kUID50, 8, HandOverBuffer(Bytes(100), 100), 100), ExceptionBase) << "no JPEG";
+    EXPECT_THROW(aDecode(kUID50, 8, aNewBuffer(), -1), ExceptionBase);
+    EXPECT_THROW(aDecode(kUID50, 8, aNewBuffer(), 32769), ExceptionBase);
+    EXPECT_THROW(aDecode(kUID50, 9, aNewBuffer(), 100), StreamIOException) << "refused by the factory";
     EXPECT_THROW(aDecode("1.2.3", 8, aNewBuffer(), 100), StreamIOException) << "no codec";
-    EXPECT_THROW(aDecode(theRLEUID, 8, aNewBuffer(), 100), StreamIOException) << "a codec that takes none";
+    EXPECT_THROW(aDecode(kRLEUID, 8, aNewBuffer(), 100), StreamIOException) << "a codec that takes none";
 }
 
 TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
@@ -436,7 +436,7 @@ TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
     const auto aDataSet = GreyDataSet();
     Bytes aBuffer(256);
     HookedStream anInterrupted({}, [] { throw DecodingInterruptedException("stopped", 1); });
-    CompressedCodestreamDecoder aFirst(theUID50, 8, anInterrupted, *aDataSet, 1, Decoder::PET_FAST);
+    CompressedCodestreamDecoder aFirst(kUID50, 8, anInterrupted, *aDataSet, 1, Decoder::PET_FAST);
     try
     {
         aFirst.Decode(0, aBuffer.data(), aBuffer.size());
@@ -449,7 +449,7 @@ TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
     // Looks like a precision failure, but only to a JPEG transfer syntax.
     HookedStream aFailing(
         {}, [] { throw StreamIOException("Unsupported JPEG data precision 12", DLRC_IO_ERROR, 0); });
-    CompressedCodestreamDecoder aSecond(theRLEUID, 8, aFailing, *aDataSet, 1, Decoder::PET_FAST);
+    CompressedCodestreamDecoder aSecond(kRLEUID, 8, aFailing, *aDataSet, 1, Decoder::PET_FAST);
     Put(*aDataSet, DICOMTags::Rows, 2);
     Put(*aDataSet, DICOMTags::Columns, 2);
     Put(*aDataSet, DICOMTags::BitsAllocated, 8);
@@ -458,7 +458,7 @@ TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
     ExpectStreamIOException([&] { aSecond.Decode(70, aBuffer.data(), aBuffer.size()); },
                             "Unsupported JPEG data precision 12", 67);
     HookedStream aForeign({}, [] { throw 42; });
-    CompressedCodestreamDecoder aThird(theUID50, 8, aForeign, *aDataSet, 1, Decoder::PET_FAST);
+    CompressedCodestreamDecoder aThird(kUID50, 8, aForeign, *aDataSet, 1, Decoder::PET_FAST);
     EXPECT_THROW(aThird.Decode(0, aBuffer.data(), aBuffer.size()), int);
 }
 
@@ -491,18 +491,18 @@ struct ReplacementCase
 
 TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
 {
-    constexpr ReplacementCase theCases[] = {
-        {"Unsupported JPEG data precision 16, precision 8, precision 12", theUID50, 8, Process::EXTENDED, 12,
+    constexpr ReplacementCase kCases[] = {
+        {"Unsupported JPEG data precision 16, precision 8, precision 12", kUID50, 8, Process::EXTENDED, 12,
          12},
-        {"Unsupported JPEG data precision 8, precision 16", theUID50, 8, Process::LOSSLESS, 16, 16},
-        {"Unsupported JPEG data precision 16", theUID51, 12, Process::LOSSLESS, 16, 16},
-        {"Unsupported JPEG data precision 16", theUID57, 8, Process::LOSSLESS, 16, 16},
-        {"Oh: Unsupported JPEG data precision 8", theUID51, 12, Process::EXTENDED, 8, 8},
-        {"Unsupported JPEG data precision 14", theUID50, 8, Process::EXTENDED, 8, 0},
-        {"unsupported JPEG data precision 12", theUID50, 8, Process::EXTENDED, 12, 0},
-        {"precision 12", theUID50, 8, Process::EXTENDED, 12, 0},
+        {"Unsupported JPEG data precision 8, precision 16", kUID50, 8, Process::LOSSLESS, 16, 16},
+        {"Unsupported JPEG data precision 16", kUID51, 12, Process::LOSSLESS, 16, 16},
+        {"Unsupported JPEG data precision 16", kUID57, 8, Process::LOSSLESS, 16, 16},
+        {"Oh: Unsupported JPEG data precision 8", kUID51, 12, Process::EXTENDED, 8, 8},
+        {"Unsupported JPEG data precision 14", kUID50, 8, Process::EXTENDED, 8, 0},
+        {"unsupported JPEG data precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
+        {"precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
     };
-    for (const ReplacementCase& aCase : theCases)
+    for (const ReplacementCase& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsText);
         bool aFailed = false;
@@ -537,9 +537,9 @@ TEST(CompressedCodestreamDecoder, HiddenPrecisionIsLookedForAtEightBitsStoredOnl
         const Image anImage = MakeImage(Process::LOSSLESS, 16);
         MemoryInputStream aStream(anImage.itsJpeg.data(), anImage.itsJpeg.size());
         const auto aDataSet = GreyDataSet();
-        JudgingDriver aDriver(theUID70, aBitsStored, aStream, *aDataSet, 1, Decoder::PET_FAST);
+        JudgingDriver aDriver(kUID70, aBitsStored, aStream, *aDataSet, 1, Decoder::PET_FAST);
         Bytes aBuffer(anImage.itsSamples.size() * 2);
-        aDriver.Decode(theFrameLength, aBuffer.data(), aBuffer.size());
+        aDriver.Decode(kFrameLength, aBuffer.data(), aBuffer.size());
         EXPECT_EQ(aDriver.itsBits, anExpected) << aBitsStored;
     }
 }
@@ -560,7 +560,7 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
             MemoryInputStream aStream(aJpeg.data(), aJpeg.size());
-            CompressedCodestreamDecoder aDriver(theUID50, 8, aStream, *aDataSet, 1, Decoder::PET_FAST);
+            CompressedCodestreamDecoder aDriver(kUID50, 8, aStream, *aDataSet, 1, Decoder::PET_FAST);
             aResults.emplace_back(8 * 8 * 3);
             aDriver.Decode(0, aResults.back().data(), aResults.back().size());
             EXPECT_EQ(TextOf(*aDataSet, DICOMTags::PhotometricInterpretation), "RGB");
@@ -574,7 +574,7 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
 TEST(CompressedCodestreamDecoder, CopiesShareTheStreamAndKeepTheirOwnRecord)
 {
     const Image anImage = MakeImage(Process::BASELINE, 8);
-    Bench aBench(theUID50, 8, anImage.itsJpeg);
+    Bench aBench(kUID50, 8, anImage.itsJpeg);
     aBench.Decode(anImage.itsSamples.size());
     CompressedCodestreamDecoder aCopy(aBench.itsDriver);
     EXPECT_EQ(aCopy.GetTotalBytesRead(), anImage.itsJpeg.size());
@@ -596,13 +596,13 @@ TEST(CompressedCodestreamDecoder, SampleImagesUnderWrongLabels)
     {
         GTEST_SKIP() << "the folder with sample images is missing";
     }
-    constexpr SampleCase theCases[] = {
-        {"jpeg/gen_lossless_p16_sv3.jpg", theUID70, 8},  {"jpeg/gen_lossless_p16_noise_sv5.jpg", theUID57, 8},
-        {"jpeg/gen_lossless_p13_sv7.jpg", theUID70, 8},  {"jpeg/lossless16bit.jpg", theUID70, 8},
-        {"jpeg/gen_lossless_p12_sv6.jpg", theUID70, 12}, {"jpeg/gen_lossless_p08_sv2.jpg", theUID57, 8},
+    constexpr SampleCase kCases[] = {
+        {"jpeg/gen_lossless_p16_sv3.jpg", kUID70, 8},  {"jpeg/gen_lossless_p16_noise_sv5.jpg", kUID57, 8},
+        {"jpeg/gen_lossless_p13_sv7.jpg", kUID70, 8},  {"jpeg/lossless16bit.jpg", kUID70, 8},
+        {"jpeg/gen_lossless_p12_sv6.jpg", kUID70, 12}, {"jpeg/gen_lossless_p08_sv2.jpg", kUID57, 8},
     };
     const SampleTable aTable = SampleTable::Load();
-    for (const SampleCase& aCase : theCases)
+    for (const SampleCase& aCase : kCases)
     {
         const auto aFile = aTable.GetFiles().find(aCase.itsFile);
         ASSERT_NE(aFile, aTable.GetFiles().end()) << aCase.itsFile;

@@ -6,11 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/JPEG12BitDecoder.h"
-#include "codecs/JPEG16BitDecoder.h"
-#include "codecs/JPEG2000FileStreamDecoder.h"
-#include "codecs/JPEG8BitDecoder.h"
-#include "codecs/RLEDecoder.h"
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/rle/RLEDecoder.h"
 #include "decoding/FakeDecoder.h"
 
 namespace
@@ -50,55 +50,55 @@ struct Case
     int itsCodecBitsStored; ///< -1: not asked
 };
 
-constexpr const char* theNoBits = "bits stored == 0 is invalid for JPEG or RLE decompression";
-constexpr const char* theOver8 = "bits stored > 8 invalid for TSJPEG50UID transfer syntax";
-constexpr const char* theOver12 = "bits stored > 12 invalid for TSJPEG51UID transfer syntax";
-constexpr const char* theUnder2Of57 = "bits stored < 2 invalid for TSJPEG57UID transfer syntax";
-constexpr const char* theUnder2Of70 = "bits stored < 2 invalid for TSJPEG70UID transfer syntax";
-constexpr int theLargest = std::numeric_limits<int>::max();
-constexpr int theSmallest = std::numeric_limits<int>::min();
+constexpr const char* kNoBits = "bits stored == 0 is invalid for JPEG or RLE decompression";
+constexpr const char* kOver8 = "bits stored > 8 invalid for TSJPEG50UID transfer syntax";
+constexpr const char* kOver12 = "bits stored > 12 invalid for TSJPEG51UID transfer syntax";
+constexpr const char* kUnder2Of57 = "bits stored < 2 invalid for TSJPEG57UID transfer syntax";
+constexpr const char* kUnder2Of70 = "bits stored < 2 invalid for TSJPEG70UID transfer syntax";
+constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr int kSmallest = std::numeric_limits<int>::min();
 
 TEST(DecoderFactory, ChoosesByTransferSyntaxAndBitsStored)
 {
-    constexpr Case theCases[] = {
+    constexpr Case kCases[] = {
         {"1.2.840.10008.1.2.4.50", 8, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.50", 1, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.50", -1, "JPEG8", 8},
-        {"1.2.840.10008.1.2.4.50", 9, theOver8, -1},
-        {"1.2.840.10008.1.2.4.50", theLargest, theOver8, -1},
-        {"1.2.840.10008.1.2.4.50", 0, theNoBits, -1},
-        {"1.2.840.10008.1.2.4.51", theSmallest, "JPEG8", 8},
+        {"1.2.840.10008.1.2.4.50", 9, kOver8, -1},
+        {"1.2.840.10008.1.2.4.50", kLargest, kOver8, -1},
+        {"1.2.840.10008.1.2.4.50", 0, kNoBits, -1},
+        {"1.2.840.10008.1.2.4.51", kSmallest, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.51", 8, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.51", 9, "JPEG12", 12},
         {"1.2.840.10008.1.2.4.51", 12, "JPEG12", 12},
-        {"1.2.840.10008.1.2.4.51", 13, theOver12, -1},
-        {"1.2.840.10008.1.2.4.51", 0, theNoBits, -1},
-        {"1.2.840.10008.1.2.4.57", -1, theUnder2Of57, -1},
-        {"1.2.840.10008.1.2.4.57", 1, theUnder2Of57, -1},
+        {"1.2.840.10008.1.2.4.51", 13, kOver12, -1},
+        {"1.2.840.10008.1.2.4.51", 0, kNoBits, -1},
+        {"1.2.840.10008.1.2.4.57", -1, kUnder2Of57, -1},
+        {"1.2.840.10008.1.2.4.57", 1, kUnder2Of57, -1},
         {"1.2.840.10008.1.2.4.57", 2, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.57", 8, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.57", 9, "JPEG16", 9},
         {"1.2.840.10008.1.2.4.57", 12, "JPEG16", 12},
         {"1.2.840.10008.1.2.4.57", 13, "JPEG16", 16},
-        {"1.2.840.10008.1.2.4.57", 0, theNoBits, -1},
-        {"1.2.840.10008.1.2.4.70", 1, theUnder2Of70, -1},
+        {"1.2.840.10008.1.2.4.57", 0, kNoBits, -1},
+        {"1.2.840.10008.1.2.4.70", 1, kUnder2Of70, -1},
         {"1.2.840.10008.1.2.4.70", 8, "JPEG8", 8},
         {"1.2.840.10008.1.2.4.70", 10, "JPEG16", 10},
         {"1.2.840.10008.1.2.4.70", 16, "JPEG16", 16},
         {"1.2.840.10008.1.2.4.70", 40, "JPEG16", 16},
-        {"1.2.840.10008.1.2.4.70", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.4.70", 0, kNoBits, -1},
         {"1.2.840.10008.1.2.5", -3, "RLE", -1},
         {"1.2.840.10008.1.2.5", 64, "RLE", -1},
-        {"1.2.840.10008.1.2.5", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.5", 0, kNoBits, -1},
         {"1.2.840.10008.1.2.1", 8, "none", -1},
-        {"1.2.840.10008.1.2.1", 0, theNoBits, -1},
+        {"1.2.840.10008.1.2.1", 0, kNoBits, -1},
         {"1.2.840.10008.1.2.4.5", 8, "none", -1},
         {"1.2.840.10008.1.2.4.50 ", 8, "none", -1},
         {"1.2.840.10008.1.2.4.80", 8, "none", -1},
         {"", 8, "none", -1},
-        {"", 0, theNoBits, -1},
+        {"", 0, kNoBits, -1},
     };
-    for (const Case& aCase : theCases)
+    for (const Case& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsUID << " with " << aCase.itsBitsStored);
         if (RWCString(aCase.itsKind).find(' ') != RWCString::npos)
@@ -122,7 +122,7 @@ TEST(DecoderFactory, CreatesJPEG2000CodecsWhateverTheBitsStored)
     {
         for (const bool isLossless : {false, true})
         {
-            for (const int aBitsStored : {0, 8, 16, theSmallest})
+            for (const int aBitsStored : {0, 8, 16, kSmallest})
             {
                 const std::unique_ptr<Decoder> aDecoder(
                     DecoderFactory::Create(isLossless ? "1.2.840.10008.1.2.4.90" : "1.2.840.10008.1.2.4.91",

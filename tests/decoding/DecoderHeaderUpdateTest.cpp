@@ -28,7 +28,7 @@ struct InterpretationCase
 
 TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
 {
-    constexpr InterpretationCase theCases[] = {
+    constexpr InterpretationCase kCases[] = {
         {Decoder::COLOR_MODEL_GREY, false, "MONOCHROME1", "MONOCHROME1"},
         {Decoder::COLOR_MODEL_GREY, true, "MONOCHROME2", "MONOCHROME2"},
         {Decoder::COLOR_MODEL_GREY, true, "YBR_FULL", "MONOCHROME2"},
@@ -41,7 +41,7 @@ TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
         {Decoder::COLOR_MODEL_YBR_RCT, true, "YBR_RCT", "YBR_RCT"},
         {Decoder::COLOR_MODEL_YBR_ICT, false, "HSV", "HSV"},
     };
-    for (const InterpretationCase& aCase : theCases)
+    for (const InterpretationCase& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsModel << " " << aCase.itsOriginal);
         DICOMDataObject aDataSet;
@@ -100,9 +100,9 @@ TEST(DecoderHeaderUpdate, ColourModelsThatNoCodecMayDeliver)
 
 TEST(DecoderHeaderUpdate, LossyFlagOnlyForIrreversible)
 {
-    constexpr std::pair<Decoder::CompressionReversible, const char*> theCases[] = {
+    constexpr std::pair<Decoder::CompressionReversible, const char*> kCases[] = {
         {Decoder::CR_UNSPECIFIED, "00"}, {Decoder::CR_REVERSIBLE, "00"}, {Decoder::CR_IRREVERSIBLE, "01"}};
-    for (const auto& [aValue, anExpected] : theCases)
+    for (const auto& [aValue, anExpected] : kCases)
     {
         DICOMDataObject aDataSet;
         Fill(aDataSet, "MONOCHROME2", 1);
@@ -126,13 +126,13 @@ struct PaletteCase
 
 TEST(DecoderHeaderUpdate, PaletteGoesOnlyUnderItsOddName)
 {
-    constexpr PaletteCase theCases[] = {
+    constexpr PaletteCase kCases[] = {
         {"COLOR PALETTE", true, true, false, false}, // complete: captured and removed
         {"COLOR PALETTE", true, false, false, true}, // incomplete: the red descriptor alone goes
         {"COLOR PALETTE", false, true, true, true},
         {"PALETTE COLOR", true, true, true, true},
     };
-    for (const PaletteCase& aCase : theCases)
+    for (const PaletteCase& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsInterpretation << aCase.itsConvertsToRGB);
         DICOMDataObject aDataSet;
@@ -165,12 +165,12 @@ struct SamplesCase
 
 TEST(DecoderHeaderUpdate, SamplesPerPixel)
 {
-    constexpr SamplesCase theCases[] = {
+    constexpr SamplesCase kCases[] = {
         {1, 1, "1", true},  {3, 3, "3", true},        {3, 1, "3", true},
         {4, 3, "4", true},  {0, 3, "(absent)", true}, {-1, 3, "(absent)", true},
         {1, 3, "1", false}, {2, 3, "2", false},       {5, 3, "(absent)", true},
     };
-    for (const SamplesCase& aCase : theCases)
+    for (const SamplesCase& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsInDataSet << " " << aCase.itsInCodec);
         DICOMDataObject aDataSet;
@@ -219,11 +219,11 @@ struct SignCase
 
 TEST(DecoderHeaderUpdate, PixelRepresentation)
 {
-    constexpr SignCase theCases[] = {
+    constexpr SignCase kCases[] = {
         {1, 0, 0, 1}, {0, 0, 1, 0}, {-1, 0, 0, 0}, {-1, 0, 1, 1},
         {1, 1, 0, 0}, {0, 1, 1, 1}, {0, 1, 7, 1},  {-1, 1, 0, 0},
     };
-    for (const SignCase& aCase : theCases)
+    for (const SignCase& aCase : kCases)
     {
         DICOMDataObject aDataSet;
         Fill(aDataSet, "MONOCHROME2", 1);
@@ -250,10 +250,10 @@ TEST(DecoderHeaderUpdate, PlanarConfigurationOnlyForThreeSamples)
         const char* itsRecorded;
         int itsExpected;
     };
-    constexpr Case theCases[] = {{1, 3, "1", 0},       {0, 3, "0", 0},        {-1, 3, "0", 0},
-                                 {9, 3, "1", 0},       {1, 1, "(absent)", 1}, {-1, 1, "(absent)", -1},
-                                 {1, 4, "(absent)", 1}};
-    for (const Case& aCase : theCases)
+    constexpr Case kCases[] = {{1, 3, "1", 0},       {0, 3, "0", 0},        {-1, 3, "0", 0},
+                               {9, 3, "1", 0},       {1, 1, "(absent)", 1}, {-1, 1, "(absent)", -1},
+                               {1, 4, "(absent)", 1}};
+    for (const Case& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsInDataSet << " " << aCase.itsSamples);
         DICOMDataObject aDataSet;

@@ -13,16 +13,16 @@ namespace
 TEST(Decoder, BitsAreBroughtIntoRange)
 {
     FakeDecoder aDecoder;
-    constexpr std::pair<std::int16_t, int> theAllocated[] = {{1, 8},   {8, 8},   {9, 16},
-                                                             {12, 16}, {32, 16}, {-5, 8}};
-    for (const auto& [aBits, anExpected] : theAllocated)
+    constexpr std::pair<std::int16_t, int> kAllocated[] = {{1, 8},   {8, 8},   {9, 16},
+                                                           {12, 16}, {32, 16}, {-5, 8}};
+    for (const auto& [aBits, anExpected] : kAllocated)
     {
         aDecoder.SetBitsAllocatedPerSample(aBits);
         EXPECT_EQ(aDecoder.GetBitsAllocatedPerSample(), anExpected) << aBits;
     }
     aDecoder.SetBitsAllocatedPerSample(16);
-    constexpr std::pair<int, int> theStored[] = {{20, 16}, {16, 16}, {12, 12}, {1, 1}, {0, 1}, {-7, 1}};
-    for (const auto& [aBits, anExpected] : theStored)
+    constexpr std::pair<int, int> kStored[] = {{20, 16}, {16, 16}, {12, 12}, {1, 1}, {0, 1}, {-7, 1}};
+    for (const auto& [aBits, anExpected] : kStored)
     {
         aDecoder.SetBitsStoredPerSample(aBits);
         EXPECT_EQ(aDecoder.GetBitsStoredPerSample(), anExpected) << aBits;
@@ -61,8 +61,8 @@ struct SizeCase
 
 TEST(Decoder, SizesInBothWidths)
 {
-    constexpr std::uint64_t theLargest = std::numeric_limits<std::uint64_t>::max();
-    constexpr SizeCase theCases[] = {
+    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
+    constexpr SizeCase kCases[] = {
         {4, 3, 1, 8, 1, 12, 12},
         {4, 3, 3, 16, 5, 72, 72},
         {4, 3, 3, 12, 1, 36, 36},
@@ -72,10 +72,10 @@ TEST(Decoder, SizesInBothWidths)
         {4, 3, 1, 8, 0, -1, 0},
         {65535, 65535, 3, 16, 1, -786426, 25769017350},
         {65536, 65536, 1, 8, 1, 0, 4294967296},
-        {std::uint64_t{1} << 32, std::uint64_t{1} << 32, 1, 8, 1, 0, theLargest},
-        {std::uint64_t{1} << 31, std::uint64_t{1} << 31, 4, 16, 1, 0, theLargest},
+        {std::uint64_t{1} << 32, std::uint64_t{1} << 32, 1, 8, 1, 0, kLargest},
+        {std::uint64_t{1} << 31, std::uint64_t{1} << 31, 4, 16, 1, 0, kLargest},
     };
-    for (const SizeCase& aCase : theCases)
+    for (const SizeCase& aCase : kCases)
     {
         FakeDecoder aDecoder;
         aDecoder.itsWidth = aCase.itsWidth;
@@ -89,21 +89,21 @@ TEST(Decoder, SizesInBothWidths)
 
 TEST(Decoder, OriginalInterpretationIsTheRecordedOne)
 {
-    constexpr std::pair<const char*, int> theCases[] = {{"MONOCHROME1", 1},
-                                                        {"MONOCHROME2", 1},
-                                                        {"RGB", 2},
-                                                        {"YBR_FULL_422", 3},
-                                                        {"YBR_PARTIAL_422", 4},
-                                                        {"YBR_PARTIAL_420", 5},
-                                                        {"YBR_FULL", 6},
-                                                        {"YBR_RCT", 7},
-                                                        {"YBR_ICT", 8},
-                                                        {"PALETTE COLOR", 9},
-                                                        {"rgb", 0},
-                                                        {"COLOR PALETTE", 0},
-                                                        {"MONOCHROME3", 0},
-                                                        {"", 0}};
-    for (const auto& [aText, aModel] : theCases)
+    constexpr std::pair<const char*, int> kCases[] = {{"MONOCHROME1", 1},
+                                                      {"MONOCHROME2", 1},
+                                                      {"RGB", 2},
+                                                      {"YBR_FULL_422", 3},
+                                                      {"YBR_PARTIAL_422", 4},
+                                                      {"YBR_PARTIAL_420", 5},
+                                                      {"YBR_FULL", 6},
+                                                      {"YBR_RCT", 7},
+                                                      {"YBR_ICT", 8},
+                                                      {"PALETTE COLOR", 9},
+                                                      {"rgb", 0},
+                                                      {"COLOR PALETTE", 0},
+                                                      {"MONOCHROME3", 0},
+                                                      {"", 0}};
+    for (const auto& [aText, aModel] : kCases)
     {
         // In the attribute, and in the scratch pad whatever the attribute says.
         for (const bool aRecorded : {false, true})

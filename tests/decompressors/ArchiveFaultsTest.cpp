@@ -19,11 +19,11 @@ namespace
 {
 using Syntax = DicomBuilder::Syntax;
 
-const RWCString& theBaseline = TransferSyntaxType::TSJPEG50UID;
-const RWCString& theExtended = TransferSyntaxType::TSJPEG51UID;
-const RWCString& theLossless = TransferSyntaxType::TSJPEG70UID;
-const RWCString& theRle = TransferSyntaxType::TSRLEUID;
-const RWCString& theJpeg2000 = TransferSyntaxType::TSJPEG2KLosslessUID;
+const RWCString& kBaseline = TransferSyntaxType::TSJPEG50UID;
+const RWCString& kExtended = TransferSyntaxType::TSJPEG51UID;
+const RWCString& kLossless = TransferSyntaxType::TSJPEG70UID;
+const RWCString& kRle = TransferSyntaxType::TSRLEUID;
+const RWCString& kJpeg2000 = TransferSyntaxType::TSJPEG2KLosslessUID;
 
 Bytes Part(const Bytes& theBytes, std::size_t theFrom, std::size_t theTo)
 {
@@ -71,9 +71,9 @@ JpegSpec Spec(JpegSpec::Process theProcess, int theComponents = 1, int thePrecis
     return aSpec;
 }
 
-const JpegSpec theGreySpec = Spec(JpegSpec::Process::LOSSLESS);
-const JpegSpec theDeepSpec = Spec(JpegSpec::Process::LOSSLESS, 1, 16);
-const JpegSpec theColourSpec = Spec(JpegSpec::Process::BASELINE, 3);
+const JpegSpec kGreySpec = Spec(JpegSpec::Process::LOSSLESS);
+const JpegSpec kDeepSpec = Spec(JpegSpec::Process::LOSSLESS, 1, 16);
+const JpegSpec kColourSpec = Spec(JpegSpec::Process::BASELINE, 3);
 
 /// Frame theIndex of lossless 8 x 8 grey, and what it decodes to.
 Bytes Pixels(int theIndex)
@@ -84,7 +84,7 @@ Bytes Pixels(int theIndex)
 Bytes Frame(int theIndex)
 {
     const Bytes aPixels = Pixels(theIndex);
-    return Even(MakeJpeg(theGreySpec, {aPixels.begin(), aPixels.end()}));
+    return Even(MakeJpeg(kGreySpec, {aPixels.begin(), aPixels.end()}));
 }
 
 /// 8 x 8 grey with the fragments as they are given. theFrames below 1: no Number of Frames.
@@ -95,7 +95,7 @@ struct Encapsulation
     std::vector<std::uint32_t> itsBasicOffsets = {};
     bool itsDelimiter = true;
     std::vector<std::uint64_t> itsExtendedOffsets = {};
-    RWCString itsUID = theLossless;
+    RWCString itsUID = kLossless;
 };
 
 Bytes File(const Encapsulation& theCase)
@@ -159,10 +159,10 @@ std::vector<FramesCase> FramesCases()
           {},
           true,
           {},
-          theRle},
+          kRle},
          1},
         {"bytes behind an RLE frame",
-         {{RleFrame({Pixels(0)}) + Bytes(10, 9), RleFrame({Pixels(1)}) + Bytes(2)}, 2, {}, true, {}, theRle},
+         {{RleFrame({Pixels(0)}) + Bytes(10, 9), RleFrame({Pixels(1)}) + Bytes(2)}, 2, {}, true, {}, kRle},
          2},
     };
 }
@@ -184,35 +184,34 @@ Bytes Colour(const RWCString& theUID, JpegSpec theSpec, const char* theLabel,
 
 std::vector<FaultCase> ColourCases()
 {
-    JpegSpec aJFIF = theColourSpec;
+    JpegSpec aJFIF = kColourSpec;
     aJFIF.itsJFIF = true;
-    JpegSpec anAdobeRGB = theColourSpec;
+    JpegSpec anAdobeRGB = kColourSpec;
     anAdobeRGB.itsAdobeTransform = 0;
-    JpegSpec anAdobeYBR = theColourSpec;
+    JpegSpec anAdobeYBR = kColourSpec;
     anAdobeYBR.itsAdobeTransform = 1;
-    JpegSpec aLettered = theColourSpec;
+    JpegSpec aLettered = kColourSpec;
     aLettered.itsComponentIds = {'R', 'G', 'B'};
-    const std::vector<int> theStored = {200, 100, 160};
+    const std::vector<int> kStored = {200, 100, 160};
     const Bytes aPlain = Flat({200, 100, 160}, 64);
     const Bytes aConverted = Flat({245, 187, 150}, 64); // as the JPEG library rounds
     const Bytes anRleFrame = RleFrame({Bytes(64, 200), Bytes(64, 100), Bytes(64, 160)});
     return {
-        {"JFIF marker, labelled RGB", Colour(theBaseline, aJFIF, "RGB", theStored), aConverted},
-        {"Adobe marker of RGB, labelled YBR_FULL_422",
-         Colour(theBaseline, anAdobeRGB, "YBR_FULL_422", theStored), aPlain},
-        {"Adobe marker of YCbCr, labelled RGB", Colour(theBaseline, anAdobeYBR, "RGB", theStored),
+        {"JFIF marker, labelled RGB", Colour(kBaseline, aJFIF, "RGB", kStored), aConverted},
+        {"Adobe marker of RGB, labelled YBR_FULL_422", Colour(kBaseline, anAdobeRGB, "YBR_FULL_422", kStored),
+         aPlain},
+        {"Adobe marker of YCbCr, labelled RGB", Colour(kBaseline, anAdobeYBR, "RGB", kStored), aConverted},
+        {"components named R, G and B, labelled YBR_FULL", Colour(kBaseline, aLettered, "YBR_FULL", kStored),
+         aPlain},
+        {"YCbCr without markers, labelled RGB", Colour(kBaseline, kColourSpec, "RGB", kStored), aPlain},
+        {"RGB without markers, labelled YBR_FULL", Colour(kBaseline, kColourSpec, "YBR_FULL", kStored),
          aConverted},
-        {"components named R, G and B, labelled YBR_FULL",
-         Colour(theBaseline, aLettered, "YBR_FULL", theStored), aPlain},
-        {"YCbCr without markers, labelled RGB", Colour(theBaseline, theColourSpec, "RGB", theStored), aPlain},
-        {"RGB without markers, labelled YBR_FULL", Colour(theBaseline, theColourSpec, "YBR_FULL", theStored),
-         aConverted},
-        {"RLE of YCbCr, labelled RGB", Encapsulated(theRle, theColourSpec, "RGB", {anRleFrame}), aPlain},
-        {"one component, labelled RGB", Encapsulated(theLossless, theGreySpec, "RGB", {Frame(0)}), Pixels(0)},
+        {"RLE of YCbCr, labelled RGB", Encapsulated(kRle, kColourSpec, "RGB", {anRleFrame}), aPlain},
+        {"one component, labelled RGB", Encapsulated(kLossless, kGreySpec, "RGB", {Frame(0)}), Pixels(0)},
         {"RLE of 16-bit colour",
          [&]
          {
-             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theRle);
+             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, kRle);
              aBuilder.AddImageAttributes(3, "RGB", 8, 8, 16, 16);
              const Bytes aSamples = Words({0xc812, 0x6434, 0xa056});
              return aBuilder.AddEncapsulatedPixelData({RleEncoder::Encode(Flat(aSamples, 64), 2, 3, 8)})
@@ -257,15 +256,15 @@ void Check(const std::vector<FaultCase>& theCases)
 std::vector<FaultCase> CodestreamCases()
 {
     const Bytes aGrey = Frame(0);
-    JpegSpec anOpen = theGreySpec;
+    JpegSpec anOpen = kGreySpec;
     anOpen.itsEndOfImage = false;
     const Bytes anOpenFrame = MakeJpeg(anOpen, std::vector<std::uint16_t>(64, 77));
     // Differences of 65535, of 32768 and of 1 the other way round.
     std::vector<std::uint16_t> aJumps(64);
     for (std::size_t i = 0; i < aJumps.size(); ++i)
     {
-        constexpr std::uint16_t theSteps[] = {0, 65535, 0, 32768, 65535, 32767};
-        aJumps[i] = theSteps[i % 6];
+        constexpr std::uint16_t kSteps[] = {0, 65535, 0, 32768, 65535, 32767};
+        aJumps[i] = kSteps[i % 6];
     }
     std::vector<std::uint16_t> aScaled;
     for (const std::uint16_t aJump : aJumps)
@@ -276,21 +275,21 @@ std::vector<FaultCase> CodestreamCases()
     const JpegSpec aLossy = Spec(JpegSpec::Process::BASELINE);
     const auto aFlat = [](const JpegSpec& theSpec, int theValue)
     { return MakeJpeg(theSpec, MakeFlatSamples(theSpec, {theValue})); };
-    const Bytes aWrapped = MakeJpeg(theDeepSpec, aJumps);
-    DicomBuilder aWide(Syntax::EXPLICIT_LITTLE, theLossless);
+    const Bytes aWrapped = MakeJpeg(kDeepSpec, aJumps);
+    DicomBuilder aWide(Syntax::EXPLICIT_LITTLE, kLossless);
     aWide.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8).AddEncapsulatedPixelData({aGrey});
-    DicomBuilder aWideRle(Syntax::EXPLICIT_LITTLE, theRle);
+    DicomBuilder aWideRle(Syntax::EXPLICIT_LITTLE, kRle);
     aWideRle.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
     aWideRle.AddEncapsulatedPixelData({RleFrame({Bytes(64), Pixels(0)})});
-    DicomBuilder aThinRle(Syntax::EXPLICIT_LITTLE, theRle);
+    DicomBuilder aThinRle(Syntax::EXPLICIT_LITTLE, kRle);
     aThinRle.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
     aThinRle.AddEncapsulatedPixelData({RleFrame({Pixels(0)})});
-    const char* const theJpegError = "A logic error occurred in the Decompressor: JPEGDecoder: error (read ";
+    const char* const kJpegError = "A logic error occurred in the Decompressor: JPEGDecoder: error (read ";
     return {
-        {"lossless differences that wrap", Encapsulated(theLossless, theDeepSpec, "MONOCHROME2", {aWrapped}),
+        {"lossless differences that wrap", Encapsulated(kLossless, kDeepSpec, "MONOCHROME2", {aWrapped}),
          Words(aJumps)},
         {"fewer bits stored than the codestream has",
-         Encapsulated(theLossless, theDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aJumps)},
+         Encapsulated(kLossless, kDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aJumps)},
         {"16 bits allocated, 8 stored, lossless JPEG", aWide.Build(), Pixels(0)},
         {"16 bits allocated, 8 stored, RLE of one segment", aThinRle.Build(), Pixels(0)},
         {"16 bits allocated, 8 stored, RLE of two segments",
@@ -298,43 +297,39 @@ std::vector<FaultCase> CodestreamCases()
          {},
          62,
          "RLEDecoder::Decode: number of segments != bytes per pixel"},
-        {"missing EOI",
-         Encapsulated(theLossless, theGreySpec, "MONOCHROME2", {anOpenFrame}),
-         {},
-         38,
-         theJpegError},
+        {"missing EOI", Encapsulated(kLossless, kGreySpec, "MONOCHROME2", {anOpenFrame}), {}, 38, kJpegError},
         {"truncated JPEG",
-         Encapsulated(theLossless, theGreySpec, "MONOCHROME2", {Part(aGrey, 0, aGrey.size() / 2)}),
+         Encapsulated(kLossless, kGreySpec, "MONOCHROME2", {Part(aGrey, 0, aGrey.size() / 2)}),
          {},
          38,
-         theJpegError},
+         kJpegError},
         {"baseline syntax, 12-bit codestream",
          [&]
          {
-             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theBaseline);
+             DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, kBaseline);
              aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
              return aBuilder.AddEncapsulatedPixelData({Even(aFlat(aTwelve, 3000))}).Build();
          }(),
          Words(std::vector<std::uint16_t>(64, 3000))},
         {"lossless syntax, baseline codestream",
-         Encapsulated(theLossless, aLossy, "MONOCHROME2", {aFlat(aLossy, 100)}), Bytes(64, 100)},
-        {"baseline syntax, lossless codestream",
-         Encapsulated(theBaseline, theGreySpec, "MONOCHROME2", {aGrey}), Pixels(0)},
+         Encapsulated(kLossless, aLossy, "MONOCHROME2", {aFlat(aLossy, 100)}), Bytes(64, 100)},
+        {"baseline syntax, lossless codestream", Encapsulated(kBaseline, kGreySpec, "MONOCHROME2", {aGrey}),
+         Pixels(0)},
         {"extended syntax, 16-bit lossless codestream: scaled down",
-         Encapsulated(theExtended, theDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aScaled)},
+         Encapsulated(kExtended, kDeepSpec, "MONOCHROME2", {aWrapped}, 12), Words(aScaled)},
         {"JPEG 2000 syntax, JPEG codestream",
-         Encapsulated(theJpeg2000, theGreySpec, "MONOCHROME2", {aGrey}),
+         Encapsulated(kJpeg2000, kGreySpec, "MONOCHROME2", {aGrey}),
          {},
          38,
          "A logic error occurred in the Decompressor: JPEG2000Decoder::JPEG2000Decoder()[create "
          "codestream]: "},
         {"JPEG syntax, JPEG 2000 codestream",
-         Encapsulated(theBaseline, theGreySpec, "MONOCHROME2", {Jpeg2000Streams::Grey12()}),
+         Encapsulated(kBaseline, kGreySpec, "MONOCHROME2", {Jpeg2000Streams::Grey12()}),
          {},
          38,
-         theJpegError},
+         kJpegError},
         {"RLE syntax, JPEG codestream",
-         Encapsulated(theRle, theGreySpec, "MONOCHROME2", {aGrey}),
+         Encapsulated(kRle, kGreySpec, "MONOCHROME2", {aGrey}),
          {},
          37,
          "RLEDecoder::SetSource: "},
@@ -370,7 +365,7 @@ std::vector<FaultCase> NativeCases()
          48,
          "CompressedStreamDecoder::Decode: Unable to create Decoder for transfer syntax with UID = "},
         {"compressed syntax, native pixels",
-         aNative(Syntax::EXPLICIT_LITTLE, theLossless, 1, "MONOCHROME2", 8, {7, 8}, "OB"),
+         aNative(Syntax::EXPLICIT_LITTLE, kLossless, 1, "MONOCHROME2", 8, {7, 8}, "OB"),
          {},
          38,
          "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(0) failed"},
@@ -390,9 +385,9 @@ std::vector<FaultCase> NativeCases()
 Bytes Jpeg2000File(std::size_t theCut, const Bytes& theTail = {})
 {
     const Bytes aStream = Jpeg2000Streams::Colour();
-    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theJpeg2000);
-    aBuilder.AddImageAttributes(3, "YBR_RCT", Jpeg2000Streams::theColourHeight,
-                                Jpeg2000Streams::theColourWidth, 8, 8);
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, kJpeg2000);
+    aBuilder.AddImageAttributes(3, "YBR_RCT", Jpeg2000Streams::kColourHeight, Jpeg2000Streams::kColourWidth,
+                                8, 8);
     return aBuilder.AddEncapsulatedPixelData({Even(Part(aStream, 0, aStream.size() - theCut) + theTail)})
         .Build();
 }
@@ -429,13 +424,13 @@ TEST(ArchiveFaults, JPEG2000OfEightBitsInSixteenAllocated)
 {
     using namespace Jpeg2000Streams;
     // 12 bits declared as 8: samples beyond are clamped. Signed, whatever the data set says.
-    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theJpeg2000);
-    aBuilder.AddImageAttributes(1, "MONOCHROME2", theGreyHeight, theGreyWidth, 16, 8, 0);
-    aBuilder.AddEncapsulatedPixelData({Even(Patch(Grey12(), theDepthOfComponent0, {0x87}))});
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, kJpeg2000);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", kGreyHeight, kGreyWidth, 16, 8, 0);
+    aBuilder.AddEncapsulatedPixelData({Even(Patch(Grey12(), kDepthOfComponent0, {0x87}))});
     Bytes anExpected;
-    for (int i = 0; i < theGreyWidth * theGreyHeight; ++i)
+    for (int i = 0; i < kGreyWidth * kGreyHeight; ++i)
     {
-        const int aValue = std::clamp(GreyValue(i % theGreyWidth, i / theGreyWidth), -128, 127);
+        const int aValue = std::clamp(GreyValue(i % kGreyWidth, i / kGreyWidth), -128, 127);
         anExpected.push_back(static_cast<std::uint8_t>(aValue));
     }
     const Outcome anOutcome = RunPart10(aBuilder.Build(), nullptr);

@@ -47,7 +47,7 @@ void Set(DICOMDataObject& theDataSet, DICOMTag theTag, std::uint16_t theValue)
     theDataSet.ReplaceVR(aFactory.CreateUnsignedShort(theTag, theValue));
 }
 
-const RWCString& theJPEG = TransferSyntaxType::TSJPEG50UID;
+const RWCString& kJPEG = TransferSyntaxType::TSJPEG50UID;
 } // namespace
 
 TEST(CompressedImageStreamDecompressor, RefusesARequestWithoutASource)
@@ -73,17 +73,17 @@ TEST(CompressedImageStreamDecompressor, ReportsEveryFailureAndKeepsNothing)
     JpegSpec aDeep = Spec(1);
     aDeep.itsProcess = JpegSpec::Process::EXTENDED;
     aDeep.itsPrecision = 12;
-    const std::string theJPEGException =
+    const std::string kJPEGException =
         "Decoder exception: JPEGDecoderException: JPEGDecoderException: Error: JPEGDecoder: error (read ";
-    const std::vector<BareFailureCase> theCases{
+    const std::vector<BareFailureCase> kCases{
         {"no codec", GreyJpeg(), "1.2.3", 62, " (no Renderable at end)"},
-        {"nothing to read", {}, theJPEG, 62, theJPEGException + "0 bytes so far): "},
-        {"no JPEG stream", Bytes(40, 7), theJPEG, 62, theJPEGException + "40 bytes so far): "},
-        {"too deep for the 8-bit codec", MakeJpeg(aDeep, MakeSamples(aDeep)), theJPEG, 62, theJPEGException},
+        {"nothing to read", {}, kJPEG, 62, kJPEGException + "0 bytes so far): "},
+        {"no JPEG stream", Bytes(40, 7), kJPEG, 62, kJPEGException + "40 bytes so far): "},
+        {"too deep for the 8-bit codec", MakeJpeg(aDeep, MakeSamples(aDeep)), kJPEG, 62, kJPEGException},
         {"RLE knows nothing without a data set", RleFrame({Bytes(8, 1)}), TransferSyntaxType::TSRLEUID, 62,
          "Decoder exception: StreamIOException: StreamIOException: "},
     };
-    for (const BareFailureCase& aCase : theCases)
+    for (const BareFailureCase& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsName);
         const Outcome anOutcome = RunBareImage(aCase.itsStream, aCase.itsUID, nullptr);
@@ -112,7 +112,7 @@ TEST(CompressedImageStreamDecompressor, TellsAnInterruptionFromAFailure)
                 throw StreamIOException("gone", DLRC_IO_ERROR, 5);
             });
         CountingAllocator anAllocator;
-        DecompressionRequest aRequest(&aSource, nullptr, "", false, 1, 0, theJPEG, false);
+        DecompressionRequest aRequest(&aSource, nullptr, "", false, 1, 0, kJPEG, false);
         DecompressionResult aResult;
         CompressedImageStreamDecompressor(anAllocator).Decompress(aRequest, aResult);
         EXPECT_EQ(aResult.getDCMLibResultCode(), anInterruption ? 63 : 62);
@@ -130,7 +130,7 @@ TEST(CompressedImageStreamDecompressor, SaysWhenThereIsNoWayToRGB)
 {
     DICOMDataObject aDataSet;
     Set(aDataSet, DICOMTags::PhotometricInterpretation, "PALETTE COLOR");
-    const Outcome anOutcome = RunBareImage(GreyJpeg(), theJPEG, &aDataSet);
+    const Outcome anOutcome = RunBareImage(GreyJpeg(), kJPEG, &aDataSet);
     EXPECT_EQ(anOutcome.Code(), 12);
     EXPECT_EQ(anOutcome.Message(),
               "CompressedImageStreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB:"
@@ -145,7 +145,7 @@ TEST(CompressedImageStreamDecompressor, DescribesAGreyImageWithoutADataSet)
     const Bytes aStream = GreyJpeg();
     for (const int aScaleFactor : {-1, 1, 3})
     {
-        const Outcome anOutcome = RunBareImage(aStream, theJPEG, nullptr, {0, aScaleFactor});
+        const Outcome anOutcome = RunBareImage(aStream, kJPEG, nullptr, {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
         EXPECT_EQ(anOutcome.itsResult.ToString(),
                   "DecompressionResult:\n\titsDCMLibResultCode = 0\n"
@@ -179,7 +179,7 @@ TEST(CompressedImageStreamDecompressor, CompletesTheRecordFromTheDataSet)
     Set(aDataSet, DICOMTags::PixelRepresentation, 1);
     Set(aDataSet, DICOMTags::BitsStored, 12);
     Set(aDataSet, DICOMTags::LossyImageCompressionRatio, "17");
-    const Outcome anOutcome = RunBareImage(GreyJpeg(), theJPEG, &aDataSet);
+    const Outcome anOutcome = RunBareImage(GreyJpeg(), kJPEG, &aDataSet);
     ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
     EXPECT_EQ(anOutcome.Image()->getPhotometricInterpretation(), Renderable::MONOCHROME1);
     EXPECT_TRUE(anOutcome.Image()->isSigned());
@@ -192,7 +192,7 @@ TEST(CompressedImageStreamDecompressor, CompletesTheRecordFromTheDataSet)
 
     DICOMDataObject anotherDataSet;
     Set(anotherDataSet, DICOMTags::PixelRepresentation, 1);
-    EXPECT_FALSE(RunBareImage(GreyJpeg(), theJPEG, &anotherDataSet, {0, 1, true}).Image()->isSigned());
+    EXPECT_FALSE(RunBareImage(GreyJpeg(), kJPEG, &anotherDataSet, {0, 1, true}).Image()->isSigned());
 }
 
 TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
@@ -250,7 +250,7 @@ TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
     Set(aDataSet, DICOMTags::PixelRepresentation, 1);
     for (DICOMDataObject* aTarget : {static_cast<DICOMDataObject*>(nullptr), &aDataSet})
     {
-        const Outcome anOutcome = RunBareImage(aStream, theJPEG, aTarget);
+        const Outcome anOutcome = RunBareImage(aStream, kJPEG, aTarget);
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
         EXPECT_EQ(anOutcome.Image()->getPhotometricInterpretation(), Renderable::RGB);
         EXPECT_FALSE(anOutcome.Image()->isSigned());
@@ -291,7 +291,7 @@ TEST(CompressedImageStreamDecompressor, LoadsTheDemoFileFirst)
     {
         ByteSource aSource(GreyJpeg());
         DICOMDataObject aDataSet;
-        DecompressionRequest aRequest(&aSource, &aDataSet, aName, true, 1, 0, theJPEG, false);
+        DecompressionRequest aRequest(&aSource, &aDataSet, aName, true, 1, 0, kJPEG, false);
         DecompressionResult aResult;
         CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
         if (aName == aDemo.GetName())

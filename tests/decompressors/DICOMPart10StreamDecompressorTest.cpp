@@ -137,14 +137,13 @@ std::string MissingTag(const char* theName)
 
 std::vector<FailureCase> MakeFailureCases()
 {
-    const std::string theHeader = "Error reading Part10Header, possible corruption: *";
-    const std::string theConversion =
+    const std::string kHeader = "Error reading Part10Header, possible corruption: *";
+    const std::string kConversion =
         "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "
         "DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB: PhotometricInterpretation not "
         "supported: ";
-    const std::string theShort = "Failed to read the pixel data";
-    const std::string theGetFrame =
-        "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(";
+    const std::string kShort = "Failed to read the pixel data";
+    const std::string kGetFrame = "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(";
     const JpegSpec aSpec = GreySpec();
     const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
     const Bytes aJpegFile =
@@ -153,9 +152,9 @@ std::vector<FailureCase> MakeFailureCases()
     aSmallerSpec.itsHeight = 7;
     const Bytes aPadding(256);
     return {
-        {"empty", {}, {}, 38, theHeader},
-        {"no Part 10 stream", Bytes(200, 'x'), {}, 38, theHeader},
-        {"ends inside the file meta information", CutAt(Grey8(), 150), {}, 38, theHeader},
+        {"empty", {}, {}, 38, kHeader},
+        {"no Part 10 stream", Bytes(200, 'x'), {}, 38, kHeader},
+        {"ends inside the file meta information", CutAt(Grey8(), 150), {}, 38, kHeader},
         {"unknown transfer syntax",
          DicomBuilder(Syntax::EXPLICIT_LITTLE, "1.2.3.4").AddRaw(aPadding).Build(),
          {},
@@ -202,12 +201,12 @@ std::vector<FailureCase> MakeFailureCases()
          {},
          38,
          "Parse error, possible corruption: *"},
-        {"half a frame", CutAt(Grey8(), Grey8().size() - 3), {}, 37, theShort},
-        {"a frame behind the last", Grey8(2), {2}, 37, theShort},
-        {"a frame far behind the last", Grey8(2), {2147483647}, 37, theShort},
-        {"frame -2", Grey8(2), {-2}, 37, theShort},
-        {"a compressed frame behind the last", aJpegFile, {2}, 38, theGetFrame + "2) failed"},
-        {"compressed frame -2", aJpegFile, {-2}, 38, theGetFrame + "-2) failed"},
+        {"half a frame", CutAt(Grey8(), Grey8().size() - 3), {}, 37, kShort},
+        {"a frame behind the last", Grey8(2), {2}, 37, kShort},
+        {"a frame far behind the last", Grey8(2), {2147483647}, 37, kShort},
+        {"frame -2", Grey8(2), {-2}, 37, kShort},
+        {"a compressed frame behind the last", aJpegFile, {2}, 38, kGetFrame + "2) failed"},
+        {"compressed frame -2", aJpegFile, {-2}, 38, kGetFrame + "-2) failed"},
         {"no codec",
          Encapsulated("1.2.840.10008.1.2.4.80", aSpec, "MONOCHROME2", {aJpeg}),
          {},
@@ -233,7 +232,7 @@ std::vector<FailureCase> MakeFailureCases()
          Native(Syntax::EXPLICIT_LITTLE, 3, "YBR_PARTIAL_420", 2, 2, 8, 0, Counting(12), "OB"),
          {},
          12,
-         theConversion + "YBR_PARTIAL_420"},
+         kConversion + "YBR_PARTIAL_420"},
         {"RLE keeps the label that it came with",
          Encapsulated(TransferSyntaxType::TSRLEUID, ColourSpec(), "YBR_FULL_422",
                       {RleFrame({Bytes(128), Bytes(128), Bytes(128)})}),
@@ -247,7 +246,7 @@ std::vector<FailureCase> MakeFailureCases()
          Native(Syntax::EXPLICIT_LITTLE, 1, "MONOCHROME3", 2, 2, 8, 0, Counting(4), "OB"),
          {},
          12,
-         theConversion + "INVALID"},
+         kConversion + "INVALID"},
         {"dimensions whose size wraps in 32 bits",
          Native(Syntax::EXPLICIT_LITTLE, 1, "MONOCHROME2", 65535, 65535, 16, 0, Counting(4), "OW"),
          {},
@@ -352,22 +351,22 @@ TEST(DICOMPart10StreamDecompressor, DeliversTheNativeFrameAskedFor)
 
 TEST(DICOMPart10StreamDecompressor, ReachesALateFrameWithoutReadingTheOthers)
 {
-    constexpr int theFrames = 200;
-    constexpr std::size_t theFrameSize = 8192;
+    constexpr int kFrames = 200;
+    constexpr std::size_t kFrameSize = 8192;
     DicomBuilder aNative(Syntax::EXPLICIT_LITTLE);
-    aNative.AddImageAttributes(1, "MONOCHROME2", 64, 128, 8, 8, 0, theFrames);
-    aNative.AddNativePixelData(Bytes(theFrames * theFrameSize, 5), "OB");
+    aNative.AddImageAttributes(1, "MONOCHROME2", 64, 128, 8, 8, 0, kFrames);
+    aNative.AddNativePixelData(Bytes(kFrames * kFrameSize, 5), "OB");
     JpegSpec aSpec;
     aSpec.itsWidth = 128;
     aSpec.itsHeight = 64;
-    const Bytes aFrame = RleFrame({Bytes(theFrameSize, 5)});
-    const Bytes aCompressed = Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2",
-                                           std::vector<Bytes>(theFrames, aFrame));
+    const Bytes aFrame = RleFrame({Bytes(kFrameSize, 5)});
+    const Bytes aCompressed =
+        Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2", std::vector<Bytes>(kFrames, aFrame));
     for (const Bytes& aFile : {aNative.Build(), aCompressed})
     {
         RecordingInputStream::Record aRecord;
         RecordingInputStream aStream(aFile, {}, aRecord);
-        DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, theFrames - 1, "", false);
+        DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, kFrames - 1, "", false);
         DecompressionResult aResult;
         DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
         ASSERT_NE(aResult.getRenderable(), nullptr) << aResult.getMessage();
@@ -475,7 +474,7 @@ TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
     std::vector<std::uint16_t> aMoved(128, 0xffff);
     aWords[5] = 0x8000;
     aMoved[5] = 0;
-    const std::vector<UnsignedCase> theCases{
+    const std::vector<UnsignedCase> kCases{
         {"8 bits",
          Native(Syntax::EXPLICIT_LITTLE, 1, "MONOCHROME2", 2, 2, 8, 1, {0x80, 0xff, 0, 0x7f}, "OB"),
          {0, 0x7f, 0x80, 0xff}},
@@ -495,7 +494,7 @@ TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
                       1),
          Bytes(128, 1)},
     };
-    for (const UnsignedCase& aCase : theCases)
+    for (const UnsignedCase& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsName);
         DICOMDataObject aDataSet;
@@ -629,17 +628,17 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
     aPalette.AddBytes(DICOMTags::BluePaletteColorLookupTableData, "OW", {0, 30, 0, 31, 0, 32, 0, 33});
     aPalette.AddNativePixelData({0, 3, 1, 9}, "OB");
     const JpegSpec aSpec = ColourSpec();
-    const std::vector<Bytes> theFiles{
+    const std::vector<Bytes> kFiles{
         aPalette.Build(), FlatColourJpeg("YBR_FULL", {50, 60, 70}),
         Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 1, {0x12, 0x34, 0x56, 0x78}, "OW"),
         Native(Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 2, 2, 8, 0, Counting(12), "OB"),
         Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "YBR_FULL",
                      {RleFrame({Bytes(128, 9), Bytes(128, 100), Bytes(128, 160)})})};
-    for (std::size_t i = 0; i < theFiles.size(); ++i)
+    for (std::size_t i = 0; i < kFiles.size(); ++i)
     {
         DICOMDataObject aDataSet;
-        const Outcome aFirst = RunPart10(theFiles[i], &aDataSet);
-        const Outcome aSecond = RunPart10(theFiles[i], &aDataSet);
+        const Outcome aFirst = RunPart10(kFiles[i], &aDataSet);
+        const Outcome aSecond = RunPart10(kFiles[i], &aDataSet);
         ASSERT_EQ(aFirst.Code(), 0) << "file " << i << ": " << aFirst.Message();
         ASSERT_EQ(aSecond.Code(), 0) << "file " << i << ": " << aSecond.Message();
         EXPECT_EQ(aFirst.Pixels(), aSecond.Pixels()) << "file " << i;
@@ -647,7 +646,7 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
                   aSecond.Image()->getPhotometricInterpretation());
     }
     DICOMDataObject aDataSet;
-    EXPECT_EQ(RunPart10(theFiles[0], &aDataSet).Pixels(),
+    EXPECT_EQ(RunPart10(kFiles[0], &aDataSet).Pixels(),
               (Bytes{10, 20, 30, 13, 23, 33, 11, 21, 31, 13, 23, 33}));
 }
 
@@ -674,11 +673,11 @@ TEST(DICOMPart10StreamDecompressor, LeavesNothingBehindWhenAnAllocationFails)
 TEST(DICOMPart10StreamDecompressor, SurvivesEveryCutAndEveryFlippedByte)
 {
     const JpegSpec aSpec = ColourSpec();
-    const std::vector<Bytes> theFiles{
+    const std::vector<Bytes> kFiles{
         Grey8(2), FlatColourJpeg("YBR_FULL", {50, 60, 70}),
         Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "RGB",
                      {RleFrame({Bytes(128, 9), Bytes(128, 100), Bytes(128, 160)})})};
-    for (const Bytes& aFile : theFiles)
+    for (const Bytes& aFile : kFiles)
     {
         for (std::size_t i = 128; i < aFile.size(); ++i)
         {

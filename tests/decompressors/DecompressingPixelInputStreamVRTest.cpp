@@ -127,7 +127,7 @@ void ExpectThrow(const std::function<void()>& theCall, int theCode, const std::s
     }
 }
 
-const char* const theInvalidText =
+const char* const kInvalidText =
     "DecompressingPixelInputStreamVR::Read(uchar_t* theBuffer, size_t theLength): Invalid object - missing "
     "required DICOM data elements were encountered during construction or an error occured while "
     "decompressing the first frame: ";
@@ -216,7 +216,7 @@ TEST(DecompressingPixelInputStreamVR, TellsAtTheFirstReadWhyItIsInvalid)
     EXPECT_FALSE(aStream->IsValid());
     std::uint8_t aByte = 0;
     const std::string aText =
-        std::string(theInvalidText) + "Missing DICOM data element Rows;Missing DICOM data element Columns;";
+        std::string(kInvalidText) + "Missing DICOM data element Rows;Missing DICOM data element Columns;";
     ExpectThrow([&] { aStream->Read(&aByte, 1); }, 44, aText);
     ExpectThrow([&] { aStream->Skip(1); }, 44, aText);
 
@@ -228,8 +228,8 @@ TEST(DecompressingPixelInputStreamVR, TellsAtTheFirstReadWhyItIsInvalid)
     EXPECT_FALSE(anInvalid->IsValid());
     EXPECT_EQ(aDamaged.itsAllocator.GetAllocations(), 0u);
     ExpectThrow([&] { anInvalid->Read(&aByte, 1); }, 44,
-                std::string(theInvalidText) + "Exception while decompressing first frame: "
-                                              "RLEDecoder::SetSource: unable to read RLE header fully");
+                std::string(kInvalidText) + "Exception while decompressing first frame: "
+                                            "RLEDecoder::SetSource: unable to read RLE header fully");
 }
 
 TEST(DecompressingPixelInputStreamVR, DeliversNothingOfAFrameThatFails)

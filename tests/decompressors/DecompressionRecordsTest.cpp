@@ -111,7 +111,7 @@ struct RatioCase
 
 TEST(CompressionRatio, ScalesBackRoundsAndStaysInRange)
 {
-    const RatioCase theCases[] = {
+    const RatioCase kCases[] = {
         {1000, 1, 100, 10},
         {1049, 1, 100, 10},
         {1050, 1, 100, 11},
@@ -125,7 +125,7 @@ TEST(CompressionRatio, ScalesBackRoundsAndStaysInRange)
         {~std::uint64_t{0}, 1, 1, 2147483647},
         {1000, 2147483647, 100, 2147483647},
     };
-    for (const RatioCase& aCase : theCases)
+    for (const RatioCase& aCase : kCases)
     {
         EXPECT_EQ(CompressionRatio::Calculate(aCase.itsDecoded, aCase.itsScaleFactor, aCase.itsCompressed),
                   aCase.itsRatio)

@@ -18,7 +18,7 @@ using namespace Part10Files;
 
 namespace
 {
-const std::string thePrefix = "FileToRenderableDecompressor::DecodeFileToRenderable: ";
+const std::string kPrefix = "FileToRenderableDecompressor::DecodeFileToRenderable: ";
 
 int Decode(const RWCString& theName, int theImageType, DecompressionResult& theResult, int theFrame = 0,
            int theLossless = 0)
@@ -99,19 +99,19 @@ TEST(FileToRenderableDecompressor, PassesScaleFactorAndSecondNameOn)
 
 TEST(FileToRenderableDecompressor, ReportsEveryFailure)
 {
-    const std::string theNoImage = thePrefix + "Decompressor produced a NULL Renderable";
-    const std::string theBadType = thePrefix + "Invalid compressed image type";
+    const std::string kNoImage = kPrefix + "Decompressor produced a NULL Renderable";
+    const std::string kBadType = kPrefix + "Invalid compressed image type";
     DicomBuilder aHeaderOnly(DicomBuilder::Syntax::EXPLICIT_LITTLE);
     aHeaderOnly.AddImageAttributes(1, "MONOCHROME2", 2, 3, 8, 8);
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
     for (const FileCase& aCase : {
-             FileCase{"type 0", Grey8(), 0, 0, 48, theBadType},
-             FileCase{"type 7 is for other callers", GreyJpeg(), 7, 0, 48, theBadType},
-             FileCase{"type -1", Grey8(), -1, 0, 48, theBadType},
-             FileCase{"no pixel data", aHeaderOnly.Build(), 3, 0, 62, theNoImage},
-             FileCase{"no such frame", Grey8(), 3, 4, 62, theNoImage},
-             FileCase{"no JPEG stream", Grey8(), 1, 0, 62, theNoImage},
-             FileCase{"empty", {}, 3, 0, 62, theNoImage},
+             FileCase{"type 0", Grey8(), 0, 0, 48, kBadType},
+             FileCase{"type 7 is for other callers", GreyJpeg(), 7, 0, 48, kBadType},
+             FileCase{"type -1", Grey8(), -1, 0, 48, kBadType},
+             FileCase{"no pixel data", aHeaderOnly.Build(), 3, 0, 62, kNoImage},
+             FileCase{"no such frame", Grey8(), 3, 4, 62, kNoImage},
+             FileCase{"no JPEG stream", Grey8(), 1, 0, 62, kNoImage},
+             FileCase{"empty", {}, 3, 0, 62, kNoImage},
          })
     {
         SCOPED_TRACE(aCase.itsName);
@@ -137,7 +137,7 @@ TEST(FileToRenderableDecompressor, ReportsAFileThatIsNotThere)
         EXPECT_EQ(aResult.getDCMLibResultCode(), 3);
         EXPECT_EQ(aResult.getSystemErrorCode(), 0);
         EXPECT_EQ(aResult.getMessage(),
-                  thePrefix + "DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file");
+                  kPrefix + "DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file");
     }
 }
 
@@ -154,7 +154,7 @@ TEST(FileToRenderableDecompressor, SharesTheFileWithReadersOnly)
         EXPECT_EQ(aResult.getDCMLibResultCode(), 9);
         EXPECT_NE(aResult.getSystemErrorCode(), 0);
         EXPECT_EQ(aResult.getMessage(),
-                  thePrefix + "FileToRenderableDecompressor::DecodeFileToRenderable(): File locking failed");
+                  kPrefix + "FileToRenderableDecompressor::DecodeFileToRenderable(): File locking failed");
     }
     {
         const LockHolder aReader(aFile.GetName(), LFStream::LOCK_FOR_READING);

@@ -19,8 +19,8 @@ using namespace Jpeg2000Streams;
 
 namespace
 {
-const RWCString& theLossless = TransferSyntaxType::TSJPEG2KLosslessUID;
-const RWCString& theAny = TransferSyntaxType::TSJPEG2KUID;
+const RWCString& kLossless = TransferSyntaxType::TSJPEG2KLosslessUID;
+const RWCString& kAny = TransferSyntaxType::TSJPEG2KUID;
 
 /// What a data set says of the grey image.
 struct GreySet
@@ -32,8 +32,8 @@ struct GreySet
 
 Bytes GreyFile(const Bytes& theFrame, const GreySet& theSet = {})
 {
-    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theLossless);
-    aBuilder.AddImageAttributes(1, "MONOCHROME2", theGreyHeight, theGreyWidth, theSet.itsBitsAllocated,
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, kLossless);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", kGreyHeight, kGreyWidth, theSet.itsBitsAllocated,
                                 theSet.itsBitsStored, theSet.itsPixelRepresentation);
     Bytes aFragment = theFrame;
     aFragment.resize((aFragment.size() + 1) / 2 * 2);
@@ -56,10 +56,10 @@ Bytes ColourFile(const Bytes& theFrame, int theWidth, int theHeight, const std::
 Bytes ColourPixels()
 {
     Bytes anImage;
-    for (int i = 0; i < theColourWidth * theColourHeight * 3; ++i)
+    for (int i = 0; i < kColourWidth * kColourHeight * 3; ++i)
     {
         anImage.push_back(
-            static_cast<std::uint8_t>(ColourValue(i % 3, i / 3 % theColourWidth, i / 3 / theColourWidth)));
+            static_cast<std::uint8_t>(ColourValue(i % 3, i / 3 % kColourWidth, i / 3 / kColourWidth)));
     }
     return anImage;
 }
@@ -68,12 +68,12 @@ Bytes ColourPixels()
 void ExpectGrey(const Outcome& theOutcome, const std::function<int(int)>& theCode)
 {
     const Bytes aPixels = theOutcome.Pixels();
-    ASSERT_EQ(aPixels.size(), 2u * theGreyWidth * theGreyHeight);
-    for (int i = 0; i < theGreyWidth * theGreyHeight; ++i)
+    ASSERT_EQ(aPixels.size(), 2u * kGreyWidth * kGreyHeight);
+    for (int i = 0; i < kGreyWidth * kGreyHeight; ++i)
     {
         std::uint16_t aWord = 0;
         std::memcpy(&aWord, aPixels.data() + 2 * i, 2);
-        EXPECT_EQ(aWord, theCode(GreyValue(i % theGreyWidth, i / theGreyWidth))) << i;
+        EXPECT_EQ(aWord, theCode(GreyValue(i % kGreyWidth, i / kGreyWidth))) << i;
     }
 }
 
@@ -130,7 +130,7 @@ TEST(JPEG2000Requests, UnsignedPixelsAreCalledUnsigned)
     ExpectGrey(anOutcome, [](int theValue) { return theValue + 2048; });
     EXPECT_FALSE(anOutcome.Image()->isSigned());
 
-    const Outcome aBare = RunBareImage(Grey12(), theLossless, &aDataSet, {0, 1, true});
+    const Outcome aBare = RunBareImage(Grey12(), kLossless, &aDataSet, {0, 1, true});
     ASSERT_EQ(aBare.Code(), 0) << aBare.Message();
     ExpectGrey(aBare, [](int theValue) { return theValue + 2048; });
     EXPECT_FALSE(aBare.Image()->isSigned());
@@ -149,7 +149,7 @@ TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
     {
         DICOMDataObject aDataSet;
         const Outcome aPart10 = RunPart10(GreyFile(Grey12()), &aDataSet, {0, aCase.itsRequested});
-        const Outcome aBare = RunBareImage(Grey12(), theLossless, nullptr, {0, aCase.itsRequested});
+        const Outcome aBare = RunBareImage(Grey12(), kLossless, nullptr, {0, aCase.itsRequested});
         for (const Outcome* const anOutcome : {&aPart10, &aBare})
         {
             ASSERT_EQ(anOutcome->Code(), 0) << anOutcome->Message();
@@ -180,23 +180,23 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         int itsCode;
         std::string itsText; ///< the beginning
     };
-    const std::string theHeader = "JPEG2000Decoder::JPEG2000Decoder: ";
+    const std::string kHeader = "JPEG2000Decoder::JPEG2000Decoder: ";
     // 66000 wide and 15 high, image and tile; 1000 × 1000 pixels have bytes enough for that.
     const Bytes aWide =
         Patch(Patch(Lossy(), 8, {0, 1, 1, 0xd0, 0, 0, 0, 15}), 24, {0, 1, 1, 0xd0, 0, 0, 0, 15});
     for (const Case& aCase :
          {Case{"a buffer for bytes", GreyFile(Grey12(), {8, 8, 1}), 1, 62,
                "JPEG2000Decoder::Decode Output buffer too small"},
-          Case{"scale factor 0", GreyFile(Grey12()), 0, 37, theHeader + "Invalid output scale request"},
-          Case{"two components", GreyFile(Pair()), 1, 37, theHeader + "Image component count not in (1, 3)"},
+          Case{"scale factor 0", GreyFile(Grey12()), 0, 37, kHeader + "Invalid output scale request"},
+          Case{"two components", GreyFile(Pair()), 1, 37, kHeader + "Image component count not in (1, 3)"},
           Case{"no codestream", GreyFile(Bytes(40, 1)), 1, 38,
                "A logic error occurred in the Decompressor: "
                "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: "},
-          Case{"wider than Columns can say", ColourFile(aWide, 1000, 1000, "RGB", theAny), 1, 62,
+          Case{"wider than Columns can say", ColourFile(aWide, 1000, 1000, "RGB", kAny), 1, 62,
                "DICOMPart10StreamDecompressor::Decode: a data set cannot describe 15 rows of 66000 pixels"},
           Case{
               "more samples than the data set has",
-              ColourFile(Colour(), theColourWidth, theColourHeight, "MONOCHROME2", theLossless, 1), 1, 6,
+              ColourFile(Colour(), kColourWidth, kColourHeight, "MONOCHROME2", kLossless, 1), 1, 6,
               "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than JP2 "
               "header for the SOP:1.2.3."}})
     {
@@ -208,9 +208,9 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         EXPECT_EQ(anOutcome.Image(), nullptr);
         EXPECT_EQ(anOutcome.itsAllocator->GetLiveBlocks(), 0u);
     }
-    const Outcome aBare = RunBareImage(Pair(), theAny, nullptr);
+    const Outcome aBare = RunBareImage(Pair(), kAny, nullptr);
     EXPECT_EQ(aBare.Code(), 62);
-    EXPECT_EQ(aBare.Message(), "Decoder exception: StreamIOException: StreamIOException: " + theHeader +
+    EXPECT_EQ(aBare.Message(), "Decoder exception: StreamIOException: StreamIOException: " + kHeader +
                                    "Image component count not in (1, 3) as required by DICOM");
 }
 
@@ -228,15 +228,15 @@ TEST(JPEG2000Requests, ColourComesAsRGB)
         SCOPED_TRACE(aCase.itsInterpretation);
         const Bytes anExpected = aCase.itsConverted ? PlainYBRToRGB(ColourPixels()) : ColourPixels();
         DICOMDataObject aDataSet;
-        const Outcome aPart10 = RunPart10(ColourFile(aCase.itsStream, theColourWidth, theColourHeight,
-                                                     aCase.itsInterpretation, theLossless),
-                                          &aDataSet);
+        const Outcome aPart10 = RunPart10(
+            ColourFile(aCase.itsStream, kColourWidth, kColourHeight, aCase.itsInterpretation, kLossless),
+            &aDataSet);
         DICOMDataObject aBareSet;
         const MVRFactory aFactory(aBareSet.GetDataDictionary(), aBareSet.GetEndian(),
                                   VR::GetDefaultMemoryAllocater());
         aBareSet.ReplaceVR(
             aFactory.CreateString(DICOMTags::PhotometricInterpretation, aCase.itsInterpretation));
-        const Outcome aBare = RunBareImage(MakeJp2(aCase.itsStream), theAny, &aBareSet);
+        const Outcome aBare = RunBareImage(MakeJp2(aCase.itsStream), kAny, &aBareSet);
         for (const Outcome* const anOutcome : {&aPart10, &aBare})
         {
             ASSERT_EQ(anOutcome->Code(), 0) << anOutcome->Message();
@@ -256,23 +256,22 @@ TEST(JPEG2000Requests, LossIsWrittenDownWhereItIsCertain)
         const RWCString& itsUID;
         const char* itsFlag;
     };
-    for (const Case& aCase :
-         {Case{Lossy(), theLossySize, theAny, "01"}, Case{Lossy(), theLossySize, theLossless, "none"},
-          Case{Colour(), 0, theAny, "none"}})
+    for (const Case& aCase : {Case{Lossy(), kLossySize, kAny, "01"},
+                              Case{Lossy(), kLossySize, kLossless, "none"}, Case{Colour(), 0, kAny, "none"}})
     {
-        const int aWidth = aCase.itsSize > 0 ? aCase.itsSize : theColourWidth;
-        const int aHeight = aCase.itsSize > 0 ? aCase.itsSize : theColourHeight;
+        const int aWidth = aCase.itsSize > 0 ? aCase.itsSize : kColourWidth;
+        const int aHeight = aCase.itsSize > 0 ? aCase.itsSize : kColourHeight;
         DICOMDataObject aDataSet;
         const Outcome anOutcome =
             RunPart10(ColourFile(aCase.itsStream, aWidth, aHeight, "YBR_ICT", aCase.itsUID), &aDataSet);
         ASSERT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
         EXPECT_EQ(Text(aDataSet, DICOMTags::LossyImageCompression), aCase.itsFlag);
     }
-    for (const RWCString& aUID : {theLossless, theAny})
+    for (const RWCString& aUID : {kLossless, kAny})
     {
         const Outcome aBare = RunBareImage(Colour(), aUID, nullptr);
         ASSERT_EQ(aBare.Code(), 0) << aBare.Message();
-        EXPECT_EQ(aBare.Image()->isLossyImageCompression(), aUID == theAny);
+        EXPECT_EQ(aBare.Image()->isLossyImageCompression(), aUID == kAny);
         EXPECT_EQ(
             aBare.Image()->getCompressionRatio(),
             RoundedRatio(static_cast<double>(ColourPixels().size()), static_cast<double>(Colour().size())));

@@ -28,21 +28,21 @@ struct ExpectedFailure
 };
 
 #define HEADER_TEXT "JPEG2000Decoder::JPEG2000Decoder: "
-const char* const theComponentCount = HEADER_TEXT "Image component count not in (1, 3) as required by DICOM";
-const char* const theComponentOne = HEADER_TEXT "Component 1 dimensions != Component 0 dimensions";
-const char* const theDeepColour =
+const char* const kComponentCount = HEADER_TEXT "Image component count not in (1, 3) as required by DICOM";
+const char* const kComponentOne = HEADER_TEXT "Component 1 dimensions != Component 0 dimensions";
+const char* const kDeepColour =
     "JPEG2000Decoder::DecompressCurrentTile: bytes per output sample not 1 (DICOM only allows 1 bytes per "
     "sample for 3-component image)";
 
-const ExpectedFailure theExpectedFailures[] = {
-    {"jpeg2000/p0_06.j2k", theComponentCount, "four components"},
-    {"jpeg2000/p0_13.j2k", theComponentCount, "257 components"},
-    {"jp2/basn6a08.jp2", theComponentCount, "four components"},
-    {"jp2/Marrin.jp2", theComponentCount, "two components"},
-    {"jpeg2000/issue142.j2k", theComponentOne, "subsampled chrominance"},
-    {"jp2/issue411-ycc420.jp2", theComponentOne, "subsampled chrominance"},
-    {"jpeg2000/p0_08.j2k", theDeepColour, "three components of 12 bits"},
-    {"jp2/file7.jp2", theDeepColour, "three components of 16 bits"},
+const ExpectedFailure kExpectedFailures[] = {
+    {"jpeg2000/p0_06.j2k", kComponentCount, "four components"},
+    {"jpeg2000/p0_13.j2k", kComponentCount, "257 components"},
+    {"jp2/basn6a08.jp2", kComponentCount, "four components"},
+    {"jp2/Marrin.jp2", kComponentCount, "two components"},
+    {"jpeg2000/issue142.j2k", kComponentOne, "subsampled chrominance"},
+    {"jp2/issue411-ycc420.jp2", kComponentOne, "subsampled chrominance"},
+    {"jpeg2000/p0_08.j2k", kDeepColour, "three components of 12 bits"},
+    {"jp2/file7.jp2", kDeepColour, "three components of 16 bits"},
 };
 
 bool StartsWith(const std::string& theText, const std::string& theBeginning)
@@ -81,14 +81,14 @@ Bytes ToRaw(const Values& theValues, int theBytesPerSample)
 
 Bytes ReadReference(const std::string& theName)
 {
-    constexpr std::size_t theGzipHeader = 10;
+    constexpr std::size_t kGzipHeader = 10;
     const auto aFile = std::make_shared<Bytes>(SampleTable::ReadFile("reference/" + theName + ".raw.gz"));
-    if (aFile->size() <= theGzipHeader)
+    if (aFile->size() <= kGzipHeader)
     {
         return {};
     }
     InflatingInputStream aStream(
-        std::make_shared<MemoryInputStream>(aFile->data() + theGzipHeader, aFile->size() - theGzipHeader));
+        std::make_shared<MemoryInputStream>(aFile->data() + kGzipHeader, aFile->size() - kGzipHeader));
     Bytes aRaw(std::size_t{1} << 24);
     aRaw.resize(aStream.ReadFully(aRaw.data(), aRaw.size()));
     return aRaw;
@@ -116,12 +116,12 @@ int LargestDifference(const Bytes& theRaw, const Bytes& theReference, int theByt
 /// cut to the extent that the standard gives them.
 bool IsOneTooLarge(const std::string& theName, const SampleRow& theRow, const Renderable& theImage)
 {
-    constexpr const char* theOddImages[] = {"jpeg2000/b1_mono.j2c", "jpeg2000/b3_mono.j2c",
-                                            "jpeg2000/e2_colr.j2c", "jpeg2000/gray-33x29-off31-97.j2k",
-                                            "jpeg2000/p1_01.j2k"};
+    constexpr const char* kOddImages[] = {"jpeg2000/b1_mono.j2c", "jpeg2000/b3_mono.j2c",
+                                          "jpeg2000/e2_colr.j2c", "jpeg2000/gray-33x29-off31-97.j2k",
+                                          "jpeg2000/p1_01.j2k"};
     const int aColumns = static_cast<int>(theRow.itsWidth) - theImage.getColumns();
     const int aRows = static_cast<int>(theRow.itsHeight) - theImage.getRows();
-    return std::find(std::begin(theOddImages), std::end(theOddImages), theName) != std::end(theOddImages) &&
+    return std::find(std::begin(kOddImages), std::end(kOddImages), theName) != std::end(kOddImages) &&
            aColumns >= 0 && aColumns <= 1 && aRows >= 0 && aRows <= 1 && aColumns + aRows > 0;
 }
 
@@ -162,9 +162,9 @@ void CheckValues(const std::string& theName, const Renderable& theImage,
 const ExpectedFailure* FindExpectedFailure(const std::string& theFile)
 {
     const auto aFound =
-        std::find_if(std::begin(theExpectedFailures), std::end(theExpectedFailures),
+        std::find_if(std::begin(kExpectedFailures), std::end(kExpectedFailures),
                      [&](const ExpectedFailure& aFailure) { return theFile == aFailure.itsFile; });
-    return aFound == std::end(theExpectedFailures) ? nullptr : aFound;
+    return aFound == std::end(kExpectedFailures) ? nullptr : aFound;
 }
 
 void CheckBare(const std::string& theName, const std::vector<SampleRow>& theRows, int theScaleFactor)

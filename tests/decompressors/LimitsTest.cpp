@@ -67,7 +67,7 @@ Bytes WithFragments(int theCount)
     return aFile.Build();
 }
 
-const LimitCase theLimitCases[] = {
+const LimitCase kLimitCases[] = {
     {"pixels", &Limits::itsPixelsPerFrame, 6, Part10Files::Grey8(), 11,
      "The image is too large: 2 rows of 3 pixels, more than the limit of 5 in all"},
     {"bytes", &Limits::itsBytesPerFrame, 6, Part10Files::Grey8(), 11,
@@ -89,7 +89,7 @@ const LimitCase theLimitCases[] = {
 
 TEST(Limits, AreCrossedByOneMoreThanAllowed)
 {
-    for (const LimitCase& aCase : theLimitCases)
+    for (const LimitCase& aCase : kLimitCases)
     {
         SCOPED_TRACE(aCase.itsName);
         Limits aLimits;
@@ -182,17 +182,17 @@ TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
         return "JPEGDecoder: error (read " + aSize + " bytes so far): " + theRows +
                " pixels cannot come from " + aSize + " bytes";
     };
-    const std::string theLogicError = "A logic error occurred in the Decompressor: ";
-    const std::string theShort = "Failed to read the pixel data";
+    const std::string kLogicError = "A logic error occurred in the Decompressor: ";
+    const std::string kShort = "Failed to read the pixel data";
     const Bytes aBare = Inflated(aSpec, 10000);
     const std::string aBareText = aText(aBare, "10000 rows of 10000");
     for (const Case& aCase :
-         {Case{"native element", ShortNative(4, 4), 37, theShort},
-          Case{"native element that ends early", ShortNative(100000000, 4), 37, theShort},
+         {Case{"native element", ShortNative(4, 4), 37, kShort},
+          Case{"native element that ends early", ShortNative(100000000, 4), 37, kShort},
           Case{"JPEG", InflatedFile(TransferSyntaxType::TSJPEG50UID, aSpec, 10000), 38,
-               theLogicError + aBareText},
+               kLogicError + aBareText},
           Case{"lossless JPEG", InflatedFile(TransferSyntaxType::TSJPEG70UID, aDeepSpec, 500), 38,
-               theLogicError + aText(Inflated(aDeepSpec, 500), "500 rows of 500")}})
+               kLogicError + aText(Inflated(aDeepSpec, 500), "500 rows of 500")}})
     {
         SCOPED_TRACE(aCase.itsName);
         const Outcome anOutcome = RunPart10(aCase.itsFile, nullptr);

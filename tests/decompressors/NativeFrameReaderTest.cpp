@@ -41,23 +41,22 @@ TEST_P(NativeFrameReaderManners, GoesToWholeByteFrames)
 
 TEST_P(NativeFrameReaderManners, FindsFramesThatBeginInsideAByte)
 {
-    constexpr std::size_t theFrameBits = 13;
-    constexpr int theFrames = 7;
+    constexpr std::size_t kFrameBits = 13;
+    constexpr int kFrames = 7;
     const Bytes aValue{0x4d, 0xa3, 0x17, 0xf0, 0x9b, 0x62, 0xc5, 0x3e, 0x81, 0x5a, 0xd7, 0x0c}; // 91 bits
-    const std::vector<std::vector<int>> theWalks{{0, 1, 2, 3, 4, 5, 6}, {6}, {1, 3, 4}, {0, 5}};
-    for (const std::vector<int>& aWalk : theWalks)
+    const std::vector<std::vector<int>> kWalks{{0, 1, 2, 3, 4, 5, 6}, {6}, {1, 3, 4}, {0, 5}};
+    for (const std::vector<int>& aWalk : kWalks)
     {
         RecordingInputStream::Record aRecord;
         RecordingInputStream aStream(aValue, GetParam(), aRecord);
-        NativeFrameReader aReader(aStream, theFrameBits);
+        NativeFrameReader aReader(aStream, kFrameBits);
         for (const int aFrameIndex : aWalk)
         {
-            ASSERT_LT(aFrameIndex, theFrames);
+            ASSERT_LT(aFrameIndex, kFrames);
             const Bytes aFrame = ReadFrame(aReader, aFrameIndex, 2);
-            for (std::size_t i = 0; i < theFrameBits; ++i)
+            for (std::size_t i = 0; i < kFrameBits; ++i)
             {
-                EXPECT_EQ(Bit(aFrame, i),
-                          Bit(aValue, theFrameBits * static_cast<std::size_t>(aFrameIndex) + i))
+                EXPECT_EQ(Bit(aFrame, i), Bit(aValue, kFrameBits * static_cast<std::size_t>(aFrameIndex) + i))
                     << "frame " << aFrameIndex << " bit " << i;
             }
         }

@@ -66,11 +66,11 @@ TEST(Part10FrameLoader, AGreyFrameIsOneAllocation)
 {
     JpegSpec aSpec;
     aSpec.itsWidth = 16;
-    const std::vector<Bytes> theFiles{
+    const std::vector<Bytes> kFiles{
         Encapsulated(TransferSyntaxType::TSJPEG50UID, aSpec, "MONOCHROME2",
                      {MakeJpeg(aSpec, MakeSamples(aSpec))}),
         Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2", {RleFrame({Bytes(128, 5)})})};
-    for (const Bytes& aFile : theFiles)
+    for (const Bytes& aFile : kFiles)
     {
         for (const bool anUnsigned : {false, true})
         {
@@ -181,9 +181,8 @@ TEST(Part10FrameLoader, OnlyNativeFramesWithoutBytesAreNotCounted)
         std::uint16_t itsBitsAllocated;
         int itsCount;
     };
-    const char* const theJPEG2000 = "1.2.840.10008.1.2.4.90";
-    for (const Case& aCase :
-         {Case{"", 8, 7}, Case{"", 0, 1}, Case{theJPEG2000, 8, 7}, Case{theJPEG2000, 0, 7}})
+    const char* const kJPEG2000 = "1.2.840.10008.1.2.4.90";
+    for (const Case& aCase : {Case{"", 8, 7}, Case{"", 0, 1}, Case{kJPEG2000, 8, 7}, Case{kJPEG2000, 0, 7}})
     {
         DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, aCase.itsUID);
         aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 2, aCase.itsBitsAllocated, 8, 0, 7);

@@ -156,16 +156,16 @@ TEST(Part10ImageAttributes, NoSizeWraps)
         std::uint64_t itsSize;  ///< 0: refused
         const char* itsRefusal; ///< part of the message
     };
-    constexpr std::int32_t theMost = 2147483647;
-    constexpr const char* theUnknown = "18446744073709551615";
+    constexpr std::int32_t kMost = 2147483647;
+    constexpr const char* kUnknown = "18446744073709551615";
     for (const Case& aCase :
          {Case{3, 5, 1, 1, 2, ""}, Case{3, 5, 12, 1, 23, ""}, Case{3, 5, 16, 3, 90, ""},
           Case{16384, 8191, 16, 1, 268402688, ""}, Case{16384, 8192, 16, 1, 0, "268435456"},
           Case{46340, 46340, 8, 1, 0, "2147395600"},
           Case{65535, 65535, 8, 1, 0, "65535 rows of 65535 pixels"},
-          Case{theMost, theMost, 32767, 1, 0, "rows of 2147483647 pixels"}, Case{-1, 5, 8, 1, 0, theUnknown},
-          Case{3, -5, 8, 1, 0, theUnknown}, Case{3, 5, -8, 1, 0, theUnknown},
-          Case{3, 5, 32768, 1, 0, theUnknown}, Case{3, 5, 8, -1, 0, theUnknown}})
+          Case{kMost, kMost, 32767, 1, 0, "rows of 2147483647 pixels"}, Case{-1, 5, 8, 1, 0, kUnknown},
+          Case{3, -5, 8, 1, 0, kUnknown}, Case{3, 5, -8, 1, 0, kUnknown}, Case{3, 5, 32768, 1, 0, kUnknown},
+          Case{3, 5, 8, -1, 0, kUnknown}})
     {
         Part10ImageAttributes anAttributes;
         anAttributes.itsRows = aCase.itsRows;

@@ -22,7 +22,7 @@
 
 namespace
 {
-constexpr int theEveryFrame = -1;
+constexpr int kEveryFrame = -1;
 
 struct ExpectedFailure
 {
@@ -42,49 +42,48 @@ struct ExpectedFailure
 #define UNCONVERTED_DEEP(theBytesRead)                                                                       \
     "JPEGDecoder: error (read " theBytesRead " bytes so far): Unsupported color conversion request"
 
-const char* const theFourComponents = "four components: the JPEG codecs deliver grey and RGB only";
-const char* const theOddSegment = "RLE segments of odd length are refused";
-const char* const theOneBitRLE =
-    "RLE of bit-packed pixels needs a byte a pixel, more than one-bit frames have";
+const char* const kFourComponents = "four components: the JPEG codecs deliver grey and RGB only";
+const char* const kOddSegment = "RLE segments of odd length are refused";
+const char* const kOneBitRLE = "RLE of bit-packed pixels needs a byte a pixel, more than one-bit frames have";
 
-const ExpectedFailure theExpectedFailures[] = {
-    {"dicom/OT-PAL-8-face.dcm", theEveryFrame, 38,
+const ExpectedFailure kExpectedFailures[] = {
+    {"dicom/OT-PAL-8-face.dcm", kEveryFrame, 38,
      "Error reading Part10Header, possible corruption: Part10InputStreamInputStream::Open: not a DICOM Part "
      "10 stream (no preamble with \"DICM\")",
      "a data set without file meta information; decoded behind one below"},
-    {"dicom/SC_rgb_rle_32bit.dcm", theEveryFrame, 12,
+    {"dicom/SC_rgb_rle_32bit.dcm", kEveryFrame, 12,
      "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "
      "DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB: bits allocated > 16 - not supported",
      "colour of 32 bits a sample has no conversion"},
-    {"dicom/liver_nonbyte_aligned_rle.dcm", theEveryFrame, 62,
-     "RLEDecoder::Decode: destination buffer size < ", theOneBitRLE},
-    {"dicom/rtdose_rle.dcm", 1, 62, ODD_SEGMENT("221", "3"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 5, 62, ODD_SEGMENT("219", "3"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 6, 62, ODD_SEGMENT("221", "3"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 7, 62, ODD_SEGMENT("221", "3"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 8, 62, ODD_SEGMENT("221", "3"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 9, 62, ODD_SEGMENT("113", "2"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 13, 62, ODD_SEGMENT("107", "2"), theOddSegment},
-    {"dicom/rtdose_rle.dcm", 14, 62, ODD_SEGMENT("197", "3"), theOddSegment},
-    {"jpeg/A1.JPG", theEveryFrame, 62, UNCONVERTED("32108"), theFourComponents},
-    {"jpeg/C1.JPG", theEveryFrame, 62, UNCONVERTED("27773"), theFourComponents},
-    {"jpeg/C2.JPG", theEveryFrame, 62, UNCONVERTED("27923"), theFourComponents},
-    {"jpeg/O1.JPG", theEveryFrame, 62, UNCONVERTED("32768"), theFourComponents},
-    {"jpeg/jpg-cmyk-1.jpg", theEveryFrame, 62, UNCONVERTED("1498"), theFourComponents},
-    {"jpeg/E1.JPG", theEveryFrame, 0, UNCONVERTED_DEEP("32768"), theFourComponents},
-    {"jpeg/O2.JPG", theEveryFrame, 0, UNCONVERTED_DEEP("32768"), theFourComponents},
+    {"dicom/liver_nonbyte_aligned_rle.dcm", kEveryFrame, 62, "RLEDecoder::Decode: destination buffer size < ",
+     kOneBitRLE},
+    {"dicom/rtdose_rle.dcm", 1, 62, ODD_SEGMENT("221", "3"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 5, 62, ODD_SEGMENT("219", "3"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 6, 62, ODD_SEGMENT("221", "3"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 7, 62, ODD_SEGMENT("221", "3"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 8, 62, ODD_SEGMENT("221", "3"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 9, 62, ODD_SEGMENT("113", "2"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 13, 62, ODD_SEGMENT("107", "2"), kOddSegment},
+    {"dicom/rtdose_rle.dcm", 14, 62, ODD_SEGMENT("197", "3"), kOddSegment},
+    {"jpeg/A1.JPG", kEveryFrame, 62, UNCONVERTED("32108"), kFourComponents},
+    {"jpeg/C1.JPG", kEveryFrame, 62, UNCONVERTED("27773"), kFourComponents},
+    {"jpeg/C2.JPG", kEveryFrame, 62, UNCONVERTED("27923"), kFourComponents},
+    {"jpeg/O1.JPG", kEveryFrame, 62, UNCONVERTED("32768"), kFourComponents},
+    {"jpeg/jpg-cmyk-1.jpg", kEveryFrame, 62, UNCONVERTED("1498"), kFourComponents},
+    {"jpeg/E1.JPG", kEveryFrame, 0, UNCONVERTED_DEEP("32768"), kFourComponents},
+    {"jpeg/O2.JPG", kEveryFrame, 0, UNCONVERTED_DEEP("32768"), kFourComponents},
 };
 
 const ExpectedFailure* FindExpectedFailure(const std::string& theFile, int theFrame)
 {
     const auto aFound =
-        std::find_if(std::begin(theExpectedFailures), std::end(theExpectedFailures),
+        std::find_if(std::begin(kExpectedFailures), std::end(kExpectedFailures),
                      [&](const ExpectedFailure& aFailure)
                      {
                          return theFile == aFailure.itsFile &&
-                                (aFailure.itsFrame == theEveryFrame || aFailure.itsFrame == theFrame);
+                                (aFailure.itsFrame == kEveryFrame || aFailure.itsFrame == theFrame);
                      });
-    return aFound == std::end(theExpectedFailures) ? nullptr : aFound;
+    return aFound == std::end(kExpectedFailures) ? nullptr : aFound;
 }
 
 bool StartsWith(const std::string& theText, const std::string& theBeginning)
@@ -184,24 +183,24 @@ private:
 
 PlainPalette ReadPalette(const DICOMDataObject& theHeader)
 {
-    constexpr DICOMTag theData[] = {DICOMTags::RedPaletteColorLookupTableData,
-                                    DICOMTags::GreenPaletteColorLookupTableData,
-                                    DICOMTags::BluePaletteColorLookupTableData};
-    constexpr DICOMTag theSegments[] = {DICOMTags::SegmentedRedPaletteColorLookupTableData,
-                                        DICOMTags::SegmentedGreenPaletteColorLookupTableData,
-                                        DICOMTags::SegmentedBluePaletteColorLookupTableData};
+    constexpr DICOMTag kData[] = {DICOMTags::RedPaletteColorLookupTableData,
+                                  DICOMTags::GreenPaletteColorLookupTableData,
+                                  DICOMTags::BluePaletteColorLookupTableData};
+    constexpr DICOMTag kSegments[] = {DICOMTags::SegmentedRedPaletteColorLookupTableData,
+                                      DICOMTags::SegmentedGreenPaletteColorLookupTableData,
+                                      DICOMTags::SegmentedBluePaletteColorLookupTableData};
     PlainPalette aPalette;
     theHeader.GetBytes(DICOMTags::RedPaletteColorLookupTableDescriptor, aPalette.itsDescriptor);
     for (std::size_t i = 0; i < 3; ++i)
     {
         Bytes aSegments;
-        if (theHeader.GetBytes(theSegments[i], aSegments))
+        if (theHeader.GetBytes(kSegments[i], aSegments))
         {
             aPalette.itsChannels[i] = PlainExpandSegments(aSegments);
         }
         else
         {
-            theHeader.GetBytes(theData[i], aPalette.itsChannels[i]);
+            theHeader.GetBytes(kData[i], aPalette.itsChannels[i]);
         }
     }
     return aPalette;
@@ -386,12 +385,12 @@ void CheckJpeg(const std::string& theName, const Bytes& theStream, const std::ve
     EXPECT_EQ(Hash(anOutcome.Pixels()), ExpectedHash(theRows, aConverted ? "RGB (YCbCr->RGB" : "stored"));
 }
 
-const char* const theHalfExchangedFile = "dicom/SC_rgb_small_odd_big_endian.dcm";
+const char* const kHalfExchangedFile = "dicom/SC_rgb_small_odd_big_endian.dcm";
 
 /// The row of this file was made by a tool that took the words of its big-endian lookup table for
 /// little-endian ones. The other file is the same image in little-endian, with the same stored samples.
-const char* const theBigEndianTwin = "dicom/gen_be_8bit_ow_mono.dcm";
-const char* const theLittleEndianTwin = "dicom/examples_palette.dcm";
+const char* const kBigEndianTwin = "dicom/gen_be_8bit_ow_mono.dcm";
+const char* const kLittleEndianTwin = "dicom/examples_palette.dcm";
 } // namespace
 
 class SampleWalk : public testing::Test
@@ -425,11 +424,11 @@ TEST_F(SampleWalk, EveryFileOfTheTableMatchesOrFailsAsListed)
             {
                 CheckJpeg(aName, aBytes, aRows);
             }
-            else if (aName != theHalfExchangedFile)
+            else if (aName != kHalfExchangedFile)
             {
                 CheckDicomFrame(aName, aBytes, aFrame,
-                                aName == theBigEndianTwin ? aTable.GetFiles().at(theLittleEndianTwin).at(0)
-                                                          : aRows);
+                                aName == kBigEndianTwin ? aTable.GetFiles().at(kLittleEndianTwin).at(0)
+                                                        : aRows);
             }
         }
     }
@@ -440,9 +439,9 @@ TEST_F(SampleWalk, BigEndianColourIsExchangedOverAsManyWordsAsThereArePixels)
     // 3 × 3 pixels of 8-bit RGB in OW words: the exchange counts pixels, so that it reaches 18 of the 27
     // bytes and the rest stays as it stands in the file. No row has that form.
     const SampleTable aTable = SampleTable::Load();
-    SampleFile aFile(SampleTable::ReadFile(theHalfExchangedFile));
+    SampleFile aFile(SampleTable::ReadFile(kHalfExchangedFile));
     const Bytes aSwapped = aFile.GetStoredSamples(0);
-    EXPECT_EQ(Hash(aSwapped), ExpectedHash(aTable.GetFiles().at(theHalfExchangedFile).at(0), "stored"));
+    EXPECT_EQ(Hash(aSwapped), ExpectedHash(aTable.GetFiles().at(kHalfExchangedFile).at(0), "stored"));
     DICOMDataObject aDataSet;
     const Bytes aDelivered = RunPart10(aFile.GetBytes(), &aDataSet).Pixels();
     ASSERT_EQ(aDelivered.size(), 27u);
@@ -456,13 +455,13 @@ TEST_F(SampleWalk, BigEndianColourIsExchangedOverAsManyWordsAsThereArePixels)
 
 TEST_F(SampleWalk, ABareDataSetDecodesBehindFileMetaInformation)
 {
-    const std::string theName = "dicom/OT-PAL-8-face.dcm";
+    const std::string kName = "dicom/OT-PAL-8-face.dcm";
     const Bytes aWrapped =
-        DicomBuilder(DicomBuilder::Syntax::IMPLICIT_LITTLE).AddRaw(SampleTable::ReadFile(theName)).Build();
+        DicomBuilder(DicomBuilder::Syntax::IMPLICIT_LITTLE).AddRaw(SampleTable::ReadFile(kName)).Build();
     const SampleTable aTable = SampleTable::Load();
     SampleFile aFile(aWrapped);
     DICOMDataObject aDataSet;
-    CheckDeliveredFrame(aFile, 0, RunPart10(aWrapped, &aDataSet), aTable.GetFiles().at(theName).at(0));
+    CheckDeliveredFrame(aFile, 0, RunPart10(aWrapped, &aDataSet), aTable.GetFiles().at(kName).at(0));
 }
 
 TEST_F(SampleWalk, DamagedFilesEndInAnErrorOrInPixels)

@@ -10,8 +10,8 @@
 
 namespace
 {
-const DICOMTag theValueRangeTags[] = {{0x0028, 0x0106}, {0x0028, 0x0107}, {0x0028, 0x0108},
-                                      {0x0028, 0x0109}, {0x0028, 0x0110}, {0x0028, 0x0111}};
+const DICOMTag kValueRangeTags[] = {{0x0028, 0x0106}, {0x0028, 0x0107}, {0x0028, 0x0108},
+                                    {0x0028, 0x0109}, {0x0028, 0x0110}, {0x0028, 0x0111}};
 
 /// A decoded image and the call over it. The result argument is never looked at and belongs to a room
 /// above, so a reference to some storage stands for it.
@@ -46,13 +46,13 @@ TEST(FixupDICOMObject, PhotometricInterpretationIsReplacedAndTheFirstOneKept)
         const char* itsAfter;
         const char* itsKept;
     };
-    const Row theRows[] = {{Renderable::MONOCHROME1, "MONOCHROME1", "MONOCHROME1", "MONOCHROME1"},
-                           {Renderable::MONOCHROME2, "PALETTE COLOR", "MONOCHROME2", "PALETTE COLOR"},
-                           {Renderable::RGB, "YBR_FULL_422", "RGB", "YBR_FULL_422"},
-                           {Renderable::YBR_ICT, "YBR_ICT", "RGB", "YBR_ICT"},
-                           {Renderable::INVALID, nullptr, "RGB", "RGB"},
-                           {Renderable::MONOCHROME1, nullptr, "MONOCHROME1", "MONOCHROME1"}};
-    for (const Row& aRow : theRows)
+    const Row kRows[] = {{Renderable::MONOCHROME1, "MONOCHROME1", "MONOCHROME1", "MONOCHROME1"},
+                         {Renderable::MONOCHROME2, "PALETTE COLOR", "MONOCHROME2", "PALETTE COLOR"},
+                         {Renderable::RGB, "YBR_FULL_422", "RGB", "YBR_FULL_422"},
+                         {Renderable::YBR_ICT, "YBR_ICT", "RGB", "YBR_ICT"},
+                         {Renderable::INVALID, nullptr, "RGB", "RGB"},
+                         {Renderable::MONOCHROME1, nullptr, "MONOCHROME1", "MONOCHROME1"}};
+    for (const Row& aRow : kRows)
     {
         DataSetMaker aSet;
         if (aRow.itsBefore != nullptr)
@@ -83,7 +83,7 @@ TEST(FixupDICOMObject, LayoutIsDescribedAndTheFirstOneKept)
         const char* itsKeptSamples;
         const char* itsKeptPlanar;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"palette to RGB", 3, 1, -1, 3, 0, "1", "0"},
         {"planes to pixels", 3, 3, 1, 3, 0, "(absent)", "1"},
         {"any other planar value counts as planes", 3, 3, 7, 3, 0, "(absent)", "1"},
@@ -93,7 +93,7 @@ TEST(FixupDICOMObject, LayoutIsDescribedAndTheFirstOneKept)
         {"five samples are not kept", 3, 5, 0, 3, 0, "(absent)", "0"},
         {"no samples are not kept", 1, 0, -1, 1, -1, "(absent)", "(absent)"},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         DataSetMaker aSet;
@@ -168,8 +168,8 @@ TEST(FixupDICOMObject, PaletteAttributesStayWhenAllPalettesAreInMemory)
 // Bytes are turned (in the library's own way, a copy) exactly when the two orders differ, once.
 TEST(FixupDICOMObject, PixelOrderFollowsTheElementElseTheDataSet)
 {
-    constexpr auto theLittle = DLEndian::LITTLE_ENDIAN_ORDER;
-    constexpr auto theBig = DLEndian::BIG_ENDIAN_ORDER;
+    constexpr auto kLittle = DLEndian::LITTLE_ENDIAN_ORDER;
+    constexpr auto kBig = DLEndian::BIG_ENDIAN_ORDER;
     struct Row
     {
         const char* itsName;
@@ -180,18 +180,18 @@ TEST(FixupDICOMObject, PixelOrderFollowsTheElementElseTheDataSet)
         DLEndian::Endian itsElement;
         bool itsTurned;
     };
-    const Row theRows[] = {
-        {"alike", 16, true, theBig, true, theLittle, false},
-        {"big pixels, little element", 16, false, theBig, true, theLittle, true},
-        {"little pixels, big element", 16, true, theLittle, true, theBig, true},
-        {"big alike", 16, false, theLittle, true, theBig, false},
-        {"8 bits never", 8, false, theLittle, true, theLittle, false},
-        {"no element, little set", 16, false, theLittle, false, theLittle, true},
-        {"no element, big set", 16, true, theBig, false, theLittle, true},
-        {"no element, alike", 16, true, theLittle, false, theLittle, false},
-        {"no element, 8 bits", 8, true, theBig, false, theLittle, false},
+    const Row kRows[] = {
+        {"alike", 16, true, kBig, true, kLittle, false},
+        {"big pixels, little element", 16, false, kBig, true, kLittle, true},
+        {"little pixels, big element", 16, true, kLittle, true, kBig, true},
+        {"big alike", 16, false, kLittle, true, kBig, false},
+        {"8 bits never", 8, false, kLittle, true, kLittle, false},
+        {"no element, little set", 16, false, kLittle, false, kLittle, true},
+        {"no element, big set", 16, true, kBig, false, kLittle, true},
+        {"no element, alike", 16, true, kLittle, false, kLittle, false},
+        {"no element, 8 bits", 8, true, kBig, false, kLittle, false},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         DataSetMaker aSet(aRow.itsDataSet);
@@ -219,7 +219,7 @@ TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
         const char* itsCompression;
         const char* itsAfter;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {nullptr, "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
         {"", "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
         {"ORIGINAL", "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
@@ -230,7 +230,7 @@ TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
         {"\\PRIMARY", "JP2", "DERIVED\\PRIMARY\\\\JP2K LOSSY"},
         {"ORIGINAL\\PRIMARY", "RLE", "DERIVED\\PRIMARY\\\\LOSSY"},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         DataSetMaker aSet;
         if (aRow.itsBefore != nullptr)
@@ -269,7 +269,7 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
         const char* itsDescription;
         const char* itsRatioAfter;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"JPG", 10, nullptr, nullptr, "ISO_10918_1", "LOSSY JPEG COMPRESSION 10:1 (QUORIX)", "10"},
         {"jp2", 7, nullptr, nullptr, "ISO_15444_1", "LOSSY JPEG 2000 COMPRESSION 7:1 (QUORIX)", "7"},
         {"JPG", 10, "ISO_15444_1", "5.5", "ISO_15444_1\\ISO_10918_1", "LOSSY JPEG COMPRESSION 10:1 (QUORIX)",
@@ -280,7 +280,7 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
         {"XYZ", 10, "ISO_15444_1", nullptr, "ISO_15444_1", "LOSSY  COMPRESSION 10:1 (QUORIX)", "10"},
         {"XYZ", 10, nullptr, nullptr, "(absent)", "LOSSY  COMPRESSION 10:1 (QUORIX)", "10"},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsDescription);
         DataSetMaker aSet;
@@ -293,7 +293,7 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
         {
             aSet.SetText(DICOMTags::LossyImageCompressionRatio, aRow.itsRatioBefore);
         }
-        for (const DICOMTag aTag : theValueRangeTags)
+        for (const DICOMTag aTag : kValueRangeTags)
         {
             aSet.SetNumber(aTag, 1);
         }
@@ -307,7 +307,7 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
             EXPECT_EQ(aSet.GetText(DICOMTags::DerivationDescription), aRow.itsDescription);
             EXPECT_EQ(aSet.GetText(DICOMTags::LossyImageCompressionRatio), aRow.itsRatioAfter);
         }
-        for (const DICOMTag aTag : theValueRangeTags)
+        for (const DICOMTag aTag : kValueRangeTags)
         {
             EXPECT_FALSE(aSet->Contains(aTag)) << aTag.itsElement;
         }
@@ -316,7 +316,7 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
 
 namespace
 {
-constexpr const char* theClass = "1.2.840.10008.5.1.4.1.1.2";
+constexpr const char* kClass = "1.2.840.10008.5.1.4.1.1.2";
 
 void SetUIDs(DataSetMaker& theSet, const char* theClassUID, const char* theInstanceUID)
 {
@@ -337,13 +337,13 @@ TEST(FixupDICOMObject, SourceImageIsTheOriginalInstanceElseThisOne)
     for (const bool aHasOriginal : {true, false})
     {
         DataSetMaker aSet;
-        SetUIDs(aSet, theClass, "1.2.3");
+        SetUIDs(aSet, kClass, "1.2.3");
         aSet->ReplaceVR(aSet.GetFactory().CreatePrivateString(*aSet, "QUORIX0", "OrigSOPInstUID",
                                                               aHasOriginal ? "9.8.7" : ""));
         Fixup().Run(aSet, "JPG");
         Fixup().Run(aSet, "JPG");
         ASSERT_EQ(aSet->GetSequenceItemCount(DICOMTags::SourceImageSequence), 1u) << "once for two passes";
-        EXPECT_EQ(GetSource(aSet, 0, DICOMTags::SOPClassUID), theClass);
+        EXPECT_EQ(GetSource(aSet, 0, DICOMTags::SOPClassUID), kClass);
         EXPECT_EQ(GetSource(aSet, 0, DICOMTags::SOPInstanceUID), aHasOriginal ? "9.8.7" : "1.2.3");
     }
 }
@@ -351,7 +351,7 @@ TEST(FixupDICOMObject, SourceImageIsTheOriginalInstanceElseThisOne)
 TEST(FixupDICOMObject, SourceImageJoinsThoseThatAreThere)
 {
     DataSetMaker aSet;
-    SetUIDs(aSet, theClass, "1.2.3");
+    SetUIDs(aSet, kClass, "1.2.3");
     aSet->ReplaceVR(aSet.GetFactory().CreateSequence(DICOMTags::SourceImageSequence));
     DICOMDataObject anItem;
     anItem.ReplaceVR(aSet.GetFactory().CreateUID(DICOMTags::SOPInstanceUID, "5.5"));
@@ -365,7 +365,7 @@ TEST(FixupDICOMObject, SourceImageJoinsThoseThatAreThere)
 TEST(FixupDICOMObject, SomethingElseInPlaceOfTheSequenceIsReplaced)
 {
     DataSetMaker aSet;
-    SetUIDs(aSet, theClass, "1.2.3");
+    SetUIDs(aSet, kClass, "1.2.3");
     aSet->ReplaceVR(
         aSet.GetFactory().CreateString(DICOMTags::SourceImageSequence, VR::MakeTypeCode('L', 'O'), "text"));
     Fixup().Run(aSet, "JPG");
@@ -374,8 +374,8 @@ TEST(FixupDICOMObject, SomethingElseInPlaceOfTheSequenceIsReplaced)
 
 TEST(FixupDICOMObject, SourceImageNeedsBothUIDs)
 {
-    const std::pair<const char*, const char*> theCases[] = {{"", "1.2.3"}, {theClass, ""}, {"", ""}};
-    for (const auto& [aClassUID, anInstanceUID] : theCases)
+    const std::pair<const char*, const char*> kCases[] = {{"", "1.2.3"}, {kClass, ""}, {"", ""}};
+    for (const auto& [aClassUID, anInstanceUID] : kCases)
     {
         DataSetMaker aSet;
         SetUIDs(aSet, aClassUID, anInstanceUID);

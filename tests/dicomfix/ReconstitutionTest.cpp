@@ -11,17 +11,17 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
-const DICOMTag thePaletteTags[] = {{0x0028, 0x1101}, {0x0028, 0x1102}, {0x0028, 0x1103}, {0x0028, 0x1201},
-                                   {0x0028, 0x1202}, {0x0028, 0x1203}, {0x0028, 0x1221}, {0x0028, 0x1222},
-                                   {0x0028, 0x1223}, {0x0028, 0x1199}, {0x0028, 0x1111}, {0x0028, 0x1112},
-                                   {0x0028, 0x1113}, {0x0028, 0x1211}, {0x0028, 0x1212}, {0x0028, 0x1213},
-                                   {0x0028, 0x1214}};
+const DICOMTag kPaletteTags[] = {{0x0028, 0x1101}, {0x0028, 0x1102}, {0x0028, 0x1103}, {0x0028, 0x1201},
+                                 {0x0028, 0x1202}, {0x0028, 0x1203}, {0x0028, 0x1221}, {0x0028, 0x1222},
+                                 {0x0028, 0x1223}, {0x0028, 0x1199}, {0x0028, 0x1111}, {0x0028, 0x1112},
+                                 {0x0028, 0x1113}, {0x0028, 0x1211}, {0x0028, 0x1212}, {0x0028, 0x1213},
+                                 {0x0028, 0x1214}};
 
 /// Every palette attribute there is. theEntries: what the descriptors of red, green and blue declare; the
 /// data has two.
 void AddPaletteAttributes(DataSetMaker& theSet, const std::uint16_t (&theEntries)[3])
 {
-    for (const DICOMTag aTag : thePaletteTags)
+    for (const DICOMTag aTag : kPaletteTags)
     {
         const int aKind = aTag.itsElement & 0xfff0;
         const std::uint16_t aChannel = static_cast<std::uint16_t>((aTag.itsElement & 0xf) - 1);
@@ -53,11 +53,11 @@ struct CaptureRow
 // A palette that declares more entries than its data has is malformed; the others are kept.
 TEST(PaletteCapture, KeepsWhatMakesSenseAndRemovesAllAttributes)
 {
-    const CaptureRow theRows[] = {{"all good", {2, 2, 2}, {true, true, true}},
-                                  {"malformed red", {9, 2, 2}, {false, true, true}},
-                                  {"malformed green", {2, 9, 2}, {true, false, true}},
-                                  {"malformed blue", {2, 2, 9}, {true, true, false}}};
-    for (const CaptureRow& aRow : theRows)
+    const CaptureRow kRows[] = {{"all good", {2, 2, 2}, {true, true, true}},
+                                {"malformed red", {9, 2, 2}, {false, true, true}},
+                                {"malformed green", {2, 9, 2}, {true, false, true}},
+                                {"malformed blue", {2, 2, 9}, {true, true, false}}};
+    for (const CaptureRow& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         DataSetMaker aSet;

@@ -59,15 +59,15 @@ std::string Describe(const Request& theRequest)
            " passes " + std::to_string(theRequest.itsPasses);
 }
 
-constexpr std::int32_t theGuard = 0x5A5A;
-constexpr std::uint32_t theMargin = 3; ///< samples right of each row that nobody may write
+constexpr std::int32_t kGuard = 0x5A5A;
+constexpr std::uint32_t kMargin = 3; ///< samples right of each row that nobody may write
 
 /// What a store writes, after a check of everything around it.
 template <class Sample, class... More>
 std::vector<double> StoreAll(const BlockDecoder& theDecoder, const Request& theRequest, More... theMore)
 {
-    const std::uint32_t aStride = theRequest.itsWidth + theMargin;
-    std::vector<Sample> aRows(std::size_t{aStride} * theRequest.itsHeight, static_cast<Sample>(theGuard));
+    const std::uint32_t aStride = theRequest.itsWidth + kMargin;
+    std::vector<Sample> aRows(std::size_t{aStride} * theRequest.itsHeight, static_cast<Sample>(kGuard));
     theDecoder.Store(aRows.data(), aStride, theMore...);
     std::vector<double> aSamples;
     for (std::size_t i = 0; i < aRows.size(); ++i)
@@ -78,7 +78,7 @@ std::vector<double> StoreAll(const BlockDecoder& theDecoder, const Request& theR
         }
         else
         {
-            EXPECT_EQ(aRows[i], static_cast<Sample>(theGuard)) << "wrote beside a row";
+            EXPECT_EQ(aRows[i], static_cast<Sample>(kGuard)) << "wrote beside a row";
         }
     }
     return aSamples;
@@ -154,14 +154,14 @@ TEST(BlockDecoder, AgreesWithThePlainDecoderWhereverPassesEnd)
 
 TEST(BlockDecoder, TakesEveryShapeOfBlock)
 {
-    constexpr Size theSizes[] = {{1, 1},    {1, 4},    {4, 1},    {3, 5},    {5, 3},    {16, 4},   {17, 4},
-                                 {15, 9},   {32, 8},   {33, 6},   {64, 64},  {1, 1024}, {4, 1024}, {1024, 1},
-                                 {1024, 4}, {1021, 3}, {128, 32}, {31, 128}, {48, 47}};
+    constexpr Size kSizes[] = {{1, 1},    {1, 4},    {4, 1},    {3, 5},    {5, 3},    {16, 4},   {17, 4},
+                               {15, 9},   {32, 8},   {33, 6},   {64, 64},  {1, 1024}, {4, 1024}, {1024, 1},
+                               {1024, 4}, {1021, 3}, {128, 32}, {31, 128}, {48, 47}};
     std::uint32_t aSeed = 0;
     ForEachTarget(
         [&]
         {
-            for (const Size& aSize : theSizes)
+            for (const Size& aSize : kSizes)
             {
                 for (const unsigned int aStyle : {0U, 8U, 1U, 63U})
                 {
@@ -174,7 +174,7 @@ TEST(BlockDecoder, TakesEveryShapeOfBlock)
 
 TEST(BlockDecoder, TakesEveryDepth)
 {
-    for (std::uint32_t aPlanes = 0; aPlanes <= j2k::CodedBlock::theMaxBitPlanes; ++aPlanes)
+    for (std::uint32_t aPlanes = 0; aPlanes <= j2k::CodedBlock::kMaxBitPlanes; ++aPlanes)
     {
         for (const double aScale : {0.0, 0.01, 0.3})
         {

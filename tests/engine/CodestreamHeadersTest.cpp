@@ -177,7 +177,7 @@ TEST(CodestreamSegments, TileGeometry)
     EXPECT_THAT((std::vector{aPart.itsX0, aPart.itsY0, aPart.itsX1, aPart.itsY1}), ElementsAre(3, 1, 6, 3));
 }
 
-const Builder::Image theTwoTiles{.itsTileWidth = 8};
+const Builder::Image kTwoTiles{.itsTileWidth = 8};
 
 std::vector<Bytes> PackedHeadersOf(const Builder& theBuilder)
 {
@@ -204,7 +204,7 @@ TEST(CodestreamPackedHeaders, MainHeaderSplitsAnywhereInAnyOrder)
         Bytes aSecond(aMiddle, aAll.end());
         aFirst.insert(aFirst.begin(), 3);
         aSecond.insert(aSecond.begin(), 200);
-        Builder aBuilder = Builder::Begin(theTwoTiles).Segment(0xFF60, aSecond).Segment(0xFF60, aFirst);
+        Builder aBuilder = Builder::Begin(kTwoTiles).Segment(0xFF60, aSecond).Segment(0xFF60, aFirst);
         aBuilder.Add({.itsTile = 1, .itsParts = 2}).Add({}).Add({.itsTile = 1, .itsPart = 1, .itsParts = 2});
         EXPECT_THAT(PackedHeadersOf(aBuilder.Eoc()), ElementsAre(Bytes{21}, Bytes{11, 12, 31, 32, 33}))
             << aSplit;
@@ -214,7 +214,7 @@ TEST(CodestreamPackedHeaders, MainHeaderSplitsAnywhereInAnyOrder)
 /// Indices begin anew in every tile-part.
 TEST(CodestreamPackedHeaders, TileHeadersAreSorted)
 {
-    Builder aBuilder = Builder::Begin(theTwoTiles);
+    Builder aBuilder = Builder::Begin(kTwoTiles);
     const Builder aFirst = Builder().Segment(0xFF61, {2, 3}).Segment(0xFF61, {0, 1}).Segment(0xFF61, {1, 2});
     aBuilder.Add({.itsParts = 2, .itsHeader = aFirst.GetBytes()});
     aBuilder.Add({.itsTile = 1, .itsHeader = Builder().Segment(0xFF61, {0, 9}).GetBytes()});
@@ -224,7 +224,7 @@ TEST(CodestreamPackedHeaders, TileHeadersAreSorted)
 
 TEST(CodestreamPackedHeaders, LengthsBeyondTheEndGiveWhatIsThere)
 {
-    const Builder aMain = Builder::Begin(theTwoTiles).Segment(0xFF60, {0, 0xFF, 0xFF, 0xFF, 0xFF, 5, 6});
+    const Builder aMain = Builder::Begin(kTwoTiles).Segment(0xFF60, {0, 0xFF, 0xFF, 0xFF, 0xFF, 5, 6});
     EXPECT_THAT(PackedHeadersOf(Builder(aMain).Add({}).Add({.itsTile = 1}).Eoc()),
                 ElementsAre(Bytes{5, 6}, Bytes{}));
 }
@@ -240,7 +240,7 @@ struct LevelsCase
 TEST(CodestreamFewestLevels, OverTilesAndComponents)
 {
     const auto Cod = [](int theLevels) { return Builder().Cod({.itsStyle = {.itsLevels = theLevels}}); };
-    const LevelsCase theCases[] = {
+    const LevelsCase kCases[] = {
         {2, {Builder(), Builder()}, 2},
         {2, {Cod(1), Builder()}, 1},
         {2, {Cod(4), Builder()}, 2},
@@ -249,7 +249,7 @@ TEST(CodestreamFewestLevels, OverTilesAndComponents)
         {2, {Cod(5), Cod(4).Coc(1, {.itsLevels = 0})}, 0},
         {2, {Cod(0).Coc(0, {.itsLevels = 3}).Coc(1, {.itsLevels = 4}), Cod(5)}, 3},
     };
-    for (const LevelsCase& aCase : theCases)
+    for (const LevelsCase& aCase : kCases)
     {
         Builder aBuilder = Builder::Begin({.itsTileWidth = 8, .itsComponents = {{}, {}}},
                                           {.itsStyle = {.itsLevels = aCase.itsMain}}, StepsOf(4));
@@ -261,7 +261,7 @@ TEST(CodestreamFewestLevels, OverTilesAndComponents)
         Reading aReading(aBuilder.Eoc().GetBytes());
         EXPECT_EQ(aReading.itsReader.GetFewestLevels(), static_cast<unsigned int>(aCase.itsMain));
         aReading.itsReader.ReadAll();
-        EXPECT_EQ(aReading.itsReader.GetFewestLevels(), aCase.itsFewest) << &aCase - theCases;
+        EXPECT_EQ(aReading.itsReader.GetFewestLevels(), aCase.itsFewest) << &aCase - kCases;
     }
 }
 

@@ -22,7 +22,7 @@ using Builder = CodestreamBuilder;
 using Bytes = Builder::Bytes;
 using Reading = CodestreamReading;
 
-constexpr std::size_t theTiles = 2;
+constexpr std::size_t kTiles = 2;
 
 /// A body without markers that has FF at every place.
 Bytes MakeBody(std::size_t theSize)
@@ -185,15 +185,15 @@ TEST(CodestreamSourceFailures, ExceptionsPass)
 /// Lengths that lead behind every later tile-part: going back each time would take minutes here.
 TEST(CodestreamSourceFailures, ManyWrongLengthsTakeLinearTime)
 {
-    constexpr int theParts = 60000;
+    constexpr int kParts = 60000;
     Builder aBuilder = Builder::Begin();
-    for (int aPart = 0; aPart < theParts; ++aPart)
+    for (int aPart = 0; aPart < kParts; ++aPart)
     {
         aBuilder.Add({.itsPart = aPart & 0xFF, .itsParts = 0, .itsBody = {7}, .itsLength = 0x7FFFFFFF});
     }
     const auto aStart = std::chrono::steady_clock::now();
     Reading aReading(aBuilder.Eoc().GetBytes());
-    EXPECT_EQ(aReading.itsReader.TakeTile(0)->itsBodyBytes, std::size_t(theParts));
+    EXPECT_EQ(aReading.itsReader.TakeTile(0)->itsBodyBytes, std::size_t(kParts));
     EXPECT_LT(std::chrono::steady_clock::now() - aStart, std::chrono::seconds(10));
 }
 
@@ -218,8 +218,8 @@ TEST(CodestreamDamage, NeverMoreThanAReport)
     const Bytes aSecond = MakeStream(60, true).GetBytes();
     std::mt19937 aRandom(20240517);
     int aReported = 0;
-    constexpr int theRounds = 20000;
-    for (int aRound = 0; aRound < theRounds; ++aRound)
+    constexpr int kRounds = 20000;
+    for (int aRound = 0; aRound < kRounds; ++aRound)
     {
         Bytes aBytes = aRound % 2 == 0 ? aFirst : aSecond;
         for (unsigned int aCount = aRandom() % 4 + 1; aCount > 0; --aCount)
@@ -231,8 +231,8 @@ TEST(CodestreamDamage, NeverMoreThanAReport)
             Reading aReading(aBytes, aRound % 3 == 0 ? 5 : 4096);
             aReading.itsReports.SetTolerance(aRound % 5 == 0 ? Tolerance::Fussy : Tolerance::Fast);
             aReading.itsReader.ReadAll();
-            EXPECT_LE(aReading.itsReader.GetFewestLevels(), theMaxLevels);
-            for (std::uint32_t aTile = 0; aTile < theTiles; ++aTile)
+            EXPECT_LE(aReading.itsReader.GetFewestLevels(), kMaxLevels);
+            for (std::uint32_t aTile = 0; aTile < kTiles; ++aTile)
             {
                 const auto aData = aReading.itsReader.TakeTile(
                     std::min(aTile, aReading.itsReader.GetImageSize().GetTileCount() - 1));
@@ -244,8 +244,8 @@ TEST(CodestreamDamage, NeverMoreThanAReport)
             ++aReported;
         }
     }
-    EXPECT_GT(aReported, theRounds / 10);
-    EXPECT_LT(aReported, theRounds);
+    EXPECT_GT(aReported, kRounds / 10);
+    EXPECT_LT(aReported, kRounds);
 }
 
 } // namespace

@@ -251,11 +251,11 @@ private:
         const std::uint8_t* aFree = theBlock.itsBytes.data();
         for (const j2k::CodedSegment& aSegment : theBlock.itsBlock.itsSegments)
         {
-            ASSERT_GE(aSegment.itsData - aFree, std::ptrdiff_t(j2k::CodedSegment::theLead));
+            ASSERT_GE(aSegment.itsData - aFree, std::ptrdiff_t(j2k::CodedSegment::kLead));
             aFree = aSegment.itsData + aSegment.itsLength;
-            ASSERT_TRUE(std::all_of(aFree, aFree + j2k::CodedSegment::theTail,
+            ASSERT_TRUE(std::all_of(aFree, aFree + j2k::CodedSegment::kTail,
                                     [](std::uint8_t theByte) { return theByte == 0xFF; }));
-            aFree += j2k::CodedSegment::theTail;
+            aFree += j2k::CodedSegment::kTail;
         }
         ASSERT_LE(aFree, theBlock.itsBytes.data() + theBlock.itsBytes.size());
     }
@@ -267,12 +267,12 @@ private:
     std::vector<Packet> itsPackets;
 };
 
-constexpr std::uint8_t theStyles[] = {0, j2k::CBS_BYPASS, j2k::CBS_TERMINATE_ALL,
-                                      j2k::CBS_BYPASS | j2k::CBS_TERMINATE_ALL};
+constexpr std::uint8_t kStyles[] = {0, j2k::CBS_BYPASS, j2k::CBS_TERMINATE_ALL,
+                                    j2k::CBS_BYPASS | j2k::CBS_TERMINATE_ALL};
 
 RandomPackets MakeRandom(int theRound, bool theSop)
 {
-    return {static_cast<std::uint32_t>(theRound), theStyles[theRound % 4], theSop, theRound % 3 == 0};
+    return {static_cast<std::uint32_t>(theRound), kStyles[theRound % 4], theSop, theRound % 3 == 0};
 }
 
 TEST(PacketReaderTest, CollectsWhatAnEncoderWrote)

@@ -173,7 +173,7 @@ struct TransformCase
     const char* itsName;
     void (*itsBend)(TileMaker&);
     bool itsExpected;
-    bool itsIsDeparture;
+    bool itsIsNonConformance;
 };
 
 class TileTransforms : public testing::TestWithParam<TransformCase>
@@ -195,17 +195,18 @@ TEST_P(TileTransforms, NeedThreeComponentsThatMatch)
     const EngineReports aReports;
     aMaker.itsReports = j2k::Reports();
     aMaker.itsReports.SetTolerance(j2k::Tolerance::Fussy);
-    bool anIsDeparture = false;
+    bool anIsNonConformance = false;
     try
     {
         aMaker.Open();
     }
     catch (const EngineReport& theReport)
     {
-        anIsDeparture = theReport.itsText == "Tile 0 has a component transform over components that do not "
-                                             "match (at byte 100 of the codestream)";
+        anIsNonConformance = theReport.itsText ==
+                             "Tile 0 has a component transform over components that do not "
+                             "match (at byte 100 of the codestream)";
     }
-    EXPECT_EQ(anIsDeparture, GetParam().itsIsDeparture);
+    EXPECT_EQ(anIsNonConformance, GetParam().itsIsNonConformance);
 }
 
 INSTANTIATE_TEST_SUITE_P(

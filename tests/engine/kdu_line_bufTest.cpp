@@ -26,7 +26,7 @@ TEST(kdu_sample_allocatorTest, SharesAreAlignedAndApart)
     for (const std::size_t aSize : aSizes)
     {
         auto* const aShare = static_cast<unsigned char*>(anAllocator.alloc(aSize));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aShare) % kdu_sample_allocator::theAlignment, 0u);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aShare) % kdu_sample_allocator::kAlignment, 0u);
         EXPECT_GE(aShare, anEnd);
         std::memset(aShare, 0xAA, aSize); // for the sanitizers
         anEnd = aShare + aSize;
@@ -48,11 +48,11 @@ TEST(kdu_sample_allocatorTest, RefusesWhatWasNotAnnouncedOrComesTooLate)
 
 TEST(kdu_sample_allocatorTest, SumsThatWrapAroundAreNoMemory)
 {
-    constexpr std::size_t theMost = std::numeric_limits<std::size_t>::max();
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
     kdu_sample_allocator anAllocator;
-    EXPECT_THROW(anAllocator.pre_alloc(theMost), std::bad_alloc);
-    anAllocator.pre_alloc(theMost / 2);
-    EXPECT_THROW(anAllocator.pre_alloc(theMost / 2 + 1), std::bad_alloc);
+    EXPECT_THROW(anAllocator.pre_alloc(kMost), std::bad_alloc);
+    anAllocator.pre_alloc(kMost / 2);
+    EXPECT_THROW(anAllocator.pre_alloc(kMost / 2 + 1), std::bad_alloc);
 }
 
 struct Representation

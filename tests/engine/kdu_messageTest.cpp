@@ -55,20 +55,20 @@ TEST(KduMessage, AWarningThatReturnsLetsTheOperationGoOn)
     kdu_customize_warnings(&aMessage);
     j2k::Reports aReports;
     aReports.SetTolerance(j2k::Tolerance::Fussy);
-    aReports.Departure("Odd", 3);
+    aReports.NonConformance("Odd", 3);
     kdu_customize_warnings(nullptr);
-    aReports.Departure("Odd without a handler", 4);
+    aReports.NonConformance("Odd without a handler", 4);
     EXPECT_EQ(aMessage.itsCalls,
               (std::vector<std::string>{"start", "Odd (at byte 3 of the codestream)", "end"}));
 }
 
 /// The main header is read before the mode is known.
-TEST(KduMessage, TheFirstDepartureWaitsForTheMode)
+TEST(KduMessage, TheFirstNonConformanceWaitsForTheMode)
 {
     const EngineReports someReports;
     j2k::Reports aReports;
-    aReports.Departure("First", 1);
-    aReports.Departure("Second", 2);
+    aReports.NonConformance("First", 1);
+    aReports.NonConformance("Second", 2);
     EXPECT_NO_THROW(aReports.SetTolerance(j2k::Tolerance::Resilient));
     try
     {

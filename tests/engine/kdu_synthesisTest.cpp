@@ -25,7 +25,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 // Signed, 8 bits, 41 x 45 with the image at (3, 5), two levels of the 5/3 transform, code-blocks of 8 x 4.
 // Nearly all samples are zero, so blocks with data stand between blocks without.
-const char* const theSpots =
+const char* const kSpots =
     "ff4fff51002900000000002c0000003200000003000000050000002c0000003200000000000000000001870101ff52000c"
     "00000001000201000001ff5c000a4040484850484850ff90000a0000000000fd0001ff93f01f42f42f447e88001ebf1163"
     "03ed7adf14d3f83ff01917e10ee88de88341845f9c44f843c313818453e10ff388be4098f44a201af91276e8035042b315"
@@ -33,8 +33,8 @@ const char* const theSpots =
     "f0872fe70d7c8167e1138fa1fa1ec40f06887f204ff38512fe70f7c81a7e115d037e409fe708257e4097c2247a20100c10"
     "0bef21afb721af741ed56a3b58a323f664ecd723f5279f1c8ec721afb721af131c88bcbb1c93ce4a7f1e3e0d82acd92128"
     "8041b1bbbf287f72aebf18d4a41f18d3a0df1d868cc022a78d1422a7885fffd9";
-constexpr int theWidth = 41;
-constexpr int theHeight = 45;
+constexpr int kWidth = 41;
+constexpr int kHeight = 45;
 
 int SpotValue(int theX, int theY)
 {
@@ -43,7 +43,7 @@ int SpotValue(int theX, int theY)
 
 Bytes Spots()
 {
-    const std::string aText = theSpots;
+    const std::string aText = kSpots;
     Bytes aBytes;
     for (std::size_t i = 0; i < aText.size(); i += 2)
     {
@@ -113,12 +113,12 @@ private:
 TEST(kdu_synthesisTest, BlocksWithoutDataBetweenBlocksWithDataAreZero)
 {
     std::vector<int> anExpected;
-    for (int i = 0; i < theWidth * theHeight; ++i)
+    for (int i = 0; i < kWidth * kHeight; ++i)
     {
-        anExpected.push_back(SpotValue(i % theWidth, i / theWidth));
+        anExpected.push_back(SpotValue(i % kWidth, i / kWidth));
     }
-    EXPECT_EQ(OpenTile(Spots()).Pull(true, theHeight), anExpected);
-    EXPECT_EQ(OpenTile(Spots()).Pull(false, theHeight), anExpected);
+    EXPECT_EQ(OpenTile(Spots()).Pull(true, kHeight), anExpected);
+    EXPECT_EQ(OpenTile(Spots()).Pull(false, kHeight), anExpected);
 }
 
 TEST(kdu_synthesisTest, BothIntegerRepresentationsAgreeWhereverTheDataEnds)
@@ -127,7 +127,7 @@ TEST(kdu_synthesisTest, BothIntegerRepresentationsAgreeWhereverTheDataEnds)
     for (std::size_t aLength = Find(aBytes, 0x93, 2); aLength <= aBytes.size(); ++aLength)
     {
         const Bytes aShort(aBytes.begin(), aBytes.begin() + static_cast<std::ptrdiff_t>(aLength));
-        EXPECT_EQ(OpenTile(aShort).Pull(true, theHeight), OpenTile(aShort).Pull(false, theHeight)) << aLength;
+        EXPECT_EQ(OpenTile(aShort).Pull(true, kHeight), OpenTile(aShort).Pull(false, kHeight)) << aLength;
     }
 }
 
@@ -135,9 +135,9 @@ TEST(kdu_synthesisTest, ATileWithoutDataAndLinesBeyondTheLastAreZero)
 {
     const Bytes aBytes = Spots();
     const Bytes aHeader(aBytes.begin(), aBytes.begin() + static_cast<std::ptrdiff_t>(Find(aBytes, 0x93, 2)));
-    EXPECT_EQ(OpenTile(aHeader).Pull(true, theHeight), std::vector<int>(theWidth * theHeight, 0));
-    const std::vector<int> aLines = OpenTile(aBytes).Pull(true, theHeight + 2);
-    EXPECT_EQ(std::vector<int>(aLines.end() - 2 * theWidth, aLines.end()), std::vector<int>(2 * theWidth, 0));
+    EXPECT_EQ(OpenTile(aHeader).Pull(true, kHeight), std::vector<int>(kWidth * kHeight, 0));
+    const std::vector<int> aLines = OpenTile(aBytes).Pull(true, kHeight + 2);
+    EXPECT_EQ(std::vector<int>(aLines.end() - 2 * kWidth, aLines.end()), std::vector<int>(2 * kWidth, 0));
 }
 
 /// The error or warning that theAction ends with.
@@ -160,12 +160,12 @@ TEST(kdu_synthesisTest, ReversibleComponentsDeeperThanLinesAreRefusedByName)
     const EngineReports anInstaller;
     // 28 bits still go; the streams' steps are not concerned.
     EXPECT_NO_THROW(
-        OpenTile(Jpeg2000Streams::Patch(Spots(), Jpeg2000Streams::theDepthOfComponent0, {0x80 | 27}))
+        OpenTile(Jpeg2000Streams::Patch(Spots(), Jpeg2000Streams::kDepthOfComponent0, {0x80 | 27}))
             .Pull(false, 1));
     const EngineReport aReport = CatchReport(
         []
         {
-            OpenTile(Jpeg2000Streams::Patch(Spots(), Jpeg2000Streams::theDepthOfComponent0, {0x80 | 28}))
+            OpenTile(Jpeg2000Streams::Patch(Spots(), Jpeg2000Streams::kDepthOfComponent0, {0x80 | 28}))
                 .Pull(false, 1);
         });
     EXPECT_FALSE(aReport.itsIsWarning);
@@ -179,8 +179,8 @@ TEST(kdu_synthesisTest, WhatBlocksShowToBeWrongIsAWarningInFussyModeOnly)
     // The stream announces segmentation symbols and has none.
     const Bytes aBytes = Spots();
     const Bytes aBent = Jpeg2000Streams::Patch(aBytes, Find(aBytes, 0x52, 12), {0x20});
-    EXPECT_NO_THROW(OpenTile(aBent).Pull(true, theHeight));
-    const EngineReport aReport = CatchReport([&aBent] { OpenTile(aBent, true).Pull(true, theHeight); });
+    EXPECT_NO_THROW(OpenTile(aBent).Pull(true, kHeight));
+    const EngineReport aReport = CatchReport([&aBent] { OpenTile(aBent, true).Pull(true, kHeight); });
     EXPECT_TRUE(aReport.itsIsWarning);
     EXPECT_EQ(aReport.itsText, "Code-block 0, 0 of subband LH at resolution 2 in tile 0: wrong segmentation "
                                "symbol (at byte 276 of the codestream)");
@@ -211,10 +211,10 @@ TEST_P(kdu_synthesisMismatch, IsRefusedAndNotWrittenTo)
 }
 
 INSTANTIATE_TEST_SUITE_P(AnyDifference, kdu_synthesisMismatch,
-                         ::testing::Values(LineMismatch{"narrow", theWidth - 1, true, false},
-                                           LineMismatch{"wide", theWidth + 1, true, false},
-                                           LineMismatch{"float", theWidth, false, false},
-                                           LineMismatch{"short", theWidth, true, true}),
+                         ::testing::Values(LineMismatch{"narrow", kWidth - 1, true, false},
+                                           LineMismatch{"wide", kWidth + 1, true, false},
+                                           LineMismatch{"float", kWidth, false, false},
+                                           LineMismatch{"short", kWidth, true, true}),
                          [](const auto& theInfo) { return theInfo.param.itsName; });
 
 TEST(kdu_synthesisTest, IrreversibleComponentsHaveNoShortLines)

@@ -56,12 +56,12 @@ inline void AddJpeg(std::vector<FaultFile>& theFiles, const std::string& theName
 inline void AddJpeg2000(std::vector<FaultFile>& theFiles)
 {
     JpegSpec aSpec;
-    aSpec.itsWidth = Jpeg2000Streams::theGreyWidth;
-    aSpec.itsHeight = Jpeg2000Streams::theGreyHeight;
+    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
     aSpec.itsPrecision = 12;
     Add(theFiles, "JPEG 2000 lossless", TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
         Jpeg2000Streams::Grey12(), Jpeg2000Streams::Grey12());
-    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::theLossySize;
+    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::kLossySize;
     aSpec.itsPrecision = 8;
     aSpec.itsComponents = 3;
     Add(theFiles, "JPEG 2000 lossy", TransferSyntaxType::TSJPEG2KUID, aSpec, "YBR_ICT",
@@ -98,7 +98,7 @@ inline void AddRleAndNative(std::vector<FaultFile>& theFiles)
 
 inline const std::vector<FaultFile>& Get()
 {
-    static const std::vector<FaultFile> theFiles = []
+    static const std::vector<FaultFile> kFiles = []
     {
         using Process = JpegSpec::Process;
         std::vector<FaultFile> aFiles;
@@ -111,7 +111,7 @@ inline const std::vector<FaultFile>& Get()
         AddJpeg2000(aFiles);
         return aFiles;
     }();
-    return theFiles;
+    return kFiles;
 }
 
 /// Those of which there are movies: all but native pixels.
@@ -142,8 +142,8 @@ inline Bytes WithFrame(const FaultFile& theFile, Bytes theFrame)
 /// A code that a call may end in.
 inline bool IsListed(int theCode)
 {
-    static const std::set<int> theCodes = {0, 3, 6, 7, 9, 11, 12, 37, 38, 44, 48, 54, 62, 63, 64, 67};
-    return theCodes.count(theCode) != 0;
+    static const std::set<int> kCodes = {0, 3, 6, 7, 9, 11, 12, 37, 38, 44, 48, 54, 62, 63, 64, 67};
+    return kCodes.count(theCode) != 0;
 }
 
 /// A decompressor that ends in an image or in a code of the list, with a text, everything freed.

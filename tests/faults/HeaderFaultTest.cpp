@@ -13,11 +13,11 @@ class HeaderFault : public FaultTest
 void ExpectBounded(const Bytes& theFile, const std::string& theInput)
 {
     // A sanitized program on a slow machine keeps this many times over.
-    constexpr double theMostSeconds = 2;
+    constexpr double kMostSeconds = 2;
     const std::clock_t aStart = std::clock();
     DICOMDataObject aDataSet;
     FaultFiles::ExpectListed(RunPart10(theFile, &aDataSet), theInput);
-    EXPECT_LT(static_cast<double>(std::clock() - aStart) / CLOCKS_PER_SEC, theMostSeconds) << theInput;
+    EXPECT_LT(static_cast<double>(std::clock() - aStart) / CLOCKS_PER_SEC, kMostSeconds) << theInput;
 }
 
 TEST_F(HeaderFault, CodestreamsCutOffAnywhere)
@@ -48,19 +48,19 @@ std::size_t GetHeaderSize(const FaultFile& theFile)
 TEST_F(HeaderFault, AnyByteChanged)
 {
     // Preamble bytes say nothing.
-    constexpr std::size_t thePreamble = 128;
+    constexpr std::size_t kPreamble = 128;
     // The usual run sets each byte to 0, 255 and its complement; a long one turns each bit over as well.
     const int aWays = Rounds(1) == 1 ? 3 : 11;
     for (const FaultFile& aFile : FaultFiles::Get())
     {
-        for (std::size_t i = thePreamble; i < GetHeaderSize(aFile); ++i)
+        for (std::size_t i = kPreamble; i < GetHeaderSize(aFile); ++i)
         {
             for (int aWay = 0; aWay < aWays && !HasFailure(); ++aWay)
             {
                 Bytes aChanged = aFile.itsFile;
-                const int theValues[] = {0, 255, ~aChanged[i]};
+                const int kValues[] = {0, 255, ~aChanged[i]};
                 aChanged[i] =
-                    static_cast<std::uint8_t>(aWay < 3 ? theValues[aWay] : aChanged[i] ^ (1 << (aWay - 3)));
+                    static_cast<std::uint8_t>(aWay < 3 ? kValues[aWay] : aChanged[i] ^ (1 << (aWay - 3)));
                 ExpectBounded(aChanged, aFile.itsName + ", byte " + std::to_string(i) + " is " +
                                             std::to_string(aChanged[i]));
             }

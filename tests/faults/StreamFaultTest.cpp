@@ -256,10 +256,10 @@ TEST_F(StreamFault, AFullDisk)
     const MVRFactory aFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(),
                               VR::GetDefaultMemoryAllocater());
     aDataSet.ReplaceVR(aFactory.CreateUID(DICOMTags::SOPInstanceUID, "1.2.3"));
-    const std::function<void(const char*)> theSaves[] = {
+    const std::function<void(const char*)> kSaves[] = {
         [&](const char* theName) { anImage.saveToFile(theName); }, [&](const char* theName)
         { aDataSet.SaveToFile(theName, TransferSyntaxType::TSExplicitLittleEndianUID); }};
-    for (const auto& aSave : theSaves)
+    for (const auto& aSave : kSaves)
     {
         EXPECT_EQ(Save(aSave, "/dev/full"), std::pair(67, ENOSPC));
         const TemporaryFile aFile;

@@ -24,14 +24,14 @@ namespace
 using Bytes = std::vector<unsigned char>;
 
 /// The header of SampleImage, written by hand.
-const Bytes theGoldenHeader = {0x01, 0x02, 0x01, 'R',  'E',  'N',  'D',  0x01, 0x03, 0x00, 0x00, 0x00, 0x04,
-                               0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x10, 0x00,
-                               0x0c, 0x00, 0x0b, 0x00, 0x01, 0x24, 0x00, 0x00, 0x00, 0x01, 0x05, 0x00, 0x00,
-                               0x00, 0x06, 0x03, 0x02, 0x01, 0x01, 0xfe, 0xff, 0xff, 0xff, 0x00, 0x00, 0x00,
-                               0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x94, 0x05};
-constexpr std::size_t theSampleSize = 36;
+const Bytes kGoldenHeader = {0x01, 0x02, 0x01, 'R',  'E',  'N',  'D',  0x01, 0x03, 0x00, 0x00, 0x00, 0x04,
+                             0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x10, 0x00,
+                             0x0c, 0x00, 0x0b, 0x00, 0x01, 0x24, 0x00, 0x00, 0x00, 0x01, 0x05, 0x00, 0x00,
+                             0x00, 0x06, 0x03, 0x02, 0x01, 0x01, 0xfe, 0xff, 0xff, 0xff, 0x00, 0x00, 0x00,
+                             0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x94, 0x05};
+constexpr std::size_t kSampleSize = 36;
 
-Bytes SamplePixels(std::size_t theSize = theSampleSize)
+Bytes SamplePixels(std::size_t theSize = kSampleSize)
 {
     Bytes aPixels(theSize);
     std::iota(aPixels.begin(), aPixels.end(), static_cast<unsigned char>(3));
@@ -40,7 +40,7 @@ Bytes SamplePixels(std::size_t theSize = theSampleSize)
 
 Bytes SampleFile()
 {
-    Bytes aFile = theGoldenHeader;
+    Bytes aFile = kGoldenHeader;
     const Bytes aPixels = SamplePixels();
     aFile.insert(aFile.end(), aPixels.begin(), aPixels.end());
     return aFile;
@@ -154,8 +154,8 @@ TEST(RenderableFile, ReadsEveryFieldBack)
     EXPECT_EQ(anImage.getPixelAspectRatioHorizontal(), 0x01020306);
     EXPECT_TRUE(anImage.isLossyImageCompression());
     EXPECT_EQ(anImage.getCompressionRatio(), -2);
-    ASSERT_EQ(anImage.getPixelDataSize(), theSampleSize);
-    EXPECT_EQ(std::memcmp(anImage.getPixelData(), SamplePixels().data(), theSampleSize), 0);
+    ASSERT_EQ(anImage.getPixelDataSize(), kSampleSize);
+    EXPECT_EQ(std::memcmp(anImage.getPixelData(), SamplePixels().data(), kSampleSize), 0);
 }
 
 TEST(RenderableFile, TransferSizesDoNotChangeTheBytes)
@@ -196,7 +196,7 @@ TEST(RenderableFile, BufferOfAnotherSizeThanRequired)
 {
     Renderable anImage;
     SetSampleGeometry(anImage);
-    SetPixels(anImage, SamplePixels(theSampleSize + 1));
+    SetPixels(anImage, SamplePixels(kSampleSize + 1));
     const TemporaryFile aFile;
     ExpectFailure([&] { anImage.saveToFile(aFile.GetName()); },
                   RWCString("Renderable::saveToFile: actual pixel data buffer size less than calculated "
@@ -239,12 +239,12 @@ struct ScaleCase
 
 TEST(RenderableFile, ScaleFactorsAccepted)
 {
-    constexpr ScaleCase theCases[] = {
+    constexpr ScaleCase kCases[] = {
         {2, 1, true},   {2, 2, true},  {2, 3, false},  {1, 2, false},           {3, -4, true},
         {-2, 1, false}, {-2, 2, true}, {-2, 3, false}, {-2, -2, false},         {0, 1, true},
         {0, 3, true},   {0, -1, true}, {0, 0, true},   {-32768, -32768, false}, {32767, 32767, true},
     };
-    for (const ScaleCase& aCase : theCases)
+    for (const ScaleCase& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message()
                      << aCase.itsWanted << " wanted, " << aCase.itsInFile << " in the file");
@@ -308,7 +308,7 @@ TEST(RenderableFile, TruncatedFiles)
     const TemporaryFile aLonger(aContent);
     Renderable anImage;
     EXPECT_TRUE(anImage.loadFromFile(aLonger.GetName())) << "bytes behind the pixels are ignored";
-    EXPECT_EQ(anImage.getPixelDataSize(), theSampleSize);
+    EXPECT_EQ(anImage.getPixelDataSize(), kSampleSize);
 }
 
 TEST(RenderableFile, FilesThatCannotBeOpenedReadOrWritten)
@@ -362,12 +362,12 @@ TEST(RenderableFile, AbsurdGeometryFailsAtOnceAndTouchesNothing)
         Bytes itsSamples;
         const char* itsSize;
     };
-    const Case theCases[] = {
+    const Case kCases[] = {
         {{0x00, 0x80, 0, 0, 0x00, 0x40, 0, 0}, {0xff, 0xff, 0xff, 0x7f}, "288230376017494016"},
         {{0xff, 0xff, 0xff, 0xff, 1, 0, 0, 0}, {1, 0, 0, 0}, "2305843009213693951"},
     };
     const auto aStart = std::chrono::steady_clock::now();
-    for (const Case& aCase : theCases)
+    for (const Case& aCase : kCases)
     {
         // Two bits allocated in the first case make 2^30 bits a plane; eight in the second.
         const bool aFirst = aCase.itsSamples[0] == 0xff;

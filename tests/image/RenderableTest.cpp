@@ -43,10 +43,10 @@ struct InterpretationCase
 
 TEST(Renderable, InterpretationsAndTheirTerms)
 {
-    constexpr InterpretationCase theCases[] = {
+    constexpr InterpretationCase kCases[] = {
         {1, "MONOCHROME1"},  {2, "MONOCHROME2"},     {3, "PALETTE COLOR"},   {4, "RGB"},     {5, "YBR_FULL"},
         {6, "YBR_FULL_422"}, {7, "YBR_PARTIAL_422"}, {8, "YBR_PARTIAL_420"}, {9, "YBR_ICT"}, {10, "YBR_RCT"}};
-    for (const InterpretationCase& aCase : theCases)
+    for (const InterpretationCase& aCase : kCases)
     {
         const auto aValue = static_cast<Renderable::PhotometricInterpretation>(aCase.itsValue);
         EXPECT_EQ(Renderable::photometricInterpretationFromString(aCase.itsText), aValue) << aCase.itsText;
@@ -79,8 +79,8 @@ struct SizeCase
 
 TEST(Renderable, RequiredBufferSize)
 {
-    constexpr std::uint64_t theWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
-    constexpr SizeCase theCases[] = {
+    constexpr std::uint64_t kWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
+    constexpr SizeCase kCases[] = {
         {512, 512, 16, 1, "MONOCHROME2", 524288, "plain grey"},
         {512, 512, 16, 1, "YBR_FULL_422", 524288, "one sample takes no notice of the interpretation"},
         {3, 3, 1, 1, "MONOCHROME2", 2, "bits are rounded up to bytes"},
@@ -99,11 +99,11 @@ TEST(Renderable, RequiredBufferSize)
         {1, 17, 1, 2, "YBR_PARTIAL_420", 4, "25.5 bits are cut to 25, not to 24"},
         {10000, 10000, 16, 3, "RGB", 600000000, "samples multiply in 64 bits"},
         {65536, 65536, 8, 3, "RGB", 0, "pixel counts wrap in 32 bits"},
-        {65536, 32768, 1, 1, "RGB", theWrapped, "a negative count is no size"},
+        {65536, 32768, 1, 1, "RGB", kWrapped, "a negative count is no size"},
         {-1, 1, 8, 1, "RGB", (std::uint64_t{1} << 61) - 1, "negative rows are no size"},
-        {32768, 16384, 2, 3, "YBR_FULL_422", theWrapped, "doubling wraps too"},
+        {32768, 16384, 2, 3, "YBR_FULL_422", kWrapped, "doubling wraps too"},
     };
-    for (const SizeCase& aCase : theCases)
+    for (const SizeCase& aCase : kCases)
     {
         EXPECT_EQ(Renderable::calculateRequiredBufferSize(aCase.itsRows, aCase.itsColumns, aCase.itsBits,
                                                           aCase.itsSamples,
@@ -135,7 +135,7 @@ struct SwapCase
 
 TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
 {
-    const SwapCase theCases[] = {
+    const SwapCase kCases[] = {
         {"8 bits are left alone", 8, 1, 2, {1, 2}, {1, 2}, false},
         {"12 allocated bits toggle only", 12, 1, 1, {1, 2}, {1, 2}, true},
         {"32 allocated bits toggle only", 32, 1, 1, {1, 2, 3, 4}, {1, 2, 3, 4}, true},
@@ -147,7 +147,7 @@ TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
         {"negative sizes: not even the flag", 16, -1, 5, {1, 2}, {1, 2}, false},
         {"a count that wraps to nothing", 16, 65536, 32768, {1, 2}, {1, 2}, false},
     };
-    for (const SwapCase& aCase : theCases)
+    for (const SwapCase& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsFault);
         CountingAllocator anAllocator;

@@ -37,7 +37,7 @@ struct EarlyAndLate
 };
 EarlyAndLate theEarlyImage;
 
-constexpr std::uint64_t theLargest = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
 
 TEST(VMMemoryAllocator, CountsExactlyOverThreads)
 {
@@ -108,7 +108,7 @@ TEST(VMMemoryAllocator, StrangePointers)
 TEST(VMMemoryAllocator, FailuresAreToldWithSizeAndErrorCode)
 {
     const std::uint64_t aCount = VMMemoryAllocator::GetNumHeapBlocks();
-    for (const std::uint64_t aSize : {theLargest, theLargest - 4000, std::uint64_t{1} << 60})
+    for (const std::uint64_t aSize : {kLargest, kLargest - 4000, std::uint64_t{1} << 60})
     {
         const RWCString aText = "VMMemoryAllocator::VMAlloc: Memory allocation of " + std::to_string(aSize) +
                                 " bytes via ::HeapAlloc failed (low memory condition or fragmentation in "
@@ -145,12 +145,12 @@ TEST(ProcessHeapMemoryAllocator, GivesBlocksOrThrows)
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they end the program over such a size
     try
     {
-        anAllocator.Free(anAllocator.Allocate(theLargest));
+        anAllocator.Free(anAllocator.Allocate(kLargest));
         ADD_FAILURE() << "no such block exists";
     }
     catch (const BadAllocException& anException)
     {
-        EXPECT_EQ(anException.GetSize(), theLargest);
+        EXPECT_EQ(anException.GetSize(), kLargest);
     }
 #endif
 }

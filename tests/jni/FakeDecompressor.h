@@ -59,7 +59,7 @@ public:
     /// References that are out, besides those to the arguments.
     std::size_t GetLostReferences() const
     {
-        return itsJava.GetGlobalCount() + itsJava.GetLocalCount() - theArgumentCount;
+        return itsJava.GetGlobalCount() + itsJava.GetLocalCount() - kArgumentCount;
     }
 
     FakeJava itsJava;
@@ -67,7 +67,7 @@ public:
     FakeJavaStream itsStream;
 
 private:
-    static constexpr std::size_t theArgumentCount = 3;
+    static constexpr std::size_t kArgumentCount = 3;
 
     /// Buffers of no round size, so that what is read ends in the middle of some.
     static FakeJavaQueue::Buffers Split(const Bytes& theImage)

@@ -7,21 +7,21 @@
 
 namespace
 {
-constexpr const char* theFields[] = {"itsInputStreamLcom/quorix/io/SeekableInputStream;",
-                                     "itsCompressedSourceLcom/quorix/util/InputBufferQueue;",
-                                     "itsDICOMDataObjectJ",
-                                     "itsDemoFileLjava/lang/String;",
-                                     "itsLoadDemoInfoFlagZ",
-                                     "itsScaleFactorI",
-                                     "itsFrameIndexI",
-                                     "itsTransferSyntaxUIDLjava/lang/String;"};
+constexpr const char* kFields[] = {"itsInputStreamLcom/quorix/io/SeekableInputStream;",
+                                   "itsCompressedSourceLcom/quorix/util/InputBufferQueue;",
+                                   "itsDICOMDataObjectJ",
+                                   "itsDemoFileLjava/lang/String;",
+                                   "itsLoadDemoInfoFlagZ",
+                                   "itsScaleFactorI",
+                                   "itsFrameIndexI",
+                                   "itsTransferSyntaxUIDLjava/lang/String;"};
 
 class JavaRequestTest : public testing::Test
 {
 protected:
     JavaRequestTest()
     {
-        for (const char* aField : theFields)
+        for (const char* aField : kFields)
         {
             Declare(aField);
         }
@@ -35,13 +35,13 @@ protected:
 
     void FillAll()
     {
-        itsRequest.itsFields[theFields[0]] = &itsStream.itsObject;
-        itsRequest.itsFields[theFields[2]] = jlong{0x7000};
-        itsRequest.itsFields[theFields[3]] = &itsJava.NewText(u"/\u00e9\u20ac\U0001f600\xd800x");
-        itsRequest.itsFields[theFields[4]] = jlong{1};
-        itsRequest.itsFields[theFields[5]] = jlong{0};
-        itsRequest.itsFields[theFields[6]] = jlong{-1};
-        itsRequest.itsFields[theFields[7]] = &itsJava.NewText(u"1.2.3");
+        itsRequest.itsFields[kFields[0]] = &itsStream.itsObject;
+        itsRequest.itsFields[kFields[2]] = jlong{0x7000};
+        itsRequest.itsFields[kFields[3]] = &itsJava.NewText(u"/\u00e9\u20ac\U0001f600\xd800x");
+        itsRequest.itsFields[kFields[4]] = jlong{1};
+        itsRequest.itsFields[kFields[5]] = jlong{0};
+        itsRequest.itsFields[kFields[6]] = jlong{-1};
+        itsRequest.itsFields[kFields[7]] = &itsJava.NewText(u"1.2.3");
     }
 
     FakeJava itsJava;
@@ -73,8 +73,8 @@ TEST_F(JavaRequestTest, TakesEveryField)
 
 TEST_F(JavaRequestTest, TakesAQueueInPlaceOfAStream)
 {
-    itsRequest.itsFields[theFields[1]] = &itsJava.New("Queue");
-    itsRequest.itsFields[theFields[4]] = jlong{2};
+    itsRequest.itsFields[kFields[1]] = &itsJava.New("Queue");
+    itsRequest.itsFields[kFields[4]] = jlong{2};
     testing::internal::CaptureStdout(); // the queue has no methods
     const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
     testing::internal::GetCapturedStdout();
@@ -86,18 +86,18 @@ TEST_F(JavaRequestTest, TakesAQueueInPlaceOfAStream)
 
 TEST_F(JavaRequestTest, LeavesTheExceptionOfAMissingFieldToTheCaller)
 {
-    const auto theFieldCount = std::size(theFields);
+    const auto kFieldCount = std::size(kFields);
     FillAll();
-    for (std::size_t i = 0; i < theFieldCount; ++i)
+    for (std::size_t i = 0; i < kFieldCount; ++i)
     {
-        itsJava.AddClass("Request").itsFields.erase(theFields[i]);
+        itsJava.AddClass("Request").itsFields.erase(kFields[i]);
         const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
-        EXPECT_NE(itsJava.GetPending(), nullptr) << theFields[i];
-        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "") << theFields[i];
-        EXPECT_EQ(aRequest.getInputStream() != nullptr, i > 0) << theFields[i];
-        EXPECT_EQ(aRequest.getFrameIndex(), i > 6 ? -1 : 0) << theFields[i];
+        EXPECT_NE(itsJava.GetPending(), nullptr) << kFields[i];
+        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "") << kFields[i];
+        EXPECT_EQ(aRequest.getInputStream() != nullptr, i > 0) << kFields[i];
+        EXPECT_EQ(aRequest.getFrameIndex(), i > 6 ? -1 : 0) << kFields[i];
         itsJava.ClearPending();
-        itsJava.AddClass("Request").itsFields[theFields[i]];
+        itsJava.AddClass("Request").itsFields[kFields[i]];
     }
 }
 
@@ -109,7 +109,7 @@ TEST(EncodedStringTest, KnowsTwoCodePages)
         const char* itsLatin1;
         const char* itsUTF8;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {u"", "", ""},
         {u"plain", "plain", "plain"},
         {u"\u007f\u0080\u00ff\u0100", "\x7f\x80\xff?", "\x7f\xc2\x80\xc3\xbf\xc4\x80"},
@@ -119,7 +119,7 @@ TEST(EncodedStringTest, KnowsTwoCodePages)
         {u"\xd800\xd800\xdc00", "??", "?\xf0\x90\x80\x80"},
         {u"\xd800z", "?z", "?z"},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_ISO_8859_1), aRow.itsLatin1);
         EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_UTF_8), aRow.itsUTF8);

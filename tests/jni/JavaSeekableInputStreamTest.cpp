@@ -13,7 +13,7 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string thePlace = "native JavaSeekableInputStream::";
+const std::string kPlace = "native JavaSeekableInputStream::";
 
 class JavaSeekableInputStreamTest : public testing::Test
 {
@@ -62,7 +62,7 @@ TEST_F(JavaSeekableInputStreamTest, NamesWhatItCannotFindOrMake)
         int itsGlobals;
         const char* itsText;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"read([BII)I", false, 9,
          "can't get method ID for SeekableInputStream method int read(byte[], int, int)"},
         {"seek(J)V", false, 9, "can't get method ID for void seek(long)"},
@@ -75,7 +75,7 @@ TEST_F(JavaSeekableInputStreamTest, NamesWhatItCannotFindOrMake)
         {"", false, 0, "can't create NewGlobalRef to buffer"},
         {"", false, 1, "can't create NewGlobalRef to InputStream"},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         FakeJava aJava;
         FakeJavaStream aSource(aJava);
@@ -84,13 +84,13 @@ TEST_F(JavaSeekableInputStreamTest, NamesWhatItCannotFindOrMake)
         aJava.itsGlobalsBeforeFailure = aRow.itsGlobals;
         const jobject aLocal = aJava.NewLocal(&aSource.itsObject);
         EXPECT_EQ(TextOf([&] { JavaSeekableInputStream(aJava, aLocal); }),
-                  "6 StreamIOException: " + thePlace + "JavaSeekableInputStream(jobject): " + aRow.itsText);
+                  "6 StreamIOException: " + kPlace + "JavaSeekableInputStream(jobject): " + aRow.itsText);
         EXPECT_EQ(aJava.GetPending(), nullptr);
         EXPECT_EQ(aJava.GetGlobalCount(), 0u) << aRow.itsText;
         EXPECT_EQ(aJava.GetLocalCount(), 1u) << aRow.itsText;
     }
     EXPECT_EQ(TextOf([&] { JavaSeekableInputStream(itsJava, nullptr); }),
-              "6 StreamIOException: " + thePlace +
+              "6 StreamIOException: " + kPlace +
                   "JavaSeekableInputStream(jobject): can't get Java class for SeekableInputStream");
 }
 
@@ -111,7 +111,7 @@ TEST_F(JavaSeekableInputStreamTest, ReadsAheadOfShortRequestsAndCutsLongOnes)
         std::size_t itsWanted;
         std::vector<std::string> itsCalls;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {0, {}},
         {1, {"read 8193"}},
         {100, {"read 8292"}},
@@ -121,7 +121,7 @@ TEST_F(JavaSeekableInputStreamTest, ReadsAheadOfShortRequestsAndCutsLongOnes)
         {16385, {"read 16384", "read 8193"}},
         {40000, {"read 16384", "read 16384", "read 15424"}},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         itsSource.itsPosition = 0;
         Open();
@@ -233,7 +233,7 @@ TEST_P(JavaSeekableInputStreamFailure, IsReportedAndClosesTheStream)
     itsSource.Fail(GetParam().itsMethod);
     Open();
     EXPECT_EQ(TextOf([&] { GetParam().itsCall(*itsStream); }),
-              "67 JavaStreamIOException: " + thePlace + GetParam().itsText + " threw exception from Java");
+              "67 JavaStreamIOException: " + kPlace + GetParam().itsText + " threw exception from Java");
     EXPECT_EQ(itsJava.GetGlobalCount(), 0u);
 
     itsSource.TakeCalls();
@@ -242,10 +242,10 @@ TEST_P(JavaSeekableInputStreamFailure, IsReportedAndClosesTheStream)
     itsStream->Seek(5);
     itsStream->Close();
     EXPECT_EQ(TextOf([&] { itsStream->GetStreamPosition(); }),
-              "67 StreamIOException: " + thePlace +
+              "67 StreamIOException: " + kPlace +
                   "GetStreamPosition: the stream is already closed due to previous error");
-    EXPECT_EQ(TextOf([&] { Read(5); }), "67 StreamIOException: " + thePlace +
-                                            "Read: the stream is already closed due to previous error");
+    EXPECT_EQ(TextOf([&] { Read(5); }),
+              "67 StreamIOException: " + kPlace + "Read: the stream is already closed due to previous error");
     EXPECT_THAT(itsSource.TakeCalls(), IsEmpty());
 }
 
@@ -284,7 +284,7 @@ TEST_F(JavaSeekableInputStreamTest, RefusesCountsBeyondItsArray)
     itsSource.Add("read([BII)I", [](const auto&) { return FakeJava::Value(jlong{0x7fffffff}); });
     Open();
     EXPECT_EQ(TextOf([&] { Read(20000); }),
-              "67 JavaStreamIOException: " + thePlace +
+              "67 JavaStreamIOException: " + kPlace +
                   "Read: GetByteArrayRegion(byte[], int, int, jbyte) threw exception from Java");
 }
 
@@ -315,12 +315,12 @@ TEST_F(FormatJavaThrowableTest, GivesTheFormattersText)
 
 TEST_F(FormatJavaThrowableTest, SaysWhyThereIsNoText)
 {
-    EXPECT_EQ(Format(), thePlace +
+    EXPECT_EQ(Format(), kPlace +
                             "FormatJavaThrowable(jthrowable): can't get Java class for "
                             "com.quorix.util.ThrowableFormatter" +
                             itsRetrieving);
     itsJava.AddClass("com/quorix/util/ThrowableFormatter");
-    EXPECT_EQ(Format(), thePlace +
+    EXPECT_EQ(Format(), kPlace +
                             "FormatJavaThrowable(jthrowable): can't get method ID for "
                             "com.quorix.util.ThrowableFormatter method static String "
                             "formatThrowableChain(Throwable)" +

@@ -127,10 +127,10 @@ void Break(FakeDecompressor& theCall, int theNumber, const WrongAnswer& theAnswe
 
 TEST_F(QueueFault, AnyAnswerThatIsWrong)
 {
-    const WrongAnswer theAnswers[] = {{"null or 0", 0},   {"one less than none", -1},
-                                      {"least", INT_MIN}, {"greatest", INT_MAX},
-                                      {"fewer", 1},       {"another object", 0, true}};
-    for (const WrongAnswer& anAnswer : theAnswers)
+    const WrongAnswer kAnswers[] = {{"null or 0", 0},   {"one less than none", -1},
+                                    {"least", INT_MIN}, {"greatest", INT_MAX},
+                                    {"fewer", 1},       {"another object", 0, true}};
+    for (const WrongAnswer& anAnswer : kAnswers)
     {
         SCOPED_TRACE(anAnswer.itsName);
         ForEachFile(

@@ -16,10 +16,10 @@ using namespace Jpeg2000Streams;
 
 namespace
 {
-const Bytes theSignature = Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a});
-const Bytes theFileType = Box("ftyp", {'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' ', 'j', 0, 'x', 'b'});
-const Bytes theImageHeader = Box("ihdr", {0, 0, 0, 3, 0, 0, 0, 5, 0, 3, 255, 7, 0, 1});
-const Bytes theStream = {0xff, 0x4f, 0xff, 0x51};
+const Bytes kSignature = Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a});
+const Bytes kFileType = Box("ftyp", {'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' ', 'j', 0, 'x', 'b'});
+const Bytes kImageHeader = Box("ihdr", {0, 0, 0, 3, 0, 0, 0, 5, 0, 3, 255, 7, 0, 1});
+const Bytes kStream = {0xff, 0x4f, 0xff, 0x51};
 
 Bytes operator+(Bytes theFirst, const Bytes& theSecond)
 {
@@ -46,7 +46,7 @@ Bytes LargeBox(std::uint64_t theLength, const char* theType, const Bytes& theCon
 
 Bytes Nested(int theDepth)
 {
-    Bytes aBox = theImageHeader;
+    Bytes aBox = kImageHeader;
     for (int i = 0; i < theDepth; ++i)
     {
         aBox = Box("res ", aBox);
@@ -54,7 +54,7 @@ Bytes Nested(int theDepth)
     return aBox;
 }
 
-const Bytes theHead = theSignature + theFileType + Box("jp2h", theImageHeader);
+const Bytes kHead = kSignature + kFileType + Box("jp2h", kImageHeader);
 
 struct GoodCase
 {
@@ -75,24 +75,24 @@ TEST(Jp2Source, LeavesTheFileAtTheCodestream)
 {
     const std::uint64_t aHuge = std::uint64_t{1} << 62;
     for (const GoodCase& aCase :
-         {GoodCase{"plain", theHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
-          GoodCase{"to the end", theHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::theUnknownLength},
-          GoodCase{"large", theHead + LargeBox(20, "jp2c", {}), 4},
-          GoodCase{"larger than the file", theHead + LargeBox(aHuge, "jp2c", {}), aHuge - 16},
-          GoodCase{"nothing in it", theHead + Stated({0, 0, 0, 8}, "jp2c", {}), 0},
+         {GoodCase{"plain", kHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
+          GoodCase{"to the end", kHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::kUnknownLength},
+          GoodCase{"large", kHead + LargeBox(20, "jp2c", {}), 4},
+          GoodCase{"larger than the file", kHead + LargeBox(aHuge, "jp2c", {}), aHuge - 16},
+          GoodCase{"nothing in it", kHead + Stated({0, 0, 0, 8}, "jp2c", {}), 0},
           GoodCase{"unknown boxes around",
-                   theHead + Box("xml ", Bytes(40000, 'x')) + LargeBox(18, "\1\2\3\4", {9, 9}) +
+                   kHead + Box("xml ", Bytes(40000, 'x')) + LargeBox(18, "\1\2\3\4", {9, 9}) +
                        Box("uuid", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
                    4},
-          GoodCase{"a header of boxes that are not interpreted",
-                   theSignature + theFileType +
-                       Box("jp2h",
-                           theImageHeader + Box("pclr", {0xff, 0xff}) + Box("jp2c", theStream) + Nested(40)) +
-                       Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
-                   4}})
+          GoodCase{
+              "a header of boxes that are not interpreted",
+              kSignature + kFileType +
+                  Box("jp2h", kImageHeader + Box("pclr", {0xff, 0xff}) + Box("jp2c", kStream) + Nested(40)) +
+                  Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
+              4}})
     {
         SCOPED_TRACE(aCase.itsName);
-        ByteSource aSource(aCase.itsFile + theStream, 3);
+        ByteSource aSource(aCase.itsFile + kStream, 3);
         jp2_family_src aFamily;
         aFamily.open(&aSource);
         jp2_source aFile;
@@ -113,52 +113,51 @@ TEST(Jp2Source, LeavesTheFileAtTheCodestream)
 TEST(Jp2Source, RefusesDamagedFilesByName)
 {
     const EngineReports aReports;
-    const std::string theNoSignature = "the file does not begin with a JP2 signature box";
-    const std::string theNoImageHeader = "the JP2 header box does not begin with an image header box";
+    const std::string kNoSignature = "the file does not begin with a JP2 signature box";
+    const std::string kNoImageHeader = "the JP2 header box does not begin with an image header box";
     const std::string at52 = " (at byte 52 of the file)";
-    const Bytes theStart = theSignature + theFileType;
+    const Bytes kStart = kSignature + kFileType;
     for (const BadCase& aCase :
          {BadCase{"empty", {}, "the file ends before the signature box"},
-          BadCase{"no signature", theFileType, theNoSignature},
-          BadCase{"other signature", Patch(theSignature, 8, {0x0a}), theNoSignature},
-          BadCase{"long signature", Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a, 0}), theNoSignature},
-          BadCase{"cut signature", Bytes(theSignature.begin(), theSignature.end() - 2), theNoSignature},
-          BadCase{"signature only", theSignature, "the file ends before a contiguous codestream box"},
-          BadCase{"no header", theStart + Box("jp2c", theStream),
+          BadCase{"no signature", kFileType, kNoSignature},
+          BadCase{"other signature", Patch(kSignature, 8, {0x0a}), kNoSignature},
+          BadCase{"long signature", Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a, 0}), kNoSignature},
+          BadCase{"cut signature", Bytes(kSignature.begin(), kSignature.end() - 2), kNoSignature},
+          BadCase{"signature only", kSignature, "the file ends before a contiguous codestream box"},
+          BadCase{"no header", kStart + Box("jp2c", kStream),
                   "there is no JP2 header box before the codestream"},
-          BadCase{"no file type", theSignature + Box("jp2h", theImageHeader) + Box("jp2c", theStream),
+          BadCase{"no file type", kSignature + Box("jp2h", kImageHeader) + Box("jp2c", kStream),
                   "there is no file type box before the codestream"},
-          BadCase{"no codestream", theHead, "the file ends before a contiguous codestream box"},
-          BadCase{"cut box header", theStart + Bytes{0, 0, 0},
+          BadCase{"no codestream", kHead, "the file ends before a contiguous codestream box"},
+          BadCase{"cut box header", kStart + Bytes{0, 0, 0},
                   "the file ends inside a box header (at byte 36 of the file)"},
-          BadCase{"cut length", theStart + Bytes{0, 0, 0, 1, 'x', 'm', 'l', ' ', 0},
+          BadCase{"cut length", kStart + Bytes{0, 0, 0, 1, 'x', 'm', 'l', ' ', 0},
                   "a box header is cut off (at byte 36 of the file)"},
-          BadCase{"cut box", theStart + Stated({0, 0, 1, 0}, "xml ", {1, 2}),
+          BadCase{"cut box", kStart + Stated({0, 0, 1, 0}, "xml ", {1, 2}),
                   "the file ends inside a box (at byte 36 of the file)"},
-          BadCase{"length 7", theStart + Stated({0, 0, 0, 7}, "xml ", {}),
+          BadCase{"length 7", kStart + Stated({0, 0, 0, 7}, "xml ", {}),
                   "the length 7 of a box is shorter than its header (at byte 36 of the file)"},
-          BadCase{"large length 15", theStart + LargeBox(15, "xml ", {}),
+          BadCase{"large length 15", kStart + LargeBox(15, "xml ", {}),
                   "the length 15 of a box is shorter than its header (at byte 36 of the file)"},
-          BadCase{"a length that wraps", theStart + LargeBox(UINT64_MAX, "xml ", {}),
+          BadCase{"a length that wraps", kStart + LargeBox(UINT64_MAX, "xml ", {}),
                   "the length 18446744073709551615 of a box goes beyond the box around it (at byte 36 of the "
                   "file)"},
-          BadCase{"empty header", theStart + Box("jp2h", {}) + Box("jp2c", theStream), theNoImageHeader},
-          BadCase{"header without image header", theStart + Box("jp2h", Box("colr", Bytes(14))),
-                  theNoImageHeader},
-          BadCase{"short image header", theStart + Box("jp2h", Box("ihdr", Bytes(13))), theNoImageHeader},
+          BadCase{"empty header", kStart + Box("jp2h", {}) + Box("jp2c", kStream), kNoImageHeader},
+          BadCase{"header without image header", kStart + Box("jp2h", Box("colr", Bytes(14))),
+                  kNoImageHeader},
+          BadCase{"short image header", kStart + Box("jp2h", Box("ihdr", Bytes(13))), kNoImageHeader},
           BadCase{"cut image header",
-                  theStart + Bytes{0, 0, 0, 30, 'j', 'p', '2', 'h'} +
-                      Bytes(theImageHeader.begin(), theImageHeader.begin() + 12),
-                  theNoImageHeader},
-          BadCase{"header to the end", theStart + Stated({0, 0, 0, 0}, "jp2h", theImageHeader),
+                  kStart + Bytes{0, 0, 0, 30, 'j', 'p', '2', 'h'} +
+                      Bytes(kImageHeader.begin(), kImageHeader.begin() + 12),
+                  kNoImageHeader},
+          BadCase{"header to the end", kStart + Stated({0, 0, 0, 0}, "jp2h", kImageHeader),
                   "the JP2 header box has no length"},
-          BadCase{"too little inside", theStart + Box("jp2h", {0, 0, 0, 8}),
+          BadCase{"too little inside", kStart + Box("jp2h", {0, 0, 0, 8}),
                   "a box has no room for the box inside it (at byte 44 of the file)"},
-          BadCase{"inner box too long",
-                  theStart + Box("jp2h", theImageHeader + Stated({0, 0, 0, 9}, "colr", {})),
+          BadCase{"inner box too long", kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 9}, "colr", {})),
                   "the length 9 of a box goes beyond the box around it (at byte 66 of the file)"},
           BadCase{"inner box to the end",
-                  theStart + Box("jp2h", theImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
+                  kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
                   "a box inside another has no length (at byte 66 of the file)"}})
     {
         SCOPED_TRACE(aCase.itsName);
@@ -188,7 +187,7 @@ TEST(Jp2Source, WantsAnOpenFileAtItsStart)
     EXPECT_THROW(aFile.open(nullptr), EngineReport);
     EXPECT_THROW(aFile.open(&aFamily), EngineReport);
     EXPECT_THROW(aFile.read_header(), EngineReport);
-    ByteSource aSource(theHead);
+    ByteSource aSource(kHead);
     aFamily.open(&aSource);
     EXPECT_THROW(aFile.open(&aFamily, {36}), EngineReport);
     EXPECT_EQ(aSource.GetReads(), 0);
@@ -197,13 +196,12 @@ TEST(Jp2Source, WantsAnOpenFileAtItsStart)
 TEST(Jp2BoxTextualizer, PrintsTheTree)
 {
     const Bytes aHeader =
-        Box("jp2h", theImageHeader + Box("bpcc", {7, 0x8b}) + Box("colr", {1, 0, 0, 0, 0, 0, 18}) +
+        Box("jp2h", kImageHeader + Box("bpcc", {7, 0x8b}) + Box("colr", {1, 0, 0, 0, 0, 0, 18}) +
                         Box("colr", {2, 0, 0, 0, 0, 2, 1}) + Box("pclr", {1, 0, 2, 7, 0x87, 1, 2}) +
                         Box("cmap", {0, 0, 1, 2, 0, 1, 0, 0}) + Box("cdef", {0, 1, 0, 2, 0, 1, 0, 3}) +
                         Box("res ", Box("resd", {0, 150, 0, 1, 0, 150, 0, 2, 2, 0xfe})));
-    ByteSource aSource(theSignature + theFileType + Box("a\x1b\x80z", {1}) + aHeader +
-                           Stated({0, 0, 0, 0}, "jp2c", theStream),
-                       5);
+    ByteSource aSource(
+        kSignature + kFileType + Box("a\x1b\x80z", {1}) + aHeader + Stated({0, 0, 0, 0}, "jp2c", kStream), 5);
     const std::vector<std::string> anExpected = {
         "jP  : signature, 12 bytes at 0",
         "ftyp: file type, 24 bytes at 12: brand \"jp2 \", version 0, compatible with \"jp2 \" \"j.xb\"",
@@ -240,9 +238,9 @@ TEST(Jp2BoxTextualizer, EndsWhereTheFileIsDamagedOrTooLong)
         aManyBoxes = aManyBoxes + Box("free", {});
     }
     for (const Case& aCase :
-         {Case{"empty boxes", theSignature + Box("ihdr", {}) + Box("pclr", {}) + Box("cdef", {}), 4,
+         {Case{"empty boxes", kSignature + Box("ihdr", {}) + Box("pclr", {}) + Box("cdef", {}), 4,
                "cdef: channel definition, 8 bytes at 28: "},
-          Case{"cut", Bytes(theHead.begin(), theHead.end() - 1), 5,
+          Case{"cut", Bytes(kHead.begin(), kHead.end() - 1), 5,
                "damaged: the file ends inside a box (at byte 44 of the file)"},
           Case{"nested deeper than is looked at", Nested(9), 5, "        res : resolution, 62 bytes at 32"},
           Case{"too many", aManyBoxes, 11, "more boxes follow"}, Case{"nothing", {}, 0, ""}})

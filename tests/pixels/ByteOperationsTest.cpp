@@ -17,12 +17,12 @@ TEST(ByteOperations, SwapBytesCopiesTheFirstByteOfEachPairAndOnePairMore)
         int itsColumns;
         Bytes itsExpected;
     };
-    const Row theRows[] = {{1, 2, {1, 1, 3, 3, 5, 5, 7, 8}},
-                           {2, 1, {1, 1, 3, 3, 5, 5, 7, 8}},
-                           {1, 1, {1, 1, 3, 3, 5, 6, 7, 8}},
-                           {0, 5, {1, 1, 3, 4, 5, 6, 7, 8}},
-                           {-1, 2, {1, 2, 3, 4, 5, 6, 7, 8}}};
-    for (const Row& aRow : theRows)
+    const Row kRows[] = {{1, 2, {1, 1, 3, 3, 5, 5, 7, 8}},
+                         {2, 1, {1, 1, 3, 3, 5, 5, 7, 8}},
+                         {1, 1, {1, 1, 3, 3, 5, 6, 7, 8}},
+                         {0, 5, {1, 1, 3, 4, 5, 6, 7, 8}},
+                         {-1, 2, {1, 2, 3, 4, 5, 6, 7, 8}}};
+    for (const Row& aRow : kRows)
     {
         Bytes aData = {1, 2, 3, 4, 5, 6, 7, 8};
         DecompressionLibUtils::SwapBytes(aData.data(), aRow.itsRows, aRow.itsColumns);

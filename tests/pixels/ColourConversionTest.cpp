@@ -27,9 +27,9 @@ void ConvertPalette(Renderable& theImage)
     DecompressionLibUtils::ConvertPaletteColorRenderableTo8BitRGB(aDataSet, theImage);
 }
 
-constexpr Conversion theRGB = DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB;
-constexpr Conversion theFull = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanar8BitRGB;
-constexpr Conversion theFullWide = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanarRGB;
+constexpr Conversion kRGB = DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB;
+constexpr Conversion kFull = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanar8BitRGB;
+constexpr Conversion kFullWide = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanarRGB;
 constexpr Conversion the422 = DecompressionLibUtils::ConvertYBR_FULL_422RenderableTo8BitRGB;
 constexpr Conversion the422Wide = DecompressionLibUtils::ConvertYBR_FULL_422RenderableToRGB;
 
@@ -56,10 +56,10 @@ struct ConversionName
     const char* itsTerm;
 };
 
-const ConversionName theConversions[] = {
-    {theRGB, "ConvertRGBRenderableToNonPlanar8BitRGB", Renderable::RGB, "RGB"},
-    {theFull, "ConvertYBR_FULLRenderableToNonPlanar8BitRGB", Renderable::YBR_FULL, "YBR_FULL"},
-    {theFullWide, "ConvertYBR_FULLRenderableToNonPlanarRGB", Renderable::YBR_FULL, "YBR_FULL"},
+const ConversionName kConversions[] = {
+    {kRGB, "ConvertRGBRenderableToNonPlanar8BitRGB", Renderable::RGB, "RGB"},
+    {kFull, "ConvertYBR_FULLRenderableToNonPlanar8BitRGB", Renderable::YBR_FULL, "YBR_FULL"},
+    {kFullWide, "ConvertYBR_FULLRenderableToNonPlanarRGB", Renderable::YBR_FULL, "YBR_FULL"},
     {the422, "ConvertYBR_FULL_422RenderableTo8BitRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
     {the422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
     {ConvertPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
@@ -74,7 +74,7 @@ struct Defect
     bool itsForPalette;
 };
 
-const Defect theDefects[] = {
+const Defect kDefects[] = {
     {"interpretation, before anything else",
      [](ImageSpec& s)
      {
@@ -99,9 +99,9 @@ const Defect theDefects[] = {
 
 TEST(ColourConversion, DefectsHaveTheirTextsAndLeaveTheImageAlone)
 {
-    for (const ConversionName& aConversion : theConversions)
+    for (const ConversionName& aConversion : kConversions)
     {
-        for (const Defect& aDefect : theDefects)
+        for (const Defect& aDefect : kDefects)
         {
             const bool aPalette = aConversion.itsInterpretation == Renderable::PALETTE_COLOR;
             if (aPalette && !aDefect.itsForPalette)
@@ -128,14 +128,14 @@ TEST(ColourConversion, DefectsHaveTheirTextsAndLeaveTheImageAlone)
 
 TEST(ColourConversion, InterpretationsWithoutConversionAreNamed)
 {
-    const std::pair<Renderable::PhotometricInterpretation, const char*> theCases[] = {
+    const std::pair<Renderable::PhotometricInterpretation, const char*> kCases[] = {
         {Renderable::INVALID, "INVALID"},
         {Renderable::YBR_PARTIAL_422, "YBR_PARTIAL_422"},
         {Renderable::YBR_PARTIAL_420, "YBR_PARTIAL_420"},
         {Renderable::YBR_ICT, "YBR_ICT"},
         {Renderable::YBR_RCT, "YBR_RCT"},
         {static_cast<Renderable::PhotometricInterpretation>(99), "INVALID"}};
-    for (const auto& [anInterpretation, aName] : theCases)
+    for (const auto& [anInterpretation, aName] : kCases)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, {anInterpretation}, Bytes(6));
@@ -158,7 +158,7 @@ TEST(ColourConversion, Only422ThatPairsUpIsTaken)
     const char* const aPlanarText = "Renderable in planar format is not valid for YBR_FULL_422 encoding";
     const char* const aCountText =
         "Renderable contains incorrect number of samples for YBR_FULL_422 encoding";
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"planar", {Renderable::YBR_FULL_422, 3, 8, 1, 2, true}, 4, aPlanarText},
         {"planar comes before the count", {Renderable::YBR_FULL_422, 3, 8, 1, 3, true}, 4, aPlanarText},
         {"odd pixels", {Renderable::YBR_FULL_422, 3, 8, 3, 3}, 20, aCountText},
@@ -167,7 +167,7 @@ TEST(ColourConversion, Only422ThatPairsUpIsTaken)
         {"size of full colour", {Renderable::YBR_FULL_422, 3, 8, 2, 2}, 12, aCountText},
         {"8-bit size at 16 bits", {Renderable::YBR_FULL_422, 3, 16, 2, 2}, 8, aCountText},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -187,7 +187,7 @@ TEST(ColourConversion, BuffersSmallerThanTheGeometryAreRefused)
         ImageSpec itsSpec;
         std::size_t itsBytes;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"YBR_FULL", {Renderable::YBR_FULL, 3, 8, 2, 2}, 11},
         {"YBR_FULL, 16 bits", {Renderable::YBR_FULL, 3, 16, 2, 2}, 23},
         {"planar RGB", {Renderable::RGB, 3, 8, 2, 2, true}, 11},
@@ -198,7 +198,7 @@ TEST(ColourConversion, BuffersSmallerThanTheGeometryAreRefused)
         {"product that is small in 32 bits", {Renderable::RGB, 3, 8, 65536, 65536, true}, 12},
         {"negative rows and columns", {Renderable::YBR_FULL, 3, 8, -2, -2}, 12},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -226,7 +226,7 @@ struct PixelRow
     Bytes itsExpected;
 };
 
-const PixelRow thePixelRows[] = {
+const PixelRow kPixelRows[] = {
     {"clamped red",
      ConvertAny,
      {Renderable::YBR_FULL, 3, 8, 1, 3},
@@ -291,12 +291,12 @@ const PixelRow thePixelRows[] = {
      Words({0x8000, 0x1234, 0x8000, 0xffff}),
      {255, 36, 128, 197, 0, 0x12}},
     {"input's width, 8 bits",
-     theFullWide,
+     kFullWide,
      {Renderable::YBR_FULL, 3, 8, 1, 2},
      {128, 128, 255, 1, 128, 128},
      {255, 37, 128, 1, 1, 1}},
     {"input's width, 16 bits from big-endian",
-     theFullWide,
+     kFullWide,
      {Renderable::YBR_FULL, 3, 16, 1, 2, false, false, false},
      Words({0x1234, 0x8000, 0x8000, 0xffff, 0xffff, 0x8000}, false),
      Words({0x1234, 0x1234, 0x1234, 0xffff, 54258, 0xffff})},
@@ -315,7 +315,7 @@ const PixelRow thePixelRows[] = {
 
 TEST(ColourConversion, PixelsAndDescriptionAfterwards)
 {
-    for (const PixelRow& aRow : thePixelRows)
+    for (const PixelRow& aRow : kPixelRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -339,11 +339,11 @@ TEST(ColourConversion, PixelsAndDescriptionAfterwards)
 
 TEST(ColourConversion, GreyAndReadyRGBKeepTheirBuffer)
 {
-    const ImageSpec theSpecs[] = {{Renderable::MONOCHROME1, 1, 16, 1, 3},
-                                  {Renderable::MONOCHROME2, 1, 8, 2, 3},
-                                  {Renderable::RGB, 3, 8, 1, 2},
-                                  {Renderable::RGB, 3, 8, 1, 2, false, true}};
-    for (const ImageSpec& aSpec : theSpecs)
+    const ImageSpec kSpecs[] = {{Renderable::MONOCHROME1, 1, 16, 1, 3},
+                                {Renderable::MONOCHROME2, 1, 8, 2, 3},
+                                {Renderable::RGB, 3, 8, 1, 2},
+                                {Renderable::RGB, 3, 8, 1, 2, false, true}};
+    for (const ImageSpec& aSpec : kSpecs)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, {1, 2, 3, 4, 5, 6});
@@ -371,12 +371,12 @@ TEST(ColourConversion, ImagesWithoutPixelsAreOnlyDescribedAnew)
 // Without memory for the new pixels the image stays what it was, with the pixels it had.
 TEST(ColourConversion, FailedAllocationLeavesTheImageAsItWas)
 {
-    const std::pair<ImageSpec, Bytes> theCases[] = {
+    const std::pair<ImageSpec, Bytes> kCases[] = {
         {{Renderable::YBR_FULL, 3, 8, 1, 2, true, true}, Bytes{1, 2, 3, 4, 5, 6}},
         {{Renderable::YBR_FULL_422, 3, 8, 1, 2}, Bytes{1, 2, 3, 4}},
         {{Renderable::RGB, 3, 16, 1, 1}, Bytes{1, 2, 3, 4, 5, 6}},
         {{Renderable::PALETTE_COLOR, 1, 8, 1, 2, false, true}, Bytes{1, 2}}};
-    for (const auto& [aSpec, aPixels] : theCases)
+    for (const auto& [aSpec, aPixels] : kCases)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, aPixels);

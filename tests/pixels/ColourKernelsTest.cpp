@@ -17,9 +17,9 @@ namespace
 using Bytes = std::vector<std::uint8_t>;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int theLuminanceStep = 15; // 0 and 255 are still among them
+constexpr int kLuminanceStep = 15; // 0 and 255 are still among them
 #else
-constexpr int theLuminanceStep = 1;
+constexpr int kLuminanceStep = 1;
 #endif
 
 std::uint8_t Clamp(float theValue)
@@ -81,7 +81,7 @@ Bytes MakeNoise(std::size_t theSize)
 
 TEST(ColourKernels, EveryTripletIsThePlainFormula)
 {
-    for (int aY = 0; aY < 256; aY += theLuminanceStep)
+    for (int aY = 0; aY < 256; aY += kLuminanceStep)
     {
         const AllChroma anInput(aY);
         const Bytes aFlippedInput = Flip(anInput.itsTriplets);
@@ -100,7 +100,7 @@ TEST(ColourKernels, EveryTripletIsThePlainFormula)
 
 TEST(ColourKernels, Every422GroupIsThePlainFormula)
 {
-    for (int aY = 0; aY < 128; aY += theLuminanceStep)
+    for (int aY = 0; aY < 128; aY += kLuminanceStep)
     {
         const AllChroma aFirst(aY);
         const AllChroma aSecond(255 - aY);

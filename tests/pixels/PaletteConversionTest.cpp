@@ -12,7 +12,7 @@
 
 namespace
 {
-constexpr int theRed = 0, theGreen = 1, theBlue = 2;
+constexpr int kRed = 0, kGreen = 1, kBlue = 2;
 
 DICOMTag GetChannelTag(DICOMTag theRedTag, int theChannel)
 {
@@ -50,7 +50,7 @@ struct PaletteRow
     Bytes itsExpected;
 };
 
-const PaletteRow theRows[] = {
+const PaletteRow kRows[] = {
     {"16-bit entries give their high byte, indices past either end the nearest entry",
      {Renderable::PALETTE_COLOR, 1, 8, 1, 4},
      {9, 10, 12, 255},
@@ -105,12 +105,12 @@ const PaletteRow theRows[] = {
 
 TEST(PaletteConversion, MapsIndicesThroughThePalettes)
 {
-    for (const PaletteRow& aRow : theRows)
+    for (const PaletteRow& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         DICOMDataObject aDataSet;
         SetPixelRepresentation(aDataSet, aRow.itsSpec.itsSigned);
-        for (int aChannel : {theRed, theGreen, theBlue})
+        for (int aChannel : {kRed, kGreen, kBlue})
         {
             const std::size_t aWidth = aRow.itsName == std::string("8-bit entries in bytes") ? 1 : 2;
             AddPalette(aDataSet, aChannel, static_cast<std::uint16_t>(aRow.itsData[aChannel].size() / aWidth),
@@ -134,7 +134,7 @@ TEST(PaletteConversion, MapsIndicesThroughThePalettes)
 TEST(PaletteConversion, PalettesInMemoryServeTheNextFrame)
 {
     DICOMDataObject aDataSet;
-    for (int aChannel : {theRed, theGreen, theBlue})
+    for (int aChannel : {kRed, kGreen, kBlue})
     {
         AddPalette(aDataSet, aChannel, 2, 0, 16, Words({0x0100 * (aChannel + 1), 0x1000 * (aChannel + 1)}));
     }
@@ -158,7 +158,7 @@ TEST(PaletteConversion, FaultyPalettesAreNamedAndNothingLeaks)
         bool itsValid[3];
         const char* itsText;
     };
-    const Row theFaults[] = {
+    const Row kFaults[] = {
         {{false, true, true}, {true, true, true}, "Red palette is null (unavailable)"},
         {{true, false, true}, {true, true, true}, "Green palette is null (unavailable)"},
         {{true, true, false}, {true, true, true}, "Blue palette is null (unavailable)"},
@@ -168,7 +168,7 @@ TEST(PaletteConversion, FaultyPalettesAreNamedAndNothingLeaks)
         {{true, true, true}, {true, true, false}, "Blue palette is not valid"},
         {{true, true, false}, {true, false, true}, "Green palette is not valid"},
     };
-    for (const Row& aRow : theFaults)
+    for (const Row& aRow : kFaults)
     {
         SCOPED_TRACE(aRow.itsText);
         DICOMDataObject aDataSet;

@@ -12,7 +12,7 @@
 
 namespace
 {
-constexpr unsigned theUntouched = 4711;
+constexpr unsigned kUntouched = 4711;
 
 ImageSpec Grey(int theBits, int theRows, int theColumns, bool theSigned = false, bool theLittleEndian = true)
 {
@@ -39,7 +39,7 @@ struct RangeRow
     Range itsExpected;
 };
 
-const RangeRow theRangeRows[] = {
+const RangeRow kRangeRows[] = {
     {"unsigned 16", Grey(16, 1, 3), Words({65535, 7, 300}), 0, {7, 65535}},
     {"signed 16 is sign-extended", Grey(16, 1, 3, true), Words({-5, 3, 32767}), 0, {4294967291u, 32767}},
     {"unsigned 8", Grey(8, 1, 3), {200, 3, 7}, 0, {3, 200}},
@@ -54,8 +54,8 @@ const RangeRow theRangeRows[] = {
     {"all padding, signed 16", Grey(16, 1, 2, true), Words({7, 7}), 7, {32767, 4294934528u}},
     {"all padding, unsigned 8", Grey(8, 1, 2), {7, 7}, 7, {255, 0}},
     {"all padding, signed 8", Grey(8, 1, 2, true), {7, 7}, 7, {127, 4294967168u}},
-    {"other widths change nothing", Grey(12, 1, 2), Words({1, 2}), 0, {theUntouched, theUntouched}},
-    {"32 bits change nothing", Grey(32, 1, 1), Words({1, 2}), 0, {theUntouched, theUntouched}},
+    {"other widths change nothing", Grey(12, 1, 2), Words({1, 2}), 0, {kUntouched, kUntouched}},
+    {"32 bits change nothing", Grey(32, 1, 1), Words({1, 2}), 0, {kUntouched, kUntouched}},
     {"buffer shorter than the geometry", Grey(16, 1000, 1000), Words({5, 9}), 0, {5, 9}},
     {"half a sample at the end", Grey(16, 1, 3), {5, 0, 9, 0, 200}, 0, {5, 9}},
     {"buffer longer than the geometry", Grey(8, 1, 2), {5, 9, 255}, 0, {5, 9}},
@@ -68,7 +68,7 @@ const RangeRow theRangeRows[] = {
 Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false, float thePercent = 0,
                int theShift = 0)
 {
-    Range aRange{theUntouched, theUntouched};
+    Range aRange{kUntouched, kUntouched};
     DecompressionLibUtils::CalculateMinMax(theImage, thePadding, aRange.itsMin, aRange.itsMax, theRemove,
                                            thePercent, theShift);
     return aRange;
@@ -77,7 +77,7 @@ Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false
 
 TEST(PixelStatistics, CalculateMinMax)
 {
-    for (const RangeRow& aRow : theRangeRows)
+    for (const RangeRow& aRow : kRangeRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -135,7 +135,7 @@ TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
         std::size_t itsBins;
         std::vector<std::size_t> itsHits;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {"unsigned 8", Grey(8, 1, 3), {0, 255, 255}, 256, {0, 255, 255}},
         {"signed 8", Grey(8, 1, 3, true), {0x80, 0, 0x7f}, 256, {0, 128, 255}},
         {"unsigned 16", Grey(16, 1, 2), Words({0, 65535}), 65536, {0, 65535}},
@@ -146,7 +146,7 @@ TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
         {"32 bits do not take 16 gigabytes", Grey(32, 1, 1), Words({7, 9}), 65536, {7}},
         {"buffer shorter than the geometry", Grey(16, 9, 9), Words({3}), 65536, {3}},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -194,7 +194,7 @@ struct BurnInRow
 
 // About ten pixels have each value of the body, so more than 50 of them lie at 1005 and above 1995: the
 // sixth bin from either end.
-const BurnInRow theBurnInRows[] = {
+const BurnInRow kBurnInRows[] = {
     {"one pixel at either end", 0, 4095, 1, false, 0.5f, 10, {1005, 1995}},
     {"as many as the threshold", 0, 4095, 50, false, 0.5f, 10, {1000, 2000}},
     {"the threshold is 29 in single precision", 0, 4095, 29, false, 0.29f, 10, {1000, 2000}},
@@ -214,7 +214,7 @@ const BurnInRow theBurnInRows[] = {
 
 TEST(PixelStatistics, BurnInsAreTrimmed)
 {
-    for (const BurnInRow& aRow : theBurnInRows)
+    for (const BurnInRow& aRow : kBurnInRows)
     {
         SCOPED_TRACE(aRow.itsName);
         CountingAllocator anAllocator;
@@ -234,7 +234,7 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
         float itsPercent = 0.5f;
         int itsShift = 10;
     };
-    const Row theRows[] = {
+    const Row kRows[] = {
         {{0, 4294967295u}, false, {1005, 1995}},
         {{70000, 80000}, false, {70000, 1995}},
         {{65535, 0}, false, {65535, 0}},
@@ -246,7 +246,7 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
         {{0, 3000}, false, {0, 3000}, 0.0000009f},
         {{0, 3000}, false, {0, 3000}, -0.0000009f},
     };
-    for (const Row& aRow : theRows)
+    for (const Row& aRow : kRows)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeBody(anAllocator, 1500, 1500, 1, aRow.itsSigned);

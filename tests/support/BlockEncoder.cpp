@@ -12,8 +12,8 @@
 namespace
 {
 using PlainBlockCoder::Context;
+using PlainBlockCoder::kProbabilities;
 using PlainBlockCoder::Probability;
-using PlainBlockCoder::theProbabilities;
 
 class Writer : public PlainBlockCoder::BitCoder
 {
@@ -28,7 +28,7 @@ class MqEncoder final : public Writer
 public:
     unsigned int Code(Context& theContext, unsigned int theBit) override
     {
-        const Probability& aRow = theProbabilities[theContext.itsRow];
+        const Probability& aRow = kProbabilities[theContext.itsRow];
         itsA -= aRow.itsQe;
         if (theBit == theContext.itsMps)
         {
@@ -218,14 +218,14 @@ void BlockEncoder::LayOut(const Request& theRequest)
 {
     for (const Segment& aSegment : itsSegments)
     {
-        constexpr std::size_t theLead = j2k::CodedSegment::theLead;
-        const std::size_t anEnd = theLead + aSegment.itsBytes.size();
-        std::vector<std::uint8_t> aBytes(anEnd + j2k::CodedSegment::theTail, 0xFF);
-        std::fill_n(aBytes.begin(), theLead, std::uint8_t{0});
+        constexpr std::size_t kLead = j2k::CodedSegment::kLead;
+        const std::size_t anEnd = kLead + aSegment.itsBytes.size();
+        std::vector<std::uint8_t> aBytes(anEnd + j2k::CodedSegment::kTail, 0xFF);
+        std::fill_n(aBytes.begin(), kLead, std::uint8_t{0});
         std::copy(aSegment.itsBytes.begin(), aSegment.itsBytes.end(),
-                  aBytes.begin() + static_cast<std::ptrdiff_t>(theLead));
+                  aBytes.begin() + static_cast<std::ptrdiff_t>(kLead));
         itsBytes.push_back(std::move(aBytes));
-        itsCodedSegments.push_back({itsBytes.back().data() + theLead,
+        itsCodedSegments.push_back({itsBytes.back().data() + kLead,
                                     static_cast<std::uint32_t>(aSegment.itsBytes.size()),
                                     aSegment.itsPasses});
     }

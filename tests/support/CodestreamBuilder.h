@@ -95,7 +95,7 @@ public:
 
     /// SOC, SIZ, COD and QCD of a small image, the start of most tests.
     static CodestreamBuilder Begin(const Image& theImage = {}, const Coding& theCoding = {},
-                                   const Steps& theSteps = {});
+                                   const Steps& kSteps = {});
 
     CodestreamBuilder& Marker(unsigned int theCode);
     CodestreamBuilder& Segment(unsigned int theCode, const Bytes& theBody,
@@ -105,8 +105,8 @@ public:
     CodestreamBuilder& Siz(const Image& theImage);
     CodestreamBuilder& Cod(const Coding& theCoding);
     CodestreamBuilder& Coc(int theComponent, const Style& theStyle);
-    CodestreamBuilder& Qcd(const Steps& theSteps);
-    CodestreamBuilder& Qcc(int theComponent, const Steps& theSteps);
+    CodestreamBuilder& Qcd(const Steps& kSteps);
+    CodestreamBuilder& Qcc(int theComponent, const Steps& kSteps);
     CodestreamBuilder& Rgn(int theComponent, int theShift, int theStyle = 0);
     CodestreamBuilder& Poc(const std::vector<Progression>& theProgressions);
     CodestreamBuilder& Add(const TilePart& theTilePart);
@@ -118,7 +118,7 @@ public:
 
 private:
     Bytes StyleBytes(const Style& theStyle) const;
-    Bytes StepsBytes(const Steps& theSteps) const;
+    Bytes StepsBytes(const Steps& kSteps) const;
     void PutComponent(Bytes& theBytes, int theComponent) const;
 
     Bytes itsBytes;

@@ -6,7 +6,7 @@
 
 namespace
 {
-const char* const theGrey12 =
+const char* const kGrey12 =
     "ff4fff5100290000000000100000000c00000003000000010000000800000008000000000000000000018b0101ff5200"
     "0c00000001000304040001ff5c000d4060686870686870686870ff90000a0000000000530001ff93c01f5010031bc00f"
     "900c03ea0381f9818004096f3f0625f7c7f21b0fd8263fc07006ed73ca88377cf5c9e197a92f14b5dfcf56ce8a662812"
@@ -17,7 +17,7 @@ const char* const theGrey12 =
     "00530001ff93c03e702002c07da04005dfc01f38381f80240fcc100ac50f0bbd6d7f0a18823fc0fc0220fcc2a0fd8240"
     "0e33b2251d44da2c128284432dbc39ff2c550c42c28997b8c5f4a3ffd9";
 
-const char* const theColour =
+const char* const kColour =
     "ff4fff51002f00000000000b0000000900000000000000000000000b0000000900000000000000000003070101070101"
     "070101ff52000c00000001010204040001ff5c000a4040484850484850ff90000a0000000000c80001ff93cfb42806b5"
     "f477f6f4696d9c9fff18581b1b8ac55b0fce867f4287c7d40e08ec8ab9840183c3ea0887d40b07d40c1597374ffc8a03"
@@ -25,25 +25,25 @@ const char* const theColour =
     "8b87d41b07d4102482dece812bc94d275a1f24d1bbf942275c0906c09fff7f1f62987446c9afefc7da1b3f00d8fc0280"
     "2482dece812bc94d275a33ff7f24d1bbf942275c0906c09ffcbb1f62987446c9afefff7f80ffd9";
 
-const char* const thePlain =
+const char* const kPlain =
     "ff4fff51002f00000000000b0000000900000000000000000000000b0000000900000000000000000003070101070101"
     "070101ff52000c00000001000204040001ff5c000a4040484850484850ff90000a0000000000950001ff93df805006a0"
     "15a56dd6b8b71fc1cfb42806536d9e02a2725c4c7fdf80600cc8dcb74360f65dde8377bfc1f38300159158c1f3830015"
     "9158c7da153f0078fc01c00cc43bc2092c32c0321b0fc81d63eaa8d90f725453ef10f78080c7da1b3f00d8fc02802482"
     "dece812bc94d275a33ff7f24d1bbf942275c0906c09ffcbb1f62987446c9afefff7fffd9";
 
-const char* const thePair =
+const char* const kPair =
     "ff4fff51002c000000000004000000040000000000000000000000040000000400000000000000000002070101070101"
     "ff52000c00000001000004040001ff5c00044040ff90000a0000000000340001ff93df8088120bd33fb29a956c155de8"
     "7b7a59cbfdcfcfb43c120a4aae73379e6640b25e9e3fe94fffd9";
 
-const char* const theDeepColour =
+const char* const kDeepColour =
     "ff4fff51002f0000000000040000000400000000000000000000000400000004000000000000000000030b01010b0101"
     "0b0101ff52000c00000001000004040001ff5c00044060ff90000a0000000000550001ff93dfe054120bd35f4b933436"
     "616a881623bc37dede9672ff39cfe450115054994d00180df5db7a30967420cfabdb17dbcfe4541150548af320c0b476"
     "f5e2fb308732a6da457983b9ffd9";
 
-const char* const theLossy =
+const char* const kLossy =
     "ff4fff51002f000000000010000000100000000000000000000000100000001000000000000000000003070101070101"
     "070101ff52000c00000001010304040000ff5c001742673867506750676850055005504757d357d35762ff90000a0000"
     "000000610001ff93c7ec0e08f9ae9fd2ab9fc1f8020001c97ac7c1f802800885ca427fc0fb41603ea0300cff61047f0b"
@@ -74,7 +74,7 @@ namespace Jpeg2000Streams
 {
 Bytes Grey12()
 {
-    return FromHex(theGrey12);
+    return FromHex(kGrey12);
 }
 
 int GreyValue(int theX, int theY)
@@ -88,12 +88,12 @@ int GreyValue(int theX, int theY)
 
 Bytes Colour()
 {
-    return FromHex(theColour);
+    return FromHex(kColour);
 }
 
 Bytes PlainColour()
 {
-    return FromHex(thePlain);
+    return FromHex(kPlain);
 }
 
 int ColourValue(int theComponent, int theX, int theY)
@@ -103,17 +103,17 @@ int ColourValue(int theComponent, int theX, int theY)
 
 Bytes Pair()
 {
-    return FromHex(thePair);
+    return FromHex(kPair);
 }
 
 Bytes DeepColour()
 {
-    return FromHex(theDeepColour);
+    return FromHex(kDeepColour);
 }
 
 Bytes Lossy()
 {
-    return FromHex(theLossy);
+    return FromHex(kLossy);
 }
 
 int LossyValue(int theComponent, int theX, int theY)
@@ -141,8 +141,7 @@ Bytes Box(const char* theType, const Bytes& theContents)
 
 Bytes MakeJp2(const Bytes& theStream)
 {
-    const Bytes anImageHeader =
-        Box("ihdr", {0, 0, 0, theGreyHeight, 0, 0, 0, theGreyWidth, 0, 1, 0x8b, 7, 0, 0});
+    const Bytes anImageHeader = Box("ihdr", {0, 0, 0, kGreyHeight, 0, 0, 0, kGreyWidth, 0, 1, 0x8b, 7, 0, 0});
     const Bytes aColour = Box("colr", {1, 0, 0, 0, 0, 0, 17});
     return Join({Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a}),
                  Box("ftyp", {'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' '}),

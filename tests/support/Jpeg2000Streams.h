@@ -14,15 +14,15 @@ using Bytes = std::vector<std::uint8_t>;
 /// One component, signed, 12 bits, 13 x 11, three levels of the 5/3 transform, four tiles of 8 x 8 with the
 /// image at (3, 1).
 Bytes Grey12();
-constexpr int theGreyWidth = 13;
-constexpr int theGreyHeight = 11;
+constexpr int kGreyWidth = 13;
+constexpr int kGreyHeight = 11;
 int GreyValue(int theX, int theY);
 
 /// Three components of 8 bits, 11 x 9, 5/3: with the component transform, and without.
 Bytes Colour();
 Bytes PlainColour();
-constexpr int theColourWidth = 11;
-constexpr int theColourHeight = 9;
+constexpr int kColourWidth = 11;
+constexpr int kColourHeight = 9;
 int ColourValue(int theComponent, int theX, int theY);
 
 /// Two components of 8 bits, 4 x 4.
@@ -33,15 +33,15 @@ Bytes DeepColour();
 
 /// Three components of 8 bits, 16 x 16, 9/7 with the component transform, at a high rate.
 Bytes Lossy();
-constexpr int theLossySize = 16;
+constexpr int kLossySize = 16;
 int LossyValue(int theComponent, int theX, int theY);
 
 /// The bytes at thePosition replaced, without a change of length.
 Bytes Patch(Bytes theStream, std::size_t thePosition, const Bytes& theBytes);
 
 // Positions in the SIZ marker segment of all these streams.
-constexpr std::size_t theCapabilities = 6;
-constexpr std::size_t theDepthOfComponent0 = 42; ///< Ssiz, then XRsiz and YRsiz; 3 bytes a component
+constexpr std::size_t kCapabilities = 6;
+constexpr std::size_t kDepthOfComponent0 = 42; ///< Ssiz, then XRsiz and YRsiz; 3 bytes a component
 
 /// A box of a JP2 file.
 Bytes Box(const char* theType, const Bytes& theContents);

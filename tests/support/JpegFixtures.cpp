@@ -12,10 +12,10 @@ namespace
 
 using Process = JpegSpec::Process;
 
-constexpr std::array<int, 64> theZigZag = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
-                                           12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
-                                           35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
-                                           58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+constexpr std::array<int, 64> kZigZag = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                         12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                         35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                         58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
 
 int DivideUp(int theValue, int theDivisor)
 {
@@ -98,7 +98,7 @@ struct Plane
 
 std::array<int, 64> Transform(const Plane& thePlane, int theX, int theY, int theLevel, int theStep)
 {
-    static const auto theCosines = []
+    static const auto kCosines = []
     {
         std::array<double, 64> aTable{};
         for (std::size_t u = 0; u < 8; ++u)
@@ -115,14 +115,13 @@ std::array<int, 64> Transform(const Plane& thePlane, int theX, int theY, int the
     std::array<int, 64> aBlock{};
     for (std::size_t k = 0; k < 64; ++k)
     {
-        const auto aPosition = static_cast<std::size_t>(theZigZag[k]);
+        const auto aPosition = static_cast<std::size_t>(kZigZag[k]);
         double aSum = 0.0;
         for (std::size_t i = 0; i < 64; ++i)
         {
             const int aSample =
                 thePlane.At(theX + static_cast<int>(i % 8), theY + static_cast<int>(i / 8)) - theLevel;
-            aSum +=
-                aSample * theCosines[(aPosition / 8) * 8 + i / 8] * theCosines[(aPosition % 8) * 8 + i % 8];
+            aSum += aSample * kCosines[(aPosition / 8) * 8 + i / 8] * kCosines[(aPosition % 8) * 8 + i % 8];
         }
         aBlock[k] = static_cast<int>(std::lround(aSum / theStep));
     }

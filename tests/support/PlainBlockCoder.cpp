@@ -8,7 +8,7 @@
 
 namespace PlainBlockCoder
 {
-const std::array<Probability, 47> theProbabilities = {
+const std::array<Probability, 47> kProbabilities = {
     {{0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},  {0x0521, 5, 29, 0},
      {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},  {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0},
      {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0}, {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1},
@@ -24,8 +24,8 @@ std::array<Context, 19> InitialContexts()
 {
     std::array<Context, 19> aContexts{};
     aContexts[0].itsRow = 4;
-    aContexts[theRunContext].itsRow = 3;
-    aContexts[theUniformContext].itsRow = 46;
+    aContexts[kRunContext].itsRow = 3;
+    aContexts[kUniformContext].itsRow = 46;
     return aContexts;
 }
 
@@ -71,7 +71,7 @@ bool Passes::Code(std::uint32_t thePass, unsigned int thePlane, BitCoder& theCod
         aSymbol = 0;
         for (const unsigned int aBit : {1U, 0U, 1U, 0U})
         {
-            aSymbol = aSymbol << 1 | CodeBit(theUniformContext, aBit);
+            aSymbol = aSymbol << 1 | CodeBit(kUniformContext, aBit);
         }
     }
     return aSymbol == 0xA;
@@ -161,12 +161,12 @@ unsigned int Passes::CodeColumnStart(std::uint32_t theX, std::uint32_t theY)
         }
         aFirst = GetPlaneBit(aSample) != 0 ? i : aFirst;
     }
-    if (CodeBit(theRunContext, aFirst < 4 ? 1 : 0) == 0)
+    if (CodeBit(kRunContext, aFirst < 4 ? 1 : 0) == 0)
     {
         return 4;
     }
-    unsigned int aPosition = CodeBit(theUniformContext, aFirst >> 1 & 1) << 1;
-    aPosition |= CodeBit(theUniformContext, aFirst & 1);
+    unsigned int aPosition = CodeBit(kUniformContext, aFirst >> 1 & 1) << 1;
+    aPosition |= CodeBit(kUniformContext, aFirst & 1);
     CodeSign(theX, theY + aPosition);
     return aPosition + 1;
 }
@@ -297,7 +297,7 @@ public:
 
     unsigned int Code(Context& theContext, unsigned int) override
     {
-        const Probability& aRow = theProbabilities[theContext.itsRow];
+        const Probability& aRow = kProbabilities[theContext.itsRow];
         itsA -= aRow.itsQe;
         if (itsC >> 16 >= aRow.itsQe)
         {
@@ -316,7 +316,7 @@ public:
 private:
     unsigned int Exchange(Context& theContext, bool theIsLps)
     {
-        const Probability& aRow = theProbabilities[theContext.itsRow];
+        const Probability& aRow = kProbabilities[theContext.itsRow];
         const unsigned int aBit = theContext.itsMps ^ (theIsLps ? 1 : 0);
         theContext.itsMps ^= theIsLps ? aRow.itsSwitch : 0;
         theContext.itsRow = theIsLps ? aRow.itsNextLps : aRow.itsNextMps;

@@ -51,10 +51,10 @@ struct Probability
     unsigned int itsNextLps;
     unsigned int itsSwitch;
 };
-extern const std::array<Probability, 47> theProbabilities;
+extern const std::array<Probability, 47> kProbabilities;
 
-constexpr unsigned int theRunContext = 17;
-constexpr unsigned int theUniformContext = 18;
+constexpr unsigned int kRunContext = 17;
+constexpr unsigned int kUniformContext = 18;
 
 /// The contexts of table D.7.
 std::array<Context, 19> InitialContexts();

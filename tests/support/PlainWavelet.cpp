@@ -15,7 +15,7 @@ public:
         : itsBegin(theBegin), itsEnd(theBegin + static_cast<std::int64_t>(theSamples.size()))
     {
         const std::int64_t aPeriod = 2 * (itsEnd - itsBegin - 1);
-        for (std::int64_t i = itsBegin - theMargin; i < itsEnd + theMargin; ++i)
+        for (std::int64_t i = itsBegin - kMargin; i < itsEnd + kMargin; ++i)
         {
             const std::int64_t aPhase = ((i - itsBegin) % aPeriod + aPeriod) % aPeriod;
             itsExtended.push_back(
@@ -25,13 +25,13 @@ public:
 
     double& operator[](std::int64_t theIndex)
     {
-        return itsExtended.at(static_cast<std::size_t>(theIndex - itsBegin + theMargin));
+        return itsExtended.at(static_cast<std::size_t>(theIndex - itsBegin + kMargin));
     }
 
     /// theOperation on all indices of one parity that have both neighbours.
     void ForEach(std::int64_t theParity, const std::function<double(double, double)>& theOperation)
     {
-        for (std::int64_t i = itsBegin - theMargin + 1; i < itsEnd + theMargin - 1; ++i)
+        for (std::int64_t i = itsBegin - kMargin + 1; i < itsEnd + kMargin - 1; ++i)
         {
             if ((i - theParity) % 2 == 0)
             {
@@ -42,12 +42,12 @@ public:
 
     std::vector<double> GetInner() const
     {
-        return {itsExtended.begin() + theMargin, itsExtended.end() - theMargin};
+        return {itsExtended.begin() + kMargin, itsExtended.end() - kMargin};
     }
 
 private:
     // Every step spoils one sample at either end.
-    static constexpr std::int64_t theMargin = 6;
+    static constexpr std::int64_t kMargin = 6;
     std::int64_t itsBegin;
     std::int64_t itsEnd;
     std::vector<double> itsExtended;
@@ -74,10 +74,10 @@ std::vector<double> SynthesizeIrreversibly(const std::vector<double>& theSamples
     {
         return {theBegin % 2 == 0 ? theSamples[0] : theSamples[0] / 2};
     }
-    constexpr double theK = 1.230174104914001;
+    constexpr double kK = 1.230174104914001;
     Signal aSignal(theSamples, theBegin);
-    aSignal.ForEach(0, [](double theValue, double) { return theValue * theK; });
-    aSignal.ForEach(1, [](double theValue, double) { return theValue / theK; });
+    aSignal.ForEach(0, [](double theValue, double) { return theValue * kK; });
+    aSignal.ForEach(1, [](double theValue, double) { return theValue / kK; });
     aSignal.ForEach(0, [](double theValue, double theSum) { return theValue - 0.443506852043971 * theSum; });
     aSignal.ForEach(1, [](double theValue, double theSum) { return theValue - 0.882911075530934 * theSum; });
     aSignal.ForEach(0, [](double theValue, double theSum) { return theValue + 0.052980118572961 * theSum; });

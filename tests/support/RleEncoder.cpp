@@ -7,11 +7,11 @@ namespace
 {
 using RleEncoder::Bytes;
 
-constexpr std::size_t theLongestRun = 128;
+constexpr std::size_t kLongestRun = 128;
 
 std::size_t CountEqual(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd)
 {
-    const std::size_t aLast = std::min(theEnd, theFirst + theLongestRun);
+    const std::size_t aLast = std::min(theEnd, theFirst + kLongestRun);
     std::size_t i = theFirst + 1;
     while (i < aLast && thePlane[i] == thePlane[theFirst])
     {
@@ -23,7 +23,7 @@ std::size_t CountEqual(const Bytes& thePlane, std::size_t theFirst, std::size_t 
 /// Bytes from theFirst on before the next run of at least three.
 std::size_t CountLiteral(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd)
 {
-    const std::size_t aLast = std::min(theEnd, theFirst + theLongestRun);
+    const std::size_t aLast = std::min(theEnd, theFirst + kLongestRun);
     std::size_t i = theFirst + 1;
     while (i < aLast && CountEqual(thePlane, i, std::min(theEnd, i + 3)) < 3)
     {

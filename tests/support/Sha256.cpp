@@ -36,7 +36,7 @@ std::array<std::uint32_t, Count> MakeConstants(Root theRoot)
 
 void AddBlock(State& theState, const std::uint8_t* theBlock)
 {
-    static const auto theConstants =
+    static const auto kConstants =
         MakeConstants<64>([](long double theValue) { return std::cbrt(theValue); });
     std::array<std::uint32_t, 64> aWords{};
     for (std::size_t i = 0; i < 16; ++i)
@@ -56,7 +56,7 @@ void AddBlock(State& theState, const std::uint8_t* theBlock)
     for (std::size_t i = 0; i < 64; ++i)
     {
         const std::uint32_t aFirst = s[7] + (std::rotr(s[4], 6) ^ std::rotr(s[4], 11) ^ std::rotr(s[4], 25)) +
-                                     ((s[4] & s[5]) ^ (~s[4] & s[6])) + theConstants[i] + aWords[i];
+                                     ((s[4] & s[5]) ^ (~s[4] & s[6])) + kConstants[i] + aWords[i];
         const std::uint32_t aSecond = (std::rotr(s[0], 2) ^ std::rotr(s[0], 13) ^ std::rotr(s[0], 22)) +
                                       ((s[0] & s[1]) ^ (s[0] & s[2]) ^ (s[1] & s[2]));
         s = {aFirst + aSecond, s[0], s[1], s[2], s[3] + aFirst, s[4], s[5], s[6]};

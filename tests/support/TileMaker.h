@@ -43,7 +43,7 @@ public:
 
     void AddBody(Bytes theBytes, bool theStartsTilePart = false)
     {
-        const std::uint64_t anOffset = theFirstOffset + itsData.itsBodyBytes;
+        const std::uint64_t anOffset = kFirstOffset + itsData.itsBodyBytes;
         itsData.itsBodyBytes += theBytes.size();
         itsData.itsBody.push_back({std::move(theBytes), anOffset, theStartsTilePart});
     }
@@ -55,7 +55,7 @@ public:
                                            itsRestrictions, itsReports);
     }
 
-    static constexpr std::uint64_t theFirstOffset = 100; ///< of the body in the codestream
+    static constexpr std::uint64_t kFirstOffset = 100; ///< of the body in the codestream
 
     j2k::ImageSize itsImage;
     j2k::TileData itsData;

@@ -14,7 +14,7 @@ namespace
 /// The sample at a place of a block of dequantised coefficients, before it is limited.
 double Transform(const std::array<double, 64>& theCoefficients, std::size_t thePlace)
 {
-    static const auto theBasis = []
+    static const auto kBasis = []
     {
         std::array<double, 64> aTable{};
         for (std::size_t i = 0; i < 64; ++i)
@@ -29,7 +29,7 @@ double Transform(const std::array<double, 64>& theCoefficients, std::size_t theP
     double aSum = 0.0;
     for (std::size_t i = 0; i < 64; ++i)
     {
-        aSum += theCoefficients[i] * theBasis[i % 8 * 8 + thePlace % 8] * theBasis[i / 8 * 8 + thePlace / 8];
+        aSum += theCoefficients[i] * kBasis[i % 8 * 8 + thePlace % 8] * kBasis[i / 8 * 8 + thePlace / 8];
     }
     return aSum;
 }

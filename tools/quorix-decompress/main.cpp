@@ -8,19 +8,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "CollectedInputs.h"
-#include "DecodeJob.h"
-#include "InputCollector.h"
-#include "ListedInputs.h"
-#include "MemoryLimit.h"
-#include "MirroredNames.h"
-#include "Options.h"
-#include "OutputError.h"
-#include "OutputPlanner.h"
-#include "Reporter.h"
-#include "ScratchFolder.h"
-#include "StopSignal.h"
-#include "TemporaryFile.h"
+#include "inputs/CollectedInputs.h"
+#include "inputs/InputCollector.h"
+#include "inputs/ListedInputs.h"
+#include "outputs/MirroredNames.h"
+#include "outputs/OutputError.h"
+#include "outputs/OutputPlanner.h"
+#include "outputs/ScratchFolder.h"
+#include "outputs/TemporaryFile.h"
+#include "report/Reporter.h"
+#include "run/DecodeJob.h"
+#include "run/MemoryLimit.h"
+#include "run/Options.h"
+#include "run/StopSignal.h"
 
 namespace
 {
@@ -152,7 +152,7 @@ int Run(const Options& theOptions)
         aReporter.PrintError("stopped by a signal");
     }
     const int aStatus = aReporter.Finish();
-    return aStop.IsRaised() ? StopSignal::theExitStatus : aStatus;
+    return aStop.IsRaised() ? StopSignal::kExitStatus : aStatus;
 }
 } // namespace
 

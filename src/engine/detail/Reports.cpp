@@ -33,9 +33,9 @@ void Send(kdu_message* theHandler, const std::string& theText)
 void Reports::SetTolerance(Tolerance theTolerance)
 {
     itsTolerance = theTolerance;
-    if (theTolerance == Tolerance::Fussy && !itsFirstDeparture.empty())
+    if (theTolerance == Tolerance::Fussy && !itsFirstNonConformance.empty())
     {
-        Send(GetWarningHandler(), std::exchange(itsFirstDeparture, std::string()));
+        Send(GetWarningHandler(), std::exchange(itsFirstNonConformance, std::string()));
     }
 }
 
@@ -50,15 +50,15 @@ void Reports::Error(const std::string& theText, std::uint64_t theOffset) const
     Error(AtOffset(theText, theOffset));
 }
 
-void Reports::Departure(const std::string& theText, std::uint64_t theOffset)
+void Reports::NonConformance(const std::string& theText, std::uint64_t theOffset)
 {
     if (itsTolerance == Tolerance::Fussy)
     {
         Send(GetWarningHandler(), AtOffset(theText, theOffset));
     }
-    else if (itsFirstDeparture.empty())
+    else if (itsFirstNonConformance.empty())
     {
-        itsFirstDeparture = AtOffset(theText, theOffset);
+        itsFirstNonConformance = AtOffset(theText, theOffset);
     }
 }
 

@@ -12,19 +12,19 @@ enum class Tolerance
 {
     Fast,      ///< takes everything that can be decoded sensibly; the mode until another is set
     Resilient, ///< the same, and goes on at SOP markers
-    Fussy      ///< refuses every departure
+    Fussy      ///< refuses every non-conformance
 };
 
-/// One codestream's road to the installed message objects.
+/// One codestream's path to the installed message objects.
 ///
-/// An error is something decoding does not survive; it is reported in every mode. A departure is survived: it
-/// is reported as a warning in fussy mode and passes in the others. What is found before the mode is known
-/// (the main header) is kept until SetTolerance. Texts name the marker or the thing, and the byte offset from
-/// the start of the codestream.
+/// An error is something decoding does not survive; it is reported in every mode. A non-conformance is
+/// survived: it is reported as a warning in fussy mode and passes in the others. What is found before the
+/// mode is known (the main header) is kept until SetTolerance. Texts name the marker or the thing, and the
+/// byte offset from the start of the codestream.
 class Reports
 {
 public:
-    /// Raises the first departure seen so far when theTolerance is Fussy.
+    /// Raises the first non-conformance seen so far when theTolerance is Fussy.
     void SetTolerance(Tolerance theTolerance);
     Tolerance GetTolerance() const { return itsTolerance; }
 
@@ -33,11 +33,11 @@ public:
     [[noreturn]] void Error(const std::string& theText, std::uint64_t theOffset) const;
 
     /// Returns unless the mode is fussy and the warning object throws.
-    void Departure(const std::string& theText, std::uint64_t theOffset);
+    void NonConformance(const std::string& theText, std::uint64_t theOffset);
 
 private:
     Tolerance itsTolerance = Tolerance::Fast;
-    std::string itsFirstDeparture;
+    std::string itsFirstNonConformance;
 };
 
 } // namespace j2k

@@ -20,7 +20,7 @@
 
 namespace
 {
-constexpr const char* theIOException = "java/io/IOException";
+constexpr const char* kIOException = "java/io/IOException";
 
 /// Applies theOperation to the data set behind theHandle. Handle 0 becomes a Java NullPointerException,
 /// a C++ exception an IOException; theFallback is answered then.
@@ -44,11 +44,11 @@ Result WithDataSet(JNIEnv* theEnv, jlong theHandle, Result theFallback,
             }
             catch (const ExceptionBase& anException)
             {
-                JavaAccess::Throw(*theEnv, theIOException, anException.ToString());
+                JavaAccess::Throw(*theEnv, kIOException, anException.ToString());
             }
             catch (const std::exception& anException)
             {
-                JavaAccess::Throw(*theEnv, theIOException, anException.what());
+                JavaAccess::Throw(*theEnv, kIOException, anException.what());
             }
             return theFallback;
         });
@@ -85,9 +85,9 @@ constexpr std::uint16_t Code(const char (&theLetters)[3])
 
 std::optional<std::uint16_t> FindTextVR(const RWCString& theName)
 {
-    static constexpr const char* theNames[] = {"AE", "AS", "CS", "DA", "DS", "DT", "IS", "LO", "LT",
-                                               "PN", "SH", "ST", "TM", "UC", "UI", "UR", "UT"};
-    const bool isKnown = std::find(std::begin(theNames), std::end(theNames), theName) != std::end(theNames);
+    static constexpr const char* kNames[] = {"AE", "AS", "CS", "DA", "DS", "DT", "IS", "LO", "LT",
+                                             "PN", "SH", "ST", "TM", "UC", "UI", "UR", "UT"};
+    const bool isKnown = std::find(std::begin(kNames), std::end(kNames), theName) != std::end(kNames);
     return isKnown ? std::optional(VR::MakeTypeCode(theName[0], theName[1])) : std::nullopt;
 }
 
@@ -101,17 +101,17 @@ struct IntegerVR
 
 const IntegerVR* FindIntegerVR(const RWCString& theName)
 {
-    static constexpr std::int64_t theLowestInt = std::numeric_limits<jint>::min();
-    static constexpr std::int64_t theHighestInt = std::numeric_limits<jint>::max();
-    static constexpr IntegerVR theVRs[] = {
+    static constexpr std::int64_t kLowestInt = std::numeric_limits<jint>::min();
+    static constexpr std::int64_t kHighestInt = std::numeric_limits<jint>::max();
+    static constexpr IntegerVR kVRs[] = {
         {Code("US"), 2, 0, 0xffff},
         {Code("SS"), 2, -0x8000, 0x7fff},
-        {Code("UL"), 4, 0, theHighestInt},
-        {Code("SL"), 4, theLowestInt, theHighestInt},
-        {Code("IS"), 0, theLowestInt, theHighestInt},
-        {Code("DS"), 0, theLowestInt, theHighestInt},
+        {Code("UL"), 4, 0, kHighestInt},
+        {Code("SL"), 4, kLowestInt, kHighestInt},
+        {Code("IS"), 0, kLowestInt, kHighestInt},
+        {Code("DS"), 0, kLowestInt, kHighestInt},
     };
-    for (const IntegerVR& aVR : theVRs)
+    for (const IntegerVR& aVR : kVRs)
     {
         if (theName.size() == 2 && aVR.itsTypeCode == VR::MakeTypeCode(theName[0], theName[1]))
         {

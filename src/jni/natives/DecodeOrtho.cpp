@@ -20,8 +20,8 @@
 namespace
 {
 // Deliberately names of other operations: callers know these texts.
-const RWCString theDecodeToMemory = "Native NDecompressor::decodeToMemory: ";
-const RWCString theDecodeBytes = "Native NDecompressor::decodeBytes: ";
+const RWCString kDecodeToMemory = "Native NDecompressor::decodeToMemory: ";
+const RWCString kDecodeBytes = "Native NDecompressor::decodeBytes: ";
 
 /// One image decoded into a data set.
 class OrthoDecode
@@ -101,7 +101,7 @@ void OrthoDecode::Decode(jobject theStream)
     if (aReturned && itsCall.GetResult().getRenderable() == nullptr)
     {
         // Deliberately in place of what the decompressor said: callers look for this text.
-        Fail(theDecodeBytes + "Decompressor returned null Renderable");
+        Fail(kDecodeBytes + "Decompressor returned null Renderable");
     }
 }
 
@@ -140,7 +140,7 @@ void OrthoDecode::PutIntoDataSet()
                                                                GetCompression(), !itsLossless,
                                                                itsCall.GetResult()))
     {
-        Fail(theDecodeToMemory + "the data set could not be brought in line with the decoded image");
+        Fail(kDecodeToMemory + "the data set could not be brought in line with the decoded image");
         return;
     }
     DescribePixels(aFactory, anImage);
@@ -148,7 +148,7 @@ void OrthoDecode::PutIntoDataSet()
     aPixels->TakeOwnership(anImage.getMemoryAllocator());
     if (!itsDataSet->AddVR(std::move(aPixels)))
     {
-        itsCall.Fail(DLRC_DECODING_INTERRUPTED, theDecodeToMemory + "push pixel data into DDO failed");
+        itsCall.Fail(DLRC_DECODING_INTERRUPTED, kDecodeToMemory + "push pixel data into DDO failed");
         return;
     }
     RefuseMultiFrame();
@@ -186,7 +186,7 @@ void OrthoDecode::RefuseMultiFrame()
         std::max(std::atoi(aFrameCount.c_str()), 1) != 1)
     {
         // Deliberately not before the first frame is in the data set.
-        itsCall.Fail(DLRC_GENERAL_FAILURE, theDecodeBytes + "multiframe images not supported");
+        itsCall.Fail(DLRC_GENERAL_FAILURE, kDecodeBytes + "multiframe images not supported");
     }
 }
 } // namespace

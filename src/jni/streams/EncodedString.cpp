@@ -9,7 +9,7 @@ static_assert(sizeof(jchar) == sizeof(char16_t));
 
 namespace
 {
-constexpr char32_t theUnknownCharacter = U'?';
+constexpr char32_t kUnknownCharacter = U'?';
 
 /// The character that begins at thePosition, which moves past it.
 char32_t NextCharacter(std::u16string_view theText, std::size_t& thePosition)
@@ -22,7 +22,7 @@ char32_t NextCharacter(std::u16string_view theText, std::size_t& thePosition)
     const char32_t aSecond = thePosition < theText.size() ? theText[thePosition] : 0;
     if (aFirst > 0xdbff || aSecond < 0xdc00 || aSecond > 0xdfff)
     {
-        return theUnknownCharacter;
+        return kUnknownCharacter;
     }
     ++thePosition;
     return 0x10000 + ((aFirst - 0xd800) << 10) + (aSecond - 0xdc00);
@@ -79,7 +79,7 @@ RWCString EncodedString::Encode(std::u16string_view theText, int theCodePage)
         }
         else
         {
-            Append(aString, aCharacter > 0xff ? theUnknownCharacter : aCharacter);
+            Append(aString, aCharacter > 0xff ? kUnknownCharacter : aCharacter);
         }
     }
     return aString;

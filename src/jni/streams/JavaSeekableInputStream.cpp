@@ -10,18 +10,18 @@
 
 namespace
 {
-constexpr std::size_t theBufferSize = 16384;
-constexpr std::size_t theReadAhead = 8192;
-constexpr std::size_t theLongestSkip = std::numeric_limits<jint>::max();
+constexpr std::size_t kBufferSize = 16384;
+constexpr std::size_t kReadAhead = 8192;
+constexpr std::size_t kLongestSkip = std::numeric_limits<jint>::max();
 
-constexpr const char* theFormatterClass = "com/quorix/util/ThrowableFormatter";
-constexpr const char* theFormatterName = "com.quorix.util.ThrowableFormatter";
+constexpr const char* kFormatterClass = "com/quorix/util/ThrowableFormatter";
+constexpr const char* kFormatterName = "com.quorix.util.ThrowableFormatter";
 
-const RWCString thePlace = "native JavaSeekableInputStream::";
+const RWCString kPlace = "native JavaSeekableInputStream::";
 
 [[noreturn]] void ThrowNotConstructed(const RWCString& theReason)
 {
-    throw StreamIOException(thePlace + "JavaSeekableInputStream(jobject): " + theReason, DLRC_GENERAL_FAILURE,
+    throw StreamIOException(kPlace + "JavaSeekableInputStream(jobject): " + theReason, DLRC_GENERAL_FAILURE,
                             0);
 }
 
@@ -33,13 +33,13 @@ RWCString CallFormatter(JNIEnv& theEnv, jclass theClass, jmethodID theMethod, jt
                                           theEnv.CallStaticObjectMethod(theClass, theMethod, theThrowable));
     if (JavaAccess::ClearException(theEnv))
     {
-        theError += RWCString(" (Java exception occurred while calling ") + theFormatterName +
+        theError += RWCString(" (Java exception occurred while calling ") + kFormatterName +
                     ".formatThrowableChain(Throwable))";
         return "";
     }
     if (!aString)
     {
-        theError += RWCString(" (") + theFormatterName + ".formatThrowableChain(Throwable) returned null)";
+        theError += RWCString(" (") + kFormatterName + ".formatThrowableChain(Throwable) returned null)";
         return "";
     }
     return EncodedString(theEnv, static_cast<jstring>(aString.Get()), EncodedString::CODE_PAGE_ISO_8859_1)
@@ -50,7 +50,7 @@ RWCString CallFormatter(JNIEnv& theEnv, jclass theClass, jmethodID theMethod, jt
 JavaSeekableInputStream::JavaSeekableInputStream(JNIEnv& theEnv, jobject theStream) : itsEnv(&theEnv)
 {
     LookUpMethods(theStream);
-    const LocalReference<jbyteArray> anArray(theEnv, theEnv.NewByteArray(theBufferSize));
+    const LocalReference<jbyteArray> anArray(theEnv, theEnv.NewByteArray(kBufferSize));
     if (!anArray)
     {
         JavaAccess::ClearException(theEnv);
@@ -143,10 +143,10 @@ std::size_t JavaSeekableInputStream::TakeBuffered(unsigned char* theBuffer, std:
 /// False at the end of the stream.
 bool JavaSeekableInputStream::FillBuffer(std::size_t theWanted)
 {
-    std::size_t aSize = theBufferSize;
-    if (theWanted <= theBufferSize)
+    std::size_t aSize = kBufferSize;
+    if (theWanted <= kBufferSize)
     {
-        aSize = std::min(theWanted + theReadAhead, theBufferSize);
+        aSize = std::min(theWanted + kReadAhead, kBufferSize);
     }
     if (itsStream == nullptr || itsBuffer == nullptr)
     {
@@ -181,7 +181,7 @@ std::size_t JavaSeekableInputStream::Skip(std::size_t theLength)
     }
     while (aSkipped < theLength)
     {
-        const std::size_t aChunk = std::min(theLength - aSkipped, theLongestSkip);
+        const std::size_t aChunk = std::min(theLength - aSkipped, kLongestSkip);
         const jint aCount = itsEnv->CallIntMethod(itsStream, itsSkipMethod, static_cast<jint>(aChunk));
         CheckJava("Skip: skip(int)");
         const std::size_t aStep = std::min(static_cast<std::size_t>(std::max(aCount, jint{0})), aChunk);
@@ -258,7 +258,7 @@ void JavaSeekableInputStream::Close()
 
 void JavaSeekableInputStream::ThrowClosed(const char* theOperation)
 {
-    throw StreamIOException(thePlace + theOperation + ": the stream is already closed due to previous error",
+    throw StreamIOException(kPlace + theOperation + ": the stream is already closed due to previous error",
                             DLRC_IO_ERROR, 0);
 }
 
@@ -270,8 +270,8 @@ void JavaSeekableInputStream::CheckJava(const char* theCall) const
         return;
     }
     ReleaseJavaReferences();
-    const JavaStreamIOException anException(thePlace + theCall + " threw exception from Java", DLRC_IO_ERROR,
-                                            0, aThrowable.Get(), itsEnv);
+    const JavaStreamIOException anException(kPlace + theCall + " threw exception from Java", DLRC_IO_ERROR, 0,
+                                            aThrowable.Get(), itsEnv);
     // The exception refers to the throwable until the native method returns.
     static_cast<void>(aThrowable.Release());
     // A copy, which does not format the throwable. Said explicitly: a temporary would not be copied.
@@ -292,17 +292,17 @@ void JavaSeekableInputStream::ReleaseJavaReferences() const
 
 RWCString JavaSeekableInputStream::FormatJavaThrowable(JNIEnv& theEnv, jthrowable theThrowable)
 {
-    const RWCString aPlace = thePlace + "FormatJavaThrowable(jthrowable): can't get ";
+    const RWCString aPlace = kPlace + "FormatJavaThrowable(jthrowable): can't get ";
     const RWCString aRetrievalFailure =
-        RWCString(" (Java exception occurred while retrieving ") + theFormatterName + " class or method)";
+        RWCString(" (Java exception occurred while retrieving ") + kFormatterName + " class or method)";
     const LocalReference<jthrowable> aPendingException = JavaAccess::TakeException(theEnv);
     RWCString aText;
     RWCString anError;
-    const LocalReference<jclass> aClass(theEnv, theEnv.FindClass(theFormatterClass));
+    const LocalReference<jclass> aClass(theEnv, theEnv.FindClass(kFormatterClass));
     jmethodID aMethod = nullptr;
     if (!aClass)
     {
-        anError = aPlace + "Java class for " + theFormatterName;
+        anError = aPlace + "Java class for " + kFormatterName;
     }
     else
     {
@@ -310,7 +310,7 @@ RWCString JavaSeekableInputStream::FormatJavaThrowable(JNIEnv& theEnv, jthrowabl
                                            "(Ljava/lang/Throwable;)Ljava/lang/String;");
         if (aMethod == nullptr)
         {
-            anError = aPlace + "method ID for " + theFormatterName +
+            anError = aPlace + "method ID for " + kFormatterName +
                       " method static String formatThrowableChain(Throwable)";
         }
     }

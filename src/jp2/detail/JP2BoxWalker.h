@@ -45,10 +45,10 @@ class JP2BoxWalker
 {
 public:
     /// How deep boxes can be entered.
-    static constexpr std::size_t theMaximumDepth = 4;
+    static constexpr std::size_t kMaximumDepth = 4;
 
     /// The length of a box that reaches to the end of the file.
-    static constexpr std::uint64_t theUnknownLength = UINT64_MAX;
+    static constexpr std::uint64_t kUnknownLength = UINT64_MAX;
 
     enum class Step
     {
@@ -74,10 +74,10 @@ public:
     /// Where the present box's header begins, from the start of the file.
     std::uint64_t GetPosition() const { return itsBoxPosition; }
 
-    /// Bytes of the present box, its header among them; theUnknownLength where it reaches to the file's end.
+    /// Bytes of the present box, its header among them; kUnknownLength where it reaches to the file's end.
     std::uint64_t GetLength() const { return itsBoxLength; }
 
-    /// Bytes of the present box's contents that have not been read; theUnknownLength as above.
+    /// Bytes of the present box's contents that have not been read; kUnknownLength as above.
     std::uint64_t GetRemaining() const;
 
     /// Boxes around the present one.
@@ -91,14 +91,14 @@ private:
     Step ReadHeader();
     bool TakeLength(std::uint64_t theLength, std::uint64_t theHeaderLength);
     Step Fail(const std::string& theText);
-    std::uint64_t GetLevelEnd() const { return itsDepth == 0 ? theUnknownLength : itsEnds[itsDepth - 1]; }
+    std::uint64_t GetLevelEnd() const { return itsDepth == 0 ? kUnknownLength : itsEnds[itsDepth - 1]; }
 
     jp2_family_src& itsFile;
-    std::array<std::uint64_t, theMaximumDepth> itsEnds{}; ///< of the boxes around the present one
+    std::array<std::uint64_t, kMaximumDepth> itsEnds{}; ///< of the boxes around the present one
     std::size_t itsDepth = 0;
     std::uint32_t itsType = 0;
     std::uint64_t itsBoxPosition = 0;
     std::uint64_t itsBoxLength = 0;
-    std::uint64_t itsBoxEnd = 0; ///< where the present box's contents end, theUnknownLength for the file's
+    std::uint64_t itsBoxEnd = 0; ///< where the present box's contents end, kUnknownLength for the file's
     std::string itsProblem;
 };

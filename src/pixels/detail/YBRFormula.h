@@ -12,19 +12,19 @@
 template <class Sample>
 struct YBRFormula
 {
-    static constexpr std::int32_t theMaximum = std::numeric_limits<Sample>::max();
-    static constexpr std::int32_t theCentre = (theMaximum + 1) / 2;
+    static constexpr std::int32_t kMaximum = std::numeric_limits<Sample>::max();
+    static constexpr std::int32_t kCentre = (kMaximum + 1) / 2;
 
     static Sample Clamp(float theValue)
     {
-        return static_cast<Sample>(std::clamp(static_cast<std::int32_t>(theValue), 0, theMaximum));
+        return static_cast<Sample>(std::clamp(static_cast<std::int32_t>(theValue), 0, kMaximum));
     }
 
     static void Convert(Sample theY, Sample theCb, Sample theCr, Sample* theRGB)
     {
         const float aY = static_cast<float>(theY);
-        const float aCb = static_cast<float>(theCb - theCentre);
-        const float aCr = static_cast<float>(theCr - theCentre);
+        const float aCb = static_cast<float>(theCb - kCentre);
+        const float aCr = static_cast<float>(theCr - kCentre);
         theRGB[0] = Clamp(aY + 1.402f * aCr);
         theRGB[1] = Clamp((aY - 0.344136f * aCb) - 0.714136f * aCr);
         theRGB[2] = Clamp(aY + 1.772f * aCb);

@@ -5,18 +5,18 @@
 
 namespace
 {
-constexpr std::int64_t theNanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 std::int64_t Now()
 {
     timespec aTime{};
     clock_gettime(CLOCK_MONOTONIC, &aTime);
-    return static_cast<std::int64_t>(aTime.tv_sec) * theNanosecondsPerSecond + aTime.tv_nsec;
+    return static_cast<std::int64_t>(aTime.tv_sec) * kNanosecondsPerSecond + aTime.tv_nsec;
 }
 
 double Seconds(std::int64_t theNanoseconds)
 {
-    return static_cast<double>(theNanoseconds) / static_cast<double>(theNanosecondsPerSecond);
+    return static_cast<double>(theNanoseconds) / static_cast<double>(kNanosecondsPerSecond);
 }
 } // namespace
 

@@ -31,7 +31,7 @@ std::uint64_t PageSize()
     return aPageSize;
 }
 
-constexpr std::size_t theHugePage = std::size_t{2} << 20;
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
 void* Map(std::size_t theLength, int theExtraFlags)
 {
@@ -45,17 +45,17 @@ void* Map(std::size_t theLength, int theExtraFlags)
 /// is touched here: a file that declares a large image must not cost the memory for it.
 void* MapHuge(std::size_t theLength)
 {
-    void* const aReservation = Map(theLength + theHugePage, 0);
+    void* const aReservation = Map(theLength + kHugePage, 0);
     if (aReservation == nullptr)
     {
         return nullptr;
     }
     auto* const aStart = static_cast<unsigned char*>(aReservation);
-    const std::size_t aHead = theHugePage - reinterpret_cast<std::uintptr_t>(aStart) % theHugePage;
+    const std::size_t aHead = kHugePage - reinterpret_cast<std::uintptr_t>(aStart) % kHugePage;
     munmap(aStart, aHead);
-    if (aHead < theHugePage)
+    if (aHead < kHugePage)
     {
-        munmap(aStart + aHead + theLength, theHugePage - aHead);
+        munmap(aStart + aHead + theLength, kHugePage - aHead);
     }
     // Only a wish: without huge pages the block is as good, and slower.
     madvise(aStart + aHead, theLength, MADV_HUGEPAGE);
@@ -66,14 +66,14 @@ void* MapHuge(std::size_t theLength)
 void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
 {
     const std::uint64_t aPageSize = PageSize();
-    if (theSize > std::numeric_limits<std::size_t>::max() - aPageSize - theHugePage)
+    if (theSize > std::numeric_limits<std::size_t>::max() - aPageSize - kHugePage)
     {
         errno = ENOMEM;
         return nullptr;
     }
     const std::uint64_t aPageCount = theSize == 0 ? 1 : (theSize + aPageSize - 1) / aPageSize;
     const std::size_t aLength = static_cast<std::size_t>(aPageCount * aPageSize);
-    void* const aBlock = aLength < theHugePage ? Map(aLength, MAP_POPULATE) : MapHuge(aLength);
+    void* const aBlock = aLength < kHugePage ? Map(aLength, MAP_POPULATE) : MapHuge(aLength);
     if (aBlock == nullptr)
     {
         return nullptr;

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr std::uint32_t theLargestTable = 65536;
+constexpr std::uint32_t kLargestTable = 65536;
 
 using Bytes = std::vector<std::uint8_t>;
 using Entries = std::vector<std::uint16_t>;
@@ -163,7 +163,7 @@ private:
 ColorPalette::ColorPalette(char theChannel, int theNumberOfEntries, int theFirstMappedValue,
                            int theBitsPerEntry)
     : itsChannel(theChannel),
-      itsNumberOfEntries(static_cast<std::uint32_t>(std::clamp<int>(theNumberOfEntries, 0, theLargestTable))),
+      itsNumberOfEntries(static_cast<std::uint32_t>(std::clamp<int>(theNumberOfEntries, 0, kLargestTable))),
       itsFirstMappedValue(std::clamp(theFirstMappedValue, -32768, 65535)), itsBitsPerEntry(theBitsPerEntry)
 {
 }
@@ -214,7 +214,7 @@ bool ColorPalette::ReadDescriptor(const DICOMDataObject& theDataSet, std::uint16
     theDataSet.GetInteger(DICOMTags::PixelRepresentation, aPixelRepresentation);
     const std::uint16_t aNumberOfEntries = Word(aDescriptor, 0);
     const std::uint16_t aFirst = Word(aDescriptor, 1);
-    itsNumberOfEntries = aNumberOfEntries == 0 ? theLargestTable : aNumberOfEntries;
+    itsNumberOfEntries = aNumberOfEntries == 0 ? kLargestTable : aNumberOfEntries;
     itsFirstMappedValue = aPixelRepresentation == 1 ? static_cast<std::int16_t>(aFirst) : aFirst;
     itsBitsPerEntry = Word(aDescriptor, 2);
     return itsBitsPerEntry == 8 || itsBitsPerEntry == 16;

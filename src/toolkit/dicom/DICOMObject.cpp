@@ -21,8 +21,8 @@
 namespace
 {
 /// The block that is taken when this library reserves one: creator (1021,0016), elements (1021,16xx).
-constexpr std::uint16_t thePrivateGroup = 0x1021;
-constexpr std::uint16_t thePreferredBlock = 0x16;
+constexpr std::uint16_t kPrivateGroup = 0x1021;
+constexpr std::uint16_t kPreferredBlock = 0x16;
 
 struct PrivateMatch
 {
@@ -319,8 +319,8 @@ void DICOMObject::ReservePrivateBlock(const RWCString& theCreator)
     {
         const auto aBlock =
             static_cast<std::uint16_t>(DICOMObjectAccess::FIRST_BLOCK +
-                                       (thePreferredBlock - DICOMObjectAccess::FIRST_BLOCK + aStep) % aCount);
-        const DICOMTag aTag{thePrivateGroup, aBlock};
+                                       (kPreferredBlock - DICOMObjectAccess::FIRST_BLOCK + aStep) % aCount);
+        const DICOMTag aTag{kPrivateGroup, aBlock};
         if (!Contains(aTag))
         {
             Insert(itsElements->itsItem, DcmtkBridge::MakeElement(aTag, VR::MakeTypeCode('L', 'O'), itsEndian,

@@ -11,9 +11,9 @@ struct NamedElement
     DataDictionary::PrivateElement itsElement;
 };
 
-constexpr const char* theQuorixCreator = "QUORIX0";
+constexpr const char* kQuorixCreator = "QUORIX0";
 
-constexpr NamedElement theQuorixElements[] = {
+constexpr NamedElement kQuorixElements[] = {
     {"OrigSOPInstUID", {0x01, VR::MakeTypeCode('U', 'I')}},
     {"ReconstImageFlag", {0x02, VR::MakeTypeCode('U', 'S')}},
     {"LosslessCmpFlag", {0x03, VR::MakeTypeCode('U', 'S')}},
@@ -29,11 +29,11 @@ const DataDictionary& DataDictionary::GetDefaultInstance()
 const DataDictionary::PrivateElement* DataDictionary::FindPrivateElement(const RWCString& theCreator,
                                                                          const RWCString& theName) const
 {
-    if (theCreator != theQuorixCreator)
+    if (theCreator != kQuorixCreator)
     {
         return nullptr;
     }
-    for (const NamedElement& anElement : theQuorixElements)
+    for (const NamedElement& anElement : kQuorixElements)
     {
         if (theName == anElement.itsName)
         {

@@ -14,7 +14,7 @@
 
 namespace
 {
-constexpr std::size_t theBufferSize = 64u << 10;
+constexpr std::size_t kBufferSize = 64u << 10;
 
 /// A Part 10 stream, or a data set without preamble, with or without file meta information.
 class AnyDataSetStream final : public Part10InputStream
@@ -67,7 +67,7 @@ bool DataSetLoader::Load(const RWCString& thePath, DLResultCode& theResultCode,
 bool DataSetLoader::LoadFile(const RWCString& thePath, DLResultCode& theResultCode, int& theSystemErrorCode)
 {
     LFInputStream aStream(thePath.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE,
-                          theBufferSize);
+                          kBufferSize);
     if (!aStream.IsOpen())
     {
         theSystemErrorCode = errno;

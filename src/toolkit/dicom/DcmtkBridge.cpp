@@ -22,16 +22,16 @@ constexpr std::uint16_t Code(const char (&theLetters)[3])
     return VR::MakeTypeCode(theLetters[0], theLetters[1]);
 }
 
-constexpr std::uint16_t theShortForms[] = {
+constexpr std::uint16_t kShortForms[] = {
     Code("AE"), Code("AS"), Code("AT"), Code("CS"), Code("DA"), Code("DS"), Code("DT"),
     Code("FD"), Code("FL"), Code("IS"), Code("LO"), Code("LT"), Code("PN"), Code("SH"),
     Code("SL"), Code("SS"), Code("ST"), Code("TM"), Code("UI"), Code("UL"), Code("US"),
 };
-constexpr std::uint16_t theLongForms[] = {
+constexpr std::uint16_t kLongForms[] = {
     Code("OB"), Code("OD"), Code("OF"), Code("OL"), Code("OV"), Code("OW"), Code("SQ"),
     Code("SV"), Code("UC"), Code("UN"), Code("UR"), Code("UT"), Code("UV"),
 };
-constexpr std::uint16_t theStrings[] = {
+constexpr std::uint16_t kStrings[] = {
     Code("AE"), Code("AS"), Code("CS"), Code("DA"), Code("DS"), Code("DT"),
     Code("IS"), Code("LO"), Code("LT"), Code("PN"), Code("SH"), Code("ST"),
     Code("TM"), Code("UC"), Code("UI"), Code("UR"), Code("UT"),
@@ -50,7 +50,7 @@ struct KnownTag
 };
 
 /// The tags of DICOMTags, for a machine where DCMTK's dictionary file is missing.
-constexpr KnownTag theKnownTags[] = {
+constexpr KnownTag kKnownTags[] = {
     {DICOMTags::TransferSyntaxUID, Code("UI")},
     {DICOMTags::ImageType, Code("CS")},
     {DICOMTags::SOPClassUID, Code("UI")},
@@ -100,7 +100,7 @@ constexpr KnownTag theKnownTags[] = {
 
 std::uint16_t FallBack(DICOMTag theTag)
 {
-    for (const KnownTag& aKnown : theKnownTags)
+    for (const KnownTag& aKnown : kKnownTags)
     {
         if (aKnown.itsTag == theTag)
         {
@@ -249,15 +249,15 @@ DcmElement* DcmtkBridge::Find(DcmItem& theItem, DICOMTag theTag)
 
 bool DcmtkBridge::IsKnownTypeCode(std::uint16_t theTypeCode)
 {
-    return Contains(theShortForms, theTypeCode) || Contains(theLongForms, theTypeCode);
+    return Contains(kShortForms, theTypeCode) || Contains(kLongForms, theTypeCode);
 }
 
 bool DcmtkBridge::IsLongForm(std::uint16_t theTypeCode)
 {
-    return Contains(theLongForms, theTypeCode);
+    return Contains(kLongForms, theTypeCode);
 }
 
 bool DcmtkBridge::IsString(std::uint16_t theTypeCode)
 {
-    return Contains(theStrings, theTypeCode);
+    return Contains(kStrings, theTypeCode);
 }

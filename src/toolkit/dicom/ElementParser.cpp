@@ -15,10 +15,10 @@
 namespace
 {
 /// Values up to this size are read without asking the stream how much it still has.
-constexpr std::size_t theSmallValue = 64u << 10;
+constexpr std::size_t kSmallValue = 64u << 10;
 
 /// First allocation for a value where the stream does not know how much it still has.
-constexpr std::size_t theFirstCapacity = 1u << 20;
+constexpr std::size_t kFirstCapacity = 1u << 20;
 
 [[noreturn]] void Fail(const RWCString& theWhat, DICOMTag theTag)
 {
@@ -114,14 +114,14 @@ std::vector<std::uint8_t> ElementParser::ReadBytes(const ElementHeader& theHeade
              theHeader.itsTag);
     }
     std::size_t aCapacity = aLength;
-    if (aLength > theSmallValue)
+    if (aLength > kSmallValue)
     {
         const long long aRemaining = itsStream.GetRemaining();
         if (aRemaining >= 0 && static_cast<std::uint64_t>(aRemaining) < aLength)
         {
             Fail("the stream ends inside element ", theHeader.itsTag);
         }
-        aCapacity = aRemaining >= 0 ? aLength : std::min(aLength, theFirstCapacity);
+        aCapacity = aRemaining >= 0 ? aLength : std::min(aLength, kFirstCapacity);
     }
     std::vector<std::uint8_t> aValue;
     while (aValue.size() < aLength)

@@ -30,7 +30,7 @@ struct NumericType
     Kind itsKind;
 };
 
-constexpr NumericType theNumericTypes[] = {
+constexpr NumericType kNumericTypes[] = {
     {VR::MakeTypeCode('U', 'S'), 2, Kind::UNSIGNED}, {VR::MakeTypeCode('S', 'S'), 2, Kind::SIGNED},
     {VR::MakeTypeCode('U', 'L'), 4, Kind::UNSIGNED}, {VR::MakeTypeCode('S', 'L'), 4, Kind::SIGNED},
     {VR::MakeTypeCode('U', 'V'), 8, Kind::UNSIGNED}, {VR::MakeTypeCode('S', 'V'), 8, Kind::SIGNED},
@@ -39,7 +39,7 @@ constexpr NumericType theNumericTypes[] = {
 
 const NumericType* FindNumeric(std::uint16_t theTypeCode)
 {
-    for (const NumericType& aType : theNumericTypes)
+    for (const NumericType& aType : kNumericTypes)
     {
         if (aType.itsTypeCode == theTypeCode)
         {

@@ -9,12 +9,12 @@
 
 namespace
 {
-constexpr std::size_t theBufferSize = 64u << 10;
+constexpr std::size_t kBufferSize = 64u << 10;
 }
 
 FileConsumer::FileConsumer(const RWCString& thePath) : itsFile(LFStream::UNBUFFERED), itsPath(thePath)
 {
-    itsBuffer.reserve(theBufferSize);
+    itsBuffer.reserve(kBufferSize);
     if (!itsFile.open(thePath.c_str(), LFStream::MODE_WRITE_BINARY, LFStream::SHARE_DENY_NONE))
     {
         const int anError = errno;
@@ -58,11 +58,11 @@ void FileConsumer::FlushBuffer()
 
 void FileConsumer::Put(const void* theBytes, std::size_t theCount)
 {
-    if (itsBuffer.size() + theCount > theBufferSize)
+    if (itsBuffer.size() + theCount > kBufferSize)
     {
         FlushBuffer();
     }
-    if (theCount >= theBufferSize)
+    if (theCount >= kBufferSize)
     {
         WriteThrough(theBytes, theCount);
         return;

@@ -14,10 +14,10 @@
 
 namespace
 {
-constexpr std::uint64_t theItemHeaderSize = 8;
-constexpr std::uint64_t theNoOffset = std::numeric_limits<std::uint64_t>::max();
-constexpr std::size_t theGatherChunk = 0x10000;
-constexpr std::size_t theMarkerLength = 8; ///< bytes that BeginsCodestream looks at
+constexpr std::uint64_t kItemHeaderSize = 8;
+constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
+constexpr std::size_t kGatherChunk = 0x10000;
+constexpr std::size_t kMarkerLength = 8; ///< bytes that BeginsCodestream looks at
 
 /// One fragment; 16 bytes, because hostile files have millions of them.
 struct Fragment
@@ -47,13 +47,13 @@ struct FragmentRange
 
 bool BeginsCodestream(const unsigned char* theBytes, std::size_t theCount)
 {
-    static constexpr std::array<unsigned char, 8> theJP2Signature = {0, 0, 0, 12, 'j', 'P', ' ', ' '};
+    static constexpr std::array<unsigned char, 8> kJP2Signature = {0, 0, 0, 12, 'j', 'P', ' ', ' '};
     if (theCount >= 2 && theBytes[0] == 0xff && (theBytes[1] == 0xd8 || theBytes[1] == 0x4f))
     {
         return true;
     }
-    return theCount >= theJP2Signature.size() &&
-           std::memcmp(theBytes, theJP2Signature.data(), theJP2Signature.size()) == 0;
+    return theCount >= kJP2Signature.size() &&
+           std::memcmp(theBytes, kJP2Signature.data(), kJP2Signature.size()) == 0;
 }
 
 /// The fragments of one frame as one stream, read straight from the fragment stream.
@@ -249,16 +249,16 @@ bool ImageFrameInputStream::Implementation::IsUsable(const std::vector<Entry>& t
         return false;
     }
     const auto isTooClose = [](Entry theFirst, Entry theSecond)
-    { return theSecond < theFirst || theSecond - theFirst < theItemHeaderSize; };
+    { return theSecond < theFirst || theSecond - theFirst < kItemHeaderSize; };
     return std::adjacent_find(theTable.begin(), theTable.end(), isTooClose) == theTable.end();
 }
 
-// The offset of a frame by the table in use; past the last frame theNoOffset.
+// The offset of a frame by the table in use; past the last frame kNoOffset.
 std::uint64_t ImageFrameInputStream::Implementation::GetTableEntry(std::uint64_t theFrame) const
 {
     if (theFrame >= itsNumberOfFrames)
     {
-        return theNoOffset;
+        return kNoOffset;
     }
     return itsTable == Table::EXTENDED ? itsFragments.GetExtendedOffsetTable()[theFrame]
                                        : itsFragments.GetBasicOffsetTable()[theFrame];
@@ -281,7 +281,7 @@ bool ImageFrameInputStream::Implementation::WalkTable(std::uint64_t theFrame)
         if (!itsFragments.NextFragment())
         {
             // A file cut short has what there is of the frame.
-            return !itsIndex.empty() && (anEnd == theNoOffset || itsFragments.HasReachedStreamEnd());
+            return !itsIndex.empty() && (anEnd == kNoOffset || itsFragments.HasReachedStreamEnd());
         }
         AddToIndex({itsFragments.GetFragmentOffset(), itsFragments.GetFragmentLength(), false});
         aNextOffset = itsFragments.GetNextOffset();
@@ -353,7 +353,7 @@ bool ImageFrameInputStream::Implementation::CollectStreamFrame(std::uint64_t the
             return !isMisplaced;
         }
     }
-    return anEnd == theNoOffset || itsIndex.empty() || itsFragments.HasReachedStreamEnd();
+    return anEnd == kNoOffset || itsIndex.empty() || itsFragments.HasReachedStreamEnd();
 }
 
 std::optional<FragmentRange> ImageFrameInputStream::Implementation::LocateInIndex(std::uint64_t theFrame)
@@ -412,7 +412,7 @@ void ImageFrameInputStream::Implementation::AddToIndex(const Fragment& theFragme
 // Reads the first bytes of the fragment just reached.
 bool ImageFrameInputStream::Implementation::PeekCodestream()
 {
-    std::array<unsigned char, theMarkerLength> aStart;
+    std::array<unsigned char, kMarkerLength> aStart;
     std::size_t aCount = 0;
     std::size_t aStep = 0;
     do
@@ -482,7 +482,7 @@ void ImageFrameInputStream::Implementation::AppendToMemory()
     {
         const std::size_t anOldSize = itsGathered.size();
         itsGathered.resize(anOldSize +
-                           std::min<std::size_t>(theGatherChunk, itsFragments.GetFragmentRemaining()));
+                           std::min<std::size_t>(kGatherChunk, itsFragments.GetFragmentRemaining()));
         aCount = itsFragments.Read(itsGathered.data() + anOldSize, itsGathered.size() - anOldSize);
         itsGathered.resize(anOldSize + aCount);
     } while (aCount > 0);

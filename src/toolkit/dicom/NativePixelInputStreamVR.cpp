@@ -11,7 +11,7 @@
 namespace
 {
 /// First allocation for a value whose real length cannot be checked beforehand.
-constexpr std::size_t theFirstCapacity = 64u << 20;
+constexpr std::size_t kFirstCapacity = 64u << 20;
 
 /// A block of an allocator that is given back unless it is released.
 class GrowingBlock
@@ -98,7 +98,7 @@ std::unique_ptr<VR> NativePixelInputStreamVR::GetVR()
     const std::size_t aWanted = itsLength - itsPosition;
     const long long aRemaining = itsStream->GetRemaining();
     const std::size_t aLimit = aRemaining < 0
-                                   ? std::min(aWanted, theFirstCapacity)
+                                   ? std::min(aWanted, kFirstCapacity)
                                    : std::min<std::size_t>(aWanted, static_cast<std::size_t>(aRemaining));
     GrowingBlock aBlock(itsAllocator, aLimit);
     std::size_t aCount = 0;

@@ -18,7 +18,7 @@ public:
     Part10InputStream(const Part10InputStream&) = delete;
     Part10InputStream& operator=(const Part10InputStream&) = delete;
 
-    /// Whether readers that are not told otherwise survive small departures from the standard: true.
+    /// Whether readers that are not told otherwise survive small non-conformances from the standard: true.
     static bool DefaultsToLenientParsing();
 
     /// The UID of the file meta information; empty while nothing is open.

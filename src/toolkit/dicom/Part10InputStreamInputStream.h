@@ -12,7 +12,7 @@ public:
 
     /// Reads preamble, "DICM" and file meta information. theStream is borrowed until Close or
     /// destruction and is read from its current position. theCloseStream: whether Close also closes it.
-    /// theLenient: survive small departures. Throws StreamIOException: code 38 where this is no Part 10
+    /// theLenient: survive small non-conformances. Throws StreamIOException: code 38 where this is no Part 10
     /// stream, and whatever the stream itself throws.
     void Open(InputStream* theStream, bool theCloseStream, bool theLenient);
 

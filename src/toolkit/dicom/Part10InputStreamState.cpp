@@ -14,8 +14,8 @@
 
 namespace
 {
-constexpr std::uint16_t theFileMetaGroup = 0x0002;
-constexpr std::size_t theMaximumOfMetaElements = 1024;
+constexpr std::uint16_t kFileMetaGroup = 0x0002;
+constexpr std::size_t kMaximumOfMetaElements = 1024;
 
 RWCString TrimmedUID(DcmElement& theElement)
 {
@@ -50,9 +50,9 @@ void Part10InputStream::State::ReadFileMeta()
 {
     ElementParser aParser(*itsSource);
     DICOMTag aTag;
-    while (itsFileMeta.size() < theMaximumOfMetaElements &&
+    while (itsFileMeta.size() < kMaximumOfMetaElements &&
            ElementHeader::PeekTag(*itsSource, DLEndian::LITTLE_ENDIAN_ORDER, aTag) &&
-           aTag.itsGroup == theFileMetaGroup)
+           aTag.itsGroup == kFileMetaGroup)
     {
         auto anElement = aParser.ReadElement(ElementHeader::Read(*itsSource, ElementEncoding()));
         if (!anElement)

@@ -18,20 +18,20 @@
 
 namespace
 {
-constexpr std::uint16_t theFileMetaGroup = 0x0002;
-constexpr DICOMTag theMediaStorageSOPClassUID{0x0002, 0x0002};
-constexpr DICOMTag theMediaStorageSOPInstanceUID{0x0002, 0x0003};
+constexpr std::uint16_t kFileMetaGroup = 0x0002;
+constexpr DICOMTag kMediaStorageSOPClassUID{0x0002, 0x0002};
+constexpr DICOMTag kMediaStorageSOPInstanceUID{0x0002, 0x0003};
 
 /// Names this implementation, as PS3.10 7.1 wants it; a UUID-derived UID needs no registration.
-constexpr const char* theImplementationClassUID = "2.25.239648110557301245377401838046103915467";
-constexpr const char* theImplementationVersion = "QUORIX_DL_0_1";
-constexpr const char* theSecondaryCaptureUID = "1.2.840.10008.5.1.4.1.1.7";
+constexpr const char* kImplementationClassUID = "2.25.239648110557301245377401838046103915467";
+constexpr const char* kImplementationVersion = "QUORIX_DL_0_1";
+constexpr const char* kSecondaryCaptureUID = "1.2.840.10008.5.1.4.1.1.7";
 
 /// Pixel bytes whose order changes go through a piece of memory of this size, a multiple of every word.
-constexpr std::size_t theChunkSize = 64u << 10;
+constexpr std::size_t kChunkSize = 64u << 10;
 
 /// Bytes before the pixels that do not fit into a length of 32 bits: FFFFFFFF means undefined.
-constexpr std::uint64_t theLongestValue = 0xfffffffdu;
+constexpr std::uint64_t kLongestValue = 0xfffffffdu;
 
 class ConsumerStream final : public DcmOutputStream
 {
@@ -86,9 +86,9 @@ void PutSwapped(FileConsumer& theFile, const std::uint8_t* theData, std::size_t 
                 std::size_t theWidth)
 {
     std::vector<std::uint8_t> aChunk;
-    for (std::size_t anOffset = 0; anOffset < theLength; anOffset += theChunkSize)
+    for (std::size_t anOffset = 0; anOffset < theLength; anOffset += kChunkSize)
     {
-        const std::size_t aCount = std::min(theChunkSize, theLength - anOffset);
+        const std::size_t aCount = std::min(kChunkSize, theLength - anOffset);
         aChunk.assign(theData + anOffset, theData + anOffset + aCount);
         aChunk.resize(aCount + aCount % 2); // the padding byte is part of the last word
         SwapWords(aChunk.data(), aChunk.size(), theWidth);
@@ -100,7 +100,7 @@ void PutSwapped(FileConsumer& theFile, const std::uint8_t* theData, std::size_t 
 /// lengths are retired, offset tables describe encapsulated pixels.
 bool IsLeftOut(DICOMTag theTag)
 {
-    return theTag.itsGroup <= theFileMetaGroup || theTag.itsElement == 0 ||
+    return theTag.itsGroup <= kFileMetaGroup || theTag.itsElement == 0 ||
            theTag == DICOMTags::ExtendedOffsetTable || theTag == DICOMTags::ExtendedOffsetTableLengths;
 }
 } // namespace
@@ -161,7 +161,7 @@ void Part10Writer::CheckPixelData() const
         throw StreamIOException("DICOMObject::SaveToFile: pixel data is not in memory", DLRC_GENERAL_FAILURE,
                                 0);
     }
-    if (aPixelData->GetLength() > theLongestValue)
+    if (aPixelData->GetLength() > kLongestValue)
     {
         throw StreamIOException("DICOMObject::SaveToFile: pixel data of " +
                                     std::to_string(aPixelData->GetLength()) +
@@ -190,15 +190,15 @@ void Part10Writer::WriteElement(DcmElement& theElement, int theTransferSyntax,
 void Part10Writer::WriteFileMeta(FileConsumer& theFile, DcmOutputStream& theStream) const
 {
     constexpr auto aUI = VR::MakeTypeCode('U', 'I');
-    RWCString aClass = FirstText(itsSource, DICOMTags::SOPClassUID, theMediaStorageSOPClassUID);
-    RWCString anInstance = FirstText(itsSource, DICOMTags::SOPInstanceUID, theMediaStorageSOPInstanceUID);
+    RWCString aClass = FirstText(itsSource, DICOMTags::SOPClassUID, kMediaStorageSOPClassUID);
+    RWCString anInstance = FirstText(itsSource, DICOMTags::SOPInstanceUID, kMediaStorageSOPInstanceUID);
     DcmItem aMeta;
-    AddText(aMeta, {theFileMetaGroup, 0x0001}, VR::TYPE_OB, RWCString("\0\1", 2));
-    AddText(aMeta, theMediaStorageSOPClassUID, aUI, aClass.empty() ? theSecondaryCaptureUID : aClass);
-    AddText(aMeta, theMediaStorageSOPInstanceUID, aUI, anInstance.empty() ? MakeUID() : anInstance);
+    AddText(aMeta, {kFileMetaGroup, 0x0001}, VR::TYPE_OB, RWCString("\0\1", 2));
+    AddText(aMeta, kMediaStorageSOPClassUID, aUI, aClass.empty() ? kSecondaryCaptureUID : aClass);
+    AddText(aMeta, kMediaStorageSOPInstanceUID, aUI, anInstance.empty() ? MakeUID() : anInstance);
     AddText(aMeta, DICOMTags::TransferSyntaxUID, aUI, itsTransferSyntaxUID);
-    AddText(aMeta, {theFileMetaGroup, 0x0012}, aUI, theImplementationClassUID);
-    AddText(aMeta, {theFileMetaGroup, 0x0013}, VR::MakeTypeCode('S', 'H'), theImplementationVersion);
+    AddText(aMeta, {kFileMetaGroup, 0x0012}, aUI, kImplementationClassUID);
+    AddText(aMeta, {kFileMetaGroup, 0x0013}, VR::MakeTypeCode('S', 'H'), kImplementationVersion);
 
     const Uint32 aLength = aMeta.getLength(EXS_LittleEndianExplicit, EET_ExplicitLength);
     std::uint8_t aLengthBytes[4];
@@ -209,7 +209,7 @@ void Part10Writer::WriteFileMeta(FileConsumer& theFile, DcmOutputStream& theStre
     std::uint8_t aPreamble[132] = {};
     std::copy_n("DICM", 4, aPreamble + 128);
     theFile.Put(aPreamble, sizeof aPreamble);
-    auto aGroupLength = DcmtkBridge::MakeElement({theFileMetaGroup, 0}, VR::MakeTypeCode('U', 'L'),
+    auto aGroupLength = DcmtkBridge::MakeElement({kFileMetaGroup, 0}, VR::MakeTypeCode('U', 'L'),
                                                  DLEndian::LITTLE_ENDIAN_ORDER, aLengthBytes, 4);
     WriteElement(*aGroupLength, EXS_LittleEndianExplicit, theStream);
     for (DcmObject* anObject = aMeta.nextInContainer(nullptr); anObject != nullptr;

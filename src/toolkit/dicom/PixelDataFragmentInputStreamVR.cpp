@@ -10,16 +10,16 @@
 
 namespace
 {
-constexpr std::uint16_t theItemGroup = 0xfffe;
-constexpr std::uint16_t theItemElement = 0xe000;
-constexpr std::uint64_t theItemHeaderSize = 8;
-constexpr std::uint32_t theUndefinedLength = 0xffffffff;
+constexpr std::uint16_t kItemGroup = 0xfffe;
+constexpr std::uint16_t kItemElement = 0xe000;
+constexpr std::uint64_t kItemHeaderSize = 8;
+constexpr std::uint32_t kUndefinedLength = 0xffffffff;
 
 // 16 million frames. What is longer is no table but a damaged length.
-constexpr std::uint32_t theLongestTable = 0x4000000;
-constexpr std::size_t theTableChunk = 0x10000;
+constexpr std::uint32_t kLongestTable = 0x4000000;
+constexpr std::size_t kTableChunk = 0x10000;
 
-constexpr std::uint64_t theUnknownEnd = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kUnknownEnd = std::numeric_limits<std::uint64_t>::max();
 
 bool BeginsCodestream(const std::vector<unsigned char>& theBytes)
 {
@@ -64,13 +64,13 @@ bool PixelDataFragmentInputStreamVR::ReadItemHeader(std::uint32_t& theLength)
         itsStreamEnded = true;
         return false;
     }
-    return aGroup == theItemGroup && anElement == theItemElement;
+    return aGroup == kItemGroup && anElement == kItemElement;
 }
 
 // An item's length, or what the stream holds behind the item's header where that is known to be less.
 std::uint32_t PixelDataFragmentInputStreamVR::CutToStream(std::uint32_t theLength) const
 {
-    if (itsEndPosition == theUnknownEnd)
+    if (itsEndPosition == kUnknownEnd)
     {
         return theLength;
     }
@@ -86,7 +86,7 @@ std::vector<unsigned char> PixelDataFragmentInputStreamVR::ReadTableBytes(std::u
     while (aTable.size() < theLength)
     {
         const std::size_t anOldSize = aTable.size();
-        const std::size_t aChunk = std::min<std::size_t>(theTableChunk, theLength - anOldSize);
+        const std::size_t aChunk = std::min<std::size_t>(kTableChunk, theLength - anOldSize);
         aTable.resize(anOldSize + aChunk);
         const std::size_t aCount = itsStream->ReadFully(aTable.data() + anOldSize, aChunk);
         if (aCount != aChunk)
@@ -115,14 +115,14 @@ void PixelDataFragmentInputStreamVR::ReadBasicOffsetTable()
 {
     itsBasicOffsetTableRead = true;
     const long long aStreamLength = itsStream->Length();
-    itsEndPosition = aStreamLength < 0 ? theUnknownEnd : static_cast<std::uint64_t>(aStreamLength);
+    itsEndPosition = aStreamLength < 0 ? kUnknownEnd : static_cast<std::uint64_t>(aStreamLength);
     const std::uint64_t aStart = itsStream->GetStreamPosition();
     std::uint32_t aLength = 0;
-    itsHasFragments = ReadItemHeader(aLength) && aLength != theUndefinedLength;
+    itsHasFragments = ReadItemHeader(aLength) && aLength != kUndefinedLength;
     if (itsHasFragments)
     {
         const std::uint32_t aWanted = CutToStream(aLength);
-        const std::vector<unsigned char> aTable = ReadTableBytes(std::min(aWanted, theLongestTable));
+        const std::vector<unsigned char> aTable = ReadTableBytes(std::min(aWanted, kLongestTable));
         if (!ReturnToFirstItem(aTable, aStart))
         {
             itsStream->SkipFully(aWanted - aTable.size());
@@ -155,7 +155,7 @@ bool PixelDataFragmentInputStreamVR::NextFragment()
     aLength = CutToStream(aLength);
     itsFragmentOffset = itsNextOffset;
     itsFragmentLength = itsFragmentRemaining = aLength;
-    itsNextOffset += theItemHeaderSize + aLength;
+    itsNextOffset += kItemHeaderSize + aLength;
     return true;
 }
 
@@ -197,7 +197,7 @@ bool PixelDataFragmentInputStreamVR::SeekToFragment(std::uint64_t theOffset)
     catch (const StreamIOException&)
     {
         // Where the stream's length is not known, only trying tells that an offset is past its end.
-        if (itsEndPosition != theUnknownEnd)
+        if (itsEndPosition != kUnknownEnd)
         {
             throw;
         }

@@ -5,7 +5,7 @@ namespace
 {
 /// Encapsulated transfer syntaxes of PS3.6 Annex A: explicit little endian around compressed frames. The
 /// UIDs are written out because static strings of other files may not exist yet.
-constexpr const char* theEncapsulatedUIDs[] = {
+constexpr const char* kEncapsulatedUIDs[] = {
     "1.2.840.10008.1.2.4.50",    "1.2.840.10008.1.2.4.51",    "1.2.840.10008.1.2.4.52",
     "1.2.840.10008.1.2.4.53",    "1.2.840.10008.1.2.4.54",    "1.2.840.10008.1.2.4.55",
     "1.2.840.10008.1.2.4.56",    "1.2.840.10008.1.2.4.57",    "1.2.840.10008.1.2.4.58",
@@ -26,7 +26,7 @@ constexpr const char* theEncapsulatedUIDs[] = {
 };
 
 /// Those whose data set is deflated as a whole (JPIP Referenced Deflate).
-constexpr const char* theDeflatedEncapsulatedUIDs[] = {"1.2.840.10008.1.2.4.95", "1.2.840.10008.1.2.4.205"};
+constexpr const char* kDeflatedEncapsulatedUIDs[] = {"1.2.840.10008.1.2.4.95", "1.2.840.10008.1.2.4.205"};
 } // namespace
 
 const TransferSyntaxManager& TransferSyntaxManager::GetDefaultInstance()
@@ -42,11 +42,11 @@ TransferSyntaxManager::TransferSyntaxManager()
     itsTypes.emplace_back("1.2.840.10008.1.2.1", aLittle, true, false, false);
     itsTypes.emplace_back("1.2.840.10008.1.2.1.99", aLittle, true, false, true);
     itsTypes.emplace_back("1.2.840.10008.1.2.2", DLEndian::BIG_ENDIAN_ORDER, true, false, false);
-    for (const char* aUID : theEncapsulatedUIDs)
+    for (const char* aUID : kEncapsulatedUIDs)
     {
         itsTypes.emplace_back(aUID, aLittle, true, true, false);
     }
-    for (const char* aUID : theDeflatedEncapsulatedUIDs)
+    for (const char* aUID : kDeflatedEncapsulatedUIDs)
     {
         itsTypes.emplace_back(aUID, aLittle, true, true, true);
     }

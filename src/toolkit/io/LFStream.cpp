@@ -17,11 +17,11 @@ namespace
 std::atomic<double> theDefaultLockWaitTime{10.0};
 
 // Short enough that a reader hardly notices, long enough not to burden a shared file server.
-constexpr double theFirstPollInterval = 0.001;
-constexpr double theLongestPollInterval = 0.05;
+constexpr double kFirstPollInterval = 0.001;
+constexpr double kLongestPollInterval = 0.05;
 
 // The kernel refuses larger single transfers.
-constexpr unsigned long long theLargestTransfer = 0x7ffff000;
+constexpr unsigned long long kLargestTransfer = 0x7ffff000;
 
 void SleepFor(double theSeconds)
 {
@@ -71,7 +71,7 @@ int LFStream::Lock(double theWaitTime, LockMode theMode)
     }
     const short aType = theMode == LOCK_FOR_WRITING ? F_WRLCK : F_RDLCK;
     const DMTickCounter aCounter;
-    double anInterval = theFirstPollInterval;
+    double anInterval = kFirstPollInterval;
     while (!SetLock(itsDescriptor, aType))
     {
         const int anError = errno;
@@ -86,7 +86,7 @@ int LFStream::Lock(double theWaitTime, LockMode theMode)
             return 0;
         }
         SleepFor(std::min(anInterval, aTimeLeft));
-        anInterval = std::min(anInterval * 2, theLongestPollInterval);
+        anInterval = std::min(anInterval * 2, kLongestPollInterval);
     }
     itsLocked = true;
     return 1;
@@ -106,7 +106,7 @@ long long LFStream::Read(void* theBuffer, unsigned long long theCount)
     long long aResult = -1;
     do
     {
-        aResult = ::read(itsDescriptor, theBuffer, std::min(theCount, theLargestTransfer));
+        aResult = ::read(itsDescriptor, theBuffer, std::min(theCount, kLargestTransfer));
     } while (aResult < 0 && errno == EINTR);
     return aResult;
 }
@@ -116,7 +116,7 @@ long long LFStream::Write(const void* theBuffer, unsigned long long theCount)
     long long aResult = -1;
     do
     {
-        aResult = ::write(itsDescriptor, theBuffer, std::min(theCount, theLargestTransfer));
+        aResult = ::write(itsDescriptor, theBuffer, std::min(theCount, kLargestTransfer));
     } while (aResult < 0 && errno == EINTR);
     return aResult;
 }

@@ -19,9 +19,9 @@
 namespace
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool theMemoryIsOurs = false;
+constexpr bool kMemoryIsOurs = false;
 #else
-constexpr bool theMemoryIsOurs = true;
+constexpr bool kMemoryIsOurs = true;
 #endif
 
 using Clock = std::chrono::steady_clock;
@@ -103,13 +103,13 @@ std::vector<Input> CollectInputs()
     {
         anInputs.push_back({aFile.itsName, "", aFile.itsFile});
     }
-    const std::pair<const char*, RWCString> theFolders[] = {{"dicom", ""},
-                                                            {"damaged", ""},
-                                                            {"damaged", TransferSyntaxType::TSJPEG2KUID},
-                                                            {"jpeg", TransferSyntaxType::TSJPEG50UID},
-                                                            {"jp2", TransferSyntaxType::TSJPEG2KUID},
-                                                            {"jpeg2000", TransferSyntaxType::TSJPEG2KUID}};
-    for (const auto& [aFolder, aUID] : theFolders)
+    const std::pair<const char*, RWCString> kFolders[] = {{"dicom", ""},
+                                                          {"damaged", ""},
+                                                          {"damaged", TransferSyntaxType::TSJPEG2KUID},
+                                                          {"jpeg", TransferSyntaxType::TSJPEG50UID},
+                                                          {"jp2", TransferSyntaxType::TSJPEG2KUID},
+                                                          {"jpeg2000", TransferSyntaxType::TSJPEG2KUID}};
+    for (const auto& [aFolder, aUID] : kFolders)
     {
         for (const std::string& aName : SampleTable::ListFolder(aFolder))
         {
@@ -235,11 +235,11 @@ TEST(Soak, EveryResultIsThatOfTheFirstTimeAndMemoryStaysFlat)
         ADD_FAILURE() << aDifference;
     }
     EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
-    if (theMemoryIsOurs)
+    if (kMemoryIsOurs)
     {
         // Four requests at a time need what they need; that comes and goes, a leak only comes.
-        constexpr std::size_t theSlack = 32u << 20;
-        EXPECT_LT(aSoak->GetMemory(9), aSoak->GetMemory(2) * 11 / 10 + theSlack);
+        constexpr std::size_t kSlack = 32u << 20;
+        EXPECT_LT(aSoak->GetMemory(9), aSoak->GetMemory(2) * 11 / 10 + kSlack);
     }
 }
 } // namespace

@@ -12,17 +12,17 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr EngineMode theModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
+constexpr EngineMode kModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
 
 /// A caller that believes a sane data set has no larger buffer.
-constexpr std::uint64_t theMostSamples = std::uint64_t{1} << 18;
+constexpr std::uint64_t kMostSamples = std::uint64_t{1} << 18;
 
 EngineOptions MakeOptions(EngineMode theMode, int theDiscardLevels = 0)
 {
     EngineOptions anOptions;
     anOptions.itsMode = theMode;
     anOptions.itsDiscardLevels = theDiscardLevels;
-    anOptions.itsMostSamples = theMostSamples;
+    anOptions.itsMostSamples = kMostSamples;
     anOptions.itsLargestRead = 97;
     return anOptions;
 }
@@ -115,7 +115,7 @@ TEST(CodestreamDamage, EveryTruncationSurvives)
                              aVictim.itsStream.begin() + static_cast<std::ptrdiff_t>(aSize));
             aDecoded += Survives(aCut, MakeOptions(EngineMode::Fast)) ? 1 : 0;
             Survives(aCut, MakeOptions(EngineMode::Resilient, 1));
-            EXPECT_FALSE(Survives(aCut, MakeOptions(EngineMode::Fussy))) << "a departure passes";
+            EXPECT_FALSE(Survives(aCut, MakeOptions(EngineMode::Fussy))) << "a non-conformance passes";
         }
         // The headers are a few hundred bytes; from there on there is something to see.
         EXPECT_GT(aDecoded, aVictim.itsStream.size() / 4) << aVictim.itsName;
@@ -141,7 +141,7 @@ TEST(CodestreamDamage, FlippedBitsSurvive)
             aTrace += ", bit " + std::to_string(aBit) + " of byte " + std::to_string(aByte);
         }
         SCOPED_TRACE(aTrace);
-        Survives(aStream, MakeOptions(theModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0));
+        Survives(aStream, MakeOptions(kModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0));
     }
 }
 
@@ -159,7 +159,7 @@ TEST(CodestreamDamage, SplicedStreamsSurvive)
                      std::to_string(aBackStart));
         Bytes aStream(aFront.begin(), aFront.begin() + aFrontEnd);
         aStream.insert(aStream.end(), aBack.begin() + aBackStart, aBack.end());
-        Survives(aStream, MakeOptions(theModes[aDice.Roll(0, 2)]));
+        Survives(aStream, MakeOptions(kModes[aDice.Roll(0, 2)]));
     }
 }
 } // namespace

@@ -11,7 +11,7 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr EngineMode theModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
+constexpr EngineMode kModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
 
 void Put(Bytes& theBytes, std::uint64_t theValue, int theCount)
 {
@@ -93,13 +93,13 @@ void PutCoding(Bytes& theBytes, const Declared& theDeclared)
 
 void PutProgressions(Bytes& theBytes)
 {
-    constexpr std::size_t theCount = 9361;
-    constexpr std::uint64_t theEntry = 0x00C8000121FF00; // components from 200 on
+    constexpr std::size_t kCount = 9361;
+    constexpr std::uint64_t kEntry = 0x00C8000121FF00; // components from 200 on
     Put(theBytes, 0xFF5F, 2);
-    Put(theBytes, 2 + 7 * theCount, 2);
-    for (std::size_t i = 0; i < theCount; ++i)
+    Put(theBytes, 2 + 7 * kCount, 2);
+    for (std::size_t i = 0; i < kCount; ++i)
     {
-        Put(theBytes, theEntry, 7);
+        Put(theBytes, kEntry, 7);
     }
 }
 
@@ -125,7 +125,7 @@ Bytes MakeStream(const Declared& theDeclared)
     return aBytes;
 }
 
-constexpr std::uint32_t theLargest = 0xFFFFFFFF;
+constexpr std::uint32_t kLargest = 0xFFFFFFFF;
 
 Declared Make(const char* theName, const std::function<void(Declared&)>& theChange)
 {
@@ -145,25 +145,25 @@ std::vector<Declared> MakeHostiles()
 {
     return {
         Make("Harmless", [](Declared&) {}),
-        Make("LargestImage", [](Declared& theHeader) { SetSide(theHeader, theLargest); }),
+        Make("LargestImage", [](Declared& theHeader) { SetSide(theHeader, kLargest); }),
         Make("LargestInt", [](Declared& theHeader) { SetSide(theHeader, 0x7FFFFFFF); }),
         Make("OneTallColumn",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
-                 theHeader.itsX0 = theLargest - 1;
+                 SetSide(theHeader, kLargest);
+                 theHeader.itsX0 = kLargest - 1;
              }),
         Make("OneWideRow",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
-                 theHeader.itsY0 = theLargest - 1;
+                 SetSide(theHeader, kLargest);
+                 theHeader.itsY0 = kLargest - 1;
              }),
         Make("FarCorner",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
-                 theHeader.itsX0 = theHeader.itsY0 = theLargest - 9;
+                 SetSide(theHeader, kLargest);
+                 theHeader.itsX0 = theHeader.itsY0 = kLargest - 9;
                  theHeader.itsLevels = 32;
              }),
         Make("MostTiles",
@@ -188,7 +188,7 @@ std::vector<Declared> MakeHostiles()
         Make("TooManyTiles",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
+                 SetSide(theHeader, kLargest);
                  theHeader.itsTileWidth = theHeader.itsTileHeight = 1;
              }),
         Make("MostComponentsNotThere", [](Declared& theHeader) { theHeader.itsComponents = 16384; }),
@@ -225,7 +225,7 @@ std::vector<Declared> MakeHostiles()
         Make("SmallPrecinctsOfLargestImage",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
+                 SetSide(theHeader, kLargest);
                  theHeader.itsLog2Precinct = 1;
              }),
         Make("SmallestBlocks",
@@ -246,7 +246,7 @@ std::vector<Declared> MakeHostiles()
         Make("MostSubsampled",
              [](Declared& theHeader)
              {
-                 SetSide(theHeader, theLargest);
+                 SetSide(theHeader, kLargest);
                  theHeader.itsSubsampling = 255;
              }),
         Make("NoSubsampling", [](Declared& theHeader) { theHeader.itsSubsampling = 0; }),
@@ -265,7 +265,7 @@ TEST_P(HostileHeader, EndsAtOnce)
     {
         Declared aDeclared = GetParam();
         aDeclared.itsOrder = anOrder;
-        for (const EngineMode aMode : theModes)
+        for (const EngineMode aMode : kModes)
         {
             for (const int aBodyBytes : {0, 8})
             {

@@ -16,10 +16,10 @@
 
 namespace
 {
-constexpr int theStreamsInAGroup = 100;
+constexpr int kStreamsInAGroup = 100;
 
 /// What rounding costs, and a little for lines of float.
-constexpr double theLargestError = 0.6;
+constexpr double kLargestError = 0.6;
 
 /// How a stream is to be decoded by both.
 struct Decoding
@@ -92,14 +92,14 @@ std::uint32_t GetNumber(const OpenJpeg::Bytes& theBytes, std::size_t thePosition
 /// and then; OpenJPEG's decoder then stops early.
 bool CountsItsTileParts(const OpenJpeg::Bytes& theBytes)
 {
-    constexpr std::uint32_t theSOT = 0xFF90;
+    constexpr std::uint32_t kSOT = 0xFF90;
     std::size_t aPosition = 2;
-    while (GetNumber(theBytes, aPosition, 2) != theSOT)
+    while (GetNumber(theBytes, aPosition, 2) != kSOT)
     {
         aPosition += 2 + GetNumber(theBytes, aPosition + 2, 2);
     }
     std::map<std::uint32_t, std::pair<std::uint32_t, std::uint32_t>> aParts; // announced, there
-    for (; GetNumber(theBytes, aPosition, 2) == theSOT; aPosition += GetNumber(theBytes, aPosition + 6, 4))
+    for (; GetNumber(theBytes, aPosition, 2) == kSOT; aPosition += GetNumber(theBytes, aPosition + 6, 4))
     {
         auto& [anAnnounced, aFound] = aParts[GetNumber(theBytes, aPosition + 4, 2)];
         anAnnounced = std::max(anAnnounced, GetNumber(theBytes, aPosition + 11, 1));
@@ -134,7 +134,7 @@ void ExpectNextToExact(const PlanarImage& theImage, const std::vector<std::vecto
         {
             aWorst = std::max(aWorst, std::abs(aSamples[i] - theExact[c][i]));
         }
-        EXPECT_LE(aWorst, theLargestError) << "component " << c;
+        EXPECT_LE(aWorst, kLargestError) << "component " << c;
     }
 }
 
@@ -212,7 +212,7 @@ TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
 {
     Dice aDice(static_cast<std::uint32_t>(GetParam()));
     int aUsable = 0;
-    for (int i = 0; i < Rounds(theStreamsInAGroup) && !HasFailure(); ++i)
+    for (int i = 0; i < Rounds(kStreamsInAGroup) && !HasFailure(); ++i)
     {
         const RandomStream aStream = MakeRandomStream(aDice);
         const Decoding aDecoding = RollDecoding(aStream, aDice);
@@ -225,7 +225,7 @@ TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
             ExpectAsPeer(aStream, *aBytes, aDecoding);
         }
     }
-    EXPECT_TRUE(HasFailure() || aUsable > Rounds(theStreamsInAGroup) * 8 / 10);
+    EXPECT_TRUE(HasFailure() || aUsable > Rounds(kStreamsInAGroup) * 8 / 10);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, OpenJpegMatrix, testing::Range(1, 21));

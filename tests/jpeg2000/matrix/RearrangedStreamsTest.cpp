@@ -23,7 +23,7 @@ struct Arrangement
 
 RandomStream MakeStream(Dice& theDice)
 {
-    static constexpr const char* theOrders[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
+    static constexpr const char* kOrders[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
     RandomStream aStream;
     const auto aComponents = static_cast<std::size_t>(theDice.Chance(50) ? 1 : 3);
     aStream.itsImage = MakeImage(static_cast<std::uint32_t>(theDice.Roll(40, 70)),
@@ -32,7 +32,7 @@ RandomStream MakeStream(Dice& theDice)
     aStream.itsOptions.itsSOP = true;
     aStream.itsOptions.itsEPH = true;
     aStream.itsOptions.itsResolutions = theDice.Roll(2, 4);
-    aStream.itsOptions.itsOrder = theOrders[theDice.Roll(0, 4)];
+    aStream.itsOptions.itsOrder = kOrders[theDice.Roll(0, 4)];
     aStream.itsOptions.itsRates = {20, 8, 1};
     aStream.itsOptions.itsComponentTransform = aComponents == 3 && theDice.Chance(50);
     aStream.itsOptions.itsTileWidth = theDice.Chance(70) ? 32 : 0;
@@ -80,21 +80,21 @@ INSTANTIATE_TEST_SUITE_P(Arrangements, RearrangedStreams,
 // Fussy decoding reports a segmentation symbol that is wrong, so it tells which blocks are decoded.
 TEST(DiscardedResolutions, AreNotDecoded)
 {
-    constexpr int theResolutions = 4;
+    constexpr int kResolutions = 4;
     Dice aDice(7);
     OpenJpeg::Options anOptions;
-    anOptions.itsResolutions = theResolutions;
+    anOptions.itsResolutions = kResolutions;
     anOptions.itsBlockStyle = 32;
     anOptions.itsSOP = true;
     anOptions.itsEPH = true;
     const auto aStream = OpenJpeg::Encode(MakeImage(90, 70, 1, 12, false, aDice), anOptions);
-    for (int aDiscarded = 1; aDiscarded < theResolutions; ++aDiscarded)
+    for (int aDiscarded = 1; aDiscarded < kResolutions; ++aDiscarded)
     {
         CodestreamEditor anEditor(aStream);
         auto& aPackets = anEditor.GetTileParts().at(0).itsPackets; // one for each resolution
-        ASSERT_EQ(aPackets.size(), std::size_t{theResolutions});
+        ASSERT_EQ(aPackets.size(), std::size_t{kResolutions});
         // Away from the ends, so that no marker comes to be.
-        auto& aBody = aPackets[static_cast<std::size_t>(theResolutions - aDiscarded)].itsBody;
+        auto& aBody = aPackets[static_cast<std::size_t>(kResolutions - aDiscarded)].itsBody;
         aBody.at(aBody.size() / 2) ^= 0x55;
         const auto aDamaged = anEditor.Join(Headers::InPlace, true);
         EngineOptions anEngineOptions;

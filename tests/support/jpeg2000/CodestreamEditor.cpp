@@ -28,7 +28,7 @@ enum Marker : std::uint16_t
     EOC = 0xFFD9
 };
 
-constexpr std::size_t theLargestPiece = 100; ///< of packed headers, so that there is more than one segment
+constexpr std::size_t kLargestPiece = 100; ///< of packed headers, so that there is more than one segment
 
 std::uint32_t Get(const Bytes& theBytes, std::size_t thePosition, std::size_t theCount)
 {
@@ -99,10 +99,10 @@ Packet ReadPacket(const Bytes& theStream, std::size_t& thePosition, std::size_t 
 /// theBytes in segments, the index in front of each.
 void PutPieces(Bytes& theOutput, std::uint16_t theMarker, const Bytes& theBytes)
 {
-    for (std::size_t i = 0, anIndex = 0; i < theBytes.size(); i += theLargestPiece, ++anIndex)
+    for (std::size_t i = 0, anIndex = 0; i < theBytes.size(); i += kLargestPiece, ++anIndex)
     {
         const auto aStart = theBytes.begin() + static_cast<std::ptrdiff_t>(i);
-        const std::size_t aCount = std::min(theLargestPiece, theBytes.size() - i);
+        const std::size_t aCount = std::min(kLargestPiece, theBytes.size() - i);
         Segment aSegment{theMarker, {static_cast<std::uint8_t>(anIndex)}};
         aSegment.itsContent.insert(aSegment.itsContent.end(), aStart,
                                    aStart + static_cast<std::ptrdiff_t>(aCount));

@@ -33,7 +33,7 @@ std::uint32_t RollExtent(Dice& theDice)
 
 PlanarImage MakeShape(Dice& theDice)
 {
-    static constexpr int theCounts[] = {1, 1, 1, 1, 3, 3, 3, 2, 4, 5};
+    static constexpr int kCounts[] = {1, 1, 1, 1, 3, 3, 3, 2, 4, 5};
     PlanarImage anImage;
     if (theDice.Chance(40))
     {
@@ -42,7 +42,7 @@ PlanarImage MakeShape(Dice& theDice)
     }
     anImage.itsX1 = anImage.itsX0 + RollExtent(theDice);
     anImage.itsY1 = anImage.itsY0 + RollExtent(theDice);
-    anImage.itsComponents.resize(static_cast<std::size_t>(theCounts[theDice.Roll(0, 9)]));
+    anImage.itsComponents.resize(static_cast<std::size_t>(kCounts[theDice.Roll(0, 9)]));
     const bool isMixed = theDice.Chance(20);
     // Powers of two: with other factors the encoder leaves out packets in the orders that go by position.
     const bool isSubsampled = anImage.itsComponents.size() > 1 && theDice.Chance(30);
@@ -82,8 +82,8 @@ bool AllowsColourTransform(const PlanarImage& theImage)
 
 std::string RollOrder(Dice& theDice)
 {
-    static constexpr const char* theOrders[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
-    return theOrders[theDice.Roll(0, 4)];
+    static constexpr const char* kOrders[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
+    return kOrders[theDice.Roll(0, 4)];
 }
 
 bool IsSubsampled(const PlanarImage& theImage)

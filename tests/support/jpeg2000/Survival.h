@@ -12,12 +12,13 @@
 
 #include "support/jpeg2000/EngineDecode.h"
 
-/// Decodes a hostile stream. Anything but pixels or a report, a warning in a mode that takes departures, or
-/// more than some seconds of the processor's time fail the test. Returns whether there were pixels.
+/// Decodes a hostile stream. Anything but pixels or a report, a warning in a mode that takes
+/// non-conformances, or more than some seconds of the processor's time fail the test. Returns whether there
+/// were pixels.
 inline bool Survives(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions)
 {
     // A sanitized program on a slow machine keeps this a hundred times over.
-    constexpr double theMostSeconds = 10;
+    constexpr double kMostSeconds = 10;
     const std::clock_t aStart = std::clock();
     bool hasPixels = false;
     try
@@ -36,7 +37,7 @@ inline bool Survives(const std::vector<std::uint8_t>& theStream, const EngineOpt
     {
     }
     const double aDuration = static_cast<double>(std::clock() - aStart) / CLOCKS_PER_SEC;
-    EXPECT_LT(aDuration, theMostSeconds);
+    EXPECT_LT(aDuration, kMostSeconds);
     static double aLongest = 0;
     aLongest = std::max(aLongest, aDuration);
     testing::Test::RecordProperty("slowest_in_microseconds", std::to_string(std::lround(aLongest * 1e6)));

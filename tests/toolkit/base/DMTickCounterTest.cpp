@@ -7,11 +7,11 @@
 
 namespace
 {
-constexpr double theNap = 0.02;
+constexpr double kNap = 0.02;
 
 void Nap()
 {
-    std::this_thread::sleep_for(std::chrono::duration<double>(theNap));
+    std::this_thread::sleep_for(std::chrono::duration<double>(kNap));
 }
 
 TEST(DMTickCounter, CountsSecondsAndLapsApart)
@@ -22,8 +22,8 @@ TEST(DMTickCounter, CountsSecondsAndLapsApart)
     Nap();
     const double aSecondLap = aCounter.Lap();
     const double aTotal = aCounter.Total();
-    EXPECT_GE(aFirstLap, theNap);
-    EXPECT_GE(aSecondLap, theNap);
+    EXPECT_GE(aFirstLap, kNap);
+    EXPECT_GE(aSecondLap, kNap);
     EXPECT_GE(aTotal, aFirstLap + aSecondLap) << "a lap disturbed the total, or was counted twice";
     EXPECT_LT(aTotal, 60.0) << "not seconds";
     aCounter.Reset();

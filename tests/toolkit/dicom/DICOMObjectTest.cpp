@@ -15,8 +15,8 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr DICOMTag theAnyTag{0x0009, 0x1001}; // private, so that no dictionary has a say
-const RWCString theCreator = "QUORIX0";
+constexpr DICOMTag kAnyTag{0x0009, 0x1001}; // private, so that no dictionary has a say
+const RWCString kCreator = "QUORIX0";
 
 MVRFactory Factory(DLEndian::Endian theEndian = DLEndian::LITTLE_ENDIAN_ORDER)
 {
@@ -55,7 +55,7 @@ Bytes Text(const std::string& theText)
     return Bytes(theText.begin(), theText.end());
 }
 
-const GetterCase theGetterCases[] = {
+const GetterCase kGetterCases[] = {
     {"US", {0x34, 0x12}, "4660", 0x1234, 0x1234},
     {"US", {0xff, 0xff}, "65535", 65535, 65535},
     {"US", {1, 0, 2, 0, 3, 0}, "1\\2\\3", 1, 1},
@@ -111,8 +111,8 @@ public:
 TEST_P(DICOMObjectGetters, OfAFactoryElement)
 {
     DICOMObject anObject;
-    anObject.ReplaceVR(Factory().CreateBytes(theAnyTag, Code(GetParam().itsVR), GetParam().itsValue));
-    Check(anObject, theAnyTag);
+    anObject.ReplaceVR(Factory().CreateBytes(kAnyTag, Code(GetParam().itsVR), GetParam().itsValue));
+    Check(anObject, kAnyTag);
 }
 
 TEST_P(DICOMObjectGetters, OfAnElementReadFromAFile)
@@ -120,12 +120,12 @@ TEST_P(DICOMObjectGetters, OfAnElementReadFromAFile)
     DICOMObject anObject;
     DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE);
     aBuilder.AddString({0x0008, 0x0060}, "CS", "OT");
-    aBuilder.AddBytes(theAnyTag, GetParam().itsVR, GetParam().itsValue);
+    aBuilder.AddBytes(kAnyTag, GetParam().itsVR, GetParam().itsValue);
     Load(anObject, aBuilder.Build());
-    Check(anObject, theAnyTag);
+    Check(anObject, kAnyTag);
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, DICOMObjectGetters, testing::ValuesIn(theGetterCases));
+INSTANTIATE_TEST_SUITE_P(Values, DICOMObjectGetters, testing::ValuesIn(kGetterCases));
 
 TEST(DICOMObjectTest, AbsentElementsLeaveTheValueAlone)
 {
@@ -303,23 +303,23 @@ TEST(DICOMObjectTest, SequencesGrowItemByItem)
 TEST(DICOMObjectTest, TheFirstPrivateBlockIsTheAgreedOne)
 {
     DICOMObject anObject;
-    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, theCreator, "ReconstImageFlag", 1));
-    anObject.ReplaceVR(Factory().CreatePrivateString(anObject, theCreator, "OrigSOPInstUID", "1.2.3"));
-    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, theCreator, "LosslessCmpFlag", 1));
+    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, kCreator, "ReconstImageFlag", 1));
+    anObject.ReplaceVR(Factory().CreatePrivateString(anObject, kCreator, "OrigSOPInstUID", "1.2.3"));
+    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, kCreator, "LosslessCmpFlag", 1));
     EXPECT_EQ((std::vector<DICOMTag>{{0x1021, 0x0016}, {0x1021, 0x1601}, {0x1021, 0x1602}, {0x1021, 0x1603}}),
               anObject.GetTags());
     RWCString aText;
     EXPECT_TRUE(anObject.GetString({0x1021, 0x0016}, aText));
     EXPECT_EQ("QUORIX0", aText);
-    EXPECT_TRUE(anObject.GetPrivateString(theCreator, "OrigSOPInstUID", aText));
+    EXPECT_TRUE(anObject.GetPrivateString(kCreator, "OrigSOPInstUID", aText));
     EXPECT_EQ("1.2.3", aText);
     std::int32_t aFlag = 0;
-    EXPECT_TRUE(anObject.GetPrivateInteger(theCreator, "ReconstImageFlag", aFlag));
+    EXPECT_TRUE(anObject.GetPrivateInteger(kCreator, "ReconstImageFlag", aFlag));
     EXPECT_EQ(1, aFlag);
-    EXPECT_NE(nullptr, anObject.RemovePrivateVR(theCreator, "LosslessCmpFlag"));
-    EXPECT_EQ(nullptr, anObject.RemovePrivateVR(theCreator, "LosslessCmpFlag"));
-    EXPECT_FALSE(anObject.GetPrivateInteger(theCreator, "NoSuchName", aFlag));
-    EXPECT_EQ(nullptr, Factory().CreatePrivateUnsignedShort(anObject, theCreator, "NoSuchName", 1));
+    EXPECT_NE(nullptr, anObject.RemovePrivateVR(kCreator, "LosslessCmpFlag"));
+    EXPECT_EQ(nullptr, anObject.RemovePrivateVR(kCreator, "LosslessCmpFlag"));
+    EXPECT_FALSE(anObject.GetPrivateInteger(kCreator, "NoSuchName", aFlag));
+    EXPECT_EQ(nullptr, Factory().CreatePrivateUnsignedShort(anObject, kCreator, "NoSuchName", 1));
     EXPECT_EQ(nullptr, Factory().CreatePrivateUnsignedShort(anObject, "OTHER", "ReconstImageFlag", 1));
     EXPECT_FALSE(anObject.ContainsPrivateCreator("OTHER"));
 }
@@ -328,9 +328,9 @@ TEST(DICOMObjectTest, ATakenBlockIsLeftToItsOwner)
 {
     DICOMObject anObject;
     anObject.ReplaceVR(Factory().CreateString({0x1021, 0x0016}, "SOMEBODY ELSE"));
-    anObject.ReservePrivateBlock(theCreator);
-    anObject.ReservePrivateBlock(theCreator);
-    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, theCreator, "ReconstImageFlag", 1));
+    anObject.ReservePrivateBlock(kCreator);
+    anObject.ReservePrivateBlock(kCreator);
+    anObject.ReplaceVR(Factory().CreatePrivateUnsignedShort(anObject, kCreator, "ReconstImageFlag", 1));
     EXPECT_EQ((std::vector<DICOMTag>{{0x1021, 0x0016}, {0x1021, 0x0017}, {0x1021, 0x1702}}),
               anObject.GetTags());
 }
@@ -348,19 +348,19 @@ TEST(DICOMObjectTest, ABlockReservedElsewhereIsUsedInEverySyntax)
         aBuilder.AddUS({0x0009, 0x4203}, {1});
         DICOMObject anObject;
         Load(anObject, aBuilder.Build());
-        EXPECT_TRUE(anObject.ContainsPrivateCreator(theCreator));
+        EXPECT_TRUE(anObject.ContainsPrivateCreator(kCreator));
         RWCString aText;
-        EXPECT_TRUE(anObject.GetPrivateString(theCreator, "OrigSOPInstUID", aText));
+        EXPECT_TRUE(anObject.GetPrivateString(kCreator, "OrigSOPInstUID", aText));
         EXPECT_EQ("1.22.333", aText);
         std::int32_t aFlag = 0;
-        EXPECT_FALSE(anObject.GetPrivateInteger(theCreator, "ReconstImageFlag", aFlag));
-        EXPECT_TRUE(anObject.GetPrivateInteger(theCreator, "LosslessCmpFlag", aFlag));
+        EXPECT_FALSE(anObject.GetPrivateInteger(kCreator, "ReconstImageFlag", aFlag));
+        EXPECT_TRUE(anObject.GetPrivateInteger(kCreator, "LosslessCmpFlag", aFlag));
         EXPECT_EQ(1, aFlag);
         const auto aFactory = Factory(anObject.GetEndian());
-        anObject.ReplaceVR(aFactory.CreatePrivateUnsignedShort(anObject, theCreator, "ReconstImageFlag", 1));
+        anObject.ReplaceVR(aFactory.CreatePrivateUnsignedShort(anObject, kCreator, "ReconstImageFlag", 1));
         EXPECT_TRUE(anObject.Contains({0x0009, 0x4202}));
         EXPECT_FALSE(anObject.Contains({0x1021, 0x0016}));
-        EXPECT_NE(nullptr, anObject.RemovePrivateVR(theCreator, "LosslessCmpFlag"));
+        EXPECT_NE(nullptr, anObject.RemovePrivateVR(kCreator, "LosslessCmpFlag"));
         EXPECT_FALSE(anObject.Contains({0x0009, 0x4203}));
     }
 }

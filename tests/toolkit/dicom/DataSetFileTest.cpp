@@ -24,9 +24,9 @@ namespace
 using Bytes = DicomBuilder::Bytes;
 using Syntax = DicomBuilder::Syntax;
 
-constexpr const char* theMissingDictionary = "/no/such/dictionary";
+constexpr const char* kMissingDictionary = "/no/such/dictionary";
 
-const char* const theNativeUIDs[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.2"};
+const char* const kNativeUIDs[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.2"};
 
 std::string RunProgram(const std::string& theCommand, int& theStatus)
 {
@@ -180,23 +180,23 @@ class SaveToFilePixels : public testing::TestWithParam<SaveCase>
 {
 };
 
-constexpr auto theLittle = DLEndian::LITTLE_ENDIAN_ORDER;
-constexpr auto theBig = DLEndian::BIG_ENDIAN_ORDER;
+constexpr auto kLittle = DLEndian::LITTLE_ENDIAN_ORDER;
+constexpr auto kBig = DLEndian::BIG_ENDIAN_ORDER;
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, SaveToFilePixels,
-    testing::Values(SaveCase{16, VR::TYPE_OW, theLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {2, 1, 4, 3}},
-                    SaveCase{16, VR::TYPE_OW, theBig, {1, 2, 3, 4}, {2, 1, 4, 3}, {1, 2, 3, 4}},
-                    SaveCase{8, VR::TYPE_OB, theLittle, {1, 2, 3}, {1, 2, 3, 0}, {1, 2, 3, 0}},
-                    SaveCase{8, VR::TYPE_OB, theBig, {1, 2, 3, 4}, {1, 2, 3, 4}, {1, 2, 3, 4}},
-                    SaveCase{8, VR::TYPE_OW, theLittle, {1, 2, 3}, {1, 2, 3, 0}, {2, 1, 0, 3}},
-                    SaveCase{32, VR::TYPE_OW, theLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {4, 3, 2, 1}},
-                    SaveCase{8, VR::TYPE_OB, theLittle, {}, {}, {}}));
+    testing::Values(SaveCase{16, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {2, 1, 4, 3}},
+                    SaveCase{16, VR::TYPE_OW, kBig, {1, 2, 3, 4}, {2, 1, 4, 3}, {1, 2, 3, 4}},
+                    SaveCase{8, VR::TYPE_OB, kLittle, {1, 2, 3}, {1, 2, 3, 0}, {1, 2, 3, 0}},
+                    SaveCase{8, VR::TYPE_OB, kBig, {1, 2, 3, 4}, {1, 2, 3, 4}, {1, 2, 3, 4}},
+                    SaveCase{8, VR::TYPE_OW, kLittle, {1, 2, 3}, {1, 2, 3, 0}, {2, 1, 0, 3}},
+                    SaveCase{32, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {4, 3, 2, 1}},
+                    SaveCase{8, VR::TYPE_OB, kLittle, {}, {}, {}}));
 
 /// Written in each native syntax and read back, by this library and by another program.
 TEST_P(SaveToFilePixels, SurviveTheRoundTrip)
 {
-    for (const char* aUID : theNativeUIDs)
+    for (const char* aUID : kNativeUIDs)
     {
         DICOMDataObject anObject;
         Fill(anObject, GetParam().itsBitsAllocated);
@@ -214,7 +214,7 @@ TEST_P(SaveToFilePixels, SurviveTheRoundTrip)
         ASSERT_NE(nullptr, aReloaded.GetPixelData());
         const auto* aData = static_cast<const std::uint8_t*>(aReloaded.GetPixelData()->GetData());
         EXPECT_EQ(anExpected, Bytes(aData, aData + aReloaded.GetPixelData()->GetLength()));
-        EXPECT_EQ(aBigFile ? theBig : theLittle, aReloaded.GetPixelData()->GetEndian());
+        EXPECT_EQ(aBigFile ? kBig : kLittle, aReloaded.GetPixelData()->GetEndian());
         int aStatus = 0;
         if (HasProgram("dcmdump"))
         {
@@ -228,7 +228,7 @@ TEST_P(SaveToFilePixels, SurviveTheRoundTrip)
 
 TEST(SaveToFileTest, EveryElementSurvivesTheRoundTrip)
 {
-    for (const char* aUID : theNativeUIDs)
+    for (const char* aUID : kNativeUIDs)
     {
         DICOMDataObject anObject;
         Fill(anObject, 16);
@@ -287,8 +287,8 @@ TEST(SaveToFileTest, LargePixelDataIsSwappedInChunks)
         aPixels[anIndex] = static_cast<std::uint8_t>(anIndex * 31 / 7);
     }
     DICOMDataObject anObject;
-    anObject.ReplaceVR(std::make_unique<BufferVR>(DICOMTags::PixelData, VR::TYPE_OW, theLittle,
-                                                  aPixels.data(), aPixels.size()));
+    anObject.ReplaceVR(std::make_unique<BufferVR>(DICOMTags::PixelData, VR::TYPE_OW, kLittle, aPixels.data(),
+                                                  aPixels.size()));
     const TemporaryFile aFile;
     anObject.SaveToFile(aFile.GetName(), TransferSyntaxType::TSExplicitBigEndianUID);
     const Bytes aContent = aFile.GetContent();
@@ -319,8 +319,8 @@ TEST_P(SaveToFileRefusal, SaysWhy)
     DICOMDataObject anObject;
     Bytes aPixels(100000);
     // The size is a lie in one case; the bytes behind it must never be looked at.
-    anObject.ReplaceVR(std::make_unique<BufferVR>(DICOMTags::PixelData, VR::TYPE_OW, theLittle,
-                                                  aPixels.data(), GetParam().itsPixels));
+    anObject.ReplaceVR(std::make_unique<BufferVR>(DICOMTags::PixelData, VR::TYPE_OW, kLittle, aPixels.data(),
+                                                  GetParam().itsPixels));
     try
     {
         anObject.SaveToFile(GetParam().itsPath, GetParam().itsUID);
@@ -437,7 +437,7 @@ TEST(WithoutDictionary, TheTagsOfThisLibraryAreKnown)
     ASSERT_TRUE(Load(anObject, aBuilder.Build()));
     RWCString aText;
     const char* aPath = std::getenv("DCMDICTPATH");
-    EXPECT_TRUE(aPath == nullptr || RWCString(aPath) != theMissingDictionary ||
+    EXPECT_TRUE(aPath == nullptr || RWCString(aPath) != kMissingDictionary ||
                 !anObject.GetString({0x0008, 0x0070}, aText))
         << "there is a dictionary after all";
     EXPECT_TRUE(anObject.GetString(DICOMTags::PhotometricInterpretation, aText));
@@ -457,7 +457,7 @@ TEST(LoadFromFileTest, AMissingDictionaryIsSurvivedInSilence)
 {
     int aStatus = -1;
     const std::string aSelf = std::filesystem::read_symlink("/proc/self/exe").string();
-    const std::string anOutput = RunProgram(RWCString("DCMDICTPATH=") + theMissingDictionary + " '" + aSelf +
+    const std::string anOutput = RunProgram(RWCString("DCMDICTPATH=") + kMissingDictionary + " '" + aSelf +
                                                 "' --gtest_brief=1 --gtest_filter='WithoutDictionary.*'",
                                             aStatus);
     EXPECT_EQ(0, aStatus) << anOutput;

@@ -22,16 +22,16 @@ namespace
 using Bytes = DicomBuilder::Bytes;
 using Syntax = DicomBuilder::Syntax;
 
-constexpr DICOMTag theNestedTag{0x0008, 0x1150};
-constexpr std::size_t thePart10Start = 132;
+constexpr DICOMTag kNestedTag{0x0008, 0x1150};
+constexpr std::size_t kPart10Start = 132;
 
 /// A file of every syntax with text, numbers, both kinds of sequences, private elements and pixel data.
 DicomBuilder FullDataSet(Syntax theSyntax)
 {
     DicomBuilder anInner(theSyntax);
-    anInner.AddString(theNestedTag, "UI", "1.2.3.4");
+    anInner.AddString(kNestedTag, "UI", "1.2.3.4");
     DicomBuilder anItem(theSyntax);
-    anItem.AddString(theNestedTag, "UI", "1.2.3");
+    anItem.AddString(kNestedTag, "UI", "1.2.3");
     anItem.AddSequence({0x0040, 0xa730}, {anInner, anInner}, true);
     DicomBuilder aBuilder(theSyntax);
     aBuilder.AddUL({0x0008, 0x0000}, {4});
@@ -147,7 +147,7 @@ void CheckAttributes(const DICOMObject& theObject)
     EXPECT_EQ(-2, anInteger) << "US or SS is decided by Pixel Representation";
     EXPECT_EQ(2u, theObject.GetSequenceItemCount(DICOMTags::SourceImageSequence));
     EXPECT_EQ(3u, theObject.GetSequenceItemCount({0x0008, 0x2218}));
-    EXPECT_TRUE(theObject.GetSequenceItemString({0x0008, 0x2218}, 2, theNestedTag, aText));
+    EXPECT_TRUE(theObject.GetSequenceItemString({0x0008, 0x2218}, 2, kNestedTag, aText));
     EXPECT_EQ("1.2.3", aText);
     Bytes aBytes;
     EXPECT_TRUE(theObject.GetBytes({0x0021, 0x1001}, aBytes));
@@ -204,7 +204,7 @@ TEST_P(DataSetReaderSyntax, SurvivesTruncationAtEveryByte)
         {
             const Whole aWhole(aStream);
             EXPECT_LE(aWhole.itsPixels.size(), 24u);
-            EXPECT_GE(aLength, thePart10Start);
+            EXPECT_GE(aLength, kPart10Start);
         }
         catch (const StreamIOException& anException)
         {
@@ -326,9 +326,9 @@ Bytes Then(Bytes theFirst, const Bytes& theSecond)
 }
 
 constexpr std::uint32_t UNDEFINED = DicomBuilder::UNDEFINED_LENGTH;
-constexpr DICOMTag theItem{0xfffe, 0xe000};
+constexpr DICOMTag kItem{0xfffe, 0xe000};
 
-const NonsenseCase theNonsense[] = {
+const NonsenseCase kNonsense[] = {
     {"huge value", Header({0x0009, 0x1001}, "OB", 0xfffffffe),
      "DataSetReader::Next: 4294967294 bytes of attribute values, more than the limit of 1073741824, with "
      "element (0009,1001)"},
@@ -339,18 +339,18 @@ const NonsenseCase theNonsense[] = {
     {"half a header", Header({0x0028, 0x0010}, "O", 2),
      "DataSetReader::Next: the stream ends inside the header of element (0028,0010)"},
     {"half a tag", {0x08, 0x00, 0x08}, "DataSetReader::Next: the stream ends inside a tag"},
-    {"item outside", Header(theItem, "", 0), "DataSetReader::Next: no element can have the tag (fffe,e000)"},
+    {"item outside", Header(kItem, "", 0), "DataSetReader::Next: no element can have the tag (fffe,e000)"},
     {"command group", Header({0x0000, 0x0010}, "US", 2, {0, 0}),
      "DataSetReader::Next: no element can have the tag (0000,0010)"},
     {"no item in a sequence", Header({0x0008, 0x2112}, "SQ", UNDEFINED, Header({0x0008, 0x0008}, "CS", 0)),
      "DataSetReader::Next: no item where one must be in sequence (0008,2112)"},
     {"item in an item",
-     Then(Header({0x0008, 0x2112}, "SQ", UNDEFINED, Header(theItem, "", UNDEFINED)), Header(theItem, "", 0)),
+     Then(Header({0x0008, 0x2112}, "SQ", UNDEFINED, Header(kItem, "", UNDEFINED)), Header(kItem, "", 0)),
      "DataSetReader::Next: an item inside an item of sequence (0008,2112)"},
-    {"item longer than its sequence", Header({0x0008, 0x2112}, "SQ", 16, Header(theItem, "", 100)),
+    {"item longer than its sequence", Header({0x0008, 0x2112}, "SQ", 16, Header(kItem, "", 100)),
      "DataSetReader::Next: an element runs past the end of the sequence around it: (fffe,e000)"},
     {"element longer than its item",
-     Then(Header({0x0008, 0x2112}, "SQ", 100, Header(theItem, "", 12)), Header({0x0008, 0x0008}, "CS", 40)),
+     Then(Header({0x0008, 0x2112}, "SQ", 100, Header(kItem, "", 12)), Header({0x0008, 0x0008}, "CS", 40)),
      "DataSetReader::Next: an element runs past the end of the sequence around it: (0008,0008)"},
     {"open sequence", Header({0x0008, 0x2112}, "SQ", UNDEFINED),
      "DataSetReader::Next: the stream ends inside sequence (0008,2112)"},
@@ -369,7 +369,7 @@ TEST_P(DataSetReaderNonsense, NamesTheTag)
     EXPECT_EQ(GetParam().itsText, TextOfFailure(aFile)) << GetParam().itsName;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, DataSetReaderNonsense, testing::ValuesIn(theNonsense));
+INSTANTIATE_TEST_SUITE_P(Cases, DataSetReaderNonsense, testing::ValuesIn(kNonsense));
 
 /// A stream that cannot tell its length must not make us believe a declared one either.
 TEST(DataSetReaderTest, LyingLengthsTakeNoMemoryFromUnseekableStreams)
@@ -399,7 +399,7 @@ TEST(DataSetReaderTest, DeepNestingIsRefused)
         DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE);
         for (int aLevel = 0; aLevel < theDepth; ++aLevel)
         {
-            aBuilder.AddHeader({0x0008, 0x2112}, "SQ", UNDEFINED).AddHeader(theItem, "", UNDEFINED);
+            aBuilder.AddHeader({0x0008, 0x2112}, "SQ", UNDEFINED).AddHeader(kItem, "", UNDEFINED);
         }
         for (int aLevel = 0; aLevel < theDepth; ++aLevel)
         {
@@ -414,24 +414,24 @@ TEST(DataSetReaderTest, DeepNestingIsRefused)
               TextOfFailure(Nested(200000)));
 }
 
-/// Departures from the standard that exist in the wild and do no harm.
-TEST(DataSetReaderTest, SmallDeparturesAreSurvived)
+/// NonConformances from the standard that exist in the wild and do no harm.
+TEST(DataSetReaderTest, SmallNonConformancesAreSurvived)
 {
     DicomBuilder anItem(Syntax::IMPLICIT_LITTLE);
-    anItem.AddString(theNestedTag, "UI", "1.2");
+    anItem.AddString(kNestedTag, "UI", "1.2");
     const Bytes anImplicitElement = anItem.DataSet();
     const auto anItemLength = static_cast<std::uint32_t>(anImplicitElement.size());
 
     DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE);
     aBuilder.AddHeader(DICOMTags::SourceImageSequence, "UN", UNDEFINED); // items are implicit then
-    aBuilder.AddHeader(theItem, "", anItemLength).AddRaw(anImplicitElement);
+    aBuilder.AddHeader(kItem, "", anItemLength).AddRaw(anImplicitElement);
     aBuilder.AddHeader({0xfffe, 0xe0dd}, "", 0);
     aBuilder.AddHeader({0xfffe, 0xe0dd}, "", 0); // closes nothing
-    aBuilder.AddHeader({0x0008, 0x2218}, "SQ", UNDEFINED).AddHeader(theItem, "", UNDEFINED);
-    aBuilder.AddString(theNestedTag, "UI", "3.4");
+    aBuilder.AddHeader({0x0008, 0x2218}, "SQ", UNDEFINED).AddHeader(kItem, "", UNDEFINED);
+    aBuilder.AddString(kNestedTag, "UI", "3.4");
     aBuilder.AddHeader({0xfffe, 0xe0dd}, "", 0);           // the item's own delimiter is missing
     aBuilder.AddHeader({0x0009, 0x1001}, "OB", UNDEFINED); // fragments of somebody's private pixels
-    aBuilder.AddHeader(theItem, "", 2).AddRaw({1, 2}).AddHeader({0xfffe, 0xe0dd}, "", 0);
+    aBuilder.AddHeader(kItem, "", 2).AddRaw({1, 2}).AddHeader({0xfffe, 0xe0dd}, "", 0);
     aBuilder.AddBytes({0x0009, 0x1002}, "ZZ", {}); // no such letters, short form
     aBuilder.AddRaw({0, 0, 0, 0});                 // letters of the future have the long form
     aBuilder.AddHeader({0x0028, 0x0010}, "??", 2).AddRaw({9, 0});
@@ -441,10 +441,9 @@ TEST(DataSetReaderTest, SmallDeparturesAreSurvived)
     MemoryInputStream aStream(aFile.data(), aFile.size());
     const Whole aWhole(aStream);
     RWCString aText;
-    EXPECT_TRUE(
-        aWhole.itsObject.GetSequenceItemString(DICOMTags::SourceImageSequence, 0, theNestedTag, aText));
+    EXPECT_TRUE(aWhole.itsObject.GetSequenceItemString(DICOMTags::SourceImageSequence, 0, kNestedTag, aText));
     EXPECT_EQ("1.2", aText);
-    EXPECT_TRUE(aWhole.itsObject.GetSequenceItemString({0x0008, 0x2218}, 0, theNestedTag, aText));
+    EXPECT_TRUE(aWhole.itsObject.GetSequenceItemString({0x0008, 0x2218}, 0, kNestedTag, aText));
     EXPECT_EQ("3.4", aText);
     std::uint16_t aNumber = 0;
     EXPECT_TRUE(aWhole.itsObject.GetUnsignedShort(DICOMTags::Rows, aNumber));
@@ -633,8 +632,8 @@ TEST(DataSetReaderTest, EncapsulatedPixelsOfDefinedLengthEndWithIt)
 {
     DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, "1.2.840.10008.1.2.5");
     DicomBuilder anItems(Syntax::EXPLICIT_LITTLE);
-    anItems.AddHeader(theItem, "", 0).AddHeader(theItem, "", 2).AddRaw({7, 8});
-    aBuilder.AddNativePixelData(anItems.DataSet(), "OB").AddHeader(theItem, "", 2).AddRaw({9, 9});
+    anItems.AddHeader(kItem, "", 0).AddHeader(kItem, "", 2).AddRaw({7, 8});
+    aBuilder.AddNativePixelData(anItems.DataSet(), "OB").AddHeader(kItem, "", 2).AddRaw({9, 9});
     const Bytes aFile = aBuilder.Build();
     MemoryInputStream aStream(aFile.data(), aFile.size());
     const Whole aWhole(aStream);

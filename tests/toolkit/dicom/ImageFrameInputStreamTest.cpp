@@ -14,14 +14,14 @@ using namespace EncapsulatedBytes;
 using Manner = RecordingInputStream::Manner;
 using Offsets = std::vector<std::uint64_t>;
 
-constexpr Manner theSeekable{};
-constexpr Manner thePipe{false, false, 5};
-constexpr const char* theJPEGUID = "1.2.840.10008.1.2.4.70";
-constexpr const char* theRLEUID = "1.2.840.10008.1.2.5";
+constexpr Manner kSeekable{};
+constexpr Manner kPipe{false, false, 5};
+constexpr const char* kJPEGUID = "1.2.840.10008.1.2.4.70";
+constexpr const char* kRLEUID = "1.2.840.10008.1.2.5";
 
 struct Fixture
 {
-    Fixture(Bytes theBytes, int theFrames, Manner theManner = theSeekable, const char* theUID = theJPEGUID,
+    Fixture(Bytes theBytes, int theFrames, Manner theManner = kSeekable, const char* theUID = kJPEGUID,
             Offsets theExtendedOffsets = {})
         : itsFragments(std::make_unique<RecordingInputStream>(std::move(theBytes), theManner, itsRecord),
                        std::move(theExtendedOffsets), {}),
@@ -51,11 +51,11 @@ struct Fixture
 };
 
 // Fragments: codestreams that begin with SOI or SOC, what continues them, and one that is neither.
-const Bytes theA = {0xff, 0xd8, 'a', 'a'};
-const Bytes theB = {0xff, 0x4f, 'b', 'b', 'b', 'b'};
-const Bytes theC = {0xff, 0xd8, 'c', 'c', 'c', 'c', 'c', 'c'};
-const Bytes theMore = {'m', 'o', 'r', 'e'};
-const Bytes theRaw = {0, 0, 0, 2, 'r', 'a', 'w', 's', 't', 'u'};
+const Bytes kA = {0xff, 0xd8, 'a', 'a'};
+const Bytes kB = {0xff, 0x4f, 'b', 'b', 'b', 'b'};
+const Bytes kC = {0xff, 0xd8, 'c', 'c', 'c', 'c', 'c', 'c'};
+const Bytes kMore = {'m', 'o', 'r', 'e'};
+const Bytes kRaw = {0, 0, 0, 2, 'r', 'a', 'w', 's', 't', 'u'};
 
 struct DivisionCase
 {
@@ -64,7 +64,7 @@ struct DivisionCase
     int itsNumberOfFrames;
     std::vector<Bytes> itsFrames;
     Offsets itsExtendedOffsets = {};
-    const char* itsUID = theJPEGUID;
+    const char* itsUID = kJPEGUID;
 };
 
 class FrameDivision : public testing::TestWithParam<DivisionCase>
@@ -74,7 +74,7 @@ class FrameDivision : public testing::TestWithParam<DivisionCase>
 TEST_P(FrameDivision, InOrder)
 {
     const DivisionCase& aCase = GetParam();
-    for (const Manner aManner : {theSeekable, thePipe, Manner{true, true, 3}})
+    for (const Manner aManner : {kSeekable, kPipe, Manner{true, true, 3}})
     {
         Fixture aFixture(aCase.itsBytes, aCase.itsNumberOfFrames, aManner, aCase.itsUID,
                          aCase.itsExtendedOffsets);
@@ -92,15 +92,14 @@ TEST_P(FrameDivision, AnyFrameFirstAndBackwards)
     const DivisionCase& aCase = GetParam();
     for (std::size_t aStart = 0; aStart < aCase.itsFrames.size(); ++aStart)
     {
-        Fixture aFixture(aCase.itsBytes, aCase.itsNumberOfFrames, theSeekable, aCase.itsUID,
+        Fixture aFixture(aCase.itsBytes, aCase.itsNumberOfFrames, kSeekable, aCase.itsUID,
                          aCase.itsExtendedOffsets);
         for (std::size_t aFrame = aStart + 1; aFrame-- > 0;)
         {
             EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(static_cast<int>(aFrame))),
                       aCase.itsFrames[aFrame]);
         }
-        Fixture aPipe(aCase.itsBytes, aCase.itsNumberOfFrames, thePipe, aCase.itsUID,
-                      aCase.itsExtendedOffsets);
+        Fixture aPipe(aCase.itsBytes, aCase.itsNumberOfFrames, kPipe, aCase.itsUID, aCase.itsExtendedOffsets);
         EXPECT_EQ(aPipe.Content(aPipe.itsFrames.GetFrame(static_cast<int>(aStart))), aCase.itsFrames[aStart]);
     }
 }
@@ -108,7 +107,7 @@ TEST_P(FrameDivision, AnyFrameFirstAndBackwards)
 TEST_P(FrameDivision, SkippingLeavesTheOthersInPlace)
 {
     const DivisionCase& aCase = GetParam();
-    for (const Manner aManner : {theSeekable, thePipe})
+    for (const Manner aManner : {kSeekable, kPipe})
     {
         Fixture aFixture(aCase.itsBytes, aCase.itsNumberOfFrames, aManner, aCase.itsUID,
                          aCase.itsExtendedOffsets);
@@ -125,84 +124,79 @@ TEST_P(FrameDivision, SkippingLeavesTheOthersInPlace)
     }
 }
 
-const Bytes theABC = Item(theA) + Item(theB) + Item(theC) + Delimiter();
-const Bytes theSplit = Item(theA) + Item(theMore) + Item(theB) + Item(theMore) + Item(theMore) + Delimiter();
-const std::vector<Bytes> theABCFrames = {theA, theB, theC};
-const std::vector<Bytes> theSplitFrames = {theA + theMore, theB + theMore + theMore};
+const Bytes kABC = Item(kA) + Item(kB) + Item(kC) + Delimiter();
+const Bytes kSplit = Item(kA) + Item(kMore) + Item(kB) + Item(kMore) + Item(kMore) + Delimiter();
+const std::vector<Bytes> kABCFrames = {kA, kB, kC};
+const std::vector<Bytes> kSplitFrames = {kA + kMore, kB + kMore + kMore};
 
 INSTANTIATE_TEST_SUITE_P(
     Ways, FrameDivision,
     testing::Values(
-        DivisionCase{"BasicTable", Table({0, 12, 26}) + theABC, 3, theABCFrames},
-        DivisionCase{"BasicTableSeveralFragments", Table({0, 24}) + theSplit, 2, theSplitFrames},
-        DivisionCase{"ExtendedTable", Table({}) + theSplit, 2, theSplitFrames, {0, 24}},
-        DivisionCase{"ExtendedBeforeBasic", Table({0, 12}) + theSplit, 2, theSplitFrames, {0, 24}},
-        DivisionCase{"CountsAgree", Table({}) + theABC, 3, theABCFrames},
+        DivisionCase{"BasicTable", Table({0, 12, 26}) + kABC, 3, kABCFrames},
+        DivisionCase{"BasicTableSeveralFragments", Table({0, 24}) + kSplit, 2, kSplitFrames},
+        DivisionCase{"ExtendedTable", Table({}) + kSplit, 2, kSplitFrames, {0, 24}},
+        DivisionCase{"ExtendedBeforeBasic", Table({0, 12}) + kSplit, 2, kSplitFrames, {0, 24}},
+        DivisionCase{"CountsAgree", Table({}) + kABC, 3, kABCFrames},
         DivisionCase{"CountsAgreeWithoutMarkers",
-                     Table({}) + Item(theRaw) + Item(theMore) + Delimiter(),
+                     Table({}) + Item(kRaw) + Item(kMore) + Delimiter(),
                      2,
-                     {theRaw, theMore}},
-        DivisionCase{
-            "OneFrame", Table({}) + Item(theRaw) + Item(theMore) + Delimiter(), 1, {theRaw + theMore}},
-        DivisionCase{
-            "OneFrameWithTable", Table({0}) + Item(theA) + Item(theMore) + Delimiter(), 1, {theA + theMore}},
-        DivisionCase{"NumberOfFramesZero", Table({}) + Item(theA) + Delimiter(), 0, {theA}},
-        DivisionCase{"Markers", Table({}) + theSplit, 2, theSplitFrames},
-        DivisionCase{"MarkersWithFewerFramesThanStated", Table({}) + theSplit, 0x7fffffff, theSplitFrames},
-        DivisionCase{"BytesBeforeTheFirstMarker", Table({}) + Item(theMore) + theSplit, 2, theSplitFrames},
+                     {kRaw, kMore}},
+        DivisionCase{"OneFrame", Table({}) + Item(kRaw) + Item(kMore) + Delimiter(), 1, {kRaw + kMore}},
+        DivisionCase{"OneFrameWithTable", Table({0}) + Item(kA) + Item(kMore) + Delimiter(), 1, {kA + kMore}},
+        DivisionCase{"NumberOfFramesZero", Table({}) + Item(kA) + Delimiter(), 0, {kA}},
+        DivisionCase{"Markers", Table({}) + kSplit, 2, kSplitFrames},
+        DivisionCase{"MarkersWithFewerFramesThanStated", Table({}) + kSplit, 0x7fffffff, kSplitFrames},
+        DivisionCase{"BytesBeforeTheFirstMarker", Table({}) + Item(kMore) + kSplit, 2, kSplitFrames},
         DivisionCase{"RLEWithAFrameMissing",
-                     Table({}) + Item(theRaw) + Item({}) + Item(theRaw + theMore) + Delimiter(),
+                     Table({}) + Item(kRaw) + Item({}) + Item(kRaw + kMore) + Delimiter(),
                      4,
-                     {theRaw, theRaw + theMore},
+                     {kRaw, kRaw + kMore},
                      {},
-                     theRLEUID}),
+                     kRLEUID}),
     [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
 
 INSTANTIATE_TEST_SUITE_P(
     LyingTables, FrameDivision,
     testing::Values(
-        DivisionCase{"NotAtAnItem", Table({0, 13, 26}) + theABC, 3, theABCFrames},
-        DivisionCase{"CountedFromElsewhere", Table({8, 20, 34}) + theABC, 3, theABCFrames},
-        DivisionCase{"Decreasing", Table({0, 26, 12}) + theABC, 3, theABCFrames},
-        DivisionCase{"AllZero", Table({0, 0, 0}) + theABC, 3, theABCFrames},
-        DivisionCase{"PastTheEnd", Table({0, 0x7fffff00, 0xffffffff}) + theABC, 3, theABCFrames},
-        DivisionCase{"TooFewEntries", Table({0, 12}) + theABC, 3, theABCFrames},
+        DivisionCase{"NotAtAnItem", Table({0, 13, 26}) + kABC, 3, kABCFrames},
+        DivisionCase{"CountedFromElsewhere", Table({8, 20, 34}) + kABC, 3, kABCFrames},
+        DivisionCase{"Decreasing", Table({0, 26, 12}) + kABC, 3, kABCFrames},
+        DivisionCase{"AllZero", Table({0, 0, 0}) + kABC, 3, kABCFrames},
+        DivisionCase{"PastTheEnd", Table({0, 0x7fffff00, 0xffffffff}) + kABC, 3, kABCFrames},
+        DivisionCase{"TooFewEntries", Table({0, 12}) + kABC, 3, kABCFrames},
         DivisionCase{"FragmentsListedForOneFrame",
-                     Table({0, 12}) + Item(theA) + Item(theMore) + Delimiter(),
+                     Table({0, 12}) + Item(kA) + Item(kMore) + Delimiter(),
                      1,
-                     {theA + theMore}},
-        DivisionCase{"FragmentsListed", Table({0, 12, 24, 38, 50}) + theSplit, 2, theSplitFrames},
-        DivisionCase{
-            "ExtendedPastTheEnd", Table({0, 24}) + theSplit, 2, theSplitFrames, {0, 0xfffffffffffffff8}},
-        DivisionCase{"BothLie", Table({0, 20}) + theSplit, 2, theSplitFrames, {0, 22}}),
+                     {kA + kMore}},
+        DivisionCase{"FragmentsListed", Table({0, 12, 24, 38, 50}) + kSplit, 2, kSplitFrames},
+        DivisionCase{"ExtendedPastTheEnd", Table({0, 24}) + kSplit, 2, kSplitFrames, {0, 0xfffffffffffffff8}},
+        DivisionCase{"BothLie", Table({0, 20}) + kSplit, 2, kSplitFrames, {0, 22}}),
     [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
 
 INSTANTIATE_TEST_SUITE_P(
     Damage, FrameDivision,
     testing::Values(
-        DivisionCase{"NoDelimiter", Table({}) + Item(theA) + Item(theB), 2, {theA, theB}},
+        DivisionCase{"NoDelimiter", Table({}) + Item(kA) + Item(kB), 2, {kA, kB}},
         DivisionCase{"EmptyFragments",
-                     Table({}) + Item({}) + Item(theA) + Item({}) + Item({}) + Item(theB) + Delimiter(),
+                     Table({}) + Item({}) + Item(kA) + Item({}) + Item({}) + Item(kB) + Delimiter(),
                      2,
-                     {theA, theB}},
+                     {kA, kB}},
         DivisionCase{"EmptyFrameKeepsItsPlace",
-                     Table({}) + Item(theA) + Item({}) + Item(theB) + Delimiter(),
+                     Table({}) + Item(kA) + Item({}) + Item(kB) + Delimiter(),
                      3,
-                     {theA, {}, theB}},
+                     {kA, {}, kB}},
         DivisionCase{"OddLengths",
-                     Table({0, 13}) + Item(theA + Bytes{1}) + Item(theB) + Delimiter(),
+                     Table({0, 13}) + Item(kA + Bytes{1}) + Item(kB) + Delimiter(),
                      2,
-                     {theA + Bytes{1}, theB}},
-        DivisionCase{"LastFragmentCut", Table({}) + Item(theA) + Header(0xe000, 900) + theB, 2, {theA, theB}},
-        DivisionCase{"LastFragmentCutWithTable",
-                     Table({0, 12}) + Item(theA) + Header(0xe000, 900) + theB,
-                     2,
-                     {theA, theB}},
+                     {kA + Bytes{1}, kB}},
+        DivisionCase{"LastFragmentCut", Table({}) + Item(kA) + Header(0xe000, 900) + kB, 2, {kA, kB}},
+        DivisionCase{
+            "LastFragmentCutWithTable", Table({0, 12}) + Item(kA) + Header(0xe000, 900) + kB, 2, {kA, kB}},
         // Three frames of two fragments: what is left has three fragments, but not three frames.
         DivisionCase{"CutWhereCountsAgreeByAccident",
-                     Table({0, 24, 50}) + Item(theA) + Item(theMore) + Item(theB),
+                     Table({0, 24, 50}) + Item(kA) + Item(kMore) + Item(kB),
                      3,
-                     {theA + theMore, theB}},
+                     {kA + kMore, kB}},
         DivisionCase{"NoFragments", Table({}) + Delimiter(), 2, {}}, DivisionCase{"Nothing", {}, 1, {}}),
     [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
 
@@ -210,7 +204,7 @@ TEST(ImageFrameInputStream, GivesNothingForFramesThatAreNotThere)
 {
     for (const int aFrames : {3, 1})
     {
-        Fixture aFixture(Table({0, 12, 26}) + theABC, aFrames);
+        Fixture aFixture(Table({0, 12, 26}) + kABC, aFrames);
         EXPECT_EQ(aFixture.itsFrames.GetCurrentFrameLength(), 0u);
         for (const int anIndex : {-1, aFrames, 0x7fffffff, -0x7fffffff})
         {
@@ -222,9 +216,9 @@ TEST(ImageFrameInputStream, GivesNothingForFramesThatAreNotThere)
 
 TEST(ImageFrameInputStream, ReportsFragmentsThatCannotBeDivided)
 {
-    for (const Manner aManner : {theSeekable, thePipe})
+    for (const Manner aManner : {kSeekable, kPipe})
     {
-        Fixture aFixture(Table({}) + Item(theRaw) + Item(theMore) + Item(theMore) + Delimiter(), 2, aManner);
+        Fixture aFixture(Table({}) + Item(kRaw) + Item(kMore) + Item(kMore) + Delimiter(), 2, aManner);
         for (int anAttempt = 0; anAttempt < 2; ++anAttempt)
         {
             try
@@ -244,22 +238,22 @@ TEST(ImageFrameInputStream, ReportsFragmentsThatCannotBeDivided)
 
 TEST(ImageFrameInputStream, GoesOnlyForwardInAPipeWithATable)
 {
-    Fixture aFixture(Table({0, 12, 26}) + theABC, 3, thePipe);
-    EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(1)), theB);
+    Fixture aFixture(Table({0, 12, 26}) + kABC, 3, kPipe);
+    EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(1)), kB);
     EXPECT_EQ(aFixture.itsFrames.GetFrame(0), nullptr);
     EXPECT_EQ(aFixture.itsFrames.GetFrame(1), nullptr);
-    EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(2)), theC);
+    EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(2)), kC);
 }
 
 // In a pipe, what came before is gone when the table turns out to lie later on; wrong frames would be worse.
 TEST(ImageFrameInputStream, FindsOutLaterThatATableLies)
 {
-    const Bytes aBytes = Table({0, 12, 27}) + theABC;
+    const Bytes aBytes = Table({0, 12, 27}) + kABC;
     Fixture aSeekable(aBytes, 3);
-    Fixture aPipe(aBytes, 3, thePipe);
-    EXPECT_EQ(aPipe.Content(aPipe.itsFrames.NextFrame()), theA);
+    Fixture aPipe(aBytes, 3, kPipe);
+    EXPECT_EQ(aPipe.Content(aPipe.itsFrames.NextFrame()), kA);
     EXPECT_THROW(aPipe.itsFrames.NextFrame(), StreamIOException);
-    for (const Bytes& aFrame : theABCFrames)
+    for (const Bytes& aFrame : kABCFrames)
     {
         EXPECT_EQ(aSeekable.Content(aSeekable.itsFrames.NextFrame()), aFrame);
     }
@@ -267,12 +261,12 @@ TEST(ImageFrameInputStream, FindsOutLaterThatATableLies)
 
 TEST(ImageFrameInputStream, ReadsAFrameInPartAndGoesOn)
 {
-    for (const Manner aManner : {theSeekable, thePipe})
+    for (const Manner aManner : {kSeekable, kPipe})
     {
-        Fixture aFixture(Table({0, 24}) + theSplit, 2, aManner);
+        Fixture aFixture(Table({0, 24}) + kSplit, 2, aManner);
         unsigned char aByte = 0;
         ASSERT_EQ(aFixture.itsFrames.NextFrame()->Read(&aByte, 1), 1u);
-        EXPECT_EQ(aFixture.Content(aFixture.itsFrames.NextFrame()), theSplitFrames[1]);
+        EXPECT_EQ(aFixture.Content(aFixture.itsFrames.NextFrame()), kSplitFrames[1]);
     }
 }
 
@@ -280,7 +274,7 @@ Bytes ManyFrames(int theCount, std::size_t theSize, bool theTable)
 {
     std::vector<std::uint32_t> anOffsets;
     Bytes aBytes;
-    const Bytes anItem = Item(theA + Bytes(theSize - theA.size()));
+    const Bytes anItem = Item(kA + Bytes(theSize - kA.size()));
     for (int aFrame = 0; aFrame < theCount; ++aFrame)
     {
         anOffsets.push_back(static_cast<std::uint32_t>(aBytes.size()));
@@ -291,17 +285,17 @@ Bytes ManyFrames(int theCount, std::size_t theSize, bool theTable)
 
 TEST(ImageFrameInputStream, ReachesAFrameWithoutReadingTheOnesBefore)
 {
-    constexpr int theFrames = 1000;
-    constexpr std::uint64_t theSize = 5000;
+    constexpr int kFrames = 1000;
+    constexpr std::uint64_t kSize = 5000;
     for (const bool isWithTable : {true, false})
     {
-        Fixture aFixture(ManyFrames(theFrames, theSize, isWithTable), theFrames);
+        Fixture aFixture(ManyFrames(kFrames, kSize, isWithTable), kFrames);
         ASSERT_NE(aFixture.itsFrames.GetFrame(500), nullptr);
-        const std::uint64_t aHeaderBytes = isWithTable ? 4 * theFrames + 100 : 20 * theFrames;
+        const std::uint64_t aHeaderBytes = isWithTable ? 4 * kFrames + 100 : 20 * kFrames;
         EXPECT_LT(aFixture.itsRecord.itsBytesRead, aHeaderBytes);
         const std::uint64_t aBefore = aFixture.itsRecord.itsBytesRead;
-        EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(2)).size(), theSize);
-        EXPECT_LT(aFixture.itsRecord.itsBytesRead - aBefore, theSize + 100) << "fragments were listed again";
+        EXPECT_EQ(aFixture.Content(aFixture.itsFrames.GetFrame(2)).size(), kSize);
+        EXPECT_LT(aFixture.itsRecord.itsBytesRead - aBefore, kSize + 100) << "fragments were listed again";
     }
 }
 
@@ -316,19 +310,19 @@ TEST(ImageFrameInputStream, ReadsNoFurtherThanTheFrameInAPipe)
 // A million fragments without content are a file of 8 MB; listing them once is all the work there may be.
 TEST(ImageFrameInputStream, IsNotDelayedByEmptyFragments)
 {
-    constexpr int theCount = 1000000;
+    constexpr int kCount = 1000000;
     Bytes aBytes = Table({});
     const Bytes anItem = Item({});
-    aBytes.reserve(anItem.size() * (theCount + 2));
-    for (int aFragment = 0; aFragment < theCount; ++aFragment)
+    aBytes.reserve(anItem.size() * (kCount + 2));
+    for (int aFragment = 0; aFragment < kCount; ++aFragment)
     {
         aBytes.insert(aBytes.end(), anItem.begin(), anItem.end());
     }
-    Fixture aFixture(std::move(aBytes), theCount);
-    for (int aFrame = 0; aFrame < theCount; ++aFrame)
+    Fixture aFixture(std::move(aBytes), kCount);
+    for (int aFrame = 0; aFrame < kCount; ++aFrame)
     {
         ASSERT_NE(aFixture.itsFrames.GetFrame(aFrame), nullptr);
     }
-    EXPECT_LT(aFixture.itsRecord.itsReads, 8u * theCount);
+    EXPECT_LT(aFixture.itsRecord.itsReads, 8u * kCount);
 }
 } // namespace

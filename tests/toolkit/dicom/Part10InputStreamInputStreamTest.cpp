@@ -33,12 +33,12 @@ Bytes MetaWith(const std::string& theUID, std::uint32_t theGroupLength)
     return aBuilder.DataSet();
 }
 
-const Bytes theRows = DicomBuilder(Syntax::EXPLICIT_LITTLE).AddUS(DICOMTags::Rows, {3}).DataSet();
-const Bytes theExplicitSet =
+const Bytes kRows = DicomBuilder(Syntax::EXPLICIT_LITTLE).AddUS(DICOMTags::Rows, {3}).DataSet();
+const Bytes kExplicitSet =
     DicomBuilder(Syntax::EXPLICIT_LITTLE).AddString({0x0008, 0x0060}, "CS", "OT").DataSet();
-const Bytes theImplicitSet =
+const Bytes kImplicitSet =
     DicomBuilder(Syntax::IMPLICIT_LITTLE).AddString({0x0008, 0x0060}, "CS", "OT").DataSet();
-const Bytes theBigSet = DicomBuilder(Syntax::EXPLICIT_BIG).AddString({0x0008, 0x0060}, "CS", "OT").DataSet();
+const Bytes kBigSet = DicomBuilder(Syntax::EXPLICIT_BIG).AddString({0x0008, 0x0060}, "CS", "OT").DataSet();
 
 Bytes operator+(Bytes theFirst, const Bytes& theSecond)
 {
@@ -75,24 +75,24 @@ INSTANTIATE_TEST_SUITE_P(
                              "1.2.3"},
                     OpenCase{"group length too small", Part10(MetaWith("1.2.840.10008.1.2.4.70", 2)),
                              "1.2.840.10008.1.2.4.70"},
-                    OpenCase{"group length too large",
-                             Part10(MetaWith("1.2.840.10008.1.2.1", 90000) + theRows), "1.2.840.10008.1.2.1"},
-                    OpenCase{"no file meta, explicit", Part10(theExplicitSet), "1.2.840.10008.1.2.1"},
-                    OpenCase{"no file meta, implicit", Part10(theImplicitSet), "1.2.840.10008.1.2"},
-                    OpenCase{"no file meta, big-endian", Part10(theBigSet), "1.2.840.10008.1.2.2"},
+                    OpenCase{"group length too large", Part10(MetaWith("1.2.840.10008.1.2.1", 90000) + kRows),
+                             "1.2.840.10008.1.2.1"},
+                    OpenCase{"no file meta, explicit", Part10(kExplicitSet), "1.2.840.10008.1.2.1"},
+                    OpenCase{"no file meta, implicit", Part10(kImplicitSet), "1.2.840.10008.1.2"},
+                    OpenCase{"no file meta, big-endian", Part10(kBigSet), "1.2.840.10008.1.2.2"},
                     OpenCase{"nothing at all", Part10({}), ""},
                     OpenCase{"implicit file meta",
                              Part10(DicomBuilder(Syntax::IMPLICIT_LITTLE)
                                         .AddString(DICOMTags::TransferSyntaxUID, "UI", "1.2.840.10008.1.2")
                                         .DataSet() +
-                                    theImplicitSet),
+                                    kImplicitSet),
                              "1.2.840.10008.1.2"}));
 
 TEST(Part10InputStreamInputStreamTest, PreambleAndMagicAreNeeded)
 {
-    Bytes aNoMagic = Part10(theExplicitSet);
+    Bytes aNoMagic = Part10(kExplicitSet);
     aNoMagic[131] = 'm';
-    for (const Bytes& aFile : {Bytes{}, Bytes(131, 'D'), aNoMagic, theExplicitSet})
+    for (const Bytes& aFile : {Bytes{}, Bytes(131, 'D'), aNoMagic, kExplicitSet})
     {
         MemoryInputStream aStream(aFile.data(), aFile.size());
         Part10InputStreamInputStream aPart10;

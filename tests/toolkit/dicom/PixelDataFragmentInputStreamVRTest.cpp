@@ -11,8 +11,8 @@ namespace
 using namespace EncapsulatedBytes;
 using Manner = RecordingInputStream::Manner;
 
-constexpr Manner theSeekable{};
-constexpr Manner thePipe{false, false, 3};
+constexpr Manner kSeekable{};
+constexpr Manner kPipe{false, false, 3};
 
 struct Fixture
 {
@@ -62,7 +62,7 @@ class PixelDataFragmentLayout : public testing::TestWithParam<LayoutCase>
 
 TEST_P(PixelDataFragmentLayout, IsReadFromSeekableStreamsAndPipesAlike)
 {
-    for (const Manner aManner : {theSeekable, thePipe, Manner{true, false, 1}, Manner{false, true, 7}})
+    for (const Manner aManner : {kSeekable, kPipe, Manner{true, false, 1}, Manner{false, true, 7}})
     {
         Fixture aFixture(GetParam().itsBytes, aManner);
         EXPECT_EQ(aFixture.itsFragments.GetBasicOffsetTable(), GetParam().itsTable);
@@ -71,33 +71,33 @@ TEST_P(PixelDataFragmentLayout, IsReadFromSeekableStreamsAndPipesAlike)
     }
 }
 
-const Bytes theTwo = Item({}) + Item({1, 2, 3, 4}) + Item({5, 6});
+const Bytes kTwo = Item({}) + Item({1, 2, 3, 4}) + Item({5, 6});
 
 INSTANTIATE_TEST_SUITE_P(
     Layouts, PixelDataFragmentLayout,
     testing::Values(
-        LayoutCase{"Plain", theTwo + Delimiter(), {}, {{1, 2, 3, 4}, {5, 6}}},
+        LayoutCase{"Plain", kTwo + Delimiter(), {}, {{1, 2, 3, 4}, {5, 6}}},
         LayoutCase{"Table", Table({0, 0x8000010a}) + Item({1}) + Delimiter(), {0, 0x8000010a}, {{1}}},
         LayoutCase{
             "TableWithBytesOver", Item({0, 0, 0, 0, 9, 9}) + Item({1, 2}) + Delimiter(), {0}, {{1, 2}}},
-        LayoutCase{"NoDelimiter", theTwo, {}, {{1, 2, 3, 4}, {5, 6}}},
+        LayoutCase{"NoDelimiter", kTwo, {}, {{1, 2, 3, 4}, {5, 6}}},
         LayoutCase{"OddAndEmpty",
                    Item({}) + Item({7, 8, 9}) + Item({}) + Item({1}) + Delimiter(),
                    {},
                    {{7, 8, 9}, {}, {1}}},
-        LayoutCase{"GarbageEnds", theTwo + Bytes(16, 0) + Item({1}), {}, {{1, 2, 3, 4}, {5, 6}}},
-        LayoutCase{"HalfHeaderEnds", theTwo + Bytes{0xfe, 0xff, 0, 0xe0, 1}, {}, {{1, 2, 3, 4}, {5, 6}}},
+        LayoutCase{"GarbageEnds", kTwo + Bytes(16, 0) + Item({1}), {}, {{1, 2, 3, 4}, {5, 6}}},
+        LayoutCase{"HalfHeaderEnds", kTwo + Bytes{0xfe, 0xff, 0, 0xe0, 1}, {}, {{1, 2, 3, 4}, {5, 6}}},
         LayoutCase{"LengthPastTheEnd", Item({}) + Header(0xe000, 1000) + Bytes{1, 2, 3}, {}, {{1, 2, 3}}},
         LayoutCase{
             "UndefinedLength", Item({}) + Header(0xe000, 0xffffffff) + Bytes{1, 2, 3}, {}, {{1, 2, 3}}},
         LayoutCase{"TablePastTheEnd", Header(0xe000, 0xfffffff0) + Bytes{0, 0, 0, 0}, {}, {}},
-        LayoutCase{"TableOfUndefinedLength", Header(0xe000, 0xffffffff) + theTwo, {}, {}},
-        LayoutCase{"NoTableNoFragment", Delimiter() + theTwo, {}, {}}, LayoutCase{"Nothing", {}, {}, {}}),
+        LayoutCase{"TableOfUndefinedLength", Header(0xe000, 0xffffffff) + kTwo, {}, {}},
+        LayoutCase{"NoTableNoFragment", Delimiter() + kTwo, {}, {}}, LayoutCase{"Nothing", {}, {}, {}}),
     [](const auto& theInfo) { return std::string(theInfo.param.itsName); });
 
 TEST(PixelDataFragmentInputStreamVR, TellsLengthsAndOffsetsBeforeReading)
 {
-    Fixture aFixture(theTwo + Delimiter(), theSeekable);
+    Fixture aFixture(kTwo + Delimiter(), kSeekable);
     PixelDataFragmentInputStreamVR& aFragments = aFixture.itsFragments;
     ASSERT_TRUE(aFragments.NextFragment());
     EXPECT_EQ(aFragments.GetFragmentOffset(), 0u);
@@ -114,7 +114,7 @@ TEST(PixelDataFragmentInputStreamVR, TellsLengthsAndOffsetsBeforeReading)
 
 TEST(PixelDataFragmentInputStreamVR, CutsLengthsToTheStreamWhereItsEndIsKnown)
 {
-    Fixture aFixture(Item({}) + Header(0xe000, 0xffffffff) + Bytes{1, 2, 3}, theSeekable);
+    Fixture aFixture(Item({}) + Header(0xe000, 0xffffffff) + Bytes{1, 2, 3}, kSeekable);
     ASSERT_TRUE(aFixture.itsFragments.NextFragment());
     EXPECT_EQ(aFixture.itsFragments.GetFragmentLength(), 3u);
     EXPECT_FALSE(aFixture.itsFragments.NextFragment());
@@ -125,7 +125,7 @@ TEST(PixelDataFragmentInputStreamVR, SeeksBackAfterTheEndAndRefusesOffsetsOutsid
 {
     for (const bool isLengthKnown : {true, false})
     {
-        Fixture aFixture(theTwo + Delimiter(), {true, isLengthKnown, 100});
+        Fixture aFixture(kTwo + Delimiter(), {true, isLengthKnown, 100});
         PixelDataFragmentInputStreamVR& aFragments = aFixture.itsFragments;
         aFixture.ReadAll();
         EXPECT_FALSE(aFragments.SeekToFragment(1000));
@@ -135,7 +135,7 @@ TEST(PixelDataFragmentInputStreamVR, SeeksBackAfterTheEndAndRefusesOffsetsOutsid
         ASSERT_TRUE(aFragments.SeekToFragment(13));
         EXPECT_FALSE(aFragments.NextFragment());
     }
-    Fixture aPipe(theTwo + Delimiter(), thePipe);
+    Fixture aPipe(kTwo + Delimiter(), kPipe);
     EXPECT_FALSE(aPipe.itsFragments.SeekToFragment(0));
     EXPECT_EQ(aPipe.ReadAll().size(), 2u);
 }
@@ -145,7 +145,7 @@ TEST(PixelDataFragmentInputStreamVR, TakesAFirstItemThatBeginsACodestreamForAFra
 {
     for (const Bytes& aStart : {Bytes{0xff, 0xd8, 0xff, 0xe0}, Bytes{0xff, 0x4f, 0xff, 0x51}})
     {
-        Fixture aFixture(Item(aStart) + Item({1, 2}) + Delimiter(), theSeekable);
+        Fixture aFixture(Item(aStart) + Item({1, 2}) + Delimiter(), kSeekable);
         EXPECT_TRUE(aFixture.itsFragments.GetBasicOffsetTable().empty());
         EXPECT_EQ(aFixture.ReadAll(), (std::vector<Bytes>{aStart, {1, 2}}));
     }

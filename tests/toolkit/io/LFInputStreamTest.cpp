@@ -14,11 +14,11 @@ namespace
 {
 using Bytes = std::vector<unsigned char>;
 
-constexpr std::size_t theFileSize = 1000;
+constexpr std::size_t kFileSize = 1000;
 
 Bytes Content()
 {
-    Bytes aContent(theFileSize);
+    Bytes aContent(kFileSize);
     for (std::size_t anIndex = 0; anIndex < aContent.size(); ++anIndex)
     {
         aContent[anIndex] = static_cast<unsigned char>(anIndex * 7 + anIndex / 256);
@@ -39,17 +39,17 @@ TEST_P(BufferSizes, ReadSkipAndSeekAgreeWithTheFile)
     LFInputStream aStream(aFile.GetName(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, GetParam());
     ASSERT_TRUE(aStream.IsOpen());
     EXPECT_EQ(aStream.CanSeek(), 1);
-    EXPECT_EQ(aStream.Length(), static_cast<long long>(theFileSize));
+    EXPECT_EQ(aStream.Length(), static_cast<long long>(kFileSize));
     std::size_t aPosition = 0;
     std::uint32_t aRandom = 1;
     for (int aStep = 0; aStep < 3000; ++aStep)
     {
         aRandom = aRandom * 1664525 + 1013904223;
         const std::size_t anAmount = (aRandom >> 8) % 150;
-        const std::size_t aLeft = theFileSize - aPosition;
+        const std::size_t aLeft = kFileSize - aPosition;
         if (aRandom >> 30 == 0)
         {
-            aPosition = (aRandom >> 8) % (theFileSize + 1);
+            aPosition = (aRandom >> 8) % (kFileSize + 1);
             aStream.Seek(aPosition);
         }
         else if (aRandom >> 30 == 1)
@@ -67,9 +67,9 @@ TEST_P(BufferSizes, ReadSkipAndSeekAgreeWithTheFile)
             aPosition += aBuffer.size();
         }
         ASSERT_EQ(aStream.GetStreamPosition(), aPosition);
-        ASSERT_EQ(aStream.HasMoreData(), aPosition < theFileSize);
+        ASSERT_EQ(aStream.HasMoreData(), aPosition < kFileSize);
     }
-    aStream.Seek(theFileSize);
+    aStream.Seek(kFileSize);
     unsigned char aByte = 0;
     EXPECT_EQ(aStream.Read(&aByte, 1), 0u);
     EXPECT_EQ(aStream.Skip(1), 0u);
@@ -90,7 +90,7 @@ TEST(LFInputStream, ReadsAPipeToItsEndAndRefusesToSeek)
             std::ofstream aPipe(aName, std::ios::binary);
             aPipe.write(reinterpret_cast<const char*>(aContent.data()), 300).flush();
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            aPipe.write(reinterpret_cast<const char*>(aContent.data()) + 300, theFileSize - 300);
+            aPipe.write(reinterpret_cast<const char*>(aContent.data()) + 300, kFileSize - 300);
         });
     LFInputStream aStream(aName.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 64);
     Bytes aBuffer(2000);

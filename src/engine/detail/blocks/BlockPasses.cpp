@@ -48,7 +48,7 @@ public:
     bool ReadSymbol(Coder& theCoder);
 
 private:
-    static constexpr std::uint64_t theRow0 = BlockState::theRow0;
+    static constexpr std::uint64_t kRow0 = BlockState::kRow0;
 
     /// One word of the block while a pass works on it.
     struct Word
@@ -104,7 +104,7 @@ template <class Coder>
 BlockPasses<Coder>::BlockPasses(BlockState& theState) : itsState(theState)
 {
     const bool isCausal = (theState.itsStyle & CBS_CAUSAL) != 0;
-    itsBelow = isCausal ? 0 : BlockState::theRow3;
+    itsBelow = isCausal ? 0 : BlockState::kRow3;
     const auto aColumns = static_cast<std::ptrdiff_t>(theState.itsColumns);
     itsOutside[3] = {aColumns, {NEIGHBOUR_NE, NEIGHBOUR_N, NEIGHBOUR_NW}, NEIGHBOUR_N};
     if (!isCausal)
@@ -125,7 +125,7 @@ HWY_INLINE auto BlockPasses<Coder>::GetWord(std::uint32_t theStripe, std::uint32
         itsState.itsSignificant.data() + (theStripe + 1) * itsState.itsBorderedWords + theWord + 1;
     aWord.itsValid = itsState.GetValid(theStripe, theWord);
     const std::size_t aColumn =
-        (theStripe + 1) * itsState.itsColumns + 1 + std::size_t{theWord} * BlockState::theWordColumns;
+        (theStripe + 1) * itsState.itsColumns + 1 + std::size_t{theWord} * BlockState::kWordColumns;
     aWord.itsNeighbours = itsState.itsNeighbours.data() + aColumn;
     aWord.itsSigns = itsState.itsSigns.data() + aColumn;
     aWord.itsIndex = std::size_t{theStripe} * itsState.itsWords + theWord;
@@ -139,8 +139,8 @@ HWY_INLINE std::uint64_t BlockPasses<Coder>::SpreadVertically(const std::uint64_
 {
     const std::ptrdiff_t aStripe = static_cast<std::ptrdiff_t>(itsState.itsBorderedWords);
     const std::uint64_t aWord = *theWord;
-    return aWord | (aWord << 1 & ~theRow0) | (aWord >> 1 & ~BlockState::theRow3) |
-           (theWord[-aStripe] >> 3 & theRow0) | (theWord[aStripe] << 3 & itsBelow);
+    return aWord | (aWord << 1 & ~kRow0) | (aWord >> 1 & ~BlockState::kRow3) |
+           (theWord[-aStripe] >> 3 & kRow0) | (theWord[aStripe] << 3 & itsBelow);
 }
 
 /// Samples that are significant or have a significant neighbour.
@@ -159,9 +159,9 @@ HWY_INLINE std::uint64_t BlockPasses<Coder>::GetNeighboured(const std::uint64_t*
     const std::ptrdiff_t aStripe = static_cast<std::ptrdiff_t>(itsState.itsBorderedWords);
     const std::uint64_t aWord = *theWord;
     const std::uint64_t aMiddle = SpreadVertically(theWord);
-    return (aWord << 1 & ~theRow0) | (aWord >> 1 & ~BlockState::theRow3) |
-           (theWord[-aStripe] >> 3 & theRow0) | (theWord[aStripe] << 3 & itsBelow) | aMiddle << 4 |
-           aMiddle >> 4 | SpreadVertically(theWord - 1) >> 60 | SpreadVertically(theWord + 1) << 60;
+    return (aWord << 1 & ~kRow0) | (aWord >> 1 & ~BlockState::kRow3) | (theWord[-aStripe] >> 3 & kRow0) |
+           (theWord[aStripe] << 3 & itsBelow) | aMiddle << 4 | aMiddle >> 4 |
+           SpreadVertically(theWord - 1) >> 60 | SpreadVertically(theWord + 1) << 60;
 }
 
 template <class Coder>
@@ -184,7 +184,7 @@ HWY_INLINE void BlockPasses<Coder>::TellNeighbours(const Word& theWord, unsigned
     aColumn[-1] |= static_cast<std::uint32_t>(aLeft << aShift >> 8);
     aColumn[0] |= static_cast<std::uint32_t>(aMiddle << aShift >> 8);
     aColumn[1] |= static_cast<std::uint32_t>(aRight << aShift >> 8);
-    // The rows in the middle tell nothing, but a branch on the row would be foreseen wrongly too often.
+    // The rows in the middle tell nothing, but a branch on the row would be mispredicted too often.
     const Outside& anOutside = itsOutside[aRow];
     aColumn += anOutside.itsOffset;
     aColumn[-1] |= anOutside.itsNeighbours[0];
@@ -207,18 +207,18 @@ HWY_INLINE void BlockPasses<Coder>::TellSign(const Word& theWord, unsigned int t
     aColumn[anOutside.itsOffset] |= static_cast<std::uint32_t>(anOutside.itsSign * aFactor);
 }
 
-/// theSign is of theSignContexts. Returns 1 for negative.
+/// theSign is of kSignContexts. Returns 1 for negative.
 template <class Coder>
 HWY_INLINE unsigned int BlockPasses<Coder>::DecodeSign(Coder& theCoder, unsigned int theSign)
 {
-    if constexpr (Coder::theIsRaw)
+    if constexpr (Coder::kIsRaw)
     {
         return theCoder.Decode(itsState.itsContexts[0]);
     }
     else
     {
-        return theCoder.Decode(itsState.itsContexts[theSign & theSignContextMask]) ^
-               (theSign >> theSignFlipShift);
+        return theCoder.Decode(itsState.itsContexts[theSign & kSignContextMask]) ^
+               (theSign >> kSignFlipShift);
     }
 }
 
@@ -228,7 +228,7 @@ HWY_INLINE void BlockPasses<Coder>::BecomeSignificant(Coder& theCoder, const Wor
 {
     TellNeighbours(theWord, theBit);
     const std::uint8_t* aSigns = reinterpret_cast<const std::uint8_t*>(theWord.itsSigns);
-    const unsigned int aNegative = DecodeSign(theCoder, theSignContexts[aSigns[theBit]]);
+    const unsigned int aNegative = DecodeSign(theCoder, kSignContexts[aSigns[theBit]]);
     *theWord.itsNegative |= std::uint64_t{aNegative} << theBit;
     TellSign(theWord, theBit, aNegative);
 }
@@ -257,7 +257,7 @@ HWY_INLINE auto BlockPasses<Coder>::DecodeZeros(Coder& theCoder, const Word& the
     while (true)
     {
         theCandidates &= theCandidates - 1;
-        unsigned int aSign = theSignContexts[aSigns[aBit]];
+        unsigned int aSign = kSignContexts[aSigns[aBit]];
         const bool isFound = theCoder.Decode(itsState.itsContexts[aContext]) != 0;
         // Behind the last candidate this is 64: a byte of the next word or of the border.
         unsigned int aNextBit = static_cast<unsigned int>(std::countr_zero(theCandidates));
@@ -437,7 +437,7 @@ HWY_INLINE std::uint64_t BlockPasses<Coder>::CleanUpWord(Coder& theCoder, const 
     {
         return DecodeZeros<false>(theCoder, theWord, aCandidates).itsFound;
     }
-    if (aRuns == theRow0 && theCoder.SkipZeros(itsState.itsContexts[CONTEXT_RUN], BlockState::theWordColumns))
+    if (aRuns == kRow0 && theCoder.SkipZeros(itsState.itsContexts[CONTEXT_RUN], BlockState::kWordColumns))
     {
         return 0;
     }
@@ -452,7 +452,7 @@ void BlockPasses<Coder>::CleanUp(Coder& theCoder, unsigned int thePlane)
     std::uint64_t* aPlane = itsState.GetPlane(thePlane);
     for (std::uint32_t aStripe = 0; aStripe < itsState.itsStripes; ++aStripe)
     {
-        const std::uint64_t aWhole = (aStripe + 1) * 4 <= itsState.itsHeight ? theRow0 : 0;
+        const std::uint64_t aWhole = (aStripe + 1) * 4 <= itsState.itsHeight ? kRow0 : 0;
         for (std::uint32_t w = 0; w < itsState.itsWords; ++w)
         {
             const Word aWord = GetWord(aStripe, w);
@@ -477,7 +477,7 @@ bool BlockPasses<Coder>::ReadSymbol(Coder& theCoder)
 
 /// A decoder goes on for so many bits behind the end of its bytes: no encoder needs as many, and passes over
 /// nothing would cost time that no byte pays for.
-constexpr std::int64_t theMostSyntheticBits = 256;
+constexpr std::int64_t kMostSyntheticBits = 256;
 
 template <class Coder>
 std::uint32_t RunPasses(BlockState& theState, const CodedSegment& theSegment, std::uint32_t thePass,
@@ -497,13 +497,13 @@ std::uint32_t RunPasses(BlockState& theState, const CodedSegment& theSegment, st
             return aDone;
         }
         const bool isRaw = (aStyle & CBS_BYPASS) != 0 && aPass >= 10 && aPass % 3 != 0;
-        if (isRaw != Coder::theIsRaw || aCoder.GetSyntheticBits() > theMostSyntheticBits)
+        if (isRaw != Coder::kIsRaw || aCoder.GetSyntheticBits() > kMostSyntheticBits)
         {
             return aDone;
         }
         if ((aStyle & CBS_RESET) != 0)
         {
-            theState.itsContexts = theInitialContexts;
+            theState.itsContexts = kInitialContexts;
         }
         const unsigned int aPlane = theState.itsBitPlanes - aPlanesDone;
         if (aPass % 3 == 1)
@@ -514,7 +514,7 @@ std::uint32_t RunPasses(BlockState& theState, const CodedSegment& theSegment, st
         {
             aPasses.RefineMagnitudes(aCoder, aPlane);
         }
-        else if constexpr (!Coder::theIsRaw)
+        else if constexpr (!Coder::kIsRaw)
         {
             aPasses.CleanUp(aCoder, aPlane);
             theFindings.itsBadSegmentationSymbol |=

@@ -10,16 +10,16 @@ void BlockState::Begin(const CodedBlock& theBlock)
     itsHeight = theBlock.itsHeight;
     itsBitPlanes = theBlock.itsBitPlanes;
     itsStyle = theBlock.itsStyle;
-    itsZeroContexts = theZeroContexts[static_cast<unsigned int>(theBlock.itsBand) & 3].data();
+    itsZeroContexts = kZeroContexts[static_cast<unsigned int>(theBlock.itsBand) & 3].data();
 
     itsStripes = (itsHeight + 3) / 4;
-    itsWords = (itsWidth + theWordColumns - 1) / theWordColumns;
-    itsLastStripe = theRow0 * (0xFU >> (4 * itsStripes - itsHeight));
-    itsLastWord = ~std::uint64_t{0} >> (4 * (theWordColumns * itsWords - itsWidth));
+    itsWords = (itsWidth + kWordColumns - 1) / kWordColumns;
+    itsLastStripe = kRow0 * (0xFU >> (4 * itsStripes - itsHeight));
+    itsLastWord = ~std::uint64_t{0} >> (4 * (kWordColumns * itsWords - itsWidth));
 
     itsBorderedWords = itsWords + 2;
     itsSignificant.assign(itsBorderedWords * (itsStripes + 2), 0);
-    itsColumns = std::size_t{theWordColumns} * itsWords + 1;
+    itsColumns = std::size_t{kWordColumns} * itsWords + 1;
     const std::size_t anArea = itsColumns * (itsStripes + 2) + 1;
     itsNeighbours.assign(anArea, 0);
     itsSigns.assign(anArea, 0);
@@ -30,7 +30,7 @@ void BlockState::Begin(const CodedBlock& theBlock)
     itsNegative.assign(itsPlaneSize, 0);
     itsPlanes.resize((itsBitPlanes + 1) * itsPlaneSize);
     itsLowestPlane = itsBitPlanes + 1;
-    itsContexts = theInitialContexts;
+    itsContexts = kInitialContexts;
 }
 
 void BlockState::AddHalfSteps(std::uint32_t thePasses)

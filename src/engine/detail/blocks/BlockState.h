@@ -26,9 +26,9 @@ namespace j2k
 /// word. A border of one column and one stripe takes what falls outside the block.
 struct BlockState
 {
-    static constexpr unsigned int theWordColumns = 16;
-    static constexpr std::uint64_t theRow0 = 0x1111111111111111U;
-    static constexpr std::uint64_t theRow3 = theRow0 << 3;
+    static constexpr unsigned int kWordColumns = 16;
+    static constexpr std::uint64_t kRow0 = 0x1111111111111111U;
+    static constexpr std::uint64_t kRow3 = kRow0 << 3;
 
     /// Takes over the block's geometry and clears everything.
     void Begin(const CodedBlock& theBlock);
@@ -69,7 +69,7 @@ struct BlockState
     /// Columns of a stripe; the border column on the right of a stripe is the next one's on the left.
     std::size_t itsColumns = 0;
     std::vector<std::uint32_t> itsNeighbours; ///< Neighbour
-    std::vector<std::uint32_t> itsSigns;      ///< index of theSignContexts
+    std::vector<std::uint32_t> itsSigns;      ///< index of kSignContexts
 
     /// Without borders.
     std::size_t itsPlaneSize = 0;
@@ -82,7 +82,7 @@ struct BlockState
     std::vector<std::uint64_t> itsPlanes;
     unsigned int itsLowestPlane = 0;
 
-    std::array<std::uint64_t, theContextCount> itsContexts{};
+    std::array<std::uint64_t, kContextCount> itsContexts{};
 };
 
 /// Runs the passes of one segment, the first of which is number thePass of the block (0 is the cleanup pass

@@ -21,7 +21,7 @@ namespace HWY_NAMESPACE
 {
 namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr unsigned int theColumns = BlockState::theWordColumns;
+constexpr unsigned int kColumns = BlockState::kWordColumns;
 
 /// Where one word's samples come from and what they are multiplied by.
 struct WordSource
@@ -66,9 +66,9 @@ void ConvertWord(const WordSource& theSource, Sample* theRows, std::ptrdiff_t th
 
 /// For each column the two bytes of a word that hold it, as often as a lane has room for them.
 template <class Lane>
-constexpr std::array<std::uint8_t, theColumns * sizeof(Lane)> MakeColumnBytes()
+constexpr std::array<std::uint8_t, kColumns * sizeof(Lane)> MakeColumnBytes()
 {
-    std::array<std::uint8_t, theColumns * sizeof(Lane)> aBytes{};
+    std::array<std::uint8_t, kColumns * sizeof(Lane)> aBytes{};
     for (unsigned int i = 0; i < aBytes.size(); ++i)
     {
         aBytes[i] = static_cast<std::uint8_t>(2 * (i / (4 * sizeof(Lane))) + i % 2);
@@ -78,10 +78,10 @@ constexpr std::array<std::uint8_t, theColumns * sizeof(Lane)> MakeColumnBytes()
 
 /// The bit of row 0 in each column's two bytes.
 template <class Lane>
-constexpr std::array<Lane, theColumns> MakeColumnBits()
+constexpr std::array<Lane, kColumns> MakeColumnBits()
 {
-    std::array<Lane, theColumns> aBits{};
-    for (unsigned int i = 0; i < theColumns; ++i)
+    std::array<Lane, kColumns> aBits{};
+    for (unsigned int i = 0; i < kColumns; ++i)
     {
         aBits[i] = static_cast<Lane>(1U << (4 * (i % 4)));
     }
@@ -146,16 +146,16 @@ HWY_INLINE void StoreSamples(D, V theValues, float theStep, float* theRow)
 template <class Lane, class Sample>
 HWY_INLINE void ConvertWord(const WordSource& theSource, Sample* theRows, std::ptrdiff_t theStride)
 {
-    alignas(64) static constexpr auto theColumnBytes = MakeColumnBytes<Lane>();
-    alignas(64) static constexpr auto theColumnBits = MakeColumnBits<Lane>();
-    const hn::CappedTag<Lane, theColumns> aTag;
+    alignas(64) static constexpr auto kColumnBytes = MakeColumnBytes<Lane>();
+    alignas(64) static constexpr auto kColumnBits = MakeColumnBits<Lane>();
+    const hn::CappedTag<Lane, kColumns> aTag;
     const hn::Repartition<std::uint8_t, decltype(aTag)> aBytes;
     const hn::Repartition<std::uint64_t, decltype(aTag)> aWords;
     const BlockState& aState = *theSource.itsState;
-    for (std::size_t c = 0; c < theColumns; c += hn::Lanes(aTag))
+    for (std::size_t c = 0; c < kColumns; c += hn::Lanes(aTag))
     {
-        const auto aPattern = hn::Load(aBytes, theColumnBytes.data() + c * sizeof(Lane));
-        const auto aRow0 = hn::Load(aTag, theColumnBits.data() + c);
+        const auto aPattern = hn::Load(aBytes, kColumnBytes.data() + c * sizeof(Lane));
+        const auto aRow0 = hn::Load(aTag, kColumnBits.data() + c);
         const auto aRow1 = hn::ShiftLeft<1>(aRow0);
         const auto aRow2 = hn::ShiftLeft<2>(aRow0);
         const auto aRow3 = hn::ShiftLeft<3>(aRow0);
@@ -205,19 +205,19 @@ void ConvertBlock(const BlockState& theState, Sample* theRows, std::ptrdiff_t th
         Sample* aRow = theRows + static_cast<std::ptrdiff_t>(4 * aStripe) * theStride;
         for (std::uint32_t w = 0; w < theState.itsWords; ++w, ++aSource.itsIndex)
         {
-            const std::uint32_t aColumnCount = std::min(theColumns, theState.itsWidth - theColumns * w);
-            Sample* aFirst = aRow + static_cast<std::ptrdiff_t>(theColumns * w);
-            if (aRowCount == 4 && aColumnCount == theColumns)
+            const std::uint32_t aColumnCount = std::min(kColumns, theState.itsWidth - kColumns * w);
+            Sample* aFirst = aRow + static_cast<std::ptrdiff_t>(kColumns * w);
+            if (aRowCount == 4 && aColumnCount == kColumns)
             {
                 ConvertWord<Lane>(aSource, aFirst, theStride);
                 continue;
             }
-            alignas(64) std::array<Sample, 4 * theColumns> aBuffer;
-            ConvertWord<Lane>(aSource, aBuffer.data(), theColumns);
+            alignas(64) std::array<Sample, 4 * kColumns> aBuffer;
+            ConvertWord<Lane>(aSource, aBuffer.data(), kColumns);
             for (std::uint32_t r = 0; r < aRowCount; ++r)
             {
                 std::memcpy(aFirst + static_cast<std::ptrdiff_t>(r) * theStride,
-                            aBuffer.data() + r * theColumns, aColumnCount * sizeof(Sample));
+                            aBuffer.data() + r * kColumns, aColumnCount * sizeof(Sample));
             }
         }
     }

@@ -22,8 +22,8 @@ enum class Band : std::uint8_t
 /// and hold 0xFF: a decoder may run into them without asking.
 struct CodedSegment
 {
-    static constexpr std::uint32_t theLead = 8;
-    static constexpr std::uint32_t theTail = 16;
+    static constexpr std::uint32_t kLead = 8;
+    static constexpr std::uint32_t kTail = 16;
 
     const std::uint8_t* itsData = nullptr;
     std::uint32_t itsLength = 0;
@@ -38,12 +38,12 @@ struct CodedBlock
     Band itsBand = Band::LL;
     std::uint8_t itsStyle = 0; ///< CodeBlockStyle bits
     /// Magnitude bit-planes that are coded, from the most significant one down to plane 0: 0 to
-    /// theMaxBitPlanes.
+    /// kMaxBitPlanes.
     std::uint32_t itsBitPlanes = 0;
     std::span<const CodedSegment> itsSegments;
 
     /// A plane for half a step is needed below plane 0, and the sign above.
-    static constexpr std::uint32_t theMaxBitPlanes = 30;
+    static constexpr std::uint32_t kMaxBitPlanes = 30;
 };
 
 } // namespace j2k

@@ -16,7 +16,7 @@ struct Row
 };
 
 /// T.800 table C.2.
-constexpr std::array<Row, 47> theRows = {
+constexpr std::array<Row, 47> kRows = {
     {{0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},  {0x0521, 5, 29, 0},
      {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},  {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0},
      {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0}, {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1},
@@ -30,9 +30,9 @@ constexpr std::array<Row, 47> theRows = {
 
 constexpr std::uint64_t MakeWord(unsigned int theState, unsigned int theDecision)
 {
-    return std::uint64_t{theDecision} << MQState::theDecisionShift |
-           std::uint64_t{theRows[theState / 2].itsQe} << 48 |
-           std::uint64_t{theState % 2} << MQState::theMpsShift | theState * sizeof(MQState);
+    return std::uint64_t{theDecision} << MQState::kDecisionShift |
+           std::uint64_t{kRows[theState / 2].itsQe} << 48 |
+           std::uint64_t{theState % 2} << MQState::kMpsShift | theState * sizeof(MQState);
 }
 
 constexpr std::array<MQState, 94> MakeStates()
@@ -40,7 +40,7 @@ constexpr std::array<MQState, 94> MakeStates()
     std::array<MQState, 94> aStates{};
     for (unsigned int i = 0; i < aStates.size(); ++i)
     {
-        const Row& aRow = theRows[i / 2];
+        const Row& aRow = kRows[i / 2];
         const unsigned int aMps = i % 2;
         aStates[i].itsKept = MakeWord(i, aMps);
         aStates[i].itsNextMps = MakeWord(2U * aRow.itsNextMps + aMps, aMps);
@@ -124,14 +124,14 @@ constexpr std::array<std::uint8_t, 256> MakeSignContexts()
         aH = isFlipped ? -aH : aH;
         aV = isFlipped ? -aV : aV;
         const int aContext = CONTEXT_SIGN + (aH > 0 ? 3 + aV : aV);
-        aTable[i] = static_cast<std::uint8_t>(aContext | (isFlipped ? 1 << theSignFlipShift : 0));
+        aTable[i] = static_cast<std::uint8_t>(aContext | (isFlipped ? 1 << kSignFlipShift : 0));
     }
     return aTable;
 }
 
-constexpr std::array<std::uint64_t, theContextCount> MakeInitialContexts()
+constexpr std::array<std::uint64_t, kContextCount> MakeInitialContexts()
 {
-    std::array<std::uint64_t, theContextCount> aContexts{};
+    std::array<std::uint64_t, kContextCount> aContexts{};
     aContexts.fill(MakeWord(0, 0));
     aContexts[CONTEXT_ZERO] = MakeWord(2 * 4, 0);
     aContexts[CONTEXT_RUN] = MakeWord(2 * 3, 0);
@@ -140,9 +140,9 @@ constexpr std::array<std::uint64_t, theContextCount> MakeInitialContexts()
 }
 } // namespace
 
-constexpr std::array<MQState, 94> theMQStates = MakeStates();
-constexpr std::array<std::uint64_t, theContextCount> theInitialContexts = MakeInitialContexts();
-constexpr std::array<std::array<std::uint8_t, 256>, 4> theZeroContexts = MakeZeroContexts();
-constexpr std::array<std::uint8_t, 256> theSignContexts = MakeSignContexts();
+constexpr std::array<MQState, 94> kMQStates = MakeStates();
+constexpr std::array<std::uint64_t, kContextCount> kInitialContexts = MakeInitialContexts();
+constexpr std::array<std::array<std::uint8_t, 256>, 4> kZeroContexts = MakeZeroContexts();
+constexpr std::array<std::uint8_t, 256> kSignContexts = MakeSignContexts();
 
 } // namespace j2k

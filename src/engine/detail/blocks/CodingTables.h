@@ -18,16 +18,16 @@ enum BlockContext : std::uint8_t
     CONTEXT_RUN = 17,
     CONTEXT_UNIFORM = 18
 };
-constexpr unsigned int theContextCount = 19;
+constexpr unsigned int kContextCount = 19;
 
 /// The state of one adaptive context is one word, so that a decision costs one load: Qe in bits 48 to 62,
 /// where the decoder's registers have their integer part, the more probable symbol in bit 32, and below it
 /// where the state's MQState is, in bytes from the first one. Bit 63 is the decision that led here.
 struct alignas(32) MQState
 {
-    static constexpr std::uint64_t theQeMask = 0x7FFF000000000000U;
-    static constexpr unsigned int theMpsShift = 32;
-    static constexpr unsigned int theDecisionShift = 63;
+    static constexpr std::uint64_t kQeMask = 0x7FFF000000000000U;
+    static constexpr unsigned int kMpsShift = 32;
+    static constexpr unsigned int kDecisionShift = 63;
 
     /// The words that follow a more probable symbol without and with a renormalisation, and a less probable
     /// symbol.
@@ -37,10 +37,10 @@ struct alignas(32) MQState
 };
 
 /// The states (T.800 table C.2): number 2 * row + more probable symbol.
-extern const std::array<MQState, 94> theMQStates;
+extern const std::array<MQState, 94> kMQStates;
 
 /// The words that the contexts start with (T.800 table D.7).
-extern const std::array<std::uint64_t, theContextCount> theInitialContexts;
+extern const std::array<std::uint64_t, kContextCount> kInitialContexts;
 
 /// A sample's significant neighbours in one byte.
 enum Neighbour : std::uint8_t
@@ -56,13 +56,13 @@ enum Neighbour : std::uint8_t
 };
 
 /// Zero-coding contexts (T.800 table D.1) by band and by a byte of neighbours.
-extern const std::array<std::array<std::uint8_t, 256>, 4> theZeroContexts;
+extern const std::array<std::array<std::uint8_t, 256>, 4> kZeroContexts;
 
 /// Sign contexts (T.800 tables D.2 and D.3): by a byte with the four nearest neighbours in the lower half
 /// and, in the upper half in the same order, which of them are negative. The flip of the decoded bit is in
 /// bit 7.
-extern const std::array<std::uint8_t, 256> theSignContexts;
-constexpr unsigned int theSignFlipShift = 7;
-constexpr unsigned int theSignContextMask = 0x1F;
+extern const std::array<std::uint8_t, 256> kSignContexts;
+constexpr unsigned int kSignFlipShift = 7;
+constexpr unsigned int kSignContextMask = 0x1F;
 
 } // namespace j2k

@@ -27,12 +27,12 @@ namespace HWY_NAMESPACE
 /// Registers are 64 bits wide with the integer part in the upper 16, so that one renormalisation is one shift
 /// and bytes are taken in six at a time. In place of the code register C this keeps A - C, the distance from
 /// the interval's upper end: a more probable symbol leaves it alone. What a decision will be cannot be
-/// foreseen, and a branch that the processor foresees wrongly costs more than two decisions: so there is no
+/// predicted, and a branch that the processor mispredicts costs more than two decisions: so there is no
 /// branch on it. A pass works on a copy of the decoder, whose members live in registers.
 class MQDecoder
 {
 public:
-    static constexpr bool theIsRaw = false;
+    static constexpr bool kIsRaw = false;
 
     HWY_INLINE explicit MQDecoder(const CodedSegment& theSegment)
         : itsNext(theSegment.itsData + 1), itsEnd(theSegment.itsData + theSegment.itsLength)
@@ -46,7 +46,7 @@ public:
     HWY_INLINE unsigned int Decode(std::uint64_t& theContext)
     {
         const MQState& aState = GetState(theContext);
-        const std::uint64_t aNext = Divide(aState, theContext & MQState::theQeMask);
+        const std::uint64_t aNext = Divide(aState, theContext & MQState::kQeMask);
         theContext = aNext;
         const int aShift = CountLeadingZeros(itsInterval);
         itsInterval <<= aShift;
@@ -56,17 +56,17 @@ public:
         {
             TakeBytes();
         }
-        return static_cast<unsigned int>(aNext >> MQState::theDecisionShift);
+        return static_cast<unsigned int>(aNext >> MQState::kDecisionShift);
     }
 
     /// The same, quicker where nearly every decision is the more probable symbol and slower elsewhere.
     HWY_INLINE unsigned int DecodeSkewed(std::uint64_t& theContext)
     {
-        const std::uint64_t anUpper = itsInterval - (theContext & MQState::theQeMask);
-        if (HWY_LIKELY(anUpper >= itsDistance && anUpper >= theHalf))
+        const std::uint64_t anUpper = itsInterval - (theContext & MQState::kQeMask);
+        if (HWY_LIKELY(anUpper >= itsDistance && anUpper >= kHalf))
         {
             itsInterval = anUpper;
-            return static_cast<unsigned int>(theContext >> MQState::theMpsShift) & 1;
+            return static_cast<unsigned int>(theContext >> MQState::kMpsShift) & 1;
         }
         return Decode(theContext);
     }
@@ -74,9 +74,9 @@ public:
     /// Decodes theCount decisions at once if they are all zeros that leave theContext as it is; else none.
     HWY_INLINE bool SkipZeros(std::uint64_t theContext, std::uint64_t theCount)
     {
-        const std::uint64_t aSum = ((theContext & MQState::theQeMask) >> 16) * theCount; // count below 2^16
-        const std::uint64_t aLimit = itsDistance > theHalf ? itsDistance : theHalf;
-        if ((theContext >> MQState::theMpsShift & 1) != 0 || itsInterval < aLimit ||
+        const std::uint64_t aSum = ((theContext & MQState::kQeMask) >> 16) * theCount; // count below 2^16
+        const std::uint64_t aLimit = itsDistance > kHalf ? itsDistance : kHalf;
+        if ((theContext >> MQState::kMpsShift & 1) != 0 || itsInterval < aLimit ||
             aSum > (itsInterval - aLimit) >> 16)
         {
             return false;
@@ -94,16 +94,16 @@ public:
     {
         const std::int64_t aLeft =
             8 * static_cast<std::int64_t>(itsEnd - itsNext) + itsLookahead - itsSynthetic;
-        return aLeft >= -theEndTolerance && aLeft <= theEndTolerance;
+        return aLeft >= -kEndTolerance && aLeft <= kEndTolerance;
     }
 
 private:
-    static constexpr std::int64_t theEndTolerance = 32; ///< bits
-    static constexpr std::uint64_t theHalf = std::uint64_t{1} << 63;
+    static constexpr std::int64_t kEndTolerance = 32; ///< bits
+    static constexpr std::uint64_t kHalf = std::uint64_t{1} << 63;
 
     static HWY_INLINE const MQState& GetState(std::uint64_t theContext)
     {
-        const auto* aBytes = reinterpret_cast<const std::uint8_t*>(theMQStates.data());
+        const auto* aBytes = reinterpret_cast<const std::uint8_t*>(kMQStates.data());
         return *reinterpret_cast<const MQState*>(aBytes + static_cast<std::uint32_t>(theContext));
     }
 
@@ -154,7 +154,7 @@ private:
         const std::uint64_t aLps = MakeMask(anUpper < theQe) ^ aLess;
         itsDistance -= anUpper & aLess;
         itsInterval = Choose(aLess, theQe, anUpper);
-        aNext = Choose(MakeMask(anUpper >= theHalf), theState.itsKept, aNext);
+        aNext = Choose(MakeMask(anUpper >= kHalf), theState.itsKept, aNext);
         return Choose(aLps, theState.itsNextLps, aNext);
 #endif
     }
@@ -220,9 +220,9 @@ private:
         }
     }
 
-    std::uint64_t itsInterval = theHalf; ///< A
-    std::uint64_t itsDistance = theHalf; ///< A - C
-    int itsLookahead = -7;               ///< bits of C below its integer part that are there already
+    std::uint64_t itsInterval = kHalf; ///< A
+    std::uint64_t itsDistance = kHalf; ///< A - C
+    int itsLookahead = -7;             ///< bits of C below its integer part that are there already
     std::uint32_t itsSynthetic = 0;
     const std::uint8_t* itsNext;
     const std::uint8_t* itsEnd;

@@ -24,7 +24,7 @@ namespace HWY_NAMESPACE
 class RawDecoder
 {
 public:
-    static constexpr bool theIsRaw = true;
+    static constexpr bool kIsRaw = true;
 
     HWY_INLINE explicit RawDecoder(const CodedSegment& theSegment)
         : itsNext(theSegment.itsData), itsEnd(theSegment.itsData + theSegment.itsLength)

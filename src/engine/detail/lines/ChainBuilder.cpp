@@ -78,7 +78,7 @@ std::unique_ptr<LineSource<Sample>> ChainBuilder<Sample>::BuildSubband(const Sub
     {
         return BuildZeros(theSubband.GetRect());
     }
-    return std::make_unique<SubbandSource<Sample>>(theSubband, itsWorkshop, itsAllocator, theScale);
+    return std::make_unique<SubbandSource<Sample>>(theSubband, itsScratch, itsAllocator, theScale);
 }
 
 template <class Sample>

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/detail/lines/BlockWorkshop.h"
+#include "engine/detail/lines/BlockScratch.h"
 #include "engine/detail/lines/LineSource.h"
 #include "engine/detail/lines/Synthesis.h"
 #include "engine/detail/packets/Resolution.h"
@@ -19,8 +19,8 @@ template <class Sample>
 class ChainBuilder
 {
 public:
-    ChainBuilder(BlockWorkshop& theWorkshop, kdu_sample_allocator& theAllocator)
-        : itsWorkshop(theWorkshop), itsAllocator(theAllocator)
+    ChainBuilder(BlockScratch& theScratch, kdu_sample_allocator& theAllocator)
+        : itsScratch(theScratch), itsAllocator(theAllocator)
     {
     }
 
@@ -46,7 +46,7 @@ private:
     std::unique_ptr<LineSource<Sample>> BuildLevel(const Level& theLevel,
                                                    std::unique_ptr<LineSource<Sample>> theLL);
 
-    BlockWorkshop& itsWorkshop;
+    BlockScratch& itsScratch;
     kdu_sample_allocator& itsAllocator;
 };
 

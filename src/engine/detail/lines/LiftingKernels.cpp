@@ -260,11 +260,11 @@ void SynthesizeRowFloat(const float* theLow, const float* theHigh, float* theRow
 {
     float* const aScratchHigh = theScratch + (theWidth + 1) / 2;
     const RowInput<float> anInput(theLow, theHigh, theWidth, theFirstIsHigh);
-    RowLifter(anInput, IrreversibleRule{LiftingKernels::theDelta, LiftingKernels::theGamma},
+    RowLifter(anInput, IrreversibleRule{LiftingKernels::kDelta, LiftingKernels::kGamma},
               Apart<float>{theScratch, aScratchHigh + theFirstIsHigh})
         .Run();
     const RowInput<float> aHalfway(theScratch, aScratchHigh, theWidth, theFirstIsHigh);
-    RowLifter(aHalfway, IrreversibleRule{LiftingKernels::theBeta, LiftingKernels::theAlpha},
+    RowLifter(aHalfway, IrreversibleRule{LiftingKernels::kBeta, LiftingKernels::kAlpha},
               Interleaved<float>{theRow + theFirstIsHigh})
         .Run();
 }
@@ -367,11 +367,11 @@ void LiftFourFloat(LiftingKernels::SixLines theLines, size_t theWidth)
         const auto aLow2 = hn::Load(aTag, aLine2 + i);
         const auto aHigh1 = hn::Load(aTag, aLine1 + i);
         const auto aDelta = LiftVector(aTag, hn::Load(aTag, aLine4 + i), aHigh3, hn::Load(aTag, aLine5 + i),
-                                       LiftingKernels::theDelta);
-        const auto aGamma = LiftVector(aTag, aHigh3, aLow2, aDelta, LiftingKernels::theGamma);
-        const auto aBeta = LiftVector(aTag, aLow2, aHigh1, aGamma, LiftingKernels::theBeta);
+                                       LiftingKernels::kDelta);
+        const auto aGamma = LiftVector(aTag, aHigh3, aLow2, aDelta, LiftingKernels::kGamma);
+        const auto aBeta = LiftVector(aTag, aLow2, aHigh1, aGamma, LiftingKernels::kBeta);
         const auto anAlpha =
-            LiftVector(aTag, aHigh1, hn::Load(aTag, aLine0 + i), aBeta, LiftingKernels::theAlpha);
+            LiftVector(aTag, aHigh1, hn::Load(aTag, aLine0 + i), aBeta, LiftingKernels::kAlpha);
         hn::Store(aDelta, aTag, aLine4 + i);
         hn::Store(aGamma, aTag, aLine3 + i);
         hn::Store(aBeta, aTag, aLine2 + i);

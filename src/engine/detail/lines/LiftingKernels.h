@@ -18,11 +18,11 @@ class LiftingKernels
 {
 public:
     /// Factors of the 9/7 lifting steps (T.800 table F.4).
-    static constexpr float theAlpha = -1.586134342059924f;
-    static constexpr float theBeta = -0.052980118572961f;
-    static constexpr float theGamma = 0.882911075530934f;
-    static constexpr float theDelta = 0.443506852043971f;
-    static constexpr float theK = 1.230174104914001f;
+    static constexpr float kAlpha = -1.586134342059924f;
+    static constexpr float kBeta = -0.052980118572961f;
+    static constexpr float kGamma = 0.882911075530934f;
+    static constexpr float kDelta = 0.443506852043971f;
+    static constexpr float kK = 1.230174104914001f;
 
     /// Interleave and filter one row. theWidth is at least 2; theFirstIsHigh where the row begins at an odd
     /// coordinate. theLow and theHigh hold the row's even and odd coordinates and need no padding. The row

@@ -16,12 +16,12 @@ void CheckLineDepth(const Subband& theLL)
     {
         const TileComponent& aComponent = aTile.GetComponent(c);
         const unsigned int aDepth = aComponent.GetSize().itsDepth;
-        if (&aComponent.GetResolution(0).GetSubband(0) == &theLL && aDepth > theDeepestLines)
+        if (&aComponent.GetResolution(0).GetSubband(0) == &theLL && aDepth > kDeepestLines)
         {
             aTile.GetReports().Error("Component " + std::to_string(c) + " of tile " +
                                      std::to_string(aTile.GetIndex()) + " has " + std::to_string(aDepth) +
                                      " bits per sample; reversibly coded ones of more than " +
-                                     std::to_string(theDeepestLines) + " are not supported");
+                                     std::to_string(kDeepestLines) + " are not supported");
         }
     }
 }

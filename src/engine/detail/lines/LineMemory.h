@@ -13,7 +13,7 @@ namespace j2k
 
 /// Equally long lines in a share of an allocator: announced at construction, taken with Take.
 ///
-/// Every line begins on a multiple of kdu_sample_allocator::theAlignment bytes, and the whole of its last
+/// Every line begins on a multiple of kdu_sample_allocator::kAlignment bytes, and the whole of its last
 /// such piece is its own, so that vectors up to that size may run over the end.
 template <class Sample>
 class LineMemory
@@ -37,20 +37,20 @@ public:
     std::size_t GetBytes() const { return itsBytes; }
 
 private:
-    static constexpr std::uint64_t thePiece = kdu_sample_allocator::theAlignment / sizeof(Sample);
+    static constexpr std::uint64_t kPiece = kdu_sample_allocator::kAlignment / sizeof(Sample);
 
     static std::size_t ComputeStride(std::uint64_t theWidth)
     {
-        const std::uint64_t aPieceCount = (theWidth + thePiece - 1) / thePiece;
+        const std::uint64_t aPieceCount = (theWidth + kPiece - 1) / kPiece;
         // An odd number of pieces: blocks are stored column by column, and lines a power of two apart
         // would compete for the same few places of the cache.
-        return static_cast<std::size_t>((aPieceCount | 1) * thePiece);
+        return static_cast<std::size_t>((aPieceCount | 1) * kPiece);
     }
 
     static std::size_t ComputeBytes(std::uint64_t theStride, std::uint64_t theLines)
     {
-        constexpr std::uint64_t theLimit = std::numeric_limits<std::size_t>::max() / sizeof(Sample);
-        if (theLines > theLimit / theStride)
+        constexpr std::uint64_t kLimit = std::numeric_limits<std::size_t>::max() / sizeof(Sample);
+        if (theLines > kLimit / theStride)
         {
             throw std::bad_alloc();
         }

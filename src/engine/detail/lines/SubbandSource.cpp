@@ -25,9 +25,9 @@ std::uint32_t ComputeStripeHeight(const Subband& theSubband)
 } // namespace
 
 template <class Sample>
-SubbandSource<Sample>::SubbandSource(const Subband& theSubband, BlockWorkshop& theWorkshop,
+SubbandSource<Sample>::SubbandSource(const Subband& theSubband, BlockScratch& theScratch,
                                      kdu_sample_allocator& theAllocator, float theScale)
-    : itsSubband(theSubband), itsWorkshop(theWorkshop), itsStep(theSubband.GetStep() * theScale),
+    : itsSubband(theSubband), itsScratch(theScratch), itsStep(theSubband.GetStep() * theScale),
       itsStripeHeight(ComputeStripeHeight(theSubband)),
       itsStripe(theAllocator, theSubband.GetRect().GetWidth(), itsStripeHeight)
 {
@@ -59,7 +59,7 @@ void SubbandSource<Sample>::DecodeRow()
     for (std::uint32_t c = 0; c < itsSubband.GetBlockColumns(); ++c)
     {
         const Rect aPlace = itsSubband.GetBlockRect(c, itsBlockRow);
-        if (itsSubband.CollectBlock(c, itsBlockRow, itsWorkshop.GetBlock()))
+        if (itsSubband.CollectBlock(c, itsBlockRow, itsScratch.GetBlock()))
         {
             DecodeBlock(c, aPlace);
         }
@@ -76,8 +76,8 @@ void SubbandSource<Sample>::DecodeRow()
 template <class Sample>
 void SubbandSource<Sample>::DecodeBlock(std::uint32_t theColumn, const Rect& thePlace)
 {
-    Report(itsWorkshop.Decode(), theColumn);
-    const BlockDecoder& aDecoder = itsWorkshop.GetDecoder();
+    Report(itsScratch.Decode(), theColumn);
+    const BlockDecoder& aDecoder = itsScratch.GetDecoder();
     Sample* const aSamples = itsStripe.GetLine(0) + thePlace.itsX0;
     const auto aStride = static_cast<std::ptrdiff_t>(itsStripe.GetStride());
     if constexpr (std::is_floating_point_v<Sample>)
@@ -106,7 +106,7 @@ template <class Sample>
 void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn) const
 {
     // How a segment ends tells nothing where it was left before its end.
-    const bool anIsWhole = !itsWorkshop.GetBlock().itsIsCut;
+    const bool anIsWhole = !itsScratch.GetBlock().itsIsCut;
     if (theFindings.itsBadSegmentationSymbol && anIsWhole)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "wrong segmentation symbol");

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/detail/lines/BlockWorkshop.h"
+#include "engine/detail/lines/BlockScratch.h"
 #include "engine/detail/lines/LineMemory.h"
 #include "engine/detail/lines/LineSource.h"
 
@@ -14,13 +14,14 @@ namespace j2k
 /// The lines of a subband, from a stripe that holds one row of its code-blocks: the row is decoded when its
 /// first line is pulled. Blocks without data are zero.
 ///
-/// What blocks' bytes show to be wrong is reported as a departure; the samples are used as they came out.
+/// What blocks' bytes show to be wrong is reported as a non-conformance; the samples are used as they came
+/// out.
 template <class Sample>
 class SubbandSource final : public LineSource<Sample>
 {
 public:
     /// Borrows everything. theScale multiplies the subband's step; irreversible only.
-    SubbandSource(const Subband& theSubband, BlockWorkshop& theWorkshop, kdu_sample_allocator& theAllocator,
+    SubbandSource(const Subband& theSubband, BlockScratch& theScratch, kdu_sample_allocator& theAllocator,
                   float theScale);
 
     const Sample* Pull() override;
@@ -32,7 +33,7 @@ private:
     void Report(const BlockFindings& theFindings, std::uint32_t theColumn) const;
 
     const Subband& itsSubband;
-    BlockWorkshop& itsWorkshop;
+    BlockScratch& itsScratch;
     float itsStep;
     std::uint32_t itsStripeHeight;
     LineMemory<Sample> itsStripe;

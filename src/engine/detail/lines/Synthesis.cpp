@@ -20,7 +20,7 @@ Sample Halve(Sample theSample)
 } // namespace
 
 AxisScale::AxisScale(std::uint32_t theBegin, std::uint32_t theEnd)
-    : itsLow(LiftingKernels::theK), itsHigh(1.0f / LiftingKernels::theK)
+    : itsLow(LiftingKernels::kK), itsHigh(1.0f / LiftingKernels::kK)
 {
     if (theEnd - theBegin == 1)
     {
@@ -34,7 +34,7 @@ Synthesis<Sample>::Synthesis(const Rect& theRect, SynthesisInputs<Sample> theInp
                              kdu_sample_allocator& theAllocator)
     : itsInputs(std::move(theInputs)), itsWidth(theRect.GetWidth()),
       itsFirstColumnIsHigh(theRect.itsX0 % 2 != 0), itsFirst(theRect.itsY0 % 2 == 0 ? 0 : -1),
-      itsEnd(itsFirst + theRect.GetHeight()), itsLines(theAllocator, itsWidth, theRing),
+      itsEnd(itsFirst + theRect.GetHeight()), itsLines(theAllocator, itsWidth, kRing),
       itsScratch(theAllocator, LiftingKernels::GetScratchSize(itsWidth),
                  std::is_floating_point_v<Sample> ? 1 : 0),
       itsFilled(itsFirst), itsFinished(itsFirst), itsNext(itsFirst)
@@ -168,7 +168,7 @@ template <class Sample>
 void Synthesis<Sample>::LiftLines()
 {
     // The ring holds the lines from aTop to itsStep + 1, the last two of them just filled in.
-    const std::int64_t aTop = itsStep + 2 - theRing;
+    const std::int64_t aTop = itsStep + 2 - kRing;
     const bool anAllExist = aTop >= itsFirst && itsStep + 1 < itsEnd;
     if constexpr (std::is_floating_point_v<Sample>)
     {
@@ -180,10 +180,10 @@ void Synthesis<Sample>::LiftLines()
         }
         else
         {
-            LiftLine(itsStep, LiftingKernels::theDelta);
-            LiftLine(itsStep - 1, LiftingKernels::theGamma);
-            LiftLine(itsStep - 2, LiftingKernels::theBeta);
-            LiftLine(itsStep - 3, LiftingKernels::theAlpha);
+            LiftLine(itsStep, LiftingKernels::kDelta);
+            LiftLine(itsStep - 1, LiftingKernels::kGamma);
+            LiftLine(itsStep - 2, LiftingKernels::kBeta);
+            LiftLine(itsStep - 3, LiftingKernels::kAlpha);
         }
     }
     else if (anAllExist)

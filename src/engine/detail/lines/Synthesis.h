@@ -50,7 +50,7 @@ public:
 
 private:
     /// Lines that one step works on.
-    static constexpr std::int64_t theRing = std::is_floating_point_v<Sample> ? 6 : 4;
+    static constexpr std::int64_t kRing = std::is_floating_point_v<Sample> ? 6 : 4;
 
     void TakeMemory();
     void FillLine(std::int64_t theLine);
@@ -65,7 +65,7 @@ private:
     /// A line in the ring.
     Sample* GetLine(std::int64_t theLine) const
     {
-        return itsLines.GetLine(static_cast<std::size_t>((theLine + theRing) % theRing));
+        return itsLines.GetLine(static_cast<std::size_t>((theLine + kRing) % kRing));
     }
 
     /// The neighbour at theLine; beyond the ends that is the mirrored one.

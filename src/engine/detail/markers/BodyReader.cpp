@@ -11,13 +11,13 @@ namespace j2k
 namespace
 {
 
-constexpr std::size_t theFirstChunkBytes = std::size_t(64) << 10;
-constexpr std::size_t theLargestChunkBytes = std::size_t(1) << 20;
-constexpr std::uint8_t theMarkerPrefix = 0xFF;
-constexpr std::uint8_t theSotCode = 0x90;
-constexpr std::uint8_t theEocCode = 0xD9;
-constexpr std::uint32_t theSotAndLength = 0xFF90000A;
-constexpr std::uint32_t theEoc = 0xFFD9;
+constexpr std::size_t kFirstChunkBytes = std::size_t(64) << 10;
+constexpr std::size_t kLargestChunkBytes = std::size_t(1) << 20;
+constexpr std::uint8_t kMarkerPrefix = 0xFF;
+constexpr std::uint8_t kSotCode = 0x90;
+constexpr std::uint8_t kEocCode = 0xD9;
+constexpr std::uint32_t kSotAndLength = 0xFF90000A;
+constexpr std::uint32_t kEoc = 0xFFD9;
 
 /// Appends single bytes to chunks of bounded size.
 class ChunkWriter
@@ -33,7 +33,7 @@ public:
         if (itsRoom == 0)
         {
             itsBody.push_back({{}, itsOffset, std::exchange(itsStartsTilePart, false)});
-            itsRoom = theLargestChunkBytes;
+            itsRoom = kLargestChunkBytes;
         }
         itsBody.back().itsBytes.push_back(theByte);
         --itsRoom;
@@ -58,8 +58,8 @@ bool FindMarker(const std::vector<BodyChunk>& theBody, std::size_t theFirst, std
         {
             aWindow = (aWindow << 8) | aByte;
             ++theKept;
-            const bool anIsSot = aWindow == theSotAndLength;
-            if (anIsSot || (aWindow & 0xFFFF) == theEoc)
+            const bool anIsSot = aWindow == kSotAndLength;
+            if (anIsSot || (aWindow & 0xFFFF) == kEoc)
             {
                 theKept -= anIsSot ? 4 : 2;
                 return true;
@@ -73,7 +73,7 @@ bool FindMarker(const std::vector<BodyChunk>& theBody, std::size_t theFirst, std
 
 bool BodyReader::ReadCounted(std::uint64_t theCount, std::vector<BodyChunk>& theBody)
 {
-    std::size_t aSize = theFirstChunkBytes;
+    std::size_t aSize = kFirstChunkBytes;
     bool anIsFirst = true;
     while (theCount > 0)
     {
@@ -97,17 +97,17 @@ bool BodyReader::ReadCounted(std::uint64_t theCount, std::vector<BodyChunk>& the
             return false;
         }
         theCount -= aRead;
-        aSize = std::min(2 * aSize, theLargestChunkBytes);
+        aSize = std::min(2 * aSize, kLargestChunkBytes);
     }
     return true;
 }
 
 bool BodyReader::IsTilePartNext()
 {
-    constexpr std::size_t theLengthBytes = 2;
-    constexpr std::uint8_t theSotLength = 10;
-    return itsBytes.Fetch(theLengthBytes) && itsBytes.GetAvailable()[0] == 0 &&
-           itsBytes.GetAvailable()[1] == theSotLength;
+    constexpr std::size_t kLengthBytes = 2;
+    constexpr std::uint8_t kSotLength = 10;
+    return itsBytes.Fetch(kLengthBytes) && itsBytes.GetAvailable()[0] == 0 &&
+           itsBytes.GetAvailable()[1] == kSotLength;
 }
 
 void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& theBody)
@@ -124,14 +124,14 @@ void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& th
             const std::uint8_t aByte = someBytes[anIndex];
             if (anIsPrefixHeld)
             {
-                if (aByte == theEocCode || (aByte == theSotCode && IsTilePartNext()))
+                if (aByte == kEocCode || (aByte == kSotCode && IsTilePartNext()))
                 {
-                    itsBytes.PutBack(std::array<std::uint8_t, 2>{theMarkerPrefix, aByte});
+                    itsBytes.PutBack(std::array<std::uint8_t, 2>{kMarkerPrefix, aByte});
                     return;
                 }
-                aWriter.Append(theMarkerPrefix);
+                aWriter.Append(kMarkerPrefix);
             }
-            anIsPrefixHeld = aByte == theMarkerPrefix;
+            anIsPrefixHeld = aByte == kMarkerPrefix;
             if (!anIsPrefixHeld)
             {
                 aWriter.Append(aByte);
@@ -141,7 +141,7 @@ void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& th
         {
             if (anIsPrefixHeld)
             {
-                aWriter.Append(theMarkerPrefix);
+                aWriter.Append(kMarkerPrefix);
             }
             return;
         }

@@ -11,11 +11,11 @@ namespace j2k
 
 std::size_t ByteReader::ReadSource(std::uint8_t* theBytes, std::size_t theCount)
 {
-    constexpr std::size_t theLargestRead = std::size_t(1) << 30;
+    constexpr std::size_t kLargestRead = std::size_t(1) << 30;
     std::size_t aTotal = 0;
     while (aTotal < theCount && !itsIsAtEnd)
     {
-        const auto aWanted = static_cast<int>(std::min(theCount - aTotal, theLargestRead));
+        const auto aWanted = static_cast<int>(std::min(theCount - aTotal, kLargestRead));
         const int aRead = itsSource.read(theBytes + aTotal, aWanted);
         if (aRead < 0 || aRead > aWanted)
         {

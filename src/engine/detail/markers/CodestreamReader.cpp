@@ -46,12 +46,13 @@ void CodestreamReader::Implementation::ReadTilePart()
     CollectedTile* aTile = &aDropped;
     if (aStart.itsTile >= itsIsTaken.size())
     {
-        itsReports.Departure("SOT: there is no tile " + std::to_string(aStart.itsTile), aStart.itsOffset);
+        itsReports.NonConformance("SOT: there is no tile " + std::to_string(aStart.itsTile),
+                                  aStart.itsOffset);
     }
     else if (itsIsTaken[aStart.itsTile])
     {
-        itsReports.Departure("SOT: tile " + std::to_string(aStart.itsTile) + " was complete before",
-                             aStart.itsOffset);
+        itsReports.NonConformance("SOT: tile " + std::to_string(aStart.itsTile) + " was complete before",
+                                  aStart.itsOffset);
     }
     else
     {
@@ -150,8 +151,8 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
     aResult->itsTruncated = anOwn.IsTruncated(aTile);
     if (aResult->itsTruncated)
     {
-        anOwn.itsReports.Departure("Tile " + std::to_string(theTile) + " is not complete",
-                                   anOwn.itsBytes.GetOffset());
+        anOwn.itsReports.NonConformance("Tile " + std::to_string(theTile) + " is not complete",
+                                        anOwn.itsBytes.GetOffset());
     }
     aResult->itsCoding = MergeCoding(anOwn.itsHeader.itsCoding, aTile.itsCoding,
                                      anOwn.itsHeader.itsImage.itsComponents.size(), &anOwn.itsReports);

@@ -63,9 +63,9 @@ void SetQuantization(const Quantization& theQuantization, std::size_t theCompone
     if (theReports != nullptr && theCoding.itsReversible &&
         theCoding.itsQuantization != QuantizationStyle::None)
     {
-        theReports->Departure("Component " + std::to_string(theComponent) +
-                                  " is quantized in spite of the reversible transform",
-                              theQuantization.itsOffset);
+        theReports->NonConformance("Component " + std::to_string(theComponent) +
+                                       " is quantized in spite of the reversible transform",
+                                   theQuantization.itsOffset);
     }
     if (theQuantization.itsStyle == QuantizationStyle::Derived)
     {

@@ -11,17 +11,17 @@ namespace j2k
 namespace
 {
 
-constexpr unsigned int theUserPrecincts = 1; // bits of Scod and Scoc
-constexpr unsigned int theSopBit = 2;
-constexpr unsigned int theEphBit = 4;
-constexpr unsigned int theBlockAnchorBits = 0x18;
-constexpr unsigned int theHighThroughputBit = 0x40; // of the code-block style
+constexpr unsigned int kUserPrecincts = 1; // bits of Scod and Scoc
+constexpr unsigned int kSopBit = 2;
+constexpr unsigned int kEphBit = 4;
+constexpr unsigned int kBlockAnchorBits = 0x18;
+constexpr unsigned int kHighThroughputBit = 0x40; // of the code-block style
 
 std::uint8_t TakeBlockSize(SegmentCursor& theCursor)
 {
-    constexpr unsigned int theLargest = 8;
+    constexpr unsigned int kLargest = 8;
     const unsigned int aValue = theCursor.TakeByte();
-    if (aValue > theLargest)
+    if (aValue > kLargest)
     {
         theCursor.Error("a code-block is wider or higher than 1024");
     }
@@ -30,13 +30,13 @@ std::uint8_t TakeBlockSize(SegmentCursor& theCursor)
 
 std::uint8_t TakeBlockStyle(SegmentCursor& theCursor)
 {
-    constexpr unsigned int theKnownBits = 0x3F;
+    constexpr unsigned int kKnownBits = 0x3F;
     const std::uint8_t aStyle = theCursor.TakeByte();
-    if ((aStyle & theHighThroughputBit) != 0)
+    if ((aStyle & kHighThroughputBit) != 0)
     {
         theCursor.Error("code-blocks of ISO/IEC 15444-15 (high-throughput JPEG 2000) are not supported");
     }
-    if ((aStyle & ~theKnownBits) != 0)
+    if ((aStyle & ~kKnownBits) != 0)
     {
         theCursor.Error("unknown code-block style");
     }
@@ -45,8 +45,8 @@ std::uint8_t TakeBlockStyle(SegmentCursor& theCursor)
 
 void TakePrecincts(SegmentCursor& theCursor, bool theAreGiven, CodingStyle& theStyle)
 {
-    constexpr std::uint8_t theLargest = 0xFF;
-    theStyle.itsPrecinctSizes.fill(theLargest);
+    constexpr std::uint8_t kLargest = 0xFF;
+    theStyle.itsPrecinctSizes.fill(kLargest);
     if (!theAreGiven)
     {
         return;
@@ -66,7 +66,7 @@ CodingStyle TakeStyle(SegmentCursor& theCursor, bool theHasPrecincts)
 {
     CodingStyle aStyle;
     aStyle.itsLevels = theCursor.TakeByte();
-    if (aStyle.itsLevels > theMaxLevels)
+    if (aStyle.itsLevels > kMaxLevels)
     {
         theCursor.Error("more than 32 decomposition levels");
     }
@@ -100,7 +100,7 @@ Quantization TakeQuantization(SegmentCursor& theCursor, std::uint64_t theOffset)
     }
     aResult.itsStyle = static_cast<QuantizationStyle>(aStyle & 31);
     const bool anIsByte = aResult.itsStyle == QuantizationStyle::None;
-    const std::size_t aMost = aResult.itsStyle == QuantizationStyle::Derived ? 1 : theMaxSubbands;
+    const std::size_t aMost = aResult.itsStyle == QuantizationStyle::Derived ? 1 : kMaxSubbands;
     while (theCursor.GetRest().size() >= (anIsByte ? 1 : 2) && aResult.itsSteps.size() < aMost)
     {
         const unsigned int aStep = anIsByte ? (theCursor.TakeByte() >> 3) << 11 : theCursor.TakeWord();
@@ -164,7 +164,7 @@ bool CodingSegmentReader::TakeComponent(SegmentCursor& theCursor, std::uint16_t&
     {
         return true;
     }
-    theCursor.Departure("there is no component " + std::to_string(theComponent));
+    theCursor.NonConformance("there is no component " + std::to_string(theComponent));
     return false;
 }
 
@@ -172,20 +172,20 @@ void CodingSegmentReader::ReadCod(SegmentCursor& theCursor, CodingSegments& theS
 {
     if (theSegments.itsStyle)
     {
-        theCursor.Departure("a second one in the same header");
+        theCursor.NonConformance("a second one in the same header");
     }
     const unsigned int aScod = theCursor.TakeByte();
     const unsigned int anOrder = theCursor.TakeByte();
     ProgressionStyle aStyle;
     aStyle.itsLayers = theCursor.TakeWord();
     const unsigned int aTransform = theCursor.TakeByte();
-    if ((aScod & theBlockAnchorBits) != 0)
+    if ((aScod & kBlockAnchorBits) != 0)
     {
         theCursor.Error("code-block anchors of ISO/IEC 15444-2 (extensions) are not supported");
     }
-    if (aScod > (theUserPrecincts | theSopBit | theEphBit))
+    if (aScod > (kUserPrecincts | kSopBit | kEphBit))
     {
-        theCursor.Departure("unknown bits in the coding style");
+        theCursor.NonConformance("unknown bits in the coding style");
     }
     if (anOrder > static_cast<unsigned int>(ProgressionOrder::CPRL))
     {
@@ -201,13 +201,13 @@ void CodingSegmentReader::ReadCod(SegmentCursor& theCursor, CodingSegments& theS
     }
     if (aTransform == 1 && itsComponents < 3)
     {
-        theCursor.Departure("a component transform over fewer than three components");
+        theCursor.NonConformance("a component transform over fewer than three components");
     }
     aStyle.itsOrder = static_cast<ProgressionOrder>(anOrder);
     aStyle.itsComponentTransform = aTransform == 1 && itsComponents >= 3;
-    aStyle.itsMayHaveSOP = (aScod & theSopBit) != 0;
-    aStyle.itsHasEPH = (aScod & theEphBit) != 0;
-    theSegments.itsStyle = TakeStyle(theCursor, (aScod & theUserPrecincts) != 0);
+    aStyle.itsMayHaveSOP = (aScod & kSopBit) != 0;
+    aStyle.itsHasEPH = (aScod & kEphBit) != 0;
+    theSegments.itsStyle = TakeStyle(theCursor, (aScod & kUserPrecincts) != 0);
     theSegments.itsProgressionStyle = aStyle;
     theCursor.ExpectEnd();
 }
@@ -220,18 +220,18 @@ void CodingSegmentReader::ReadCoc(SegmentCursor& theCursor, CodingSegments& theS
         return;
     }
     const unsigned int aScoc = theCursor.TakeByte();
-    if ((aScoc & theBlockAnchorBits) != 0)
+    if ((aScoc & kBlockAnchorBits) != 0)
     {
         theCursor.Error("code-block anchors of ISO/IEC 15444-2 (extensions) are not supported");
     }
-    if (aScoc > theUserPrecincts)
+    if (aScoc > kUserPrecincts)
     {
-        theCursor.Departure("unknown bits in the coding style");
+        theCursor.NonConformance("unknown bits in the coding style");
     }
-    const CodingStyle aStyle = TakeStyle(theCursor, (aScoc & theUserPrecincts) != 0);
+    const CodingStyle aStyle = TakeStyle(theCursor, (aScoc & kUserPrecincts) != 0);
     if (!theSegments.itsComponentStyles.insert_or_assign(aComponent, aStyle).second)
     {
-        theCursor.Departure("a second one for the same component");
+        theCursor.NonConformance("a second one for the same component");
     }
     theCursor.ExpectEnd();
 }
@@ -241,7 +241,7 @@ void CodingSegmentReader::ReadQcd(SegmentCursor& theCursor, std::uint64_t theOff
 {
     if (theSegments.itsQuantization)
     {
-        theCursor.Departure("a second one in the same header");
+        theCursor.NonConformance("a second one in the same header");
     }
     theSegments.itsQuantization = TakeQuantization(theCursor, theOffset);
     theCursor.ExpectEnd();
@@ -258,7 +258,7 @@ void CodingSegmentReader::ReadQcc(SegmentCursor& theCursor, std::uint64_t theOff
     Quantization aQuantization = TakeQuantization(theCursor, theOffset);
     if (!theSegments.itsComponentQuantizations.insert_or_assign(aComponent, std::move(aQuantization)).second)
     {
-        theCursor.Departure("a second one for the same component");
+        theCursor.NonConformance("a second one for the same component");
     }
     theCursor.ExpectEnd();
 }
@@ -278,7 +278,7 @@ void CodingSegmentReader::ReadRgn(SegmentCursor& theCursor, CodingSegments& theS
     const std::uint8_t aShift = theCursor.TakeByte();
     if (!theSegments.itsRoiShifts.insert_or_assign(aComponent, aShift).second)
     {
-        theCursor.Departure("a second one for the same component");
+        theCursor.NonConformance("a second one for the same component");
     }
     theCursor.ExpectEnd();
 }
@@ -304,15 +304,15 @@ void CodingSegmentReader::ReadPoc(SegmentCursor& theCursor, CodingSegments& theS
             theCursor.Error("unknown progression order " + std::to_string(anOrder));
         }
         aProgression.itsOrder = static_cast<ProgressionOrder>(anOrder);
-        if (aProgression.itsEndResolution > theMaxLevels + 1)
+        if (aProgression.itsEndResolution > kMaxLevels + 1)
         {
-            theCursor.Departure("a progression ends behind resolution 33");
-            aProgression.itsEndResolution = theMaxLevels + 1;
+            theCursor.NonConformance("a progression ends behind resolution 33");
+            aProgression.itsEndResolution = kMaxLevels + 1;
         }
         if (aProgression.itsFirstResolution >= aProgression.itsEndResolution ||
             aProgression.itsFirstComponent >= aProgression.itsEndComponent || aProgression.itsEndLayer == 0)
         {
-            theCursor.Departure("a progression without any packet");
+            theCursor.NonConformance("a progression without any packet");
             continue;
         }
         theSegments.itsProgressions.push_back(aProgression);

@@ -20,7 +20,7 @@ struct CodingStyle
     std::uint8_t itsLog2BlockHeight = 6;
     std::uint8_t itsBlockStyle = 0;
     bool itsReversible = true;
-    std::array<std::uint8_t, theMaxLevels + 1> itsPrecinctSizes{};
+    std::array<std::uint8_t, kMaxLevels + 1> itsPrecinctSizes{};
 };
 
 /// The part of COD that concerns all components (T.800 table A.14).
@@ -39,7 +39,7 @@ struct Quantization
     std::uint64_t itsOffset = 0; ///< of the marker
     QuantizationStyle itsStyle = QuantizationStyle::None;
     std::uint8_t itsGuardBits = 0;
-    /// As ComponentCoding has them; not more than theMaxSubbands.
+    /// As ComponentCoding has them; not more than kMaxSubbands.
     std::vector<std::uint16_t> itsSteps;
 };
 

@@ -7,7 +7,7 @@ namespace j2k
 {
 
 FewestLevels::FewestLevels(const TileCoding& theMain, std::uint32_t theTiles)
-    : itsFewestOfMain(theMaxLevels), itsComponents(theMain.itsComponents.size()), itsTilesOnMain(theTiles)
+    : itsFewestOfMain(kMaxLevels), itsComponents(theMain.itsComponents.size()), itsTilesOnMain(theTiles)
 {
     for (const ComponentCoding& aComponent : theMain.itsComponents)
     {

@@ -23,7 +23,7 @@ public:
 
 private:
     unsigned int itsFewestOfMain = 0;
-    unsigned int itsFewestOfTiles = theMaxLevels;
+    unsigned int itsFewestOfTiles = kMaxLevels;
     std::size_t itsComponents = 0;
     std::uint32_t itsTilesOnMain =
         0; ///< tiles that have, or may have, a component coded as the main header says

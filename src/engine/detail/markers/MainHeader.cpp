@@ -54,8 +54,8 @@ private:
     /// SOC and SIZ stand at the beginning, and nowhere else.
     void ExpectStart()
     {
-        constexpr std::size_t theStartBytes = 6; // SOC, SIZ and its length
-        itsReader.GetBytes().Fetch(theStartBytes);
+        constexpr std::size_t kStartBytes = 6; // SOC, SIZ and its length
+        itsReader.GetBytes().Fetch(kStartBytes);
         if (TakeMarker() != Marker::SOC)
         {
             itsReports.Error("SOC: the codestream does not begin with it", 0);

@@ -10,7 +10,7 @@ namespace j2k
 namespace
 {
 
-constexpr std::array<std::pair<Marker, const char*>, 22> theNames{
+constexpr std::array<std::pair<Marker, const char*>, 22> kNames{
     {{Marker::SOC, "SOC"}, {Marker::CAP, "CAP"}, {Marker::SIZ, "SIZ"}, {Marker::COD, "COD"},
      {Marker::COC, "COC"}, {Marker::TLM, "TLM"}, {Marker::PRF, "PRF"}, {Marker::PLM, "PLM"},
      {Marker::PLT, "PLT"}, {Marker::QCD, "QCD"}, {Marker::QCC, "QCC"}, {Marker::RGN, "RGN"},
@@ -20,7 +20,7 @@ constexpr std::array<std::pair<Marker, const char*>, 22> theNames{
 
 const char* FindName(Marker theMarker)
 {
-    for (const auto& [aMarker, aName] : theNames)
+    for (const auto& [aMarker, aName] : kNames)
     {
         if (aMarker == theMarker)
         {
@@ -43,11 +43,11 @@ std::string GetMarkerName(Marker theMarker)
     {
         return aName;
     }
-    constexpr const char* theDigits = "0123456789ABCDEF";
+    constexpr const char* kDigits = "0123456789ABCDEF";
     std::string aResult = "Marker 0x";
     for (int aShift = 12; aShift >= 0; aShift -= 4)
     {
-        aResult += theDigits[(static_cast<unsigned int>(theMarker) >> aShift) & 15];
+        aResult += kDigits[(static_cast<unsigned int>(theMarker) >> aShift) & 15];
     }
     return aResult;
 }

@@ -6,8 +6,8 @@ namespace j2k
 
 namespace
 {
-constexpr std::size_t theMarkerBytes = 2;
-constexpr std::size_t theLengthBytes = 2;
+constexpr std::size_t kMarkerBytes = 2;
+constexpr std::size_t kLengthBytes = 2;
 
 unsigned int GetWord(std::span<const std::uint8_t> theBytes)
 {
@@ -18,32 +18,32 @@ unsigned int GetWord(std::span<const std::uint8_t> theBytes)
 
 bool MarkerReader::ReadMarker(Marker& theMarker)
 {
-    if (!itsBytes.Fetch(theMarkerBytes))
+    if (!itsBytes.Fetch(kMarkerBytes))
     {
         return false;
     }
     theMarker = static_cast<Marker>(GetWord(itsBytes.GetAvailable()));
-    itsBytes.Skip(theMarkerBytes);
+    itsBytes.Skip(kMarkerBytes);
     return true;
 }
 
 bool MarkerReader::ReadSegment(Marker theMarker, MarkerSegment& theSegment)
 {
     theSegment.itsMarker = theMarker;
-    theSegment.itsOffset = itsBytes.GetOffset() - theMarkerBytes;
-    if (!itsBytes.Fetch(theLengthBytes))
+    theSegment.itsOffset = itsBytes.GetOffset() - kMarkerBytes;
+    if (!itsBytes.Fetch(kLengthBytes))
     {
         return false;
     }
     const std::size_t aLength = GetWord(itsBytes.GetAvailable());
-    if (aLength < theLengthBytes)
+    if (aLength < kLengthBytes)
     {
         itsReports.Error(GetMarkerName(theMarker) + ": the length is below 2", theSegment.itsOffset);
     }
-    itsBytes.Skip(theLengthBytes);
-    const std::size_t aBodyLength = aLength - theLengthBytes;
+    itsBytes.Skip(kLengthBytes);
+    const std::size_t aBodyLength = aLength - kLengthBytes;
     // Another marker follows every segment, at least EOC: it is fetched together with the body.
-    itsBytes.Fetch(aBodyLength + theMarkerBytes);
+    itsBytes.Fetch(aBodyLength + kMarkerBytes);
     if (itsBytes.GetAvailable().size() < aBodyLength)
     {
         return false;

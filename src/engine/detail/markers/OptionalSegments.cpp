@@ -71,16 +71,17 @@ void CheckOptionalSegment(const MarkerSegment& theSegment, HeaderKind theHeader,
     }
     if (!IsKnownMarker(theSegment.itsMarker))
     {
-        aCursor.Departure("unknown marker");
+        aCursor.NonConformance("unknown marker");
     }
     else if (!BelongsInto(theSegment.itsMarker, theHeader))
     {
-        aCursor.Departure(theHeader == HeaderKind::Main ? "does not belong into the main header"
-                                                        : "does not belong into this tile-part's header");
+        aCursor.NonConformance(theHeader == HeaderKind::Main
+                                   ? "does not belong into the main header"
+                                   : "does not belong into this tile-part's header");
     }
     else if (!HasRightLength(theSegment, theComponents))
     {
-        aCursor.Departure("wrong length of the marker segment");
+        aCursor.NonConformance("wrong length of the marker segment");
     }
 }
 

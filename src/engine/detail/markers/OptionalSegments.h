@@ -17,8 +17,8 @@ enum class HeaderKind
 };
 
 /// Judges a marker segment that decoding does without: TLM, PLM, PLT, CRG, COM, PRF, unknown ones, and ones
-/// that do not belong into this header. A wrong length or a wrong place is a departure; one that announces
-/// coding that this engine does not decode is an error.
+/// that do not belong into this header. A wrong length or a wrong place is a non-conformance; one that
+/// announces coding that this engine does not decode is an error.
 void CheckOptionalSegment(const MarkerSegment& theSegment, HeaderKind theHeader, std::size_t theComponents,
                           Reports& theReports);
 

@@ -35,9 +35,9 @@ std::vector<std::uint8_t> PackedHeaders::Join(Reports& theReports) const
     {
         if (aLast != nullptr && aLast->itsIndex == aPiece->itsIndex)
         {
-            theReports.Departure("Packed packet headers: the index " + std::to_string(aPiece->itsIndex) +
-                                     " is used twice",
-                                 aPiece->itsOffset);
+            theReports.NonConformance("Packed packet headers: the index " + std::to_string(aPiece->itsIndex) +
+                                          " is used twice",
+                                      aPiece->itsOffset);
         }
         aResult.insert(aResult.end(), aPiece->itsBytes.begin(), aPiece->itsBytes.end());
         aLast = aPiece;
@@ -48,26 +48,26 @@ std::vector<std::uint8_t> PackedHeaders::Join(Reports& theReports) const
 std::span<const std::uint8_t> MainPackedHeaders::TakeNext(std::uint64_t theTilePartOffset,
                                                           Reports& theReports)
 {
-    constexpr std::size_t theLengthBytes = 4;
+    constexpr std::size_t kLengthBytes = 4;
     const auto aRest = std::span<const std::uint8_t>(itsBytes).subspan(itsPosition);
-    if (aRest.size() < theLengthBytes)
+    if (aRest.size() < kLengthBytes)
     {
-        theReports.Departure("PPM: no packet headers for a tile-part", theTilePartOffset);
+        theReports.NonConformance("PPM: no packet headers for a tile-part", theTilePartOffset);
         itsPosition = itsBytes.size();
         return {};
     }
     std::size_t aLength = 0;
-    for (const std::uint8_t aByte : aRest.first(theLengthBytes))
+    for (const std::uint8_t aByte : aRest.first(kLengthBytes))
     {
         aLength = (aLength << 8) | aByte;
     }
-    if (aLength > aRest.size() - theLengthBytes)
+    if (aLength > aRest.size() - kLengthBytes)
     {
-        theReports.Departure("PPM: the packet headers of a tile-part are cut short", theTilePartOffset);
-        aLength = aRest.size() - theLengthBytes;
+        theReports.NonConformance("PPM: the packet headers of a tile-part are cut short", theTilePartOffset);
+        aLength = aRest.size() - kLengthBytes;
     }
-    itsPosition += theLengthBytes + aLength;
-    return aRest.subspan(theLengthBytes, aLength);
+    itsPosition += kLengthBytes + aLength;
+    return aRest.subspan(kLengthBytes, aLength);
 }
 
 } // namespace j2k

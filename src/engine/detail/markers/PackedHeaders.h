@@ -21,8 +21,8 @@ public:
     /// Takes over a copy of one marker segment.
     void Add(const MarkerSegment& theSegment, Reports& theReports);
 
-    /// The contents of all, in order. Two with the same index are a departure and stay in the order in which
-    /// they came.
+    /// The contents of all, in order. Two with the same index are a non-conformance and stay in the order in
+    /// which they came.
     std::vector<std::uint8_t> Join(Reports& theReports) const;
 
 private:
@@ -50,7 +50,8 @@ public:
     /// Whether there was any PPM.
     bool IsUsed() const { return itsIsUsed; }
 
-    /// Packet headers of the next tile-part; valid while this object lives. What is missing is a departure.
+    /// Packet headers of the next tile-part; valid while this object lives. What is missing is a
+    /// non-conformance.
     std::span<const std::uint8_t> TakeNext(std::uint64_t theTilePartOffset, Reports& theReports);
 
 private:

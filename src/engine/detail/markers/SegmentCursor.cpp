@@ -24,16 +24,16 @@ void SegmentCursor::Error(const std::string& theText) const
     itsReports.Error(GetMarkerName(itsSegment.itsMarker) + ": " + theText, itsSegment.itsOffset);
 }
 
-void SegmentCursor::Departure(const std::string& theText) const
+void SegmentCursor::NonConformance(const std::string& theText) const
 {
-    itsReports.Departure(GetMarkerName(itsSegment.itsMarker) + ": " + theText, itsSegment.itsOffset);
+    itsReports.NonConformance(GetMarkerName(itsSegment.itsMarker) + ": " + theText, itsSegment.itsOffset);
 }
 
 void SegmentCursor::ExpectEnd() const
 {
     if (!itsRest.empty())
     {
-        Departure("the marker segment is longer than its contents");
+        NonConformance("the marker segment is longer than its contents");
     }
 }
 

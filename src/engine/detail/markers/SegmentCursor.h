@@ -34,9 +34,9 @@ public:
 
     /// Reports beginning with the marker's name, at its offset.
     [[noreturn]] void Error(const std::string& theText) const;
-    void Departure(const std::string& theText) const;
+    void NonConformance(const std::string& theText) const;
 
-    /// A departure unless everything was taken.
+    /// A non-conformance unless everything was taken.
     void ExpectEnd() const;
 
 private:

@@ -9,23 +9,23 @@ namespace j2k
 namespace
 {
 
-constexpr unsigned int theRsizPart2 = 0x8000;
-constexpr unsigned int theRsizPart15 = 0x4000;
-constexpr std::uint32_t theLargestPosition = 0x7FFFFFFF;
-constexpr unsigned int theLargestDepth = 38;
-constexpr std::size_t theMostComponents = 16384;
-constexpr std::uint64_t theMostTiles = 65535;
+constexpr unsigned int kRsizPart2 = 0x8000;
+constexpr unsigned int kRsizPart15 = 0x4000;
+constexpr std::uint32_t kLargestPosition = 0x7FFFFFFF;
+constexpr unsigned int kLargestDepth = 38;
+constexpr std::size_t kMostComponents = 16384;
+constexpr std::uint64_t kMostTiles = 65535;
 
 void CheckCapabilities(const ImageSize& theImage, const SegmentCursor& theCursor)
 {
-    if ((theImage.itsCapabilities & theRsizPart15) != 0)
+    if ((theImage.itsCapabilities & kRsizPart15) != 0)
     {
         theCursor.Error(
             "the codestream needs ISO/IEC 15444-15 (high-throughput JPEG 2000), which is not supported");
     }
-    if ((theImage.itsCapabilities & theRsizPart2) != 0)
+    if ((theImage.itsCapabilities & kRsizPart2) != 0)
     {
-        theCursor.Departure("the codestream announces extensions of ISO/IEC 15444-2");
+        theCursor.NonConformance("the codestream announces extensions of ISO/IEC 15444-2");
     }
 }
 
@@ -36,7 +36,7 @@ void CheckArea(const ImageSize& theImage, const SegmentCursor& theCursor)
     {
         theCursor.Error("the image area is empty");
     }
-    if (anArea.itsX1 > theLargestPosition || anArea.itsY1 > theLargestPosition)
+    if (anArea.itsX1 > kLargestPosition || anArea.itsY1 > kLargestPosition)
     {
         theCursor.Error("positions of 2147483648 and above on the reference grid are not supported");
     }
@@ -58,7 +58,7 @@ void SetTileCounts(ImageSize& theImage, const SegmentCursor& theCursor)
         CeilDiv(theImage.itsImage.itsX1 - theImage.itsTileOriginX, theImage.itsTileWidth);
     const std::uint64_t aDown =
         CeilDiv(theImage.itsImage.itsY1 - theImage.itsTileOriginY, theImage.itsTileHeight);
-    if (anAcross * aDown > theMostTiles)
+    if (anAcross * aDown > kMostTiles)
     {
         theCursor.Error("more than 65535 tiles");
     }
@@ -68,14 +68,14 @@ void SetTileCounts(ImageSize& theImage, const SegmentCursor& theCursor)
 
 ComponentSize TakeComponentSize(SegmentCursor& theCursor)
 {
-    constexpr unsigned int theSignBit = 0x80;
+    constexpr unsigned int kSignBit = 0x80;
     const unsigned int aSsiz = theCursor.TakeByte();
     ComponentSize aResult;
-    aResult.itsDepth = static_cast<std::uint8_t>((aSsiz & ~theSignBit) + 1);
-    aResult.itsSigned = (aSsiz & theSignBit) != 0;
+    aResult.itsDepth = static_cast<std::uint8_t>((aSsiz & ~kSignBit) + 1);
+    aResult.itsSigned = (aSsiz & kSignBit) != 0;
     aResult.itsXRsiz = theCursor.TakeByte();
     aResult.itsYRsiz = theCursor.TakeByte();
-    if (aResult.itsDepth > theLargestDepth)
+    if (aResult.itsDepth > kLargestDepth)
     {
         theCursor.Error("a component has more than 38 bits");
     }
@@ -105,7 +105,7 @@ ImageSize ReadSiz(const MarkerSegment& theSegment, Reports& theReports)
     CheckArea(anImage, aCursor);
     SetTileCounts(anImage, aCursor);
     const std::size_t aCount = aCursor.TakeWord();
-    if (aCount == 0 || aCount > theMostComponents)
+    if (aCount == 0 || aCount > kMostComponents)
     {
         aCursor.Error("the number of components is not between 1 and 16384");
     }

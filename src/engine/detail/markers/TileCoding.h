@@ -30,8 +30,8 @@ enum CodeBlockStyle : std::uint8_t
 };
 
 /// Decomposition levels the standard allows.
-constexpr unsigned int theMaxLevels = 32;
-constexpr unsigned int theMaxSubbands = 3 * theMaxLevels + 1;
+constexpr unsigned int kMaxLevels = 32;
+constexpr unsigned int kMaxSubbands = 3 * kMaxLevels + 1;
 
 /// Quantization styles (T.800 table A.28).
 enum class QuantizationStyle : std::uint8_t
@@ -51,14 +51,14 @@ struct ComponentCoding
     std::uint8_t itsBlockStyle = 0; ///< CodeBlockStyle bits
     bool itsReversible = true;      ///< 5/3; otherwise 9/7
     /// PPx (low nibble) and PPy (high nibble) for each resolution from 0 to itsLevels; 0xFF each by default.
-    std::array<std::uint8_t, theMaxLevels + 1> itsPrecinctSizes{};
+    std::array<std::uint8_t, kMaxLevels + 1> itsPrecinctSizes{};
 
     QuantizationStyle itsQuantization = QuantizationStyle::None;
     std::uint8_t itsGuardBits = 0; ///< 0 to 7
     /// For each subband in the order LL, then HL, LH, HH of every resolution upwards: the exponent in the
     /// upper five bits, the mantissa in the lower eleven (0 without quantization). Derived steps are filled
     /// in. A codestream that gives fewer than its levels need is an error.
-    std::array<std::uint16_t, theMaxSubbands> itsSteps{};
+    std::array<std::uint16_t, kMaxSubbands> itsSteps{};
 
     std::uint8_t itsRoiShift = 0; ///< RGN, 0 without a region of interest
 };
@@ -68,7 +68,7 @@ struct Progression
 {
     ProgressionOrder itsOrder = ProgressionOrder::LRCP;
     std::uint8_t itsFirstResolution = 0;
-    std::uint8_t itsEndResolution = theMaxLevels + 1; ///< exclusive
+    std::uint8_t itsEndResolution = kMaxLevels + 1; ///< exclusive
     std::uint16_t itsFirstComponent = 0;
     std::uint16_t itsEndComponent = 16384; ///< exclusive
     std::uint16_t itsEndLayer = 65535;     ///< exclusive

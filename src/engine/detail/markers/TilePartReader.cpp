@@ -15,7 +15,7 @@ namespace j2k
 namespace
 {
 
-constexpr std::size_t theMarkerBytes = 2;
+constexpr std::size_t kMarkerBytes = 2;
 
 bool EndsWithEoc(const std::vector<BodyChunk>& theBody, std::size_t theFirst)
 {
@@ -27,7 +27,7 @@ bool EndsWithEoc(const std::vector<BodyChunk>& theBody, std::size_t theFirst)
     return someBytes.size() >= 2 && someBytes[someBytes.size() - 2] == 0xFF && someBytes.back() == 0xD9;
 }
 
-std::array<std::uint8_t, theMarkerBytes> ToBytes(Marker theMarker)
+std::array<std::uint8_t, kMarkerBytes> ToBytes(Marker theMarker)
 {
     const auto aCode = static_cast<unsigned int>(theMarker);
     return {static_cast<std::uint8_t>(aCode >> 8), static_cast<std::uint8_t>(aCode & 0xFF)};
@@ -50,20 +50,20 @@ void TilePartReader::ReadFirstStart()
 
 bool TilePartReader::ReadStart()
 {
-    constexpr std::size_t theSegmentBytes = 10;
+    constexpr std::size_t kSegmentBytes = 10;
     MarkerSegment aSegment;
     aSegment.itsMarker = Marker::SOT;
     ByteReader& someBytes = itsReader.GetBytes();
-    aSegment.itsOffset = someBytes.GetOffset() - theMarkerBytes;
+    aSegment.itsOffset = someBytes.GetOffset() - kMarkerBytes;
     // SOD, or another marker, follows in any case.
-    someBytes.Fetch(theSegmentBytes + theMarkerBytes);
-    if (someBytes.GetAvailable().size() < theSegmentBytes)
+    someBytes.Fetch(kSegmentBytes + kMarkerBytes);
+    if (someBytes.GetAvailable().size() < kSegmentBytes)
     {
         return false;
     }
-    aSegment.itsBody = someBytes.GetAvailable().first(theSegmentBytes);
+    aSegment.itsBody = someBytes.GetAvailable().first(kSegmentBytes);
     SegmentCursor aCursor(aSegment, itsReports);
-    if (aCursor.TakeWord() != theSegmentBytes)
+    if (aCursor.TakeWord() != kSegmentBytes)
     {
         aCursor.Error("the length is not 10");
     }
@@ -73,7 +73,7 @@ bool TilePartReader::ReadStart()
     aStart.itsLength = aCursor.TakeLong();
     aStart.itsPart = aCursor.TakeByte();
     aStart.itsParts = aCursor.TakeByte();
-    someBytes.Skip(theSegmentBytes);
+    someBytes.Skip(kSegmentBytes);
     itsNext = aStart;
     return true;
 }
@@ -106,20 +106,20 @@ void TilePartReader::CheckNumbers(const TilePartStart& theStart, CollectedTile& 
     const std::string aTile = "SOT: tile " + std::to_string(theStart.itsTile);
     if (theStart.itsPart != theTile.itsTileParts)
     {
-        itsReports.Departure(aTile + " has a tile-part numbered " + std::to_string(theStart.itsPart) +
-                                 " in the place of " + std::to_string(theTile.itsTileParts),
-                             theStart.itsOffset);
+        itsReports.NonConformance(aTile + " has a tile-part numbered " + std::to_string(theStart.itsPart) +
+                                      " in the place of " + std::to_string(theTile.itsTileParts),
+                                  theStart.itsOffset);
     }
     if (theStart.itsParts > 0 && theTile.itsExpectedParts > 0 &&
         theStart.itsParts != theTile.itsExpectedParts)
     {
-        itsReports.Departure(aTile + " has two different numbers of tile-parts", theStart.itsOffset);
+        itsReports.NonConformance(aTile + " has two different numbers of tile-parts", theStart.itsOffset);
     }
     theTile.itsExpectedParts = std::max(theTile.itsExpectedParts, theStart.itsParts);
     const std::uint32_t aLeast = std::max(theStart.itsPart, theTile.itsTileParts) + 1;
     if (theTile.itsExpectedParts > 0 && theTile.itsExpectedParts < aLeast)
     {
-        itsReports.Departure(aTile + " has more tile-parts than announced", theStart.itsOffset);
+        itsReports.NonConformance(aTile + " has more tile-parts than announced", theStart.itsOffset);
         theTile.itsExpectedParts = aLeast;
     }
 }
@@ -130,14 +130,14 @@ TilePartReader::HeaderEnd TilePartReader::ReadHeader(CollectedTile& theTile, Pac
     Marker aMarker = Marker::SOD;
     while (itsReader.ReadMarker(aMarker))
     {
-        const std::uint64_t anOffset = someBytes.GetOffset() - theMarkerBytes;
+        const std::uint64_t anOffset = someBytes.GetOffset() - kMarkerBytes;
         if (aMarker == Marker::SOD)
         {
             return HeaderEnd::Body;
         }
         if (aMarker == Marker::SOT || aMarker == Marker::EOC)
         {
-            itsReports.Departure("SOD: missing in a tile-part's header", anOffset);
+            itsReports.NonConformance("SOD: missing in a tile-part's header", anOffset);
             someBytes.PutBack(ToBytes(aMarker));
             return HeaderEnd::NextMarker;
         }
@@ -156,7 +156,7 @@ TilePartReader::HeaderEnd TilePartReader::ReadHeader(CollectedTile& theTile, Pac
         }
         ReadHeaderSegment(aSegment, theTile, thePacked);
     }
-    itsReports.Departure("The codestream ends inside a tile-part's header", someBytes.GetOffset());
+    itsReports.NonConformance("The codestream ends inside a tile-part's header", someBytes.GetOffset());
     return HeaderEnd::Truncated;
 }
 
@@ -204,7 +204,7 @@ void TilePartReader::ReadBody(const TilePartStart& theStart, CollectedTile& theT
     const bool aHasLength = theStart.itsLength != 0;
     if (aHasLength && theStart.itsLength < aHeaderBytes)
     {
-        itsReports.Departure("SOT: the length ends inside the tile-part's header", theStart.itsOffset);
+        itsReports.NonConformance("SOT: the length ends inside the tile-part's header", theStart.itsOffset);
         itsLengthsAreWrong = true;
     }
     if (aHasLength && !itsLengthsAreWrong)
@@ -215,7 +215,8 @@ void TilePartReader::ReadBody(const TilePartStart& theStart, CollectedTile& theT
     ReadOpenBody(true, theTile);
     if (!aHasLength && itsNext)
     {
-        itsReports.Departure("SOT: a tile-part without a length is not the last one", theStart.itsOffset);
+        itsReports.NonConformance("SOT: a tile-part without a length is not the last one",
+                                  theStart.itsOffset);
     }
 }
 
@@ -231,11 +232,11 @@ void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_
     const bool anIsTooLong = itsBodyReader.CutAtMarker(theTile.itsBody, aFirstChunk);
     if (!anIsTooLong && !anIsComplete)
     {
-        itsReports.Departure("The codestream ends inside a tile-part", itsReader.GetBytes().GetOffset());
+        itsReports.NonConformance("The codestream ends inside a tile-part", itsReader.GetBytes().GetOffset());
         theTile.itsIsCutShort = true;
         return;
     }
-    itsReports.Departure("SOT: the tile-part does not end where its length says", theStart.itsOffset);
+    itsReports.NonConformance("SOT: the tile-part does not end where its length says", theStart.itsOffset);
     // Another length that leads astray would have the same bytes read over and over.
     itsLengthsAreWrong = true;
     if (anIsTooLong)
@@ -261,14 +262,14 @@ bool TilePartReader::TakeNextMarker()
     Marker aMarker = Marker::EOC;
     if (!itsReader.ReadMarker(aMarker))
     {
-        itsReports.Departure("EOC: missing at the end of the codestream", someBytes.GetOffset());
+        itsReports.NonConformance("EOC: missing at the end of the codestream", someBytes.GetOffset());
         return true;
     }
     if (aMarker == Marker::SOT)
     {
         if (!ReadStart())
         {
-            itsReports.Departure("The codestream ends inside SOT", someBytes.GetOffset());
+            itsReports.NonConformance("The codestream ends inside SOT", someBytes.GetOffset());
         }
         return true;
     }

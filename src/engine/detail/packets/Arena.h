@@ -21,8 +21,8 @@ public:
     Record* Allocate(std::size_t theCount)
     {
         static_assert(std::is_trivially_copyable_v<Record> && std::is_trivially_destructible_v<Record>);
-        static_assert(alignof(Record) <= theAlignment);
-        if (theCount > (~std::size_t(0) - theAlignment) / sizeof(Record))
+        static_assert(alignof(Record) <= kAlignment);
+        if (theCount > (~std::size_t(0) - kAlignment) / sizeof(Record))
         {
             throw std::bad_alloc();
         }
@@ -30,13 +30,13 @@ public:
     }
 
 private:
-    static constexpr std::size_t theAlignment = 8;
-    static constexpr std::size_t theSmallestChunk = std::size_t(1) << 12;
-    static constexpr std::size_t theLargestChunk = std::size_t(1) << 18;
+    static constexpr std::size_t kAlignment = 8;
+    static constexpr std::size_t kSmallestChunk = std::size_t(1) << 12;
+    static constexpr std::size_t kLargestChunk = std::size_t(1) << 18;
 
     void* Take(std::size_t theBytes)
     {
-        const std::size_t aNeed = (theBytes + theAlignment - 1) / theAlignment * theAlignment;
+        const std::size_t aNeed = (theBytes + kAlignment - 1) / kAlignment * kAlignment;
         if (aNeed > itsLeft)
         {
             AddChunk(aNeed);
@@ -54,13 +54,13 @@ private:
         itsChunks.push_back(std::make_unique<std::byte[]>(aSize));
         itsNext = itsChunks.back().get();
         itsLeft = aSize;
-        itsChunkSize = std::min(itsChunkSize * 2, theLargestChunk);
+        itsChunkSize = std::min(itsChunkSize * 2, kLargestChunk);
     }
 
     std::vector<std::unique_ptr<std::byte[]>> itsChunks;
     std::byte* itsNext = nullptr;
     std::size_t itsLeft = 0;
-    std::size_t itsChunkSize = theSmallestChunk;
+    std::size_t itsChunkSize = kSmallestChunk;
 };
 
 } // namespace j2k

@@ -7,7 +7,7 @@ namespace j2k
 {
 namespace
 {
-constexpr std::size_t theMargins = CodedSegment::theLead + CodedSegment::theTail;
+constexpr std::size_t kMargins = CodedSegment::kLead + CodedSegment::kTail;
 
 // Lists the segments with their lengths and passes; returns the bytes needed for all of them.
 std::size_t ListSegments(const CodeBlock& theSource, const CodePieces& thePieces,
@@ -21,7 +21,7 @@ std::size_t ListSegments(const CodeBlock& theSource, const CodePieces& thePieces
         if (aPiece.itsStartsSegment || theSegments.empty())
         {
             theSegments.emplace_back();
-            aBytes += theMargins;
+            aBytes += kMargins;
         }
         theSegments.back().itsLength += aPiece.itsLength;
         theSegments.back().itsPasses += aPiece.itsPasses;
@@ -36,12 +36,12 @@ void PlaceSegments(std::vector<CodedSegment>& theSegments, std::uint8_t* theByte
 {
     for (CodedSegment& aSegment : theSegments)
     {
-        std::memset(theBytes, 0, CodedSegment::theLead);
-        theBytes += CodedSegment::theLead;
+        std::memset(theBytes, 0, CodedSegment::kLead);
+        theBytes += CodedSegment::kLead;
         aSegment.itsData = theBytes;
         theBytes += aSegment.itsLength;
-        std::memset(theBytes, 0xFF, CodedSegment::theTail);
-        theBytes += CodedSegment::theTail;
+        std::memset(theBytes, 0xFF, CodedSegment::kTail);
+        theBytes += CodedSegment::kTail;
     }
 }
 } // namespace
@@ -55,13 +55,13 @@ void CollectSegments(const CodeBlock& theSource, const CodePieces& thePieces, co
         theBlock.itsBytes.resize(aBytes + aBytes / 2);
     }
     PlaceSegments(theBlock.itsSegments, theBlock.itsBytes.data());
-    std::uint8_t* aPlace = theBlock.itsBytes.data() + CodedSegment::theLead;
+    std::uint8_t* aPlace = theBlock.itsBytes.data() + CodedSegment::kLead;
     for (std::uint32_t aNumber = theSource.itsFirstPiece; aNumber != 0;)
     {
         const CodePiece& aPiece = thePieces.Get(aNumber);
         if (aPiece.itsStartsSegment && aNumber != theSource.itsFirstPiece)
         {
-            aPlace += theMargins;
+            aPlace += kMargins;
         }
         theBody.Copy(aPiece.itsPosition, aPiece.itsLength, aPlace);
         aPlace += aPiece.itsLength;

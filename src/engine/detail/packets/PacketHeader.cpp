@@ -12,9 +12,9 @@ namespace j2k
 namespace
 {
 // More zero bit-planes than any code-block has bit-planes, so that nonsense ends soon.
-constexpr std::uint32_t theMostZeroPlanes = 512;
+constexpr std::uint32_t kMostZeroPlanes = 512;
 
-constexpr std::uint32_t theFirstLengthBits = 3;
+constexpr std::uint32_t kFirstLengthBits = 3;
 } // namespace
 
 bool PacketHeader::Read(PacketBits& theBits, const PacketPlace& thePlace, std::uint64_t theOffset)
@@ -67,7 +67,7 @@ bool PacketHeader::ReadBand(PrecinctBand& theBand, Subband& theSubband)
                 {
                     continue;
                 }
-                if (!aZeroPlanes.ReadIsBelow(*itsBits, aColumn, aRow, theMostZeroPlanes))
+                if (!aZeroPlanes.ReadIsBelow(*itsBits, aColumn, aRow, kMostZeroPlanes))
                 {
                     return false;
                 }
@@ -118,9 +118,9 @@ void PacketHeader::SetBitPlanes(CodeBlock& theBlock, const Subband& theSubband, 
         static_cast<std::uint8_t>(std::min<std::uint32_t>(aMost - std::min(aMost, theZeroPlanes), 0xFF));
     if (theZeroPlanes >= aMost)
     {
-        itsReports.Departure("Packet header has a code-block with " + std::to_string(theZeroPlanes) +
-                                 " zero bit-planes out of " + std::to_string(aMost),
-                             itsOffset);
+        itsReports.NonConformance("Packet header has a code-block with " + std::to_string(theZeroPlanes) +
+                                      " zero bit-planes out of " + std::to_string(aMost),
+                                  itsOffset);
     }
 }
 
@@ -138,8 +138,8 @@ bool PacketHeader::ReadBlock(CodeBlock& theBlock, Subband& theSubband)
     while (aPasses > 0)
     {
         const std::uint32_t aPart = std::min(aPasses, aSegments.GetPassesToEnd(theBlock.itsPasses));
-        const std::uint32_t aBits = theFirstLengthBits + theBlock.itsLengthBits +
-                                    static_cast<std::uint32_t>(std::bit_width(aPart)) - 1;
+        const std::uint32_t aBits =
+            kFirstLengthBits + theBlock.itsLengthBits + static_cast<std::uint32_t>(std::bit_width(aPart)) - 1;
         if (aBits > 32 || itsBits->HasOverrun())
         {
             return false;

@@ -21,13 +21,13 @@ constexpr std::uint64_t MakeBudget(std::uint64_t theBase, unsigned int theLog2Pe
 /// many tiles.
 std::uint64_t GetFreeBlocks(const Components& theComponents)
 {
-    constexpr std::uint64_t theLeast = std::uint64_t(1) << 18;
-    constexpr std::uint64_t theMost = std::uint64_t(1) << 23;
-    constexpr std::uint64_t theVisits = 8;
-    std::uint64_t aCount = theLeast;
+    constexpr std::uint64_t kLeast = std::uint64_t(1) << 18;
+    constexpr std::uint64_t kMost = std::uint64_t(1) << 23;
+    constexpr std::uint64_t kVisits = 8;
+    std::uint64_t aCount = kLeast;
     for (const std::unique_ptr<TileComponent>& aComponent : theComponents)
     {
-        for (unsigned int aLevel = 0; aLevel <= aComponent->GetLevels() && aCount < theMost; ++aLevel)
+        for (unsigned int aLevel = 0; aLevel <= aComponent->GetLevels() && aCount < kMost; ++aLevel)
         {
             const Resolution& aResolution = aComponent->GetResolution(aLevel);
             for (unsigned int aBand = 0; aBand < aResolution.GetSubbandCount(); ++aBand)
@@ -35,11 +35,11 @@ std::uint64_t GetFreeBlocks(const Components& theComponents)
                 const Subband& aSubband = aResolution.GetSubband(aBand);
                 const std::uint64_t aBlocks =
                     std::uint64_t(aSubband.GetBlockColumns()) * aSubband.GetBlockRows();
-                aCount += theVisits * std::min(aBlocks, theMost);
+                aCount += kVisits * std::min(aBlocks, kMost);
             }
         }
     }
-    return std::min(aCount, theMost);
+    return std::min(aCount, kMost);
 }
 } // namespace
 
@@ -132,7 +132,7 @@ bool PacketReader::ReadResilient(const PacketPlace& thePlace)
             Lose(thePlace);
             return true;
         }
-        aStart += SopFinder::theSegmentSize;
+        aStart += SopFinder::kSegmentSize;
     }
     const Precinct* const aPrecinct = thePlace.itsResolution->FindPrecinct(thePlace.itsPrecinct);
     const bool anIsReadable = aPrecinct == nullptr || !aPrecinct->itsIsDamaged;
@@ -159,7 +159,7 @@ bool PacketReader::ReadResilient(const PacketPlace& thePlace)
 
 bool PacketReader::ReadSop(std::uint16_t& theNumber)
 {
-    std::uint8_t aBytes[SopFinder::theSegmentSize] = {};
+    std::uint8_t aBytes[SopFinder::kSegmentSize] = {};
     if (!itsCursor.Peek(aBytes, 2) || aBytes[0] != 0xFF || aBytes[1] != 0x91)
     {
         return false;
@@ -240,7 +240,7 @@ void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength
         return;
     }
     const std::uint64_t aPosition = itsCursor.GetPosition();
-    if (aBlock.itsBitPlanes > CodedBlock::theMaxBitPlanes)
+    if (aBlock.itsBitPlanes > CodedBlock::kMaxBitPlanes)
     {
         itsReports.Error("Code-block needs more than 30 magnitude bit-planes", itsBody.GetOffset(aPosition));
     }
@@ -300,12 +300,12 @@ void PacketReader::CheckTileParts(std::uint64_t theStart)
 
 void PacketReader::Depart(const char* theText)
 {
-    // In the other modes only the first departure is ever of interest.
+    // In the other modes only the first non-conformance is ever of interest.
     if (!itsHasDeparted || itsReports.GetTolerance() == Tolerance::Fussy)
     {
         itsHasDeparted = true;
-        itsReports.Departure(std::string(theText) + " in tile " + std::to_string(itsData.itsIndex),
-                             itsBody.GetOffset(itsCursor.GetPosition()));
+        itsReports.NonConformance(std::string(theText) + " in tile " + std::to_string(itsData.itsIndex),
+                                  itsBody.GetOffset(itsCursor.GetPosition()));
     }
 }
 

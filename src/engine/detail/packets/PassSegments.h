@@ -13,7 +13,7 @@ namespace j2k
 class PassSegments
 {
 public:
-    static constexpr std::uint32_t theUnlimited = 0xFFFFFFFFU;
+    static constexpr std::uint32_t kUnlimited = 0xFFFFFFFFU;
 
     explicit PassSegments(std::uint8_t theStyle)
         : itsBypass((theStyle & CBS_BYPASS) != 0), itsTerminateAll((theStyle & CBS_TERMINATE_ALL) != 0)
@@ -29,9 +29,9 @@ public:
         }
         if (!itsBypass)
         {
-            return theUnlimited;
+            return kUnlimited;
         }
-        return thePass < theFirstRawPass ? theFirstRawPass - thePass : (IsFirstRaw(thePass) ? 2 : 1);
+        return thePass < kFirstRawPass ? kFirstRawPass - thePass : (IsFirstRaw(thePass) ? 2 : 1);
     }
 
     /// Whether thePass begins a segment.
@@ -41,15 +41,15 @@ public:
         {
             return true;
         }
-        return itsBypass && thePass >= theFirstRawPass && (thePass - theFirstRawPass) % 3 != 1;
+        return itsBypass && thePass >= kFirstRawPass && (thePass - kFirstRawPass) % 3 != 1;
     }
 
 private:
     /// Four bit-planes are arithmetically coded: a clean-up pass and three times three passes.
-    static constexpr std::uint32_t theFirstRawPass = 10;
+    static constexpr std::uint32_t kFirstRawPass = 10;
 
     /// From then on the raw significance and refinement passes are one segment, the clean-up pass the next.
-    static bool IsFirstRaw(std::uint32_t thePass) { return (thePass - theFirstRawPass) % 3 == 0; }
+    static bool IsFirstRaw(std::uint32_t thePass) { return (thePass - kFirstRawPass) % 3 == 0; }
 
     bool itsBypass;
     bool itsTerminateAll;

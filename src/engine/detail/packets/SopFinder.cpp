@@ -14,8 +14,8 @@ std::optional<SopFinder::Segment> SopFinder::Find(std::uint64_t thePosition)
     }
     itsFound.reset();
     itsCursor.Seek(std::max(itsCursor.GetPosition(), thePosition));
-    std::uint8_t aBytes[theSegmentSize];
-    while (itsCursor.SkipTo(0xFF) && itsCursor.Peek(aBytes, theSegmentSize))
+    std::uint8_t aBytes[kSegmentSize];
+    while (itsCursor.SkipTo(0xFF) && itsCursor.Peek(aBytes, kSegmentSize))
     {
         if (aBytes[0] == 0xFF && aBytes[1] == 0x91 && aBytes[2] == 0 && aBytes[3] == 4)
         {

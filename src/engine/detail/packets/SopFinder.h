@@ -14,7 +14,7 @@ namespace j2k
 class SopFinder
 {
 public:
-    static constexpr std::uint64_t theSegmentSize = 6;
+    static constexpr std::uint64_t kSegmentSize = 6;
 
     struct Segment
     {

@@ -23,8 +23,8 @@ std::uint32_t ToSubband(std::uint32_t theValue, unsigned int theLevels, bool the
 
 const char* NameBand(Band theBand)
 {
-    static constexpr const char* theNames[] = {"LL", "HL", "LH", "HH"};
-    return theNames[static_cast<unsigned int>(theBand) & 3];
+    static constexpr const char* kNames[] = {"LL", "HL", "LH", "HH"};
+    return kNames[static_cast<unsigned int>(theBand) & 3];
 }
 
 // Log2 of a subband's nominal gain (T.800 table E.1).
@@ -179,11 +179,11 @@ bool Subband::IsCut(const CodeBlock& theBlock, const std::vector<CodedSegment>& 
 void Subband::Depart(std::uint32_t theColumn, std::uint32_t theRow, const char* theFinding) const
 {
     const CodePiece& aPiece = itsTile->GetPieces().Get(FindBlock(theColumn, theRow)->itsFirstPiece);
-    itsTile->GetReports().Departure("Code-block " + std::to_string(theColumn) + ", " +
-                                        std::to_string(theRow) + " of subband " + NameBand(itsBand) +
-                                        " at resolution " + std::to_string(itsResolution->GetLevel()) +
-                                        " in tile " + std::to_string(itsTile->GetIndex()) + ": " + theFinding,
-                                    itsTile->GetBody().GetOffset(aPiece.itsPosition));
+    itsTile->GetReports().NonConformance(
+        "Code-block " + std::to_string(theColumn) + ", " + std::to_string(theRow) + " of subband " +
+            NameBand(itsBand) + " at resolution " + std::to_string(itsResolution->GetLevel()) + " in tile " +
+            std::to_string(itsTile->GetIndex()) + ": " + theFinding,
+        itsTile->GetBody().GetOffset(aPiece.itsPosition));
 }
 
 void Subband::NoteBitPlanes(std::uint32_t theBitPlanes)

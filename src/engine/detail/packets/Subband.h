@@ -72,7 +72,7 @@ public:
     /// The tile that the subband belongs to.
     Tile& GetTile() const { return *itsTile; }
 
-    /// Reports what the bytes of a collected block showed to be wrong, as a departure.
+    /// Reports what the bytes of a collected block showed to be wrong, as a non-conformance.
     void Depart(std::uint32_t theColumn, std::uint32_t theRow, const char* theFinding) const;
 
     /// CodeBlockStyle bits.

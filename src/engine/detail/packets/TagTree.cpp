@@ -9,7 +9,7 @@ TagTree::TagTree(std::uint32_t theColumns, std::uint32_t theRows, std::uint32_t*
 {
     std::uint32_t aFirst = 0;
     itsLevels[0] = {theColumns, 0};
-    while ((theColumns > 1 || theRows > 1) && itsTop < theMaxLog2Leaves)
+    while ((theColumns > 1 || theRows > 1) && itsTop < kMaxLog2Leaves)
     {
         aFirst += theColumns * theRows;
         theColumns = (theColumns + 1) / 2;

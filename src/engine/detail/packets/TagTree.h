@@ -18,7 +18,7 @@ class TagTree
 {
 public:
     /// Leaves on either axis: a precinct is at most 2^15 samples wide.
-    static constexpr unsigned int theMaxLog2Leaves = 15;
+    static constexpr unsigned int kMaxLog2Leaves = 15;
 
     TagTree(std::uint32_t theColumns, std::uint32_t theRows, std::uint32_t* theNodes);
 
@@ -47,7 +47,7 @@ private:
 
     std::uint32_t* itsNodes;
     unsigned int itsTop = 0;
-    std::array<Level, theMaxLog2Leaves + 1> itsLevels;
+    std::array<Level, kMaxLog2Leaves + 1> itsLevels;
 };
 
 } // namespace j2k

@@ -131,9 +131,9 @@ void Tile::SetComponentTransform()
     }
     if (!AllowsComponentTransform())
     {
-        itsReports.Departure("Tile " + std::to_string(GetIndex()) +
-                                 " has a component transform over components that do not match",
-                             itsBody.GetOffset(0));
+        itsReports.NonConformance("Tile " + std::to_string(GetIndex()) +
+                                      " has a component transform over components that do not match",
+                                  itsBody.GetOffset(0));
         return;
     }
     itsComponentTransform = itsDecodedComponents >= 3;

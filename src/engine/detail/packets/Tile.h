@@ -44,7 +44,7 @@ public:
     TileComponent& GetComponent(std::size_t theIndex) { return *itsComponents[theIndex]; }
 
     /// Whether RCT or ICT is to be undone over the first three components; false where their places or
-    /// transforms do not allow it (a departure), or fewer than three are decoded.
+    /// transforms do not allow it (a non-conformance), or fewer than three are decoded.
     bool HasComponentTransform() const { return itsComponentTransform; }
 
     /// Whether packets may be there whose layer is not decoded.

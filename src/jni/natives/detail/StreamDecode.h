@@ -5,7 +5,7 @@
 
 #include <jni.h>
 
-#include "codecs/InputStreamAdapter.h"
+#include "codecs/sources/InputStreamAdapter.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/StreamDecompressor.h"
 

@@ -47,7 +47,7 @@ class SampleFramesTest {
         }
     }
 
-    /** In the byte order that the image has by the other roads. */
+    /** In the byte order that the image has by the other paths. */
     private byte[] ortho(byte[] file) {
         DecomprResult result = new DecomprResult();
         boolean bigEndian;

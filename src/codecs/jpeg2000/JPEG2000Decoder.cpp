@@ -1,0 +1,429 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
+
+#include <algorithm>
+#include <array>
+
+#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg2000/KDUMessageCallbackException.h"
+#include "codecs/jpeg2000/KDUMessagingWrapper.h"
+#include "codecs/jpeg2000/detail/JPEG2000CodestreamSource.h"
+#include "codecs/jpeg2000/detail/JPEG2000TileDecode.h"
+#include "codecs/sources/MeteringKDUCompressedSource.h"
+#include "engine/kdu_codestream.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+
+namespace
+{
+[[noreturn]] void FailHeader(const char* theText)
+{
+    throw StreamIOException(RWCString("JPEG2000Decoder::JPEG2000Decoder: ") + theText,
+                            DLRC_PIXEL_DATA_TOO_SHORT, 0);
+}
+
+[[noreturn]] void FailTile(const char* theText)
+{
+    throw StreamIOException(RWCString("JPEG2000Decoder::DecompressCurrentTile: ") + theText,
+                            DLRC_DECODER_ERROR, 0);
+}
+
+/// Extents and positions have 32 bits without a sign.
+std::uint64_t Unsigned(int theCoordinate)
+{
+    return static_cast<std::uint32_t>(theCoordinate);
+}
+
+bool IsSame(const kdu_dims& theFirst, const kdu_dims& theSecond)
+{
+    return theFirst.pos.x == theSecond.pos.x && theFirst.pos.y == theSecond.pos.y &&
+           theFirst.size.x == theSecond.size.x && theFirst.size.y == theSecond.size.y;
+}
+} // namespace
+
+/// What a codec and its copies share.
+struct JPEG2000Decoder::State
+{
+    ~State() { Finish(); }
+
+    void Finish()
+    {
+        if (itsCurrentlyOpenTile.exists())
+        {
+            itsCurrentlyOpenTile.close();
+            itsCurrentlyOpenTile = kdu_tile();
+        }
+        itsCodestream.destroy();
+        itsSource.reset();
+    }
+
+    std::unique_ptr<JPEG2000CodestreamSource> itsSource; ///< outlives the codestream
+    kdu_codestream itsCodestream;
+    kdu_tile itsCurrentlyOpenTile;
+    kdu_dims itsValidTiles;
+    kdu_dims itsDims;
+    std::array<int, 3> itsDepths{};
+    bool itsYCC = false;
+    bool itsReversible = false;
+    const char* itsPhase = "start";
+};
+
+JPEG2000Decoder::JPEG2000Decoder(int theScaleFactor, ParsingErrorTolerance theTolerance)
+    : itsTolerance(theTolerance), itsState(std::make_shared<State>())
+{
+    KDUMessagingWrapper::Register();
+    itsScaleFactor = theScaleFactor;
+}
+
+JPEG2000Decoder::~JPEG2000Decoder() = default;
+JPEG2000Decoder::JPEG2000Decoder(const JPEG2000Decoder&) = default;
+JPEG2000Decoder& JPEG2000Decoder::operator=(const JPEG2000Decoder&) = default;
+
+void JPEG2000Decoder::FinishDecoding()
+{
+    itsState->Finish();
+}
+
+void JPEG2000Decoder::ThrowDecoderException(const RWCString& thePrefix,
+                                            const KDUMessageCallbackException* theReport)
+{
+    const RWCString aText = theReport != nullptr ? theReport->GetMessageText() : RWCString();
+    const bool isWarning =
+        theReport != nullptr && theReport->ClassName() == "KDUWarningMessageCallbackException";
+    throw JPEGDecoderException(
+        thePrefix + (aText.empty() ? "Unknown message callback from decompression engine" : aText),
+        isWarning ? 1 : 0);
+}
+
+/// theAction with the engine's reports made exceptions that name the phase.
+template <class Action>
+void JPEG2000Decoder::ReportingPhase(const Action& theAction)
+{
+    try
+    {
+        theAction();
+    }
+    catch (const KDUMessageCallbackException& aReport)
+    {
+        ThrowDecoderException(RWCString("JPEG2000Decoder::JPEG2000Decoder()[") + itsState->itsPhase + "]: ",
+                              &aReport);
+    }
+    catch (...)
+    {
+        FinishDecoding();
+        throw;
+    }
+}
+
+template <class Action>
+void JPEG2000Decoder::Reporting(const char* thePrefix, const Action& theAction)
+{
+    try
+    {
+        theAction();
+    }
+    catch (const KDUMessageCallbackException& aReport)
+    {
+        ThrowDecoderException(thePrefix, &aReport);
+    }
+}
+
+void JPEG2000Decoder::SetPhase(const char* thePhase)
+{
+    itsState->itsPhase = thePhase;
+}
+
+void JPEG2000Decoder::OpenSource()
+{
+    if (itsState->itsSource != nullptr)
+    {
+        return;
+    }
+    SetPhase("start");
+    itsState->itsSource = std::make_unique<JPEG2000CodestreamSource>(GetSource());
+    ReportingPhase([this] { itsState->itsSource->FindCodestream(); });
+}
+
+void JPEG2000Decoder::SetSourceImpl()
+{
+    ReportingPhase([this] { ReadHeader(); });
+}
+
+void JPEG2000Decoder::ReadHeader()
+{
+    SetPhase("start");
+    if (itsScaleFactor < 1)
+    {
+        FailHeader("Invalid output scale request (theScaleFactor < 1)");
+    }
+    OpenSource();
+    CreateCodestream();
+    ReadComponents();
+    ReadDepth();
+    OpenFirstTile();
+    SettleColour();
+}
+
+void JPEG2000Decoder::CreateCodestream()
+{
+    SetPhase("create codestream");
+    kdu_codestream& aCodestream = itsState->itsCodestream;
+    aCodestream.create(itsState->itsSource.get());
+    switch (itsTolerance)
+    {
+    case PET_RESILIENT:
+        aCodestream.set_resilient(false);
+        break;
+    case PET_FUSSY:
+        aCodestream.set_fussy();
+        break;
+    default:
+        itsTolerance = PET_FAST;
+        aCodestream.set_fast();
+        break;
+    }
+}
+
+void JPEG2000Decoder::ReadComponents()
+{
+    SetPhase("itsCodestream.get_num_components()");
+    kdu_codestream& aCodestream = itsState->itsCodestream;
+    itsSamplesPerPixel = aCodestream.get_num_components(false);
+    if (itsSamplesPerPixel != 1 && itsSamplesPerPixel != 3)
+    {
+        FailHeader("Image component count not in (1, 3) as required by DICOM");
+    }
+    SetPhase("itsCodestream.apply_input_restrictions()");
+    aCodestream.apply_input_restrictions(0, itsSamplesPerPixel, itsScaleFactor - 1, 0, nullptr,
+                                         KDU_WANT_OUTPUT_COMPONENTS);
+    SetPhase("itsCodestream.get_dims()");
+    aCodestream.get_dims(0, itsState->itsDims);
+    constexpr const char* kTexts[] = {nullptr, "Component 1 dimensions != Component 0 dimensions",
+                                      "Component 2 dimensions != Component 0 dimensions"};
+    for (int c = 1; c < itsSamplesPerPixel; ++c)
+    {
+        kdu_dims aDims;
+        aCodestream.get_dims(c, aDims);
+        if (!IsSame(aDims, itsState->itsDims))
+        {
+            FailHeader(kTexts[c]);
+        }
+    }
+}
+
+void JPEG2000Decoder::ReadDepth()
+{
+    SetPhase("itsCodestream.get_signed()");
+    const kdu_codestream& aCodestream = itsState->itsCodestream;
+    itsSigned = aCodestream.get_signed(0) ? 1 : 0;
+    SetPhase("itsCodestream.get_bit_depth()");
+    itsBitsStoredPerSample = 0;
+    for (int c = 0; c < itsSamplesPerPixel; ++c)
+    {
+        const int aDepth = aCodestream.get_bit_depth(c);
+        itsState->itsDepths[static_cast<std::size_t>(c)] = aDepth;
+        itsBitsStoredPerSample = std::max(itsBitsStoredPerSample, aDepth);
+    }
+    itsBitsAllocatedPerSample = itsBitsStoredPerSample > 8 ? 16 : 8;
+    itsRecommendedBitsStoredPerSample = itsBitsStoredPerSample;
+    itsPrecision = itsBitsStoredPerSample;
+}
+
+void JPEG2000Decoder::OpenFirstTile()
+{
+    SetPhase("itsCodestream.get_valid_tiles()");
+    kdu_codestream& aCodestream = itsState->itsCodestream;
+    aCodestream.get_valid_tiles(itsState->itsValidTiles);
+    SetPhase("itsCodestream.open_tile()");
+    itsState->itsCurrentlyOpenTile = aCodestream.open_tile(itsState->itsValidTiles.pos);
+    const kdu_tile& aTile = itsState->itsCurrentlyOpenTile;
+    itsState->itsYCC = itsSamplesPerPixel == 3 && aTile.get_ycc();
+    itsState->itsReversible = true;
+    for (int c = 0; c < itsSamplesPerPixel; ++c)
+    {
+        itsState->itsReversible = itsState->itsReversible && aTile.access_component(c).get_reversible();
+    }
+    SetPhase("itsCurrentlyOpenTile.access_component(0).access_resolution(0).which()");
+    if (itsScaleFactor > 1)
+    {
+        // The tile opened first may have more levels than others.
+        SettleScaleFactor(aCodestream.get_fewest_levels(true));
+    }
+}
+
+void JPEG2000Decoder::SettleScaleFactor(int theLevels)
+{
+    if (theLevels < itsScaleFactor - 1)
+    {
+        itsScaleFactor = std::max(theLevels, 0) + 1;
+    }
+}
+
+void JPEG2000Decoder::SettleColour()
+{
+    itsDecompressedColorspace = itsState->itsYCC ? COLOR_MODEL_RGB : GetCompressedColorspace();
+    itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
+    if (!itsState->itsReversible && itsCompressionReversible == CR_UNSPECIFIED)
+    {
+        // The transfer syntax left it open; the 9/7 transform always loses something.
+        itsCompressionReversible = CR_IRREVERSIBLE;
+    }
+}
+
+Decoder::ColorModel JPEG2000Decoder::GetCompressedColorspace() const
+{
+    if (itsSamplesPerPixel != 3)
+    {
+        return itsSamplesPerPixel == 1 ? COLOR_MODEL_GREY : COLOR_MODEL_UNKNOWN;
+    }
+    if (itsState->itsYCC)
+    {
+        return itsState->itsReversible ? COLOR_MODEL_YBR_RCT : COLOR_MODEL_YBR_ICT;
+    }
+    return GetOriginalPhotometricInterpretation() == COLOR_MODEL_YBR_FULL ? COLOR_MODEL_YBR_FULL
+                                                                          : COLOR_MODEL_RGB;
+}
+
+std::uint64_t JPEG2000Decoder::GetImageWidth() const
+{
+    return Unsigned(itsState->itsDims.size.x);
+}
+
+std::uint64_t JPEG2000Decoder::GetImageHeight() const
+{
+    return Unsigned(itsState->itsDims.size.y);
+}
+
+void JPEG2000Decoder::SetCompressionReversible(CompressionReversible theValue)
+{
+    itsCompressionReversible = theValue;
+}
+
+void JPEG2000Decoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
+{
+    if (theBuffer == nullptr || theSize < Decoder::GetOutputSize())
+    {
+        throw StreamIOException("JPEG2000Decoder::Decode Output buffer too small", DLRC_DECODER_ERROR, 0);
+    }
+    try
+    {
+        Reporting("JPEG2000Decoder::Decode: ",
+                  [this, theBuffer] { DecodeTiles(static_cast<std::uint8_t*>(theBuffer)); });
+    }
+    catch (...)
+    {
+        FinishDecoding();
+        throw;
+    }
+    FinishDecoding();
+}
+
+void JPEG2000Decoder::DecodeTiles(std::uint8_t* theBuffer)
+{
+    State& aState = *itsState;
+    if (!aState.itsCurrentlyOpenTile.exists())
+    {
+        DecompressCurrentTile(theBuffer); // says that there is none
+    }
+    const kdu_dims& aTiles = aState.itsValidTiles;
+    for (int aRow = 0; aRow < aTiles.size.y; ++aRow)
+    {
+        for (int aColumn = 0; aColumn < aTiles.size.x; ++aColumn)
+        {
+            if (aRow > 0 || aColumn > 0)
+            {
+                aState.itsCurrentlyOpenTile =
+                    aState.itsCodestream.open_tile({aTiles.pos.x + aColumn, aTiles.pos.y + aRow});
+            }
+            DecompressCurrentTile(theBuffer + GetOffsetOfCurrentTile());
+            aState.itsCurrentlyOpenTile.close();
+            aState.itsCurrentlyOpenTile = kdu_tile();
+        }
+    }
+}
+
+/// In bytes. Also makes sure that the tile lies inside the image: memory depends on it.
+std::uint64_t JPEG2000Decoder::GetOffsetOfCurrentTile() const
+{
+    kdu_dims aTile;
+    itsState->itsCurrentlyOpenTile.access_component(0).access_resolution().get_dims(aTile);
+    if (aTile.is_empty())
+    {
+        return 0;
+    }
+    const kdu_dims& anImage = itsState->itsDims;
+    // A tile left of the image would come to a column of nearly 2^32.
+    const std::uint64_t aColumn = static_cast<std::uint32_t>(Unsigned(aTile.pos.x) - Unsigned(anImage.pos.x));
+    const std::uint64_t aRow = static_cast<std::uint32_t>(Unsigned(aTile.pos.y) - Unsigned(anImage.pos.y));
+    if (aColumn + Unsigned(aTile.size.x) > GetImageWidth() ||
+        aRow + Unsigned(aTile.size.y) > GetImageHeight())
+    {
+        FailTile("the tile is not inside the image");
+    }
+    const std::uint64_t aSample =
+        (aRow * GetImageWidth() + aColumn) * static_cast<std::uint64_t>(itsSamplesPerPixel);
+    return aSample * static_cast<std::uint64_t>(itsBitsAllocatedPerSample / 8);
+}
+
+void JPEG2000Decoder::CheckLayout(int theComponents) const
+{
+    const int aBytes = itsBitsAllocatedPerSample / 8;
+    if (theComponents != 1 && theComponents != 3)
+    {
+        FailTile("component count not 1 or 3");
+    }
+    if (aBytes != 1 && aBytes != 2)
+    {
+        FailTile("Bytes Per Output Sample not 1 or 2 (DICOM only allows 1 or 2 bytes per sample)");
+    }
+    if (theComponents == 3 && aBytes != 1)
+    {
+        FailTile("bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
+                 "3-component image)");
+    }
+}
+
+void JPEG2000Decoder::DecompressCurrentTile(void* theOutput)
+{
+    const kdu_tile& aTile = itsState->itsCurrentlyOpenTile;
+    if (!aTile.exists())
+    {
+        FailTile("itsCurrentlyOpenTile does not exist");
+    }
+    Reporting("JPEG2000Decoder::DecompressCurrentTile: ",
+              [this, &aTile, theOutput]
+              {
+                  const int aComponents = aTile.get_num_components();
+                  CheckLayout(aComponents);
+                  JPEG2000TileDecode aDecode(aTile, aComponents);
+                  if (!aDecode.IsUniform())
+                  {
+                      FailTile("mismatched dimensions between components");
+                  }
+                  aDecode.Run(GetFormat(aComponents), static_cast<std::uint8_t*>(theOutput));
+              });
+}
+
+JPEG2000OutputFormat JPEG2000Decoder::GetFormat(int theComponents) const
+{
+    JPEG2000OutputFormat aFormat;
+    aFormat.itsComponents = theComponents;
+    aFormat.itsBytesPerSample = itsBitsAllocatedPerSample / 8;
+    aFormat.itsSigned = itsSigned != 0;
+    aFormat.itsDepths = itsState->itsDepths;
+    aFormat.itsReportedBits = GetReportedBits();
+    aFormat.itsRowBytes =
+        GetImageWidth() * static_cast<std::uint64_t>(theComponents * aFormat.itsBytesPerSample);
+    return aFormat;
+}
+
+/// Bits stored as readers of the data set will see them: those of the codec, or more where the set says so.
+int JPEG2000Decoder::GetReportedBits() const
+{
+    std::int32_t aBits = 0;
+    if (GetDICOMDataObject() != nullptr)
+    {
+        GetDICOMDataObject()->GetInteger(DICOMTags::BitsStored, aBits);
+    }
+    return std::min(std::max(aBits, itsBitsStoredPerSample), itsBitsAllocatedPerSample);
+}

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "codecs/jpeg2000/detail/JPEG2000TileDecode.h"
+
+#include <cstring>
+
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
+#include "codecs/jpeg2000/detail/JPEG2000LineChecks.h"
+#include "codecs/jpeg2000/detail/JPEG2000SampleKernels.h"
+#include "engine/kdu_colour_transforms.h"
+
+namespace
+{
+bool HasSameExtent(const kdu_dims& theFirst, const kdu_dims& theSecond)
+{
+    return theFirst.size.x == theSecond.size.x && theFirst.size.y == theSecond.size.y;
+}
+
+/// Two's complement of theBits bits, zeros above, made one of theReportedBits bits.
+template <class Word>
+void ExtendSign(std::uint8_t* theSamples, std::size_t theCount, std::size_t theStride, int theBits,
+                int theReportedBits)
+{
+    const auto aSignBit = static_cast<std::uint32_t>(1U << (theBits - 1));
+    const auto aMask = static_cast<std::uint32_t>((1U << theReportedBits) - 1);
+    for (std::size_t i = 0; i < theCount; ++i)
+    {
+        std::uint8_t* const aSample = theSamples + i * theStride * sizeof(Word);
+        Word aCode;
+        std::memcpy(&aCode, aSample, sizeof(Word));
+        aCode = static_cast<Word>(((aCode ^ aSignBit) - aSignBit) & aMask);
+        std::memcpy(aSample, &aCode, sizeof(Word));
+    }
+}
+} // namespace
+
+JPEG2000TileDecode::JPEG2000TileDecode(const kdu_tile& theTile, int theComponents)
+    : itsTile(theTile), itsCount(static_cast<std::size_t>(theComponents)), itsYCC(theTile.get_ycc())
+{
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        const kdu_tile_comp aComponent = itsTile.access_component(static_cast<int>(c));
+        itsComponents[c].itsReversible = aComponent.get_reversible();
+        itsComponents[c].itsFitsShorts = aComponent.get_reversible() && aComponent.fits_short_lines();
+        aComponent.access_resolution().get_dims(itsComponents[c].itsDims);
+    }
+}
+
+bool JPEG2000TileDecode::IsUniform() const
+{
+    for (std::size_t c = 1; c < itsCount; ++c)
+    {
+        if (!HasSameExtent(itsComponents[c].itsDims, itsComponents[0].itsDims) ||
+            (itsYCC && itsComponents[c].itsReversible != itsComponents[0].itsReversible))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+void JPEG2000TileDecode::Prepare()
+{
+    // Lines that are transformed together have one representation.
+    bool aAllFitShorts = true;
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        aAllFitShorts = aAllFitShorts && itsComponents[c].itsFitsShorts;
+    }
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        Component& aComponent = itsComponents[c];
+        const kdu_resolution aResolution = itsTile.access_component(static_cast<int>(c)).access_resolution();
+        const bool aUseShorts = itsYCC ? aAllFitShorts : aComponent.itsFitsShorts;
+        aComponent.itsLine.pre_create(&itsAllocator, aComponent.itsDims.size.x, aComponent.itsReversible,
+                                      aUseShorts);
+        if (aResolution.which() > 0)
+        {
+            aComponent.itsSynthesis.emplace(aResolution, &itsAllocator, aUseShorts);
+        }
+        else
+        {
+            aComponent.itsDecoder.emplace(aResolution.access_subband(0), &itsAllocator, aUseShorts);
+        }
+    }
+    itsAllocator.finalize();
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        itsComponents[c].itsLine.create();
+    }
+}
+
+void JPEG2000TileDecode::Run(const JPEG2000OutputFormat& theFormat, std::uint8_t* theOutput)
+{
+    const kdu_dims& aDims = itsComponents[0].itsDims;
+    if (aDims.is_empty())
+    {
+        return;
+    }
+    Prepare();
+    for (int aRow = 0; aRow < aDims.size.y; ++aRow)
+    {
+        PullLines();
+        UndoComponentTransform();
+        WriteRow(theFormat, theOutput + static_cast<std::uint64_t>(aRow) * theFormat.itsRowBytes);
+    }
+}
+
+void JPEG2000TileDecode::PullLines()
+{
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        Component& aComponent = itsComponents[c];
+        if (aComponent.itsSynthesis)
+        {
+            aComponent.itsSynthesis->pull(aComponent.itsLine);
+        }
+        else
+        {
+            aComponent.itsDecoder->pull(aComponent.itsLine);
+        }
+    }
+}
+
+void JPEG2000TileDecode::UndoComponentTransform()
+{
+    if (!itsYCC || itsCount != 3)
+    {
+        return;
+    }
+    const kdu_line_buf& aFirst = itsComponents[0].itsLine;
+    const kdu_line_buf& aSecond = itsComponents[1].itsLine;
+    const kdu_line_buf& aThird = itsComponents[2].itsLine;
+    const int aWidth = aFirst.get_width();
+    const bool aReversible = itsComponents[0].itsReversible;
+    if (aFirst.get_buf16() != nullptr)
+    {
+        (aReversible ? kdu_convert_ycc_to_rgb_rev16 : kdu_convert_ycc_to_rgb_irrev16)(
+            aFirst.get_buf16(), aSecond.get_buf16(), aThird.get_buf16(), aWidth);
+        return;
+    }
+    (aReversible ? kdu_convert_ycc_to_rgb_rev32 : kdu_convert_ycc_to_rgb_irrev32)(
+        aFirst.get_buf32(), aSecond.get_buf32(), aThird.get_buf32(), aWidth);
+}
+
+void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
+{
+    const bool aWritten = WriteTriplets(theFormat, theRow);
+    const auto aStep = static_cast<std::size_t>(theFormat.itsBytesPerSample);
+    for (std::size_t c = 0; c < itsCount; ++c)
+    {
+        const kdu_line_buf& aLine = itsComponents[c].itsLine;
+        const int aBits = theFormat.itsDepths[c];
+        std::uint8_t* const anOutput = theRow + c * aStep;
+        if (!aWritten)
+        {
+            JPEG2000Decoder::CopySamplesToOutput(aLine, anOutput, aBits, theFormat.itsSigned,
+                                                 theFormat.itsBytesPerSample, theFormat.itsComponents);
+        }
+        if (theFormat.itsSigned && aBits < theFormat.itsReportedBits)
+        {
+            (theFormat.itsBytesPerSample == 1
+                 ? ExtendSign<std::uint8_t>
+                 : ExtendSign<std::uint16_t>)(anOutput, static_cast<std::size_t>(aLine.get_width()), itsCount,
+                                              aBits, theFormat.itsReportedBits);
+        }
+    }
+}
+
+/// Three alike lines as bytes in one go. False, with nothing written, where that is not so.
+bool JPEG2000TileDecode::WriteTriplets(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
+{
+    const JPEG2000LineKind aKind = JPEG2000LineChecks::KindOf(itsComponents[0].itsLine);
+    if (itsCount != 3 || theFormat.itsBytesPerSample != 1)
+    {
+        return false;
+    }
+    std::array<const void*, 3> aLines{};
+    for (std::size_t c = 0; c < 3; ++c)
+    {
+        const kdu_line_buf& aLine = itsComponents[c].itsLine;
+        if (JPEG2000LineChecks::KindOf(aLine) != aKind || theFormat.itsDepths[c] != theFormat.itsDepths[0])
+        {
+            return false;
+        }
+        aLines[c] = JPEG2000LineChecks::SamplesOf(aLine);
+    }
+    JPEG2000LineChecks::Check(aKind, theFormat.itsDepths[0], 1);
+    JPEG2000SampleKernels::ToTriplets(aKind, aLines.data(), theRow,
+                                      static_cast<std::size_t>(itsComponents[0].itsLine.get_width()),
+                                      theFormat.itsDepths[0], theFormat.itsSigned);
+    return true;
+}

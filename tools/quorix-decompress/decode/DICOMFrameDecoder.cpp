@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decode/DICOMFrameDecoder.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/dicom/DICOMTag.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+/// Which lossy history the data set is to record; empty for none.
+RWCString LossyKind(const DICOMDataObject& theDataSet)
+{
+    RWCString aUID;
+    theDataSet.GetString(DICOMTags::TransferSyntaxUID, aUID);
+    if (aUID == TransferSyntaxType::TSJPEG50UID || aUID == TransferSyntaxType::TSJPEG51UID)
+    {
+        return "JPG";
+    }
+    if (aUID == TransferSyntaxType::TSJPEG2KUID)
+    {
+        // This transfer syntax allows both; the codec has marked the data set when there was loss.
+        RWCString aLossy;
+        const bool isLossy = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) &&
+                             !aLossy.empty() && aLossy != "00";
+        return isLossy ? "JP2" : "";
+    }
+    return "";
+}
+} // namespace
+
+int DICOMFrameDecoder::GetNumberOfFrames(const DecodedFrame& theFrame) const
+{
+    RWCString aText;
+    if (theFrame.itsDataSet == nullptr || !theFrame.itsDataSet->GetString(DICOMTags::NumberOfFrames, aText))
+    {
+        return 1;
+    }
+    const long aCount = std::strtol(aText.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long>(aCount, 1, std::numeric_limits<int>::max()));
+}
+
+void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
+{
+    DMTickCounter aCounter;
+    const std::unique_ptr<InputStream> aStream = itsSource.Open();
+    const double anOpenTime = aCounter.Lap() * 1000.0;
+
+    theResult.itsDataSet = std::make_unique<DICOMDataObject>();
+    DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsScale,
+                                  theResult.itsFrame, "", false);
+    DecompressionResult aResult;
+    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    theResult.Take(aResult);
+    if (theResult.IsDecoded())
+    {
+        theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet);
+        // Other codecs report the scale that was asked for and deliver full size.
+        const RWCString& aUID = aRequest.getTransferSyntaxUID();
+        if (aUID == TransferSyntaxType::TSJPEG2KLosslessUID || aUID == TransferSyntaxType::TSJPEG2KUID)
+        {
+            theResult.itsHalvings = theResult.itsRenderable->getScaleFactor() - 1;
+        }
+        if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
+        {
+            theResult.itsRenderable->setTimeTakenToOpenStream(anOpenTime);
+        }
+    }
+}

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/FrameReport.h"
+
+#include <nlohmann/json.hpp>
+#include <openssl/evp.h>
+
+namespace
+{
+const char* const kImageFields[] = {"rows",
+                                    "columns",
+                                    "samples_per_pixel",
+                                    "bits_allocated",
+                                    "bits_stored",
+                                    "high_bit",
+                                    "signed",
+                                    "photometric",
+                                    "planar",
+                                    "lossy",
+                                    "compression_ratio",
+                                    "scale_factor",
+                                    "bytes",
+                                    "sha256",
+                                    "output",
+                                    "time_total_ms",
+                                    "time_open_ms",
+                                    "time_header_ms",
+                                    "time_allocate_ms",
+                                    "time_pixels_ms"};
+
+std::string SHA256(const void* theBytes, std::size_t theCount)
+{
+    unsigned char aDigest[EVP_MAX_MD_SIZE];
+    unsigned int aLength = 0;
+    if (EVP_Digest(theBytes, theCount, aDigest, &aLength, EVP_sha256(), nullptr) != 1)
+    {
+        return "";
+    }
+    std::string aText;
+    for (unsigned int i = 0; i < aLength; ++i)
+    {
+        aText += "0123456789abcdef"[aDigest[i] >> 4];
+        aText += "0123456789abcdef"[aDigest[i] & 15];
+    }
+    return aText;
+}
+} // namespace
+
+FrameReport::ImageFacts FrameReport::FactsOf(const Renderable& theImage)
+{
+    return {theImage.getRows(),
+            theImage.getColumns(),
+            theImage.getSamplesPerPixel(),
+            theImage.getBitsAllocated(),
+            theImage.getBitsStored(),
+            theImage.getHighBit(),
+            theImage.isSigned(),
+            Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation()),
+            theImage.isPlanarConfiguration(),
+            theImage.isLossyImageCompression(),
+            theImage.getCompressionRatio(),
+            theImage.getScaleFactor(),
+            theImage.getPixelDataSize(),
+            SHA256(theImage.getPixelData(), theImage.getPixelDataSize()),
+            {theImage.getTotalTimeTakenToLoad(), theImage.getTimeTakenToOpenStream(),
+             theImage.getTimeTakenToLoadHeader(), theImage.getTimeTakenToAllocateMemmory(),
+             theImage.getTimeTakenToLoadPixelData()}};
+}
+
+FrameReport::FrameReport(const std::string& theInput, const DecodedFrame& theFrame)
+    : itsInput(theInput), itsFrame(theFrame.itsFrame), itsResultCode(theFrame.itsResultCode),
+      itsSystemError(theFrame.itsSystemError), itsMessage(theFrame.itsMessage)
+{
+    if (theFrame.IsDecoded())
+    {
+        itsFacts = FactsOf(*theFrame.itsRenderable);
+    }
+}
+
+std::string FrameReport::ToLine() const
+{
+    nlohmann::ordered_json aLine = {
+        {"file", itsInput},
+        {"frame", itsFrame},
+        {"result_code", itsResultCode},
+        {"system_error", itsSystemError},
+        {"message", itsWriteError.empty() ? itsMessage : "output not written: " + itsWriteError}};
+    for (const char* const aField : kImageFields)
+    {
+        aLine[aField] = nullptr;
+    }
+    if (itsFacts)
+    {
+        aLine["rows"] = itsFacts->itsRows;
+        aLine["columns"] = itsFacts->itsColumns;
+        aLine["samples_per_pixel"] = itsFacts->itsSamplesPerPixel;
+        aLine["bits_allocated"] = itsFacts->itsBitsAllocated;
+        aLine["bits_stored"] = itsFacts->itsBitsStored;
+        aLine["high_bit"] = itsFacts->itsHighBit;
+        aLine["signed"] = itsFacts->itsSigned;
+        aLine["photometric"] = itsFacts->itsPhotometric;
+        aLine["planar"] = itsFacts->itsPlanar;
+        aLine["lossy"] = itsFacts->itsLossy;
+        aLine["compression_ratio"] = itsFacts->itsCompressionRatio;
+        aLine["scale_factor"] = itsFacts->itsScaleFactor;
+        aLine["bytes"] = itsFacts->itsBytes;
+        aLine["sha256"] = itsFacts->itsSHA256;
+        for (int i = 0; i < 5; ++i)
+        {
+            aLine[kImageFields[15 + i]] = itsFacts->itsTimes[i];
+        }
+    }
+    if (!itsOutput.empty())
+    {
+        aLine["output"] = itsOutput;
+    }
+    return aLine.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}

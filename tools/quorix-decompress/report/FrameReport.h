@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "decode/DecodedFrame.h"
+
+/// The JSON line of one frame.
+///
+/// All fields are always there; what is not known of a frame that could not be decoded is null. "sha256"
+/// is over the decoded bytes as they are in memory, "output" the file they were written to, or null.
+class FrameReport
+{
+public:
+    FrameReport(const std::string& theInput, const DecodedFrame& theFrame);
+
+    void SetOutput(const std::string& thePath) { itsOutput = thePath; }
+
+    /// The frame was decoded, but its output could not be written.
+    void SetWriteError(const std::string& theMessage) { itsWriteError = theMessage; }
+
+    /// One line with its line feed.
+    std::string ToLine() const;
+
+private:
+    struct ImageFacts
+    {
+        int itsRows;
+        int itsColumns;
+        int itsSamplesPerPixel;
+        int itsBitsAllocated;
+        int itsBitsStored;
+        int itsHighBit;
+        bool itsSigned;
+        std::string itsPhotometric;
+        bool itsPlanar;
+        bool itsLossy;
+        int itsCompressionRatio;
+        int itsScaleFactor;
+        unsigned long long itsBytes;
+        std::string itsSHA256;
+        double itsTimes[5];
+    };
+
+    static ImageFacts FactsOf(const Renderable& theImage);
+
+    std::string itsInput;
+    int itsFrame;
+    int itsResultCode;
+    int itsSystemError;
+    std::string itsMessage;
+    std::optional<ImageFacts> itsFacts;
+    std::string itsOutput;
+    std::string itsWriteError;
+};

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/InfoReport.h"
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+
+#include <nlohmann/json.hpp>
+
+#include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/DecoderFactory.h"
+#include "inputs/J2KHeader.h"
+#include "inputs/JPEGHeader.h"
+#include "jp2/jp2_box_textualizer.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DataSetReader.h"
+#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/TransferSyntaxManager.h"
+
+namespace
+{
+struct CodecName
+{
+    const char* itsUID;
+    const char* itsName;
+};
+
+constexpr CodecName kCodecNames[] = {
+    {"1.2.840.10008.1.2", "native, implicit little endian"},
+    {"1.2.840.10008.1.2.1", "native, explicit little endian"},
+    {"1.2.840.10008.1.2.1.99", "native, deflated explicit little endian"},
+    {"1.2.840.10008.1.2.2", "native, explicit big endian"},
+    {"1.2.840.10008.1.2.4.50", "JPEG baseline (process 1)"},
+    {"1.2.840.10008.1.2.4.51", "JPEG extended (processes 2 and 4)"},
+    {"1.2.840.10008.1.2.4.57", "JPEG lossless (process 14)"},
+    {"1.2.840.10008.1.2.4.70", "JPEG lossless (process 14, selection value 1)"},
+    {"1.2.840.10008.1.2.4.80", "JPEG-LS lossless"},
+    {"1.2.840.10008.1.2.4.81", "JPEG-LS near-lossless"},
+    {"1.2.840.10008.1.2.4.90", "JPEG 2000 lossless"},
+    {"1.2.840.10008.1.2.4.91", "JPEG 2000"},
+    {"1.2.840.10008.1.2.5", "RLE lossless"}};
+
+int IntegerOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
+{
+    std::int32_t aValue = 0;
+    return theDataSet.GetInteger(theTag, aValue) && aValue >= 0 ? aValue : -1;
+}
+} // namespace
+
+InfoReport::InfoReport(const InputSource& theSource, InputKind theKind)
+{
+    switch (theKind)
+    {
+    case InputKind::DICOM:
+        ReadDICOM(theSource);
+        break;
+    case InputKind::JPEG:
+        ReadJPEG(theSource);
+        break;
+    case InputKind::JPEG2000:
+    case InputKind::JPEG2000_LOSSLESS:
+        ReadJPEG2000(theSource, theKind);
+        break;
+    }
+}
+
+void InfoReport::DescribeCodec(const std::string& theUID, int theBitsStored)
+{
+    itsTransferSyntax = theUID;
+    const auto* const aName =
+        std::find_if(std::begin(kCodecNames), std::end(kCodecNames),
+                     [&](const CodecName& theName) { return theUID == theName.itsUID; });
+    itsCodec = aName != std::end(kCodecNames) ? aName->itsName : "unknown";
+    const TransferSyntaxType* const aType =
+        TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(theUID);
+    if (aType != nullptr && !aType->IsEncapsulated())
+    {
+        itsCodecAvailable = true;
+        return;
+    }
+    try
+    {
+        const std::unique_ptr<Decoder> aCodec(
+            DecoderFactory::Create(theUID, 1, Decoder::PET_FAST, false, theBitsStored));
+        itsCodecAvailable = aCodec != nullptr;
+    }
+    catch (const ExceptionBase&)
+    {
+        itsCodecAvailable = false; // bits stored that this transfer syntax does not allow
+    }
+}
+
+void InfoReport::ReadDICOM(const InputSource& theSource)
+{
+    itsType = "DICOM";
+    const std::unique_ptr<InputStream> aStream = theSource.Open();
+    Part10InputStreamInputStream aPart10;
+    aPart10.Open(aStream.get(), false, Part10InputStream::DefaultsToLenientParsing());
+    const TransferSyntaxType* const aType =
+        TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aPart10.GetTransferSyntaxUID());
+    if (aType == nullptr)
+    {
+        throw StreamIOException("Unable to get transfer syntax UID", DLRC_PARSE_ERROR, 0);
+    }
+    DICOMDataObject aDataSet;
+    const std::unique_ptr<DataSetReader> aReader =
+        aType->CreateDataSetReader(aPart10, VR::GetDefaultMemoryAllocater());
+    std::unique_ptr<VR> anElement = aReader->Next();
+    while (anElement != nullptr && anElement->GetTag() != DICOMTags::PixelData)
+    {
+        aDataSet.ReplaceVR(std::move(anElement));
+        anElement = aReader->Next();
+    }
+    itsHasPixelData = anElement != nullptr;
+    DescribeDataSet(aDataSet);
+    DescribeCodec(aPart10.GetTransferSyntaxUID(), itsBitsStored);
+}
+
+void InfoReport::DescribeDataSet(const DICOMDataObject& theDataSet)
+{
+    itsRows = IntegerOf(theDataSet, DICOMTags::Rows);
+    itsColumns = IntegerOf(theDataSet, DICOMTags::Columns);
+    itsSamplesPerPixel = IntegerOf(theDataSet, DICOMTags::SamplesPerPixel);
+    itsBitsAllocated = IntegerOf(theDataSet, DICOMTags::BitsAllocated);
+    itsBitsStored = IntegerOf(theDataSet, DICOMTags::BitsStored);
+    itsHighBit = IntegerOf(theDataSet, DICOMTags::HighBit);
+    itsSigned = IntegerOf(theDataSet, DICOMTags::PixelRepresentation);
+    itsPlanar = IntegerOf(theDataSet, DICOMTags::PlanarConfiguration);
+    itsFrames = std::max(IntegerOf(theDataSet, DICOMTags::NumberOfFrames), 1);
+    theDataSet.GetString(DICOMTags::PhotometricInterpretation, itsPhotometric);
+    RWCString aLossy;
+    if (theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy))
+    {
+        itsLossy = aLossy != "00" ? 1 : 0;
+    }
+}
+
+template <class Header>
+void InfoReport::DescribeSamples(const Header& theHeader)
+{
+    itsRows = theHeader.itsRows;
+    itsColumns = theHeader.itsColumns;
+    itsSamplesPerPixel = theHeader.itsComponents;
+    itsBitsAllocated = theHeader.itsPrecision > 8 ? 16 : 8;
+    itsBitsStored = theHeader.itsPrecision;
+    itsHighBit = theHeader.itsPrecision - 1;
+}
+
+void InfoReport::ReadJPEG(const InputSource& theSource)
+{
+    itsType = "JPEG";
+    const std::optional<JPEGHeader> aHeader = JPEGHeader::Read(*theSource.Open());
+    if (!aHeader)
+    {
+        throw StreamIOException("no JPEG frame header found", DLRC_DECODER_ERROR, 0);
+    }
+    DescribeSamples(*aHeader);
+    itsSigned = 0;
+    itsLossy = aHeader->IsLossless() ? 0 : 1;
+    DescribeCodec(aHeader->GetTransferSyntaxUID(), aHeader->itsPrecision);
+    itsCodec = aHeader->GetProcessName();
+}
+
+void InfoReport::ReadJPEG2000(const InputSource& theSource, InputKind theKind)
+{
+    itsType = "JPEG 2000";
+    const std::optional<J2KHeader> aHeader = J2KHeader::Read(*theSource.Open());
+    if (!aHeader)
+    {
+        throw StreamIOException("no JPEG 2000 codestream header found", DLRC_DECODER_ERROR, 0);
+    }
+    DescribeSamples(*aHeader);
+    itsSigned = aHeader->itsSigned ? 1 : 0;
+    DescribeCodec(theKind == InputKind::JPEG2000_LOSSLESS ? TransferSyntaxType::TSJPEG2KLosslessUID
+                                                          : TransferSyntaxType::TSJPEG2KUID,
+                  aHeader->itsPrecision);
+    if (InputClassifier::IsJP2(theSource.ReadHead(InputClassifier::kHeadLength)))
+    {
+        const std::unique_ptr<InputStream> aStream = theSource.Open();
+        InputStreamAdapter aFile(*aStream);
+        itsBoxes = jp2_box_textualizer::Textualize(aFile);
+    }
+}
+
+std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
+{
+    const auto Number = [](int theValue)
+    { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue); };
+    const auto Flag = [](int theValue)
+    { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue != 0); };
+    const nlohmann::ordered_json aFacts = {
+        {"file", theInput},
+        {"result_code", 0},
+        {"message", "Completed successfully"},
+        {"type", itsType},
+        {"transfer_syntax", itsTransferSyntax},
+        {"codec", itsCodec},
+        {"codec_available", itsCodecAvailable},
+        {"pixel_data", itsHasPixelData},
+        {"frames", itsFrames},
+        {"rows", Number(itsRows)},
+        {"columns", Number(itsColumns)},
+        {"samples_per_pixel", Number(itsSamplesPerPixel)},
+        {"bits_allocated", Number(itsBitsAllocated)},
+        {"bits_stored", Number(itsBitsStored)},
+        {"high_bit", Number(itsHighBit)},
+        {"signed", Flag(itsSigned)},
+        {"photometric",
+         itsPhotometric.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsPhotometric)},
+        {"planar", Flag(itsPlanar)},
+        {"lossy", Flag(itsLossy)},
+        {"boxes", itsBoxes.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsBoxes)}};
+    const auto Dump = [](const nlohmann::ordered_json& theValue)
+    { return theValue.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace); };
+    if (theJSON)
+    {
+        return Dump(aFacts) + "\n";
+    }
+    std::string aText = theInput + "\n";
+    for (auto aFact = std::next(aFacts.begin(), 3); aFact != aFacts.end(); ++aFact)
+    {
+        if (aFact.value().is_array())
+        {
+            aText += "  " + aFact.key() + ":\n";
+            for (const std::string& aLine : itsBoxes)
+            {
+                aText += "    " + aLine + "\n";
+            }
+        }
+        else if (!aFact.value().is_null())
+        {
+            const bool isText = aFact.value().is_string();
+            aText += "  " + aFact.key() + ": " +
+                     (isText ? aFact.value().get<std::string>() : Dump(aFact.value())) + "\n";
+        }
+    }
+    return aText;
+}

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/Reporter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include <unistd.h>
+
+Reporter::Reporter(std::FILE* theOutput, bool theLines, bool theProgress)
+    : itsOutput(theOutput), itsLines(theLines), itsProgress(theProgress && ::isatty(STDERR_FILENO) != 0)
+{
+}
+
+void Reporter::OpenReport(const std::string& thePath)
+{
+    itsReport = std::make_unique<ReportFile>(thePath);
+}
+
+void Reporter::Print(const std::string& theText)
+{
+    itsProgress.Clear();
+    std::fwrite(theText.data(), 1, theText.size(), itsOutput);
+    std::fflush(itsOutput);
+}
+
+void Reporter::PrintResult(const std::string& theText)
+{
+    const std::lock_guard aLock(itsMutex);
+    Print(theText);
+}
+
+bool Reporter::PrintLine(const std::string& theLine)
+{
+    const std::lock_guard aLock(itsMutex);
+    if (itsLines)
+    {
+        Print(theLine);
+    }
+    if (itsReport == nullptr || itsReport->Append(theLine))
+    {
+        return true;
+    }
+    ++itsUnwritten;
+    if (!itsReportFailed)
+    {
+        itsReportFailed = true;
+        itsProgress.Clear();
+        std::fprintf(stderr, "the report could not be written: %s\n",
+                     std::generic_category().message(errno).c_str());
+    }
+    return false;
+}
+
+void Reporter::PrintError(const std::string& theText)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.Clear();
+    std::string aText = theText;
+    std::replace_if(
+        aText.begin(), aText.end(), [](unsigned char theByte) { return theByte < ' ' || theByte == 0x7f; },
+        ' ');
+    std::fprintf(stderr, "%s\n", aText.c_str());
+}
+
+void Reporter::PrintOutOfMemory(const std::string& theName)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.Clear();
+    std::fprintf(stderr, "%s: out of memory\n", theName.c_str());
+}
+
+void Reporter::CountDecoded()
+{
+    const std::lock_guard aLock(itsMutex);
+    ++itsDecoded;
+}
+
+void Reporter::CountSkipped()
+{
+    const std::lock_guard aLock(itsMutex);
+    ++itsSkipped;
+}
+
+void Reporter::CountFailedInput()
+{
+    const std::lock_guard aLock(itsMutex);
+    ++itsFailedInputs;
+}
+
+void Reporter::CountUnwritten()
+{
+    const std::lock_guard aLock(itsMutex);
+    ++itsUnwritten;
+}
+
+void Reporter::SetTotal(std::uint64_t theTotal)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.SetTotal(theTotal);
+}
+
+void Reporter::AddToTotal(std::uint64_t theCount)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.AddToTotal(theCount);
+}
+
+void Reporter::AddDone(std::uint64_t theCount)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.AddDone(theCount);
+}
+
+int Reporter::Finish()
+{
+    const std::lock_guard aLock(itsMutex);
+    itsProgress.Clear();
+    if (std::fflush(itsOutput) != 0 || std::ferror(itsOutput) != 0)
+    {
+        std::fputs("standard output: the results could not be written\n", stderr);
+        ++itsUnwritten;
+    }
+    if (itsSkipped > 0)
+    {
+        std::fprintf(stderr, "%llu inputs skipped: their outputs are current\n",
+                     static_cast<unsigned long long>(itsSkipped));
+    }
+    if (itsDecoded == 0 && itsSkipped == 0 && itsFailedInputs + itsUnwritten > 0)
+    {
+        return 4;
+    }
+    if (itsUnwritten > 0)
+    {
+        return 3;
+    }
+    return itsFailedInputs > 0 ? 2 : 0;
+}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "report/ProgressBar.h"
+#include "report/ReportFile.h"
+
+/// Everything the program says, and the exit status that follows from it.
+///
+/// Lines are written whole, whichever thread they come from. Thread-safe.
+class Reporter
+{
+public:
+    /// theOutput: where results go; borrowed. theLines: whether lines of facts go there too.
+    Reporter(std::FILE* theOutput, bool theLines, bool theProgress);
+
+    /// Lines of facts go there besides. Throws OutputError.
+    void OpenReport(const std::string& thePath);
+
+    /// Whether anybody wants lines of facts.
+    bool IsReporting() const { return itsLines || itsReport != nullptr; }
+
+    /// A line of facts with its line feed, for standard output and the report. False when the report could
+    /// not be written, which counts as an output.
+    bool PrintLine(const std::string& theLine);
+
+    /// Results on standard output; theText ends with a line feed.
+    void PrintResult(const std::string& theText);
+
+    /// One line on standard error; control characters, which names and messages from files may have, are
+    /// left out.
+    void PrintError(const std::string& theText);
+
+    /// "NAME: out of memory" on standard error, without taking any.
+    void PrintOutOfMemory(const std::string& theName);
+
+    void CountDecoded();
+    void CountSkipped();
+    void CountFailedInput();
+    void CountUnwritten();
+
+    void SetTotal(std::uint64_t theTotal);
+    void AddToTotal(std::uint64_t theCount);
+    void AddDone(std::uint64_t theCount);
+
+    /// Takes the progress bar away, tells how many inputs were skipped and finds out whether all results
+    /// could be printed. The exit status.
+    int Finish();
+
+private:
+    std::mutex itsMutex;
+    void Print(const std::string& theText);
+
+    std::FILE* itsOutput;
+    bool itsLines;
+    std::unique_ptr<ReportFile> itsReport;
+    bool itsReportFailed = false;
+    ProgressBar itsProgress;
+    std::uint64_t itsDecoded = 0;
+    std::uint64_t itsSkipped = 0;
+    std::uint64_t itsFailedInputs = 0;
+    std::uint64_t itsUnwritten = 0;
+};

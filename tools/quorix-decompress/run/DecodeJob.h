@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "decode/FrameDecoder.h"
+#include "inputs/InputSource.h"
+#include "outputs/DICOMWriter.h"
+#include "outputs/FrameWriter.h"
+#include "outputs/OutputNames.h"
+#include "outputs/OutputRecord.h"
+#include "report/FrameReport.h"
+#include "report/Reporter.h"
+#include "run/Options.h"
+#include "run/StopSignal.h"
+
+class TemporaryFile;
+
+/// Everything that is done for one input: decode, write, report. One thread; different jobs share only
+/// what is thread-safe.
+class DecodeJob
+{
+public:
+    /// What all jobs share. Borrowed.
+    struct Context
+    {
+        const Options& itsOptions;
+        const OutputNames& itsNames;
+        const FrameWriter* itsWriter; ///< null where frames get no file each
+        Reporter& itsReporter;
+        StopSignal& itsStop;
+    };
+
+    DecodeJob(const Context& theContext, const Input& theInput);
+
+    /// Never throws: whatever goes wrong is reported, and counts for the exit status.
+    void Run();
+
+private:
+    void RunUnguarded();
+    bool IsDoneBefore();
+    void Decode();
+    void SaveRecord();
+    void PrintLine(const std::string& theLine);
+    void ShowInfo(InputKind theKind);
+    void DecodeFrames(InputKind theKind);
+    void HandleFrame(DecodedFrame theFrame, bool theSeveral);
+    std::string WriteFrame(const DecodedFrame& theFrame, bool theSeveral);
+    void FinishOutput(TemporaryFile& theFile, const std::string& thePath);
+    bool IsStopped(int theFrame, int theEnd);
+    void FinishDICOMFile();
+    void ReportFailure(const DecodedFrame& theFrame);
+    void ReportUnwritten(const std::string& theWhat, const std::string& theReason);
+
+    const Context& itsContext;
+    InputSource itsSource;
+    const Input& itsInput;
+    std::optional<OutputRecord> itsRecord; ///< of a list's input
+    bool itsFailed = false;                ///< a frame could not be decoded
+    bool itsUnwritten = false;
+    bool itsStopped = false;
+
+    // For a DICOM file: its frames, and the reports that wait for it.
+    DICOMWriter itsDICOMWriter;
+    std::vector<FrameReport> itsReports;
+    std::string itsDICOMError;
+};

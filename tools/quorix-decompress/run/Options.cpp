@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "run/Options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+namespace
+{
+const std::map<std::string, OutputFormat> kFormats = {
+    {"png", OutputFormat::PNG},   {"pnm", OutputFormat::PNM},     {"raw", OutputFormat::RAW},
+    {"rend", OutputFormat::REND}, {"dicom", OutputFormat::DICOM}, {"none", OutputFormat::NONE}};
+
+const std::map<std::string, InputType> kTypes = {{"auto", InputType::AUTO},
+                                                 {"dicom", InputType::DICOM},
+                                                 {"jpeg", InputType::JPEG},
+                                                 {"j2k", InputType::J2K},
+                                                 {"j2k-lossless", InputType::J2K_LOSSLESS}};
+
+const char* const kNotes =
+    "Pictures: png and pnm hold the real values, the bits stored of each sample: 16-bit images have 16 "
+    "bits,\n"
+    "and signed samples are written with 32768 added (128 for 8-bit images). With --window, grey images are\n"
+    "8 bits a sample: C and W are in the units of the rescale slope and intercept where the file has them, "
+    "and\n"
+    "MONOCHROME1 is shown inverted. Colour is RGB and takes no window.\n"
+    "\n"
+    "Names: without --output files go to the current folder. A file is named after its input; with several\n"
+    "frames NAME_f0000, NAME_f0001 and so on. Inputs of the same name get -2, -3 ... in the order given.\n"
+    "A file that is already there is replaced, an input never.\n"
+    "\n"
+    "After 8 frames in a row that cannot be decoded the rest of an input is given up.\n"
+    "With --jobs, lines come in the order in which images are finished.\n"
+    "\n"
+    "Lists: with --list, the output of study/1.dcm is OUT/study/1.dcm.png, of its frame 7 with --all-frames\n"
+    "OUT/study/1.dcm_f0007.png. OUT/.quorix keeps what --resume has to know. Names must be all relative or\n"
+    "all absolute, and no input may be in OUT. However long the list, memory stays the same.\n"
+    "\n"
+    "SIGTERM, SIGINT and SIGHUP: the frames in hand are finished, or removed when that takes more than five\n"
+    "seconds; nothing unfinished is left.\n"
+    "\n"
+    "Exit status: 0 all decoded; 1 wrong use; 2 some input could not be decoded; 3 an output could not be\n"
+    "written; 4 nothing decoded; 5 stopped by a signal. The highest that applies wins.";
+
+/// A whole text as a finite number.
+bool ParseNumber(const std::string& theText, double& theValue)
+{
+    const char* const anEnd = theText.data() + theText.size();
+    const char* const aStart = theText.data() + (theText.starts_with('+') ? 1 : 0);
+    const auto aResult = std::from_chars(aStart, anEnd, theValue);
+    return aResult.ec == std::errc() && aResult.ptr == anEnd && std::isfinite(theValue);
+}
+
+WindowOption ParseWindow(const std::string& theText)
+{
+    WindowOption aWindow;
+    if (theText == "auto")
+    {
+        aWindow.itsAutomatic = true;
+        return aWindow;
+    }
+    const std::size_t aComma = theText.find(',');
+    if (aComma == std::string::npos || !ParseNumber(theText.substr(0, aComma), aWindow.itsCenter) ||
+        !ParseNumber(theText.substr(aComma + 1), aWindow.itsWidth) || aWindow.itsWidth < 1.0)
+    {
+        throw CLI::ValidationError("--window", "must be auto or CENTER,WIDTH with a width of at least 1");
+    }
+    return aWindow;
+}
+
+/// A variable of a script that is not set must not pass for an option that is not given.
+std::string CheckNotEmpty(const std::string& theText)
+{
+    return theText.empty() ? "must not be empty" : "";
+}
+
+/// A number of bytes with K, M or G (of 1024) behind it.
+std::uint64_t ParseBytes(const std::string& theText)
+{
+    std::uint64_t aValue = 0;
+    const char* const anEnd = theText.data() + theText.size();
+    const auto aResult = std::from_chars(theText.data(), anEnd, aValue);
+    const std::string aSuffix(aResult.ptr, anEnd);
+    const std::size_t aPower = aSuffix.empty() ? 0 : std::string("KMG").find(aSuffix) + 1;
+    if (aResult.ec != std::errc() || aSuffix.size() > 1 || (aPower == 0 && !aSuffix.empty()) || aValue == 0 ||
+        aValue > (std::uint64_t{INT64_MAX} >> (10 * aPower)))
+    {
+        throw CLI::ValidationError("--max-memory", "must be a number of bytes, or one with K, M or G");
+    }
+    return aValue << (10 * aPower);
+}
+} // namespace
+
+/// What the command line says in words, before it is looked at.
+struct Options::Texts
+{
+    std::string itsFormat = "png";
+    std::string itsType = "auto";
+    std::string itsWindow;
+    bool itsNoProgress = false;
+    std::string itsShard;
+    std::string itsMemory;
+};
+
+void Options::Check(const Texts& theTexts)
+{
+    itsFormat = kFormats.at(theTexts.itsFormat);
+    itsType = kTypes.at(theTexts.itsType);
+    itsFormatName = theTexts.itsFormat;
+    itsTypeName = theTexts.itsType;
+    itsProgress = !theTexts.itsNoProgress;
+    if (!theTexts.itsWindow.empty())
+    {
+        itsWindow = ParseWindow(theTexts.itsWindow);
+        if (itsFormat != OutputFormat::PNG && itsFormat != OutputFormat::PNM)
+        {
+            throw CLI::ValidationError("--window", "is for --format png and pnm");
+        }
+    }
+    if (std::count(itsInputs.begin(), itsInputs.end(), "-") > 1)
+    {
+        throw CLI::ValidationError("INPUT", "standard input (-) can be read only once");
+    }
+    if (!theTexts.itsMemory.empty())
+    {
+        itsMaximumMemory = ParseBytes(theTexts.itsMemory);
+    }
+    CheckArchive(theTexts);
+}
+
+void Options::CheckArchive(const Texts& theTexts)
+{
+    if (itsList.empty() == itsInputs.empty())
+    {
+        throw CLI::ValidationError("INPUT", "either inputs or a --list of them are needed");
+    }
+    if (itsList.empty() && (itsResume || !theTexts.itsShard.empty()))
+    {
+        throw CLI::ValidationError(itsResume ? "--resume" : "--shard", "is for --list");
+    }
+    if (!itsList.empty() && HasOutputs() && itsOutput.empty())
+    {
+        throw CLI::ValidationError("--list", "needs --output, a folder for the outputs");
+    }
+    if (itsResume && !HasOutputs())
+    {
+        throw CLI::ValidationError("--resume", "is for runs that write files");
+    }
+    if (theTexts.itsShard.empty())
+    {
+        return;
+    }
+    try
+    {
+        itsShard = Shard::Parse(theTexts.itsShard);
+        itsHasShard = true;
+    }
+    catch (const std::invalid_argument& anError)
+    {
+        throw CLI::ValidationError("--shard", anError.what());
+    }
+}
+
+std::string Options::Describe() const
+{
+    char aWindow[96] = "none";
+    if (itsWindow)
+    {
+        std::snprintf(aWindow, sizeof(aWindow), "%.17g,%.17g", itsWindow->itsCenter, itsWindow->itsWidth);
+    }
+    return "format " + itsFormatName + ", type " + itsTypeName + ", frame " +
+           (itsAllFrames ? "all" : std::to_string(itsFrame)) + ", scale " + std::to_string(itsScale) +
+           ", window " + (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow);
+}
+
+void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
+{
+    theApp.add_option("INPUT", itsInputs,
+                      "Files, folders (searched for DICOM files, subfolders too) or - for standard input");
+    CLI::Option* const aFrame =
+        theApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
+            ->option_text("N")
+            ->check(CLI::Range(0, 2147483647));
+    theApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
+    theApp
+        .add_option("--scale", itsScale,
+                    "Reduce the resolution where the codec can (JPEG 2000): 1 is full size, each step more\n"
+                    "halves it (3 is a quarter), as far as the image has levels")
+        ->option_text("N")
+        ->check(CLI::Range(1, 31));
+    theApp
+        .add_option(
+            "--type", theTexts.itsType,
+            "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless (both also for\n"
+            "JP2 files; they differ in what is said of loss)")
+        ->option_text("TYPE")
+        ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
+    theApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 1024));
+}
+
+void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
+{
+    theApp.add_option("-o,--output", itsOutput,
+                      "A file for one input, else a folder (made when missing; end it with / for one input)");
+    theApp
+        .add_option("--format", theTexts.itsFormat,
+                    "png, pnm (PGM or PPM), raw (the decoded bytes exactly), rend (the cache file),\n"
+                    "dicom (an uncompressed Part 10 file; --all-frames gives one file) or none (default png)")
+        ->option_text("FORMAT")
+        ->check(CLI::IsMember({"png", "pnm", "raw", "rend", "dicom", "none"}));
+    theApp
+        .add_option("--window", theTexts.itsWindow,
+                    "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
+        ->option_text("C,W|auto");
+    theApp.add_flag("--info", itsInfo, "Show attributes, codec and the boxes of JP2 files; decode no pixels");
+    theApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
+    theApp.add_flag("--no-progress", theTexts.itsNoProgress,
+                    "No progress bar (there is one on a terminal only)");
+}
+
+void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
+{
+    theApp
+        .add_option("--list", itsList,
+                    "A file with the names of the inputs, one a line or each ended by NUL; - for standard\n"
+                    "input. Instead of INPUT; needs --output, which is a folder")
+        ->option_text("FILE")
+        ->check(CheckNotEmpty);
+    theApp
+        .add_option(
+            "--shard", theTexts.itsShard,
+            "Part I of N of the list, I counted from 0; auto takes both from SLURM_ARRAY_TASK_ID and\n"
+            "its like, auto/N takes I from SLURM_ARRAY_TASK_ID or JOB_COMPLETION_INDEX")
+        ->option_text("I/N|auto|auto/N")
+        ->check(CheckNotEmpty);
+    theApp.add_flag("--resume", itsResume,
+                    "Skip inputs of the list whose outputs are there, unchanged, and made of the same input\n"
+                    "(size and time) with the same options and version");
+    theApp
+        .add_option("--report", itsReport,
+                    "Add the JSON lines to this file, which several processes may share")
+        ->option_text("FILE")
+        ->check(CheckNotEmpty);
+    theApp.add_option("--max-pixels", itsMaximumPixels, "Refuse images of more pixels (rows times columns)")
+        ->option_text("N")
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{INT64_MAX}));
+    theApp
+        .add_option("--max-memory", theTexts.itsMemory,
+                    "Refuse images of more bytes, and let the process with all its jobs have no more memory\n"
+                    "than this on top of what it starts with; K, M and G for KiB, MiB and GiB")
+        ->option_text("BYTES")
+        ->check(CheckNotEmpty);
+}
+
+std::optional<int> Options::Parse(int theArgumentCount, const char* const* theArguments)
+{
+    CLI::App anApp(
+        "Decompresses medical images: DICOM files (native, RLE, JPEG, JPEG 2000), bare JPEG and JPEG 2000 "
+        "streams and JP2 files.",
+        "quorix-decompress");
+    Texts aTexts;
+    AddOutputOptions(anApp, aTexts);
+    AddInputOptions(anApp, aTexts);
+    AddArchiveOptions(anApp, aTexts);
+    anApp.set_version_flag("--version", std::string("quorix-decompress ") + QUORIX_VERSION);
+    anApp.footer(kNotes);
+    try
+    {
+        anApp.parse(theArgumentCount, theArguments);
+        Check(aTexts);
+    }
+    catch (const CLI::ParseError& anError)
+    {
+        return anApp.exit(anError) == 0 ? 0 : 1;
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inputs/Shard.h"
+
+namespace CLI
+{
+class App;
+}
+
+enum class OutputFormat
+{
+    PNG,
+    PNM,
+    RAW,
+    REND,
+    DICOM,
+    NONE
+};
+
+enum class InputType
+{
+    AUTO,
+    DICOM,
+    JPEG,
+    J2K,
+    J2K_LOSSLESS
+};
+
+/// What --window asks for: the whole range of values of each image, or one window for all.
+struct WindowOption
+{
+    bool itsAutomatic = false;
+    double itsCenter = 0.0;
+    double itsWidth = 0.0; ///< at least 1
+};
+
+/// The command line, read and checked. Immutable after Parse.
+class Options
+{
+public:
+    /// Reads the command line. An exit status when the program is to end now (help and version: 0, wrong
+    /// use: 1, the reason on standard error), nothing when there is work to do.
+    std::optional<int> Parse(int theArgumentCount, const char* const* theArguments);
+
+    const std::vector<std::string>& GetInputs() const { return itsInputs; }
+    const std::string& GetOutput() const { return itsOutput; }
+    OutputFormat GetFormat() const { return itsFormat; }
+    InputType GetType() const { return itsType; }
+    int GetFrame() const { return itsFrame; }
+    bool IsAllFrames() const { return itsAllFrames; }
+    int GetScale() const { return itsScale; }
+    const std::optional<WindowOption>& GetWindow() const { return itsWindow; }
+    bool IsInfo() const { return itsInfo; }
+    bool IsJSON() const { return itsJSON; }
+    int GetJobs() const { return itsJobs; }
+    bool IsProgress() const { return itsProgress; }
+
+    /// A file with the names of the inputs, "-" for standard input; empty where they are on the command line.
+    const std::string& GetList() const { return itsList; }
+    bool HasShard() const { return itsHasShard; }
+    const Shard& GetShard() const { return itsShard; }
+    bool IsResume() const { return itsResume; }
+    const std::string& GetReport() const { return itsReport; } ///< empty for none
+
+    std::optional<std::uint64_t> GetMaximumPixels() const { return itsMaximumPixels; }
+    std::optional<std::uint64_t> GetMaximumMemory() const { return itsMaximumMemory; } ///< bytes
+
+    bool HasOutputs() const { return !itsInfo && itsFormat != OutputFormat::NONE; }
+    const std::string& GetFormatName() const { return itsFormatName; }
+
+    /// Everything that an output depends on, apart from its input and this program's version.
+    std::string Describe() const;
+
+private:
+    struct Texts;
+
+    void AddInputOptions(CLI::App& theApp, Texts& theTexts);
+    void AddOutputOptions(CLI::App& theApp, Texts& theTexts);
+    void AddArchiveOptions(CLI::App& theApp, Texts& theTexts);
+    void Check(const Texts& theTexts);
+    void CheckArchive(const Texts& theTexts);
+
+    std::vector<std::string> itsInputs;
+    std::string itsOutput;
+    OutputFormat itsFormat = OutputFormat::PNG;
+    InputType itsType = InputType::AUTO;
+    int itsFrame = 0;
+    bool itsAllFrames = false;
+    int itsScale = 1;
+    std::optional<WindowOption> itsWindow;
+    bool itsInfo = false;
+    bool itsJSON = false;
+    int itsJobs = 1;
+    bool itsProgress = true;
+    std::string itsFormatName;
+    std::string itsTypeName;
+    std::string itsList;
+    bool itsHasShard = false;
+    Shard itsShard;
+    bool itsResume = false;
+    std::string itsReport;
+    std::optional<std::uint64_t> itsMaximumPixels;
+    std::optional<std::uint64_t> itsMaximumMemory;
+};
