@@ -20,14 +20,21 @@ endforeach()
 # libjpeg-turbo, for the DCT images that it decodes as the 8-bit IJG build does.
 find_package(JPEG REQUIRED)
 
-# Java: the headers of JNI alone, as whoever loads the library brings the virtual machine. Debian's layout
-# is only found from where javac really is.
-find_package(Java 17 REQUIRED COMPONENTS Development)
-if(NOT DEFINED JAVA_HOME AND NOT DEFINED ENV{JAVA_HOME})
-  file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" theJavac)
-  cmake_path(GET theJavac PARENT_PATH theJavaBin)
-  cmake_path(GET theJavaBin PARENT_PATH JAVA_HOME)
+# Java: the headers of JNI alone, as whoever loads the library brings the virtual machine. Where the Java side
+# is built its compiler says where they are: Debian's layout is only found from where javac really is.
+if(QUORIX_BUILD_JAVA)
+  find_package(Java 17 REQUIRED COMPONENTS Development)
+  if(NOT DEFINED JAVA_HOME AND NOT DEFINED ENV{JAVA_HOME})
+    file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" theJavac)
+    cmake_path(GET theJavac PARENT_PATH theJavaBin)
+    cmake_path(GET theJavaBin PARENT_PATH JAVA_HOME)
+  endif()
 endif()
-find_package(JNI REQUIRED COMPONENTS JVM)
-add_library(Quorix::JNI INTERFACE IMPORTED)
-target_include_directories(Quorix::JNI INTERFACE ${JNI_INCLUDE_DIRS})
+if(QUORIX_WITH_JNI)
+  find_package(JNI QUIET COMPONENTS JVM)
+  if(NOT JAVA_INCLUDE_PATH OR NOT JAVA_INCLUDE_PATH2)
+    message(FATAL_ERROR "jni.h was not found: set JAVA_HOME, or do without the natives of Java (-DQUORIX_WITH_JNI=OFF)")
+  endif()
+  add_library(Quorix::JNI INTERFACE IMPORTED)
+  target_include_directories(Quorix::JNI INTERFACE "${JAVA_INCLUDE_PATH}" "${JAVA_INCLUDE_PATH2}")
+endif()

@@ -9,11 +9,16 @@ install(TARGETS QuorixDecompLib
   EXPORT QuorixDecompLibTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 
-# Headers in a folder named detail belong to the library alone.
+# Headers in a folder named detail belong to the library alone; those of the Java layer come with it.
+set(theJniHeaders "")
+if(NOT QUORIX_WITH_JNI)
+  set(theJniHeaders REGEX "/src/jni$" EXCLUDE)
+endif()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/QuorixDecompLib"
   FILES_MATCHING PATTERN "*.h"
-  PATTERN "detail" EXCLUDE)
+  PATTERN "detail" EXCLUDE
+  ${theJniHeaders})
 
 install(EXPORT QuorixDecompLibTargets
   NAMESPACE Quorix::

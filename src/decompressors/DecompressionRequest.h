@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "jni/streams/JNIForward.h"
+#include "decompressors/JNIForward.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
 
@@ -39,7 +39,8 @@ public:
     /// Reads the fields of a com.quorix.decompression.DecompressionRequest, and owns adapters over its
     /// stream and queue. theClass is not used. A field that is missing ends the reading and leaves the
     /// Java exception to the caller; what was not read keeps its default. Throws StreamIOException for a
-    /// stream that lacks a method. The Java objects and theEnv must outlive this request.
+    /// stream that lacks a method. The Java objects and theEnv must outlive this request. Only in a library
+    /// with JNI.
     DecompressionRequest(JNIEnv* theEnv, jclass theClass, jobject theRequest);
     virtual ~DecompressionRequest();
 

@@ -4,8 +4,6 @@
 #include <string>
 
 #include "image/Renderable.h"
-#include "jni/streams/StringConverter.h"
-#include "jni/streams/detail/JavaAccess.h"
 
 /// What all copies of a result hold together; the last copy frees the image.
 struct DecompressionResult::Holder
@@ -42,23 +40,4 @@ void DecompressionResult::setOutOfMemory(DLResultCode theCode) noexcept
     itsDCMLibResultCode = theCode;
     itsSystemErrorCode = 0;
     itsMessage = "Out of memory"; // short enough for every string's own storage
-}
-
-void DecompressionResult::copyToJava(JNIEnv* theEnv, jobject theResult) const
-{
-    const LocalReference<jclass> aClass = JavaAccess::GetClass(*theEnv, theResult);
-    if (const jfieldID aField = JavaAccess::FindField(*theEnv, aClass.Get(), "DLResultCode", "I"))
-    {
-        theEnv->SetIntField(theResult, aField, itsDCMLibResultCode);
-    }
-    if (const jfieldID aField = JavaAccess::FindField(*theEnv, aClass.Get(), "SystemError", "I"))
-    {
-        theEnv->SetIntField(theResult, aField, itsSystemErrorCode);
-    }
-    if (const jfieldID aField = JavaAccess::FindField(*theEnv, aClass.Get(), "Message", "Ljava/lang/String;"))
-    {
-        const LocalReference<jstring> aMessage(*theEnv,
-                                               StringConverter::latin1ToJString(*theEnv, itsMessage));
-        theEnv->SetObjectField(theResult, aField, aMessage.Get());
-    }
 }

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "jni/streams/JNIForward.h"
+#include "decompressors/JNIForward.h"
 #include "toolkit/base/DLResultCode.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
@@ -60,7 +60,7 @@ public:
 
     /// Sets the fields int DLResultCode, int SystemError and String Message of a Java object (may be
     /// null), each where the object's class has it; the message's bytes are taken as ISO-8859-1. No Java
-    /// exception may be pending, and none is left.
+    /// exception may be pending, and none is left. Only in a library with JNI.
     void copyToJava(JNIEnv* theEnv, jobject theResult) const;
 
 private:

@@ -4,11 +4,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "decompressors/JNIForward.h"
 #include "decompressors/StreamDecompressor.h"
-#include "jni/streams/JNIForward.h"
 #include "toolkit/base/MemoryAllocater.h"
 
-class Part10FrontEnd;
 class Renderable;
 
 /// Decodes all frames of a DICOM Part 10 stream and hands each to a Java listener as soon as it is there.
@@ -17,6 +16,7 @@ class Renderable;
 /// (ILcom/quorix/decompression/Renderable;)Z, receives the frame's index and a Java Renderable that owns
 /// the image; its answer false, or an exception, which stays pending for the caller, ends the decoding.
 /// The environment and the listener are borrowed: not to outlive the native call, nor to leave its thread.
+/// Only in a library with JNI; Part10FrameWalk does the same for C++.
 class QUORIX_API MultiFramePart10StreamDecompressor : public StreamDecompressor
 {
 public:
@@ -33,7 +33,6 @@ public:
     void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) override;
 
 private:
-    void Decode(Part10FrontEnd& theFrontEnd) const;
     bool Deliver(int theFrameIndex, std::unique_ptr<Renderable> theImage) const;
 
     MemoryAllocater& itsMemoryAllocator;

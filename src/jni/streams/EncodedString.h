@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "jni/streams/JNIForward.h"
+#include "decompressors/JNIForward.h"
 #include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "decompressors/JNIForward.h"
 #include "engine/kdu_compressed_source.h"
-#include "jni/streams/JNIForward.h"
 
 /// Feeds a codec from a com.quorix.util.InputBufferQueue, which Java may still be filling.
 ///

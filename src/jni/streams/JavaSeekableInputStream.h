@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "jni/streams/JNIForward.h"
+#include "decompressors/JNIForward.h"
 #include "toolkit/base/RWCString.h"
 #include "toolkit/io/InputStream.h"
 

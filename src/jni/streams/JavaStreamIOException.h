@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "jni/streams/JNIForward.h"
+#include "decompressors/JNIForward.h"
 #include "toolkit/base/StreamIOException.h"
 
 /// A Java exception ended a call into a Java stream.

@@ -5,16 +5,11 @@
 #include <limits>
 #include <utility>
 
-#include "decompressors/detail/Part10FrameLoader.h"
-#include "decompressors/detail/Part10FrontEnd.h"
+#include "decompressors/Part10FrameWalk.h"
+#include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
 #include "jni/streams/detail/JavaRenderable.h"
 #include "toolkit/base/StreamIOException.h"
-
-namespace
-{
-constexpr const char* kClassName = "MultiFramePart10StreamDecompressor";
-} // namespace
 
 MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,
                                                                        jmethodID theMethod,
@@ -28,25 +23,11 @@ MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* t
 void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
                                                     DecompressionResult& theResult)
 {
-    Part10FrontEnd::Serve(theRequest, itsMemoryAllocator, kClassName, theResult,
-                          [this](Part10FrontEnd& theFrontEnd) { Decode(theFrontEnd); });
-}
-
-void MultiFramePart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd) const
-{
-    Part10FrameLoader aLoader(theFrontEnd, kClassName);
-    const int aCount = aLoader.CountFrames();
-    for (int aFrameIndex = 0; aFrameIndex < aCount; ++aFrameIndex)
-    {
-        if (aFrameIndex < itsFirstFrame)
-        {
-            aLoader.Pass(aFrameIndex);
-        }
-        else if (!Deliver(aFrameIndex, aLoader.Load(aFrameIndex)))
-        {
-            return;
-        }
-    }
+    Part10FrameWalk::Run(
+        theRequest, itsMemoryAllocator, itsFirstFrame,
+        [this](int theFrameIndex, std::unique_ptr<Renderable> theImage)
+        { return Deliver(theFrameIndex, std::move(theImage)); },
+        theResult);
 }
 
 /// False when the listener wants no more. May leave a Java exception pending then.
