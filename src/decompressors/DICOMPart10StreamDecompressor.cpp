@@ -40,23 +40,23 @@ void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, Decompre
     std::unique_ptr<Renderable> anImage = aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
     if (!theFrontEnd.IsDataSetPrivate())
     {
-        FixUpDataSet(theFrontEnd, *anImage, theResult);
+        FixUpDataSet(theFrontEnd.GetDataSet(), *anImage, theResult);
     }
     anImage->setTotalTimeTakenToLoad(theFrontEnd.GetTotalTime());
     theResult.setRenderable(anImage.release());
 }
 
-void DICOMPart10StreamDecompressor::FixUpDataSet(Part10FrontEnd& theFrontEnd, Renderable& theImage,
+void DICOMPart10StreamDecompressor::FixUpDataSet(DICOMDataObject& theDataSet, Renderable& theImage,
                                                  DecompressionResult& theResult)
 {
-    DICOMDataObject& aDataSet = theFrontEnd.GetDataSet();
-    MVRFactory aFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(), theImage.getMemoryAllocator());
+    MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
+                        theImage.getMemoryAllocator());
     // The element says what byte order the pixels have now, so that the fix-up leaves them alone.
     const std::unique_ptr<BufferVR> aPixels = aFactory.CreatePixelData(
         theImage.getPixelData(), theImage.getPixelDataSize(), VR::TYPE_OW,
         theImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER : DLEndian::BIG_ENDIAN_ORDER);
-    if (!DecompressionLibUtils::FixupDICOMObjectFromRenderable(&aDataSet, &theImage, aFactory, aPixels.get(),
-                                                               "", false, theResult))
+    if (!DecompressionLibUtils::FixupDICOMObjectFromRenderable(&theDataSet, &theImage, aFactory,
+                                                               aPixels.get(), "", false, theResult))
     {
         throw DLRuntimeException("the data set could not be brought in line with the decoded image");
     }

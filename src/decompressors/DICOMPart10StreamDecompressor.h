@@ -4,6 +4,7 @@
 #include "decompressors/StreamDecompressor.h"
 #include "toolkit/base/MemoryAllocater.h"
 
+class DICOMDataObject;
 class Part10FrontEnd;
 class Renderable;
 
@@ -27,9 +28,12 @@ public:
     /// code of its own; else the code of the codec or stream that failed.
     void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) override;
 
+    /// Makes theDataSet describe theImage, which was decoded with it, as Decompress does.
+    static void FixUpDataSet(DICOMDataObject& theDataSet, Renderable& theImage,
+                             DecompressionResult& theResult);
+
 private:
     void Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult);
-    void FixUpDataSet(Part10FrontEnd& theFrontEnd, Renderable& theImage, DecompressionResult& theResult);
 
     MemoryAllocater& itsMemoryAllocator;
 };

@@ -27,4 +27,9 @@ public:
     /// receives an image. theAllocator must outlive every image made. Never throws.
     static void Run(DecompressionRequest& theRequest, MemoryAllocater& theAllocator, int theFirstFrame,
                     const Receiver& theReceiver, DecompressionResult& theResult);
+
+    /// The same, going straight to theFirstFrame (0 and up): where the stream can seek, what stands before it
+    /// is not read. A frame that there is not is an error then, code 6.
+    static void RunFrom(DecompressionRequest& theRequest, MemoryAllocater& theAllocator, int theFirstFrame,
+                        const Receiver& theReceiver, DecompressionResult& theResult);
 };

@@ -35,10 +35,33 @@ echo "consumer through CMake: ok"
 
 export PKG_CONFIG_PATH="$work/moved/lib/pkgconfig"
 # shellcheck disable=SC2046
-"$compiler" -std=c++20 "$source/examples/cpp/DecodeToPnm.cpp" -o "$work/plain" \
+"$compiler" -std=c++17 "$source/examples/cpp/DecodeToPnm.cpp" -o "$work/plain" \
     $(pkg-config --cflags --libs QuorixDecompLib)
 LD_LIBRARY_PATH="$work/moved/lib" expect_no_image 38 "$work/plain"
 echo "consumer through pkg-config: ok"
+
+# The front door, for C++17 programs of either compiler: it needs no other header of the library.
+PYTHONPATH="$source/tests/tools" python3 -B -c 'import cli_test, sys; sys.stdout.buffer.write(cli_test.MULTI)' \
+    >"$work/multi.dcm"
+expect_frames() {
+    answer=$("$1" "$work/multi.dcm"; "$1" "$work/missing")
+    [ "$answer" = "3 frames: 10 20 30code 3" ] || { echo "$1: $answer" >&2; exit 1; }
+}
+front_door=$source/tests/install/front_door
+for name in g++ clang++; do
+    command -v $name >/dev/null || { echo "C++17 consumer with $name: skipped, no $name"; continue; }
+    cmake -G Ninja -S "$front_door" -B "$work/$name" -DCMAKE_CXX_COMPILER=$name \
+        -DCMAKE_PREFIX_PATH="$work/moved" >/dev/null
+    cmake --build "$work/$name" >/dev/null
+    expect_frames "$work/$name/consumer"
+    # shellcheck disable=SC2046
+    $name -std=c++17 -MMD -MF "$work/$name.d" "$front_door/main.cpp" -o "$work/$name-plain" \
+        $(pkg-config --cflags --libs QuorixDecompLib)
+    LD_LIBRARY_PATH="$work/moved/lib" expect_frames "$work/$name-plain"
+    [ "$(grep -o '/include/QuorixDecompLib/[^ ]*' "$work/$name.d")" = /include/QuorixDecompLib/quorix/decode.h ] ||
+        { echo "the front door includes other headers of the library" >&2; exit 1; }
+    echo "C++17 consumer with $name: ok"
+done
 
 # The jar brings its own copy of the library: a file that is no image gets the library's answer.
 if grep -q '^QUORIX_BUILD_JAVA:BOOL=ON' "$build/CMakeCache.txt"; then

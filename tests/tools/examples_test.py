@@ -38,7 +38,7 @@ class Examples(cli_test.Program):
         self.put("multi.dcm", MULTI)
         self.run_example("DecodeToPnm", "multi.dcm", "out", "2")
         self.assertEqual(read_pnm(self.path("out"))[3], [30] * 6)
-        for arguments, text in ((("missing.dcm", "out"), "cannot be opened"), (("multi.dcm", "no/out"), "cannot be written"),
+        for arguments, text in ((("missing.dcm", "out"), "code 3: missing.dcm: No such file"), (("multi.dcm", "no/out"), "cannot be written"),
                                 (("multi.dcm", "out", "3"), "code 37: "), ((), "usage")):
             self.assertIn(text, self.run_example("DecodeToPnm", *arguments, status=1))
 

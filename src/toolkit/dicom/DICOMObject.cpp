@@ -348,6 +348,13 @@ void DICOMObject::SetScratchpadValue(const RWCString& theName, const RWCString& 
     itsScratchpad[theName] = theValue;
 }
 
+void DICOMObject::CopyAttributes(const DICOMObject& theOther)
+{
+    itsElements->itsItem = theOther.itsElements->itsItem;
+    itsScratchpad = theOther.itsScratchpad;
+    itsEndian = theOther.itsEndian;
+}
+
 bool DICOMObject::LoadFromFile(const RWCString& thePath, DLResultCode& theResultCode, int& theSystemErrorCode,
                                DICOMTag theStopTag)
 {

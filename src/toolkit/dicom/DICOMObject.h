@@ -107,6 +107,10 @@ public:
     void SetScratchpadValue(const RWCString& theName, const RWCString& theValue);
     /// @}
 
+    /// Makes elements, scratch pad and byte order those of theOther. Pixel data is not copied; what this set
+    /// holds stays.
+    void CopyAttributes(const DICOMObject& theOther);
+
     /// Loads a file into this set, adding to and replacing what it holds: a Part 10 file or a bare data
     /// set. Elements at and after theStopTag are not read. Without a stop tag native Pixel Data is loaded
     /// too; encapsulated Pixel Data ends the load successfully, with the header in the set and no

@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "quorix/decode.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "codecs/sources/InputStreamAdapter.h"
+#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "decompressors/Part10FrameWalk.h"
+#include "image/VMMemoryAllocator.h"
+#include "quorix/detail/CallersStream.h"
+#include "quorix/detail/ImageState.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/RewindableInputStream.h"
+
+namespace quorix
+{
+namespace
+{
+constexpr std::size_t kHeadLength = 132; ///< preamble and "DICM"
+
+/// What an image's first bytes say it is; automatic where they say nothing.
+ImageType TypeOf(const std::vector<unsigned char>& theHead)
+{
+    const auto aHas = [&](std::size_t thePosition, const char* theBytes, std::size_t theCount)
+    {
+        return theHead.size() >= thePosition + theCount &&
+               std::memcmp(theHead.data() + thePosition, theBytes, theCount) == 0;
+    };
+    // The preamble may hold anything, the start of another kind of file included: look behind it first.
+    if (aHas(128, "DICM", 4))
+    {
+        return ImageType::dicom;
+    }
+    if (aHas(0, "\xff\xd8\xff", 3))
+    {
+        return ImageType::jpeg;
+    }
+    return aHas(0, "\xff\x4f\xff\x51", 4) || aHas(0, "\0\0\0\x0cjP  ", 8) ? ImageType::jpeg2000
+                                                                          : ImageType::automatic;
+}
+
+const RWCString& TransferSyntaxOf(ImageType theBareType)
+{
+    switch (theBareType)
+    {
+    case ImageType::jpeg2000:
+        return TransferSyntaxType::TSJPEG2KUID;
+    case ImageType::losslessJpeg2000:
+        return TransferSyntaxType::TSJPEG2KLosslessUID;
+    default:
+        return TransferSyntaxType::TSJPEG50UID;
+    }
+}
+
+/// Other codecs report the scale that was asked for and deliver full size.
+int AppliedScale(const Renderable& theImage, const RWCString& theUID)
+{
+    const bool isReducing =
+        theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
+    return isReducing ? theImage.getScaleFactor() : 1;
+}
+
+void Check(const char* theName, int theValue, int theLeast)
+{
+    if (theValue < theLeast)
+    {
+        throw DecodeError(std::string(theName) + " is " + std::to_string(theValue) + ", must be at least " +
+                              std::to_string(theLeast),
+                          DLRC_GENERAL_FAILURE);
+    }
+}
+
+void Check(const DecodeOptions& theOptions)
+{
+    Check("frame", theOptions.frame, 0);
+    Check("frameCount", theOptions.frameCount, 1);
+    Check("scale", theOptions.scale, 1);
+}
+
+[[noreturn]] void Throw(const DecompressionResult& theResult)
+{
+    const int aCode = theResult.getDCMLibResultCode();
+    throw DecodeError(theResult.getMessage(), aCode != DLRC_SUCCESS ? aCode : DLRC_DECODER_ERROR,
+                      theResult.getSystemErrorCode());
+}
+
+/// The image of a result; throws where there is none.
+std::unique_ptr<Renderable> Take(DecompressionResult& theResult)
+{
+    std::unique_ptr<Renderable> anImage(theResult.getRenderable());
+    theResult.setRenderable(nullptr);
+    if (theResult.getDCMLibResultCode() != DLRC_SUCCESS || !anImage)
+    {
+        Throw(theResult);
+    }
+    return anImage;
+}
+
+Image DecodePart10(::InputStream& theStream, const DecodeOptions& theOptions)
+{
+    const auto aDataSet = std::make_shared<SharedDataSet>();
+    DecompressionRequest aRequest(&theStream, &aDataSet->itsDataSet, "", false, theOptions.scale,
+                                  theOptions.frame, "", false);
+    DecompressionResult aResult;
+    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    std::unique_ptr<Renderable> anImage = Take(aResult);
+    const int aScale = AppliedScale(*anImage, aRequest.getTransferSyntaxUID());
+    return ImageState::MakeImage({std::move(anImage), aDataSet, theOptions.frame, aScale});
+}
+
+Image DecodeBare(::InputStream& theStream, ImageType theType, const DecodeOptions& theOptions)
+{
+    if (theOptions.frame != 0)
+    {
+        throw DecodeError("no frame " + std::to_string(theOptions.frame) + ": a bare image has one",
+                          DLRC_GENERAL_FAILURE);
+    }
+    InputStreamAdapter aSource(theStream);
+    DecompressionRequest aRequest(&aSource, nullptr, "", false, theOptions.scale, 0,
+                                  TransferSyntaxOf(theType), false);
+    const long long aRest = theStream.Length() - static_cast<long long>(theStream.GetStreamPosition());
+    aRequest.setSourceLength(static_cast<std::uint32_t>(
+        std::clamp<long long>(aRest, 0, std::numeric_limits<std::uint32_t>::max())));
+    DecompressionResult aResult;
+    CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
+    std::unique_ptr<Renderable> anImage = Take(aResult);
+    const int aScale = anImage->getScaleFactor();
+    return ImageState::MakeImage({std::move(anImage), nullptr, 0, aScale});
+}
+
+/// Where images go, one by one; false for no more.
+using Receiver = std::function<bool(Image)>;
+
+void DecodePart10Frames(::InputStream& theStream, const DecodeOptions& theOptions,
+                        const Receiver& theReceiver)
+{
+    DICOMDataObject aDataSet; // which every frame's codec writes into
+    std::shared_ptr<SharedDataSet> aShared;
+    DecompressionRequest aRequest(&theStream, &aDataSet, "", false, theOptions.scale, 0, "", false);
+    DecompressionResult aResult;
+    int aLeft = theOptions.frameCount;
+    Part10FrameWalk::RunFrom(
+        aRequest, VMMemoryAllocator::GetDefaultInstance(), theOptions.frame,
+        [&](int theFrameIndex, std::unique_ptr<Renderable> theImage)
+        {
+            if (!aShared)
+            {
+                aShared = std::make_shared<SharedDataSet>();
+                aShared->itsDataSet.CopyAttributes(aDataSet);
+                DICOMPart10StreamDecompressor::FixUpDataSet(aShared->itsDataSet, *theImage, aResult);
+            }
+            const int aScale = AppliedScale(*theImage, aRequest.getTransferSyntaxUID());
+            --aLeft;
+            return theReceiver(
+                       ImageState::MakeImage({std::move(theImage), aShared, theFrameIndex, aScale})) &&
+                   aLeft > 0;
+        },
+        aResult);
+    if (aResult.getDCMLibResultCode() != DLRC_SUCCESS)
+    {
+        Throw(aResult);
+    }
+}
+
+/// Tells what the stream holds and lets theWork(stream, type) begin at its first byte.
+template <class Work>
+auto WithType(::InputStream& theStream, const DecodeOptions& theOptions, const Work& theWork)
+{
+    if (theOptions.type != ImageType::automatic)
+    {
+        return theWork(theStream, theOptions.type);
+    }
+    RewindableInputStream aStream(theStream);
+    std::vector<unsigned char> aHead(kHeadLength);
+    aHead.resize(aStream.ReadFully(aHead.data(), aHead.size()));
+    const ImageType aType = TypeOf(aHead);
+    if (aType == ImageType::automatic)
+    {
+        throw DecodeError("neither a DICOM Part 10 stream nor a JPEG, JPEG 2000 or JP2 image",
+                          DLRC_PARSE_ERROR);
+    }
+    aStream.Rewind();
+    return theWork(aStream, aType);
+}
+
+/// theWork's answer, exceptions of the toolkit turned into those of the front door.
+template <class Work>
+auto Translate(const Work& theWork)
+{
+    try
+    {
+        return theWork();
+    }
+    catch (const DICOMLibException& anException)
+    {
+        throw DecodeError(anException.GetMessageText(), anException.GetResultCode(),
+                          anException.GetSystemErrorCode());
+    }
+}
+
+/// Opens a file and answers what theWork(stream) does.
+template <class Work>
+auto WithFile(const std::filesystem::path& theFile, const Work& theWork)
+{
+    LFInputStream aFile(theFile.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
+    std::error_code anError(aFile.IsOpen() ? 0 : errno, std::generic_category());
+    std::error_code aNoMatter;
+    if (!anError && std::filesystem::is_directory(theFile, aNoMatter))
+    {
+        anError = std::make_error_code(std::errc::is_a_directory);
+    }
+    if (anError)
+    {
+        throw DecodeError(theFile.string() + ": " + anError.message(), DLRC_FILE_NOT_FOUND, anError.value());
+    }
+    return theWork(aFile);
+}
+
+/// theWork's answer, unless the caller's code has thrown: then that.
+template <class Work>
+auto WithCallersCode(CallersCode& theCode, const Work& theWork)
+{
+    try
+    {
+        auto anAnswer = theWork();
+        theCode.Rethrow();
+        return anAnswer;
+    }
+    catch (...)
+    {
+        theCode.Rethrow();
+        throw;
+    }
+}
+
+Image DecodeOne(::InputStream& theStream, const DecodeOptions& theOptions)
+{
+    return Translate(
+        [&]
+        {
+            return WithType(theStream, theOptions,
+                            [&](::InputStream& theStart, ImageType theType)
+                            {
+                                return theType == ImageType::dicom
+                                           ? DecodePart10(theStart, theOptions)
+                                           : DecodeBare(theStart, theType, theOptions);
+                            });
+        });
+}
+
+int DecodeAll(::InputStream& theStream, const DecodeOptions& theOptions, const FrameCallback& theCallback,
+              CallersCode& theCode)
+{
+    int aCount = 0;
+    const Receiver aReceiver = [&](Image theImage)
+    {
+        ++aCount;
+        const int aFrame = theImage.frame();
+        return theCode.Call([&] { return theCallback(aFrame, std::move(theImage)); });
+    };
+    const auto aWork = [&](::InputStream& theStart, ImageType theType)
+    {
+        if (theType == ImageType::dicom)
+        {
+            DecodePart10Frames(theStart, theOptions, aReceiver);
+        }
+        else
+        {
+            aReceiver(DecodeBare(theStart, theType, theOptions));
+        }
+        return aCount;
+    };
+    return Translate([&] { return WithType(theStream, theOptions, aWork); });
+}
+} // namespace
+
+Image decode(const std::filesystem::path& theFile, const DecodeOptions& theOptions)
+{
+    Check(theOptions);
+    return WithFile(theFile, [&](::InputStream& theStream) { return DecodeOne(theStream, theOptions); });
+}
+
+Image decode(ByteView theBytes, const DecodeOptions& theOptions)
+{
+    Check(theOptions);
+    MemoryInputStream aStream(theBytes.data(), theBytes.size());
+    return DecodeOne(aStream, theOptions);
+}
+
+Image decode(InputStream& theStream, const DecodeOptions& theOptions)
+{
+    Check(theOptions);
+    CallersCode aCode;
+    CallersStream aStream(theStream, aCode);
+    return WithCallersCode(aCode, [&] { return DecodeOne(aStream, theOptions); });
+}
+
+int decodeFrames(const std::filesystem::path& theFile, const DecodeOptions& theOptions,
+                 const FrameCallback& theCallback)
+{
+    Check(theOptions);
+    CallersCode aCode;
+    return WithFile(theFile,
+                    [&](::InputStream& theStream) {
+                        return WithCallersCode(
+                            aCode, [&] { return DecodeAll(theStream, theOptions, theCallback, aCode); });
+                    });
+}
+
+int decodeFrames(ByteView theBytes, const DecodeOptions& theOptions, const FrameCallback& theCallback)
+{
+    Check(theOptions);
+    CallersCode aCode;
+    MemoryInputStream aStream(theBytes.data(), theBytes.size());
+    return WithCallersCode(aCode, [&] { return DecodeAll(aStream, theOptions, theCallback, aCode); });
+}
+
+int decodeFrames(InputStream& theStream, const DecodeOptions& theOptions, const FrameCallback& theCallback)
+{
+    Check(theOptions);
+    CallersCode aCode;
+    CallersStream aStream(theStream, aCode);
+    return WithCallersCode(aCode, [&] { return DecodeAll(aStream, theOptions, theCallback, aCode); });
+}
+} // namespace quorix

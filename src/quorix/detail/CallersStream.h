@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "quorix/decode.h"
+#include "quorix/detail/CallersCode.h"
+#include "toolkit/io/InputStream.h"
+
+/// A stream of the front door as one of the toolkit. What the caller's stream throws goes through theCode.
+class CallersStream final : public InputStream
+{
+public:
+    /// Both are borrowed. Asks the stream what it can; what it throws at that passes through.
+    CallersStream(quorix::InputStream& theStream, CallersCode& theCode);
+
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
+    /// Without reading, where the stream can seek and knows its length.
+    std::size_t Skip(std::size_t theLength) override;
+    void Seek(std::size_t thePosition) override;
+    int CanSeek() const override { return itsCanSeek ? 1 : 0; }
+    long long Length() const override { return itsLength; }
+    std::size_t GetStreamPosition() const override { return itsPosition; }
+
+private:
+    quorix::InputStream& itsStream;
+    CallersCode& itsCode;
+    bool itsCanSeek;
+    long long itsLength;
+    std::size_t itsPosition;
+};

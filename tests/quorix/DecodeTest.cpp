@@ -1,0 +1,405 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "quorix/decode.h"
+
+#include <cerrno>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "decompressors/Part10Files.h"
+#include "quorix/toolkit_stream.h"
+#include "support/Jpeg2000Streams.h"
+#include "support/TemporaryFile.h"
+#include "toolkit/io/MemoryInputStream.h"
+
+namespace
+{
+using namespace Part10Files;
+using quorix::DecodeOptions;
+using quorix::Image;
+using quorix::ImageType;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+Bytes PixelsOf(const Image& theImage)
+{
+    return Bytes(theImage.pixels().begin(), theImage.pixels().end());
+}
+
+/// A stream of the caller's; one that throws does so at the read of that number.
+class TestStream final : public quorix::InputStream
+{
+public:
+    TestStream(Bytes theBytes, bool theCanSeek, int theFailingRead = -1)
+        : itsBytes(std::move(theBytes)), itsCanSeek(theCanSeek), itsReadsLeft(theFailingRead)
+    {
+    }
+    std::size_t read(unsigned char* theBuffer, std::size_t theSize) override
+    {
+        if (itsReadsLeft-- == 0)
+        {
+            throw std::string("the caller's own");
+        }
+        const std::size_t aCount = std::min({theSize, std::size_t{50}, itsBytes.size() - itsPosition});
+        std::copy_n(itsBytes.begin() + static_cast<std::ptrdiff_t>(itsPosition), aCount, theBuffer);
+        itsPosition += aCount;
+        itsBytesRead += aCount;
+        return aCount;
+    }
+    bool canSeek() const override { return itsCanSeek; }
+    void seek(std::uint64_t thePosition) override
+    {
+        itsCanSeek ? void(itsPosition = thePosition) : quorix::InputStream::seek(thePosition);
+    }
+    std::uint64_t position() const override { return itsPosition; }
+    std::optional<std::uint64_t> length() const override
+    {
+        return itsCanSeek ? std::optional<std::uint64_t>(itsBytes.size()) : std::nullopt;
+    }
+
+    std::size_t itsBytesRead = 0;
+
+private:
+    Bytes itsBytes;
+    bool itsCanSeek;
+    int itsReadsLeft;
+    std::size_t itsPosition = 0;
+};
+
+JpegSpec FlatSpec(int theComponents, int thePrecision = 8)
+{
+    JpegSpec aSpec;
+    aSpec.itsComponents = theComponents;
+    aSpec.itsPrecision = thePrecision;
+    return aSpec;
+}
+
+/// Two frames of colour JPEG, every pixel in YCbCr (100, 128, 128), which is grey 100.
+Bytes ColourCine()
+{
+    const JpegSpec aSpec = FlatSpec(3);
+    const Bytes aFrame = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100, 128, 128}));
+    return Encapsulated(TransferSyntaxType::TSJPEG50UID, aSpec, "YBR_FULL_422", {aFrame, aFrame});
+}
+
+/// Two frames of 13 x 11 pixels in JPEG 2000, without loss.
+Bytes ScalableCine()
+{
+    JpegSpec aSpec = FlatSpec(1, 12);
+    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
+                        {Jpeg2000Streams::Grey12(), Jpeg2000Streams::Grey12()}, 12, 1);
+}
+
+Bytes RleFile(int theFrames)
+{
+    std::vector<Bytes> aFrames;
+    for (int i = 0; i < theFrames; ++i)
+    {
+        aFrames.push_back(RleFrame({Counting(64, static_cast<unsigned>(64 * i))}));
+    }
+    return Encapsulated(TransferSyntaxType::TSRLEUID, FlatSpec(1), "MONOCHROME2", aFrames);
+}
+
+/// What theWork throws.
+template <class Error, class Work>
+std::optional<Error> Caught(const Work& theWork)
+{
+    try
+    {
+        theWork();
+    }
+    catch (const Error& anError)
+    {
+        return anError;
+    }
+    return std::nullopt;
+}
+
+DecodeOptions Options(int theFrame, int theCount, int theScale = 1, ImageType theType = ImageType::automatic)
+{
+    DecodeOptions anOptions;
+    anOptions.type = theType;
+    anOptions.frame = theFrame;
+    anOptions.frameCount = theCount;
+    anOptions.scale = theScale;
+    return anOptions;
+}
+
+constexpr int kAll = std::numeric_limits<int>::max();
+} // namespace
+
+TEST(Decode, TakesEverySource)
+{
+    const Bytes aFile = Grey8(3);
+    Bytes anEmbedded = Counting(7);
+    anEmbedded.insert(anEmbedded.end(), aFile.begin(), aFile.end());
+    const TemporaryFile aTemporary(aFile);
+    const std::string aName = aTemporary.GetName();
+    const std::filesystem::path aPath = aName;
+    const DecodeOptions anOptions = Options(1, 1);
+
+    TestStream aSeekable(aFile, true);
+    TestStream aPipe(aFile, false);
+    TestStream anOffset(anEmbedded, true);
+    anOffset.seek(7);
+    MemoryInputStream aMemory(aFile.data(), aFile.size());
+    quorix::ToolkitStream aToolkit(aMemory);
+    const Bytes anExpected = Counting(6, 6);
+    EXPECT_EQ(PixelsOf(quorix::decode(aName.c_str(), anOptions)), anExpected);
+    EXPECT_EQ(PixelsOf(quorix::decode(aName, anOptions)), anExpected);
+    EXPECT_EQ(PixelsOf(quorix::decode(aPath, anOptions)), anExpected);
+    EXPECT_EQ(PixelsOf(quorix::decode(aFile, anOptions)), anExpected);
+    EXPECT_EQ(PixelsOf(quorix::decode({aFile.data(), aFile.size()}, anOptions)), anExpected);
+    for (quorix::InputStream* const aStream :
+         std::initializer_list<quorix::InputStream*>{&aSeekable, &aPipe, &anOffset, &aToolkit})
+    {
+        EXPECT_EQ(PixelsOf(quorix::decode(*aStream, anOptions)), anExpected);
+    }
+    const auto aTake = [&](int theFrame, const Image& theImage)
+    { return theFrame == 1 && theImage.frame() == 1 && PixelsOf(theImage) == anExpected; };
+    TestStream aStream(aFile, false);
+    EXPECT_EQ(quorix::decodeFrames(aPath, anOptions, aTake), 1);
+    EXPECT_EQ(quorix::decodeFrames(aFile, anOptions, aTake), 1);
+    EXPECT_EQ(quorix::decodeFrames(aStream, anOptions, aTake), 1);
+}
+
+TEST(Decode, TellsTypesByTheFirstBytes)
+{
+    Bytes aDisguised = Grey8();
+    std::copy_n("\xff\xd8\xff", 3, aDisguised.begin());
+    const JpegSpec aSpec = FlatSpec(1);
+    const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {77}));
+    const Bytes aCodestream = Jpeg2000Streams::Grey12();
+    const unsigned aFirst = static_cast<unsigned>(Jpeg2000Streams::GreyValue(0, 0)) & 0xfff;
+    const struct
+    {
+        const char* itsName;
+        Bytes itsBytes;
+        ImageType itsType;
+        int itsRows;
+        int itsBitsStored;
+        unsigned itsFirstSample;
+        bool itsIsLossy;
+    } kCases[] = {
+        {"Part 10", Grey8(), ImageType::automatic, 2, 8, 0x100, false},
+        {"Part 10 behind the start of a JPEG", aDisguised, ImageType::automatic, 2, 8, 0x100, false},
+        {"JPEG", aJpeg, ImageType::automatic, 8, 8, 0x4d4d, true},
+        {"JPEG, told", aJpeg, ImageType::jpeg, 8, 8, 0x4d4d, true},
+        {"codestream", aCodestream, ImageType::automatic, 11, 12, aFirst, true},
+        {"JP2", Jpeg2000Streams::MakeJp2(aCodestream), ImageType::automatic, 11, 12, aFirst, true},
+        {"lossless", aCodestream, ImageType::losslessJpeg2000, 11, 12, aFirst, false}};
+    for (const auto& aCase : kCases)
+    {
+        SCOPED_TRACE(aCase.itsName);
+        for (const bool isSeekable : {true, false})
+        {
+            TestStream aStream(aCase.itsBytes, isSeekable);
+            const Image anImage = quorix::decode(aStream, Options(0, 1, 1, aCase.itsType));
+            EXPECT_EQ(anImage.rows(), aCase.itsRows);
+            EXPECT_EQ(anImage.bitsStored(), aCase.itsBitsStored);
+            EXPECT_EQ(anImage.pixels()[0] + 256u * anImage.pixels()[1], aCase.itsFirstSample);
+            EXPECT_EQ(anImage.isLossy(), aCase.itsIsLossy);
+        }
+    }
+}
+
+TEST(Decode, DescribesTheImage)
+{
+    const Image aColour = quorix::decode(ColourCine(), Options(1, 1));
+    EXPECT_EQ(PixelsOf(aColour), Bytes(192, 100));
+    EXPECT_THAT((std::vector<int>{aColour.rows(), aColour.columns(), aColour.samplesPerPixel(),
+                                  aColour.bitsAllocated(), aColour.bitsStored(), aColour.highBit(),
+                                  aColour.isSigned(), aColour.isPlanar(), aColour.scale(), aColour.frame()}),
+                ElementsAre(8, 8, 3, 8, 8, 7, 0, 0, 1, 1));
+    EXPECT_EQ(aColour.photometricInterpretation(), quorix::PhotometricInterpretation::rgb);
+    EXPECT_EQ(aColour.photometricInterpretationName(), "RGB");
+
+    const Bytes aBigEndian = Native(DicomBuilder::Syntax::EXPLICIT_BIG, 1, "MONOCHROME1", 1, 2, 16, 1,
+                                    {0x12, 0x34, 0xff, 0xfe}, "OW");
+    const Image aDeep = quorix::decode(aBigEndian);
+    EXPECT_EQ(PixelsOf(aDeep),
+              aDeep.isLittleEndian() ? (Bytes{0x34, 0x12, 0xfe, 0xff}) : (Bytes{0x12, 0x34, 0xff, 0xfe}));
+    EXPECT_TRUE(aDeep.isSigned());
+    EXPECT_EQ(aDeep.photometricInterpretation(), quorix::PhotometricInterpretation::monochrome1);
+    EXPECT_EQ(aDeep.compressionRatio(), 1);
+}
+
+TEST(Decode, ReducesWhereTheCodecCan)
+{
+    const Image aHalf = quorix::decode(Jpeg2000Streams::Grey12(), Options(0, 1, 2));
+    EXPECT_THAT((std::vector<int>{aHalf.scale(), aHalf.rows() * aHalf.columns() * 2}),
+                ElementsAre(2, static_cast<int>(aHalf.pixels().size())));
+    std::vector<Bytes> aFrames;
+    const auto aKeep = [&](int, const Image& theImage)
+    {
+        EXPECT_EQ(theImage.scale(), 2);
+        aFrames.push_back(PixelsOf(theImage));
+        return true;
+    };
+    EXPECT_EQ(quorix::decodeFrames(ScalableCine(), Options(0, kAll, 2), aKeep), 2);
+    EXPECT_THAT(aFrames, ElementsAre(PixelsOf(aHalf), PixelsOf(aHalf)));
+    const Image aWhole = quorix::decode(RleFile(1), Options(0, 1, 2));
+    EXPECT_EQ(aWhole.scale(), 1);
+    EXPECT_EQ(PixelsOf(aWhole), Counting(64));
+}
+
+TEST(Decode, DeliversRangesAndStops)
+{
+    const struct
+    {
+        const char* itsName;
+        Bytes itsBytes;
+        DecodeOptions itsOptions;
+        int itsLastWanted;
+        std::vector<int> itsFrames;
+    } kCases[] = {{"all", Grey8(4), Options(0, kAll), kAll, {0, 1, 2, 3}},
+                  {"a range", Grey8(4), Options(1, 2), kAll, {1, 2}},
+                  {"beyond the end", RleFile(4), Options(2, 9), kAll, {2, 3}},
+                  {"stopped", RleFile(4), Options(0, kAll), 1, {0, 1}},
+                  {"one bare image", Jpeg2000Streams::Colour(), Options(0, kAll), kAll, {0}}};
+    for (const auto& aCase : kCases)
+    {
+        SCOPED_TRACE(aCase.itsName);
+        std::vector<int> aFrames;
+        const int aCount = quorix::decodeFrames(aCase.itsBytes, aCase.itsOptions,
+                                                [&](int theFrame, const Image& theImage)
+                                                {
+                                                    aFrames.push_back(theFrame);
+                                                    if (aCase.itsFrames.size() > 1)
+                                                    {
+                                                        const auto aSize = theImage.pixels().size();
+                                                        EXPECT_EQ(theImage.pixels()[1], theFrame * aSize + 1);
+                                                    }
+                                                    return theFrame != aCase.itsLastWanted;
+                                                });
+        EXPECT_EQ(aFrames, aCase.itsFrames);
+        EXPECT_EQ(aCount, static_cast<int>(aCase.itsFrames.size()));
+    }
+    // A late frame of a stream that can seek costs no more than itself.
+    TestStream aStream(Grey8(40), true);
+    quorix::decodeFrames(aStream, Options(39, 1), [](int, const Image&) { return true; });
+    TestStream aWhole(Grey8(40), true);
+    quorix::decodeFrames(aWhole, Options(0, kAll), [](int, const Image&) { return true; });
+    EXPECT_LT(aStream.itsBytesRead, aWhole.itsBytesRead);
+}
+
+TEST(Decode, AnswersForAttributes)
+{
+    std::vector<Image> anImages;
+    anImages.push_back(quorix::decode(ColourCine()));
+    quorix::decodeFrames(ColourCine(), {},
+                         [&](int, Image theImage)
+                         {
+                             anImages.push_back(std::move(theImage));
+                             return true;
+                         });
+    ASSERT_EQ(anImages.size(), 3u);
+    std::vector<std::thread> aThreads;
+    for (const Image& anImage : anImages)
+    {
+        aThreads.emplace_back(
+            [&]
+            {
+                EXPECT_EQ(anImage.attribute(0x0028, 0x0004), "RGB") << "as decoded, not as stored";
+                EXPECT_EQ(anImage.attribute(0x0002, 0x0010), "1.2.840.10008.1.2.4.50");
+                EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0010), 8);
+                EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0004), std::nullopt);
+                EXPECT_EQ(anImage.attribute(0x0010, 0x0010), std::nullopt);
+            });
+    }
+    for (std::thread& aThread : aThreads)
+    {
+        aThread.join();
+    }
+    EXPECT_EQ(quorix::decode(Jpeg2000Streams::Colour()).attribute(0x0028, 0x0010), std::nullopt);
+}
+
+TEST(Decode, SaysWhatIsWrong)
+{
+    const TemporaryFile aTemporary(Counting(200));
+    Bytes aShort = Grey8(2);
+    aShort.resize(aShort.size() - 2);
+    Bytes aDamaged = Jpeg2000Streams::Colour();
+    aDamaged.resize(60);
+    const auto aYes = [](int, const Image&) { return true; };
+    const struct
+    {
+        std::function<void()> itsCall;
+        int itsCode;
+        int itsSystemError;
+        const char* itsText;
+    } kCases[] = {
+        {[] { quorix::decode("/no/such/file"); }, 3, ENOENT, "/no/such/file: No such file"},
+        {[] { quorix::decode("/"); }, 3, EISDIR, "/: Is a directory"},
+        {[&] { quorix::decodeFrames("/no/such/file", {}, aYes); }, 3, ENOENT, "No such file"},
+        {[&] { quorix::decode(aTemporary.GetName()); }, 38, 0, "neither a DICOM Part 10"},
+        {[] { quorix::decode(quorix::ByteView()); }, 38, 0, "neither a DICOM Part 10"},
+        {[] { quorix::decode(Counting(200), Options(0, 1, 1, ImageType::dicom)); }, 38, 0, "Part10Header"},
+        {[&] { quorix::decode(aShort, Options(1, 1)); }, 37, 0, "Failed to read the pixel data"},
+        {[&] { quorix::decodeFrames(aShort, {}, aYes); }, 37, 0, "Failed to read the pixel data"},
+        {[&] { quorix::decode(aDamaged); }, 62, 0, "Decoder exception"},
+        {[] { quorix::decode(Grey8(), Options(-1, 1)); }, 6, 0, "frame is -1, must be at least 0"},
+        {[] { quorix::decode(Grey8(), Options(0, 1, 0)); }, 6, 0, "scale is 0, must be at least 1"},
+        {[&] { quorix::decodeFrames(Grey8(), Options(0, 0), aYes); }, 6, 0, "frameCount is 0"},
+        {[&] { quorix::decodeFrames(Grey8(2), Options(2, 1), aYes); }, 6, 0, "no frame 2: there are 2"},
+        {[] { quorix::decode(Jpeg2000Streams::Colour(), Options(1, 1)); }, 6, 0, "no frame 1: a bare image"}};
+    for (const auto& aCase : kCases)
+    {
+        const auto anError = Caught<quorix::DecodeError>(aCase.itsCall);
+        ASSERT_TRUE(anError) << aCase.itsText;
+        EXPECT_EQ(anError->code(), aCase.itsCode) << anError->what();
+        EXPECT_EQ(anError->systemError(), aCase.itsSystemError) << anError->what();
+        EXPECT_THAT(anError->what(), HasSubstr(aCase.itsText));
+    }
+    TestStream aPipe({}, false);
+    EXPECT_EQ(Caught<quorix::DecodeError>([&] { aPipe.seek(0); })->code(), 12);
+}
+
+TEST(Decode, LetsTheCallersExceptionsThrough)
+{
+    for (const Bytes& aFile : {Grey8(2), RleFile(2), ColourCine(), Jpeg2000Streams::Grey12()})
+    {
+        int aFailures = 0;
+        for (bool hasFailed = true; hasFailed; aFailures += hasFailed)
+        {
+            TestStream aStream(aFile, true, aFailures);
+            const auto aText = Caught<std::string>([&] { quorix::decode(aStream); });
+            hasFailed = aText.has_value();
+            EXPECT_EQ(aText.value_or("the caller's own"), "the caller's own");
+        }
+        EXPECT_GT(aFailures, 3);
+        const auto aThrow = [](int, const Image&) -> bool { throw 42; };
+        EXPECT_EQ(Caught<int>([&] { quorix::decodeFrames(aFile, {}, aThrow); }), 42);
+    }
+}
+
+TEST(Decode, LeavesAnEmptyImageBehindAMove)
+{
+    Image aFirst = quorix::decode(Grey8());
+    const unsigned char* const aPixels = aFirst.pixels().data();
+    Image aSecond = std::move(aFirst);
+    EXPECT_EQ(aSecond.pixels().data(), aPixels) << "moved, not copied";
+    aFirst = Image();
+    EXPECT_TRUE(aFirst.pixels().empty());
+    EXPECT_THAT((std::vector<int>{aFirst.rows(), aFirst.scale(), aFirst.frame(), aFirst.isLossy()}),
+                ElementsAre(0, 0, 0, 0));
+    EXPECT_EQ(aFirst.photometricInterpretation(), quorix::PhotometricInterpretation::unknown);
+    EXPECT_EQ(aFirst.attribute(0x0028, 0x0010), std::nullopt);
+    aFirst = std::move(aSecond);
+    EXPECT_EQ(PixelsOf(aFirst), Counting(6));
+}
+
+TEST(Decode, KeepsTheLimits)
+{
+    const quorix::Limits aBefore = quorix::limits();
+    quorix::Limits aTight = aBefore;
+    aTight.pixelsPerFrame = 5;
+    quorix::setLimits(aTight);
+    const auto anError = Caught<quorix::DecodeError>([] { quorix::decode(Grey8()); });
+    quorix::setLimits(aBefore);
+    ASSERT_TRUE(anError);
+    EXPECT_EQ(anError->code(), 11);
+    EXPECT_EQ(quorix::limits().fragments, aBefore.fragments);
+}
