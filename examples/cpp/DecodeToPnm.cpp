@@ -57,7 +57,7 @@ bool WriteImage(const quorix::Image& theImage, const char* thePath)
         return false;
     }
     std::ofstream aFile(thePath, std::ios::binary);
-    // Colour always comes as RGB of 8 bits, by pixel.
+    // Colour always comes as RGB, by pixel.
     aFile << (theImage.samplesPerPixel() == 3 ? "P6" : "P5") << '\n'
           << theImage.columns() << ' ' << theImage.rows() << '\n'
           << (1 << theImage.bitsStored()) - 1 << '\n'

@@ -8,8 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "codecs/sources/InputStreamAdapter.h"
-#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/BareStreamDecode.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
@@ -49,16 +48,16 @@ ImageType TypeOf(const std::vector<unsigned char>& theHead)
                                                                           : ImageType::automatic;
 }
 
-const RWCString& TransferSyntaxOf(ImageType theBareType)
+JImageType BareTypeOf(ImageType theType)
 {
-    switch (theBareType)
+    switch (theType)
     {
     case ImageType::jpeg2000:
-        return TransferSyntaxType::TSJPEG2KUID;
+        return IMAGE_TYPE_JPEG2000;
     case ImageType::losslessJpeg2000:
-        return TransferSyntaxType::TSJPEG2KLosslessUID;
+        return IMAGE_TYPE_JPEG2000_LOSSLESS;
     default:
-        return TransferSyntaxType::TSJPEG50UID;
+        return IMAGE_TYPE_JPEG;
     }
 }
 
@@ -125,15 +124,8 @@ Image DecodeBare(::InputStream& theStream, ImageType theType, const DecodeOption
         throw DecodeError("no frame " + std::to_string(theOptions.frame) + ": a bare image has one",
                           DLRC_GENERAL_FAILURE);
     }
-    InputStreamAdapter aSource(theStream);
-    DecompressionRequest aRequest(&aSource, nullptr, "", false, theOptions.scale, 0,
-                                  TransferSyntaxOf(theType), false);
-    const long long aRest = theStream.Length() - static_cast<long long>(theStream.GetStreamPosition());
-    aRequest.setSourceLength(static_cast<std::uint32_t>(
-        std::clamp<long long>(aRest, 0, std::numeric_limits<std::uint32_t>::max())));
-    DecompressionResult aResult;
-    CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
-    std::unique_ptr<Renderable> anImage = Take(aResult);
+    std::unique_ptr<Renderable> anImage =
+        BareStreamDecode::Run(theStream, BareTypeOf(theType), theOptions.scale);
     const int aScale = anImage->getScaleFactor();
     return ImageState::MakeImage({std::move(anImage), nullptr, 0, aScale});
 }
@@ -205,6 +197,10 @@ auto Translate(const Work& theWork)
     {
         throw DecodeError(anException.GetMessageText(), anException.GetResultCode(),
                           anException.GetSystemErrorCode());
+    }
+    catch (const ExceptionBase& anException)
+    {
+        throw DecodeError(anException.ToString(), DLRC_DECODER_ERROR);
     }
 }
 

@@ -173,8 +173,8 @@ public:
     /// @}
 
     /// The samples, row by row, in the library's own memory: valid as long as this image. Colour comes as
-    /// interleaved RGB of 8 bits. A sample takes 1, 2 or 4 bytes; those of 1 bit are packed, the first pixel
-    /// in the lowest bit.
+    /// interleaved RGB of 8 bits, from bare JPEG of more bits as RGB of 16. A sample takes 1, 2 or 4 bytes;
+    /// those of 1 bit are packed, the first pixel in the lowest bit.
     ByteView pixels() const noexcept;
 
     /// Byte order of samples of more than 8 bits: little-endian but for files in explicit big endian, whose

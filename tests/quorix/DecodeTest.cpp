@@ -74,12 +74,18 @@ JpegSpec FlatSpec(int theComponents, int thePrecision = 8)
     return aSpec;
 }
 
+Bytes FlatJpeg(JpegSpec::Process theProcess, int thePrecision, const std::vector<int>& thePixel)
+{
+    JpegSpec aSpec = FlatSpec(static_cast<int>(thePixel.size()), thePrecision);
+    aSpec.itsProcess = theProcess;
+    return MakeJpeg(aSpec, MakeFlatSamples(aSpec, thePixel));
+}
+
 /// Two frames of colour JPEG, every pixel in YCbCr (100, 128, 128), which is grey 100.
 Bytes ColourCine()
 {
-    const JpegSpec aSpec = FlatSpec(3);
-    const Bytes aFrame = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100, 128, 128}));
-    return Encapsulated(TransferSyntaxType::TSJPEG50UID, aSpec, "YBR_FULL_422", {aFrame, aFrame});
+    const Bytes aFrame = FlatJpeg(JpegSpec::Process::BASELINE, 8, {100, 128, 128});
+    return Encapsulated(TransferSyntaxType::TSJPEG50UID, FlatSpec(3), "YBR_FULL_422", {aFrame, aFrame});
 }
 
 /// Two frames of 13 x 11 pixels in JPEG 2000, without loss.
@@ -169,8 +175,7 @@ TEST(Decode, TellsTypesByTheFirstBytes)
 {
     Bytes aDisguised = Grey8();
     std::copy_n("\xff\xd8\xff", 3, aDisguised.begin());
-    const JpegSpec aSpec = FlatSpec(1);
-    const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {77}));
+    const Bytes aJpeg = FlatJpeg(JpegSpec::Process::BASELINE, 8, {77});
     const Bytes aCodestream = Jpeg2000Streams::Grey12();
     const unsigned aFirst = static_cast<unsigned>(Jpeg2000Streams::GreyValue(0, 0)) & 0xfff;
     const struct
@@ -187,6 +192,14 @@ TEST(Decode, TellsTypesByTheFirstBytes)
         {"Part 10 behind the start of a JPEG", aDisguised, ImageType::automatic, 2, 8, 0x100, false},
         {"JPEG", aJpeg, ImageType::automatic, 8, 8, 0x4d4d, true},
         {"JPEG, told", aJpeg, ImageType::jpeg, 8, 8, 0x4d4d, true},
+        {"JPEG of 12 bits", FlatJpeg(JpegSpec::Process::EXTENDED, 12, {1000}), ImageType::automatic, 8, 12,
+         1000, true},
+        {"JPEG of 16 bits", FlatJpeg(JpegSpec::Process::LOSSLESS, 16, {40000}), ImageType::automatic, 8, 16,
+         40000, false},
+        {"deep colour", FlatJpeg(JpegSpec::Process::LOSSLESS, 12, {1000, 2, 3}), ImageType::automatic, 8, 12,
+         1000, false},
+        {"lossless colour", FlatJpeg(JpegSpec::Process::LOSSLESS, 8, {10, 20, 30}), ImageType::automatic, 8,
+         8, 0x140a, false},
         {"codestream", aCodestream, ImageType::automatic, 11, 12, aFirst, true},
         {"JP2", Jpeg2000Streams::MakeJp2(aCodestream), ImageType::automatic, 11, 12, aFirst, true},
         {"lossless", aCodestream, ImageType::losslessJpeg2000, 11, 12, aFirst, false}};

@@ -23,8 +23,6 @@ class Examples(cli_test.Program):
 
     def test_decode_to_pnm_writes_the_values(self):
         for name, (content, depth, values, _) in IMAGES.items():
-            if content[128:132] != b"DICM":
-                continue
             with self.subTest(name):
                 self.put("in", content)
                 if depth == 1:

@@ -7,10 +7,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "codecs/jpeg/JPEGHeader.h"
 #include "codecs/sources/InputStreamAdapter.h"
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"
-#include "inputs/JPEGHeader.h"
 #include "jp2/jp2_box_textualizer.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DataSetReader.h"

@@ -5,19 +5,21 @@
 #include <cstdint>
 #include <optional>
 
+#include "toolkit/base/Export.h"
 #include "toolkit/base/RWCString.h"
 #include "toolkit/io/InputStream.h"
 
 /// What the frame header of a bare JPEG stream announces (ITU-T T.81, B.2.2).
-struct JPEGHeader
+struct QUORIX_API JPEGHeader
 {
     std::uint8_t itsProcess = 0; ///< SOF marker number: 0 baseline, 1 extended, 2 progressive, 3 lossless …
     int itsPrecision = 0;        ///< bits a sample
-    int itsRows = 0;
-    int itsColumns = 0;
-    int itsComponents = 0;
+    int itsRows = 0;             ///< 0 where only the scan tells
+    int itsColumns = 0;          ///< pixels in a row
+    int itsComponents = 0;       ///< samples a pixel
     bool itsColourMarked = false; ///< a JFIF or Adobe marker says how colours are to be read
 
+    /// Whether the process is one of those without loss.
     bool IsLossless() const { return (itsProcess & 3) == 3; }
 
     /// Samples a pixel after decoding: grey stays grey, everything else becomes RGB.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "inputs/JPEGHeader.h"
+#include "codecs/jpeg/JPEGHeader.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decompressors/BareStreamDecode.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+#include "codecs/jpeg/JPEGHeader.h"
+#include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/CompressedCodestreamDecoder.h"
+#include "decompressors/CompressedImageStreamDecompressor.h"
+#include "decompressors/CompressionRatio.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/UnwrittenPixels.h"
+#include "image/Renderable.h"
+#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/Limits.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/io/RewindableInputStream.h"
+
+namespace
+{
+/// Lossless colour without a marker is RGB: a lossless coder has nothing to gain from YCbCr. The codec is
+/// told so by a data set; otherwise it guesses as for lossy streams.
+bool IsUnmarkedLosslessColour(const JPEGHeader& theHeader)
+{
+    return theHeader.IsLossless() && theHeader.itsComponents == 3 && !theHeader.itsColourMarked;
+}
+
+std::unique_ptr<DICOMDataObject> MakeDataSet(const char* theInterpretation)
+{
+    auto aDataSet = std::make_unique<DICOMDataObject>();
+    const MVRFactory aFactory(aDataSet->GetDataDictionary(), aDataSet->GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    aDataSet->ReplaceVR(aFactory.CreateString(DICOMTags::PhotometricInterpretation, theInterpretation));
+    return aDataSet;
+}
+
+/// An image as theHeader describes it, its buffer allocated.
+std::unique_ptr<Renderable> MakeRenderable(const JPEGHeader& theHeader)
+{
+    auto aRenderable = std::make_unique<Renderable>();
+    aRenderable->setRows(theHeader.itsRows);
+    aRenderable->setColumns(theHeader.itsColumns);
+    aRenderable->setSamplesPerPixel(theHeader.GetSamplesPerPixel());
+    aRenderable->setPhotometricInterpretation(theHeader.GetSamplesPerPixel() == 1 ? Renderable::MONOCHROME2
+                                                                                  : Renderable::RGB);
+    aRenderable->setBitsAllocated(16);
+    aRenderable->setBitsStored(static_cast<std::int16_t>(theHeader.itsPrecision));
+    aRenderable->setHighBit(static_cast<std::int16_t>(theHeader.itsPrecision - 1));
+    aRenderable->setLossyImageCompression(!theHeader.IsLossless());
+    aRenderable->setPixelDataLittleEndian(DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+
+    const std::uint64_t aSize = std::uint64_t{2} * static_cast<std::uint64_t>(theHeader.itsRows) *
+                                static_cast<std::uint64_t>(theHeader.itsColumns) *
+                                static_cast<std::uint64_t>(theHeader.GetSamplesPerPixel());
+    if (aSize == 0 || aRenderable->getRequiredPixelDataBufferSize() != aSize)
+    {
+        throw StreamIOException(
+            "the frame header's size is not usable: " + std::to_string(theHeader.itsColumns) + " x " +
+                std::to_string(theHeader.itsRows),
+            DLRC_DECODER_ERROR, 0);
+    }
+    Limits::CheckFrame(static_cast<std::uint64_t>(theHeader.itsRows),
+                       static_cast<std::uint64_t>(theHeader.itsColumns), aSize);
+    aRenderable->allocatePixelData();
+    UnwrittenPixels::Blank(*aRenderable, theHeader.GetTransferSyntaxUID());
+    return aRenderable;
+}
+
+/// Bytes from the stream's position to its end, as many as a request can count; 0 where unknown.
+std::uint32_t LengthLeft(const InputStream& theStream)
+{
+    const long long aRest = theStream.Length() - static_cast<long long>(theStream.GetStreamPosition());
+    return static_cast<std::uint32_t>(
+        std::clamp<long long>(aRest, 0, std::numeric_limits<std::uint32_t>::max()));
+}
+
+std::unique_ptr<Renderable> DecodePlain(InputStream& theStream, const RWCString& theUID,
+                                        DICOMDataObject* theDataSet, int theScale)
+{
+    InputStreamAdapter aSource(theStream);
+    DecompressionRequest aRequest(&aSource, theDataSet, "", true, theScale, 0, theUID, false);
+    aRequest.setSourceLength(LengthLeft(theStream));
+    DecompressionResult aResult;
+    CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
+    std::unique_ptr<Renderable> anImage(aResult.getRenderable());
+    aResult.setRenderable(nullptr); // the image is ours now
+    if (aResult.getDCMLibResultCode() != DLRC_SUCCESS || !anImage)
+    {
+        throw StreamIOException(aResult.getMessage(), aResult.getDCMLibResultCode(),
+                                aResult.getSystemErrorCode());
+    }
+    return anImage;
+}
+
+std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader& theHeader, int theScale)
+{
+    DMTickCounter aCounter;
+    std::unique_ptr<Renderable> anImage = MakeRenderable(theHeader);
+    const double anAllocationTime = aCounter.Lap() * 1000.0;
+    const auto aDataSet = MakeDataSet(IsUnmarkedLosslessColour(theHeader)   ? "RGB"
+                                      : theHeader.GetSamplesPerPixel() == 3 ? "YBR_FULL_422"
+                                                                            : "MONOCHROME2");
+    CompressedCodestreamDecoder aDecoder(theHeader.GetTransferSyntaxUID(), theHeader.itsPrecision, theStream,
+                                         *aDataSet, theScale, Decoder::PET_FAST);
+    aDecoder.Decode(LengthLeft(theStream), anImage->getPixelData(), anImage->getPixelDataSize());
+
+    anImage->setScaleFactor(static_cast<std::int16_t>(std::max(aDecoder.GetScaleFactor(), 1)));
+    anImage->setCompressionRatio(CompressionRatio::Calculate(
+        anImage->getPixelDataSize(), anImage->getScaleFactor(), aDecoder.GetTotalBytesRead()));
+    anImage->setTimeTakenToAllocateMemmory(anAllocationTime);
+    anImage->setTimeTakenToLoadPixelData(aCounter.Lap() * 1000.0);
+    anImage->setTotalTimeTakenToLoad(aCounter.Total() * 1000.0);
+    return anImage;
+}
+
+std::unique_ptr<Renderable> DecodeJPEG(InputStream& theStream, int theScale)
+{
+    RewindableInputStream aStream(theStream);
+    const std::optional<JPEGHeader> aHeader = JPEGHeader::Read(aStream);
+    aStream.Rewind();
+    if (!aHeader)
+    {
+        return DecodePlain(aStream, TransferSyntaxType::TSJPEG50UID, nullptr, theScale);
+    }
+    if (aHeader->itsPrecision > 8)
+    {
+        return DecodeDeep(aStream, *aHeader, theScale);
+    }
+    // Without a data set the codec itself says whether there was loss.
+    const auto aDataSet = IsUnmarkedLosslessColour(*aHeader) ? MakeDataSet("RGB") : nullptr;
+    return DecodePlain(aStream, aHeader->GetTransferSyntaxUID(), aDataSet.get(), theScale);
+}
+} // namespace
+
+std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImageType theType, int theScale)
+{
+    return theType == IMAGE_TYPE_JPEG
+               ? DecodeJPEG(theStream, theScale)
+               : DecodePlain(theStream,
+                             theType == IMAGE_TYPE_JPEG2000 ? TransferSyntaxType::TSJPEG2KUID
+                                                            : TransferSyntaxType::TSJPEG2KLosslessUID,
+                             nullptr, theScale);
+}
