@@ -35,7 +35,6 @@ function(quorix_add_java_tests theName theTimeout)
   add_test(NAME ${theName} COMMAND "${Java_JAVA_EXECUTABLE}" -Xcheck:jni -Xmx512m
     "-Djava.awt.headless=true" "-Djava.io.tmpdir=${aFolder}"
     "-Dquorix.library.path=$<TARGET_FILE:QuorixDecompLib>"
-    "-Dquorix.test.jar=${theJar}"
     "-Dquorix.test.samples=${QUORIX_SAMPLES_DIR}"
     "-Dquorix.test.tool=${theTool}"
     -cp "$<JOIN:${aClassPath},:>"

@@ -1,248 +1,123 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.bridge;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertNotNull;
-import static org.junit.jupiter.api.Assertions.assertNull;
-import static org.junit.jupiter.api.Assertions.assertSame;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.decompression.DecomprResult;
-import com.quorix.decompression.NDecompressor;
-import com.quorix.decompression.Renderable;
-import com.quorix.support.Compressed;
-import com.quorix.support.NativeMemory;
-import com.quorix.support.Places;
+import com.quorix.decompression.*;
+import com.quorix.support.*;
 import com.quorix.util.ByteArrayInputBuffer;
-import com.quorix.util.InputBuffer;
 import java.io.EOFException;
-import java.io.IOException;
 import java.io.InterruptedIOException;
 import java.net.SocketTimeoutException;
-import java.nio.file.Files;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.Collections;
-import java.util.List;
+import java.util.*;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.MethodSource;
-import org.junit.jupiter.params.provider.ValueSource;
+import org.junit.jupiter.params.provider.*;
 
 /** Queues of buffers as the native library empties them. */
 class BufferQueueTest {
-    private static final int COLUMNS = 120;
-    private static final int ROWS = 90;
+    private static final byte[] JPEG = Compressed.jpeg(120, 90, 3);
+    private static final String END = "completed null, autoFlush true";
 
-    private final NDecompressor decompressor = new NDecompressor();
     private final DecomprResult result = new DecomprResult();
 
+    private Renderable decode(ScriptedQueue queue, int type) {
+        return new NDecompressor().decodeInputBufferQueueToMemory(queue, 0, type, false, 1, result);
+    }
+
     private Renderable decode(ScriptedQueue queue) {
-        return decompressor.decodeInputBufferQueueToMemory(queue, 0, NDecompressor.TYPE_JPEG, false, 1, result);
+        return decode(queue, NDecompressor.TYPE_JPEG);
     }
 
-    private static byte[] jpeg() {
-        try {
-            return Compressed.jpeg(COLUMNS, ROWS, 3);
-        } catch (IOException exception) {
-            throw new AssertionError(exception);
-        }
+    static Stream<Arguments> queues() {
+        return Stream.of(
+                Arguments.of("one buffer", new ScriptedQueue(JPEG, 1 << 20), 0, "get, completed 0, get, " + END),
+                Arguments.of("an empty buffer before it", new ScriptedQueue(new ByteArrayInputBuffer(new byte[0]),
+                        new ByteArrayInputBuffer(JPEG)), 0, "get, completed 0, get, completed 1, get, " + END),
+                // A codec may stop long before the last buffer.
+                Arguments.of("more than is read", new ScriptedQueue(Arrays.copyOf(JPEG, 1 << 20), 1 << 19), 0,
+                        "get, completed 0, autoFlush true"),
+                Arguments.of("none", new ScriptedQueue(), 62, "get, " + END));
     }
 
-    @ParameterizedTest
-    @ValueSource(ints = {1, 100, 1 << 20})
-    void buffersOfAnySizeGiveTheImage(int bufferSize) throws IOException {
-        ScriptedQueue queue = new ScriptedQueue(jpeg(), bufferSize);
+    @ParameterizedTest(name = "{0}")
+    @MethodSource("queues")
+    void everyBufferIsHandedBack(String name, ScriptedQueue queue, int code, String events) {
         try (Renderable image = decode(queue)) {
-            assertNotNull(image, result.Message);
-            assertArrayEquals(Compressed.jpegPixels(jpeg()), Pixels.bytes(image));
+            assertEquals(code, result.DLResultCode, result.Message);
+            if (code == 0) {
+                assertArrayEquals(Compressed.jpegPixels(JPEG), Images.pixelsOf(image));
+            }
         }
-        List<String> expected = new ArrayList<>();
-        for (int n = 0; n * bufferSize < jpeg().length; n++) {
-            expected.addAll(List.of("get", "completed " + n));
-        }
-        expected.addAll(List.of("get", "completed null", "autoFlush true"));
-        assertEquals(expected, queue.events);
+        assertEquals(events, String.join(", ", queue.events));
     }
 
-    @Test
-    void emptyBuffersAreHandedBackToo() {
-        ScriptedQueue queue = new ScriptedQueue(new byte[0], 1).add(new ByteArrayInputBuffer(new byte[0]))
-                .add(new ByteArrayInputBuffer(jpeg()));
+    /** In the smallest of buffers, too: more than the references that a native method may have at a time. */
+    @ParameterizedTest
+    @ValueSource(ints = {1, 100})
+    void buffersOfAnySizeGiveTheImage(int size) {
+        ScriptedQueue queue = new ScriptedQueue(JPEG, size);
         try (Renderable image = decode(queue)) {
-            assertNotNull(image, result.Message);
+            assertArrayEquals(Compressed.jpegPixels(JPEG), Images.pixelsOf(image));
         }
-        assertEquals(List.of("get", "completed 0", "get", "completed 1", "get", "completed null", "autoFlush true"),
-                queue.events);
+        assertEquals((JPEG.length + size - 1) / size * 2 + 3, queue.events.size());
     }
 
-    @Test
-    void aPartlyReadBufferIsHandedBack() {
-        // The picture stands in the first of many buffers; a codec may stop long before the last.
-        byte[] bytes = Arrays.copyOf(jpeg(), 1 << 20);
-        ScriptedQueue queue = new ScriptedQueue(bytes, 1 << 19);
-        try (Renderable image = decode(queue)) {
-            assertNotNull(image, result.Message);
+    @ParameterizedTest
+    @ValueSource(ints = {NDecompressor.TYPE_JPEG, NDecompressor.TYPE_JPEG2000})
+    void whatGetThrowsEndsTheDecoding(int type) throws Exception {
+        byte[] codestream = type == NDecompressor.TYPE_JPEG ? JPEG : Compressed.jpeg2000();
+        // Up to nearly all of it: a codec that takes this for a truncated file must not show the image.
+        for (int bytes : new int[] {0, 4, 100, codestream.length / 2, codestream.length - 20}) {
+            for (Exception exception : List.of(new InterruptedIOException("stop"), new SocketTimeoutException("stop"),
+                    new EOFException("gone"), new IllegalStateException("broken"))) {
+                ScriptedQueue queue =
+                        new ScriptedQueue(Arrays.copyOf(codestream, bytes), 50).failingIn("get", exception);
+                if (exception instanceof InterruptedIOException) {
+                    assertNull(decode(queue, type));
+                    assertEquals("63 Decoder exception: DecodingInterruptedException: DecodingInterruptedException: "
+                            + "Decoding interrupted", result.DLResultCode + " " + result.Message);
+                } else {
+                    assertSame(exception, assertThrows(Exception.class, () -> decode(queue, type)));
+                    assertEquals(62, result.DLResultCode, result.Message);
+                }
+                assertEquals("autoFlush true", queue.events.get(queue.events.size() - 1));
+                assertEquals(1, Collections.frequency(queue.events, "autoFlush true"));
+            }
         }
-        assertEquals(List.of("get", "completed 0", "autoFlush true"), queue.events);
-    }
-
-    @Test
-    void anEmptyQueueIsAFailure() {
-        ScriptedQueue queue = new ScriptedQueue(new byte[0], 1);
-        assertNull(decode(queue));
-        assertEquals(62, result.DLResultCode);
-        assertEquals(List.of("get", "completed null", "autoFlush true"), queue.events);
-    }
-
-    static Stream<IOException> interruptions() {
-        return Stream.of(new InterruptedIOException("stop"), new SocketTimeoutException("stop"));
-    }
-
-    @ParameterizedTest
-    @MethodSource("interruptions")
-    void anInterruptionIsACode(IOException interruption) {
-        ScriptedQueue queue = new ScriptedQueue(Arrays.copyOf(jpeg(), 600), 200).endingWith(interruption);
-        assertNull(decode(queue));
-        assertEquals("63 Decoder exception: DecodingInterruptedException: DecodingInterruptedException: Decoding "
-                + "interrupted", result.DLResultCode + " " + result.Message);
-        assertEquals("autoFlush true", queue.events.get(queue.events.size() - 1));
-    }
-
-    @ParameterizedTest
-    @ValueSource(ints = {4, 100, 3000, 7400})
-    void jpeg2000DecodingEndsTheSameWay(int bytes) throws Exception {
-        byte[] codestream = Files.readAllBytes(Places.samples().resolve("jpeg2000/gen_rev_u16_n_1.j2k"));
-        byte[] start = Arrays.copyOf(codestream, bytes);
-        assertNull(decompressor.decodeInputBufferQueueToMemory(new ScriptedQueue(start, 50).endingWith(
-                new InterruptedIOException("stop")), 0, NDecompressor.TYPE_JPEG2000, false, 1, result));
-        assertEquals("63 Decoder exception: DecodingInterruptedException: DecodingInterruptedException: Decoding "
-                + "interrupted", result.DLResultCode + " " + result.Message);
-        EOFException failure = new EOFException("gone");
-        assertSame(failure, assertThrows(Exception.class, () -> decompressor.decodeInputBufferQueueToMemory(
-                new ScriptedQueue(start, 50).endingWith(failure), 0, NDecompressor.TYPE_JPEG2000, false, 1, result)));
-        assertEquals(62, result.DLResultCode, result.Message);
-        NativeMemory.awaitAllocatedBlocks(0);
-    }
-
-    static Stream<Exception> failures() {
-        return Stream.of(new EOFException("gone"), new IllegalStateException("broken"));
-    }
-
-    @ParameterizedTest
-    @MethodSource("failures")
-    void otherExceptionsReachTheCaller(Exception failure) throws InterruptedException {
-        // All but the end of the image: a codec that takes this for a truncated file must not show it.
-        ScriptedQueue queue = new ScriptedQueue(Arrays.copyOf(jpeg(), jpeg().length - 20), 300).endingWith(failure);
-        assertSame(failure, assertThrows(Exception.class, () -> decode(queue)));
-        assertEquals(62, result.DLResultCode, result.Message);
-        assertNotNull(result.Message);
-        assertEquals("autoFlush true", queue.events.get(queue.events.size() - 1));
-        assertEquals(1, Collections.frequency(queue.events, "autoFlush true"));
         NativeMemory.awaitAllocatedBlocks(0);
     }
 
     @Test
-    void exceptionsOfTheOtherMethodsReachTheCallerToo() {
-        RuntimeException failure = new IllegalStateException("completed");
-        ScriptedQueue first = new ScriptedQueue(jpeg(), 100).failingInCompleted(failure);
-        assertSame(failure, assertThrows(RuntimeException.class, () -> decode(first)));
-        ScriptedQueue second = new ScriptedQueue(jpeg(), 100).failingInAutoFlush(failure);
-        assertSame(failure, assertThrows(RuntimeException.class, () -> decode(second)));
-        assertEquals("62 Native NDecompressor::decodeInputBufferQueueToMemory:  the input buffer queue threw an "
-                + "exception", result.DLResultCode + " " + result.Message);
-    }
-
-    static Stream<InputBuffer> nonsense() {
-        return Stream.of(new InputBuffer() {
-            @Override
-            public int getBytesAvailable() {
-                return 10;
-            }
-        }, new ByteArrayInputBuffer(new byte[10]) {
-            @Override
-            public int getBytesAvailable() {
-                return -5;
-            }
-        }, new ByteArrayInputBuffer(new byte[10]) {
-            @Override
-            public byte[] getArray() {
-                return null;
-            }
-        });
-    }
-
-    @ParameterizedTest
-    @MethodSource("nonsense")
-    void buffersThatMakeNoSenseEndTheData(InputBuffer buffer) {
-        assertNull(decode(new ScriptedQueue(new byte[0], 1).add(buffer)));
-        assertEquals(62, result.DLResultCode, result.Message);
+    void whatTheOtherMethodsThrowReachesTheCallerToo() {
+        RuntimeException failure = new IllegalStateException("failed");
+        for (String operation : List.of("completed", "autoFlush")) {
+            ScriptedQueue queue = new ScriptedQueue(JPEG, 100).failingIn(operation, failure);
+            assertSame(failure, assertThrows(RuntimeException.class, () -> decode(queue)));
+            assertEquals(62, result.DLResultCode, result.Message);
+        }
+        assertEquals("Native NDecompressor::decodeInputBufferQueueToMemory:  the input buffer queue threw an exception",
+                result.Message);
     }
 
     @Test
-    void aBufferThatClaimsMoreThanItsArrayHoldsThrows() {
-        ScriptedQueue queue = new ScriptedQueue(new byte[0], 1).add(new ByteArrayInputBuffer(new byte[10]) {
-            @Override
-            public int getBytesAvailable() {
-                return Integer.MAX_VALUE;
-            }
-        });
-        assertThrows(ArrayIndexOutOfBoundsException.class, () -> decode(queue));
-        assertEquals(List.of("get", "completed 0", "autoFlush true"), queue.events);
+    void anInvalidTypeSendsTheProducerHome() {
+        ScriptedQueue queue = new ScriptedQueue(JPEG, 500);
+        assertNull(decode(queue, NDecompressor.TYPE_DICOM));
+        assertEquals(48, result.DLResultCode);
+        assertEquals(List.of("autoFlush true"), queue.events);
+        RuntimeException failure = new IllegalStateException("autoFlush");
+        queue.failingIn("autoFlush", failure);
+        assertSame(failure, assertThrows(RuntimeException.class, () -> decode(queue, NDecompressor.TYPE_DICOM)));
+        assertEquals(48, result.DLResultCode);
     }
 
     @Test
     void nullArgumentsAreFailedLookUps() {
         assertNull(decode(null));
         assertEquals(62, result.DLResultCode, result.Message);
-        Renderable image = decompressor.decodeInputBufferQueueToMemory(new ScriptedQueue(jpeg(), 500), 0,
-                NDecompressor.TYPE_JPEG, false, 1, null);
-        assertNotNull(image);
-        image.close();
-    }
-
-    @Test
-    void anInvalidTypeSendsTheProducerHome() {
-        ScriptedQueue queue = new ScriptedQueue(jpeg(), 500);
-        assertNull(decompressor.decodeInputBufferQueueToMemory(queue, 0, NDecompressor.TYPE_DICOM, true, 1, result));
-        assertEquals("48 Native NDecompressor::decodeToMemory: Invalid compressed image type",
-                result.DLResultCode + " " + result.Message);
-        assertEquals(List.of("autoFlush true"), queue.events);
-        RuntimeException failure = new IllegalStateException("autoFlush");
-        ScriptedQueue failing = new ScriptedQueue(jpeg(), 500).failingInAutoFlush(failure);
-        assertSame(failure, assertThrows(RuntimeException.class, () -> decompressor.decodeInputBufferQueueToMemory(
-                failing, 0, NDecompressor.TYPE_DICOM, true, 1, result)));
-        assertEquals(48, result.DLResultCode);
-    }
-
-    @Test
-    void aHundredThousandBuffersLeaveNoReferences() {
-        byte[] bytes = Arrays.copyOf(jpeg(), 100_000);
-        System.arraycopy(jpeg(), 4, bytes, 100_000 - jpeg().length + 4, jpeg().length - 4);
-        // The image after one long comment, so that every buffer is read.
-        int position = 2;
-        int target = 100_000 - jpeg().length + 2;
-        while (position < target) {
-            int length = Math.min(60_000, target - position - 2);
-            if (target - position - 2 - length < 4 && length != target - position - 2) {
-                length -= 10;
-            }
-            bytes[position] = (byte) 0xff;
-            bytes[position + 1] = (byte) 0xfe;
-            bytes[position + 2] = (byte) (length >> 8);
-            bytes[position + 3] = (byte) length;
-            position += 2 + length;
-        }
-        bytes[target] = (byte) 0xff;
-        bytes[target + 1] = jpeg()[3];
-        ScriptedQueue queue = new ScriptedQueue(bytes, 1);
-        try (Renderable image = decode(queue)) {
-            assertNotNull(image, result.Message);
-        }
-        assertEquals(100_000, queue.events.stream().filter(event -> event.startsWith("completed "))
-                .filter(event -> !event.endsWith("null")).count());
+        new NDecompressor().decodeInputBufferQueueToMemory(new ScriptedQueue(JPEG, 500), 0, NDecompressor.TYPE_JPEG,
+                false, 1, null).close();
     }
 }

@@ -1,34 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.bridge;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertSame;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.decompression.DecomprResult;
-import com.quorix.decompression.NDecompressor;
-import com.quorix.decompression.Renderable;
-import com.quorix.support.Compressed;
-import com.quorix.support.DicomFile;
-import com.quorix.support.NativeMemory;
+import com.quorix.decompression.*;
+import com.quorix.support.*;
 import java.io.ByteArrayOutputStream;
-import java.io.IOException;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
+import java.nio.charset.StandardCharsets;
+import java.util.*;
+import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** Frame after frame to a listener. */
 class MultiFrameTest {
     private static final int COLUMNS = 20;
     private static final int ROWS = 16;
-
-    private final NDecompressor decompressor = new NDecompressor();
+    private static final int FRAME_BYTES = 2 * COLUMNS * ROWS;
 
     /** Collects frames and frees them. */
     private static class Listener extends DecomprResult {
@@ -40,7 +30,7 @@ class MultiFrameTest {
         @Override
         public boolean renderableAvailable(int frameIndex, Renderable image) {
             indices.add(frameIndex);
-            pixels.add(Pixels.bytes(image));
+            pixels.add(Images.pixelsOf(image));
             image.close();
             if (failure != null) {
                 throw failure;
@@ -51,7 +41,23 @@ class MultiFrameTest {
 
     private final Listener listener = new Listener();
 
-    private static byte[] nativeFile(int frames) {
+    @AfterEach
+    void nothingIsLeft() throws InterruptedException {
+        NativeMemory.awaitAllocatedBlocks(0);
+    }
+
+    private static byte[] jpeg(int frame) {
+        return Compressed.jpeg(COLUMNS, ROWS, 5 * frame);
+    }
+
+    private static byte[] file(String kind, int frames) {
+        if (kind.equals("jpeg")) {
+            List<byte[]> codestreams = new ArrayList<>();
+            for (int frame = 0; frame < frames; frame++) {
+                codestreams.add(jpeg(frame));
+            }
+            return DicomFile.grey8(COLUMNS, ROWS).jpegFrames(codestreams).toBytes();
+        }
         ByteArrayOutputStream pixels = new ByteArrayOutputStream();
         for (int frame = 0; frame < frames; frame++) {
             pixels.writeBytes(Compressed.gradient16(COLUMNS, ROWS, frame));
@@ -59,170 +65,100 @@ class MultiFrameTest {
         return DicomFile.grey16(COLUMNS, ROWS).nativeFrames(frames, pixels.toByteArray()).toBytes();
     }
 
-    private static byte[] rleFile(int frames) {
-        List<byte[]> codestreams = new ArrayList<>();
-        for (int frame = 0; frame < frames; frame++) {
-            codestreams.add(Compressed.rle(Compressed.gradient16(COLUMNS, ROWS, frame), 1, 2));
-        }
-        return DicomFile.grey16(COLUMNS, ROWS).encapsulated(DicomFile.RLE, codestreams).toBytes();
-    }
-
-    private static byte[] file(String kind, int frames) {
-        return kind.equals("native") ? nativeFile(frames) : rleFile(frames);
-    }
-
     private boolean decode(ScriptedStream stream, int firstFrame) {
-        boolean success = decompressor.decodeMultiFrameImageToMemory(stream, 0, firstFrame, listener);
+        boolean success = new NDecompressor().decodeMultiFrameImageToMemory(stream, 0, firstFrame, listener);
         assertEquals(1, stream.closeCount);
         return success;
     }
 
-    private void expectFrames(int first, int last) {
+    private void expect(String report, String kind, int first, int last) {
+        assertEquals(report, listener.DLResultCode + " " + listener.Message);
+        assertEquals(last - first + 1, listener.indices.size());
         for (int frame = first; frame <= last; frame++) {
             assertEquals(frame, listener.indices.get(frame - first));
-            assertArrayEquals(Compressed.gradient16(COLUMNS, ROWS, frame), listener.pixels.get(frame - first));
+            assertArrayEquals(kind.equals("jpeg") ? Compressed.jpegPixels(jpeg(frame))
+                    : Compressed.gradient16(COLUMNS, ROWS, frame), listener.pixels.get(frame - first));
         }
-        assertEquals(last - first + 1, listener.indices.size());
     }
 
+    /** A thousand are more than the references that a native method may have at a time. */
     @ParameterizedTest
-    @CsvSource({"native, 5, 0, 0", "native, 5, 3, 3", "native, 1, 0, 0", "native, 5, -4, 0", "rle, 5, 0, 0",
-        "rle, 5, 3, 3", "rle, 1, 0, 0", "rle, 5, 5, 5", "native, 5, 9, 5"})
+    @CsvSource({"native, 5, 0, 0", "native, 5, 3, 3", "native, 1, 0, 0", "native, 5, -4, 0", "native, 5, 9, 5",
+        "native, 1000, 0, 0", "jpeg, 5, 0, 0", "jpeg, 5, 3, 3", "jpeg, 1, 0, 0", "jpeg, 5, 5, 5"})
     void framesArriveFromTheFirstAskedFor(String kind, int frames, int argument, int first) {
-        assertTrue(decode(new ScriptedStream(file(kind, frames)), argument), () -> listener.Message);
-        assertEquals("0 Completed successfully", listener.DLResultCode + " " + listener.Message);
-        expectFrames(first, frames - 1);
+        assertTrue(decode(new ScriptedStream(file(kind, frames)), argument));
+        expect("0 Completed successfully", kind, first, frames - 1);
     }
 
     @ParameterizedTest
-    @CsvSource({"native", "rle"})
+    @ValueSource(strings = {"native", "jpeg"})
     void theListenerStopsTheDecoding(String kind) {
         // What comes after the second frame is damaged: nobody looks at it any more.
         byte[] file = file(kind, 5);
         listener.last = 1;
-        assertTrue(decode(new ScriptedStream(Arrays.copyOf(file, file.length - 2 * COLUMNS * ROWS)), 0));
-        assertEquals(0, listener.DLResultCode);
-        expectFrames(0, 1);
+        assertTrue(decode(new ScriptedStream(Arrays.copyOf(file, file.length - FRAME_BYTES)), 0));
+        expect("0 Completed successfully", kind, 0, 1);
     }
 
     @ParameterizedTest
     @CsvSource(delimiter = '|', value = {
         "native | 37 Failed to read the pixel data",
-        "rle    | 38 MultiFramePart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(4) failed"})
-    void aMissingFrameEndsTheCallAndTheOthersStay(String kind, String expected) throws InterruptedException {
-        byte[] file;
-        if (kind.equals("native")) {
-            file = Arrays.copyOf(nativeFile(5), nativeFile(5).length - 10);
-        } else {
-            file = new String(rleFile(4), java.nio.charset.StandardCharsets.ISO_8859_1)
-                    .replace("IS\2\0004 ", "IS\2\0005 ").getBytes(java.nio.charset.StandardCharsets.ISO_8859_1);
+        "jpeg   | 38 MultiFramePart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(4) failed"})
+    void aMissingFrameEndsTheCallAndTheOthersStay(String kind, String expected) {
+        byte[] file = Arrays.copyOf(file("native", 5), file("native", 5).length - 10);
+        if (kind.equals("jpeg")) {
+            file = new String(file(kind, 4), StandardCharsets.ISO_8859_1).replace("IS\2\0004 ", "IS\2\0005 ")
+                    .getBytes(StandardCharsets.ISO_8859_1);
         }
         assertFalse(decode(new ScriptedStream(file), 1));
-        assertEquals(expected, listener.DLResultCode + " " + listener.Message);
-        expectFrames(1, 3);
-        NativeMemory.awaitAllocatedBlocks(0);
+        expect(expected, kind, 1, 3);
     }
 
     @Test
     void aDamagedFrameEndsTheCall() {
-        List<byte[]> codestreams = new ArrayList<>();
-        for (int frame = 0; frame < 4; frame++) {
-            codestreams.add(frame == 2 ? new byte[64]
-                    : Compressed.rle(Compressed.gradient16(COLUMNS, ROWS, frame), 1, 2));
-        }
-        byte[] file = DicomFile.grey16(COLUMNS, ROWS).encapsulated(DicomFile.RLE, codestreams).toBytes();
+        byte[] file = DicomFile.grey8(COLUMNS, ROWS)
+                .jpegFrames(List.of(jpeg(0), jpeg(1), new byte[64], jpeg(3))).toBytes();
         assertFalse(decode(new ScriptedStream(file), 0));
-        assertTrue(listener.DLResultCode != 0 && listener.DLResultCode != 6, listener.toString());
-        expectFrames(0, 1);
+        assertEquals(38, listener.DLResultCode, listener::toString);
+        assertEquals(List.of(0, 1), listener.indices);
         // Below the first frame it is only fetched.
-        Listener later = new Listener();
-        assertTrue(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), 0, 3, later),
-                later::toString);
-        assertEquals(List.of(3), later.indices);
+        assertTrue(decode(new ScriptedStream(file), 3), listener::toString);
+        assertEquals(List.of(0, 1, 3), listener.indices);
     }
 
     @Test
-    void theListenersExceptionReachesTheCaller() throws InterruptedException {
+    void theListenersExceptionReachesTheCaller() {
         listener.failure = new IllegalStateException("enough");
-        ScriptedStream stream = new ScriptedStream(nativeFile(3));
+        ScriptedStream stream = new ScriptedStream(file("native", 3));
         assertSame(listener.failure, assertThrows(IllegalStateException.class, () -> decode(stream, 0)));
         assertEquals(1, stream.closeCount);
-        assertEquals(List.of(0), listener.indices);
-        assertEquals("Completed successfully", listener.Message);
-        NativeMemory.awaitAllocatedBlocks(0);
+        expect("0 Completed successfully", "native", 0, 0);
     }
 
     @Test
-    void aFileWithoutPixelDataIsNamed() {
-        byte[] file = nativeFile(1);
-        assertFalse(decode(new ScriptedStream(Arrays.copyOf(file, file.length - 2 * COLUMNS * ROWS - 12)), 0));
-        assertEquals("6 MultiFramePart10StreamDecompressor::Decode: (no Renderable at end - no Pixel data found in "
-                + "object being decoded)", listener.DLResultCode + " " + listener.Message);
-    }
-
-    @Test
-    void framesWithoutPixelsAreNotCountedTo() {
-        // Two thousand million frames of no bytes at all.
-        byte[] file = DicomFile.grey16(COLUMNS, 0).nativeFrames(1, new byte[0]).text(0x00280008, "IS", "2000000000")
-                .toBytes();
-        decode(new ScriptedStream(file), 0);
+    void whereThereIsNoFrameTheReasonIsNamed() {
+        byte[] file = file("native", 1);
+        assertFalse(decode(new ScriptedStream(Arrays.copyOf(file, file.length - FRAME_BYTES - 12)), 0));
+        expect("6 MultiFramePart10StreamDecompressor::Decode: (no Renderable at end - no Pixel data found in "
+                + "object being decoded)", "native", 0, -1);
+        NDecompressor decompressor = new NDecompressor();
+        assertFalse(decompressor.decodeMultiFrameImageToMemory(null, 0, 0, listener));
+        expect("62 Native NDecompressor::decodeMultiFrameImageToMemory:  StreamIOException: native "
+                + "JavaSeekableInputStream::JavaSeekableInputStream(jobject): can't get Java class for "
+                + "SeekableInputStream", "native", 0, -1);
+        assertFalse(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), 0, 0, null));
+        // A result of the library's own wants no frames.
+        assertTrue(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), 0, 0, new DecomprResult()));
+        // Two thousand million frames of no bytes at all are not counted to.
+        decode(new ScriptedStream(DicomFile.grey16(COLUMNS, 0).nativeFrames(2_000_000_000, new byte[0]).toBytes()), 0);
         assertTrue(listener.indices.size() <= 1);
     }
 
     @Test
-    void aHundredThousandFramesLeaveNoReferences() {
-        byte[] file = DicomFile.grey8(2, 1).nativeFrames(100_000, Compressed.gradient8(2, 100_000, 0)).toBytes();
-        int[] delivered = {0};
-        DecomprResult counter = new DecomprResult() {
-            @Override
-            public boolean renderableAvailable(int frameIndex, Renderable image) {
-                image.close();
-                return delivered[0]++ == frameIndex;
-            }
-        };
-        assertTrue(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(file), 0, 0, counter));
-        assertEquals(100_000, delivered[0]);
-    }
-
-    @Test
-    void colourFramesComeAsRgb() {
-        byte[] file = DicomFile.rgb8(8, 8).nativeFrames(2, Compressed.gradientRgb(8, 16, 0)).toBytes();
-        assertTrue(decode(new ScriptedStream(file), 0), listener::toString);
-        assertArrayEquals(Compressed.gradientRgb(8, 16, 0), concatenated(listener.pixels));
-    }
-
-    private static byte[] concatenated(List<byte[]> parts) {
-        ByteArrayOutputStream out = new ByteArrayOutputStream();
-        parts.forEach(out::writeBytes);
-        return out.toByteArray();
-    }
-
-    @Test
-    void nullArgumentsAreFailedLookUps() {
-        assertFalse(decompressor.decodeMultiFrameImageToMemory(null, 0, 0, listener));
-        assertEquals("62 Native NDecompressor::decodeMultiFrameImageToMemory:  StreamIOException: native "
-                + "JavaSeekableInputStream::JavaSeekableInputStream(jobject): can't get Java class for "
-                + "SeekableInputStream", listener.DLResultCode + " " + listener.Message);
-        assertFalse(decompressor.decodeMultiFrameImageToMemory(new ScriptedStream(nativeFile(2)), 0, 0, null));
-    }
-
-    @Test
     void closingFailsTheCall() {
-        ScriptedStream stream = new ScriptedStream(nativeFile(1)).failingIn("close");
-        assertFalse(decode(stream, 0));
-        assertEquals("62 Completed successfully\n Exception on aSource.Close(): Native "
+        assertFalse(decode(new ScriptedStream(file("native", 1)).failingIn("close", 0), 0));
+        expect("62 Completed successfully\n Exception on aSource.Close(): Native "
                 + "NDecompressor::decodeMultiFrameImageToMemory: JavaStreamIOException: native "
-                + "JavaSeekableInputStream::Close: close() threw exception from Java",
-                listener.DLResultCode + " " + listener.Message);
-    }
-
-    @Test
-    void jpegFramesAreWhatThePlatformReads() throws IOException {
-        List<byte[]> codestreams = List.of(Compressed.jpeg(40, 30, 0), Compressed.jpeg(40, 30, 9));
-        byte[] file = DicomFile.grey8(40, 30).encapsulated(DicomFile.JPEG_BASELINE, codestreams).toBytes();
-        assertTrue(decode(new ScriptedStream(file), 0), listener::toString);
-        for (int frame = 0; frame < 2; frame++) {
-            assertArrayEquals(Compressed.jpegPixels(codestreams.get(frame)), listener.pixels.get(frame));
-        }
+                + "JavaSeekableInputStream::Close: close() threw exception from Java", "native", 0, 0);
     }
 }

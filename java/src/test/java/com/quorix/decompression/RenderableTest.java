@@ -1,79 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.decompression;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertInstanceOf;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.support.Compressed;
-import com.quorix.support.Images;
+import com.quorix.support.*;
 import java.io.IOException;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.lang.reflect.Modifier;
+import java.lang.reflect.*;
 import java.nio.ByteOrder;
-import java.util.LinkedHashMap;
-import java.util.List;
-import java.util.Map;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.*;
 import java.util.stream.Collectors;
-import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.function.Executable;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 class RenderableTest {
+    private static final int COLUMNS = 640;
+    private static final int ROWS = 480;
+
+    @TempDir
+    Path folder;
+
+    private static Stream<Method> methods(String names) {
+        return Stream.of(Renderable.class.getDeclaredMethods()).filter(method -> method.getName().matches(names)
+                && Modifier.isPublic(method.getModifiers()) && !Modifier.isStatic(method.getModifiers()));
+    }
+
     static List<Method> getters() {
-        return Stream.of(Renderable.class.getMethods())
-                .filter(method -> method.getDeclaringClass() == Renderable.class)
-                .filter(method -> !Modifier.isStatic(method.getModifiers()) && method.getParameterCount() == 0)
-                .filter(method -> method.getName().matches("(get|is).*") && !method.getName().equals("isClosed"))
-                .collect(Collectors.toList());
-    }
-
-    static List<Method> setters() {
-        return Stream.of(Renderable.class.getMethods())
-                .filter(method -> !Modifier.isStatic(method.getModifiers()) && method.getName().startsWith("set"))
-                .collect(Collectors.toList());
-    }
-
-    private static Object get(Renderable image, String property) throws ReflectiveOperationException {
-        for (Method getter : getters()) {
-            if (getter.getName().matches("(get|is)" + property)) {
-                return getter.invoke(image);
-            }
-        }
-        throw new NoSuchMethodException(property);
+        return methods("(get|is)(?!Closed).*").collect(Collectors.toList());
     }
 
     /** A setter that writes its neighbour's field would show as a value that does not come back. */
     @ParameterizedTest
-    @ValueSource(booleans = {true, false})
-    void everyPropertyKeepsAValueOfItsOwn(boolean flag) throws Exception {
-        Map<Method, Object> values = new LinkedHashMap<>();
-        setters().forEach(setter -> values.put(setter,
-                setter.getParameterTypes()[0] == int.class ? (Object) (values.size() + 3) : (Object) flag));
+    @ValueSource(ints = {3, Short.MIN_VALUE, Integer.MIN_VALUE, Integer.MAX_VALUE - 100})
+    void everyPropertyKeepsAValueOfItsOwn(int first) throws Exception {
+        Map<String, Object> values = new LinkedHashMap<>();
         try (Renderable image = new Renderable()) {
-            for (Method setter : values.keySet()) {
-                setter.invoke(image, values.get(setter));
+            for (Method setter : methods("set.*").collect(Collectors.toList())) {
+                boolean isNumber = setter.getParameterTypes()[0] == int.class;
+                Object value = isNumber ? (Object) (first + values.size()) : (Object) (first % 2 != 0);
+                if (isNumber && setter.getName().matches("set(Bits.*|HighBit|ScaleFactor)") && first != (short) first) {
+                    Throwable thrown = assertThrows(Exception.class, () -> setter.invoke(image, value)).getCause();
+                    assertInstanceOf(IllegalArgumentException.class, thrown);
+                } else {
+                    setter.invoke(image, value);
+                    values.put(setter.getName().substring(3), value);
+                }
             }
-            for (Method setter : values.keySet()) {
-                assertEquals(values.get(setter), get(image, setter.getName().substring(3)), setter.getName());
+            assertTrue(values.size() > 10, values::toString);
+            for (String property : values.keySet()) {
+                Method getter = methods("(get|is)" + property).findFirst().orElseThrow();
+                assertEquals(values.get(property), getter.invoke(image), property);
             }
-        }
-    }
-
-    @Test
-    void valuesThatDoNotFitAreRefused() {
-        try (Renderable image = new Renderable()) {
-            image.setBitsStored(-32768);
-            assertEquals(-32768, image.getBitsStored());
-            assertThrows(IllegalArgumentException.class, () -> image.setBitsStored(32768));
-            assertThrows(IllegalArgumentException.class, () -> image.setScaleFactor(-32769));
         }
     }
 
@@ -88,12 +71,17 @@ class RenderableTest {
     }
 
     @Test
-    void interpretationsHaveTheirCodes() {
-        assertArrayEquals(IntStream.rangeClosed(0, 10).toArray(), new int[] {Renderable.getPitInvalid(),
-            Renderable.getPitMonochrome1(), Renderable.getPitMonochrome2(), Renderable.getPitPaletteColor(),
-            Renderable.getPitRgb(), Renderable.getPitYbrFull(), Renderable.getPitYbrFull422(),
-            Renderable.getPitYbrPartial422(), Renderable.getPitYbrPartial420(), Renderable.getPitYbrIct(),
-            Renderable.getPitYbrRct()});
+    void interpretationsHaveTheirCodesAndNames() {
+        int[] codes = {Renderable.getPitInvalid(), Renderable.getPitMonochrome1(), Renderable.getPitMonochrome2(),
+            Renderable.getPitPaletteColor(), Renderable.getPitRgb(), Renderable.getPitYbrFull(),
+            Renderable.getPitYbrFull422(), Renderable.getPitYbrPartial422(), Renderable.getPitYbrPartial420(),
+            Renderable.getPitYbrIct(), Renderable.getPitYbrRct(), Integer.MIN_VALUE};
+        String[] names = {"INVALID", "MONOCHROME1", "MONOCHROME2", "PALETTE COLOR", "RGB", "YBR_FULL", "YBR_FULL_422",
+            "YBR_PARTIAL_422", "YBR_PARTIAL_420", "YBR_ICT", "YBR_RCT", "INVALID"};
+        for (int i = 0; i < codes.length; i++) {
+            assertEquals(i == 11 ? Integer.MIN_VALUE : i, codes[i]);
+            assertEquals(names[i], Renderable.photometricInterpretationTypeToString(codes[i]));
+        }
     }
 
     @Test
@@ -111,17 +99,11 @@ class RenderableTest {
             image.freePixelData();
             assertEquals(0, image.getPixelDataSize());
             image.allocatePixelData();
-        }
-    }
-
-    @Test
-    void memoryThatIsNotThereIsReported() {
-        try (Renderable image = new Renderable()) {
-            image.setRows(40_000);
-            image.setColumns(50_000);
-            image.setBitsAllocated(1);
+            image.freePixelData();
+            image.setRows(46_340);
+            image.setColumns(46_340);
             image.setSamplesPerPixel(Integer.MAX_VALUE);
-            assertThrows(IllegalStateException.class, image::allocatePixelData);
+            assertThrows(IllegalStateException.class, image::allocatePixelData, "so much memory is not there");
             assertFalse(image.isPixelDataAllocated());
         }
     }
@@ -129,8 +111,7 @@ class RenderableTest {
     @Test
     void pixelsAreReadOnlyAndInTheirByteOrder() throws IOException {
         try (Renderable image = Images.grey8(20, 10)) {
-            assertTrue(image.getPixelData().isDirect());
-            assertTrue(image.getPixelData().isReadOnly());
+            assertTrue(image.getPixelData().isDirect() && image.getPixelData().isReadOnly());
             assertEquals(ByteOrder.LITTLE_ENDIAN, image.getPixelData().order());
             image.setPixelDataLittleEndian(false);
             assertEquals(ByteOrder.BIG_ENDIAN, image.getPixelData().order());
@@ -148,5 +129,88 @@ class RenderableTest {
         Throwable refusal = assertThrows(InvocationTargetException.class, () -> getter.invoke(image)).getCause();
         assertInstanceOf(IllegalStateException.class, refusal);
         assertEquals("the image is closed", refusal.getMessage());
+    }
+
+    private static Renderable image(int seed) throws IOException {
+        return Images.decode(DicomFile.grey16(COLUMNS, ROWS).bitsStored(12, false)
+                .nativeFrames(1, Compressed.gradient16(COLUMNS, ROWS, seed)));
+    }
+
+    @Test
+    void aSavedImageComesBack() throws IOException {
+        Path file = folder.resolve("Schnitt α.rend");
+        try (Renderable saved = image(1); Renderable loaded = new Renderable()) {
+            saved.saveToFile(file);
+            assertTrue(loaded.loadFromFile(file));
+            assertEquals("480 640 12 MONOCHROME2", loaded.getRows() + " " + loaded.getColumns() + " "
+                    + loaded.getBitsStored() + " "
+                    + Renderable.photometricInterpretationTypeToString(loaded.getPhotometricInterpretation()));
+            assertArrayEquals(Images.pixelsOf(saved), Images.pixelsOf(loaded));
+            assertTrue(loaded.getTotalTimeTakenToLoad() > 0);
+            assertThrows(IOException.class, () -> loaded.loadFromFile(file), "an image with pixels takes no others");
+        }
+    }
+
+    @Test
+    void anUnfitScaleFactorIsNotLoaded() throws IOException {
+        Path file = folder.resolve("reduced.rend");
+        try (Renderable saved = image(1); Renderable loaded = new Renderable()) {
+            saved.setScaleFactor(3);
+            saved.saveToFileLocked(file);
+            assertFalse(loaded.loadFromFile(file, 2));
+            assertFalse(loaded.loadFromFile(file, -2));
+            assertFalse(loaded.isPixelDataAllocated());
+            assertTrue(loaded.loadFromFile(file, -3));
+        }
+    }
+
+    @Test
+    void fileErrorsAreIoExceptions() throws IOException {
+        Path missing = folder.resolve("missing/file");
+        Path damaged = Files.writeString(folder.resolve("damaged"), "RENDxxx");
+        try (Renderable image = new Renderable(); Renderable full = image(1)) {
+            for (Executable call : List.<Executable>of(() -> image.loadFromFile(missing),
+                    () -> image.loadFromFile(damaged, 1), () -> full.saveToFile(missing),
+                    () -> full.saveToFileLocked(missing))) {
+                String text = assertThrows(IOException.class, call).getMessage();
+                assertTrue(text.startsWith("StreamIOException: "), text);
+            }
+        }
+        int before = Renderable.getIOBufferSize();
+        assertEquals(4096, Renderable.setIOBufferSize(4096));
+        assertEquals(4096, Renderable.getIOBufferSize());
+        Renderable.setIOBufferSize(before);
+    }
+
+    /** Saves an image, again and again. */
+    static final class Saving {
+        private Saving() {
+        }
+
+        public static void main(String[] arguments) throws IOException {
+            try (Renderable image = image(Integer.parseInt(arguments[1]))) {
+                for (int i = 0; i < 100; i++) {
+                    image.saveToFileLocked(Path.of(arguments[0]));
+                }
+            }
+        }
+    }
+
+    /** Without locks the two images would mix in the file. */
+    @Test
+    void processesTakeTurnsAtAFile() throws Exception {
+        Path file = folder.resolve("shared.rend");
+        List<ChildJvm> savers = new ArrayList<>();
+        for (String seed : List.of("1", "2")) {
+            savers.add(new ChildJvm(Saving.class, file.toString(), seed).withSameLibrary().start());
+        }
+        for (ChildJvm saver : savers) {
+            assertEquals(0, saver.finish().exitCode());
+        }
+        try (Renderable loaded = new Renderable()) {
+            assertTrue(loaded.loadFromFile(file));
+            assertTrue(Stream.of(1, 2).anyMatch(seed -> Arrays.equals(Compressed.gradient16(COLUMNS, ROWS, seed),
+                    Images.pixelsOf(loaded))), "the file holds one image or the other");
+        }
     }
 }

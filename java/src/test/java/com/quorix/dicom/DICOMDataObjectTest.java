@@ -1,31 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.dicom;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertNull;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.decompression.DecodeOptions;
-import com.quorix.decompression.Decompressor;
-import com.quorix.decompression.ImageType;
-import com.quorix.decompression.NDecompressor;
+import com.quorix.decompression.*;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import com.quorix.io.SeekableInputStream;
-import com.quorix.support.Compressed;
-import com.quorix.support.DicomFile;
-import com.quorix.support.Images;
+import com.quorix.support.*;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.Arrays;
 import java.util.List;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
-import java.util.concurrent.Future;
+import java.util.concurrent.*;
+import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -36,173 +25,129 @@ class DICOMDataObjectTest {
     private static final int IMAGE_TYPE = 0x00080008;
     private static final int ROWS = 0x00280010;
     private static final int PIXEL_DATA = 0x7FE00010;
+    private static final byte[] PIXELS = Compressed.gradient16(5, 3, 0);
 
     @TempDir
     Path folder;
 
+    private final DICOMDataObject dataSet = new DICOMDataObject();
+
+    @AfterEach
+    void close() {
+        dataSet.close();
+    }
+
     private static DicomFile file() {
         return DicomFile.grey16(5, 3).text(IMAGE_TYPE, "CS", "ORIGINAL\\PRIMARY\\AXIAL")
-                .text(0x00200013, "IS", "17").nativeFrames(1, Compressed.gradient16(5, 3, 0));
+                .text(0x00200013, "IS", "17").nativeFrames(1, PIXELS);
     }
 
     @Test
-    void aFileIsLoadedWhole() throws IOException {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            dataSet.load(file().writeTo(folder.resolve("Bild ß 像.dcm")));
-            assertEquals("Doe^Jane", dataSet.getString(PATIENT_NAME));
-            assertEquals("ORIGINAL\\PRIMARY\\AXIAL", dataSet.getString(IMAGE_TYPE));
-            assertEquals(3, dataSet.getInteger(ROWS, -1));
-            assertEquals(17, dataSet.getInteger(0x00200013, -1));
-            assertArrayEquals(Compressed.gradient16(5, 3, 0), dataSet.getPixelBytes());
+    void aFileIsLoadedChangedAndSaved() throws IOException {
+        dataSet.load(file().writeTo(folder.resolve("Bild ß 像.dcm")));
+        assertEquals("Doe^Jane", dataSet.getString(PATIENT_NAME));
+        assertEquals("ORIGINAL\\PRIMARY\\AXIAL", dataSet.getString(IMAGE_TYPE));
+        assertEquals(3, dataSet.getInteger(ROWS, -1));
+        assertEquals(17, dataSet.getInteger(0x00200013, -1));
+        assertArrayEquals(PIXELS, dataSet.getPixelBytes());
+        dataSet.setString(PATIENT_NAME, "PN", "Roe^Richard");
+        dataSet.remove(IMAGE_TYPE);
+        Path path = folder.resolve("säved 像.dcm");
+        dataSet.save(path);
+        assertEquals("DICM", new String(Files.readAllBytes(path), 128, 4));
+        try (DICOMDataObject loaded = new DICOMDataObject()) {
+            loaded.load(path);
+            assertEquals("Roe^Richard", loaded.getString(PATIENT_NAME));
+            assertFalse(loaded.hasElement(IMAGE_TYPE));
+            assertArrayEquals(PIXELS, loaded.getPixelBytes());
         }
     }
 
     @Test
     void aHeaderIsLoadedWithoutPixels() throws IOException {
-        Path path = file().writeTo(folder.resolve("file.dcm"));
-        try (DICOMDataObject ofFile = new DICOMDataObject(); DICOMDataObject ofStream = new DICOMDataObject()) {
-            ofFile.loadHeader(path);
-            ofStream.loadHeader(new ByteBufferSeekableInputStream(Files.readAllBytes(path)));
-            for (DICOMDataObject dataSet : List.of(ofFile, ofStream)) {
-                assertEquals("Doe^Jane", dataSet.getString(PATIENT_NAME));
-                assertFalse(dataSet.hasElement(PIXEL_DATA));
-                assertNull(dataSet.getPixelBytes());
+        try (DICOMDataObject ofFile = new DICOMDataObject()) {
+            ofFile.loadHeader(file().writeTo(folder.resolve("file.dcm")));
+            dataSet.loadHeader(new ScriptedStream(file().toBytes()));
+            for (DICOMDataObject header : List.of(ofFile, dataSet)) {
+                assertEquals("Doe^Jane", header.getString(PATIENT_NAME));
+                assertFalse(header.hasElement(PIXEL_DATA));
+                assertNull(header.getPixelBytes());
             }
         }
     }
 
     @Test
-    void whatCannotBeReadIsReported() throws IOException {
+    void whatCannotBeReadOrIsNullIsReported() throws IOException {
         Path garbage = Files.write(folder.resolve("garbage"), new byte[400]);
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            assertThrows(IOException.class, () -> dataSet.load(folder.resolve("none")));
-            assertThrows(IOException.class, () -> dataSet.load(garbage));
-            assertThrows(IOException.class, () -> dataSet.loadHeader(garbage));
-            assertThrows(IOException.class,
-                    () -> dataSet.loadHeader(new ByteBufferSeekableInputStream(new byte[400])));
-            assertThrows(IOException.class, () -> dataSet.save(folder.resolve("none/file.dcm")));
+        for (Executable call : List.<Executable>of(() -> dataSet.load(folder.resolve("none")),
+                () -> dataSet.load(garbage), () -> dataSet.loadHeader(garbage),
+                () -> dataSet.loadHeader(new ScriptedStream(new byte[400])),
+                () -> dataSet.loadHeader((SeekableInputStream) null),
+                () -> dataSet.save(folder.resolve("none/file.dcm")))) {
+            assertThrows(IOException.class, call);
         }
+        assertThrows(IllegalArgumentException.class, () -> dataSet.setString(PATIENT_NAME, null, "x"));
+        assertThrows(IllegalArgumentException.class, () -> dataSet.setInteger(ROWS, null, 1));
+        assertNull(dataSet.getScratchpadValue(null));
     }
 
     @ParameterizedTest
     @CsvSource({"00100010, PN, Doe^John", "00080008, CS, DERIVED\\SECONDARY", "00081030, LO, Schädel",
-        "00280030, DS, 0.5\\0.25", "00080018, UI, 1.2.3.4"})
-    void textsComeBack(String tag, String vr, String value) {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            int number = Integer.parseUnsignedInt(tag, 16);
+        "00280030, DS, 0.5\\0.25", "00080018, UI, 1.2.3.4", "00280010, US, 65535", "00280010, SS, -32768",
+        "00280010, UL, 2147483647", "00280010, SL, -2147483648", "00280010, IS, -12"})
+    void valuesComeBack(String tag, String vr, String value) {
+        int number = Integer.parseUnsignedInt(tag, 16);
+        if (number == ROWS) {
+            dataSet.setInteger(number, vr, Integer.parseInt(value));
+            assertEquals(Integer.parseInt(value), dataSet.getInteger(number, 0));
+        } else {
             dataSet.setString(number, vr, "1");
             dataSet.setString(number, vr, value);
-            assertEquals(value, dataSet.getString(number));
         }
-    }
-
-    @ParameterizedTest
-    @CsvSource({"US, 65535", "SS, -32768", "UL, 2147483647", "SL, -2147483648", "IS, -12"})
-    void numbersComeBack(String vr, int value) {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            dataSet.setInteger(ROWS, vr, value);
-            assertEquals(value, dataSet.getInteger(ROWS, 0));
-            assertEquals(Integer.toString(value), dataSet.getString(ROWS));
-        }
+        assertEquals(value, dataSet.getString(number));
     }
 
     @ParameterizedTest
     @CsvSource({"US, 65536", "US, -1", "SS, 32768", "XX, 1", "PN, 1", "'', 1"})
     void numbersThatDoNotFitAreRefused(String vr, int value) {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            dataSet.setInteger(ROWS, "US", 7);
-            assertThrows(IllegalArgumentException.class, () -> dataSet.setInteger(ROWS, vr, value));
-            assertEquals(7, dataSet.getInteger(ROWS, 0), "what was there stays");
-            assertThrows(IllegalArgumentException.class, () -> dataSet.setString(PATIENT_NAME, "ZZ", "x"));
-            assertFalse(dataSet.hasElement(PATIENT_NAME));
-        }
+        dataSet.setInteger(ROWS, "US", 7);
+        assertThrows(IllegalArgumentException.class, () -> dataSet.setInteger(ROWS, vr, value));
+        assertEquals(7, dataSet.getInteger(ROWS, 0), "what was there stays");
+        assertThrows(IllegalArgumentException.class, () -> dataSet.setString(PATIENT_NAME, "ZZ", "x"));
+        assertFalse(dataSet.hasElement(PATIENT_NAME));
     }
 
     @Test
-    void eachOfSeveralValuesIsReached() {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            dataSet.setString(0x00281052, "DS", "10\\-20\\30");
-            assertEquals(-20, dataSet.getInteger(0x00281052, 1, 0));
-            assertEquals(30, dataSet.getInteger(0x00281052, 2, 0));
-            assertEquals(99, dataSet.getInteger(0x00281052, 3, 99));
-            assertEquals(99, dataSet.getInteger(0x00281052, -1, 99));
+    void oneOfSeveralValuesNoneAndAnEmptyOneAreToldApart() {
+        dataSet.setString(0x00281052, "DS", "10\\-20\\30");
+        int[] expected = {-20, 30, 99, 99};
+        int[] indices = {1, 2, 3, -1};
+        for (int i = 0; i < 4; i++) {
+            assertEquals(expected[i], dataSet.getInteger(0x00281052, indices[i], 99));
         }
-    }
-
-    @Test
-    void absentIsNotEmpty() {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            assertNull(dataSet.getString(PATIENT_NAME));
-            assertFalse(dataSet.hasElement(PATIENT_NAME));
-            dataSet.setString(PATIENT_NAME, "PN", "");
-            assertEquals("", dataSet.getString(PATIENT_NAME));
-            assertTrue(dataSet.remove(PATIENT_NAME));
-            assertFalse(dataSet.remove(PATIENT_NAME));
-            assertEquals(-3, dataSet.getInteger(ROWS, -3));
-            assertNull(dataSet.getScratchpadValue("nothing"));
-        }
-    }
-
-    @Test
-    void aSavedFileHoldsWhatWasSet() throws IOException {
-        Path path = folder.resolve("säved 像.dcm");
-        try (DICOMDataObject saved = new DICOMDataObject(); DICOMDataObject loaded = new DICOMDataObject()) {
-            saved.load(file().writeTo(folder.resolve("file.dcm")));
-            saved.setString(PATIENT_NAME, "PN", "Roe^Richard");
-            saved.remove(IMAGE_TYPE);
-            saved.save(path);
-            byte[] start = Arrays.copyOfRange(Files.readAllBytes(path), 128, 132);
-            assertArrayEquals(new byte[] {'D', 'I', 'C', 'M'}, start);
-            loaded.load(path);
-            assertEquals("Roe^Richard", loaded.getString(PATIENT_NAME));
-            assertFalse(loaded.hasElement(IMAGE_TYPE));
-            assertArrayEquals(Compressed.gradient16(5, 3, 0), loaded.getPixelBytes());
-        }
+        assertNull(dataSet.getString(PATIENT_NAME));
+        assertFalse(dataSet.hasElement(PATIENT_NAME));
+        dataSet.setString(PATIENT_NAME, "PN", "");
+        assertEquals("", dataSet.getString(PATIENT_NAME));
+        assertTrue(dataSet.remove(PATIENT_NAME));
+        assertFalse(dataSet.remove(PATIENT_NAME));
+        assertEquals(-3, dataSet.getInteger(ROWS, -3));
     }
 
     @Test
     void decodingLeavesItsNotesBesideTheAttributes() throws IOException {
-        DicomFile file = DicomFile.rgb8(8, 8).encapsulated(DicomFile.RLE,
-                List.of(Compressed.rle(Compressed.gradientRgb(8, 8, 0), 3, 1)));
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            Images.decode(file, DecodeOptions.DEFAULT.withDataSet(dataSet)).close();
-            assertEquals("RGB", dataSet.getScratchpadValue("DecompOrigPhotoInterp"));
-            assertEquals("3", dataSet.getScratchpadValue("DecompOrigSamplesPerPixel"));
-        }
-    }
-
-    @Test
-    void reconstitutionIsMarked() {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            assertTrue(dataSet.withHandle(new NDecompressor()::markReconstituted));
-            assertFalse(new NDecompressor().markReconstituted(0));
-        }
-    }
-
-    @Test
-    void nullTextsDoNotCrash() {
-        try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            assertThrows(IllegalArgumentException.class, () -> dataSet.setString(PATIENT_NAME, null, "x"));
-            assertThrows(IllegalArgumentException.class, () -> dataSet.setInteger(ROWS, null, 1));
-            assertNull(dataSet.getScratchpadValue(null));
-            assertThrows(IOException.class, () -> dataSet.loadHeader((SeekableInputStream) null));
-        }
-    }
-
-    @Test
-    void aClosedDataSetRefuses() {
-        DICOMDataObject dataSet = new DICOMDataObject();
-        dataSet.close();
-        dataSet.close();
-        assertThrows(IllegalStateException.class, dataSet::getHandle);
-        assertThrows(IllegalStateException.class, () -> dataSet.getString(PATIENT_NAME));
-        assertThrows(IllegalStateException.class, () -> dataSet.withHandle(handle -> handle));
+        byte[] file = DicomFile.grey8(8, 8).jpegFrames(List.of(Compressed.jpeg(8, 8, 0))).toBytes();
+        assertNull(dataSet.getScratchpadValue("DecompOrigPhotoInterp"));
+        Decompressor.decode(new ScriptedStream(file), DecodeOptions.DEFAULT.withDataSet(dataSet)).close();
+        assertEquals("MONOCHROME2", dataSet.getScratchpadValue("DecompOrigPhotoInterp"));
+        assertEquals("1", dataSet.getScratchpadValue("DecompOrigSamplesPerPixel"));
+        assertTrue(dataSet.withHandle(new NDecompressor()::markReconstituted));
+        assertFalse(new NDecompressor().markReconstituted(0));
     }
 
     @ParameterizedTest
     @ValueSource(booleans = {false, true})
     void closingFromWithinACallWaitsForItsEnd(boolean decoding) throws IOException {
-        DICOMDataObject dataSet = new DICOMDataObject();
         SeekableInputStream closing = new ByteBufferSeekableInputStream(file().toBytes()) {
             @Override
             public int read(byte[] buffer, int offset, int length) throws IOException {
@@ -211,21 +156,22 @@ class DICOMDataObjectTest {
             }
         };
         if (decoding) {
-            Decompressor.decode(closing, DecodeOptions.DEFAULT.withType(ImageType.DICOM).withDataSet(dataSet))
-                    .close();
+            Decompressor.decode(closing, DecodeOptions.DEFAULT.withType(ImageType.DICOM).withDataSet(dataSet)).close();
         } else {
             dataSet.loadHeader(closing);
         }
+        dataSet.close();
         assertThrows(IllegalStateException.class, dataSet::getHandle);
+        assertThrows(IllegalStateException.class, () -> dataSet.withHandle(handle -> handle));
     }
 
     @Test
     void closingWhileOthersUseItIsSafe() throws Exception {
         ExecutorService threads = Executors.newFixedThreadPool(3);
         for (int round = 0; round < 200; round++) {
-            DICOMDataObject dataSet = new DICOMDataObject();
-            List<Future<?>> users = List.of(threads.submit(() -> useUntilClosed(dataSet)),
-                    threads.submit(() -> useUntilClosed(dataSet)), threads.submit(dataSet::close));
+            DICOMDataObject shared = new DICOMDataObject();
+            List<Future<?>> users = List.of(threads.submit(() -> useUntilClosed(shared)),
+                    threads.submit(() -> useUntilClosed(shared)), threads.submit(shared::close));
             for (Future<?> user : users) {
                 user.get();
             }

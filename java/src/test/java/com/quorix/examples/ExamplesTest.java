@@ -4,9 +4,7 @@ package com.quorix.examples;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.quorix.support.ChildJvm;
-import com.quorix.support.Compressed;
-import com.quorix.support.DicomFile;
+import com.quorix.support.*;
 import java.io.File;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -27,9 +25,8 @@ class ExamplesTest {
 
     @Test
     void aFileBecomesAPng() throws Exception {
-        byte[] pixels = Compressed.gradient16(40, 30, 0);
-        Path input = DicomFile.grey16(40, 30).encapsulated(DicomFile.RLE,
-                List.of(Compressed.rle(pixels, 1, 2))).writeTo(folder.resolve("image.dcm"));
+        Path input = DicomFile.grey16(40, 30).nativeFrames(1, Compressed.gradient16(40, 30, 0))
+                .writeTo(folder.resolve("image.dcm"));
         File output = folder.resolve("image.png").toFile();
         ChildJvm.Outcome outcome = run("DecodeToPng", input, output);
         assertEquals(0, outcome.exitCode(), outcome.output());

@@ -1,88 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.soak;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.decompression.DecodeOptions;
-import com.quorix.decompression.DecompressionException;
-import com.quorix.decompression.Decompressor;
-import com.quorix.decompression.ImageType;
-import com.quorix.decompression.Renderable;
+import com.quorix.decompression.*;
+import com.quorix.dicom.DICOMDataObject;
 import com.quorix.io.ByteBufferSeekableInputStream;
-import com.quorix.support.Compressed;
-import com.quorix.support.DicomFile;
-import com.quorix.support.Images;
-import com.quorix.support.NativeMemory;
-import com.quorix.support.Places;
+import com.quorix.support.*;
 import com.quorix.util.ByteArrayInputBuffer;
 import com.quorix.util.InputBufferQueue;
 import java.io.IOException;
 import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
-import java.util.Queue;
-import java.util.Random;
-import java.util.concurrent.ConcurrentLinkedQueue;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
-import java.util.concurrent.Future;
+import java.nio.file.Path;
+import java.util.*;
+import java.util.concurrent.*;
 import java.util.concurrent.atomic.AtomicInteger;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 
-/** Many requests, good and damaged, from many threads: memory stays flat and nothing native is left. */
+/**
+ * Many requests of every kind, good and damaged, from many threads that share the data set of none: they do not
+ * disturb each other, memory stays flat and nothing native is left.
+ */
 @Tag("soak")
 class SoakTest {
     private static final int THREADS = 8;
     private static final int COLUMNS = 160;
     private static final int ROWS = 120;
     private static final int FRAMES = 3;
+    private static final int REQUESTS = "1".equals(System.getenv("QUORIX_TEST_LONG")) ? 20_000 : 2_000;
     /** What the whole run may add to the process, whose Java heap has been touched to its end before. */
     private static final long GROWTH = 24L << 20;
 
-    private final byte[] pixels16 = Compressed.gradient16(COLUMNS, ROWS, 0);
+    @TempDir
+    Path folder;
+
     private final AtomicInteger failures = new AtomicInteger();
     /** Streams and queues that were given to the library; a global reference left behind would keep one. */
     private final Queue<WeakReference<Object>> inputs = new ConcurrentLinkedQueue<>();
-    private byte[] jpeg;
-    private byte[] jpegPixels;
-    private final byte[] jpeg2000 = Compressed.jpeg2000();
-    private final byte[] jpeg2000Pixels = Compressed.jpeg2000Pixels();
-    private byte[] rleFile;
-    private byte[] nativeFile;
-
-    @BeforeEach
-    void makeInputs() throws IOException {
-        jpeg = Compressed.jpeg(COLUMNS, ROWS, 0);
-        jpegPixels = Compressed.jpegPixels(jpeg);
-        byte[] frame = Compressed.rle(pixels16, 1, 2);
-        rleFile = DicomFile.grey16(COLUMNS, ROWS)
-                .encapsulated(DicomFile.RLE, Arrays.asList(frame, frame, frame)).toBytes();
-        nativeFile = DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels16).toBytes();
-    }
 
     @Test
     void memoryStaysFlat() throws Exception {
-        int requests = Places.isLongRun() ? 20_000 : 2_000;
-        run(requests / 4);
+        run(REQUESTS / 4);
         settle();
         long blocksBefore = NativeMemory.allocatedBlocks();
         long residentBefore = NativeMemory.residentBytes();
         failures.set(0);
-        run(requests);
+        run(REQUESTS);
         settle();
         NativeMemory.awaitAllocatedBlocks(blocksBefore);
         assertTrue(inputs.stream().allMatch(input -> input.get() == null), "a Java object is still referred to");
         long growth = NativeMemory.residentBytes() - residentBefore;
-        // The RLE codec leaves the line of its messages open.
-        System.out.println("\n" + requests + " requests, " + failures
-                + " failed as they should; resident memory grew by " + growth / 1024 + " KB");
+        System.out.println(REQUESTS + " requests, " + failures + " failed as they should; resident memory grew by "
+                + growth / 1024 + " KB");
         assertTrue(growth < GROWTH, "resident memory grew by " + growth + " bytes");
-        assertTrue(failures.get() > requests / 10, "too few of the damaged ones failed: " + failures);
+        assertTrue(failures.get() > REQUESTS / 10, "too few of the damaged ones failed: " + failures);
     }
 
     private static void settle() throws InterruptedException {
@@ -108,17 +82,20 @@ class SoakTest {
         threads.shutdown();
     }
 
+    /** Seeds have pixels of their own. */
     private void perform(int seed) throws IOException {
-        switch (seed % 10) {
-            case 0 -> decode(jpeg, jpegPixels);
-            case 1 -> decode(rleFile, pixels16);
-            case 2 -> decode(nativeFile, pixels16);
-            case 3 -> decodeQueue(seed);
-            case 4 -> decodeFrames(seed);
-            case 5 -> decodeDamaged(jpeg, seed);
-            case 6 -> decodeDamaged(rleFile, seed);
-            case 7 -> decodeDamaged(jpeg2000, seed);
-            case 8 -> decode(jpeg2000, jpeg2000Pixels);
+        byte[] pixels = Compressed.gradient16(COLUMNS, ROWS, seed);
+        byte[] nativeFile = DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels).toBytes();
+        byte[] jpeg = Compressed.jpeg(COLUMNS, ROWS, seed % 64);
+        switch (seed % 9) {
+            case 0 -> decode(jpeg, Compressed.jpegPixels(jpeg));
+            case 1 -> decode(nativeFile, pixels);
+            case 2 -> decode(Compressed.jpeg2000(), Compressed.jpeg2000Pixels());
+            case 3 -> decodeQueue(jpeg, seed);
+            case 4 -> decodeFrames(jpeg, seed);
+            case 5 -> decodeIntoDataSet(nativeFile, pixels);
+            case 6 -> decodeDamaged(jpeg, seed);
+            case 7 -> decodeDamaged(Compressed.jpeg2000(), seed);
             default -> decodeDamaged(nativeFile, seed);
         }
     }
@@ -130,8 +107,22 @@ class SoakTest {
     }
 
     private void decode(byte[] input, byte[] expected) throws IOException {
-        try (Renderable image = Decompressor.decode(stream(input), DecodeOptions.DEFAULT)) {
+        Path file = folder.resolve(Thread.currentThread().getName());
+        try (Renderable image = Decompressor.decode(stream(input), DecodeOptions.DEFAULT);
+                Renderable loaded = new Renderable()) {
             assertArrayEquals(expected, Images.pixelsOf(image));
+            image.saveToFileLocked(file);
+            assertTrue(loaded.loadFromFile(file));
+            assertArrayEquals(expected, Images.pixelsOf(loaded));
+        }
+    }
+
+    private void decodeIntoDataSet(byte[] input, byte[] expected) {
+        DecomprResult result = new DecomprResult();
+        try (DICOMDataObject dataSet = new DICOMDataObject()) {
+            assertTrue(new NDecompressor().decodeOrtho(stream(input), NDecompressor.TYPE_DICOM, true,
+                    dataSet.getHandle(), null, 1, result), result::toString);
+            assertArrayEquals(expected, dataSet.getPixelBytes());
         }
     }
 
@@ -153,44 +144,39 @@ class SoakTest {
         }
     }
 
-    private void decodeQueue(int seed) throws IOException {
+    private void decodeQueue(byte[] jpeg, int seed) throws IOException {
         InputBufferQueue queue = new InputBufferQueue(1 + jpeg.length / 1000);
         inputs.add(new WeakReference<>(queue));
-        boolean complete = seed % 3 != 0;
-        put(queue, complete ? jpeg : Arrays.copyOf(jpeg, jpeg.length / 2));
-        if (complete) {
-            queue.finish();
-        } else {
-            queue.interrupt();
+        boolean complete = seed / 9 % 3 != 0;
+        int length = complete ? jpeg.length : jpeg.length / 2;
+        try {
+            for (int done = 0; done < length; done += 1000) {
+                queue.put(new ByteArrayInputBuffer(Arrays.copyOfRange(jpeg, done, Math.min(length, done + 1000))));
+            }
+        } catch (InterruptedException exception) {
+            throw new AssertionError(exception);
         }
+        Runnable end = complete ? queue::finish : queue::interrupt;
+        end.run();
         try (Renderable image = Decompressor.decode(queue, DecodeOptions.DEFAULT.withType(ImageType.JPEG))) {
-            assertArrayEquals(jpegPixels, Images.pixelsOf(image));
+            assertArrayEquals(Compressed.jpegPixels(jpeg), Images.pixelsOf(image));
         } catch (DecompressionException failure) {
             assertTrue(!complete && failure.getCode() == DecompressionException.INTERRUPTED, failure.toString());
             failures.incrementAndGet();
         }
     }
 
-    private static void put(InputBufferQueue queue, byte[] bytes) {
-        try {
-            for (int done = 0; done < bytes.length; done += 1000) {
-                queue.put(new ByteArrayInputBuffer(Arrays.copyOfRange(bytes, done,
-                        Math.min(bytes.length, done + 1000))));
-            }
-        } catch (InterruptedException exception) {
-            throw new AssertionError(exception);
-        }
-    }
-
-    private void decodeFrames(int seed) throws IOException {
-        int wanted = 1 + seed / 10 % FRAMES;
+    private void decodeFrames(byte[] jpeg, int seed) throws IOException {
+        byte[] file = DicomFile.grey8(COLUMNS, ROWS).jpegFrames(List.of(jpeg, jpeg, jpeg)).toBytes();
+        byte[] expected = Compressed.jpegPixels(jpeg);
+        int wanted = 1 + seed / 9 % FRAMES;
         int[] delivered = {0};
-        Decompressor.decodeFrames(stream(rleFile), DecodeOptions.DEFAULT, (index, image) -> {
+        Decompressor.decodeFrames(stream(file), DecodeOptions.DEFAULT, (index, image) -> {
             try (image) {
-                assertArrayEquals(pixels16, Images.pixelsOf(image));
+                assertArrayEquals(expected, Images.pixelsOf(image));
             }
             return ++delivered[0] < wanted;
         });
-        assertTrue(delivered[0] == wanted, delivered[0] + " frames instead of " + wanted);
+        assertEquals(wanted, delivered[0]);
     }
 }

@@ -31,11 +31,8 @@ public final class ChildJvm {
     private Path log;
 
     public ChildJvm(Class<?> main, String... arguments) {
-        options.add("-Xcheck:jni");
-        options.add("-Xmx256m");
-        options.add("-Djava.awt.headless=true");
-        options.add("-cp");
-        options.add(System.getProperty("java.class.path"));
+        options.addAll(List.of(Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-Xcheck:jni",
+                "-Xmx256m", "-Djava.awt.headless=true", "-cp", System.getProperty("java.class.path")));
         mainAndArguments.add(main.getName());
         mainAndArguments.addAll(List.of(arguments));
     }
@@ -51,9 +48,7 @@ public final class ChildJvm {
     }
 
     public ChildJvm start() throws IOException {
-        List<String> command = new ArrayList<>();
-        command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
-        command.addAll(options);
+        List<String> command = new ArrayList<>(options);
         command.addAll(mainAndArguments);
         log = Files.createTempFile("child-jvm-", ".log");
         process = new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(log.toFile()).start();

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
-import com.quorix.decompression.DecodeOptions;
-import com.quorix.decompression.Decompressor;
-import com.quorix.decompression.Renderable;
+import com.quorix.decompression.*;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 
 /** Decoded images for tests, made from files in memory, and their pixels as an array. */
@@ -13,18 +12,17 @@ public final class Images {
     private Images() {
     }
 
-    public static Renderable decode(DicomFile file) throws IOException {
-        return decode(file, DecodeOptions.DEFAULT);
-    }
-
-    public static Renderable decode(DicomFile file, DecodeOptions options) throws IOException {
-        return Decompressor.decode(new ByteBufferSeekableInputStream(file.toBytes()), options);
+    public static Renderable decode(DicomFile file) {
+        try {
+            return Decompressor.decode(new ByteBufferSeekableInputStream(file.toBytes()), DecodeOptions.DEFAULT);
+        } catch (IOException exception) {
+            throw new UncheckedIOException(exception);
+        }
     }
 
     /** An 8-bit grey gradient. */
-    public static Renderable grey8(int columns, int rows) throws IOException {
-        byte[] pixels = Compressed.gradient8(columns, rows, 0);
-        return decode(DicomFile.grey8(columns, rows).nativeFrames(1, pixels));
+    public static Renderable grey8(int columns, int rows) {
+        return decode(DicomFile.grey8(columns, rows).nativeFrames(1, Compressed.gradient8(columns, rows, 0)));
     }
 
     public static byte[] pixelsOf(Renderable image) {

@@ -20,11 +20,6 @@ public final class Places {
     private Places() {
     }
 
-    /** The jar under test, the native library inside. */
-    public static Path jar() {
-        return Path.of(System.getProperty("quorix.test.jar"));
-    }
-
     /** The command-line program. */
     public static Path tool() {
         String tool = System.getProperty("quorix.test.tool", "");
@@ -51,10 +46,5 @@ public final class Places {
         try (Stream<Path> files = Files.walk(folder)) {
             return files.filter(Files::isRegularFile).sorted().collect(Collectors.toList());
         }
-    }
-
-    /** Whether the long forms of tests are asked for: QUORIX_TEST_LONG=1. */
-    public static boolean isLongRun() {
-        return "1".equals(System.getenv("QUORIX_TEST_LONG"));
     }
 }

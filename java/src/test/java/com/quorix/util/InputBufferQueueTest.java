@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.util;
 
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertNull;
-import static org.junit.jupiter.api.Assertions.assertSame;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
 import java.io.IOException;
 import java.io.InterruptedIOException;
-import java.util.concurrent.CompletableFuture;
-import java.util.concurrent.ExecutionException;
-import java.util.concurrent.TimeUnit;
-import java.util.concurrent.TimeoutException;
+import java.util.concurrent.*;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
 
@@ -27,59 +19,40 @@ class InputBufferQueueTest {
         return new ByteArrayInputBuffer(new byte[size]);
     }
 
-    /** Runs a task on a thread of its own and sees to it that it waits. */
-    private static <T> CompletableFuture<T> waiting(Task<T> task) throws Exception {
-        CompletableFuture<T> outcome = new CompletableFuture<>();
-        Thread thread = new Thread(() -> {
-            try {
-                outcome.complete(task.run());
-            } catch (Exception exception) {
-                outcome.completeExceptionally(exception);
-            }
-        });
+    private static <T> FutureTask<T> started(Callable<T> call) {
+        FutureTask<T> task = new FutureTask<>(call);
+        Thread thread = new Thread(task);
         thread.setDaemon(true);
         thread.start();
-        assertThrows(TimeoutException.class, () -> outcome.get(A_WHILE_MILLIS, TimeUnit.MILLISECONDS));
-        return outcome;
+        return task;
     }
 
-    private interface Task<T> {
-        T run() throws Exception;
-    }
-
-    private static Throwable causeOf(CompletableFuture<?> outcome) {
-        return assertThrows(ExecutionException.class, outcome::get).getCause();
-    }
-
-    @Test
-    void buffersComeInOrderAndThenTheEnd() throws Exception {
-        InputBuffer first = buffer(1);
-        InputBuffer second = buffer(2);
-        assertTrue(queue.put(first));
-        assertTrue(queue.put(second));
-        queue.finish();
-        assertSame(first, queue.get());
-        assertSame(second, queue.get());
-        assertNull(queue.get());
-        assertNull(queue.get());
+    /** Makes a call on a thread of its own and sees to it that it waits. */
+    private static <T> FutureTask<T> waiting(Callable<T> call) {
+        FutureTask<T> task = started(call);
+        assertThrows(TimeoutException.class, () -> task.get(A_WHILE_MILLIS, TimeUnit.MILLISECONDS));
+        return task;
     }
 
     @Test
-    void getWaitsForTheProducer() throws Exception {
-        CompletableFuture<InputBuffer> got = waiting(queue::get);
+    void getWaitsForTheProducerAndTheEnd() throws Exception {
+        FutureTask<InputBuffer> got = waiting(queue::get);
         InputBuffer sent = buffer(1);
         queue.put(sent);
         assertSame(sent, got.get());
-        CompletableFuture<InputBuffer> end = waiting(queue::get);
+        FutureTask<InputBuffer> end = waiting(queue::get);
         queue.finish();
         assertNull(end.get());
+        queue.fail(new IOException("late"));
+        assertNull(queue.get());
+        assertThrows(IllegalStateException.class, () -> queue.put(buffer(1)));
     }
 
     @Test
     void putWaitsForRoom() throws Exception {
-        queue.put(buffer(1));
-        queue.put(buffer(2));
-        CompletableFuture<Boolean> third = waiting(() -> queue.put(buffer(3)));
+        assertTrue(queue.put(buffer(1)));
+        assertTrue(queue.put(buffer(2)));
+        FutureTask<Boolean> third = waiting(() -> queue.put(buffer(3)));
         queue.get();
         assertTrue(third.get());
     }
@@ -88,7 +61,7 @@ class InputBufferQueueTest {
     void autoFlushLetsAWaitingProducerGo() throws Exception {
         queue.put(buffer(1));
         queue.put(buffer(2));
-        CompletableFuture<Boolean> third = waiting(() -> queue.put(buffer(3)));
+        FutureTask<Boolean> third = waiting(() -> queue.put(buffer(3)));
         queue.setAutoFlush(true);
         assertFalse(third.get(), "what is put now is dropped");
         assertFalse(queue.put(buffer(4)));
@@ -98,38 +71,28 @@ class InputBufferQueueTest {
     }
 
     @Test
-    void interruptEndsAWaitingGetAndEveryLaterOne() throws Exception {
-        CompletableFuture<InputBuffer> got = waiting(queue::get);
+    void anInterruptionEndsAWaitingGetAndEveryLaterOne() throws Exception {
+        FutureTask<InputBuffer> got = waiting(queue::get);
         queue.interrupt();
-        assertEquals(InterruptedIOException.class, causeOf(got).getClass());
+        assertInstanceOf(InterruptedIOException.class, assertThrows(ExecutionException.class, got::get).getCause());
         queue.put(buffer(1));
         assertThrows(InterruptedIOException.class, queue::get);
         assertFalse(queue.put(buffer(1)), "the producer learns of it");
-    }
-
-    @Test
-    void interruptedThreadStopsWaitingAndStaysInterrupted() {
+        InputBufferQueue other = new InputBufferQueue(2);
         Thread.currentThread().interrupt();
-        assertThrows(InterruptedIOException.class, queue::get);
-        assertTrue(Thread.interrupted());
+        assertThrows(InterruptedIOException.class, other::get);
+        assertTrue(Thread.interrupted(), "the thread stays interrupted");
     }
 
     @Test
-    void failureComesAfterTheDataBeforeIt() throws Exception {
+    void aFailureComesAfterTheDataBeforeIt() throws Exception {
         IOException failure = new IOException("connection lost");
         queue.put(buffer(1));
         queue.fail(failure);
         assertEquals(1, queue.get().getBytesAvailable());
-        assertSame(failure, assertThrows(IOException.class, queue::get));
-        assertSame(failure, assertThrows(IOException.class, queue::get));
-    }
-
-    @Test
-    void nothingComesAfterTheEnd() throws Exception {
-        queue.finish();
-        queue.fail(new IOException("late"));
-        assertNull(queue.get());
-        assertThrows(IllegalStateException.class, () -> queue.put(buffer(1)));
+        for (int i = 0; i < 2; i++) {
+            assertSame(failure, assertThrows(IOException.class, queue::get));
+        }
     }
 
     @Test
@@ -142,36 +105,15 @@ class InputBufferQueueTest {
         assertEquals(0, sent.getBytesAvailable());
         queue.completed(sent);
         assertEquals(32, queue.obtain(32).getArray().length, "one that is too small is not");
-    }
-
-    @Test
-    void completedNullTellsThatTheEndWasSeen() {
         assertFalse(queue.takesNoMore());
-        queue.completed(null);
+        queue.completed(null); // the end was seen
         assertTrue(queue.takesNoMore());
     }
 
     @Test
-    void aMillionBuffersCrossThreadsInOrder() throws Exception {
-        int count = 1_000_000;
-        CompletableFuture<Void> producer = CompletableFuture.runAsync(() -> produce(count));
-        byte expected = 0;
-        int seen = 0;
-        for (ByteArrayInputBuffer got = next(); got != null; got = next()) {
-            assertEquals(expected++, got.getArray()[0]);
-            seen++;
-            queue.completed(got);
-        }
-        assertEquals(count, seen);
-        producer.get();
-    }
-
-    private ByteArrayInputBuffer next() throws IOException {
-        return (ByteArrayInputBuffer) queue.get();
-    }
-
-    private void produce(int count) {
-        try {
+    void manyBuffersCrossThreadsInOrder() throws Exception {
+        int count = 200_000;
+        FutureTask<Void> producer = started(() -> {
             for (int i = 0; i < count; i++) {
                 ByteArrayInputBuffer buffer = queue.obtain(1);
                 buffer.getArray()[0] = (byte) i;
@@ -179,9 +121,15 @@ class InputBufferQueueTest {
                 queue.put(buffer);
             }
             queue.finish();
-        } catch (InterruptedException exception) {
-            queue.interrupt();
+            return null;
+        });
+        int seen = 0;
+        for (InputBuffer got = queue.get(); got != null; got = queue.get()) {
+            assertEquals((byte) seen++, ((ByteArrayInputBuffer) got).getArray()[0]);
+            queue.completed(got);
         }
+        assertEquals(count, seen);
+        producer.get();
     }
 
     @Test

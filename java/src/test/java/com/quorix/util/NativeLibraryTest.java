@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.util;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertNotEquals;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.support.ChildJvm;
@@ -15,9 +10,7 @@ import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
-import java.util.ArrayList;
-import java.util.List;
-import java.util.Properties;
+import java.util.*;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -39,30 +32,20 @@ class NativeLibraryTest {
     }
 
     @Test
-    void thePropertyComesFirstAndMayNameAFolder() {
-        for (String place : new String[] {"/somewhere/libMine.so", folder.toString()}) {
+    void thePropertyComesBeforeTheLibraryPathAndTheCopyInTheJarLast() throws IOException {
+        for (String place : List.of("/somewhere/libMine.so", folder.toString())) {
             System.setProperty(NativeLibrary.PATH_PROPERTY, place);
             new NativeLibraryLoader(loaded::add, name -> loaded.add("by name")).load();
         }
-        String inFolder = folder.resolve(System.mapLibraryName("QuorixDecompLib")).toString();
-        assertEquals(List.of("/somewhere/libMine.so", inFolder), loaded);
-    }
-
-    @Test
-    void theLibraryPathComesNext() {
-        System.clearProperty(NativeLibrary.PATH_PROPERTY);
-        new NativeLibraryLoader(NativeLibraryTest::refuse, loaded::add).load();
-        assertEquals(List.of("QuorixDecompLib"), loaded);
-    }
-
-    @Test
-    void theCopyInTheJarComesLast() throws IOException {
         System.clearProperty(NativeLibrary.PATH_PROPERTY);
         System.setProperty("java.io.tmpdir", folder.toString());
+        new NativeLibraryLoader(NativeLibraryTest::refuse, loaded::add).load();
+        String inFolder = folder.resolve(System.mapLibraryName("QuorixDecompLib")).toString();
+        assertEquals(List.of("/somewhere/libMine.so", inFolder, "QuorixDecompLib"), loaded);
         new NativeLibraryLoader(loaded::add, NativeLibraryTest::refuse).load();
-        assertEquals(1, loaded.size());
-        assertTrue(Path.of(loaded.get(0)).startsWith(folder));
-        assertTrue(Files.size(Path.of(loaded.get(0))) > 100_000);
+        Path copy = Path.of(loaded.get(3));
+        assertTrue(copy.startsWith(folder));
+        assertTrue(Files.size(copy) > 100_000);
     }
 
     @Test
@@ -80,26 +63,22 @@ class NativeLibraryTest {
     }
 
     @Test
-    void namesTellVersionsAndContentsApart() {
-        String name = NativeLibraryUnpacker.fileName(new byte[] {1}, "1.2.3");
-        assertTrue(name.contains("-1.2.3-"), name);
-        assertNotEquals(name, NativeLibraryUnpacker.fileName(new byte[] {2}, "1.2.3"));
-        assertNotEquals(name, NativeLibraryUnpacker.fileName(new byte[] {1}, "1.2.4"));
-    }
-
-    @Test
-    void aDamagedCopyIsReplaced() throws IOException {
+    void aDamagedCopyIsReplacedAndAnotherVersionKeptApart() throws IOException {
         byte[] content = {1, 2, 3};
         NativeLibraryUnpacker unpacker = new NativeLibraryUnpacker(folder);
-        Path file = unpacker.unpack(content, "1");
+        Path file = unpacker.unpack(content, "1.2.3");
+        assertTrue(file.toString().contains("-1.2.3-"), file.toString());
         Files.write(file, new byte[] {1, 2, 4});
-        assertEquals(file, unpacker.unpack(content, "1"));
+        assertEquals(file, unpacker.unpack(content, "1.2.3"));
         assertArrayEquals(content, Files.readAllBytes(file));
         assertEquals(1, Places.filesBelow(folder).size(), "nothing is left behind");
+        unpacker.unpack(new byte[] {2}, "1.2.3");
+        unpacker.unpack(content, "1.2.4");
+        assertEquals(3, Places.filesBelow(folder).size());
     }
 
     @Test
-    void aFolderThatOthersMayWriteToIsNotUsed() throws IOException {
+    void aFolderOfOthersIsNotUsedNorALinkFollowed() throws IOException {
         NativeLibraryUnpacker unpacker = new NativeLibraryUnpacker(folder);
         Path usual = unpacker.unpack(new byte[] {1}, "1").getParent();
         assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(usual)));
@@ -107,14 +86,9 @@ class NativeLibraryTest {
         Path other = unpacker.unpack(new byte[] {1}, "1").getParent();
         assertNotEquals(usual, other);
         assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(other)));
-    }
-
-    @Test
-    void aLinkInTheFoldersPlaceIsNotFollowed() throws IOException {
-        NativeLibraryUnpacker unpacker = new NativeLibraryUnpacker(folder);
-        Path usual = unpacker.unpack(new byte[] {1}, "1").getParent();
-        Path elsewhere = Files.move(usual, folder.resolve("elsewhere"));
-        Files.createSymbolicLink(usual, elsewhere);
+        Files.setPosixFilePermissions(usual, PosixFilePermissions.fromString("rwx------"));
+        assertEquals(usual, unpacker.unpack(new byte[] {1}, "1").getParent());
+        Files.createSymbolicLink(usual, Files.move(usual, folder.resolve("elsewhere")));
         assertNotEquals(usual, unpacker.unpack(new byte[] {1}, "1").getParent());
     }
 
@@ -147,8 +121,7 @@ class NativeLibraryTest {
         ChildJvm.Outcome outcome = new ChildJvm(Loading.class)
                 .property("java.io.tmpdir", folder.resolve("missing")).start().finish();
         assertEquals(1, outcome.exitCode());
-        assertTrue(outcome.output().contains("Cannot load the native library QuorixDecompLib on"),
-                outcome.output());
+        assertTrue(outcome.output().contains("Cannot load the native library QuorixDecompLib on"), outcome.output());
         assertFalse(outcome.output().contains("SIGSEGV"), outcome.output());
     }
 }

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.quorix.bridge;
+
+import static org.junit.jupiter.api.Assertions.*;
+
+import com.quorix.decompression.*;
+import com.quorix.dicom.DICOMDataObject;
+import com.quorix.support.*;
+import java.io.ByteArrayOutputStream;
+import java.util.*;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** Java streams as the native library reads them, and the image types that each method takes. */
+class StreamTest {
+    private static final String PREFIX = "Native NDecompressor::decodeSeekableInputStreamToMemory:";
+    private static final byte[] FILE =
+            DicomFile.grey16(175, 211).nativeFrames(1, Compressed.gradient16(175, 211, 0)).toBytes();
+
+    private final NDecompressor decompressor = new NDecompressor();
+    private final DecomprResult result = new DecomprResult();
+
+    private Renderable decode(ScriptedStream stream, int imageType, int frame) {
+        return decompressor.decodeSeekableInputStreamToMemory(stream, 0, imageType, frame, 1, result);
+    }
+
+    private void expectFailure(ScriptedStream stream, int imageType, int frame, int closeCount, String expected) {
+        assertNull(decode(stream, imageType, frame));
+        assertEquals(expected, result.DLResultCode + " " + result.Message);
+        assertEquals(closeCount, stream.closeCount);
+    }
+
+    @Test
+    void streamsMayDeliverAnyNumberOfBytes() {
+        for (int[] counts : new int[][] {{Integer.MAX_VALUE}, {1}, {7, 0}}) {
+            ScriptedStream stream = new ScriptedStream(FILE).inBitsOf(counts);
+            try (Renderable image = decode(stream, NDecompressor.TYPE_DICOM, 0)) {
+                assertEquals("Completed successfully", result.Message);
+                assertArrayEquals(Compressed.gradient16(175, 211, 0), Images.pixelsOf(image));
+            }
+            assertEquals(1, stream.closeCount);
+            if (counts[0] > FILE.length) {
+                // 512 bytes are wanted first; of the pixels more than Java's array holds, and at last 100 bytes.
+                assertEquals(List.of(8704, 16384, 16384, 16384, 16384), stream.readSizes.subList(0, 5));
+            }
+        }
+    }
+
+    @Test
+    void aFrameFarBehindIsReachedWithoutReadingTheOnesBefore() {
+        ByteArrayOutputStream pixels = new ByteArrayOutputStream();
+        for (int frame = 0; frame < 10; frame++) {
+            pixels.writeBytes(Compressed.gradient16(200, 200, frame));
+        }
+        byte[] file = DicomFile.grey16(200, 200).nativeFrames(10, pixels.toByteArray()).toBytes();
+        ScriptedStream stream = new ScriptedStream(file);
+        try (Renderable image = decode(stream, NDecompressor.TYPE_DICOM, 9)) {
+            assertArrayEquals(Compressed.gradient16(200, 200, 9), Images.pixelsOf(image));
+        }
+        assertTrue(stream.readSizes.size() < 10, stream.readSizes::toString);
+        // An exception has closed the stream: Java is not asked again.
+        expectFailure(new ScriptedStream(file).failingIn("skip", 0), NDecompressor.TYPE_DICOM, 9, 0,
+                "67 native JavaSeekableInputStream::Skip: skip(int) threw exception from Java");
+    }
+
+    @Test
+    void whatAStreamThrowsIsReported() {
+        String thrown = " threw exception from Java";
+        expectFailure(new ScriptedStream(FILE).failingIn("length", 0), 3, 0, 0,
+                "62 " + PREFIX + "  JavaStreamIOException: native JavaSeekableInputStream::Length: length()" + thrown);
+        expectFailure(new ScriptedStream(FILE).failingIn("read", 0), 3, 0, 0, "38 Error reading Part10Header, possible "
+                + "corruption: native JavaSeekableInputStream::Read: read(byte[], int, int)" + thrown);
+        String closing = "\n Exception on aSource.Close(): " + PREFIX
+                + " JavaStreamIOException: native JavaSeekableInputStream::Close: close()" + thrown;
+        expectFailure(new ScriptedStream(FILE).failingIn("close", 0), 3, 0, 1, "62 Completed successfully" + closing);
+        // A failure keeps its code when closing fails too.
+        ScriptedStream header = new ScriptedStream(Arrays.copyOf(FILE, FILE.length - 2 * 175 * 211 - 12));
+        assertNull(decode(header.failingIn("close", 0), 3, 0));
+        assertEquals(6, result.DLResultCode);
+        assertTrue(result.Message.endsWith("no Pixel data found in object being decoded)" + closing), result.Message);
+        expectFailure(new ScriptedStream(new byte[0]).failingIn("close", 0), 4, 0, 1,
+                "48 Native NDecompressor::decodeToMemory: Invalid compressed image type");
+    }
+
+    @Test
+    void nullArgumentsAreFailedLookUps() {
+        assertNull(decode(null, NDecompressor.TYPE_DICOM, 0));
+        assertEquals("62 " + PREFIX + "  StreamIOException: native JavaSeekableInputStream::"
+                + "JavaSeekableInputStream(jobject): can't get Java class for SeekableInputStream",
+                result.DLResultCode + " " + result.Message);
+        decompressor.decodeSeekableInputStreamToMemory(new ScriptedStream(FILE), 0, 3, 0, 1, null).close();
+    }
+
+    private void expectType(boolean accepted) {
+        String report = result.DLResultCode + " " + result.SystemError + " " + result.Message;
+        assertNotEquals(0, result.DLResultCode); // there is no image in eight bytes
+        assertEquals(!accepted,
+                report.equals("48 0 Native NDecompressor::decodeToMemory: Invalid compressed image type"), report);
+    }
+
+    @ParameterizedTest
+    @ValueSource(ints = {Integer.MIN_VALUE, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 257, 65537})
+    void everyMethodHasItsOwnTypes(int type) {
+        boolean bare = Set.of(1, 2, 7).contains(type);
+        for (boolean lossless : new boolean[] {false, true}) {
+            assertNull(decompressor.decodeInputBufferQueueToMemory(new ScriptedQueue(new byte[8], 8), 0, type, lossless,
+                    1, result));
+            expectType(bare);
+            assertNull(decode(new ScriptedStream(new byte[8]), type, 0));
+            expectType(bare || type == 3);
+            try (DICOMDataObject dataSet = new DICOMDataObject()) {
+                ScriptedStream stream = new ScriptedStream(new byte[8]);
+                assertFalse(decompressor.decodeOrtho(stream, type, lossless, dataSet.getHandle(), null, 1, result));
+                expectType(bare || type == 3);
+                assertEquals(0, stream.closeCount, "decodeOrtho leaves the stream open");
+            }
+        }
+    }
+
+    /** The lossless transfer syntax has even an irreversible codestream taken as not lossy. */
+    @ParameterizedTest
+    @CsvSource({"2, false, false, true", "2, true, false, true", "7, false, true, false", "7, true, false, false"})
+    void eachMethodChoosesTheTransferSyntaxItsOwnWay(int type, boolean lossless, boolean queueLossy,
+            boolean streamLossy) {
+        byte[] codestream = Compressed.jpeg2000();
+        try (Renderable fromQueue = decompressor.decodeInputBufferQueueToMemory(new ScriptedQueue(codestream, 100), 0,
+                type, lossless, 1, result);
+                Renderable fromStream = decode(new ScriptedStream(codestream), type, 0)) {
+            assertEquals(queueLossy + " " + streamLossy,
+                    fromQueue.isLossyImageCompression() + " " + fromStream.isLossyImageCompression());
+        }
+    }
+}
