@@ -14,21 +14,35 @@ extern "C"
         JNIEnv*, jobject, jobject, jlong, jint, jboolean, jint, jobject);
     JNIEXPORT jobject JNICALL Java_com_quorix_decompression_NDecompressor_decodeSeekableInputStreamToMemory(
         JNIEnv*, jobject, jobject, jlong, jint, jint, jint, jobject);
+    JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(
+        JNIEnv*, jobject, jobject, jlong, jint, jobject);
+    JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompressor_decodeOrtho(
+        JNIEnv*, jobject, jobject, jint, jboolean, jlong, jstring, jint, jobject);
 }
 
-/// What Java has when it calls the decoding methods: an image as a queue and as a stream, a result object,
-/// and the class that takes the decoded image. For one call.
+/// What Java has when it calls the decoding methods: an image as a queue and as a stream, a result object
+/// that listens to frames, and the class that takes the decoded image. For one call.
 class FakeDecompressor
 {
 public:
     using Bytes = std::vector<std::uint8_t>;
 
+    enum class Method
+    {
+        QUEUE,
+        STREAM,
+        FRAMES,
+        ORTHO
+    };
+    static constexpr const char* kImageClass = "com/quorix/decompression/Renderable";
+    static constexpr const char* kConstructor = "<init>(JZ)V";
+    static constexpr const char* kListener = "renderableAvailable(ILcom/quorix/decompression/Renderable;)Z";
+
     explicit FakeDecompressor(const Bytes& theImage)
         : itsQueue(itsJava, Split(theImage)), itsStream(itsJava, 0), itsResult(itsJava.New("Result"))
     {
         itsStream.itsBytes.assign(theImage.begin(), theImage.end());
-        itsJava.AddClass("com/quorix/decompression/Renderable").itsMethods["<init>(JZ)V"] =
-            [this](const auto& theArguments)
+        itsJava.AddClass(kImageClass).itsMethods[kConstructor] = [this](const auto& theArguments)
         {
             itsImage.reset(reinterpret_cast<Renderable*>(theArguments[0].itsNumber));
             return FakeJava::Value();
@@ -36,26 +50,46 @@ public:
         itsResult.itsFields = {
             {"DLResultCodeI", jlong(-1)}, {"SystemErrorI", jlong(-1)}, {"MessageLjava/lang/String;", {}}};
         itsResult.itsClass->itsFields = itsResult.itsFields;
+        itsResult.itsClass->itsMethods[kListener] = [this](const auto&)
+        {
+            TakePixels();
+            return FakeJava::Value(jlong(JNI_TRUE));
+        };
     }
 
-    /// The pixels; none without an image. theImageType as in Java.
-    Bytes DecodeQueue(jint theImageType)
+    /// True when Java is told of a success. theImageType as in Java.
+    bool Run(Method theMethod, jint theImageType)
     {
-        return Take(Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
-            &itsJava, nullptr, itsQueueArgument, GetDataSet(), theImageType, JNI_TRUE, 1, itsResultArgument));
-    }
-    Bytes DecodeStream(jint theImageType)
-    {
-        return Take(Java_com_quorix_decompression_NDecompressor_decodeSeekableInputStreamToMemory(
-            &itsJava, nullptr, itsStreamArgument, GetDataSet(), theImageType, 0, 1, itsResultArgument));
+        const auto aDataSet = static_cast<jlong>(reinterpret_cast<std::intptr_t>(&itsDataSet));
+        switch (theMethod)
+        {
+        case Method::QUEUE:
+            return Take(Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
+                &itsJava, nullptr, itsQueueArgument, aDataSet, theImageType, JNI_TRUE, 1, itsResultArgument));
+        case Method::STREAM:
+            return Take(Java_com_quorix_decompression_NDecompressor_decodeSeekableInputStreamToMemory(
+                &itsJava, nullptr, itsStreamArgument, aDataSet, theImageType, 0, 1, itsResultArgument));
+        case Method::FRAMES:
+            return Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(
+                &itsJava, nullptr, itsStreamArgument, aDataSet, 0, itsResultArgument);
+        default:
+            return Java_com_quorix_decompression_NDecompressor_decodeOrtho(
+                &itsJava, nullptr, itsStreamArgument, theImageType, JNI_TRUE, aDataSet, nullptr, 1,
+                itsResultArgument);
+        }
     }
 
     jlong GetCode() const { return itsResult.itsFields.at("DLResultCodeI").itsNumber; }
-    std::u16string GetMessage() const
+
+    /// Code, system error and text, which is ASCII.
+    std::string GetReport() const
     {
         const FakeJava::Object* const aText = itsResult.itsFields.at("MessageLjava/lang/String;").itsObject;
-        return aText != nullptr ? aText->itsText : u"";
+        return std::to_string(GetCode()) + " " +
+               std::to_string(itsResult.itsFields.at("SystemErrorI").itsNumber) + " " +
+               (aText != nullptr ? std::string(aText->itsText.begin(), aText->itsText.end()) : "untouched");
     }
+
     /// References that are out, besides those to the arguments.
     std::size_t GetLostReferences() const
     {
@@ -65,6 +99,7 @@ public:
     FakeJava itsJava;
     FakeJavaQueue itsQueue;
     FakeJavaStream itsStream;
+    Bytes itsPixels; ///< of all images that Java got
 
 private:
     static constexpr std::size_t kArgumentCount = 3;
@@ -84,18 +119,21 @@ private:
         return aBuffers;
     }
 
-    jlong GetDataSet() { return static_cast<jlong>(reinterpret_cast<std::intptr_t>(&itsDataSet)); }
-
-    Bytes Take(jobject theImage)
+    void TakePixels()
     {
-        if (theImage == nullptr)
-        {
-            EXPECT_EQ(itsImage, nullptr) << "an image that nobody owns";
-            return {};
-        }
-        static_cast<JNIEnv&>(itsJava).DeleteLocalRef(theImage);
         const auto* const aData = static_cast<const std::uint8_t*>(itsImage->getPixelData());
-        return Bytes(aData, aData + itsImage->getPixelDataSize());
+        itsPixels.insert(itsPixels.end(), aData, aData + itsImage->getPixelDataSize());
+    }
+
+    bool Take(jobject theImage)
+    {
+        EXPECT_EQ(theImage != nullptr, itsImage != nullptr) << "an image that nobody owns";
+        if (theImage != nullptr && itsImage != nullptr)
+        {
+            static_cast<JNIEnv&>(itsJava).DeleteLocalRef(theImage);
+            TakePixels();
+        }
+        return theImage != nullptr;
     }
 
     FakeJava::Object& itsResult;

@@ -43,7 +43,6 @@ public:
         Object* itsClass = nullptr;
         std::map<std::string, Method> itsMethods; ///< of a class: by name and signature
         std::map<std::string, Value> itsFields;   ///< by name and signature
-        std::string itsSuperclassName;            ///< of a class
         std::vector<jbyte> itsBytes;              ///< of a byte[]
         std::u16string itsText;                   ///< of a String
     };
@@ -69,7 +68,7 @@ public:
     FakeJava& operator=(const FakeJava&) = delete;
 
     /// Every class is made once; later calls give the same one.
-    Object& AddClass(const std::string& theName, const std::string& theSuperclassName = "")
+    Object& AddClass(const std::string& theName)
     {
         const auto aFound = itsClasses.find(theName);
         if (aFound != itsClasses.end())
@@ -78,9 +77,21 @@ public:
         }
         Object& aClass = Make();
         aClass.itsClassName = theName;
-        aClass.itsSuperclassName = theSuperclassName;
         itsClasses[theName] = &aClass;
         return aClass;
+    }
+
+    /// Takes a class away or, of a class, a method or field.
+    void Remove(const std::string& theClassName, const std::string& theMember)
+    {
+        if (theMember.empty())
+        {
+            itsClasses.erase(theClassName);
+        }
+        else if (AddClass(theClassName).itsMethods.erase(theMember) == 0)
+        {
+            EXPECT_EQ(AddClass(theClassName).itsFields.erase(theMember), 1u) << theMember;
+        }
     }
 
     Object& New(const std::string& theClassName)
@@ -130,19 +141,18 @@ public:
     Object* GetPending() const { return itsPending; }
     void ClearPending() { itsPending = nullptr; }
 
-    bool itsHasNoMemory = false;           ///< arrays cannot be made
-    int itsGlobalsBeforeFailure = 1 << 20; ///< so many global references can be made
-
     /// So many calls that Java may answer with an exception are left before one is; below 0: none is.
     long itsCallsBeforeException = -1;
-    std::string itsExceptionClass; ///< what that one throws
-    std::string itsFailedCall;     ///< the JNI function, or Java method with signature, that threw it
+    std::string itsFailingCall; ///< if not empty, only calls of this name are counted
+    std::string itsExceptionClass = "java/io/IOException"; ///< what that one throws
+    std::string itsFailedCall; ///< the JNI function, or Java method with signature, that threw it
 
 private:
     /// To be asked by every function that may throw: true, with an exception pending, when it is to.
     bool Fails(const std::string& theFunction)
     {
-        if (itsCallsBeforeException < 0 || itsCallsBeforeException-- > 0)
+        if (itsCallsBeforeException < 0 || (!itsFailingCall.empty() && itsFailingCall != theFunction) ||
+            itsCallsBeforeException-- > 0)
         {
             return false;
         }
@@ -270,9 +280,7 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.IsInstanceOf = [](JNIEnv* e, jobject o, jclass c) -> jboolean
         {
             FakeJava& aJava = Enter(e);
-            const Object* const aClass = aJava.Get(o)->itsClass;
-            const std::string& aName = aJava.Get(c)->itsClassName;
-            return aClass->itsClassName == aName || aClass->itsSuperclassName == aName;
+            return aJava.Get(o)->itsClass->itsClassName == aJava.Get(c)->itsClassName;
         };
         t.GetMethodID = [](JNIEnv* e, jclass c, const char* n, const char* s)
         {
@@ -286,6 +294,7 @@ inline const JNINativeInterface_& FakeJava::GetTable()
             return static_cast<jfieldID>(aJava.Find(aJava.Get(c)->itsFields, n, s));
         };
         t.CallIntMethodV = CallNumber<jint>;
+        t.CallBooleanMethodV = CallNumber<jboolean>;
         t.CallLongMethodV = CallNumber<jlong>;
         t.CallVoidMethodV = [](JNIEnv* e, jobject o, jmethodID m, va_list a)
         { CallNumber<jint>(e, o, m, a); };
@@ -329,17 +338,9 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.NewByteArray = [](JNIEnv* e, jsize theSize) -> jbyteArray
         {
             FakeJava& aJava = Enter(e);
-            if (aJava.Fails("NewByteArray"))
-            {
-                return nullptr;
-            }
-            if (aJava.itsHasNoMemory)
-            {
-                aJava.Throw("java/lang/OutOfMemoryError");
-                return nullptr;
-            }
-            return static_cast<jbyteArray>(
-                aJava.NewLocal(&aJava.NewBytes(std::vector<jbyte>(static_cast<std::size_t>(theSize)))));
+            return static_cast<jbyteArray>(aJava.NewLocal(
+                aJava.Fails("NewByteArray") ? nullptr
+                                            : &aJava.NewBytes(std::vector<jbyte>(std::size_t(theSize)))));
         };
         t.GetByteArrayRegion = [](JNIEnv* e, jbyteArray a, jsize theStart, jsize theCount, jbyte* theBuffer)
         {
@@ -366,8 +367,7 @@ inline const JNINativeInterface_& FakeJava::GetTable()
         t.NewGlobalRef = [](JNIEnv* e, jobject o)
         {
             FakeJava& aJava = Enter(e);
-            const bool canBeMade = aJava.itsGlobalsBeforeFailure-- > 0;
-            return canBeMade ? NewReference(aJava.itsGlobals, aJava.Get(o)) : nullptr;
+            return aJava.Fails("NewGlobalRef") ? nullptr : NewReference(aJava.itsGlobals, aJava.Get(o));
         };
         t.DeleteGlobalRef = [](JNIEnv* e, jobject o) { DeleteReference(EnterAnyway(e).itsGlobals, o); };
         t.DeleteLocalRef = [](JNIEnv* e, jobject o) { DeleteReference(EnterAnyway(e).itsLocals, o); };

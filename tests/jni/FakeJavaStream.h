@@ -51,12 +51,6 @@ public:
         };
     }
 
-    void Remove(const std::string& theMethod) { itsClass.itsMethods.erase(theMethod); }
-    void Fail(const std::string& theMethod)
-    {
-        Add(theMethod, [this](const auto&) { return itsJava.Throw("java/io/IOException"); });
-    }
-
     std::vector<std::string> TakeCalls() { return std::exchange(itsCalls, {}); }
 
     FakeJava& itsJava;

@@ -26,10 +26,12 @@ TEST_F(JavaConcurrency, EveryCallIsAnsweredAsIfItWereAlone)
                 for (const FaultFile& aFile : aFiles)
                 {
                     FakeDecompressor aCall(aFile.itsFile);
-                    anOwn.push_back(aCall.DecodeStream(3));
+                    aCall.Run(FakeDecompressor::Method::STREAM, 3);
+                    anOwn.push_back(aCall.itsPixels);
                     FakeDecompressor aQueueCall(aFile.itsFrame);
-                    anOwn.push_back(
-                        aQueueCall.DecodeQueue(aFile.itsName.find("2000") != std::string::npos ? 2 : 1));
+                    aQueueCall.Run(FakeDecompressor::Method::QUEUE,
+                                   aFile.itsName.find("2000") != std::string::npos ? 2 : 1);
+                    anOwn.push_back(aQueueCall.itsPixels);
                     EXPECT_EQ(aCall.GetLostReferences() + aQueueCall.GetLostReferences(), 0u)
                         << aFile.itsName;
                 }
