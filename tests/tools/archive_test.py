@@ -29,10 +29,15 @@ def is_sanitized():
 
 
 class Archive(cli_test.Program):
-    def setUp(self):
-        super().setUp()
+    def be_task(self, variables):
+        """What a batch system puts into the environment of a task, and nothing else of it."""
         for name in TASK_VARIABLES:
             os.environ.pop(name, None)
+        os.environ.update({name: str(value) for name, value in variables.items()})
+
+    def setUp(self):
+        super().setUp()
+        self.be_task({})
 
     def put_list(self, names, separator="\n"):
         with open(self.put("list", b""), "wb") as file:
@@ -80,6 +85,10 @@ class Archive(cli_test.Program):
     def assert_nothing_unfinished(self):
         self.assertEqual(glob.glob(self.path("out/.quorix/tmp/*")) + glob.glob(self.path("out/**/*.tmp"), recursive=True), [])
 
+    def edit(self, path, change):
+        content = self.get(path)
+        self.put(path, change(content))
+
     def test_shards_are_the_list_exactly(self):
         names = [f"no/{index % 40}" for index in range(61)]  # with names that come twice
         self.put_list(names)
@@ -94,15 +103,14 @@ class Archive(cli_test.Program):
             with self.subTest((shard, variables(0))):
                 got = []
                 for index in range(7):
-                    os.environ.update({name: str(value) for name, value in variables(index).items()})
+                    self.be_task(variables(index))
                     self.run_it("--list", "list", "--shard", shard.format(index), "--format", "none", "--report", f"r{index}",
                                 status=4)
                     got.append([line["file"] for line in self.report(f"r{index}")])
                     os.unlink(self.path(f"r{index}"))
                 self.assertEqual([got[index % 7][index // 7] for index in range(61)], names)
                 self.assertEqual(sum(map(len, got)), 61)
-            for name in TASK_VARIABLES:
-                os.environ.pop(name, None)
+        self.be_task({})
         self.put_list(names[:2])
         self.run_it("--list", "list", "--shard", "5/7", "--format", "none", status=0)  # nothing to do
 
@@ -122,13 +130,10 @@ class Archive(cli_test.Program):
                                                  ("", "0", "1T", "1KK", "-1", "K", "9223372036854775808", "9007199254740992K")),
                 (["a", "--max-pixels", "0"], {}), (["a", "--report", ""], {})]:
             with self.subTest((arguments, variables)):
-                os.environ.update(variables)
+                self.be_task(variables)
                 self.run_it(*arguments, status=1)
-                for name in TASK_VARIABLES:
-                    os.environ.pop(name, None)
-        os.environ.update(gap)
-        done = self.run_it(*run, status=4)
-        self.assertIn(b"SLURM_ARRAY_TASK_ID is set", done.stderr)
+        self.be_task(gap)
+        self.assertIn(b"SLURM_ARRAY_TASK_ID is set", self.run_it(*run, status=4).stderr)
 
     def test_lists_of_every_kind(self):
         odd = ["in/a\nb.dcm", "in/\xe9 \\ *.dcm", os.fsdecode(b"in/\xff\xfe.dcm"), "-"]
@@ -182,35 +187,29 @@ class Archive(cli_test.Program):
         names = self.put_images(12) + ["in/multi.dcm", "in/gone.dcm"]
         run = ["--all-frames", "--list", "list", "-o", "out", "--report", "report"]
 
-        def record(index):
-            return self.path(f"out/.quorix/records/{names[index]}.png.json")
-
-        def edit(path, change):
-            with open(path, "rb") as file:
-                content = file.read()
-            with open(path, "wb") as file:
-                file.write(change(content))
+        def edit_record(index, change):
+            self.edit(f"out/.quorix/records/{names[index]}.png.json", change)
 
         first, second, frame = (self.path(f"out/{name}_f000{number}.png")
                                 for name, number in ((names[1], 0), (names[4], 0), ("in/multi.dcm", 2)))
         for what, change, more, again in (
                 ("nothing", lambda: None, [], []),
                 ("touched input", lambda: os.utime(self.path(names[1])), [], [1]),
-                ("longer input", lambda: edit(self.path(names[2]), lambda c: c + b"\0\0"), [], [2]),
+                ("longer input", lambda: self.edit(names[2], lambda c: c + b"\0\0"), [], [2]),
                 ("other options", lambda: None, ["--window", "auto"], range(13)),
                 ("other window", lambda: None, ["--window", "5,2"], range(13)),
                 ("options as at first", lambda: None, [], range(13)),
-                ("other version", lambda: edit(record(3), lambda c: c.replace(b'"version":"', b'"version":"9')), [], [3]),
+                ("other version", lambda: edit_record(3, lambda c: c.replace(b'"version":"', b'"version":"9')), [], [3]),
                 ("output cut", lambda: os.truncate(second, os.path.getsize(second) - 1), [], [4]),
                 ("output gone", lambda: os.unlink(first), [], [1]),
-                ("output changed in place", lambda: edit(first, lambda c: c[:-1] + b"\0"), [], [1]),
+                ("output changed in place", lambda: self.edit(first, lambda c: c[:-1] + b"\0"), [], [1]),
                 ("folder instead of an output", lambda: (os.unlink(frame), os.mkdir(frame)), [], [12]),
                 ("one frame gone", lambda: os.rmdir(frame) if os.path.isdir(frame) else os.unlink(frame), [], [12]),
-                ("record gone", lambda: os.unlink(record(5)), [], [5]),
-                ("record cut", lambda: edit(record(6), lambda c: c[:40]), [], [6]),
-                ("record without outputs", lambda: edit(record(7), lambda c: c[:c.index(b"[")] + b"[]}"), [], [7]),
-                ("record of another", lambda: edit(record(8), lambda c: self.get(record(9))), [], [8]),
-                ("records deep as a well", lambda: edit(record(8), lambda c: b"[" * 1000000), [], [8])):
+                ("record gone", lambda: os.unlink(self.path(f"out/.quorix/records/{names[5]}.png.json")), [], [5]),
+                ("record cut", lambda: edit_record(6, lambda c: c[:40]), [], [6]),
+                ("record without outputs", lambda: edit_record(7, lambda c: c[:c.index(b"[")] + b"[]}"), [], [7]),
+                ("record of another", lambda: edit_record(8, lambda c: self.get(f"out/.quorix/records/{names[9]}.png.json")), [], [8]),
+                ("records deep as a well", lambda: edit_record(8, lambda c: b"[" * 1000000), [], [8])):
             with self.subTest(what):
                 if what == "nothing":
                     self.put("in/multi.dcm", MULTI)

@@ -71,33 +71,9 @@ class Slurm:
         with open(folder + "/key", "wb", opener=lambda path, flags: os.open(path, flags, 0o400)) as file:
             file.write(os.urandom(1024))
         name = socket.gethostname().split(".")[0]
-        with open(folder + "/slurm.conf", "w", encoding="ascii") as file:
-            file.write(f"""ClusterName=loopback
-SlurmctldHost={name}(127.0.0.1)
-SlurmctldPort={free_port()}
-SlurmdPort={free_port()}
-SlurmUser=root
-AuthType=auth/munge
-CredType=cred/munge
-AuthInfo=socket={folder}/munge.socket,cred_expire=5
-ProctrackType=proctrack/linuxproc
-TaskPlugin=task/none
-JobAcctGatherType=jobacct_gather/none
-AccountingStorageType=accounting_storage/none
-MpiDefault=none
-SelectType=select/cons_tres
-SelectTypeParameters=CR_CPU
-SlurmdParameters=config_overrides
-ReturnToService=2
-KillWait=15
-BatchStartTimeout=5
-StateSaveLocation={folder}/state
-SlurmdSpoolDir={folder}/spool
-SlurmctldPidFile={folder}/slurmctld.pid
-SlurmdPidFile={folder}/slurmd.pid
-NodeName={name} NodeAddr=127.0.0.1 CPUs={TASKS} State=UNKNOWN
-PartitionName=all Nodes=ALL Default=YES State=UP
-""")
+        with open(os.path.join(os.path.dirname(__file__), "slurm.conf.in"), encoding="ascii") as source, \
+                open(folder + "/slurm.conf", "w", encoding="ascii") as file:
+            file.write(source.read().format(name=name, folder=folder, tasks=TASKS, port1=free_port(), port2=free_port()))
         os.environ["SLURM_CONF"] = folder + "/slurm.conf"
 
     def start(self, name, *arguments):
