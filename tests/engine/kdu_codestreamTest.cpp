@@ -1,120 +1,74 @@
 // SPDX-License-Identifier: Apache-2.0
+// The engine's interface: what it refuses, what it reads when, and how it uses its source.
+
 #include "engine/kdu_codestream.h"
 
-#include "support/ByteSource.h"
-#include "support/CodestreamBuilder.h"
-#include "support/EngineReports.h"
-
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <limits>
 #include <stdexcept>
-#include <vector>
+#include <string>
+
+#include "engine/kdu_decoder.h"
+#include "engine/kdu_line_buf.h"
+#include "engine/kdu_synthesis.h"
+#include "support/EngineDecode.h"
+#include "support/Jpeg2000Streams.h"
+#include "support/OpenCodestream.h"
 
 namespace
 {
+using namespace Jpeg2000Streams;
 
-using Builder = CodestreamBuilder;
-using testing::ElementsAre;
+constexpr std::size_t kFirstSot = 74; ///< of Grey12
+constexpr std::size_t kLastLength = 334;
+constexpr std::size_t kLengthInPair = 74;
 
-/// Ends its codestream; the handle's owner would otherwise have to.
-struct OpenCodestream
+/// Size and position of a component.
+std::vector<int> GetDims(OpenCodestream& theCodestream, int theComponent)
 {
-    explicit OpenCodestream(const Builder& theBuilder) : itsSource(theBuilder.GetBytes())
-    {
-        itsCodestream.create(&itsSource);
-    }
-    ~OpenCodestream() { itsCodestream.destroy(); }
-
-    std::vector<int> GetDims(int theComponent) const
-    {
-        kdu_dims aDims;
-        itsCodestream.get_dims(theComponent, aDims);
-        return {aDims.pos.x, aDims.pos.y, aDims.size.x, aDims.size.y};
-    }
-
-    ByteSource itsSource;
-    kdu_codestream itsCodestream;
-};
-
-/// 35 x 21 at (5, 3), component 1 at half the width; the second of two tiles has 2 levels, the first 3.
-Builder MakeStream()
-{
-    const Builder::Image anImage{.itsX1 = 40,
-                                 .itsY1 = 24,
-                                 .itsX0 = 5,
-                                 .itsY0 = 3,
-                                 .itsTileWidth = 20,
-                                 .itsTileHeight = 24,
-                                 .itsComponents = {{}, {.itsDepth = 12, .itsSigned = true, .itsXRsiz = 2}}};
-    const Builder::Steps someSteps{.itsSteps = std::vector<int>(10, 64)};
-    const Builder::Bytes anEmptyPacket(1, 0);
-    Builder aBuilder = Builder::Begin(anImage, {.itsStyle = {.itsLevels = 3}}, someSteps);
-    aBuilder.Add({.itsBody = anEmptyPacket});
-    const Builder aHeader = Builder().Cod({.itsStyle = {.itsLevels = 2}});
-    return aBuilder.Add({.itsTile = 1, .itsHeader = aHeader.GetBytes(), .itsBody = anEmptyPacket}).Eoc();
+    kdu_dims aDims;
+    theCodestream->get_dims(theComponent, aDims);
+    return {aDims.pos.x, aDims.pos.y, aDims.size.x, aDims.size.y};
 }
 
-TEST(KduCodestream, TellsWhatTheMainHeaderSays)
-{
-    const OpenCodestream anOpen(MakeStream());
-    EXPECT_EQ(anOpen.itsCodestream.get_num_components(), 2);
-    EXPECT_EQ(anOpen.itsCodestream.get_bit_depth(1), 12);
-    EXPECT_TRUE(anOpen.itsCodestream.get_signed(1));
-    EXPECT_FALSE(anOpen.itsCodestream.get_signed(0));
-    EXPECT_EQ(anOpen.itsCodestream.get_subsampling(1).x, 2);
-    EXPECT_EQ(anOpen.itsCodestream.get_subsampling(1).y, 1);
-    EXPECT_THAT(anOpen.GetDims(0), ElementsAre(5, 3, 35, 21));
-    EXPECT_THAT(anOpen.GetDims(1), ElementsAre(3, 3, 17, 21));
-    kdu_dims someTiles;
-    anOpen.itsCodestream.get_valid_tiles(someTiles);
-    EXPECT_EQ(someTiles.size.x, 2);
-    EXPECT_EQ(someTiles.size.y, 1);
-}
-
-/// Borders are divided with rounding up, not the extent.
 TEST(KduCodestream, DiscardsAsManyLevelsAsAllTilesHave)
 {
-    OpenCodestream anOpen(MakeStream());
-    kdu_codestream aCodestream = anOpen.itsCodestream;
-    aCodestream.apply_input_restrictions(0, 2, 1, 0, nullptr);
-    EXPECT_THAT(anOpen.GetDims(0), ElementsAre(3, 2, 17, 10));
-    aCodestream.apply_input_restrictions(0, 2, 31, 0, nullptr);
-    EXPECT_THAT(anOpen.GetDims(0), ElementsAre(2, 1, 8, 5));
-    EXPECT_THAT(anOpen.GetDims(1), ElementsAre(1, 1, 4, 5));
-    EXPECT_EQ(aCodestream.get_fewest_levels(false), 2);
-    aCodestream.apply_input_restrictions(0, 0, 0, 0, nullptr);
-    EXPECT_THAT(anOpen.GetDims(0), ElementsAre(5, 3, 35, 21));
-}
-
-TEST(KduCodestream, ReadsOnlyTheMainHeaderUntilATileIsWanted)
-{
-    OpenCodestream anOpen(MakeStream());
-    anOpen.itsCodestream.apply_input_restrictions(0, 2, 0, 0, nullptr);
-    const std::size_t aBefore = anOpen.itsSource.GetPosition();
-    EXPECT_LE(aBefore, MakeStream().GetSize() - 31);
-    EXPECT_EQ(anOpen.itsCodestream.get_fewest_levels(false), 3);
-    EXPECT_EQ(anOpen.itsSource.GetPosition(), aBefore);
-    EXPECT_EQ(anOpen.itsCodestream.get_fewest_levels(true), 2);
-    EXPECT_EQ(anOpen.itsSource.GetPosition(), MakeStream().GetSize());
+    // The last tile has two levels, the others three.
+    Bytes aBytes = Patch(Grey12(), kLastLength, {0, 0, 0, 0});
+    const Bytes aCoding = {0xFF, 0x52, 0, 12, 0, 0, 0, 1, 0, 2, 4, 4, 0, 1};
+    aBytes.insert(aBytes.begin() + kLastLength + 6, aCoding.begin(), aCoding.end());
+    OpenCodestream anOpen(aBytes);
+    anOpen->apply_input_restrictions(0, 1, 0, 0, nullptr);
+    const std::size_t aBefore = anOpen.GetSource().GetPosition();
+    EXPECT_LE(aBefore, kFirstSot + 14);
+    EXPECT_EQ(anOpen->get_fewest_levels(false), 3);
+    EXPECT_EQ(anOpen.GetSource().GetPosition(), aBefore);
+    EXPECT_EQ(anOpen->get_fewest_levels(true), 2);
+    EXPECT_EQ(anOpen.GetSource().GetPosition(), aBytes.size());
+    anOpen->apply_input_restrictions(0, 1, 1, 0, nullptr);
+    EXPECT_EQ(GetDims(anOpen, 0), (std::vector{2, 1, 6, 5}));
+    anOpen->apply_input_restrictions(0, 1, 31, 0, nullptr);
+    EXPECT_EQ(GetDims(anOpen, 0), (std::vector{1, 1, 3, 2}));
+    anOpen->apply_input_restrictions(0, 0, 0, 0, nullptr);
+    EXPECT_EQ(GetDims(anOpen, 0), (std::vector{3, 1, 13, 11}));
 }
 
 TEST(KduCodestream, RefusesWhatIsNotThere)
 {
-    const EngineReports someReports;
-    OpenCodestream anOpen(MakeStream());
+    OpenCodestream anOpen(Grey12());
     kdu_dims aRegion;
-    EXPECT_THROW(anOpen.GetDims(2), EngineReport);
-    EXPECT_THROW(anOpen.itsCodestream.get_bit_depth(-1), EngineReport);
-    EXPECT_THROW(anOpen.itsCodestream.open_tile({2, 0}), EngineReport);
-    EXPECT_THROW(anOpen.itsCodestream.open_tile({0, -1}), EngineReport);
-    EXPECT_THROW(anOpen.itsCodestream.apply_input_restrictions(1, 1, 0, 0, nullptr), EngineReport);
-    EXPECT_THROW(anOpen.itsCodestream.apply_input_restrictions(0, 2, 0, 0, &aRegion), EngineReport);
-}
-
-TEST(KduCodestream, AFailedCreateLeavesNothing)
-{
-    const EngineReports someReports;
+    EXPECT_THROW(GetDims(anOpen, 1), EngineReport);
+    EXPECT_THROW(anOpen->get_bit_depth(-1), EngineReport);
+    EXPECT_THROW(anOpen->open_tile({2, 0}), EngineReport);
+    EXPECT_THROW(anOpen->open_tile({0, -1}), EngineReport);
+    EXPECT_THROW(anOpen->apply_input_restrictions(1, 1, 0, 0, nullptr), EngineReport);
+    EXPECT_THROW(anOpen->apply_input_restrictions(0, 2, 0, 0, &aRegion), EngineReport);
+    kdu_tile aTile = anOpen->open_tile({1, 0});
+    aTile.close();
+    EXPECT_THROW(anOpen->open_tile({1, 0}), EngineReport);
+    EXPECT_TRUE(anOpen->open_tile({0, 0}).exists()); // and is left open
     ByteSource aSource({1, 2, 3});
     kdu_codestream aCodestream;
     EXPECT_THROW(aCodestream.create(&aSource), EngineReport);
@@ -123,26 +77,157 @@ TEST(KduCodestream, AFailedCreateLeavesNothing)
     aCodestream.destroy();
 }
 
-TEST(KduCodestream, FussyRefusesWhatTheMainHeaderHasShown)
+TEST(KduCodestream, TransformsColoursOnlyWhereAllThreeAreDecoded)
 {
-    const EngineReports someReports;
-    OpenCodestream anOpen(Builder::Begin().Segment(0xFF44, {1}).Add({}).Eoc());
-    anOpen.itsCodestream.set_fast();
-    anOpen.itsCodestream.set_resilient();
-    EXPECT_THROW(anOpen.itsCodestream.set_fussy(), EngineReport);
+    for (const int aComponents : {2, 3})
+    {
+        OpenCodestream anOpen(Colour());
+        anOpen->apply_input_restrictions(0, aComponents, 0, 0, nullptr);
+        EXPECT_EQ(anOpen->get_num_components(true), aComponents);
+        EXPECT_EQ(anOpen->open_tile({0, 0}).get_ycc(), aComponents == 3);
+    }
 }
 
-/// Tiles in any order, each once, each until it is closed; destroy ends those that were left open.
-TEST(KduCodestream, OpensEveryTileOnce)
+/// Lines of 16 bits are the fast ones; ExtremeImages hold them to be exact.
+TEST(KduTileComp, OffersShortLinesForWhatFits)
 {
-    const EngineReports someReports;
-    OpenCodestream anOpen(MakeStream());
-    kdu_tile aSecond = anOpen.itsCodestream.open_tile({1, 0});
-    ASSERT_TRUE(aSecond.exists());
-    EXPECT_EQ(aSecond.get_num_components(), 2);
-    aSecond.close();
-    EXPECT_THROW(anOpen.itsCodestream.open_tile({1, 0}), EngineReport);
-    EXPECT_TRUE(anOpen.itsCodestream.open_tile({0, 0}).exists());
+    const std::pair<Bytes, bool> kCases[] = {{Grey12(), true},
+                                             {Colour(), true},
+                                             {DeepColour(), true},
+                                             {Patch(Grey12(), kDepthOfComponent0, {0x80 | 16}), false},
+                                             {Lossy(), false}};
+    for (const auto& [aBytes, isExpected] : kCases)
+    {
+        OpenCodestream anOpen(aBytes);
+        EXPECT_EQ(anOpen->open_tile({0, 0}).access_component(0).fits_short_lines(), isExpected);
+    }
 }
 
+/// A file may have more boxes, a frame may have a neighbour: neither may be touched, however bytes come.
+TEST(KduSource, IsReadToTheEndAndNotFurther)
+{
+    // The last ones do not say how long they are.
+    for (const Bytes& aStream :
+         {Grey12(), Patch(Grey12(), kLastLength, {0, 0, 0, 0}), Patch(Pair(), kLengthInPair, {0, 0, 0, 0})})
+    {
+        for (const int aLargestRead : {1, 2, 3, 1000, std::numeric_limits<int>::max()})
+        {
+            Bytes aBytes = aStream;
+            aBytes.insert(aBytes.end(), 100, 0xFF);
+            OpenCodestream anOpen(aBytes, aLargestRead);
+            anOpen->set_fussy();
+            anOpen->get_fewest_levels(true);
+            EXPECT_EQ(anOpen.GetSource().GetPosition(), aStream.size()) << aLargestRead;
+        }
+    }
+}
+
+/// Sources may be slow to ask: Java streams, for one.
+TEST(KduSource, IsAskedSeldom)
+{
+    Bytes aBytes = Patch(Pair(), kLengthInPair, {0, 0x30, 0, 0});
+    aBytes.resize(3 << 20);
+    OpenCodestream anOpen(aBytes);
+    EXPECT_LE(anOpen.GetSource().GetReads(), 10);
+    anOpen->open_tile({0, 0});
+    EXPECT_LE(anOpen.GetSource().GetReads(), 20);
+}
+
+TEST(KduSource, FailsInEveryPlace)
+{
+    const EngineReports someReports;
+    const Bytes aBytes = Grey12();
+    for (std::size_t aSize = 0; aSize < aBytes.size(); ++aSize)
+    {
+        for (const bool throws : {false, true})
+        {
+            ByteSource aSource(Bytes(aBytes.begin(), aBytes.begin() + static_cast<std::ptrdiff_t>(aSize)));
+            aSource.AtEnd([=]() { return throws ? throw std::out_of_range("source") : -3; });
+            kdu_codestream aCodestream;
+            try
+            {
+                aCodestream.create(&aSource);
+                aCodestream.get_fewest_levels(true);
+                ADD_FAILURE() << aSize;
+            }
+            catch (const std::out_of_range&)
+            {
+                EXPECT_TRUE(throws);
+            }
+            catch (const EngineReport& aReport)
+            {
+                EXPECT_EQ(aReport.itsText, "The source answered a read with -3 (at byte " +
+                                               std::to_string(aSize) + " of the codestream)");
+            }
+            aCodestream.destroy();
+        }
+    }
+}
+
+/// Lengths that lead behind every later tile-part: going back each time would take minutes here.
+TEST(KduSource, ManyWrongLengthsTakeLinearTime)
+{
+    Bytes aBytes = Pair();
+    aBytes.resize(68);
+    for (unsigned int aPart = 0; aPart < 60000; ++aPart)
+    {
+        const Bytes aTilePart = {0xFF, 0x90, 0, 10, 0, 0, 0x7F, 0xFF, 0xFF, 0xFF, 0, 0, 0xFF, 0x93, 7};
+        aBytes.insert(aBytes.end(), aTilePart.begin(), aTilePart.end());
+        aBytes[aBytes.size() - 5] = static_cast<std::uint8_t>(aPart);
+    }
+    const auto aStart = std::chrono::steady_clock::now();
+    EngineDecode(aBytes);
+    EXPECT_LT(std::chrono::steady_clock::now() - aStart, std::chrono::seconds(10));
+}
+
+struct Line
+{
+    const char* itsName;
+    int itsWidth;
+    bool itsAbsolute;
+    bool itsUseShorts;
+};
+
+TEST(KduSynthesis, RefusesLinesThatDoNotSuit)
+{
+    OpenCodestream anOpen(Pair());
+    kdu_tile aTile = anOpen->open_tile({0, 0});
+    for (const Line& aCase : {Line{"narrow", 3, true, false}, Line{"wide", 5, true, false},
+                              Line{"float", 4, false, false}, Line{"short", 4, true, true}})
+    {
+        SCOPED_TRACE(aCase.itsName);
+        kdu_sample_allocator anAllocator;
+        kdu_synthesis aSynthesis(aTile.access_component(0).access_resolution(), &anAllocator, false);
+        kdu_line_buf aLine;
+        aLine.pre_create(&anAllocator, aCase.itsWidth, aCase.itsAbsolute, aCase.itsUseShorts);
+        anAllocator.finalize();
+        aLine.create();
+        EXPECT_THROW(aSynthesis.pull(aLine), std::logic_error);
+    }
+    OpenCodestream aLossy(Lossy());
+    kdu_sample_allocator anAllocator;
+    EXPECT_THROW(
+        kdu_synthesis(aLossy->open_tile({0, 0}).access_component(0).access_resolution(), &anAllocator, true),
+        std::logic_error);
+}
+
+TEST(KduSynthesis, LinesBeyondTheLastAreZero)
+{
+    OpenCodestream anOpen(Pair());
+    kdu_sample_allocator anAllocator;
+    kdu_decoder aDecoder(anOpen->open_tile({0, 0}).access_component(0).access_resolution().access_subband(0),
+                         &anAllocator, true);
+    kdu_line_buf aLine;
+    aLine.pre_create(&anAllocator, 4, true, true);
+    anAllocator.finalize();
+    aLine.create();
+    for (int i = 0; i < 6 * 4; ++i)
+    {
+        if (i % 4 == 0)
+        {
+            aDecoder.pull(aLine);
+        }
+        EXPECT_EQ(aLine.get_buf16()[i % 4].ival, i < 16 ? 9 * (i % 4) + 13 * (i / 4) - 128 : 0) << i;
+    }
+}
 } // namespace

@@ -44,54 +44,31 @@ TEST(kdu_sample_allocatorTest, RefusesWhatWasNotAnnouncedOrComesTooLate)
     EXPECT_THROW(anAllocator.alloc(1), std::logic_error);
     EXPECT_THROW(anAllocator.pre_alloc(1), std::logic_error);
     EXPECT_THROW(anAllocator.finalize(), std::logic_error);
-}
-
-TEST(kdu_sample_allocatorTest, SumsThatWrapAroundAreNoMemory)
-{
+    // A sum that wraps around is no memory.
     constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
-    kdu_sample_allocator anAllocator;
-    EXPECT_THROW(anAllocator.pre_alloc(kMost), std::bad_alloc);
-    anAllocator.pre_alloc(kMost / 2);
-    EXPECT_THROW(anAllocator.pre_alloc(kMost / 2 + 1), std::bad_alloc);
+    kdu_sample_allocator aLargeAllocator;
+    EXPECT_THROW(aLargeAllocator.pre_alloc(kMost), std::bad_alloc);
+    aLargeAllocator.pre_alloc(kMost / 2);
+    EXPECT_THROW(aLargeAllocator.pre_alloc(kMost / 2 + 1), std::bad_alloc);
 }
 
-struct Representation
+TEST(kdu_line_buf, HasItsSamplesAndRoomForAVectorBehindThem)
 {
-    int itsWidth;
-    bool itsAbsolute;
-    bool itsUseShorts;
-};
-
-class kdu_line_bufTest : public ::testing::TestWithParam<Representation>
-{
-};
-
-TEST_P(kdu_line_bufTest, HasItsSamplesAndRoomForAVectorBehindThem)
-{
-    const Representation& aCase = GetParam();
-    kdu_sample_allocator anAllocator;
-    kdu_line_buf aLine;
-    aLine.pre_create(&anAllocator, aCase.itsWidth, aCase.itsAbsolute, aCase.itsUseShorts);
-    EXPECT_EQ(aLine.get_buf16(), nullptr);
-    EXPECT_EQ(aLine.get_buf32(), nullptr);
-    anAllocator.finalize();
-    aLine.create();
-    EXPECT_EQ(aLine.get_width(), aCase.itsWidth);
-    EXPECT_EQ(aLine.is_absolute(), aCase.itsAbsolute);
-    EXPECT_EQ(aLine.get_buf16() != nullptr, aCase.itsUseShorts);
-    EXPECT_EQ(aLine.get_buf32() != nullptr, !aCase.itsUseShorts);
-    const auto aWidth = static_cast<std::size_t>(aCase.itsWidth);
-    if (aCase.itsUseShorts)
+    for (const bool isShort : {false, true})
     {
-        std::memset(static_cast<void*>(aLine.get_buf16()), 1, aWidth * sizeof(kdu_sample16) + 64);
-    }
-    else
-    {
-        std::memset(static_cast<void*>(aLine.get_buf32()), 1, aWidth * sizeof(kdu_sample32) + 64);
+        constexpr int kWidth = 33;
+        kdu_sample_allocator anAllocator;
+        kdu_line_buf aLine;
+        aLine.pre_create(&anAllocator, kWidth, !isShort, isShort);
+        EXPECT_TRUE(aLine.get_buf16() == nullptr && aLine.get_buf32() == nullptr);
+        anAllocator.finalize();
+        aLine.create();
+        EXPECT_EQ(aLine.get_width(), kWidth);
+        EXPECT_EQ(aLine.is_absolute(), !isShort);
+        ASSERT_EQ(aLine.get_buf16() != nullptr, isShort);
+        ASSERT_EQ(aLine.get_buf32() != nullptr, !isShort);
+        std::memset(isShort ? static_cast<void*>(aLine.get_buf16()) : aLine.get_buf32(), 1,
+                    kWidth * (isShort ? sizeof(kdu_sample16) : sizeof(kdu_sample32)) + 64);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(AllFour, kdu_line_bufTest,
-                         ::testing::Values(Representation{33, true, true}, Representation{33, false, true},
-                                           Representation{0, true, false}, Representation{7, false, false}));
 } // namespace

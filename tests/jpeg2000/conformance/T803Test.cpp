@@ -9,8 +9,8 @@
 #include <set>
 #include <sstream>
 
+#include "support/EngineDecode.h"
 #include "support/SampleTable.h"
-#include "support/jpeg2000/EngineDecode.h"
 
 namespace
 {

@@ -28,8 +28,6 @@ enum Marker : std::uint16_t
     EOC = 0xFFD9
 };
 
-constexpr std::size_t kLargestPiece = 100; ///< of packed headers, so that there is more than one segment
-
 std::uint32_t Get(const Bytes& theBytes, std::size_t thePosition, std::size_t theCount)
 {
     std::uint32_t aValue = 0;
@@ -96,13 +94,14 @@ Packet ReadPacket(const Bytes& theStream, std::size_t& thePosition, std::size_t 
     return {Bytes(aPlace(aHeader), aPlace(aHeaderEnd)), Bytes(aPlace(aBody), aPlace(thePosition))};
 }
 
-/// theBytes in segments, the index in front of each.
+/// theBytes in segments that end anywhere, the index in front of each, the last one first.
 void PutPieces(Bytes& theOutput, std::uint16_t theMarker, const Bytes& theBytes)
 {
-    for (std::size_t i = 0, anIndex = 0; i < theBytes.size(); i += kLargestPiece, ++anIndex)
+    const std::size_t aLargest = std::max<std::size_t>(7, theBytes.size() / 200);
+    for (std::size_t anIndex = (theBytes.size() + aLargest - 1) / aLargest; anIndex-- > 0;)
     {
-        const auto aStart = theBytes.begin() + static_cast<std::ptrdiff_t>(i);
-        const std::size_t aCount = std::min(kLargestPiece, theBytes.size() - i);
+        const auto aStart = theBytes.begin() + static_cast<std::ptrdiff_t>(anIndex * aLargest);
+        const std::size_t aCount = std::min(aLargest, theBytes.size() - anIndex * aLargest);
         Segment aSegment{theMarker, {static_cast<std::uint8_t>(anIndex)}};
         aSegment.itsContent.insert(aSegment.itsContent.end(), aStart,
                                    aStart + static_cast<std::ptrdiff_t>(aCount));

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 
 #include <openjpeg.h>
@@ -195,11 +194,6 @@ void SetStructure(const Options& theOptions, opj_cparameters_t& theParameters)
             theParameters.prch_init[i] = theOptions.itsPrecincts[i].second;
         }
     }
-    if (theOptions.itsTileParts != 0)
-    {
-        theParameters.tp_on = 1;
-        theParameters.tp_flag = theOptions.itsTileParts;
-    }
 }
 
 void SetParameters(const PlanarImage& theImage, const Options& theOptions, opj_cparameters_t& theParameters)
@@ -227,9 +221,8 @@ void SetParameters(const PlanarImage& theImage, const Options& theOptions, opj_c
 
 void SetExtraOptions(opj_codec_t& theCodec, const Options& theOptions)
 {
-    const std::string aGuard = "GUARD_BITS=" + std::to_string(theOptions.itsGuardBits);
     const char* const anExtra[] = {theOptions.itsPLT ? "PLT=YES" : "PLT=NO",
-                                   theOptions.itsTLM ? "TLM=YES" : "TLM=NO", aGuard.c_str(), nullptr};
+                                   theOptions.itsTLM ? "TLM=YES" : "TLM=NO", nullptr};
     opj_encoder_set_extra_options(&theCodec, anExtra);
 }
 
@@ -293,40 +286,6 @@ bool IsJp2(const Bytes& theStream)
 namespace OpenJpeg
 {
 
-std::string Options::Describe() const
-{
-    std::ostringstream aText;
-    aText << (itsIrreversible ? "-I" : "-5/3") << " -mct " << itsComponentTransform << " -n "
-          << itsResolutions << " -b " << itsBlockWidth << "," << itsBlockHeight << " -M " << itsBlockStyle
-          << " -p " << itsOrder << " -r";
-    for (const float aRate : itsRates)
-    {
-        aText << " " << aRate;
-    }
-    for (const ProgressionChange& aChange : itsProgressionChanges)
-    {
-        aText << " -POC " << aChange.itsFirstResolution << "," << aChange.itsFirstComponent << ","
-              << aChange.itsEndLayer << "," << aChange.itsEndResolution << "," << aChange.itsEndComponent
-              << "," << aChange.itsOrder;
-    }
-    for (const auto& [aWidth, aHeight] : itsPrecincts)
-    {
-        aText << " -c [" << aWidth << "," << aHeight << "]";
-    }
-    aText << " -t " << itsTileWidth << "," << itsTileHeight << " -T " << itsTileX << "," << itsTileY
-          << (itsSOP ? " -SOP" : "") << (itsEPH ? " -EPH" : "") << (itsPLT ? " -PLT" : "")
-          << (itsTLM ? " -TLM" : "") << " -GuardBits " << itsGuardBits;
-    if (itsTileParts != 0)
-    {
-        aText << " -TP " << itsTileParts;
-    }
-    if (itsRoiComponent >= 0)
-    {
-        aText << " -ROI c=" << itsRoiComponent << ",U=" << itsRoiShift;
-    }
-    return aText.str();
-}
-
 Bytes Encode(const PlanarImage& theImage, const Options& theOptions)
 {
     const auto aParameters = std::make_unique<opj_cparameters_t>();
@@ -334,7 +293,7 @@ Bytes Encode(const PlanarImage& theImage, const Options& theOptions)
     const Image anImage = MakeImage(theImage);
     MemoryFile aFile;
     std::string aComplaint;
-    const Codec aCodec(opj_create_compress(theOptions.itsJp2 ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K));
+    const Codec aCodec(opj_create_compress(OPJ_CODEC_J2K));
     opj_set_error_handler(aCodec.get(), KeepText, &aComplaint);
     if (opj_setup_encoder(aCodec.get(), aParameters.get(), anImage.get()) == OPJ_FALSE)
     {
@@ -365,7 +324,6 @@ std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& t
     {
         return std::nullopt;
     }
-    opj_decoder_set_strict_mode(aCodec.get(), theOptions.itsStrict ? OPJ_TRUE : OPJ_FALSE);
     opj_image_t* aRawImage = nullptr;
     const bool hasHeader = opj_read_header(aStream.get(), aCodec.get(), &aRawImage) != OPJ_FALSE;
     const Image anImage(aRawImage);
@@ -375,7 +333,7 @@ std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& t
         return std::nullopt;
     }
     PlanarImage aResult = ToPlanar(*anImage);
-    if (theOptions.itsDiscardLevels > 0 && !theOptions.itsKeepsExtent)
+    if (theOptions.itsDiscardLevels > 0)
     {
         CutToExtent(aResult, theOptions.itsDiscardLevels);
     }

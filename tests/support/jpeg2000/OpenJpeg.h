@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/jpeg2000/PlanarImage.h"
+#include "support/PlanarImage.h"
 
 /// OpenJPEG as the encoder of test images and as the independent decoder they are compared with. One thread.
 namespace OpenJpeg
@@ -46,14 +46,8 @@ struct Options
     bool itsEPH = false;
     bool itsPLT = false;
     bool itsTLM = false;
-    char itsTileParts = 0; ///< 'R', 'L' or 'C' starts one whenever that changes
-    int itsGuardBits = 2;
     int itsRoiComponent = -1;
     int itsRoiShift = 0;
-    bool itsJp2 = false; ///< inside a JP2 file
-
-    /// For messages: as arguments of the command-line encoder, more or less.
-    std::string Describe() const;
 };
 
 /// Throws std::runtime_error with the library's complaint when it cannot encode that.
@@ -63,12 +57,10 @@ struct DecodeOptions
 {
     unsigned int itsDiscardLevels = 0;
     unsigned int itsMaxLayers = 0; ///< 0 for all
-    bool itsStrict = true;         ///< a truncated stream is an error
-    /// With levels discarded and the image off the origin, OpenJPEG's components may have a column or a row
-    /// more than T.800 B-15 gives them. It is cut off unless this is true.
-    bool itsKeepsExtent = false;
 };
 
-/// A codestream or a JP2 file; palettes and channel definitions are not applied. Nothing on an error.
+/// A codestream or a JP2 file; palettes and channel definitions are not applied. Nothing on an error. With
+/// levels discarded and the image off the origin, OpenJPEG's components may have a column or a row more than
+/// T.800 B-15 gives them: those are cut off.
 std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& theOptions = {});
 } // namespace OpenJpeg

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 namespace
 {
@@ -243,30 +242,9 @@ void RollMarkers(Options& theOptions, Dice& theDice)
     theOptions.itsEPH = theDice.Chance(30);
     theOptions.itsPLT = theDice.Chance(20);
     theOptions.itsTLM = theDice.Chance(20);
-    if (theDice.Chance(25))
-    {
-        theOptions.itsTileParts = "RLC"[theDice.Roll(0, 2)];
-    }
-}
-} // namespace
-
-bool RandomStream::IsLossless() const
-{
-    return !itsOptions.itsIrreversible && itsOptions.itsRates.back() <= 1;
 }
 
-std::string RandomStream::Describe() const
-{
-    std::ostringstream aText;
-    aText << itsImage.itsX0 << "," << itsImage.itsY0 << " to " << itsImage.itsX1 << "," << itsImage.itsY1;
-    for (const PlanarComponent& aComponent : itsImage.itsComponents)
-    {
-        aText << " " << aComponent.itsDepth << (aComponent.itsSigned ? "s@" : "u@") << aComponent.itsXRsiz
-              << "x" << aComponent.itsYRsiz;
-    }
-    return aText.str() + " " + itsOptions.Describe();
-}
-
+/// Fills the samples of a component whose shape is set: flat, smooth, noisy or sparse.
 void DrawComponent(PlanarComponent& theComponent, Dice& theDice)
 {
     const int aKind = theDice.Roll(0, 9);
@@ -298,6 +276,12 @@ void DrawComponent(PlanarComponent& theComponent, Dice& theDice)
                 static_cast<std::int32_t>(std::clamp(std::floor(aValue), aLow, aHigh)));
         }
     }
+}
+} // namespace
+
+bool RandomStream::IsLossless() const
+{
+    return !itsOptions.itsIrreversible && itsOptions.itsRates.back() <= 1;
 }
 
 PlanarImage MakeImage(std::uint32_t theWidth, std::uint32_t theHeight, std::size_t theComponents,
@@ -355,7 +339,6 @@ RandomStream MakeRandomStream(Dice& theDice)
     if (!isTiled && anOptions.itsResolutions > 1 && theDice.Chance(30))
     {
         RollProgressions(aStream.itsImage, anOptions, theDice);
-        anOptions.itsTileParts = 0; // the encoder goes wrong with both
     }
     return aStream;
 }

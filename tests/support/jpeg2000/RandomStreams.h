@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
+#include "support/PlanarImage.h"
 #include "support/jpeg2000/OpenJpeg.h"
-#include "support/jpeg2000/PlanarImage.h"
 
 /// Seeded choices, the same on every machine.
 class Dice
@@ -34,14 +34,10 @@ struct RandomStream
     OpenJpeg::Options itsOptions;
 
     bool IsLossless() const;
-    std::string Describe() const;
 };
 
 /// A small image with any of the properties that an encoder offers.
 RandomStream MakeRandomStream(Dice& theDice);
-
-/// Fills the samples of a component whose shape is set: flat, smooth, noisy or sparse.
-void DrawComponent(PlanarComponent& theComponent, Dice& theDice);
 
 /// An image whose components all have the depth and the extent, drawn.
 PlanarImage MakeImage(std::uint32_t theWidth, std::uint32_t theHeight, std::size_t theComponents,

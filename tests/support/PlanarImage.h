@@ -36,7 +36,3 @@ std::string DescribeDifference(const PlanarImage& theActual, const PlanarImage& 
                                std::int32_t theTolerance);
 std::string DescribeDifference(const PlanarComponent& theActual, const PlanarComponent& theExpected,
                                std::int32_t theTolerance);
-
-/// Little-endian samples of theBytesPerSample bytes, the components interleaved; they must be of one size.
-std::vector<std::uint8_t> InterleaveSamples(const std::vector<PlanarComponent>& theComponents,
-                                            int theBytesPerSample);

@@ -5,19 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "support/jpeg2000/PlanarImage.h"
-
-/// What the engine reported, as exceptions.
-class EngineError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-class EngineWarning : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
+#include "support/PlanarImage.h"
 
 /// The caller's own limit, see EngineOptions.
 class OutputTooLarge : public std::runtime_error
@@ -32,6 +20,7 @@ enum class EngineMode
     Resilient,
     Fussy
 };
+constexpr EngineMode kEngineModes[] = {EngineMode::Fast, EngineMode::Resilient, EngineMode::Fussy};
 
 struct EngineOptions
 {
@@ -45,11 +34,6 @@ struct EngineOptions
 };
 
 /// Decodes a codestream through the engine's own interface: any number of components, any subsampling.
-/// Numbers are rounded and clamped to the component's range. Installs message objects that throw, for the
-/// process.
+/// Numbers are rounded and clamped to the component's range. Throws what the engine reports as an
+/// EngineReport.
 PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const EngineOptions& theOptions = {});
-
-/// The same of an irreversible codestream, but only its coefficients come from the engine: what follows is
-/// done in double precision. The samples of each component, clamped but not rounded.
-std::vector<std::vector<double>> EngineDecodePlainly(const std::vector<std::uint8_t>& theStream,
-                                                     const EngineOptions& theOptions = {});

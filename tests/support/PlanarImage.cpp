@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/jpeg2000/PlanarImage.h"
+#include "support/PlanarImage.h"
 
 #include <cstdlib>
 
@@ -8,7 +8,8 @@ namespace
 std::string DescribeShape(const PlanarComponent& theComponent)
 {
     return std::to_string(theComponent.itsWidth) + "x" + std::to_string(theComponent.itsHeight) + ", " +
-           std::to_string(theComponent.itsDepth) + (theComponent.itsSigned ? " bits signed" : " bits");
+           std::to_string(theComponent.itsDepth) + (theComponent.itsSigned ? " bits signed, " : " bits, ") +
+           std::to_string(theComponent.itsXRsiz) + "x" + std::to_string(theComponent.itsYRsiz) + " apart";
 }
 } // namespace
 
@@ -51,24 +52,4 @@ std::string DescribeDifference(const PlanarImage& theActual, const PlanarImage& 
         }
     }
     return "";
-}
-
-std::vector<std::uint8_t> InterleaveSamples(const std::vector<PlanarComponent>& theComponents,
-                                            int theBytesPerSample)
-{
-    std::vector<std::uint8_t> aBytes;
-    const std::size_t aCount = theComponents.empty() ? 0 : theComponents.front().itsSamples.size();
-    aBytes.reserve(aCount * theComponents.size() * static_cast<std::size_t>(theBytesPerSample));
-    for (std::size_t i = 0; i < aCount; ++i)
-    {
-        for (const PlanarComponent& aComponent : theComponents)
-        {
-            const auto aSample = static_cast<std::uint32_t>(aComponent.itsSamples[i]);
-            for (int aByte = 0; aByte < theBytesPerSample; ++aByte)
-            {
-                aBytes.push_back(static_cast<std::uint8_t>(aSample >> (8 * aByte)));
-            }
-        }
-    }
-    return aBytes;
 }
