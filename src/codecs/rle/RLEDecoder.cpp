@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <utility>
 
 #include "codecs/rle/detail/RLEFrameDecoder.h"
 #include "engine/kdu_compressed_source.h"
@@ -121,9 +122,9 @@ bool RLEDecoder::ReadRLEHeader()
     }
     itsComponentCount = static_cast<std::int32_t>(anEntries[0]);
     itsRLEHeader[0] = anEntries[0];
-    for (int i = 1; i < kHeaderEntries; ++i)
+    for (std::size_t i = 1; i < anEntries.size(); ++i)
     {
-        itsRLEHeader[i] = i > itsComponentCount ? 0 : anEntries[i];
+        itsRLEHeader[i] = std::cmp_greater(i, itsComponentCount) ? 0 : anEntries[i];
     }
     return (itsComponentCount < 1 || itsRLEHeader[1] == kFirstOffset) && itsComponentCount < kHeaderEntries;
 }
