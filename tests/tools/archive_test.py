@@ -7,6 +7,7 @@ usage: archive_test.py PROGRAM [unittest arguments]
 
 import collections
 import glob
+import hashlib
 import json
 import os
 import signal
@@ -290,6 +291,8 @@ class Archive(cli_test.Program):
         self.assertEqual([part.wait(60) for part in parts], [0] * 4)
         self.assertEqual(sorted(line["file"] for line in self.report()), sorted(["earlier", *names]))
         self.assertEqual([list(line) for line in self.report()[1:]], [cli_test.JSON_FIELDS] * 40)
+        self.assertEqual({line["file"]: line["sha256"] for line in self.report()[1:]},
+                         {name: hashlib.sha256(index.to_bytes(2, "little") * 36).hexdigest() for index, name in enumerate(names)})
         run = ["--list", "list", "--format", "none", "--report"]
         self.assertIn(b"is no report", self.run_it(*run, names[0], status=3).stderr)
         self.assertIn(b"No space left", self.run_it(*run, "/dev/full", status=3).stderr)

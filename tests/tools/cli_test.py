@@ -379,18 +379,7 @@ class CommandLine(Program):
         left = [name for _, _, names in os.walk(self.folder) for name in names if name.endswith(".tmp")]
         self.assertEqual(left, [])
 
-    def test_errors_name_input_frame_and_code(self):
-        self.put("cut.dcm", IMAGES["grey12"][0][:-20])
-        broken = rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4
-        self.put("rle.dcm", dicom([broken], 5, 6, stored=12, syntax=RLE))
-        for name, text in (("cut.dcm", "code 37: Failed to read the pixel data"),
-                           ("none.dcm", "code 3: unable to open the file (No such file or directory)")):
-            self.assertEqual(self.run_it(name, status=4).stderr.decode(), f"{name}: frame 0: {text}\n")
-        # Some codecs print their errors: nothing but JSON may reach standard output.
-        line = self.lines("rle.dcm", status=4)[0]
-        self.assertNotEqual(line["result_code"], 0)
-
-    def test_json_fields(self):
+    def test_json_and_errors_name_input_frame_and_code(self):
         self.put("good.dcm", IMAGES["signed16"][0])
         good, bad = self.lines("good.dcm", "bad.dcm", status=2)
         self.assertEqual(list(good), JSON_FIELDS)
@@ -405,6 +394,13 @@ class CommandLine(Program):
         self.assertTrue(all(good[key] >= 0 for key in JSON_FIELDS if key.startswith("time_")))
         self.assertGreater(good["time_total_ms"], 0)
         self.assertEqual((bad["result_code"], bad["system_error"], bad["rows"], bad["output"]), (3, 2, None, None))
+        self.put("cut.dcm", IMAGES["grey12"][0][:-20])
+        for name, text in (("cut.dcm", "code 37: Failed to read the pixel data"),
+                           ("bad.dcm", "code 3: unable to open the file (No such file or directory)")):
+            self.assertEqual(self.run_it(name, status=4).stderr.decode(), f"{name}: frame 0: {text}\n")
+        # Some codecs print their errors: nothing but JSON may reach standard output.
+        self.put("rle.dcm", dicom([rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4], 5, 6, stored=12, syntax=RLE))
+        self.assertNotEqual(self.lines("rle.dcm", status=4)[0]["result_code"], 0)
         lines = self.lines("--all-frames", "--format", "dicom", "-o", "all.dcm", self.put("multi.dcm", MULTI))
         self.assertEqual([(line["frame"], line["output"]) for line in lines], [(n, "all.dcm") for n in range(3)])
 
@@ -441,13 +437,6 @@ class CommandLine(Program):
         self.run_it("x.dcm", "--format", "dicom")  # into the folder where the input is
         self.assertEqual(self.get("x.dcm"), MULTI)
         self.assertTrue(os.path.exists(self.path("x-2.dcm")))
-
-    def test_jobs_keep_lines_whole(self):
-        for index in range(40):
-            self.put(f"in/{index:02}.dcm", dicom(bytes([index] * 30), 5, 6, allocated=8))
-        lines = self.lines("in", "--jobs", "8", "-o", "out")
-        self.assertEqual({line["output"]: line["sha256"] for line in lines},
-                         {f"out/{index:02}.png": hashlib.sha256(bytes([index] * 30)).hexdigest() for index in range(40)})
 
     def test_progress_bar_is_for_terminals(self):
         self.put("good.dcm", IMAGES["grey12"][0])

@@ -19,17 +19,12 @@ class InputBufferQueueTest {
         return new ByteArrayInputBuffer(new byte[size]);
     }
 
-    private static <T> FutureTask<T> started(Callable<T> call) {
+    /** Makes a call on a thread of its own and sees to it that it waits. */
+    private static <T> FutureTask<T> waiting(Callable<T> call) {
         FutureTask<T> task = new FutureTask<>(call);
         Thread thread = new Thread(task);
         thread.setDaemon(true);
         thread.start();
-        return task;
-    }
-
-    /** Makes a call on a thread of its own and sees to it that it waits. */
-    private static <T> FutureTask<T> waiting(Callable<T> call) {
-        FutureTask<T> task = started(call);
         assertThrows(TimeoutException.class, () -> task.get(A_WHILE_MILLIS, TimeUnit.MILLISECONDS));
         return task;
     }
@@ -108,28 +103,6 @@ class InputBufferQueueTest {
         assertFalse(queue.takesNoMore());
         queue.completed(null); // the end was seen
         assertTrue(queue.takesNoMore());
-    }
-
-    @Test
-    void manyBuffersCrossThreadsInOrder() throws Exception {
-        int count = 200_000;
-        FutureTask<Void> producer = started(() -> {
-            for (int i = 0; i < count; i++) {
-                ByteArrayInputBuffer buffer = queue.obtain(1);
-                buffer.getArray()[0] = (byte) i;
-                buffer.setBytesAvailable(1);
-                queue.put(buffer);
-            }
-            queue.finish();
-            return null;
-        });
-        int seen = 0;
-        for (InputBuffer got = queue.get(); got != null; got = queue.get()) {
-            assertEquals((byte) seen++, ((ByteArrayInputBuffer) got).getArray()[0]);
-            queue.completed(got);
-        }
-        assertEquals(count, seen);
-        producer.get();
     }
 
     @Test
