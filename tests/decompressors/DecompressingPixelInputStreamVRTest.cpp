@@ -8,12 +8,10 @@
 #include <gtest/gtest.h>
 
 #include "decompressors/DecompressorRuns.h"
-#include "decompressors/detail/Part10FrontEnd.h"
 #include "support/EncapsulatedBytes.h"
 #include "support/JpegFixtures.h"
 #include "support/RecordingInputStream.h"
 #include "support/RleEncoder.h"
-#include "support/SampleTable.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
@@ -273,44 +271,4 @@ TEST(DecompressingPixelInputStreamVR, EndsWithTheLastFrameThatIsAnnounced)
     Bytes anExpected(aFixture.itsValue.begin(), aFixture.itsValue.begin() + 27);
     anExpected.push_back(0);
     EXPECT_EQ(ReadAll(*aFixture.Make(), 5), anExpected);
-}
-
-TEST(DecompressingPixelInputStreamVR, DeliversWhatFramesDecodedOneByOneHave)
-{
-    if (SampleTable::GetFolder().empty())
-    {
-        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
-    }
-    for (const char* const aName : {"dicom/emri_small_RLE.dcm", "dicom/emri_small_jpeg_2k_lossless.dcm",
-                                    "dicom/SC_rgb_rle_16bit_2frame.dcm", "dicom/US1_J2KI.dcm"})
-    {
-        SCOPED_TRACE(aName);
-        const Bytes aFile = SampleTable::ReadFile(aName);
-        MemoryInputStream aMemory(aFile.data(), aFile.size());
-        DecompressionRequest aRequest(&aMemory, nullptr, "", false, 1, 0, "", false);
-        DecompressionResult aResult;
-        CountingAllocator anAllocator;
-        Part10FrontEnd aFrontEnd(aRequest, anAllocator);
-        ASSERT_TRUE(aFrontEnd.Open(aResult)) << aResult.getMessage();
-        aFrontEnd.Parse();
-        DecompressingPixelInputStreamVR aStream(aFrontEnd.GetDataSet(), aFrontEnd.GetTransferSyntaxType(),
-                                                *aFrontEnd.GetPixelData()->GetPixelDataFragmentInputStream(),
-                                                anAllocator);
-        const Bytes aValue = ReadAll(aStream, 10000);
-        EXPECT_EQ(aValue.size(), aStream.GetLength());
-        Bytes anExpected;
-        for (int aFrame = 0; aFrame < aFrontEnd.GetAttributes().itsNumberOfFrames; ++aFrame)
-        {
-            DICOMDataObject aDataSet;
-            anExpected = anExpected + RunPart10(aFile, &aDataSet, {aFrame}).Pixels();
-        }
-        if (std::string(aName).find("16bit") == std::string::npos) // which comes reduced to 8 bits there
-        {
-            EXPECT_EQ(aValue, anExpected);
-        }
-        else
-        {
-            EXPECT_EQ(aValue.size(), 2 * anExpected.size());
-        }
-    }
 }

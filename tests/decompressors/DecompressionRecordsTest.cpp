@@ -23,21 +23,6 @@ Renderable* MakeImage(MemoryAllocater& theAllocator)
 }
 } // namespace
 
-TEST(DecompressionRequest, AFreshOneAsksForTheFirstFrameAtFullSize)
-{
-    const DecompressionRequest aRequest;
-    EXPECT_EQ(aRequest.getInputStream(), nullptr);
-    EXPECT_EQ(aRequest.getCompressedSource(), nullptr);
-    EXPECT_EQ(aRequest.getDICOMDataObject(), nullptr);
-    EXPECT_EQ(aRequest.getDemoFile(), "");
-    EXPECT_FALSE(aRequest.getLoadDemoInfoFlag());
-    EXPECT_EQ(aRequest.getScaleFactor(), 1);
-    EXPECT_EQ(aRequest.getFrameIndex(), 0);
-    EXPECT_EQ(aRequest.getTransferSyntaxUID(), "");
-    EXPECT_FALSE(aRequest.isV5ConvertPixelsToUnsigned());
-    EXPECT_EQ(aRequest.getSourceLength(), 0u);
-}
-
 TEST(DecompressionRequest, EitherInputLeavesTheOtherNull)
 {
     MemoryInputStream aStream("", 0);

@@ -9,6 +9,7 @@
 #include "decompressors/Part10Files.h"
 #include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
+#include "support/Jpeg2000Streams.h"
 #include "support/LockHolder.h"
 #include "support/TemporaryFile.h"
 #include "toolkit/dicom/DICOMDataObject.h"
@@ -47,31 +48,41 @@ struct FileCase
 
 TEST(FileToRenderableDecompressor, DecodesByImageType)
 {
-    const TemporaryFile aPart10(Grey8(3));
-    const TemporaryFile aJpeg(GreyJpeg());
-    DecompressionResult aResult;
-    aResult.setSystemErrorCode(5);
-    ASSERT_EQ(Decode(aPart10.GetName(), IMAGE_TYPE_DICOM_PART10, aResult, 2), 1) << aResult.getMessage();
-    EXPECT_EQ(aResult.getDCMLibResultCode(), 0);
-    EXPECT_EQ(aResult.getSystemErrorCode(), 0);
-    EXPECT_EQ(static_cast<const std::uint8_t*>(aResult.getRenderable()->getPixelData())[0], 12);
-
-    DecompressionResult anotherResult;
-    ASSERT_EQ(Decode(aJpeg.GetName(), IMAGE_TYPE_JPEG, anotherResult), 1) << anotherResult.getMessage();
-    EXPECT_EQ(anotherResult.getRenderable()->getRows(), 8);
-}
-
-TEST(FileToRenderableDecompressor, PutsThePart10HeaderIntoTheDataSet)
-{
-    const TemporaryFile aFile(Grey8());
-    DICOMDataObject aDataSet;
-    DecompressionResult aResult;
-    EXPECT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
-                  aFile.GetName(), "", aDataSet, IMAGE_TYPE_DICOM_PART10, -1, 1, aResult, 0),
-              1);
-    std::int32_t aColumns = 0;
-    EXPECT_TRUE(aDataSet.GetInteger(DICOMTags::Columns, aColumns));
-    EXPECT_EQ(aColumns, 3);
+    using namespace Jpeg2000Streams;
+    struct Case
+    {
+        Bytes itsContent;
+        int itsImageType;
+        int itsFrame;
+        int itsFirstByte;
+    };
+    const int aFirst = GreyValue(0, 0) & 0xff;
+    for (const Case& aCase :
+         {Case{Grey8(3), IMAGE_TYPE_DICOM_PART10, 2, 12}, Case{Grey8(3), IMAGE_TYPE_DICOM_PART10, -1, 0},
+          Case{GreyJpeg(), IMAGE_TYPE_JPEG, 0, -1}, Case{Grey12(), IMAGE_TYPE_JPEG2000, 0, aFirst},
+          Case{MakeJp2(Grey12()), IMAGE_TYPE_JPEG2000, 0, aFirst}})
+    {
+        for (const int aLossless : {0, 1})
+        {
+            const TemporaryFile aFile(aCase.itsContent);
+            DICOMDataObject aDataSet;
+            DecompressionResult aResult;
+            aResult.setSystemErrorCode(5);
+            ASSERT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
+                          aFile.GetName(), "", aDataSet, static_cast<JImageType>(aCase.itsImageType),
+                          aCase.itsFrame, 1, aResult, aLossless),
+                      1)
+                << aResult.getMessage();
+            EXPECT_EQ(aResult.getDCMLibResultCode(), 0);
+            EXPECT_EQ(aResult.getSystemErrorCode(), 0);
+            const Renderable& anImage = *aResult.getRenderable();
+            EXPECT_TRUE(aCase.itsFirstByte < 0 ||
+                        *static_cast<const std::uint8_t*>(anImage.getPixelData()) == aCase.itsFirstByte);
+            std::int32_t aColumns = 0;
+            EXPECT_TRUE(aCase.itsImageType != IMAGE_TYPE_DICOM_PART10 ||
+                        (aDataSet.GetInteger(DICOMTags::Columns, aColumns) && aColumns == 3));
+        }
+    }
 }
 
 TEST(FileToRenderableDecompressor, PassesScaleFactorAndSecondNameOn)

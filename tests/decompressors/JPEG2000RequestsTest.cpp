@@ -7,11 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "decompressors/DecompressorRuns.h"
-#include "decompressors/FileToRenderableDecompressor.h"
 #include "support/DicomBuilder.h"
 #include "support/Jpeg2000Streams.h"
 #include "support/PlainColour.h"
-#include "support/TemporaryFile.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
@@ -275,25 +273,5 @@ TEST(JPEG2000Requests, LossIsWrittenDownWhereItIsCertain)
         EXPECT_EQ(
             aBare.Image()->getCompressionRatio(),
             RoundedRatio(static_cast<double>(ColourPixels().size()), static_cast<double>(Colour().size())));
-    }
-}
-
-TEST(JPEG2000Requests, FilesDecodeByTheirType)
-{
-    for (const Bytes& aContent : {Grey12(), MakeJp2(Grey12())})
-    {
-        const TemporaryFile aFile(aContent);
-        for (const int aLossless : {0, 1})
-        {
-            DICOMDataObject aDataSet;
-            DecompressionResult aResult;
-            EXPECT_EQ(FileToRenderableDecompressor::DecodeFileToRenderable(
-                          aFile.GetName(), "", aDataSet, IMAGE_TYPE_JPEG2000, 0, 2, aResult, aLossless),
-                      1)
-                << aResult.getMessage();
-            ASSERT_NE(aResult.getRenderable(), nullptr);
-            EXPECT_EQ(aResult.getRenderable()->getColumns(), 6);
-            EXPECT_EQ(aResult.getRenderable()->getScaleFactor(), 2);
-        }
     }
 }

@@ -69,6 +69,22 @@ inline Bytes Encapsulated(const std::string& theUID, const JpegSpec& theSpec,
     return aBuilder.AddEncapsulatedPixelData(aFragments).Build();
 }
 
+/// 1 × 4 pixels of indices into a table of four colours.
+inline DicomBuilder PaletteImage(const std::string& theUID = "")
+{
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theUID);
+    aBuilder.AddImageAttributes(1, "PALETTE COLOR", 1, 4, 8, 8);
+    for (const DICOMTag aTag :
+         {DICOMTags::RedPaletteColorLookupTableDescriptor, DICOMTags::GreenPaletteColorLookupTableDescriptor,
+          DICOMTags::BluePaletteColorLookupTableDescriptor})
+    {
+        aBuilder.AddUS(aTag, {4, 0, 16});
+    }
+    aBuilder.AddBytes(DICOMTags::RedPaletteColorLookupTableData, "OW", {0, 10, 0, 11, 0, 12, 0, 13});
+    aBuilder.AddBytes(DICOMTags::GreenPaletteColorLookupTableData, "OW", {0, 20, 0, 21, 0, 22, 0, 23});
+    aBuilder.AddBytes(DICOMTags::BluePaletteColorLookupTableData, "OW", {0, 30, 0, 31, 0, 32, 0, 33});
+    return aBuilder;
+}
 /// One RLE frame: a segment for each byte plane, every plane as literal runs.
 inline Bytes RleFrame(const std::vector<Bytes>& thePlanes)
 {

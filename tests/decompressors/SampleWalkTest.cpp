@@ -1,94 +1,141 @@
 // SPDX-License-Identifier: Apache-2.0
-// Decodes every sample image there is and holds the pixels against the table of expected results. A file
-// that neither matches nor is listed here with its failure and the reason fails the test.
+// Decodes every sample image there is, DICOM files and bare streams, JPEG 2000 at three resolutions, and
+// holds the pixels against the table of expected results: bit for bit, irreversible JPEG 2000 within 1. A
+// file that neither matches nor is listed here with its failure fails the test.
 #include <algorithm>
+#include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/DecompressorRuns.h"
-#include "decompressors/detail/Part10FrontEnd.h"
-#include "image/VMMemoryAllocator.h"
-#include "support/DicomBuilder.h"
-#include "support/PlainColour.h"
+#include "decompressors/Part10Files.h"
 #include "support/SampleTable.h"
 #include "support/Sha256.h"
-#include "toolkit/base/DICOMLibException.h"
-#include "toolkit/dicom/ImageFrameInputStream.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/dicom/detail/InflatingInputStream.h"
 
 namespace
 {
-constexpr int kEveryFrame = -1;
+using Rows = std::vector<SampleRow>;
+using Values = std::vector<int>;
 
 struct ExpectedFailure
 {
-    const char* itsFile;
-    int itsFrame;
     int itsCode;
-    const char* itsText;
-    const char* itsReason;
+    std::string itsText;
 };
 
-#define ODD_SEGMENT(theOffset, theComponent)                                                                 \
-    "RLEDecoder::Decode: Invalid component offset (" theOffset                                               \
-    ") (odd-length segment - even length required by DICOM standard) for component index " theComponent
-#define UNCONVERTED(theBytesRead)                                                                            \
-    "Decoder exception: JPEGDecoderException: JPEGDecoderException: Error: JPEGDecoder: error "              \
-    "(read " theBytesRead " bytes so far): Unsupported color conversion request"
-#define UNCONVERTED_DEEP(theBytesRead)                                                                       \
-    "JPEGDecoder: error (read " theBytesRead " bytes so far): Unsupported color conversion request"
-
-const char* const kFourComponents = "four components: the JPEG codecs deliver grey and RGB only";
-const char* const kOddSegment = "RLE segments of odd length are refused";
-const char* const kOneBitRLE = "RLE of bit-packed pixels needs a byte a pixel, more than one-bit frames have";
-
-const ExpectedFailure kExpectedFailures[] = {
-    {"dicom/OT-PAL-8-face.dcm", kEveryFrame, 38,
-     "Error reading Part10Header, possible corruption: Part10InputStreamInputStream::Open: not a DICOM Part "
-     "10 stream (no preamble with \"DICM\")",
-     "a data set without file meta information; decoded behind one below"},
-    {"dicom/SC_rgb_rle_32bit.dcm", kEveryFrame, 12,
-     "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "
-     "DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB: bits allocated > 16 - not supported",
-     "colour of 32 bits a sample has no conversion"},
-    {"dicom/liver_nonbyte_aligned_rle.dcm", kEveryFrame, 62, "RLEDecoder::Decode: destination buffer size < ",
-     kOneBitRLE},
-    {"dicom/rtdose_rle.dcm", 1, 62, ODD_SEGMENT("221", "3"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 5, 62, ODD_SEGMENT("219", "3"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 6, 62, ODD_SEGMENT("221", "3"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 7, 62, ODD_SEGMENT("221", "3"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 8, 62, ODD_SEGMENT("221", "3"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 9, 62, ODD_SEGMENT("113", "2"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 13, 62, ODD_SEGMENT("107", "2"), kOddSegment},
-    {"dicom/rtdose_rle.dcm", 14, 62, ODD_SEGMENT("197", "3"), kOddSegment},
-    {"jpeg/A1.JPG", kEveryFrame, 62, UNCONVERTED("32108"), kFourComponents},
-    {"jpeg/C1.JPG", kEveryFrame, 62, UNCONVERTED("27773"), kFourComponents},
-    {"jpeg/C2.JPG", kEveryFrame, 62, UNCONVERTED("27923"), kFourComponents},
-    {"jpeg/O1.JPG", kEveryFrame, 62, UNCONVERTED("32768"), kFourComponents},
-    {"jpeg/jpg-cmyk-1.jpg", kEveryFrame, 62, UNCONVERTED("1498"), kFourComponents},
-    {"jpeg/E1.JPG", kEveryFrame, 0, UNCONVERTED_DEEP("32768"), kFourComponents},
-    {"jpeg/O2.JPG", kEveryFrame, 0, UNCONVERTED_DEEP("32768"), kFourComponents},
-};
-
-const ExpectedFailure* FindExpectedFailure(const std::string& theFile, int theFrame)
+ExpectedFailure OddSegment(const char* theOffset, const char* theComponent)
 {
-    const auto aFound =
-        std::find_if(std::begin(kExpectedFailures), std::end(kExpectedFailures),
-                     [&](const ExpectedFailure& aFailure)
-                     {
-                         return theFile == aFailure.itsFile &&
-                                (aFailure.itsFrame == kEveryFrame || aFailure.itsFrame == theFrame);
-                     });
-    return aFound == std::end(kExpectedFailures) ? nullptr : aFound;
+    return {62, std::string("RLEDecoder::Decode: Invalid component offset (") + theOffset +
+                    ") (odd-length segment - even length required by DICOM standard) for component index " +
+                    theComponent};
 }
+
+/// Four components: the JPEG codecs deliver grey and RGB only.
+ExpectedFailure FourComponents(const char* theBytesRead, bool theIsDicom = false)
+{
+    return {theIsDicom ? 38 : 62,
+            std::string(theIsDicom
+                            ? "A logic error occurred in the Decompressor: "
+                            : "Decoder exception: JPEGDecoderException: JPEGDecoderException: Error: ") +
+                "JPEGDecoder: error (read " + theBytesRead +
+                " bytes so far): Unsupported color conversion request"};
+}
+
+ExpectedFailure Refused2000(const char* theText)
+{
+    return {62, std::string("Decoder exception: StreamIOException: StreamIOException: JPEG2000Decoder::") +
+                    theText};
+}
+
+/// By file and frame.
+const std::map<std::pair<std::string, int>, ExpectedFailure>& ExpectedFailures()
+{
+    static const ExpectedFailure kComponents =
+        Refused2000("JPEG2000Decoder: Image component count not in (1, 3) as required by DICOM");
+    static const ExpectedFailure kSubsampled =
+        Refused2000("JPEG2000Decoder: Component 1 dimensions != Component 0 dimensions");
+    static const ExpectedFailure kDeepColour = Refused2000(
+        "DecompressCurrentTile: bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
+        "3-component image)");
+    static const std::map<std::pair<std::string, int>, ExpectedFailure> kFailures = {
+        // A data set without file meta information; decoded behind one below.
+        {{"dicom/OT-PAL-8-face.dcm", 0},
+         {38, "Error reading Part10Header, possible corruption: Part10InputStreamInputStream::Open: not a "
+              "DICOM Part "
+              "10 stream (no preamble with \"DICM\")"}},
+        {{"dicom/SC_rgb_rle_32bit.dcm", 0},
+         {12, "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "
+              "DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB: bits allocated > 16 - not "
+              "supported"}},
+        // RLE of bit-packed pixels needs a byte a pixel, more than one-bit frames have.
+        {{"dicom/liver_nonbyte_aligned_rle.dcm", 0}, {62, "RLEDecoder::Decode: destination buffer size < "}},
+        {{"dicom/liver_nonbyte_aligned_rle.dcm", 1}, {62, "RLEDecoder::Decode: destination buffer size < "}},
+        {{"dicom/liver_nonbyte_aligned_rle.dcm", 2}, {62, "RLEDecoder::Decode: destination buffer size < "}},
+        {{"dicom/rtdose_rle.dcm", 1}, OddSegment("221", "3")},
+        {{"dicom/rtdose_rle.dcm", 5}, OddSegment("219", "3")},
+        {{"dicom/rtdose_rle.dcm", 6}, OddSegment("221", "3")},
+        {{"dicom/rtdose_rle.dcm", 7}, OddSegment("221", "3")},
+        {{"dicom/rtdose_rle.dcm", 8}, OddSegment("221", "3")},
+        {{"dicom/rtdose_rle.dcm", 9}, OddSegment("113", "2")},
+        {{"dicom/rtdose_rle.dcm", 13}, OddSegment("107", "2")},
+        {{"dicom/rtdose_rle.dcm", 14}, OddSegment("197", "3")},
+        {{"jpeg/A1.JPG", 0}, FourComponents("32108")},
+        {{"jpeg/C1.JPG", 0}, FourComponents("27773")},
+        {{"jpeg/C2.JPG", 0}, FourComponents("27923")},
+        {{"jpeg/O1.JPG", 0}, FourComponents("32768")},
+        {{"jpeg/jpg-cmyk-1.jpg", 0}, FourComponents("1498")},
+        {{"jpeg/E1.JPG", 0}, FourComponents("32768", true)},
+        {{"jpeg/O2.JPG", 0}, FourComponents("32768", true)},
+        {{"jpeg2000/p0_06.j2k", 0}, kComponents},
+        {{"jpeg2000/p0_13.j2k", 0}, kComponents},
+        {{"jp2/basn6a08.jp2", 0}, kComponents},
+        {{"jp2/Marrin.jp2", 0}, kComponents},
+        {{"jpeg2000/issue142.j2k", 0}, kSubsampled},
+        {{"jp2/issue411-ycc420.jp2", 0}, kSubsampled},
+        {{"jpeg2000/p0_08.j2k", 0}, kDeepColour},
+        {{"jp2/file7.jp2", 0}, kDeepColour},
+    };
+    return kFailures;
+}
+
+/// Pixels whose delivered form is in no row. Palettes and colour of 16 bits are as pydicom converts them, the
+/// others as the plain formula of YCbCr does.
+const std::map<std::pair<std::string, int>, const char*> kConverted = {
+    {{"dicom/OBXXXX1A_rle_2frame.dcm", 0},
+     "f27736ea1acb75cbd77cc44bdf061c884774d5dfaab52429152f950a19a1bde8"},
+    {{"dicom/OBXXXX1A_rle_2frame.dcm", 1},
+     "c495716e820348ea9a2db435b8e91696d16ba59e09b7e552ebad8d6b7c436424"},
+    {{"dicom/OT-PAL-8-face.dcm", 0}, "a7186c68c6490bff71e6d9c190c16bdf4780edf47bf352ea948eec34f887770a"},
+    {{"dicom/SC_rgb_expb_16bit.dcm", 0}, "169e619557b12114a7f0be8602026e9abb3d5045804311736ec14cecb026aca9"},
+    {{"dicom/SC_rgb_rle_16bit_2frame.dcm", 0},
+     "169e619557b12114a7f0be8602026e9abb3d5045804311736ec14cecb026aca9"},
+    {{"dicom/SC_rgb_rle_16bit_2frame.dcm", 1},
+     "d9d849600989153e95bbb6d8e5930903d4d407da3313921eee98a5beec2a3008"},
+    {{"dicom/SC_ybr_full_422_uncompressed.dcm", 0},
+     "e1799e8ad82b8c54818415b46e24fe2b34c07c2089256ef1318a182869edabc7"},
+    {{"dicom/SC_ybr_full_uncompressed.dcm", 0},
+     "e1799e8ad82b8c54818415b46e24fe2b34c07c2089256ef1318a182869edabc7"},
+    {{"dicom/examples_palette.dcm", 0}, "322156a65198e9bee9b231c14fcb48d06306bea5d39e9f3c0b0befb037eb834f"},
+    {{"dicom/gdcm-US-ALOKA-16_big.dcm", 0},
+     "97697b719ccd7c15c9cfbee12cb1285b2423b8bc3adf6bf45cb3858e4f0f3db4"},
+    {{"dicom/gen_be_8bit_ow_mono.dcm", 0},
+     "322156a65198e9bee9b231c14fcb48d06306bea5d39e9f3c0b0befb037eb834f"},
+    {{"jpeg/gen_lossless_rgb16.jpg", 0}, "b20b7ffcbc821730f6d38d4c062a1f6943122d137ce0a8912d708d976a5f857a"},
+    {{"dicom/gen_rle_ybr_full.dcm", 0}, "e1799e8ad82b8c54818415b46e24fe2b34c07c2089256ef1318a182869edabc7"},
+};
+
+/// 8-bit colour in big-endian words, exchanged over as many words as there are pixels: no row has that form.
+const std::string kHalfExchanged = "dicom/SC_rgb_small_odd_big_endian.dcm";
 
 bool StartsWith(const std::string& theText, const std::string& theBeginning)
 {
-    return theText.compare(0, theBeginning.size(), theBeginning) == 0;
+    return theText.rfind(theBeginning, 0) == 0;
 }
 
 std::string Hash(const Bytes& theBytes)
@@ -96,301 +143,266 @@ std::string Hash(const Bytes& theBytes)
     return Sha256(theBytes.data(), theBytes.size());
 }
 
-/// The expected hash of the form whose description begins so; only rows that must match exactly.
-std::string ExpectedHash(const std::vector<SampleRow>& theRows, const std::string& theForm)
+/// The row of the form whose description begins so; null where there is none that must match exactly.
+const SampleRow* FindRow(const Rows& theRows, const std::string& theForm)
 {
-    for (const SampleRow& aRow : theRows)
-    {
-        if (aRow.itsExact == "yes" && StartsWith(aRow.itsColourSpace, theForm) &&
-            aRow.itsColourSpace.find("REPLICATED") == std::string::npos)
-        {
-            return aRow.itsSHA256;
-        }
-    }
-    return "no row: " + theForm;
+    const auto aRow = std::find_if(theRows.begin(), theRows.end(),
+                                   [&](const SampleRow& theRow)
+                                   {
+                                       return theRow.itsExact == "yes" &&
+                                              StartsWith(theRow.itsColourSpace, theForm) &&
+                                              theRow.itsColourSpace.find("REPLICATED") == std::string::npos;
+                                   });
+    return aRow == theRows.end() ? nullptr : &*aRow;
 }
 
-bool HasRow(const std::vector<SampleRow>& theRows, const std::string& theForm)
+/// The row of what a JPEG 2000 codestream holds; null for other images.
+const SampleRow* FindComponents(const Rows& theRows)
 {
-    return !StartsWith(ExpectedHash(theRows, theForm), "no row");
+    const auto aRow = std::find_if(theRows.begin(), theRows.end(),
+                                   [](const SampleRow& theRow)
+                                   { return StartsWith(theRow.itsColourSpace, "codestream components"); });
+    return aRow == theRows.end() ? nullptr : &*aRow;
 }
 
-/// A sample file with a parsed header of its own, apart from the decode under test.
-class SampleFile
+/// The values of an image as a reader of its description takes them: the bits stored, sign-extended.
+Values ReadValues(const Renderable& theImage)
 {
-public:
-    explicit SampleFile(Bytes theBytes)
-        : itsBytes(std::move(theBytes)), itsStream(itsBytes.data(), itsBytes.size()),
-          itsRequest(&itsStream, &itsHeader, "", false, 1, 0, "", false),
-          itsFrontEnd(itsRequest, VMMemoryAllocator::GetDefaultInstance())
+    const auto* const aData = static_cast<const std::uint8_t*>(theImage.getPixelData());
+    const bool isWide = theImage.getBitsAllocated() == 16;
+    const int aSpan = 1 << theImage.getBitsStored();
+    Values aValues(static_cast<std::size_t>(theImage.getPixelDataSize()) / (isWide ? 2 : 1));
+    for (std::size_t i = 0; i < aValues.size(); ++i)
     {
-        DecompressionResult aResult;
-        if (itsFrontEnd.Open(aResult))
-        {
-            itsFrontEnd.Parse();
-            itsHeader.GetString(DICOMTags::PhotometricInterpretation, itsInterpretation);
-        }
+        const int aCode = (isWide ? aData[2 * i] | aData[2 * i + 1] << 8 : aData[i]) & (aSpan - 1);
+        aValues[i] = theImage.isSigned() && aCode >= aSpan / 2 ? aCode - aSpan : aCode;
     }
-
-    const Bytes& GetBytes() const { return itsBytes; }
-    const DICOMDataObject& GetHeader() const { return itsHeader; }
-    const RWCString& GetUID() const { return itsRequest.getTransferSyntaxUID(); }
-    const RWCString& GetInterpretation() const { return itsInterpretation; }
-    const Part10ImageAttributes& GetAttributes() const { return itsFrontEnd.GetAttributes(); }
-
-    bool IsJPEG2000() const { return StartsWith(GetUID(), "1.2.840.10008.1.2.4.9"); }
-    bool IsJPEG() const { return StartsWith(GetUID(), "1.2.840.10008.1.2.4.") && !IsJPEG2000(); }
-
-    /// One frame's samples below every colour conversion: native bytes in little-endian order, or what the
-    /// RLE codec gives. To be asked for once.
-    Bytes GetStoredSamples(int theFrame)
-    {
-        Bytes aFrame(GetAttributes().GetFrameSize(
-            Renderable::photometricInterpretationFromString(GetInterpretation())));
-        VR& anElement = *itsFrontEnd.GetPixelData();
-        if (PixelInputStreamVR* const aNative = anElement.GetPixelInputStream())
-        {
-            Bytes aValue(static_cast<std::size_t>(anElement.GetLength()));
-            aNative->ReadFully(aValue.data(), aValue.size());
-            const bool aSwap =
-                anElement.GetTypeCode() == VR::TYPE_OW && itsHeader.GetEndian() == DLEndian::BIG_ENDIAN_ORDER;
-            for (std::size_t i = 0; aSwap && i + 1 < aValue.size(); i += 2)
-            {
-                std::swap(aValue[i], aValue[i + 1]);
-            }
-            const std::size_t anOffset = aFrame.size() * static_cast<std::size_t>(theFrame);
-            std::copy_n(aValue.begin() + static_cast<std::ptrdiff_t>(anOffset), aFrame.size(),
-                        aFrame.begin());
-            return aFrame;
-        }
-        ImageFrameInputStream aFrames(*anElement.GetPixelDataFragmentInputStream(), GetUID(),
-                                      GetAttributes().itsNumberOfFrames, aFrame.size());
-        InputStream* const aStream = aFrames.GetFrame(theFrame);
-        CompressedCodestreamDecoder aDriver(GetUID(), GetAttributes().itsBitsStored, *aStream, itsHeader, 1,
-                                            Decoder::PET_FAST);
-        aDriver.Decode(aFrames.GetCurrentFrameLength(), aFrame.data(), aFrame.size());
-        return aFrame;
-    }
-
-private:
-    Bytes itsBytes;
-    MemoryInputStream itsStream;
-    DICOMDataObject itsHeader;
-    DecompressionRequest itsRequest;
-    Part10FrontEnd itsFrontEnd;
-    RWCString itsInterpretation;
-};
-
-PlainPalette ReadPalette(const DICOMDataObject& theHeader)
-{
-    constexpr DICOMTag kData[] = {DICOMTags::RedPaletteColorLookupTableData,
-                                  DICOMTags::GreenPaletteColorLookupTableData,
-                                  DICOMTags::BluePaletteColorLookupTableData};
-    constexpr DICOMTag kSegments[] = {DICOMTags::SegmentedRedPaletteColorLookupTableData,
-                                      DICOMTags::SegmentedGreenPaletteColorLookupTableData,
-                                      DICOMTags::SegmentedBluePaletteColorLookupTableData};
-    PlainPalette aPalette;
-    theHeader.GetBytes(DICOMTags::RedPaletteColorLookupTableDescriptor, aPalette.itsDescriptor);
-    for (std::size_t i = 0; i < 3; ++i)
-    {
-        Bytes aSegments;
-        if (theHeader.GetBytes(kSegments[i], aSegments))
-        {
-            aPalette.itsChannels[i] = PlainExpandSegments(aSegments);
-        }
-        else
-        {
-            theHeader.GetBytes(kData[i], aPalette.itsChannels[i]);
-        }
-    }
-    return aPalette;
+    return aValues;
 }
 
-/// What must come out of a native or RLE image whose delivered form is in no row: the stored samples are
-/// held against their row, then the plain formula is applied to them.
-Bytes ExpectedByFormula(SampleFile& theFile, int theFrame, const std::vector<SampleRow>& theRows)
+/// The raw samples that a row of the table was made of.
+Bytes ToRaw(const Values& theValues, int theBytesPerSample)
 {
-    const std::string anInterpretation = theFile.GetInterpretation();
-    const Bytes aStored = theFile.GetStoredSamples(theFrame);
-    const bool aPacked = anInterpretation == "YBR_FULL_422";
-    EXPECT_EQ(Hash(aStored), ExpectedHash(theRows, aPacked ? "YBR_FULL_422 packed as stored" : "stored"));
-    if (anInterpretation == "PALETTE COLOR")
+    Bytes aRaw;
+    for (const int aValue : theValues)
     {
-        const Bytes aWide =
-            ReadPalette(theFile.GetHeader()).Apply(aStored, theFile.GetAttributes().itsBitsAllocated / 8);
-        EXPECT_EQ(Hash(aWide), ExpectedHash(theRows, "RGB after palette lookup"));
-        return PlainHighBytes(aWide);
+        for (int aByte = 0; aByte < theBytesPerSample; ++aByte)
+        {
+            aRaw.push_back(static_cast<std::uint8_t>(aValue >> (8 * aByte)));
+        }
     }
-    if (anInterpretation == "RGB")
-    {
-        return PlainHighBytes(aStored);
-    }
-    return PlainYBRToRGB(aPacked ? PlainUnpack422(aStored) : aStored);
+    return aRaw;
 }
 
-bool NeedsFormula(const SampleFile& theFile)
+Bytes ReadReference(const std::string& theName)
 {
-    const std::string& anInterpretation = theFile.GetInterpretation();
-    return !theFile.IsJPEG() &&
-           (anInterpretation == "PALETTE COLOR" || StartsWith(anInterpretation, "YBR") ||
-            (anInterpretation == "RGB" && theFile.GetAttributes().itsBitsAllocated == 16));
+    constexpr std::size_t kGzipHeader = 10;
+    const Bytes aFile = SampleTable::ReadFile("reference/" + theName + ".raw.gz");
+    if (aFile.size() <= kGzipHeader)
+    {
+        return {};
+    }
+    InflatingInputStream aStream(
+        std::make_shared<MemoryInputStream>(aFile.data() + kGzipHeader, aFile.size() - kGzipHeader));
+    Bytes aRaw(std::size_t{1} << 24);
+    aRaw.resize(aStream.ReadFully(aRaw.data(), aRaw.size()));
+    return aRaw;
 }
 
-void CheckDeliveredFrame(SampleFile& theFile, int theFrame, const Outcome& theOutcome,
-                         const std::vector<SampleRow>& theRows)
+/// Within 1 of the reference, sample by sample.
+void ExpectNear(const Values& theValues, const Bytes& theReference, int theBytesPerSample, bool theIsSigned)
+{
+    ASSERT_EQ(theReference.size(), theValues.size() * static_cast<std::size_t>(theBytesPerSample));
+    for (std::size_t i = 0; i < theValues.size(); ++i)
+    {
+        const int aCode =
+            theBytesPerSample == 1 ? theReference[i] : theReference[2 * i] | theReference[2 * i + 1] << 8;
+        const int aReference =
+            theIsSigned && theBytesPerSample == 2 ? static_cast<std::int16_t>(aCode) : aCode;
+        ASSERT_LE(std::abs(theValues[i] - aReference), 1) << i;
+    }
+}
+
+/// Images that begin at odd positions: at reduced resolutions the tool that made the table lets them keep a
+/// row or a column too many, and fills it somehow. There is nothing to hold against these, nor against
+/// irreversible images at reduced resolutions: the conformance tests hold them against OpenJPEG's own decode,
+/// cut to the extent that the standard gives them.
+bool IsOneTooLarge(const SampleRow& theRow, const Renderable& theImage)
+{
+    const int aColumns = static_cast<int>(theRow.itsWidth) - theImage.getColumns();
+    const int aRows = static_cast<int>(theRow.itsHeight) - theImage.getRows();
+    return aColumns >= 0 && aColumns <= 1 && aRows >= 0 && aRows <= 1 && aColumns + aRows > 0;
+}
+
+void CheckComponents(const std::string& theName, const Renderable& theImage, const SampleRow& theRow,
+                     bool theIsReduced)
+{
+    const std::string kOddImages = "b1_mono.j2c b3_mono.j2c e2_colr.j2c gray-33x29-off31-97.j2k p1_01.j2k";
+    const bool isOdd = kOddImages.find(theName.substr(theName.find('/') + 1)) != std::string::npos;
+    if (theIsReduced && isOdd && IsOneTooLarge(theRow, theImage))
+    {
+        return;
+    }
+    EXPECT_EQ(theImage.getColumns(), static_cast<int>(theRow.itsWidth));
+    EXPECT_EQ(theImage.getRows(), static_cast<int>(theRow.itsHeight));
+    EXPECT_EQ(theImage.getSamplesPerPixel(), theRow.itsComponents);
+    Values aValues = ReadValues(theImage);
+    if (theName == "jpeg2000/j2k32.j2k")
+    {
+        // Signed colour: bare images deliver every colour unsigned.
+        std::for_each(aValues.begin(), aValues.end(), [](int& theValue) { theValue -= 128; });
+    }
+    const std::string aHash = Hash(ToRaw(aValues, theRow.itsBytesPerSample));
+    if (theRow.itsExact == "yes")
+    {
+        EXPECT_EQ(aHash, theRow.itsSHA256);
+    }
+    else if (aHash != theRow.itsSHA256 && !theIsReduced)
+    {
+        ExpectNear(aValues, ReadReference(theName), theRow.itsBytesPerSample, theImage.isSigned());
+    }
+}
+
+/// A byte for each bit, the lowest of a byte first.
+Bytes UnpackBits(const Bytes& thePacked, std::uint64_t thePixels)
+{
+    Bytes aBits(thePixels);
+    for (std::size_t i = 0; i < aBits.size(); ++i)
+    {
+        aBits[i] = thePacked[i / 8] >> (i % 8) & 1;
+    }
+    return aBits;
+}
+
+void CheckPixels(const std::string& theName, int theFrame, const Outcome& theOutcome, const Rows& theRows)
+{
+    const Bytes aPixels = theOutcome.Pixels();
+    const auto aConverted = kConverted.find({theName, theFrame});
+    if (aConverted != kConverted.end())
+    {
+        EXPECT_EQ(Hash(aPixels), aConverted->second);
+        return;
+    }
+    // A JPEG codec brings everything that is not RGB already from YCbCr to RGB: such files have that row, as
+    // has one without markers, for which its label is believed.
+    const SampleRow* aRow = FindRow(theRows, "RGB (YCbCr->RGB");
+    aRow = aRow != nullptr && theName != "dicom/SC_jpeg_no_color_transform.dcm" ? aRow
+                                                                                : FindRow(theRows, "stored");
+    EXPECT_EQ(theOutcome.Image()->getRows(), static_cast<int>(theRows.front().itsHeight));
+    EXPECT_EQ(theOutcome.Image()->getColumns(), static_cast<int>(theRows.front().itsWidth));
+    ASSERT_NE(aRow, nullptr);
+    const bool isPacked = theOutcome.Image()->getBitsAllocated() == 1;
+    EXPECT_EQ(Hash(isPacked ? UnpackBits(aPixels, aRow->itsWidth * aRow->itsHeight) : aPixels),
+              aRow->itsSHA256);
+}
+
+/// The description of any image that was delivered, and its pixels.
+void CheckDelivered(const std::string& theName, int theFrame, const Outcome& theOutcome, const Rows& theRows,
+                    int theScale)
 {
     ASSERT_EQ(theOutcome.Code(), 0) << theOutcome.Message();
     EXPECT_EQ(theOutcome.Message(), "Completed successfully");
     EXPECT_EQ(theOutcome.itsResult.getSystemErrorCode(), 0);
-    const Part10ImageAttributes& anAttributes = theFile.GetAttributes();
-    const Bytes aDelivered = theOutcome.Pixels();
+    const Renderable& anImage = *theOutcome.Image();
     EXPECT_EQ(theOutcome.itsAllocator->GetLiveBlocks(), 1u);
-    EXPECT_TRUE(theOutcome.Image()->getSamplesPerPixel() == 3 ||
-                theOutcome.itsAllocator->GetAllocations() == 1)
+    EXPECT_TRUE(anImage.getSamplesPerPixel() == 3 || theOutcome.itsAllocator->GetAllocations() == 1)
         << "a grey frame is one allocation";
-    EXPECT_EQ(aDelivered.size(), theOutcome.Image()->getRequiredPixelDataBufferSize());
-    EXPECT_TRUE(theOutcome.Image()->isPixelDataLittleEndian() || theOutcome.Image()->getBitsAllocated() == 8);
-    EXPECT_EQ(theOutcome.Image()->getRows(), anAttributes.itsRows);
-    EXPECT_EQ(theOutcome.Image()->getColumns(), anAttributes.itsColumns);
-    if (NeedsFormula(theFile))
+    EXPECT_EQ(theOutcome.Pixels().size(), anImage.getRequiredPixelDataBufferSize());
+    EXPECT_TRUE(anImage.isPixelDataLittleEndian() || anImage.getBitsAllocated() == 8);
+    if (const SampleRow* const aComponents = FindComponents(theRows))
     {
-        EXPECT_EQ(aDelivered, ExpectedByFormula(theFile, theFrame, theRows));
+        CheckComponents(theName, anImage, *aComponents, theScale > 1);
+        return;
     }
-    else if (anAttributes.itsBitsAllocated == 1)
+    CheckPixels(theName, theFrame, theOutcome, theRows);
+}
+
+/// With unsigned pixels asked for, JPEG 2000 has the same values above the lowest one that there can be, as
+/// whole words or bytes.
+void CheckUnsigned(const Bytes& theFile, int theFrame, int theScale, const Renderable& theSigned)
+{
+    DICOMDataObject aDataSet;
+    Outcome anUnsigned = RunPart10(theFile, &aDataSet, {theFrame, theScale, true});
+    ASSERT_EQ(anUnsigned.Code(), 0) << anUnsigned.Message();
+    EXPECT_FALSE(anUnsigned.Image()->isSigned());
+    if (theSigned.isSigned())
     {
-        const std::size_t aPixels = static_cast<std::size_t>(anAttributes.itsRows) *
-                                    static_cast<std::size_t>(anAttributes.itsColumns);
-        EXPECT_EQ(Hash(PlainUnpackBits(aDelivered, aPixels)), ExpectedHash(theRows, "stored"));
+        const Values aSigned = ReadValues(theSigned);
+        anUnsigned.itsResult.getRenderable()->setBitsStored(anUnsigned.Image()->getBitsAllocated());
+        Values aValues = ReadValues(*anUnsigned.Image());
+        const int aLevel = aValues.front() - aSigned.front();
+        EXPECT_GT(aLevel, 0);
+        std::for_each(aValues.begin(), aValues.end(), [=](int& theValue) { theValue -= aLevel; });
+        EXPECT_EQ(aValues, aSigned);
+    }
+}
+
+/// A bare JPEG stream: by itself, or, where it is deeper than 8 bits, in a DICOM file that says so.
+Outcome RunJpeg(const Bytes& theStream, bool theIsPlainColour)
+{
+    const Bytes kFrameHeaders[] = {{0xff, 0xc0}, {0xff, 0xc1}, {0xff, 0xc2}, {0xff, 0xc3}};
+    auto aHeader = theStream.end();
+    for (const Bytes& aMarker : kFrameHeaders)
+    {
+        aHeader = std::min(aHeader,
+                           std::search(theStream.begin(), theStream.end(), aMarker.begin(), aMarker.end()));
+    }
+    JpegSpec aSpec;
+    aSpec.itsPrecision = aHeader == theStream.end() ? 8 : aHeader[4];
+    if (aSpec.itsPrecision <= 8)
+    {
+        // Without markers that say so, only a data set can tell that three components are RGB already.
+        DICOMDataObject aDataSet;
+        aDataSet.ReplaceVR(
+            MVRFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(), VR::GetDefaultMemoryAllocater())
+                .CreateString(DICOMTags::PhotometricInterpretation, "RGB"));
+        return RunBareImage(theStream, TransferSyntaxType::TSJPEG50UID,
+                            theIsPlainColour ? &aDataSet : nullptr);
+    }
+    aSpec.itsComponents = aHeader[9];
+    aSpec.itsHeight = aHeader[5] * 256 + aHeader[6];
+    aSpec.itsWidth = aHeader[7] * 256 + aHeader[8];
+    const RWCString& aUID =
+        aHeader[1] == 0xc3 ? TransferSyntaxType::TSJPEG57UID : TransferSyntaxType::TSJPEG51UID;
+    DICOMDataObject aDataSet;
+    return RunPart10(
+        Part10Files::Encapsulated(aUID, aSpec, aSpec.itsComponents == 1 ? "MONOCHROME2" : "RGB", {theStream}),
+        &aDataSet);
+}
+
+void CheckFile(const std::string& theName, const Bytes& theFile, int theFrame, const Rows& theRows,
+               int theScale)
+{
+    SCOPED_TRACE(theName + " frame " + std::to_string(theFrame) + " at scale " + std::to_string(theScale));
+    Outcome anOutcome;
+    if (StartsWith(theName, "dicom/"))
+    {
+        DICOMDataObject aDataSet;
+        anOutcome = RunPart10Quietly(theFile, &aDataSet, {theFrame, theScale});
+    }
+    else if (StartsWith(theName, "jpeg/"))
+    {
+        anOutcome = RunJpeg(theFile, theRows.front().itsComponents == 3 &&
+                                         FindRow(theRows, "RGB (YCbCr->RGB") == nullptr);
     }
     else
     {
-        // A JPEG codec brings everything that is not labelled RGB from YCbCr to RGB.
-        const bool aConverted = theFile.IsJPEG() && StartsWith(theFile.GetInterpretation(), "YBR");
-        EXPECT_EQ(Hash(aDelivered), ExpectedHash(theRows, aConverted ? "RGB (YCbCr->RGB" : "stored"));
+        anOutcome = RunBareImage(theFile, TransferSyntaxType::TSJPEG2KUID, nullptr, {0, theScale});
     }
-}
-
-void CheckFailure(const ExpectedFailure& theFailure, int theCode, const std::string& theText)
-{
-    EXPECT_EQ(theCode, theFailure.itsCode) << theFailure.itsReason;
-    EXPECT_EQ(theText, theFailure.itsText) << theFailure.itsReason;
-}
-
-void CheckDicomFrame(const std::string& theName, const Bytes& theBytes, int theFrame,
-                     const std::vector<SampleRow>& theRows)
-{
-    SCOPED_TRACE(theName + " frame " + std::to_string(theFrame));
-    DICOMDataObject aDataSet;
-    const Outcome anOutcome = RunPart10(theBytes, &aDataSet, {theFrame});
-    SampleFile aFile(theBytes);
-    if (const ExpectedFailure* const aFailure = FindExpectedFailure(theName, theFrame))
+    const auto aFailure = ExpectedFailures().find({theName, theFrame});
+    if (aFailure != ExpectedFailures().end())
     {
-        CheckFailure(*aFailure, anOutcome.Code(), anOutcome.Message());
+        EXPECT_EQ(anOutcome.Code(), aFailure->second.itsCode);
+        EXPECT_EQ(anOutcome.Message(), aFailure->second.itsText);
         EXPECT_EQ(anOutcome.Image(), nullptr);
-    }
-    else if (!aFile.IsJPEG2000()) // those have a walk of their own
-    {
-        CheckDeliveredFrame(aFile, theFrame, anOutcome, theRows);
-    }
-}
-
-/// What the frame header of a JPEG stream says.
-struct JpegFrameHeader
-{
-    int itsMarker = 0;
-    int itsPrecision = 0;
-    std::size_t itsSamples = 0; ///< rows × columns × components
-
-    static JpegFrameHeader Read(const Bytes& theStream)
-    {
-        JpegFrameHeader aHeader;
-        for (std::size_t i = 2; i + 9 < theStream.size();)
-        {
-            const int aMarker = theStream[i + 1];
-            if (aMarker >= 0xc0 && aMarker <= 0xcf && aMarker != 0xc4 && aMarker != 0xcc)
-            {
-                aHeader.itsMarker = aMarker;
-                aHeader.itsPrecision = theStream[i + 4];
-                aHeader.itsSamples = std::size_t(theStream[i + 5] * 256 + theStream[i + 6]) *
-                                     std::size_t(theStream[i + 7] * 256 + theStream[i + 8]) *
-                                     theStream[i + 9];
-                break;
-            }
-            i += 2 + std::size_t(theStream[i + 2] * 256 + theStream[i + 3]);
-        }
-        return aHeader;
-    }
-};
-
-void SetInterpretation(DICOMDataObject& theDataSet, const std::string& theInterpretation)
-{
-    const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    theDataSet.ReplaceVR(aFactory.CreateString(DICOMTags::PhotometricInterpretation, theInterpretation));
-}
-
-/// Streams of more than 8 bits go through the driver with what their frame header calls for.
-void CheckDeepJpeg(const std::string& theName, const Bytes& theStream, const JpegFrameHeader& theHeader,
-                   const std::vector<SampleRow>& theRows)
-{
-    DICOMDataObject aDataSet;
-    SetInterpretation(aDataSet, theRows.front().itsComponents == 1 ? "MONOCHROME2" : "RGB");
-    MemoryInputStream aStream(theStream.data(), theStream.size());
-    const RWCString& aUID =
-        theHeader.itsMarker == 0xc3 ? TransferSyntaxType::TSJPEG57UID : TransferSyntaxType::TSJPEG51UID;
-    CompressedCodestreamDecoder aDriver(aUID, theHeader.itsPrecision, aStream, aDataSet, 1,
-                                        Decoder::PET_FAST);
-    Bytes anOutput(theHeader.itsSamples * 2);
-    const ExpectedFailure* const aFailure = FindExpectedFailure(theName, 0);
-    try
-    {
-        aDriver.Decode(static_cast<unsigned int>(theStream.size()), anOutput.data(), anOutput.size());
-        EXPECT_EQ(aFailure, nullptr) << "listed as a failure";
-        EXPECT_EQ(Hash(anOutput), ExpectedHash(theRows, "stored"));
-    }
-    catch (const DICOMLibException& anException)
-    {
-        ASSERT_NE(aFailure, nullptr) << anException.what();
-        CheckFailure(*aFailure, anException.GetResultCode(), anException.GetMessageText());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        ASSERT_NE(aFailure, nullptr) << anException.what();
-        CheckFailure(*aFailure, 0, anException.GetMessageText());
-    }
-}
-
-void CheckJpeg(const std::string& theName, const Bytes& theStream, const std::vector<SampleRow>& theRows)
-{
-    SCOPED_TRACE(theName);
-    const JpegFrameHeader aHeader = JpegFrameHeader::Read(theStream);
-    if (aHeader.itsPrecision > 8)
-    {
-        CheckDeepJpeg(theName, theStream, aHeader, theRows);
         return;
     }
-    // Without markers that say so, only a data set can tell that three components are RGB already.
-    DICOMDataObject aDataSet;
-    SetInterpretation(aDataSet, "RGB");
-    const bool aConverted = HasRow(theRows, "RGB (YCbCr->RGB");
-    const Outcome anOutcome =
-        RunBareImage(theStream, TransferSyntaxType::TSJPEG50UID,
-                     aConverted || theRows.front().itsComponents == 1 ? nullptr : &aDataSet);
-    if (const ExpectedFailure* const aFailure = FindExpectedFailure(theName, 0))
+    CheckDelivered(theName, theFrame, anOutcome, theRows, theScale);
+    if (StartsWith(theName, "dicom/") && FindComponents(theRows) != nullptr && anOutcome.Image() != nullptr)
     {
-        CheckFailure(*aFailure, anOutcome.Code(), anOutcome.Message());
-        return;
+        CheckUnsigned(theFile, theFrame, theScale, *anOutcome.Image());
     }
-    ASSERT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
-    EXPECT_EQ(Hash(anOutcome.Pixels()), ExpectedHash(theRows, aConverted ? "RGB (YCbCr->RGB" : "stored"));
 }
-
-const char* const kHalfExchangedFile = "dicom/SC_rgb_small_odd_big_endian.dcm";
-
-/// The row of this file was made by a tool that took the words of its big-endian lookup table for
-/// little-endian ones. The other file is the same image in little-endian, with the same stored samples.
-const char* const kBigEndianTwin = "dicom/gen_be_8bit_ow_mono.dcm";
-const char* const kLittleEndianTwin = "dicom/examples_palette.dcm";
 } // namespace
 
 class SampleWalk : public testing::Test
@@ -407,50 +419,40 @@ protected:
 
 TEST_F(SampleWalk, EveryFileOfTheTableMatchesOrFailsAsListed)
 {
-    const SampleTable aTable = SampleTable::Load();
-    ASSERT_GT(aTable.GetFiles().size(), 100u);
-    for (const auto& [aName, aFrames] : aTable.GetFiles())
+    int aFrameCount = 0;
+    for (const int aScale : {1, 2, 3})
     {
-        const Bytes aBytes = SampleTable::ReadFile(aName);
-        ASSERT_FALSE(aBytes.empty()) << aName;
-        if (StartsWith(aName, "jpeg2000/") || StartsWith(aName, "jp2/"))
+        const SampleTable aTable = SampleTable::Load(aScale - 1);
+        for (const auto& [aName, aFrames] : aTable.GetFiles())
         {
-            continue; // likewise
-        }
-        ASSERT_FALSE(aFrames.empty()) << aName << " has no frame in the table";
-        for (const auto& [aFrame, aRows] : aFrames)
-        {
-            if (StartsWith(aName, "jpeg/"))
+            const Bytes aBytes = SampleTable::ReadFile(aName);
+            ASSERT_FALSE(aBytes.empty()) << aName;
+            EXPECT_FALSE(aFrames.empty() && aScale == 1) << aName << " has no frame in the table";
+            for (const auto& [aFrame, aRows] : aFrames)
             {
-                CheckJpeg(aName, aBytes, aRows);
-            }
-            else if (aName != kHalfExchangedFile)
-            {
-                CheckDicomFrame(aName, aBytes, aFrame,
-                                aName == kBigEndianTwin ? aTable.GetFiles().at(kLittleEndianTwin).at(0)
-                                                        : aRows);
+                if (aName != kHalfExchanged && (aScale == 1 || FindComponents(aRows) != nullptr))
+                {
+                    CheckFile(aName, aBytes, aFrame, aRows, aScale);
+                    ++aFrameCount;
+                }
             }
         }
     }
+    EXPECT_GT(aFrameCount, 300);
 }
 
 TEST_F(SampleWalk, BigEndianColourIsExchangedOverAsManyWordsAsThereArePixels)
 {
-    // 3 × 3 pixels of 8-bit RGB in OW words: the exchange counts pixels, so that it reaches 18 of the 27
-    // bytes and the rest stays as it stands in the file. No row has that form.
-    const SampleTable aTable = SampleTable::Load();
-    SampleFile aFile(SampleTable::ReadFile(kHalfExchangedFile));
-    const Bytes aSwapped = aFile.GetStoredSamples(0);
-    EXPECT_EQ(Hash(aSwapped), ExpectedHash(aTable.GetFiles().at(kHalfExchangedFile).at(0), "stored"));
-    DICOMDataObject aDataSet;
-    const Bytes aDelivered = RunPart10(aFile.GetBytes(), &aDataSet).Pixels();
-    ASSERT_EQ(aDelivered.size(), 27u);
-    EXPECT_TRUE(std::equal(aDelivered.begin(), aDelivered.begin() + 18, aSwapped.begin()));
-    for (std::size_t i = 18; i < 26; i += 2)
+    // 3 × 3 pixels of 8-bit RGB in OW words, the value at the end of the file: the exchange reaches 18 of the
+    // 27 bytes, and the rest stays as it stands there.
+    const Bytes aFile = SampleTable::ReadFile(kHalfExchanged);
+    Bytes anExpected(aFile.end() - 28, aFile.end() - 1);
+    for (std::size_t i = 0; i < 18; i += 2)
     {
-        EXPECT_EQ(aDelivered[i], aSwapped[i + 1]);
-        EXPECT_EQ(aDelivered[i + 1], aSwapped[i]);
+        std::swap(anExpected[i], anExpected[i + 1]);
     }
+    DICOMDataObject aDataSet;
+    EXPECT_EQ(RunPart10(aFile, &aDataSet).Pixels(), anExpected);
 }
 
 TEST_F(SampleWalk, ABareDataSetDecodesBehindFileMetaInformation)
@@ -459,9 +461,8 @@ TEST_F(SampleWalk, ABareDataSetDecodesBehindFileMetaInformation)
     const Bytes aWrapped =
         DicomBuilder(DicomBuilder::Syntax::IMPLICIT_LITTLE).AddRaw(SampleTable::ReadFile(kName)).Build();
     const SampleTable aTable = SampleTable::Load();
-    SampleFile aFile(aWrapped);
     DICOMDataObject aDataSet;
-    CheckDeliveredFrame(aFile, 0, RunPart10(aWrapped, &aDataSet), aTable.GetFiles().at(kName).at(0));
+    CheckDelivered(kName, 0, RunPart10(aWrapped, &aDataSet), aTable.GetFiles().at(kName).at(0), 1);
 }
 
 TEST_F(SampleWalk, DamagedFilesEndInAnErrorOrInPixels)
