@@ -10,10 +10,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
 {
     SetFuzzLimits();
     FuzzInput anInput(theData, theSize);
-    const RWCString* const kSyntaxes[] = {&TransferSyntaxType::TSJPEG50UID, &TransferSyntaxType::TSJPEG51UID,
-                                          &TransferSyntaxType::TSJPEG70UID, &TransferSyntaxType::TSJPEG2KUID,
-                                          &TransferSyntaxType::TSJPEG2KLosslessUID};
-    const RWCString aUID = *anInput.TakeOne(kSyntaxes);
+    const char* const kSyntaxes[] = {TransferSyntaxType::TSJPEG50UID, TransferSyntaxType::TSJPEG51UID,
+                                     TransferSyntaxType::TSJPEG70UID, TransferSyntaxType::TSJPEG2KUID,
+                                     TransferSyntaxType::TSJPEG2KLosslessUID};
+    const RWCString aUID = anInput.TakeOne(kSyntaxes);
     const int aScale = anInput.TakeNumber(1, 3);
     const bool isUnsigned = anInput.TakeFlag();
     const bool hasDataSet = anInput.TakeFlag();

@@ -92,9 +92,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
 {
     SetFuzzLimits();
     FuzzInput anInput(theData, theSize);
-    const RWCString* const kSyntaxes[] = {&TransferSyntaxType::TSJPEG50UID, &TransferSyntaxType::TSJPEG51UID,
-                                          &TransferSyntaxType::TSJPEG57UID, &TransferSyntaxType::TSJPEG70UID};
-    const RWCString& aUID = *anInput.TakeOne(kSyntaxes);
+    const char* const kSyntaxes[] = {TransferSyntaxType::TSJPEG50UID, TransferSyntaxType::TSJPEG51UID,
+                                     TransferSyntaxType::TSJPEG57UID, TransferSyntaxType::TSJPEG70UID};
+    const RWCString aUID = anInput.TakeOne(kSyntaxes);
     const int aBuild = anInput.TakeNumber(0, 2);
     const FuzzFrame aFrame(anInput);
     DecodeFrame(aFrame, aUID, 0);

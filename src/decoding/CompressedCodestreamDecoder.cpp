@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
-#include "decoding/LeastCompressedSize.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
@@ -40,6 +40,16 @@ struct CompressedCodestreamDecoder::HandOver
     }
 };
 
+/// A codec and the row of the table that it was made of.
+struct CompressedCodestreamDecoder::Codec
+{
+    std::unique_ptr<Decoder> itsDecoder;
+    const CodecRow* itsRow = nullptr;
+
+    Decoder& operator*() const { return *itsDecoder; }
+    Decoder* operator->() const { return itsDecoder.get(); }
+};
+
 CompressedCodestreamDecoder::CompressedCodestreamDecoder(const RWCString& theTransferSyntaxUID,
                                                          int theBitsStored, InputStream& theStream,
                                                          DICOMDataObject& theDataSet, int theScaleFactor,
@@ -72,14 +82,13 @@ void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theO
                                          std::uint64_t theOutputSize, std::uint8_t* theHandOverBuffer,
                                          int theHandOverBytes)
 {
-    std::unique_ptr<Decoder> aCodec =
-        OpenCodec({std::unique_ptr<std::uint8_t[]>(theHandOverBuffer), theHandOverBytes});
+    Codec aCodec = OpenCodec({std::unique_ptr<std::uint8_t[]>(theHandOverBuffer), theHandOverBytes});
     if (IsLosslessPrecisionHidden(*aCodec))
     {
         // Cannot come here twice: the precision is at least 13 and the bits stored no longer 8.
         itsBitsStored = aCodec->GetPrecision();
         HandOver aHandOver = HandOver::TakeFrom(*aCodec);
-        aCodec.reset();
+        aCodec.itsDecoder.reset();
         Decode(theFrameLength, theOutput, theOutputSize, aHandOver.itsBuffer.release(), aHandOver.itsBytes);
         return;
     }
@@ -91,18 +100,19 @@ void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theO
     }
     SettleSign(*aCodec);
     CheckOutputSize(*aCodec, theOutputSize);
-    LeastCompressedSize::Check(*aCodec, theFrameLength);
+    aCodec.itsRow->CheckLength(*aCodec, theFrameLength);
     aCodec->Decode(theFrameLength, ProvideOutput(theOutput), theOutputSize);
     itsTotalBytesRead = aCodec->GetTotalBytesRead();
     itsScaleFactor = aCodec->GetScaleFactor();
 }
 
-std::unique_ptr<Decoder> CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,
-                                                                  int theBitsStored) const
+CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,
+                                                                            int theBitsStored) const
 {
-    std::unique_ptr<Decoder> aCodec(
-        DecoderFactory::Create(theUID, itsScaleFactor, itsParsingErrorTolerance, false, theBitsStored));
-    if (aCodec == nullptr)
+    Codec aCodec{std::unique_ptr<Decoder>(DecoderFactory::Create(
+                     theUID, itsScaleFactor, itsParsingErrorTolerance, false, theBitsStored)),
+                 CodecTable::Find(theUID)};
+    if (aCodec.itsDecoder == nullptr)
     {
         throw StreamIOException("CompressedStreamDecoder::Decode: Unable to create Decoder for transfer "
                                 "syntax with UID = " +
@@ -120,9 +130,9 @@ void CompressedCodestreamDecoder::SetSource(Decoder& theCodec, HandOver theHandO
 }
 
 // A codec that has read its header: the announced one, or the one that the stream really needs.
-std::unique_ptr<Decoder> CompressedCodestreamDecoder::OpenCodec(HandOver theHandOver)
+CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::OpenCodec(HandOver theHandOver)
 {
-    std::unique_ptr<Decoder> aCodec = CreateCodec(itsTransferSyntaxUID, itsBitsStored);
+    Codec aCodec = CreateCodec(itsTransferSyntaxUID, itsBitsStored);
     RWCString aUID;
     int aBitsStored = itsBitsStored;
     try
@@ -138,7 +148,7 @@ std::unique_ptr<Decoder> CompressedCodestreamDecoder::OpenCodec(HandOver theHand
         }
     }
     HandOver aHandOver = HandOver::TakeFrom(*aCodec);
-    aCodec.reset();
+    aCodec.itsDecoder.reset();
     aCodec = CreateCodec(aUID, aBitsStored);
     SetSource(*aCodec, std::move(aHandOver));
     return aCodec;

@@ -24,14 +24,16 @@ public:
     CompressedCodestreamDecoder(const RWCString& theTransferSyntaxUID, int theBitsStored,
                                 InputStream& theStream, DICOMDataObject& theDataSet, int theScaleFactor,
                                 Decoder::ParsingErrorTolerance theTolerance);
+
+    /// Called once the header has been read; false ends the decode with StreamIOException (code 54). Declared
+    /// ahead of the destructor: derived classes elsewhere find it in the first place of the table.
+    virtual bool CodestreamHeaderRead(Decoder& theDecoder);
+
     virtual ~CompressedCodestreamDecoder();
 
     /// Copies read the same stream and write to the same data set.
     CompressedCodestreamDecoder(const CompressedCodestreamDecoder&);
     CompressedCodestreamDecoder& operator=(const CompressedCodestreamDecoder&) = delete;
-
-    /// Called once the header has been read; false ends the decode with StreamIOException (code 54).
-    virtual bool CodestreamHeaderRead(Decoder& theDecoder);
 
     /// Decodes into theOutput, theOutputSize bytes. theFrameLength: bytes of the compressed frame, 0 where
     /// that is not known. Throws StreamIOException code 48 when the transfer syntax has no codec, code 62
@@ -69,9 +71,10 @@ protected:
 
 private:
     struct HandOver;
+    struct Codec;
 
-    std::unique_ptr<Decoder> CreateCodec(const RWCString& theUID, int theBitsStored) const;
-    std::unique_ptr<Decoder> OpenCodec(HandOver theHandOver);
+    Codec CreateCodec(const RWCString& theUID, int theBitsStored) const;
+    Codec OpenCodec(HandOver theHandOver);
     void SetSource(Decoder& theCodec, HandOver theHandOver);
     bool FindReplacement(const RWCString& theText, RWCString& theUID, int& theBitsStored) const;
     bool IsLosslessPrecisionHidden(const Decoder& theCodec) const;

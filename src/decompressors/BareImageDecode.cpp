@@ -2,30 +2,24 @@
 #include "decompressors/detail/BareImageDecode.h"
 
 #include <algorithm>
-#include <limits>
 
+#include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
-#include "decoding/LeastCompressedSize.h"
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
+#include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/PrivateElements.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace
 {
-const char* const kPrivateCreator = "QUORIX0";
-
-bool IsJPEG2000(const RWCString& theUID)
-{
-    return theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
-}
-
 /// Two look-ups are there for files of this library's own making; a data set that cannot answer or hold
 /// them must not cost the image.
 template <class LookUp>
@@ -39,12 +33,6 @@ void Optional(const LookUp& theLookUp)
     {
     }
 }
-
-bool IsMarkedLossy(const DICOMDataObject& theDataSet)
-{
-    RWCString aLossy;
-    return theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
-}
 } // namespace
 
 BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
@@ -55,10 +43,11 @@ BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocat
 std::unique_ptr<Renderable> BareImageDecode::Run()
 {
     const RWCString& aUID = itsRequest.getTransferSyntaxUID();
-    // Nobody knows the real bits stored yet; 8 is what a bare stream is taken for.
+    // Nobody knows the real bits stored yet; 8 is what a bare stream is taken for. It may come as a file.
     const std::unique_ptr<Decoder> aCodec(
-        DecoderFactory::Create(aUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, IsJPEG2000(aUID), 8));
-    if (!aCodec)
+        DecoderFactory::Create(aUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, true, 8));
+    itsRow = CodecTable::Find(aUID);
+    if (!aCodec || itsRow == nullptr)
     {
         return nullptr;
     }
@@ -79,15 +68,15 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
 
 void BareImageDecode::PrepareCodec(Decoder& theCodec)
 {
-    const bool aLossless = itsRequest.getTransferSyntaxUID() == TransferSyntaxType::TSJPEG2KLosslessUID;
-    if (aLossless || (itsDataSet != nullptr && !IsMarkedLossy(*itsDataSet)))
+    const bool isLossless = itsRow->itsTerms == nullptr;
+    if (isLossless || (itsDataSet != nullptr && !itsDataSet->IsMarkedLossy()))
     {
         theCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
     }
     theCodec.SetSource(itsDataSet, *itsRequest.getCompressedSource());
     if (itsDataSet != nullptr)
     {
-        Optional([this] { itsDataSet->ReservePrivateBlock(kPrivateCreator); });
+        Optional([this] { itsDataSet->ReservePrivateBlock(PrivateElements::Creator); });
         std::int32_t aPixelRepresentation = 0;
         itsDataSet->GetInteger(DICOMTags::PixelRepresentation, aPixelRepresentation);
         theCodec.SetSigned(itsRequest.isV5ConvertPixelsToUnsigned() ? 0 : aPixelRepresentation);
@@ -102,14 +91,8 @@ void BareImageDecode::ReadDataSet()
     {
         itsDataSet->GetString(DICOMTags::PhotometricInterpretation, itsOriginalInterpretation);
     }
-    itsLossy = IsMarkedLossy(*itsDataSet);
-    Optional(
-        [this]
-        {
-            std::int32_t aFlag = 0;
-            itsForcedLossless =
-                itsDataSet->GetPrivateInteger(kPrivateCreator, "LosslessCmpFlag", aFlag) && aFlag == 1;
-        });
+    itsLossy = itsDataSet->IsMarkedLossy();
+    Optional([this] { itsForcedLossless = itsDataSet->IsMarkedLossless(); });
     itsDataSet->GetInteger(DICOMTags::BitsStored, itsDataSetBitsStored);
 }
 
@@ -156,7 +139,7 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
         throw BadAllocException(
             theCodec.Decoder::GetOutputSize()); // by the layout, whatever the codec demands
     }
-    LeastCompressedSize::Check(theCodec, itsRequest.getSourceLength());
+    itsRow->CheckLength(theCodec, itsRequest.getSourceLength());
     itsRenderable = std::make_unique<Renderable>(itsMemoryAllocator);
     itsRenderable->setPixelData(itsMemoryAllocator.Allocate(static_cast<std::uint64_t>(aSize)),
                                 static_cast<std::uint64_t>(aSize));
@@ -171,26 +154,20 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
 
 void BareImageDecode::Describe(const Decoder& theCodec)
 {
-    Renderable& anImage = *itsRenderable;
-    anImage.setPhotometricInterpretation(
-        Renderable::photometricInterpretationFromString(itsOutputInterpretation));
-    anImage.setRows(static_cast<std::int32_t>(theCodec.GetImageHeight()));
-    anImage.setColumns(static_cast<std::int32_t>(theCodec.GetImageWidth()));
-    anImage.setSamplesPerPixel(theCodec.GetSamplesPerPixel());
-    anImage.setBitsAllocated(static_cast<std::int16_t>(theCodec.GetBitsAllocatedPerSample()));
-    anImage.setBitsStored(
-        static_cast<std::int16_t>(std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored)));
-    anImage.setHighBit(static_cast<std::int16_t>(theCodec.GetHighBit()));
-    anImage.setSigned(theCodec.IsSigned() != 0);
-    anImage.setPlanarConfiguration(false);
-    anImage.setPixelAspectRatioVertical(1);
-    anImage.setPixelAspectRatioHorizontal(1);
-    anImage.setLossyImageCompression(
-        itsDataSet != nullptr ? itsLossy : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE);
-    anImage.setScaleFactor(static_cast<std::int16_t>(
-        std::clamp(theCodec.GetScaleFactor(), 1, int{std::numeric_limits<std::int16_t>::max()})));
-    anImage.setCompressionRatio(GetRatio(theCodec));
-    anImage.setPixelDataLittleEndian(true);
+    ImageDescription aDescription;
+    aDescription.itsInterpretation = Renderable::photometricInterpretationFromString(itsOutputInterpretation);
+    aDescription.itsRows = static_cast<std::int32_t>(theCodec.GetImageHeight());
+    aDescription.itsColumns = static_cast<std::int32_t>(theCodec.GetImageWidth());
+    aDescription.itsSamplesPerPixel = theCodec.GetSamplesPerPixel();
+    aDescription.itsBitsAllocated = theCodec.GetBitsAllocatedPerSample();
+    aDescription.itsBitsStored = std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored);
+    aDescription.itsHighBit = theCodec.GetHighBit();
+    aDescription.itsIsSigned = theCodec.IsSigned() != 0;
+    aDescription.itsIsLossy =
+        itsDataSet != nullptr ? itsLossy : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE;
+    aDescription.itsScaleFactor = theCodec.GetScaleFactor();
+    aDescription.itsCompressionRatio = GetRatio(theCodec);
+    aDescription.WriteTo(*itsRenderable);
 }
 
 std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
@@ -202,7 +179,7 @@ std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
             TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aUID), 0, 0, true);
     }
     // A codec that cannot reduce reports 1; the ratio deliberately follows the request all the same.
-    const int aScaleFactor = IsJPEG2000(aUID) ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();
+    const int aScaleFactor = itsRow->itsCanReduce ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();
     return CompressionRatio::Calculate(itsRenderable->getPixelDataSize(), aScaleFactor,
                                        theCodec.GetTotalBytesRead());
 }

@@ -7,6 +7,7 @@
 
 #include "codecs/jpeg/JPEGHeader.h"
 #include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/CodecTable.h"
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/CompressionRatio.h"
@@ -19,7 +20,6 @@
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/RewindableInputStream.h"
 
 namespace
@@ -126,7 +126,7 @@ std::unique_ptr<Renderable> DecodeJPEG(InputStream& theStream, int theScale)
     aStream.Rewind();
     if (!aHeader)
     {
-        return DecodePlain(aStream, TransferSyntaxType::TSJPEG50UID, nullptr, theScale);
+        return DecodePlain(aStream, CodecTable::FindImageType(IMAGE_TYPE_JPEG)->itsUID, nullptr, theScale);
     }
     if (aHeader->itsPrecision > 8)
     {
@@ -142,8 +142,5 @@ std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImage
 {
     return theType == IMAGE_TYPE_JPEG
                ? DecodeJPEG(theStream, theScale)
-               : DecodePlain(theStream,
-                             theType == IMAGE_TYPE_JPEG2000 ? TransferSyntaxType::TSJPEG2KUID
-                                                            : TransferSyntaxType::TSJPEG2KLosslessUID,
-                             nullptr, theScale);
+               : DecodePlain(theStream, CodecTable::FindImageType(theType)->itsUID, nullptr, theScale);
 }

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "decompressors/FileToRenderableDecompressor.h"
+#include "decoding/ImageType.h"
 #include "toolkit/base/Export.h"
 
 class InputStream;

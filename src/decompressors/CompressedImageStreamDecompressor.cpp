@@ -8,7 +8,7 @@
 #include "decompressors/detail/BareImageDecode.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/CaughtException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace
@@ -19,14 +19,16 @@ void SetOutcome(DecompressionResult& theResult, DLResultCode theCode, const RWCS
     theResult.setMessage(theMessage);
 }
 
-void SetDecoderFailure(DecompressionResult& theResult, DLResultCode theCode, const RWCString& theName,
-                       const RWCString& theText)
+void SetDecoderFailure(DecompressionResult& theResult, const CaughtException& theCause)
 {
     RWCString aMessage;
-    DecompressionLibUtils::ErrMessage(aMessage, "Decoder exception: %s: %s", theName.c_str(),
-                                      theText.c_str());
+    DecompressionLibUtils::ErrMessage(aMessage, "Decoder exception: %s: %s", theCause.itsClassName.c_str(),
+                                      theCause.itsDescription.c_str());
     theResult.setSystemErrorCode(0);
-    SetOutcome(theResult, theCode, aMessage);
+    SetOutcome(theResult,
+               theCause.itsKind == CaughtException::Kind::INTERRUPTED ? DLRC_DECODING_INTERRUPTED
+                                                                      : DLRC_DECODER_ERROR,
+               aMessage);
 }
 
 /// The header that belongs to the image, where the request names a file with it. False when it is there
@@ -69,37 +71,12 @@ bool ConvertToRGB(DICOMDataObject* theDataSet, Renderable& theImage, Decompressi
     }
 }
 
-void DescribeCurrentException(DecompressionResult& theResult)
-{
-    try
-    {
-        throw;
-    }
-    catch (const DecodingInterruptedException& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODING_INTERRUPTED, anException.ClassName(),
-                          anException.ToString());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, anException.ClassName(), anException.ToString());
-    }
-    catch (const std::exception& anException)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "std::exception", anException.what());
-    }
-    catch (...)
-    {
-        SetDecoderFailure(theResult, DLRC_DECODER_ERROR, "unknown", "unknown exception");
-    }
-}
-
 /// Never throws.
 void ReportCurrentException(DecompressionResult& theResult)
 {
     try
     {
-        DescribeCurrentException(theResult);
+        SetDecoderFailure(theResult, CaughtException::Current());
     }
     catch (...)
     {

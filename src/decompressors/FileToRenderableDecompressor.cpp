@@ -7,14 +7,14 @@
 #include <memory>
 
 #include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/CodecTable.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "image/Renderable.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/CaughtException.h"
 #include "toolkit/base/StreamIOException.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/LFInputStream.h"
 
 namespace
@@ -66,24 +66,19 @@ void DecodeBareImage(LFInputStream& theFile, const Arguments& theArguments, cons
 bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool theLossless,
                   const Arguments& theArguments, DecompressionResult& theResult)
 {
-    switch (theImageType)
+    if (theImageType == IMAGE_TYPE_DICOM_PART10)
     {
-    case IMAGE_TYPE_DICOM_PART10:
         DecodePart10(theFile, theArguments, theResult);
         return true;
-    case IMAGE_TYPE_JPEG:
-        DecodeBareImage(theFile, theArguments, TransferSyntaxType::TSJPEG50UID, theResult);
-        return true;
-    case IMAGE_TYPE_JPEG2000:
-        DecodeBareImage(theFile, theArguments,
-                        theLossless ? TransferSyntaxType::TSJPEG2KLosslessUID
-                                    : TransferSyntaxType::TSJPEG2KUID,
-                        theResult);
-        return true;
-    default:
-        // IMAGE_TYPE_JPEG2000_LOSSLESS among them: here the lossless argument says it.
+    }
+    // IMAGE_TYPE_JPEG2000_LOSSLESS is not known here: the lossless argument says it.
+    const CodecRow* const aRow = CodecTable::FindBareStream(theImageType, theLossless);
+    if (aRow == nullptr || theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS)
+    {
         return false;
     }
+    DecodeBareImage(theFile, theArguments, aRow->itsUID, theResult);
+    return true;
 }
 
 /// Never throws.
@@ -102,6 +97,24 @@ int Fail(DecompressionResult& theResult, DLResultCode theCode, const char* theTe
         theResult.setOutOfMemory(theCode);
     }
     return 0;
+}
+
+/// To be called in a catch block.
+int FailWithCurrentException(DecompressionResult& theResult)
+{
+    const CaughtException aCaught = CaughtException::Current();
+    switch (aCaught.itsKind)
+    {
+    case CaughtException::Kind::INTERRUPTED:
+        return Fail(theResult, DLRC_DECODING_INTERRUPTED, "Decoding interrupted");
+    case CaughtException::Kind::STREAM:
+        theResult.setSystemErrorCode(aCaught.itsSystemErrorCode);
+        return Fail(theResult, aCaught.itsResultCode, aCaught.itsText.c_str());
+    case CaughtException::Kind::OWN:
+        return Fail(theResult, DLRC_DECODER_ERROR, aCaught.itsText.c_str());
+    default:
+        return Fail(theResult, DLRC_DECODER_ERROR, "unknown exception");
+    }
 }
 } // namespace
 
@@ -131,21 +144,15 @@ int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFil
         theResult.setDCMLibResultCode(DLRC_SUCCESS);
         return 1;
     }
-    catch (const DecodingInterruptedException&)
-    {
-        return Fail(theResult, DLRC_DECODING_INTERRUPTED, "Decoding interrupted");
-    }
-    catch (const StreamIOException& anException)
-    {
-        theResult.setSystemErrorCode(anException.GetSystemErrorCode());
-        return Fail(theResult, anException.GetResultCode(), anException.what());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        return Fail(theResult, DLRC_DECODER_ERROR, anException.what());
-    }
     catch (...)
     {
-        return Fail(theResult, DLRC_DECODER_ERROR, "unknown exception");
+        try
+        {
+            return FailWithCurrentException(theResult);
+        }
+        catch (...)
+        {
+            return Fail(theResult, DLRC_DECODER_ERROR, "unknown exception");
+        }
     }
 }

@@ -5,9 +5,11 @@
 #include <limits>
 #include <utility>
 
+#include "decoding/CodecTable.h"
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
+#include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/DLRuntimeException.h"
@@ -26,11 +28,6 @@ std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::u
     }
     return std::uint64_t(theAttributes.itsRows) * std::uint64_t(theAttributes.itsColumns) *
            std::uint64_t(theAttributes.itsBitsAllocated);
-}
-
-bool IsJPEG2000(const RWCString& theUID)
-{
-    return theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
 }
 
 bool IsNativeOrder(bool theLittleEndian)
@@ -101,7 +98,8 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
         Renderable::photometricInterpretationFromString(aFrame.itsAttributes.itsPhotometricInterpretation);
     aFrame.itsLittleEndian = itsFrontEnd.GetDataSet().GetEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
     aFrame.itsScaleFactor = itsFrontEnd.GetRequest().getScaleFactor();
-    if (!IsNative() && IsJPEG2000(itsFrontEnd.GetRequest().getTransferSyntaxUID()))
+    const CodecRow* const aRow = CodecTable::Find(itsFrontEnd.GetRequest().getTransferSyntaxUID());
+    if (!IsNative() && aRow != nullptr && aRow->itsCanHoldSingleBits)
     {
         // Single bits are packed in native pixels only: the codec delivers at least a byte a sample.
         aFrame.itsAttributes.itsBitsAllocated = std::max(aFrame.itsAttributes.itsBitsAllocated, 8);
@@ -208,8 +206,9 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
             MakeUnsigned(theFrame);
         }
     }
+    // The transfer syntax has a codec, or there would be no frame.
     if (theFrame.itsAttributes.itsSamplesPerPixel == 3 &&
-        aRequest.getTransferSyntaxUID() != TransferSyntaxType::TSRLEUID)
+        CodecTable::Find(aRequest.getTransferSyntaxUID())->itsHasOwnColour)
     {
         // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB.
         RWCString aDecoded;
@@ -301,40 +300,44 @@ void Part10FrameLoader::MakeUnsigned(Frame& theFrame) const
 void Part10FrameLoader::Describe(Frame& theFrame) const
 {
     const Part10ImageAttributes& aSource = theFrame.itsAttributes;
+    ImageDescription aDescription;
+    aDescription.itsInterpretation = theFrame.itsInterpretation;
+    aDescription.itsRows = aSource.itsRows;
+    aDescription.itsColumns = aSource.itsColumns;
+    aDescription.itsSamplesPerPixel = aSource.itsSamplesPerPixel;
+    aDescription.itsBitsAllocated = aSource.itsBitsAllocated;
+    aDescription.itsBitsStored = aSource.itsBitsStored;
+    aDescription.itsHighBit = aSource.itsHighBit;
+    aDescription.itsIsSigned = aSource.itsPixelRepresentation == 1;
+    aDescription.itsIsPlanar = aSource.itsPlanar;
+    aDescription.itsIsLossy = aSource.itsLossy;
+    aDescription.itsScaleFactor = theFrame.itsScaleFactor;
+    aDescription.itsCompressionRatio = GetRatio(theFrame);
+    aDescription.itsIsLittleEndian = theFrame.itsLittleEndian;
     Renderable& anImage = *theFrame.itsRenderable;
-    anImage.setPhotometricInterpretation(theFrame.itsInterpretation);
-    anImage.setRows(aSource.itsRows);
-    anImage.setColumns(aSource.itsColumns);
-    anImage.setSamplesPerPixel(aSource.itsSamplesPerPixel);
-    anImage.setBitsAllocated(static_cast<std::int16_t>(aSource.itsBitsAllocated));
-    anImage.setBitsStored(static_cast<std::int16_t>(aSource.itsBitsStored));
-    anImage.setHighBit(static_cast<std::int16_t>(aSource.itsHighBit));
-    anImage.setSigned(aSource.itsPixelRepresentation == 1);
-    anImage.setPlanarConfiguration(aSource.itsPlanar);
-    anImage.setPixelAspectRatioVertical(1);
-    anImage.setPixelAspectRatioHorizontal(1);
-    anImage.setLossyImageCompression(aSource.itsLossy);
-
-    const int aScaleFactor =
-        std::clamp<int>(theFrame.itsScaleFactor, 1, std::numeric_limits<std::int16_t>::max());
-    std::int32_t aRatio = 0;
-    if (!aSource.itsForcedLossless && !aSource.itsLossy && theFrame.itsCompressedSize != 0)
-    {
-        aRatio = CompressionRatio::Calculate(theFrame.itsSize, aScaleFactor, theFrame.itsCompressedSize);
-    }
-    else if (!itsFrontEnd.IsDataSetPrivate())
-    {
-        aRatio = itsFrontEnd.GetDataSet().GetLossyImageCompressionRatio(&itsFrontEnd.GetTransferSyntaxType(),
-                                                                        0, 0, true);
-    }
-    anImage.setCompressionRatio(aRatio);
-    anImage.setScaleFactor(static_cast<std::int16_t>(aScaleFactor));
-    anImage.setPixelDataLittleEndian(theFrame.itsLittleEndian);
+    aDescription.WriteTo(anImage);
     if (anImage.getPixelDataSize() != theFrame.itsSize)
     {
         void* const aBuffer = anImage.takePixelData();
         anImage.setPixelData(aBuffer, theFrame.itsSize);
     }
+}
+
+std::int32_t Part10FrameLoader::GetRatio(const Frame& theFrame) const
+{
+    const Part10ImageAttributes& aSource = theFrame.itsAttributes;
+    if (!aSource.itsForcedLossless && !aSource.itsLossy && theFrame.itsCompressedSize != 0)
+    {
+        constexpr int kMostScale = std::numeric_limits<std::int16_t>::max();
+        return CompressionRatio::Calculate(
+            theFrame.itsSize, std::clamp(theFrame.itsScaleFactor, 1, kMostScale), theFrame.itsCompressedSize);
+    }
+    if (itsFrontEnd.IsDataSetPrivate())
+    {
+        return 0;
+    }
+    return itsFrontEnd.GetDataSet().GetLossyImageCompressionRatio(&itsFrontEnd.GetTransferSyntaxType(), 0, 0,
+                                                                  true);
 }
 
 void Part10FrameLoader::ConvertToRGB(Frame& theFrame) const

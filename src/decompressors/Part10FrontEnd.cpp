@@ -4,6 +4,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "pixels/DecompressionLibUtils.h"
+#include "toolkit/base/CaughtException.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/PixelInputStreamVR.h"
@@ -101,17 +102,10 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
         itsTimeToOpen = itsTimer.Lap() * 1000.0;
         return true;
     }
-    catch (const DICOMLibException& anException)
-    {
-        SetBadHeader(theResult, anException.what(), anException.GetSystemErrorCode());
-    }
-    catch (const std::exception& anException)
-    {
-        SetBadHeader(theResult, anException.what(), 0);
-    }
     catch (...)
     {
-        SetBadHeader(theResult, "unknown exception", 0);
+        const CaughtException aCaught = CaughtException::Current();
+        SetBadHeader(theResult, aCaught.itsText.c_str(), aCaught.itsSystemErrorCode);
     }
     itsStream.Close();
     return false;
@@ -177,24 +171,12 @@ void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult)
 
 void Part10FrontEnd::DescribeCurrentException(DecompressionResult& theResult)
 {
-    const RWCString aLogicError = "A logic error occurred in the Decompressor: ";
-    try
+    const CaughtException aCaught = CaughtException::Current();
+    if (aCaught.itsResultCode != DLRC_SUCCESS)
     {
-        throw;
+        SetOutcome(theResult, aCaught.itsResultCode, aCaught.itsSystemErrorCode, aCaught.itsText);
+        return;
     }
-    catch (const DICOMLibException& anException)
-    {
-        const bool aCodeIsKnown = anException.GetResultCode() != DLRC_SUCCESS;
-        SetOutcome(theResult, aCodeIsKnown ? anException.GetResultCode() : DLRC_PARSE_ERROR,
-                   anException.GetSystemErrorCode(),
-                   aCodeIsKnown ? anException.GetMessageText() : aLogicError + anException.GetMessageText());
-    }
-    catch (const std::exception& anException)
-    {
-        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, aLogicError + anException.what());
-    }
-    catch (...)
-    {
-        SetOutcome(theResult, DLRC_PARSE_ERROR, 0, aLogicError + "unknown exception");
-    }
+    SetOutcome(theResult, DLRC_PARSE_ERROR, aCaught.itsSystemErrorCode,
+               "A logic error occurred in the Decompressor: " + aCaught.itsText);
 }

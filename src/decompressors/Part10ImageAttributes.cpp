@@ -57,18 +57,6 @@ private:
     RWCString itsError;
 };
 
-bool IsLossy(const DICOMDataObject& theDataSet)
-{
-    RWCString aLossy;
-    return theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
-}
-
-bool IsForcedLossless(const DICOMDataObject& theDataSet)
-{
-    std::int32_t aFlag = 0;
-    return theDataSet.GetPrivateInteger("QUORIX0", "LosslessCmpFlag", aFlag) && aFlag == 1;
-}
-
 /// What the data set says, unless an earlier decode has overwritten it and kept the original.
 bool ReadPlanar(const DICOMDataObject& theDataSet, MandatoryAttributes& theReader)
 {
@@ -93,8 +81,8 @@ void Part10ImageAttributes::Read(const DICOMDataObject& theDataSet)
     aReader.Integer(DICOMTags::Columns, "Columns", itsColumns);
     aReader.Integer(DICOMTags::BitsAllocated, "BitsAllocated", itsBitsAllocated);
     aReader.Integer(DICOMTags::BitsStored, "BitsStored", itsBitsStored);
-    itsLossy = IsLossy(theDataSet);
-    itsForcedLossless = IsForcedLossless(theDataSet);
+    itsLossy = theDataSet.IsMarkedLossy();
+    itsForcedLossless = theDataSet.IsMarkedLossless();
     aReader.Integer(DICOMTags::HighBit, "HighBit", itsHighBit);
     aReader.Integer(DICOMTags::PixelRepresentation, "PixelRepresentation", itsPixelRepresentation);
     if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPhotoInterp, itsPhotometricInterpretation))

@@ -3,16 +3,14 @@
 
 #include <cstddef>
 #include <cstring>
-#include <typeinfo>
 
+#include "decoding/CodecTable.h"
 #include "image/Renderable.h"
-#include "image/VMMemoryAllocator.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 
 bool UnwrittenPixels::MayLeaveSamples(const RWCString& theTransferSyntaxUID)
 {
-    // Only RLE: a segment that ends early is no error and leaves the rest of its byte plane as it was.
-    return theTransferSyntaxUID == TransferSyntaxType::TSRLEUID;
+    const CodecRow* const aRow = CodecTable::Find(theTransferSyntaxUID);
+    return aRow != nullptr && aRow->itsCanLeaveSamples;
 }
 
 void UnwrittenPixels::Blank(Renderable& theRenderable, const RWCString& theTransferSyntaxUID)
@@ -22,8 +20,7 @@ void UnwrittenPixels::Blank(Renderable& theRenderable, const RWCString& theTrans
         return;
     }
     // Fresh pages are zero already; writing them twice would cost time for nothing.
-    const MemoryAllocater& anAllocator = theRenderable.getMemoryAllocator();
-    if (typeid(anAllocator) != typeid(VMMemoryAllocator))
+    if (!theRenderable.getMemoryAllocator().IsMemoryZeroed())
     {
         std::memset(theRenderable.getPixelData(), 0,
                     static_cast<std::size_t>(theRenderable.getPixelDataSize()));

@@ -19,21 +19,10 @@ constexpr DICOMTag kValueRangeTags[] = {
     DICOMTags::SmallestImagePixelValueInPlane, DICOMTags::LargestImagePixelValueInPlane,
 };
 
-struct CompressionNames
+RWCString ToUpper(RWCString theText)
 {
-    const char* itsKind;
-    const char* itsMethod; ///< defined term of Lossy Image Compression Method
-    const char* itsLongName;
-    const char* itsShortName;
-};
-
-constexpr CompressionNames kKnownNames[] = {{"jpg", "ISO_10918_1", "JPEG", "JPEG "},
-                                            {"jp2", "ISO_15444_1", "JPEG 2000", "JP2K "}};
-
-RWCString ToLower(RWCString theText)
-{
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    std::transform(theText.begin(), theText.end(), theText.begin(), lower);
+    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
+    std::transform(theText.begin(), theText.end(), theText.begin(), upper);
     return theText;
 }
 } // namespace
@@ -42,14 +31,12 @@ LossyHistory::LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFac
                            const RWCString& theCompression, int theRatio)
     : itsDataSet(theDataSet), itsFactory(theFactory), itsRatio(theRatio)
 {
-    const RWCString aKind = ToLower(theCompression);
-    for (const CompressionNames& aNames : kKnownNames)
+    const RWCString aKind = ToUpper(theCompression);
+    for (const CompressionTerms* aTerms : LossyCompressions::kAll)
     {
-        if (aKind == aNames.itsKind)
+        if (aKind == aTerms->itsKind)
         {
-            itsMethod = aNames.itsMethod;
-            itsLongName = aNames.itsLongName;
-            itsShortName = aNames.itsShortName;
+            itsTerms = *aTerms;
         }
     }
 }
@@ -88,12 +75,13 @@ RWCString LossyHistory::MakeDerivedImageType() const
 
 void LossyHistory::WriteMethod()
 {
-    if (*itsMethod == '\0')
+    if (*itsTerms.itsMethod == '\0')
     {
         return;
     }
     const RWCString aBefore = GetText(DICOMTags::LossyImageCompressionMethod);
-    ReplaceText(DICOMTags::LossyImageCompressionMethod, aBefore + (aBefore.empty() ? "" : "\\") + itsMethod);
+    ReplaceText(DICOMTags::LossyImageCompressionMethod,
+                aBefore + (aBefore.empty() ? "" : "\\") + itsTerms.itsMethod);
 }
 
 void LossyHistory::WriteImageType(const RWCString& theDerivedType)
@@ -101,14 +89,14 @@ void LossyHistory::WriteImageType(const RWCString& theDerivedType)
     // Our token is the fourth value or later; an image type of two values gets an empty third.
     const auto aBackslashes = std::count(theDerivedType.begin(), theDerivedType.end(), '\\');
     ReplaceText(DICOMTags::ImageType,
-                theDerivedType + (aBackslashes < 2 ? "\\" : "") + "\\" + itsShortName + "LOSSY");
+                theDerivedType + (aBackslashes < 2 ? "\\" : "") + "\\" + itsTerms.itsShortName + "LOSSY");
 }
 
 void LossyHistory::WriteDerivation()
 {
     const RWCString aRatio = itsRatio < 1 ? "?" : std::to_string(itsRatio);
     ReplaceText(DICOMTags::DerivationDescription,
-                RWCString("LOSSY ") + itsLongName + " COMPRESSION " + aRatio + ":1 " + kSignature);
+                RWCString("LOSSY ") + itsTerms.itsLongName + " COMPRESSION " + aRatio + ":1 " + kSignature);
 }
 
 void LossyHistory::WriteRatio()

@@ -4,28 +4,23 @@
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
-
-const RWCString& ReconstitutionMark::GetCreator()
-{
-    static const RWCString kCreator = "QUORIX0";
-    return kCreator;
-}
+#include "toolkit/dicom/PrivateElements.h"
 
 void ReconstitutionMark::Write(DICOMDataObject& theDataSet, const MVRFactory& theFactory)
 {
-    theDataSet.ReplaceVR(
-        theFactory.CreatePrivateUnsignedShort(theDataSet, GetCreator(), "ReconstImageFlag", 1));
+    theDataSet.ReplaceVR(theFactory.CreatePrivateUnsignedShort(theDataSet, PrivateElements::Creator,
+                                                               PrivateElements::ReconstImageFlag, 1));
 }
 
 void ReconstitutionMark::RemoveLosslessFlag(DICOMDataObject& theDataSet)
 {
-    theDataSet.RemovePrivateVR(GetCreator(), "LosslessCmpFlag");
+    theDataSet.RemovePrivateVR(PrivateElements::Creator, PrivateElements::LosslessCmpFlag);
 }
 
 RWCString ReconstitutionMark::GetOriginalInstanceUID(const DICOMDataObject& theDataSet)
 {
     RWCString aUID;
-    theDataSet.GetPrivateString(GetCreator(), "OrigSOPInstUID", aUID);
+    theDataSet.GetPrivateString(PrivateElements::Creator, PrivateElements::OrigSOPInstUID, aUID);
     return aUID;
 }
 

@@ -18,6 +18,9 @@ public:
     void* Allocate(std::uint64_t theSize) override;
     void Free(void* theBlock) override;
 
+    /// Blocks are fresh pages. A derived class that hands out used ones overrides this.
+    bool IsMemoryZeroed() const override { return true; }
+
     /// One for everybody.
     static VMMemoryAllocator& GetDefaultInstance() { return itsDefaultInstance; }
 

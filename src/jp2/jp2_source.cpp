@@ -3,10 +3,12 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "engine/detail/Reports.h"
 #include "jp2/detail/JP2BoxWalker.h"
 #include "jp2/jp2_family_src.h"
+#include "toolkit/base/CodestreamSignature.h"
 
 namespace
 {
@@ -75,11 +77,12 @@ private:
 
     void ReadSignature()
     {
-        constexpr std::array<std::uint8_t, 4> kSignature = {0x0d, 0x0a, 0x87, 0x0a};
+        constexpr std::string_view kSignature = CodestreamSignature::kJP2;
         Next("before the signature box");
         std::array<std::uint8_t, 4> aContents{};
-        if (itsBoxes.GetType() != JP2BoxTypes::Signature || itsBoxes.GetLength() != 12 ||
-            itsBoxes.Read(aContents.data(), aContents.size()) != aContents.size() || aContents != kSignature)
+        if (itsBoxes.GetType() != JP2BoxTypes::Signature || itsBoxes.GetLength() != kSignature.size() ||
+            itsBoxes.Read(aContents.data(), aContents.size()) != aContents.size() ||
+            !CodestreamSignature::Begins(aContents.data(), aContents.size(), kSignature.substr(8)))
         {
             Fail("the file does not begin with a JP2 signature box");
         }

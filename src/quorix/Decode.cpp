@@ -3,11 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "decoding/CodecTable.h"
+#include "decoding/ImageType.h"
 #include "decompressors/BareStreamDecode.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
@@ -16,7 +17,7 @@
 #include "image/VMMemoryAllocator.h"
 #include "quorix/detail/CallersStream.h"
 #include "quorix/detail/ImageState.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/base/CodestreamSignature.h"
 #include "toolkit/io/LFInputStream.h"
 #include "toolkit/io/MemoryInputStream.h"
 #include "toolkit/io/RewindableInputStream.h"
@@ -25,27 +26,25 @@ namespace quorix
 {
 namespace
 {
-constexpr std::size_t kHeadLength = 132; ///< preamble and "DICM"
+constexpr std::size_t kPreambleLength = 128;
+constexpr std::size_t kHeadLength = kPreambleLength + 4; ///< preamble and "DICM"
 
 /// What an image's first bytes say it is; automatic where they say nothing.
 ImageType TypeOf(const std::vector<unsigned char>& theHead)
 {
-    const auto aHas = [&](std::size_t thePosition, const char* theBytes, std::size_t theCount)
-    {
-        return theHead.size() >= thePosition + theCount &&
-               std::memcmp(theHead.data() + thePosition, theBytes, theCount) == 0;
-    };
     // The preamble may hold anything, the start of another kind of file included: look behind it first.
-    if (aHas(128, "DICM", 4))
+    if (theHead.size() > kPreambleLength &&
+        CodestreamSignature::Begins(theHead.data() + kPreambleLength, theHead.size() - kPreambleLength,
+                                    "DICM"))
     {
         return ImageType::dicom;
     }
-    if (aHas(0, "\xff\xd8\xff", 3))
+    const CodecRow* const aRow = CodecTable::Recognise(theHead.data(), theHead.size());
+    if (aRow == nullptr)
     {
-        return ImageType::jpeg;
+        return ImageType::automatic;
     }
-    return aHas(0, "\xff\x4f\xff\x51", 4) || aHas(0, "\0\0\0\x0cjP  ", 8) ? ImageType::jpeg2000
-                                                                          : ImageType::automatic;
+    return aRow->itsImageType == IMAGE_TYPE_JPEG ? ImageType::jpeg : ImageType::jpeg2000;
 }
 
 JImageType BareTypeOf(ImageType theType)
@@ -64,9 +63,8 @@ JImageType BareTypeOf(ImageType theType)
 /// Other codecs report the scale that was asked for and deliver full size.
 int AppliedScale(const Renderable& theImage, const RWCString& theUID)
 {
-    const bool isReducing =
-        theUID == TransferSyntaxType::TSJPEG2KLosslessUID || theUID == TransferSyntaxType::TSJPEG2KUID;
-    return isReducing ? theImage.getScaleFactor() : 1;
+    const CodecRow* const aRow = CodecTable::Find(theUID);
+    return aRow != nullptr && aRow->itsCanReduce ? theImage.getScaleFactor() : 1;
 }
 
 void Check(const char* theName, int theValue, int theLeast)

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "codecs/sources/MeteringKDUCompressedSource.h"
 #include "support/RecordingInputStream.h"
+#include "toolkit/base/StreamIOException.h"
 
 namespace
 {
@@ -33,6 +35,39 @@ TEST(InputStreamAdapter, ReadsNothingWhenNothingIsAskedFor)
     EXPECT_EQ(anAdapter.read(nullptr, 0), 0);
     EXPECT_EQ(anAdapter.read(nullptr, -1), 0);
     EXPECT_EQ(aRecord.itsReads, 0u);
+}
+
+template <class Operation>
+void ExpectRefusal(const Operation& theOperation, const char* theText)
+{
+    try
+    {
+        theOperation();
+        ADD_FAILURE() << "nothing thrown, expected " << theText;
+    }
+    catch (const StreamIOException& anException)
+    {
+        EXPECT_EQ(anException.GetMessageText(), theText);
+        EXPECT_EQ(anException.GetResultCode(), DLRC_GENERAL_FAILURE);
+    }
+}
+
+TEST(InputStreamAdapter, SourcesRefuseToBeCopied)
+{
+    RecordingInputStream::Record aRecord;
+    RecordingInputStream aStream({1}, {}, aRecord);
+    InputStreamAdapter anAdapter(aStream);
+    MeteringKDUCompressedSource aMeter(anAdapter);
+    MeteringKDUCompressedSource anotherMeter(anAdapter);
+    InputStreamAdapter anotherAdapter(aStream);
+    ExpectRefusal([&] { InputStreamAdapter aCopy(anAdapter); },
+                  "InputStreamAdapter::InputStreamAdapter: copy construction not allowed");
+    ExpectRefusal([&] { anotherAdapter = anAdapter; },
+                  "InputStreamAdapter::operator=: assignment not allowed");
+    ExpectRefusal([&] { MeteringKDUCompressedSource aCopy(aMeter); },
+                  "MeteringKDUCompressedSource::MeteringKDUCompressedSource: copy construction not allowed");
+    ExpectRefusal([&] { anotherMeter = aMeter; },
+                  "MeteringKDUCompressedSource::operator=: assignment not allowed");
 }
 
 TEST(InputStreamAdapter, IsSequential)

@@ -20,6 +20,7 @@
 #include "support/SampleTable.h"
 #include "support/Sha256.h"
 #include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/MemoryAllocater.h"
 #include "toolkit/io/MemoryInputStream.h"
 
 namespace
@@ -106,6 +107,24 @@ struct DriverCase
     int itsPrecision;
     bool itsWide; ///< 16 bits allocated in the output
 };
+
+// Where a virtual operation stands is told by a pointer to it: one more than its offset (Itanium C++ ABI).
+#if defined(__x86_64__)
+TEST(CompressedCodestreamDecoder, VirtualOperationsKeepTheirPlaces)
+{
+    const auto aPlace = [](auto theOperation)
+    {
+        std::ptrdiff_t anOffset = 0;
+        std::memcpy(&anOffset, &theOperation, sizeof(anOffset));
+        return (anOffset - 1) / std::ptrdiff_t{sizeof(void*)};
+    };
+    EXPECT_EQ(aPlace(&CompressedCodestreamDecoder::CodestreamHeaderRead), 0);
+    // Destructors take two places.
+    EXPECT_EQ(aPlace(&MemoryAllocater::Allocate), 2);
+    EXPECT_EQ(aPlace(&MemoryAllocater::Free), 3);
+    EXPECT_EQ(aPlace(&Decoder::IsDecoderConvertsColorToRGB), 16);
+}
+#endif
 
 TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 {

@@ -59,7 +59,7 @@ bool IsColourMarker(int theMarker, const unsigned char* theBody, std::size_t the
 }
 } // namespace
 
-const RWCString& JPEGHeader::GetTransferSyntaxUID() const
+const char* JPEGHeader::GetTransferSyntaxUID() const
 {
     if (IsLossless())
     {

@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
 #include "toolkit/io/InputStream.h"
 
 /// What the frame header of a bare JPEG stream announces (ITU-T T.81, B.2.2).
@@ -26,7 +25,7 @@ struct QUORIX_API JPEGHeader
     int GetSamplesPerPixel() const { return itsComponents == 1 ? 1 : 3; }
 
     /// The DICOM transfer syntax that has a codec for this frame.
-    const RWCString& GetTransferSyntaxUID() const;
+    const char* GetTransferSyntaxUID() const;
 
     /// What the process is called.
     const char* GetProcessName() const;

@@ -6,11 +6,10 @@
 
 #include "jp2/jp2_family_src.h"
 #include "jp2/jp2_source.h"
+#include "toolkit/base/CodestreamSignature.h"
 
 void JPEG2000CodestreamSource::FindCodestream()
 {
-    // The length of the signature box, which no codestream begins with.
-    constexpr std::array<std::uint8_t, 4> kBoxStart = {0, 0, 0, 12};
     while (itsFrontSize < itsFront.size())
     {
         const int aCount =
@@ -21,7 +20,9 @@ void JPEG2000CodestreamSource::FindCodestream()
         }
         itsFrontSize += static_cast<std::size_t>(aCount);
     }
-    if (itsFrontSize == itsFront.size() && itsFront == kBoxStart)
+    // The length of the signature box tells: no codestream begins with it.
+    if (CodestreamSignature::Begins(itsFront.data(), itsFrontSize,
+                                    CodestreamSignature::kJP2.substr(0, itsFront.size())))
     {
         ReadBoxes();
     }

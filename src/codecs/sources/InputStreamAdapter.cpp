@@ -1,7 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/sources/InputStreamAdapter.h"
 
+#include "toolkit/base/StreamIOException.h"
 #include "toolkit/io/InputStream.h"
+
+InputStreamAdapter::InputStreamAdapter(const InputStreamAdapter&)
+    : kdu_compressed_source(), itsStream(nullptr)
+{
+    throw StreamIOException("InputStreamAdapter::InputStreamAdapter: copy construction not allowed",
+                            DLRC_GENERAL_FAILURE, 0);
+}
+
+InputStreamAdapter& InputStreamAdapter::operator=(const InputStreamAdapter&)
+{
+    throw StreamIOException("InputStreamAdapter::operator=: assignment not allowed", DLRC_GENERAL_FAILURE, 0);
+}
 
 int InputStreamAdapter::read(kdu_byte* theBuffer, int theCount)
 {

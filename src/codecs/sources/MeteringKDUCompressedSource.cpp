@@ -1,6 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/sources/MeteringKDUCompressedSource.h"
 
+#include "toolkit/base/StreamIOException.h"
+
+MeteringKDUCompressedSource::MeteringKDUCompressedSource(const MeteringKDUCompressedSource& theOther)
+    : kdu_compressed_source(), itsSource(theOther.itsSource)
+{
+    throw StreamIOException(
+        "MeteringKDUCompressedSource::MeteringKDUCompressedSource: copy construction not allowed",
+        DLRC_GENERAL_FAILURE, 0);
+}
+
+MeteringKDUCompressedSource& MeteringKDUCompressedSource::operator=(const MeteringKDUCompressedSource&)
+{
+    throw StreamIOException("MeteringKDUCompressedSource::operator=: assignment not allowed",
+                            DLRC_GENERAL_FAILURE, 0);
+}
+
 int MeteringKDUCompressedSource::read(kdu_byte* theBuffer, int theCount)
 {
     const int aResult = itsSource.read(theBuffer, theCount);

@@ -15,6 +15,13 @@ public:
     /// theSource is borrowed and must outlive this object.
     explicit MeteringKDUCompressedSource(kdu_compressed_source& theSource) : itsSource(theSource) {}
 
+    /// Deliberately refused when they are run: both throw StreamIOException (code 6), and nothing is copied.
+    /// Two readers of one stream would take each other's bytes.
+    /// @{
+    MeteringKDUCompressedSource(const MeteringKDUCompressedSource&);
+    MeteringKDUCompressedSource& operator=(const MeteringKDUCompressedSource&);
+    /// @}
+
     /// Returns what the wrapped source returned; a negative result (an error) is not counted.
     int read(kdu_byte* theBuffer, int theCount) override;
 

@@ -13,6 +13,7 @@
 
 class DecompressionRequest;
 class DICOMDataObject;
+struct CodecRow;
 
 /// One bare compressed image on its way through a codec into a Renderable.
 ///
@@ -38,6 +39,7 @@ private:
     DICOMDataObject* itsDataSet; ///< may be null
     MemoryAllocater& itsMemoryAllocator;
     DMTickCounter itsTimer;
+    const CodecRow* itsRow = nullptr;
     std::unique_ptr<Renderable> itsRenderable;
     RWCString itsOriginalInterpretation;
     RWCString itsOutputInterpretation;

@@ -61,6 +61,7 @@ private:
     void ExchangeBytesIfNeeded(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
     void Describe(Frame& theFrame) const;
+    std::int32_t GetRatio(const Frame& theFrame) const;
     void ConvertToRGB(Frame& theFrame) const;
 
     Part10FrontEnd& itsFrontEnd;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "dicomfix/CompressionTerms.h"
 #include "toolkit/base/RWCString.h"
 #include "toolkit/dicom/DICOMTag.h"
 
@@ -39,7 +40,5 @@ private:
     DICOMDataObject& itsDataSet;
     const MVRFactory& itsFactory;
     int itsRatio;
-    const char* itsMethod = "";
-    const char* itsLongName = "";
-    const char* itsShortName = "";
+    CompressionTerms itsTerms{"", "", "", ""};
 };

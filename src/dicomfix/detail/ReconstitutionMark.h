@@ -12,9 +12,6 @@ class ReconstitutionMark
 public:
     ReconstitutionMark() = delete;
 
-    /// "QUORIX0": the private creator of all of them.
-    static const RWCString& GetCreator();
-
     /// Writes "ReconstImageFlag" with the value 1, in place of an earlier one.
     static void Write(DICOMDataObject& theDataSet, const MVRFactory& theFactory);
 

@@ -6,7 +6,8 @@
 
 #include "image/Renderable.h"
 #include "jni/streams/detail/JavaRenderable.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/CaughtException.h"
+#include "toolkit/base/ExceptionBase.h"
 
 DecodeCall::DecodeCall(JNIEnv& theEnv, jobject theResultObject, const RWCString& theMethod)
     : DecodeCall(theEnv, theResultObject, theMethod, theMethod)
@@ -77,26 +78,14 @@ void DecodeCall::FailWithCurrentException(const RWCString& theName, int theBlank
 
 void DecodeCall::DescribeCurrentException(const RWCString& theName, int theBlanks)
 {
-    try
-    {
-        throw;
-    }
-    catch (const DecodingInterruptedException&)
+    const CaughtException aCaught = CaughtException::Current();
+    if (aCaught.itsKind == CaughtException::Kind::INTERRUPTED)
     {
         Fail(DLRC_DECODING_INTERRUPTED, MakePrefix(theName, 1) + "Decoding interrupted");
+        return;
     }
-    catch (const ExceptionBase& anException)
-    {
-        Fail(DLRC_DECODER_ERROR, MakePrefix(theName, theBlanks) + anException.ToString());
-    }
-    catch (const std::exception& anException)
-    {
-        Fail(DLRC_DECODER_ERROR, GetPrefix(2) + anException.what());
-    }
-    catch (...)
-    {
-        Fail(DLRC_DECODER_ERROR, GetPrefix(2) + "unknown exception");
-    }
+    Fail(DLRC_DECODER_ERROR,
+         (aCaught.IsOwn() ? MakePrefix(theName, theBlanks) : GetPrefix(2)) + aCaught.itsDescription);
 }
 
 RWCString DecodeCall::MakePrefix(const RWCString& theMethod, int theBlanks)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "decoding/ImageType.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
-#include "decompressors/FileToRenderableDecompressor.h"
 #include "image/VMMemoryAllocator.h"
 #include "jni/natives/detail/DecodeCall.h"
 #include "jni/natives/detail/NativeBoundary.h"

@@ -4,7 +4,8 @@
 #include <limits>
 #include <memory>
 
-#include "decompressors/FileToRenderableDecompressor.h"
+#include "decoding/CodecTable.h"
+#include "decoding/ImageType.h"
 #include "image/Renderable.h"
 #include "jni/natives/detail/DecodeCall.h"
 #include "jni/natives/detail/NativeBoundary.h"
@@ -15,7 +16,6 @@
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 
 namespace
 {
@@ -107,22 +107,17 @@ void OrthoDecode::Decode(jobject theStream)
 
 RWCString OrthoDecode::GetCompression() const
 {
-    // Deliberately whatever the lossless argument says.
-    if (itsArguments.itsImageType == IMAGE_TYPE_JPEG)
+    // Deliberately the type's own transfer syntax, whatever the lossless argument says.
+    const CodecRow* const aType = CodecTable::FindImageType(itsArguments.itsImageType);
+    const RWCString aKind = aType != nullptr ? aType->GetLossyKind(true) : "";
+    if (!aKind.empty())
     {
-        return "JPG";
-    }
-    if (itsArguments.itsImageType == IMAGE_TYPE_JPEG2000)
-    {
-        return "JP2";
+        return aKind;
     }
     RWCString aUID;
     itsDataSet->GetString(DICOMTags::TransferSyntaxUID, aUID);
-    if (aUID == TransferSyntaxType::TSJPEG50UID || aUID == TransferSyntaxType::TSJPEG51UID)
-    {
-        return "JPG";
-    }
-    return aUID == TransferSyntaxType::TSJPEG2KUID && !itsLossless ? "JP2" : "";
+    const CodecRow* const aRow = CodecTable::Find(aUID);
+    return aRow != nullptr ? aRow->GetLossyKind(!itsLossless) : "";
 }
 
 void OrthoDecode::PutIntoDataSet()

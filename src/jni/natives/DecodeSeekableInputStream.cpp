@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "decompressors/FileToRenderableDecompressor.h"
+#include "decoding/ImageType.h"
 #include "jni/natives/detail/DecodeCall.h"
 #include "jni/natives/detail/NativeBoundary.h"
 #include "jni/natives/detail/StreamDecode.h"

@@ -4,17 +4,16 @@
 #include <algorithm>
 #include <limits>
 
+#include "decoding/CodecTable.h"
+#include "decoding/ImageType.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
-#include "decompressors/FileToRenderableDecompressor.h"
 #include "image/VMMemoryAllocator.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/InputStream.h"
 
 bool StreamDecode::IsBareImage(jint theImageType)
 {
-    return theImageType == IMAGE_TYPE_JPEG || theImageType == IMAGE_TYPE_JPEG2000 ||
-           theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS;
+    return CodecTable::FindImageType(theImageType) != nullptr;
 }
 
 bool StreamDecode::IsPart10(jint theImageType)
@@ -22,13 +21,9 @@ bool StreamDecode::IsPart10(jint theImageType)
     return theImageType == IMAGE_TYPE_DICOM_PART10;
 }
 
-const RWCString& StreamDecode::GetTransferSyntaxUID(jint theImageType, bool theLossless)
+RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool theLossless)
 {
-    if (theImageType == IMAGE_TYPE_JPEG)
-    {
-        return TransferSyntaxType::TSJPEG50UID;
-    }
-    return theLossless ? TransferSyntaxType::TSJPEG2KLosslessUID : TransferSyntaxType::TSJPEG2KUID;
+    return CodecTable::FindBareStream(theImageType, theLossless)->itsUID;
 }
 
 StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)

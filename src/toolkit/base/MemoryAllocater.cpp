@@ -2,3 +2,8 @@
 #include "toolkit/base/MemoryAllocater.h"
 
 MemoryAllocater::~MemoryAllocater() = default;
+
+bool MemoryAllocater::IsMemoryZeroed() const
+{
+    return false;
+}

@@ -20,4 +20,8 @@ public:
 
     /// Gives a block back. Null is allowed and does nothing.
     virtual void Free(void* theBlock) = 0;
+
+    /// Whether every block of Allocate is zero-filled; false unless an allocator says so. Declared last of
+    /// the virtual operations, so that those before it keep their places.
+    virtual bool IsMemoryZeroed() const;
 };

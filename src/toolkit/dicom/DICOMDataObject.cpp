@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "toolkit/dicom/PrivateElements.h"
+
 DICOMDataObject::~DICOMDataObject() = default;
 
 void DICOMDataObject::SetRedColorPalette(std::unique_ptr<ColorPalette> thePalette)
@@ -20,6 +22,18 @@ void DICOMDataObject::SetGreenColorPalette(std::unique_ptr<ColorPalette> thePale
 void DICOMDataObject::SetBlueColorPalette(std::unique_ptr<ColorPalette> thePalette)
 {
     itsBluePalette = std::move(thePalette);
+}
+
+bool DICOMDataObject::IsMarkedLossy() const
+{
+    RWCString aLossy;
+    return GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
+}
+
+bool DICOMDataObject::IsMarkedLossless() const
+{
+    std::int32_t aFlag = 0;
+    return GetPrivateInteger(PrivateElements::Creator, PrivateElements::LosslessCmpFlag, aFlag) && aFlag == 1;
 }
 
 int DICOMDataObject::GetLossyImageCompressionRatio(const TransferSyntaxType*, int, int, bool) const

@@ -27,6 +27,13 @@ public:
     void SetBlueColorPalette(std::unique_ptr<ColorPalette> thePalette);
     /// @}
 
+    /// Whether Lossy Image Compression (0028,2110) says that pixels were lost on the way: it is there and not
+    /// "00".
+    bool IsMarkedLossy() const;
+
+    /// Whether the private flag says that nothing was lost when the pixels were compressed.
+    bool IsMarkedLossless() const;
+
     /// The last value of Lossy Image Compression Ratio (0028,2112), rounded to nearest; 0 when absent,
     /// unreadable or outside 0 … 2^31 − 1. The transfer syntax (null allowed) and the other arguments
     /// do not change the answer.

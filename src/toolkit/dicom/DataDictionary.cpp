@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "toolkit/dicom/DataDictionary.h"
 
+#include "toolkit/dicom/PrivateElements.h"
 #include "toolkit/dicom/VR.h"
 
 namespace
@@ -11,12 +12,10 @@ struct NamedElement
     DataDictionary::PrivateElement itsElement;
 };
 
-constexpr const char* kQuorixCreator = "QUORIX0";
-
 constexpr NamedElement kQuorixElements[] = {
-    {"OrigSOPInstUID", {0x01, VR::MakeTypeCode('U', 'I')}},
-    {"ReconstImageFlag", {0x02, VR::MakeTypeCode('U', 'S')}},
-    {"LosslessCmpFlag", {0x03, VR::MakeTypeCode('U', 'S')}},
+    {PrivateElements::OrigSOPInstUID, {0x01, VR::MakeTypeCode('U', 'I')}},
+    {PrivateElements::ReconstImageFlag, {0x02, VR::MakeTypeCode('U', 'S')}},
+    {PrivateElements::LosslessCmpFlag, {0x03, VR::MakeTypeCode('U', 'S')}},
 };
 } // namespace
 
@@ -29,7 +28,7 @@ const DataDictionary& DataDictionary::GetDefaultInstance()
 const DataDictionary::PrivateElement* DataDictionary::FindPrivateElement(const RWCString& theCreator,
                                                                          const RWCString& theName) const
 {
-    if (theCreator != kQuorixCreator)
+    if (theCreator != PrivateElements::Creator)
     {
         return nullptr;
     }

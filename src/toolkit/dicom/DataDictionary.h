@@ -8,9 +8,9 @@
 
 /// Names of the private elements that this library reads and writes.
 ///
-/// Public elements are looked up in DCMTK's dictionary; this one only knows the block of private
-/// creator "QUORIX0": "OrigSOPInstUID" (UI, xx01), "ReconstImageFlag" (US, xx02) and "LosslessCmpFlag"
-/// (US, xx03). Immutable; one instance serves every data set and thread.
+/// Public elements are looked up in DCMTK's dictionary; this one only knows those of PrivateElements:
+/// "OrigSOPInstUID" (UI, xx01), "ReconstImageFlag" (US, xx02) and "LosslessCmpFlag" (US, xx03). Immutable;
+/// one instance serves every data set and thread.
 class QUORIX_API DataDictionary
 {
 public:

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <limits>
 #include <optional>
 
+#include "toolkit/base/CodestreamSignature.h"
 #include "toolkit/base/Limits.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
@@ -17,7 +17,6 @@ namespace
 constexpr std::uint64_t kItemHeaderSize = 8;
 constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
 constexpr std::size_t kGatherChunk = 0x10000;
-constexpr std::size_t kMarkerLength = 8; ///< bytes that BeginsCodestream looks at
 
 /// One fragment; 16 bytes, because hostile files have millions of them.
 struct Fragment
@@ -44,17 +43,6 @@ struct FragmentRange
         return aLength;
     }
 };
-
-bool BeginsCodestream(const unsigned char* theBytes, std::size_t theCount)
-{
-    static constexpr std::array<unsigned char, 8> kJP2Signature = {0, 0, 0, 12, 'j', 'P', ' ', ' '};
-    if (theCount >= 2 && theBytes[0] == 0xff && (theBytes[1] == 0xd8 || theBytes[1] == 0x4f))
-    {
-        return true;
-    }
-    return theCount >= kJP2Signature.size() &&
-           std::memcmp(theBytes, kJP2Signature.data(), kJP2Signature.size()) == 0;
-}
 
 /// The fragments of one frame as one stream, read straight from the fragment stream.
 class FrameStream final : public InputStream
@@ -412,7 +400,7 @@ void ImageFrameInputStream::Implementation::AddToIndex(const Fragment& theFragme
 // Reads the first bytes of the fragment just reached.
 bool ImageFrameInputStream::Implementation::PeekCodestream()
 {
-    std::array<unsigned char, kMarkerLength> aStart;
+    std::array<unsigned char, CodestreamSignature::kFragmentStartLength> aStart;
     std::size_t aCount = 0;
     std::size_t aStep = 0;
     do
@@ -420,7 +408,7 @@ bool ImageFrameInputStream::Implementation::PeekCodestream()
         aStep = itsFragments.Read(aStart.data() + aCount, aStart.size() - aCount);
         aCount += aStep;
     } while (aStep > 0 && aCount < aStart.size());
-    return BeginsCodestream(aStart.data(), aCount);
+    return CodestreamSignature::BeginsCodestream(aStart.data(), aCount);
 }
 
 // Divides the complete index into frames.
@@ -488,7 +476,7 @@ void ImageFrameInputStream::Implementation::AppendToMemory()
     } while (aCount > 0);
     const std::size_t aLength = itsGathered.size() - aStart;
     AddToIndex({aStart, static_cast<std::uint32_t>(aLength),
-                BeginsCodestream(itsGathered.data() + aStart, aLength)});
+                CodestreamSignature::BeginsCodestream(itsGathered.data() + aStart, aLength)});
 }
 
 // Takes all fragments that are left into memory, behind those of the first frame that are there already.

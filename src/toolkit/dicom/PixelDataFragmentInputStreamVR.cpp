@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "toolkit/base/CodestreamSignature.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/io/EndianHandlingReader.h"
 
@@ -20,12 +21,6 @@ constexpr std::uint32_t kLongestTable = 0x4000000;
 constexpr std::size_t kTableChunk = 0x10000;
 
 constexpr std::uint64_t kUnknownEnd = std::numeric_limits<std::uint64_t>::max();
-
-bool BeginsCodestream(const std::vector<unsigned char>& theBytes)
-{
-    return theBytes.size() >= 2 &&
-           ((theBytes[0] == 0xff && theBytes[1] == 0xd8) || (theBytes[0] == 0xff && theBytes[1] == 0x4f));
-}
 
 std::uint32_t LittleEndian32(const unsigned char* theBytes)
 {
@@ -103,7 +98,7 @@ std::vector<unsigned char> PixelDataFragmentInputStreamVR::ReadTableBytes(std::u
 bool PixelDataFragmentInputStreamVR::ReturnToFirstItem(const std::vector<unsigned char>& theTable,
                                                        std::uint64_t thePosition)
 {
-    if (!BeginsCodestream(theTable) || !CanSeek())
+    if (!CodestreamSignature::BeginsCodestream(theTable.data(), theTable.size()) || !CanSeek())
     {
         return false;
     }

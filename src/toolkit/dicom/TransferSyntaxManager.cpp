@@ -3,26 +3,34 @@
 
 namespace
 {
-/// Encapsulated transfer syntaxes of PS3.6 Annex A: explicit little endian around compressed frames. The
-/// UIDs are written out because static strings of other files may not exist yet.
-constexpr const char* kEncapsulatedUIDs[] = {
-    "1.2.840.10008.1.2.4.50",    "1.2.840.10008.1.2.4.51",    "1.2.840.10008.1.2.4.52",
-    "1.2.840.10008.1.2.4.53",    "1.2.840.10008.1.2.4.54",    "1.2.840.10008.1.2.4.55",
-    "1.2.840.10008.1.2.4.56",    "1.2.840.10008.1.2.4.57",    "1.2.840.10008.1.2.4.58",
+/// Encapsulated transfer syntaxes of PS3.6 Annex A, explicit little endian around compressed frames: those
+/// with a name in this library, and the others.
+constexpr const char* kNamedUIDs[] = {
+    TransferSyntaxType::TSJPEG50UID,
+    TransferSyntaxType::TSJPEG51UID,
+    TransferSyntaxType::TSJPEG57UID,
+    TransferSyntaxType::TSJPEG70UID,
+    TransferSyntaxType::TSJPEGLSLosslessUID,
+    TransferSyntaxType::TSJPEGLSUID,
+    TransferSyntaxType::TSJPEG2KLosslessUID,
+    TransferSyntaxType::TSJPEG2KUID,
+    TransferSyntaxType::TSRLEUID,
+};
+constexpr const char* kOtherUIDs[] = {
+    "1.2.840.10008.1.2.4.52",    "1.2.840.10008.1.2.4.53",    "1.2.840.10008.1.2.4.54",
+    "1.2.840.10008.1.2.4.55",    "1.2.840.10008.1.2.4.56",    "1.2.840.10008.1.2.4.58",
     "1.2.840.10008.1.2.4.59",    "1.2.840.10008.1.2.4.60",    "1.2.840.10008.1.2.4.61",
     "1.2.840.10008.1.2.4.62",    "1.2.840.10008.1.2.4.63",    "1.2.840.10008.1.2.4.64",
-    "1.2.840.10008.1.2.4.65",    "1.2.840.10008.1.2.4.66",    "1.2.840.10008.1.2.4.70",
-    "1.2.840.10008.1.2.4.80",    "1.2.840.10008.1.2.4.81",    "1.2.840.10008.1.2.4.90",
-    "1.2.840.10008.1.2.4.91",    "1.2.840.10008.1.2.4.92",    "1.2.840.10008.1.2.4.93",
-    "1.2.840.10008.1.2.4.94",    "1.2.840.10008.1.2.4.100",   "1.2.840.10008.1.2.4.100.1",
-    "1.2.840.10008.1.2.4.101",   "1.2.840.10008.1.2.4.101.1", "1.2.840.10008.1.2.4.102",
-    "1.2.840.10008.1.2.4.102.1", "1.2.840.10008.1.2.4.103",   "1.2.840.10008.1.2.4.103.1",
-    "1.2.840.10008.1.2.4.104",   "1.2.840.10008.1.2.4.104.1", "1.2.840.10008.1.2.4.105",
-    "1.2.840.10008.1.2.4.105.1", "1.2.840.10008.1.2.4.106",   "1.2.840.10008.1.2.4.106.1",
-    "1.2.840.10008.1.2.4.107",   "1.2.840.10008.1.2.4.108",   "1.2.840.10008.1.2.4.110",
-    "1.2.840.10008.1.2.4.111",   "1.2.840.10008.1.2.4.112",   "1.2.840.10008.1.2.4.201",
-    "1.2.840.10008.1.2.4.202",   "1.2.840.10008.1.2.4.203",   "1.2.840.10008.1.2.4.204",
-    "1.2.840.10008.1.2.5",       "1.2.840.10008.1.2.8.1",     "1.2.840.10008.1.2.1.98",
+    "1.2.840.10008.1.2.4.65",    "1.2.840.10008.1.2.4.66",    "1.2.840.10008.1.2.4.92",
+    "1.2.840.10008.1.2.4.93",    "1.2.840.10008.1.2.4.94",    "1.2.840.10008.1.2.4.100",
+    "1.2.840.10008.1.2.4.100.1", "1.2.840.10008.1.2.4.101",   "1.2.840.10008.1.2.4.101.1",
+    "1.2.840.10008.1.2.4.102",   "1.2.840.10008.1.2.4.102.1", "1.2.840.10008.1.2.4.103",
+    "1.2.840.10008.1.2.4.103.1", "1.2.840.10008.1.2.4.104",   "1.2.840.10008.1.2.4.104.1",
+    "1.2.840.10008.1.2.4.105",   "1.2.840.10008.1.2.4.105.1", "1.2.840.10008.1.2.4.106",
+    "1.2.840.10008.1.2.4.106.1", "1.2.840.10008.1.2.4.107",   "1.2.840.10008.1.2.4.108",
+    "1.2.840.10008.1.2.4.110",   "1.2.840.10008.1.2.4.111",   "1.2.840.10008.1.2.4.112",
+    "1.2.840.10008.1.2.4.201",   "1.2.840.10008.1.2.4.202",   "1.2.840.10008.1.2.4.203",
+    "1.2.840.10008.1.2.4.204",   "1.2.840.10008.1.2.8.1",     "1.2.840.10008.1.2.1.98",
 };
 
 /// Those whose data set is deflated as a whole (JPIP Referenced Deflate).
@@ -38,11 +46,16 @@ const TransferSyntaxManager& TransferSyntaxManager::GetDefaultInstance()
 TransferSyntaxManager::TransferSyntaxManager()
 {
     constexpr auto aLittle = DLEndian::LITTLE_ENDIAN_ORDER;
-    itsTypes.emplace_back("1.2.840.10008.1.2", aLittle, false, false, false);
-    itsTypes.emplace_back("1.2.840.10008.1.2.1", aLittle, true, false, false);
-    itsTypes.emplace_back("1.2.840.10008.1.2.1.99", aLittle, true, false, true);
-    itsTypes.emplace_back("1.2.840.10008.1.2.2", DLEndian::BIG_ENDIAN_ORDER, true, false, false);
-    for (const char* aUID : kEncapsulatedUIDs)
+    itsTypes.emplace_back(TransferSyntaxType::TSImplicitLittleEndianUID, aLittle, false, false, false);
+    itsTypes.emplace_back(TransferSyntaxType::TSExplicitLittleEndianUID, aLittle, true, false, false);
+    itsTypes.emplace_back(TransferSyntaxType::TSDeflatedUID, aLittle, true, false, true);
+    itsTypes.emplace_back(TransferSyntaxType::TSExplicitBigEndianUID, DLEndian::BIG_ENDIAN_ORDER, true, false,
+                          false);
+    for (const char* aUID : kNamedUIDs)
+    {
+        itsTypes.emplace_back(aUID, aLittle, true, true, false);
+    }
+    for (const char* aUID : kOtherUIDs)
     {
         itsTypes.emplace_back(aUID, aLittle, true, true, false);
     }

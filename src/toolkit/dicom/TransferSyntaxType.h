@@ -16,17 +16,22 @@ class Part10InputStream;
 class QUORIX_API TransferSyntaxType
 {
 public:
-    static const RWCString TSImplicitLittleEndianUID; ///< 1.2.840.10008.1.2
-    static const RWCString TSExplicitLittleEndianUID; ///< 1.2.840.10008.1.2.1
-    static const RWCString TSDeflatedUID;             ///< 1.2.840.10008.1.2.1.99
-    static const RWCString TSExplicitBigEndianUID;    ///< 1.2.840.10008.1.2.2
-    static const RWCString TSJPEG50UID;               ///< 1.2.840.10008.1.2.4.50
-    static const RWCString TSJPEG51UID;               ///< 1.2.840.10008.1.2.4.51
-    static const RWCString TSJPEG57UID;               ///< 1.2.840.10008.1.2.4.57
-    static const RWCString TSJPEG70UID;               ///< 1.2.840.10008.1.2.4.70
-    static const RWCString TSJPEG2KLosslessUID;       ///< 1.2.840.10008.1.2.4.90
-    static const RWCString TSJPEG2KUID;               ///< 1.2.840.10008.1.2.4.91
-    static const RWCString TSRLEUID;                  ///< 1.2.840.10008.1.2.5
+    /// UIDs, to be used from the first static initialiser on. JPEG-LS has no codec here.
+    /// @{
+    static constexpr const char* TSImplicitLittleEndianUID = "1.2.840.10008.1.2";
+    static constexpr const char* TSExplicitLittleEndianUID = "1.2.840.10008.1.2.1";
+    static constexpr const char* TSDeflatedUID = "1.2.840.10008.1.2.1.99";
+    static constexpr const char* TSExplicitBigEndianUID = "1.2.840.10008.1.2.2";
+    static constexpr const char* TSJPEG50UID = "1.2.840.10008.1.2.4.50";
+    static constexpr const char* TSJPEG51UID = "1.2.840.10008.1.2.4.51";
+    static constexpr const char* TSJPEG57UID = "1.2.840.10008.1.2.4.57";
+    static constexpr const char* TSJPEG70UID = "1.2.840.10008.1.2.4.70";
+    static constexpr const char* TSJPEGLSLosslessUID = "1.2.840.10008.1.2.4.80";
+    static constexpr const char* TSJPEGLSUID = "1.2.840.10008.1.2.4.81";
+    static constexpr const char* TSJPEG2KLosslessUID = "1.2.840.10008.1.2.4.90";
+    static constexpr const char* TSJPEG2KUID = "1.2.840.10008.1.2.4.91";
+    static constexpr const char* TSRLEUID = "1.2.840.10008.1.2.5";
+    /// @}
 
     /// For TransferSyntaxManager; what the arguments mean the accessors tell.
     TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool theExplicitVR, bool theEncapsulated,

@@ -11,6 +11,17 @@ MemoryInputStream::MemoryInputStream(const void* theData, std::size_t theLength)
 {
 }
 
+MemoryInputStream::MemoryInputStream(const MemoryInputStream&) : InputStream(), itsData(nullptr), itsLength(0)
+{
+    throw StreamIOException("MemoryInputStream::MemoryInputStream: copy construction not allowed",
+                            DLRC_GENERAL_FAILURE, 0);
+}
+
+MemoryInputStream& MemoryInputStream::operator=(const MemoryInputStream&)
+{
+    throw StreamIOException("MemoryInputStream::operator=: assignment not allowed", DLRC_GENERAL_FAILURE, 0);
+}
+
 std::size_t MemoryInputStream::Read(unsigned char* theBuffer, std::size_t theLength)
 {
     const std::size_t aCount = std::min(theLength, itsLength - itsPosition);

@@ -10,6 +10,13 @@ public:
     /// The bytes are borrowed and must outlive the stream.
     MemoryInputStream(const void* theData, std::size_t theLength);
 
+    /// Deliberately refused when they are run: both throw StreamIOException (code 6), and nothing is copied.
+    /// Two readers of one stream would take each other's bytes.
+    /// @{
+    MemoryInputStream(const MemoryInputStream&);
+    MemoryInputStream& operator=(const MemoryInputStream&);
+    /// @}
+
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
     std::size_t Skip(std::size_t theLength) override;
 

@@ -94,7 +94,12 @@ TEST(MemoryInputStream, MovesWithinItsBytes)
     ExpectFailure([&] { aStream.Seek(6); }, "MemoryInputStream::Seek: position 6 is past the end (5)",
                   DLRC_IO_ERROR);
     EXPECT_EQ(aStream.GetStreamPosition(), 5u);
+    ExpectFailure([&] { MemoryInputStream aCopy(aStream); },
+                  "MemoryInputStream::MemoryInputStream: copy construction not allowed",
+                  DLRC_GENERAL_FAILURE);
     MemoryInputStream anEmpty(nullptr, 0);
+    ExpectFailure([&] { anEmpty = aStream; }, "MemoryInputStream::operator=: assignment not allowed",
+                  DLRC_GENERAL_FAILURE);
     EXPECT_EQ(anEmpty.Read(aBuffer.data(), 5), 0u);
     EXPECT_TRUE(anEmpty.IsEmpty());
 }

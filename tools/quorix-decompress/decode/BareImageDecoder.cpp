@@ -1,24 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decode/BareImageDecoder.h"
 
+#include "decoding/CodecTable.h"
 #include "decompressors/BareStreamDecode.h"
 #include "toolkit/base/DMTickCounter.h"
-
-namespace
-{
-JImageType ImageTypeOf(InputKind theKind)
-{
-    switch (theKind)
-    {
-    case InputKind::JPEG2000:
-        return IMAGE_TYPE_JPEG2000;
-    case InputKind::JPEG2000_LOSSLESS:
-        return IMAGE_TYPE_JPEG2000_LOSSLESS;
-    default:
-        return IMAGE_TYPE_JPEG;
-    }
-}
-} // namespace
 
 void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
 {
@@ -30,7 +15,7 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     DMTickCounter aCounter;
     const std::unique_ptr<InputStream> aStream = itsSource.Open();
     const double anOpenTime = aCounter.Lap() * 1000.0;
-    theResult.itsRenderable = BareStreamDecode::Run(*aStream, ImageTypeOf(itsKind), itsScale);
+    theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsScale);
     theResult.itsResultCode = DLRC_SUCCESS;
     theResult.itsMessage = "Completed successfully";
     if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
@@ -39,6 +24,6 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     }
     if (theResult.itsRenderable->isLossyImageCompression())
     {
-        theResult.itsCompressionKind = itsKind == InputKind::JPEG ? "JPG" : "JP2";
+        theResult.itsCompressionKind = CodecTable::FindBareStream(itsKind, false)->GetLossyKind(true);
     }
 }

@@ -7,7 +7,7 @@
 class BareImageDecoder final : public FrameDecoder
 {
 public:
-    BareImageDecoder(InputKind theKind, const InputSource& theSource, int theScale)
+    BareImageDecoder(JImageType theKind, const InputSource& theSource, int theScale)
         : itsKind(theKind), itsSource(theSource), itsScale(theScale)
     {
     }
@@ -18,7 +18,7 @@ protected:
     void DecodeInto(DecodedFrame& theResult) override;
 
 private:
-    InputKind itsKind;
+    JImageType itsKind;
     const InputSource& itsSource;
     int itsScale;
 };

@@ -5,12 +5,12 @@
 #include <cstdlib>
 #include <limits>
 
+#include "decoding/CodecTable.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "toolkit/base/DMTickCounter.h"
 #include "toolkit/dicom/DICOMTag.h"
-#include "toolkit/dicom/TransferSyntaxType.h"
 
 namespace
 {
@@ -19,19 +19,12 @@ RWCString LossyKind(const DICOMDataObject& theDataSet)
 {
     RWCString aUID;
     theDataSet.GetString(DICOMTags::TransferSyntaxUID, aUID);
-    if (aUID == TransferSyntaxType::TSJPEG50UID || aUID == TransferSyntaxType::TSJPEG51UID)
-    {
-        return "JPG";
-    }
-    if (aUID == TransferSyntaxType::TSJPEG2KUID)
-    {
-        // This transfer syntax allows both; the codec has marked the data set when there was loss.
-        RWCString aLossy;
-        const bool isLossy = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) &&
-                             !aLossy.empty() && aLossy != "00";
-        return isLossy ? "JP2" : "";
-    }
-    return "";
+    // Where the transfer syntax allows both, the codec has marked the data set when there was loss.
+    RWCString aLossy;
+    const bool isMarked = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && !aLossy.empty() &&
+                          theDataSet.IsMarkedLossy();
+    const CodecRow* const aRow = CodecTable::Find(aUID);
+    return aRow != nullptr ? aRow->GetLossyKind(isMarked) : "";
 }
 } // namespace
 
@@ -62,8 +55,8 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     {
         theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet);
         // Other codecs report the scale that was asked for and deliver full size.
-        const RWCString& aUID = aRequest.getTransferSyntaxUID();
-        if (aUID == TransferSyntaxType::TSJPEG2KLosslessUID || aUID == TransferSyntaxType::TSJPEG2KUID)
+        const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID());
+        if (aRow != nullptr && aRow->itsCanReduce)
         {
             theResult.itsHalvings = theResult.itsRenderable->getScaleFactor() - 1;
         }

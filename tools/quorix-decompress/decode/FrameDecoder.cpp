@@ -25,10 +25,10 @@ DecodedFrame FrameDecoder::Decode(int theFrame)
     return aFrame;
 }
 
-std::unique_ptr<FrameDecoder> FrameDecoder::Create(InputKind theKind, const InputSource& theSource,
+std::unique_ptr<FrameDecoder> FrameDecoder::Create(JImageType theKind, const InputSource& theSource,
                                                    int theScale)
 {
-    if (theKind == InputKind::DICOM)
+    if (theKind == IMAGE_TYPE_DICOM_PART10)
     {
         return std::make_unique<DICOMFrameDecoder>(theSource, theScale);
     }

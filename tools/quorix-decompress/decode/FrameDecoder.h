@@ -20,7 +20,7 @@ public:
     virtual int GetNumberOfFrames(const DecodedFrame& theFrame) const = 0;
 
     /// The decoder for a kind of input. theSource must have been loaded.
-    static std::unique_ptr<FrameDecoder> Create(InputKind theKind, const InputSource& theSource,
+    static std::unique_ptr<FrameDecoder> Create(JImageType theKind, const InputSource& theSource,
                                                 int theScale);
 
 protected:

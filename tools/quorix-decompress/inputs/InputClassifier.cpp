@@ -1,61 +1,46 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "inputs/InputClassifier.h"
 
-#include <algorithm>
-#include <string_view>
+#include "decoding/CodecTable.h"
+#include "toolkit/base/CodestreamSignature.h"
 
 namespace
 {
-bool HasAt(const std::vector<unsigned char>& theHead, std::size_t thePosition, std::string_view theBytes)
-{
-    return theHead.size() >= thePosition + theBytes.size() &&
-           std::equal(theBytes.begin(), theBytes.end(), theHead.begin() + static_cast<long>(thePosition),
-                      [](char theLeft, unsigned char theRight)
-                      { return static_cast<unsigned char>(theLeft) == theRight; });
-}
-
-constexpr std::string_view kJPEGStart("\xff\xd8\xff", 3);
-constexpr std::string_view kCodestreamStart("\xff\x4f\xff\x51", 4);
-constexpr std::string_view kSignatureBox("\0\0\0\x0cjP  \r\n\x87\n", 12);
+constexpr std::size_t kPreambleLength = 128;
 } // namespace
 
 bool InputClassifier::IsPart10(const std::vector<unsigned char>& theHead)
 {
-    return HasAt(theHead, 128, "DICM");
+    return theHead.size() > kPreambleLength &&
+           CodestreamSignature::Begins(theHead.data() + kPreambleLength, theHead.size() - kPreambleLength,
+                                       "DICM");
 }
 
 bool InputClassifier::IsJP2(const std::vector<unsigned char>& theHead)
 {
-    return HasAt(theHead, 0, kSignatureBox);
+    return CodestreamSignature::Begins(theHead.data(), theHead.size(), CodestreamSignature::kJP2);
 }
 
-InputKind InputClassifier::Classify(const std::vector<unsigned char>& theHead, InputType theType)
+JImageType InputClassifier::Classify(const std::vector<unsigned char>& theHead, InputType theType)
 {
     switch (theType)
     {
     case InputType::DICOM:
-        return InputKind::DICOM;
+        return IMAGE_TYPE_DICOM_PART10;
     case InputType::JPEG:
-        return InputKind::JPEG;
+        return IMAGE_TYPE_JPEG;
     case InputType::J2K:
-        return InputKind::JPEG2000;
+        return IMAGE_TYPE_JPEG2000;
     case InputType::J2K_LOSSLESS:
-        return InputKind::JPEG2000_LOSSLESS;
+        return IMAGE_TYPE_JPEG2000_LOSSLESS;
     case InputType::AUTO:
         break;
     }
     // The preamble may hold anything, the start of another kind of file included: look behind it first.
     if (IsPart10(theHead))
     {
-        return InputKind::DICOM;
+        return IMAGE_TYPE_DICOM_PART10;
     }
-    if (HasAt(theHead, 0, kJPEGStart))
-    {
-        return InputKind::JPEG;
-    }
-    if (HasAt(theHead, 0, kCodestreamStart) || IsJP2(theHead))
-    {
-        return InputKind::JPEG2000;
-    }
-    return InputKind::DICOM;
+    const CodecRow* const aRow = CodecTable::Recognise(theHead.data(), theHead.size());
+    return aRow != nullptr ? static_cast<JImageType>(aRow->itsImageType) : IMAGE_TYPE_DICOM_PART10;
 }

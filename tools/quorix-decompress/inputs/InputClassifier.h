@@ -3,16 +3,8 @@
 
 #include <vector>
 
+#include "decoding/ImageType.h"
 #include "run/Options.h"
-
-/// What an input is taken for.
-enum class InputKind
-{
-    DICOM,
-    JPEG,
-    JPEG2000,
-    JPEG2000_LOSSLESS
-};
 
 /// Tells kinds of input apart by their first bytes. Stateless.
 class InputClassifier
@@ -29,5 +21,5 @@ public:
 
     /// theType where it names a kind; for AUTO what theHead looks like. Anything unknown counts as DICOM,
     /// whose reader says what is wrong with it.
-    static InputKind Classify(const std::vector<unsigned char>& theHead, InputType theType);
+    static JImageType Classify(const std::vector<unsigned char>& theHead, InputType theType);
 };

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "inputs/J2KHeader.h"
 
-#include <algorithm>
 #include <limits>
+#include <string_view>
 #include <vector>
+
+#include "toolkit/base/CodestreamSignature.h"
 
 namespace
 {
 constexpr std::size_t kSearchedLength = std::size_t{1} << 20;
-constexpr unsigned char kStart[] = {0xff, 0x4f, 0xff, 0x51}; // SOC, SIZ
-constexpr std::size_t kNeededLength = 43;                    // SOC to the first component's Ssiz
+constexpr std::size_t kNeededLength = 43; // SOC to the first component's Ssiz
 
 std::uint32_t Number(const unsigned char* theBytes)
 {
@@ -31,12 +32,13 @@ std::optional<J2KHeader> J2KHeader::Read(InputStream& theStream)
 {
     std::vector<unsigned char> aHead(kSearchedLength);
     aHead.resize(theStream.ReadFully(aHead.data(), aHead.size()));
-    const auto aFound = std::search(aHead.begin(), aHead.end(), std::begin(kStart), std::end(kStart));
-    if (static_cast<std::size_t>(aHead.end() - aFound) < kNeededLength)
+    const std::size_t aFound = std::string_view(reinterpret_cast<const char*>(aHead.data()), aHead.size())
+                                   .find(CodestreamSignature::kJPEG2000);
+    if (aFound == std::string_view::npos || aHead.size() - aFound < kNeededLength)
     {
         return std::nullopt;
     }
-    const unsigned char* const aSize = &*aFound + 8; // past both markers, Lsiz and Rsiz
+    const unsigned char* const aSize = aHead.data() + aFound + 8; // past both markers, Lsiz and Rsiz
     J2KHeader aHeader;
     aHeader.itsColumns = Extent(Number(aSize), Number(aSize + 8));
     aHeader.itsRows = Extent(Number(aSize + 4), Number(aSize + 12));

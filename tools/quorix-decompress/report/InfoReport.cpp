@@ -9,6 +9,7 @@
 
 #include "codecs/jpeg/JPEGHeader.h"
 #include "codecs/sources/InputStreamAdapter.h"
+#include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"
 #include "jp2/jp2_box_textualizer.h"
@@ -19,27 +20,6 @@
 
 namespace
 {
-struct CodecName
-{
-    const char* itsUID;
-    const char* itsName;
-};
-
-constexpr CodecName kCodecNames[] = {
-    {"1.2.840.10008.1.2", "native, implicit little endian"},
-    {"1.2.840.10008.1.2.1", "native, explicit little endian"},
-    {"1.2.840.10008.1.2.1.99", "native, deflated explicit little endian"},
-    {"1.2.840.10008.1.2.2", "native, explicit big endian"},
-    {"1.2.840.10008.1.2.4.50", "JPEG baseline (process 1)"},
-    {"1.2.840.10008.1.2.4.51", "JPEG extended (processes 2 and 4)"},
-    {"1.2.840.10008.1.2.4.57", "JPEG lossless (process 14)"},
-    {"1.2.840.10008.1.2.4.70", "JPEG lossless (process 14, selection value 1)"},
-    {"1.2.840.10008.1.2.4.80", "JPEG-LS lossless"},
-    {"1.2.840.10008.1.2.4.81", "JPEG-LS near-lossless"},
-    {"1.2.840.10008.1.2.4.90", "JPEG 2000 lossless"},
-    {"1.2.840.10008.1.2.4.91", "JPEG 2000"},
-    {"1.2.840.10008.1.2.5", "RLE lossless"}};
-
 int IntegerOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
 {
     std::int32_t aValue = 0;
@@ -47,18 +27,18 @@ int IntegerOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
 }
 } // namespace
 
-InfoReport::InfoReport(const InputSource& theSource, InputKind theKind)
+InfoReport::InfoReport(const InputSource& theSource, JImageType theKind)
 {
     switch (theKind)
     {
-    case InputKind::DICOM:
+    case IMAGE_TYPE_DICOM_PART10:
         ReadDICOM(theSource);
         break;
-    case InputKind::JPEG:
+    case IMAGE_TYPE_JPEG:
         ReadJPEG(theSource);
         break;
-    case InputKind::JPEG2000:
-    case InputKind::JPEG2000_LOSSLESS:
+    case IMAGE_TYPE_JPEG2000:
+    case IMAGE_TYPE_JPEG2000_LOSSLESS:
         ReadJPEG2000(theSource, theKind);
         break;
     }
@@ -67,10 +47,7 @@ InfoReport::InfoReport(const InputSource& theSource, InputKind theKind)
 void InfoReport::DescribeCodec(const std::string& theUID, int theBitsStored)
 {
     itsTransferSyntax = theUID;
-    const auto* const aName =
-        std::find_if(std::begin(kCodecNames), std::end(kCodecNames),
-                     [&](const CodecName& theName) { return theUID == theName.itsUID; });
-    itsCodec = aName != std::end(kCodecNames) ? aName->itsName : "unknown";
+    itsCodec = CodecTable::GetName(theUID);
     const TransferSyntaxType* const aType =
         TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(theUID);
     if (aType != nullptr && !aType->IsEncapsulated())
@@ -128,10 +105,9 @@ void InfoReport::DescribeDataSet(const DICOMDataObject& theDataSet)
     itsPlanar = IntegerOf(theDataSet, DICOMTags::PlanarConfiguration);
     itsFrames = std::max(IntegerOf(theDataSet, DICOMTags::NumberOfFrames), 1);
     theDataSet.GetString(DICOMTags::PhotometricInterpretation, itsPhotometric);
-    RWCString aLossy;
-    if (theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy))
+    if (RWCString aLossy; theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy))
     {
-        itsLossy = aLossy != "00" ? 1 : 0;
+        itsLossy = theDataSet.IsMarkedLossy() ? 1 : 0;
     }
 }
 
@@ -161,7 +137,7 @@ void InfoReport::ReadJPEG(const InputSource& theSource)
     itsCodec = aHeader->GetProcessName();
 }
 
-void InfoReport::ReadJPEG2000(const InputSource& theSource, InputKind theKind)
+void InfoReport::ReadJPEG2000(const InputSource& theSource, JImageType theKind)
 {
     itsType = "JPEG 2000";
     const std::optional<J2KHeader> aHeader = J2KHeader::Read(*theSource.Open());
@@ -171,9 +147,7 @@ void InfoReport::ReadJPEG2000(const InputSource& theSource, InputKind theKind)
     }
     DescribeSamples(*aHeader);
     itsSigned = aHeader->itsSigned ? 1 : 0;
-    DescribeCodec(theKind == InputKind::JPEG2000_LOSSLESS ? TransferSyntaxType::TSJPEG2KLosslessUID
-                                                          : TransferSyntaxType::TSJPEG2KUID,
-                  aHeader->itsPrecision);
+    DescribeCodec(CodecTable::FindImageType(theKind)->itsUID, aHeader->itsPrecision);
     if (InputClassifier::IsJP2(theSource.ReadHead(InputClassifier::kHeadLength)))
     {
         const std::unique_ptr<InputStream> aStream = theSource.Open();

@@ -14,7 +14,7 @@ class InfoReport
 {
 public:
     /// Reads the header of theSource, which has been loaded. Throws what the library throws.
-    InfoReport(const InputSource& theSource, InputKind theKind);
+    InfoReport(const InputSource& theSource, JImageType theKind);
 
     /// The JSON line or the block of text, with its line feed. theInput: what the input is called.
     std::string ToText(const std::string& theInput, bool theJSON) const;
@@ -22,7 +22,7 @@ public:
 private:
     void ReadDICOM(const InputSource& theSource);
     void ReadJPEG(const InputSource& theSource);
-    void ReadJPEG2000(const InputSource& theSource, InputKind theKind);
+    void ReadJPEG2000(const InputSource& theSource, JImageType theKind);
 
     /// What the headers of all bare codestreams tell.
     template <class Header>

@@ -110,8 +110,8 @@ bool DecodeJob::IsDoneBefore()
 
 void DecodeJob::Decode()
 {
-    const InputKind aKind = InputClassifier::Classify(itsSource.ReadHead(InputClassifier::kHeadLength),
-                                                      itsContext.itsOptions.GetType());
+    const JImageType aKind = InputClassifier::Classify(itsSource.ReadHead(InputClassifier::kHeadLength),
+                                                       itsContext.itsOptions.GetType());
     if (itsContext.itsOptions.IsInfo())
     {
         ShowInfo(aKind);
@@ -144,7 +144,7 @@ void DecodeJob::PrintLine(const std::string& theLine)
     itsUnwritten = !itsContext.itsReporter.PrintLine(theLine) || itsUnwritten;
 }
 
-void DecodeJob::ShowInfo(InputKind theKind)
+void DecodeJob::ShowInfo(JImageType theKind)
 {
     const InfoReport aReport(itsSource, theKind);
     itsContext.itsReporter.CountDecoded();
@@ -159,7 +159,7 @@ void DecodeJob::ShowInfo(InputKind theKind)
     itsContext.itsReporter.AddDone(1);
 }
 
-void DecodeJob::DecodeFrames(InputKind theKind)
+void DecodeJob::DecodeFrames(JImageType theKind)
 {
     const Options& anOptions = itsContext.itsOptions;
     const auto aDecoder = FrameDecoder::Create(theKind, itsSource, anOptions.GetScale());

@@ -44,8 +44,8 @@ private:
     void Decode();
     void SaveRecord();
     void PrintLine(const std::string& theLine);
-    void ShowInfo(InputKind theKind);
-    void DecodeFrames(InputKind theKind);
+    void ShowInfo(JImageType theKind);
+    void DecodeFrames(JImageType theKind);
     void HandleFrame(DecodedFrame theFrame, bool theSeveral);
     std::string WriteFrame(const DecodedFrame& theFrame, bool theSeveral);
     void FinishOutput(TemporaryFile& theFile, const std::string& thePath);

@@ -29,7 +29,8 @@ public:
     static bool IsBareImage(jint theImageType);
     static bool IsPart10(jint theImageType);
 
-    static const RWCString& GetTransferSyntaxUID(jint theImageType, bool theLossless);
+    /// The image type must be one of a bare image.
+    static RWCString GetTransferSyntaxUID(jint theImageType, bool theLossless);
 
     /// The image type must be one of the above.
     StreamDecode(InputStream& theStream, const Arguments& theArguments);

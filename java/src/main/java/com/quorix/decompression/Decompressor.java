@@ -18,8 +18,6 @@ import java.util.function.LongFunction;
  * options is locked while the call runs. All methods may be called from any number of threads.
  */
 public final class Decompressor {
-    private static final int TYPE_BYTES = 8;
-
     private Decompressor() {
     }
 
@@ -125,7 +123,7 @@ public final class Decompressor {
         }
         try {
             long start = in.getFilePointer();
-            byte[] bytes = new byte[TYPE_BYTES];
+            byte[] bytes = new byte[ImageType.START_LENGTH];
             int count = readFully(in, bytes);
             in.seek(start);
             return ImageType.of(bytes, count);

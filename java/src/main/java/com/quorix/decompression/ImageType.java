@@ -2,26 +2,31 @@
 package com.quorix.decompression;
 
 import java.util.Arrays;
+import java.util.HexFormat;
 
 /** Kinds of compressed input. */
 public enum ImageType {
     /** Found out from the first bytes; not for queues. */
     AUTOMATIC(0),
     /** A JPEG codestream. */
-    JPEG(NDecompressor.TYPE_JPEG),
+    JPEG(NDecompressor.TYPE_JPEG, "FFD8FF"),
     /** A JPEG 2000 codestream or JP2 file. */
-    JPEG2000(NDecompressor.TYPE_JPEG2000),
+    JPEG2000(NDecompressor.TYPE_JPEG2000, "FF4FFF51", "0000000C6A5020200D0A870A"),
     /** A JPEG 2000 codestream or JP2 file that is known to be without loss. */
     JPEG2000_LOSSLESS(NDecompressor.TYPE_JPEG2000_LOSSLESS),
     /** A DICOM Part 10 stream; not for queues. */
     DICOM(NDecompressor.TYPE_DICOM);
 
-    private static final byte[] JP2_SIGNATURE = {0, 0, 0, 12, 'j', 'P', ' ', ' '};
+    /** So many bytes of a stream are enough to tell its type. */
+    static final int START_LENGTH = 12;
 
     private final int code;
+    private final byte[][] starts;
 
-    ImageType(int code) {
+    /** The same as in the library's table of codecs: code and, in hexadecimal, what such streams begin with. */
+    ImageType(int code, String... starts) {
         this.code = code;
+        this.starts = Arrays.stream(starts).map(HexFormat.of()::parseHex).toArray(byte[][]::new);
     }
 
     int code() {
@@ -30,16 +35,13 @@ public enum ImageType {
 
     /** The type that a stream's first bytes tell; whatever is no bare codestream is taken for DICOM. */
     static ImageType of(byte[] start, int count) {
-        if (count >= 3 && startsWith(start, new byte[] {(byte) 0xFF, (byte) 0xD8, (byte) 0xFF})) {
-            return JPEG;
+        for (ImageType type : values()) {
+            for (byte[] wanted : type.starts) {
+                if (count >= wanted.length && Arrays.equals(start, 0, wanted.length, wanted, 0, wanted.length)) {
+                    return type;
+                }
+            }
         }
-        boolean isCodestream = count >= 4
-                && startsWith(start, new byte[] {(byte) 0xFF, 0x4F, (byte) 0xFF, 0x51});
-        boolean isBoxed = count >= JP2_SIGNATURE.length && startsWith(start, JP2_SIGNATURE);
-        return isCodestream || isBoxed ? JPEG2000 : DICOM;
-    }
-
-    private static boolean startsWith(byte[] bytes, byte[] start) {
-        return Arrays.equals(bytes, 0, start.length, start, 0, start.length);
+        return DICOM;
     }
 }

@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoding/CodecTable.h"
+
+#include <algorithm>
+#include <string>
+
+#include "codecs/jpeg/JPEG12BitDecoder.h"
+#include "codecs/jpeg/JPEG16BitDecoder.h"
+#include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/rle/RLEDecoder.h"
+#include "decoding/ImageType.h"
+#include "dicomfix/CompressionTerms.h"
+#include "toolkit/base/CodestreamSignature.h"
+#include "toolkit/base/StreamIOException.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+[[noreturn]] void Refuse(const char* theReason)
+{
+    throw StreamIOException(RWCString("DecoderFactory::Create() ") + theReason, DLRC_BITS_STORED_INVALID, 0);
+}
+
+std::unique_ptr<Decoder> CreateBaseline(const CodecArguments& theArguments)
+{
+    if (theArguments.itsBitsStored > 8)
+    {
+        Refuse("bits stored > 8 invalid for TSJPEG50UID transfer syntax");
+    }
+    return std::make_unique<JPEG8BitDecoder>();
+}
+
+std::unique_ptr<Decoder> CreateExtended(const CodecArguments& theArguments)
+{
+    if (theArguments.itsBitsStored > 12)
+    {
+        Refuse("bits stored > 12 invalid for TSJPEG51UID transfer syntax");
+    }
+    if (theArguments.itsBitsStored > 8)
+    {
+        return std::make_unique<JPEG12BitDecoder>();
+    }
+    return std::make_unique<JPEG8BitDecoder>();
+}
+
+std::unique_ptr<Decoder> CreateLossless(int theBitsStored, const char* theRefusal)
+{
+    if (theBitsStored < 2)
+    {
+        Refuse(theRefusal);
+    }
+    if (theBitsStored <= 8)
+    {
+        return std::make_unique<JPEG8BitDecoder>();
+    }
+    // The 16-bit build serves every lossless precision above 8; the 12-bit one is for the lossy process.
+    auto aCodec = std::make_unique<JPEG16BitDecoder>();
+    if (theBitsStored <= 12)
+    {
+        aCodec->SetBitsStoredPerSample(theBitsStored);
+    }
+    return aCodec;
+}
+
+std::unique_ptr<Decoder> CreateLossless57(const CodecArguments& theArguments)
+{
+    return CreateLossless(theArguments.itsBitsStored,
+                          "bits stored < 2 invalid for TSJPEG57UID transfer syntax");
+}
+
+std::unique_ptr<Decoder> CreateLossless70(const CodecArguments& theArguments)
+{
+    return CreateLossless(theArguments.itsBitsStored,
+                          "bits stored < 2 invalid for TSJPEG70UID transfer syntax");
+}
+
+std::unique_ptr<Decoder> CreateJPEG2000(const CodecArguments& theArguments)
+{
+    if (theArguments.itsIsFileStream)
+    {
+        return std::make_unique<JPEG2000FileStreamDecoder>(theArguments.itsScaleFactor,
+                                                           theArguments.itsTolerance);
+    }
+    return std::make_unique<JPEG2000Decoder>(theArguments.itsScaleFactor, theArguments.itsTolerance);
+}
+
+std::unique_ptr<Decoder> CreateJPEG2000Lossless(const CodecArguments& theArguments)
+{
+    std::unique_ptr<Decoder> aCodec = CreateJPEG2000(theArguments);
+    aCodec->SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    return aCodec;
+}
+
+std::unique_ptr<Decoder> CreateRLE(const CodecArguments&)
+{
+    return std::make_unique<RLEDecoder>();
+}
+
+// Every block of 8 x 8 samples, in the lossless processes every sample, takes at least one bit (ITU-T T.81,
+// Huffman coding). The component with the most samples across and the one with the most down have together at
+// least half as many as the image has pixels. The other codecs have no such bound: RLE segments may end early
+// by definition, and JPEG 2000 codestreams may be cut anywhere and still be decoded.
+constexpr std::uint64_t kPixelsPerByte = 2 * 8;
+constexpr std::uint64_t kSamplesPerBlock = 64;
+
+// The frame header has 16 bits for each dimension, so nothing wraps.
+std::uint64_t CountPixels(const Decoder& theCodec)
+{
+    return theCodec.GetImageWidth() * theCodec.GetImageHeight();
+}
+
+std::uint64_t LeastSizeOfBlocks(const Decoder& theCodec)
+{
+    return CountPixels(theCodec) / (kPixelsPerByte * kSamplesPerBlock);
+}
+
+// The codec of 16 bits knows the lossless processes only; that of 8 bits does not tell which one it is.
+std::uint64_t LeastSizeOfLossless(const Decoder& theCodec)
+{
+    return theCodec.GetBitsAllocatedPerSample() > 8 ? CountPixels(theCodec) / kPixelsPerByte
+                                                    : LeastSizeOfBlocks(theCodec);
+}
+
+void FailAsJPEG(const Decoder& theCodec, const RWCString& theReason)
+{
+    throw JPEGDecoderException("JPEGDecoder: error (read " + std::to_string(theCodec.GetTotalBytesRead()) +
+                                   " bytes so far): " + theReason,
+                               0);
+}
+
+constexpr CodecRow kRows[] = {
+    {.itsUID = TransferSyntaxType::TSJPEG50UID,
+     .itsName = "JPEG baseline (process 1)",
+     .itsFamily = CodecFamily::JPEG,
+     .itsImageType = IMAGE_TYPE_JPEG,
+     .itsFirstBytes = {CodestreamSignature::kJPEG},
+     .itsTerms = &LossyCompressions::kJPEG,
+     .itsIsAlwaysLossy = true,
+     .itsCreate = CreateBaseline,
+     .itsLeastSize = LeastSizeOfBlocks,
+     .itsFail = FailAsJPEG},
+    {.itsUID = TransferSyntaxType::TSJPEG51UID,
+     .itsName = "JPEG extended (processes 2 and 4)",
+     .itsFamily = CodecFamily::JPEG,
+     .itsTerms = &LossyCompressions::kJPEG,
+     .itsIsAlwaysLossy = true,
+     .itsCreate = CreateExtended,
+     .itsLeastSize = LeastSizeOfBlocks,
+     .itsFail = FailAsJPEG},
+    {.itsUID = TransferSyntaxType::TSJPEG57UID,
+     .itsName = "JPEG lossless (process 14)",
+     .itsFamily = CodecFamily::JPEG,
+     .itsCreate = CreateLossless57,
+     .itsLeastSize = LeastSizeOfLossless,
+     .itsFail = FailAsJPEG},
+    {.itsUID = TransferSyntaxType::TSJPEG70UID,
+     .itsName = "JPEG lossless (process 14, selection value 1)",
+     .itsFamily = CodecFamily::JPEG,
+     .itsCreate = CreateLossless70,
+     .itsLeastSize = LeastSizeOfLossless,
+     .itsFail = FailAsJPEG},
+    {.itsUID = TransferSyntaxType::TSJPEG2KUID,
+     .itsName = "JPEG 2000",
+     .itsFamily = CodecFamily::JPEG_2000,
+     .itsImageType = IMAGE_TYPE_JPEG2000,
+     .itsFirstBytes = {CodestreamSignature::kJPEG2000, CodestreamSignature::kJP2},
+     .itsTerms = &LossyCompressions::kJPEG2000,
+     .itsHasBitsStoredRule = false,
+     .itsCanReduce = true,
+     .itsCanHoldSingleBits = true,
+     .itsCreate = CreateJPEG2000},
+    {.itsUID = TransferSyntaxType::TSJPEG2KLosslessUID,
+     .itsName = "JPEG 2000 lossless",
+     .itsFamily = CodecFamily::JPEG_2000,
+     .itsImageType = IMAGE_TYPE_JPEG2000_LOSSLESS,
+     .itsHasBitsStoredRule = false,
+     .itsCanReduce = true,
+     .itsCanHoldSingleBits = true,
+     .itsCreate = CreateJPEG2000Lossless},
+    {.itsUID = TransferSyntaxType::TSRLEUID,
+     .itsName = "RLE lossless",
+     .itsFamily = CodecFamily::RLE,
+     .itsHasOwnColour = false,
+     .itsCanLeaveSamples = true, // a segment that ends early leaves the rest of its byte plane as it was
+     .itsCreate = CreateRLE},
+};
+
+struct NamedSyntax
+{
+    const char* itsUID;
+    const char* itsName;
+};
+
+constexpr NamedSyntax kNamesWithoutCodec[] = {
+    {TransferSyntaxType::TSImplicitLittleEndianUID, "native, implicit little endian"},
+    {TransferSyntaxType::TSExplicitLittleEndianUID, "native, explicit little endian"},
+    {TransferSyntaxType::TSDeflatedUID, "native, deflated explicit little endian"},
+    {TransferSyntaxType::TSExplicitBigEndianUID, "native, explicit big endian"},
+    {TransferSyntaxType::TSJPEGLSLosslessUID, "JPEG-LS lossless"},
+    {TransferSyntaxType::TSJPEGLSUID, "JPEG-LS near-lossless"},
+};
+
+template <class Predicate>
+const CodecRow* FindRow(const Predicate& thePredicate)
+{
+    const auto* const aRow = std::find_if(std::begin(kRows), std::end(kRows), thePredicate);
+    return aRow != std::end(kRows) ? aRow : nullptr;
+}
+} // namespace
+
+RWCString CodecRow::GetLossyKind(bool theIsLossy) const
+{
+    return itsTerms != nullptr && (itsIsAlwaysLossy || theIsLossy) ? itsTerms->itsKind : "";
+}
+
+void CodecRow::CheckLength(const Decoder& theCodec, std::uint64_t theLength) const
+{
+    if (theLength != 0 && itsLeastSize != nullptr && theLength < itsLeastSize(theCodec))
+    {
+        itsFail(theCodec, std::to_string(theCodec.GetImageHeight()) + " rows of " +
+                              std::to_string(theCodec.GetImageWidth()) + " pixels cannot come from " +
+                              std::to_string(theLength) + " bytes");
+    }
+}
+
+std::span<const CodecRow> CodecTable::GetRows()
+{
+    return kRows;
+}
+
+const CodecRow* CodecTable::Find(const RWCString& theTransferSyntaxUID)
+{
+    return FindRow([&](const CodecRow& theRow) { return theTransferSyntaxUID == theRow.itsUID; });
+}
+
+const CodecRow* CodecTable::FindImageType(std::int32_t theImageType)
+{
+    return FindRow([&](const CodecRow& theRow)
+                   { return theRow.itsImageType != 0 && theRow.itsImageType == theImageType; });
+}
+
+const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool theIsLossless)
+{
+    const CodecRow* const aNamed = FindImageType(theImageType);
+    if (aNamed == nullptr)
+    {
+        return nullptr;
+    }
+    const CodecRow* const aWanted = FindRow(
+        [&](const CodecRow& theRow)
+        {
+            return theRow.itsFamily == aNamed->itsFamily && theRow.itsImageType != 0 &&
+                   (theRow.itsTerms == nullptr) == theIsLossless;
+        });
+    return aWanted != nullptr ? aWanted : aNamed;
+}
+
+const CodecRow* CodecTable::Recognise(const unsigned char* theBytes, std::size_t theCount)
+{
+    return FindRow(
+        [&](const CodecRow& theRow)
+        {
+            return std::any_of(theRow.itsFirstBytes.begin(), theRow.itsFirstBytes.end(),
+                               [&](std::string_view theSignature) {
+                                   return !theSignature.empty() &&
+                                          CodestreamSignature::Begins(theBytes, theCount, theSignature);
+                               });
+        });
+}
+
+const char* CodecTable::GetName(const RWCString& theTransferSyntaxUID)
+{
+    if (const CodecRow* const aRow = Find(theTransferSyntaxUID))
+    {
+        return aRow->itsName;
+    }
+    const auto* const aName =
+        std::find_if(std::begin(kNamesWithoutCodec), std::end(kNamesWithoutCodec),
+                     [&](const NamedSyntax& theName) { return theTransferSyntaxUID == theName.itsUID; });
+    return aName != std::end(kNamesWithoutCodec) ? aName->itsName : "unknown";
+}

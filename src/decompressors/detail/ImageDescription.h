@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "image/Renderable.h"
+
+/// What a decompressor says of the pixels in a Renderable's buffer. A plain record.
+struct ImageDescription
+{
+    Renderable::PhotometricInterpretation itsInterpretation = Renderable::INVALID;
+    std::int32_t itsRows = 0;
+    std::int32_t itsColumns = 0;
+    std::int32_t itsSamplesPerPixel = 0;
+    std::int32_t itsBitsAllocated = 0; ///< these three are narrowed to 16 bits, as the record has them
+    std::int32_t itsBitsStored = 0;
+    std::int32_t itsHighBit = 0;
+    bool itsIsSigned = false;
+    bool itsIsPlanar = false;
+    bool itsIsLossy = false;
+    std::int32_t itsCompressionRatio = 0;
+    int itsScaleFactor = 1; ///< brought into what the record can hold
+    bool itsIsLittleEndian = true;
+
+    /// Pixels are square whatever the data set says.
+    void WriteTo(Renderable& theImage) const;
+};

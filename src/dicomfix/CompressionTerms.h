@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// What a data set's lossy history calls one kind of compression.
+struct CompressionTerms
+{
+    const char* itsKind;      ///< how callers of FixupDICOMObjectFromRenderable name it
+    const char* itsMethod;    ///< defined term of Lossy Image Compression Method
+    const char* itsLongName;  ///< in Derivation Description
+    const char* itsShortName; ///< in Image Type, with its blank
+};
+
+/// Every kind of compression that can lose something. Constants.
+namespace LossyCompressions
+{
+/// ISO/IEC 10918-1, the lossy processes.
+inline constexpr CompressionTerms kJPEG{"JPG", "ISO_10918_1", "JPEG", "JPEG "};
+/// ISO/IEC 15444-1.
+inline constexpr CompressionTerms kJPEG2000{"JP2", "ISO_15444_1", "JPEG 2000", "JP2K "};
+
+/// Both of them.
+inline constexpr const CompressionTerms* kAll[] = {&kJPEG, &kJPEG2000};
+} // namespace LossyCompressions

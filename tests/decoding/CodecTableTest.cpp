@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoding/CodecTable.h"
+
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "toolkit/dicom/TransferSyntaxManager.h"
+
+namespace
+{
+std::string ReadJava(const std::string& theClass)
+{
+    std::ifstream aFile(QUORIX_SOURCE_DIR "/java/src/main/java/com/quorix/decompression/" + theClass +
+                        ".java");
+    return {std::istreambuf_iterator<char>(aFile), {}};
+}
+
+std::string ToHex(std::string_view theBytes)
+{
+    std::string aText;
+    for (const char aByte : theBytes)
+    {
+        constexpr char kDigits[] = "0123456789ABCDEF";
+        const auto aValue = static_cast<unsigned char>(aByte);
+        aText += {kDigits[aValue / 16], kDigits[aValue % 16]};
+    }
+    return aText;
+}
+
+/// Image type code and first bytes.
+using Types = std::map<int, std::vector<std::string>>;
+
+Types TypesOfJava()
+{
+    std::map<std::string, int> aCodes;
+    const std::string aConstants = ReadJava("NDecompressor");
+    const std::regex aConstant("int (TYPE_\\w+) = (\\d+);");
+    for (std::sregex_iterator aMatch(aConstants.begin(), aConstants.end(), aConstant), anEnd; aMatch != anEnd;
+         ++aMatch)
+    {
+        aCodes[(*aMatch)[1]] = std::stoi((*aMatch)[2]);
+    }
+    Types aTypes;
+    const std::string anEnum = ReadJava("ImageType");
+    const std::regex aValue("\\n    \\w+\\(NDecompressor\\.(TYPE_\\w+)((?:, \"[0-9A-F]+\")*)\\)");
+    const std::regex aStart("[0-9A-F]+");
+    for (std::sregex_iterator aMatch(anEnum.begin(), anEnum.end(), aValue), anEnd; aMatch != anEnd; ++aMatch)
+    {
+        const std::string aStarts = (*aMatch)[2];
+        std::vector<std::string>& aType = aTypes[aCodes.at((*aMatch)[1])];
+        for (std::sregex_iterator aByte(aStarts.begin(), aStarts.end(), aStart); aByte != anEnd; ++aByte)
+        {
+            aType.push_back(aByte->str());
+        }
+    }
+    return aTypes;
+}
+
+TEST(CodecTable, AgreesWithJava)
+{
+    Types aTypes{{3, {}}}; // DICOM files are no bare streams
+    for (const CodecRow& aRow : CodecTable::GetRows())
+    {
+        for (const std::string_view aSignature : aRow.itsFirstBytes)
+        {
+            if (aRow.itsImageType != 0)
+            {
+                auto& aStarts = aTypes[aRow.itsImageType];
+                aSignature.empty() ? void() : aStarts.push_back(ToHex(aSignature));
+            }
+        }
+    }
+    EXPECT_EQ(TypesOfJava(), aTypes);
+}
+
+TEST(CodecTable, RowsAreWhole)
+{
+    std::set<std::string> aUIDs;
+    for (const CodecRow& aRow : CodecTable::GetRows())
+    {
+        SCOPED_TRACE(aRow.itsUID);
+        EXPECT_TRUE(aUIDs.insert(aRow.itsUID).second);
+        EXPECT_EQ(CodecTable::Find(aRow.itsUID), &aRow);
+        const auto* const aType =
+            TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aRow.itsUID);
+        EXPECT_TRUE(aType != nullptr && aType->IsEncapsulated());
+        EXPECT_TRUE(aRow.itsTerms != nullptr || !aRow.itsIsAlwaysLossy);
+        EXPECT_EQ(aRow.itsLeastSize == nullptr, aRow.itsFail == nullptr);
+        EXPECT_NE(aRow.itsCreate({1, Decoder::PET_FAST, false, 8}), nullptr);
+    }
+}
+
+TEST(CodecTable, ChoosesTheRowOfABareStream)
+{
+    constexpr struct
+    {
+        int itsType;
+        bool itsIsLossless;
+        const char* itsUID;
+    } kCases[] = {
+        {1, false, "1.2.840.10008.1.2.4.50"},
+        {1, true, "1.2.840.10008.1.2.4.50"},
+        {2, false, "1.2.840.10008.1.2.4.91"},
+        {2, true, "1.2.840.10008.1.2.4.90"},
+        {7, false, "1.2.840.10008.1.2.4.91"},
+        {7, true, "1.2.840.10008.1.2.4.90"},
+        {3, true, nullptr},
+        {0, false, nullptr},
+        {-1, true, nullptr},
+    };
+    for (const auto& aCase : kCases)
+    {
+        const CodecRow* const aRow = CodecTable::FindBareStream(aCase.itsType, aCase.itsIsLossless);
+        EXPECT_STREQ(aRow != nullptr ? aRow->itsUID : nullptr, aCase.itsUID) << aCase.itsType;
+    }
+}
+} // namespace
