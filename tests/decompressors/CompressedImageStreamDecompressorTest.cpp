@@ -216,30 +216,6 @@ TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
     }
 }
 
-TEST(CompressedImageStreamDecompressor, TakesTheRatioOfAnImageThatWasForcedLossless)
-{
-    JpegSpec aSpec = Spec(1);
-    aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
-    const Bytes aStream = MakeJpeg(aSpec, MakeSamples(aSpec));
-    for (const int aFlag : {0, 1, 2})
-    {
-        DICOMDataObject aDataSet;
-        Set(aDataSet, DICOMTags::LossyImageCompressionRatio, "23");
-        const MVRFactory aFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(),
-                                  VR::GetDefaultMemoryAllocater());
-        aDataSet.ReplaceVR(aFactory.CreatePrivateUnsignedShort(aDataSet, "QUORIX0", "LosslessCmpFlag",
-                                                               static_cast<std::uint16_t>(aFlag)));
-        const Outcome anOutcome = RunBareImage(aStream, TransferSyntaxType::TSJPEG70UID, &aDataSet);
-        ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
-        EXPECT_FALSE(anOutcome.Image()->isLossyImageCompression());
-        EXPECT_EQ(anOutcome.Image()->getCompressionRatio() == 23, aFlag == 1);
-        EXPECT_EQ(anOutcome.Pixels().size(), 128u);
-    }
-    EXPECT_FALSE(
-        RunBareImage(aStream, TransferSyntaxType::TSJPEG70UID, nullptr).Image()->isLossyImageCompression())
-        << "the codec knows that it is reversible";
-}
-
 TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
 {
     const JpegSpec aSpec = Spec(3);

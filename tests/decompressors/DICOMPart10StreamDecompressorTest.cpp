@@ -7,7 +7,6 @@
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
 #include "image/VMMemoryAllocator.h"
-#include "support/PlainColour.h"
 #include "support/RecordingInputStream.h"
 #include "toolkit/base/StreamIOException.h"
 
@@ -539,51 +538,6 @@ TEST(DICOMPart10StreamDecompressor, TakesTheSamplesOfTheFirstDecodeFromTheScratc
     EXPECT_EQ(anOutcome.Image()->getPhotometricInterpretation(), Renderable::MONOCHROME1);
 }
 
-TEST(DICOMPart10StreamDecompressor, ConvertsJpegColourOnceWhateverItIsLabelled)
-{
-    const Bytes aPixel = PlainYBRToRGB({200, 100, 160});
-    for (const char* anInterpretation : {"YBR_FULL", "YBR_FULL_422"})
-    {
-        const Bytes aFile = FlatColourJpeg(anInterpretation, {200, 100, 160});
-        DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(aFile, &aDataSet);
-        const Bytes aPixels = anOutcome.Pixels();
-        ASSERT_EQ(aPixels.size(), 16u * 8 * 3) << anOutcome.Message();
-        for (std::size_t i = 0; i < aPixels.size(); ++i)
-        {
-            ASSERT_LE(std::abs(aPixels[i] - aPixel[i % 3]), 1) << anInterpretation << " sample " << i;
-        }
-        RWCString aText;
-        EXPECT_TRUE(aDataSet.GetString(DICOMTags::PhotometricInterpretation, aText));
-        EXPECT_EQ(aText, "RGB");
-        EXPECT_TRUE(aDataSet.GetScratchpadValue("DecompOrigPhotoInterp", aText));
-        EXPECT_EQ(aText, anInterpretation);
-        EXPECT_EQ(RunPart10(aFile, nullptr).Pixels(), aPixels) << "the private data set serves as well";
-    }
-    // Component identifiers 1, 2, 3 and a data set that says RGB: nothing to convert.
-    DICOMDataObject aDataSet;
-    EXPECT_EQ(RunPart10(FlatColourJpeg("RGB", {200, 100, 160}), &aDataSet).Pixels()[1], 100);
-}
-
-TEST(DICOMPart10StreamDecompressor, ConvertsRleColourByItsOwnLabel)
-{
-    const JpegSpec aSpec = ColourSpec();
-    const Bytes aFrame = RleFrame({Bytes(128, 200), Bytes(128, 100), Bytes(128, 160)});
-    const Bytes aPixel = PlainYBRToRGB({200, 100, 160});
-    DICOMDataObject aDataSet;
-    const Outcome aYBR =
-        RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "YBR_FULL", {aFrame}), &aDataSet);
-    ASSERT_EQ(aYBR.Pixels().size(), 384u) << aYBR.Message();
-    const Bytes aYBRPixels = aYBR.Pixels();
-    EXPECT_EQ(Bytes(aYBRPixels.begin(), aYBRPixels.begin() + 3), aPixel);
-    DICOMDataObject anotherDataSet;
-    const Bytes anRGB =
-        RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "RGB", {aFrame}), &anotherDataSet)
-            .Pixels();
-    ASSERT_EQ(anRGB.size(), 384u);
-    EXPECT_EQ(Bytes(anRGB.begin(), anRGB.begin() + 3), (Bytes{200, 100, 160}));
-}
-
 TEST(DICOMPart10StreamDecompressor, RecoversAPrecisionThatTheFileHides)
 {
     const JpegSpec aSpec = GreySpec();
@@ -633,24 +587,4 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
     DICOMDataObject aDataSet;
     EXPECT_EQ(RunPart10(kFiles[0], &aDataSet).Pixels(),
               (Bytes{10, 20, 30, 13, 23, 33, 11, 21, 31, 13, 23, 33}));
-}
-
-TEST(DICOMPart10StreamDecompressor, LeavesNothingBehindWhenAnAllocationFails)
-{
-    const Bytes aFile = Native(Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 2, 2, 8, 0, Counting(12), "OB");
-    for (std::size_t aFailure = 0; aFailure < 2; ++aFailure)
-    {
-        CountingAllocator anAllocator;
-        anAllocator.FailAt(aFailure);
-        MemoryInputStream aStream(aFile.data(), aFile.size());
-        DICOMDataObject aDataSet;
-        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
-        DecompressionResult aResult;
-        DICOMPart10StreamDecompressor(anAllocator).Decompress(aRequest, aResult);
-        EXPECT_EQ(aResult.getDCMLibResultCode(), aFailure == 0 ? 38 : 12);
-        EXPECT_NE(aResult.getMessage().find("Memory allocation of 12 bytes failed"), RWCString::npos)
-            << aResult.getMessage();
-        EXPECT_EQ(aResult.getRenderable(), nullptr);
-        EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u);
-    }
 }

@@ -28,17 +28,6 @@ class NativeFrameReaderManners : public testing::TestWithParam<RecordingInputStr
 {
 };
 
-TEST_P(NativeFrameReaderManners, GoesToWholeByteFrames)
-{
-    RecordingInputStream::Record aRecord;
-    RecordingInputStream aStream({0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, GetParam(), aRecord);
-    NativeFrameReader aReader(aStream, 24);
-    EXPECT_EQ(ReadFrame(aReader, 0, 3), (Bytes{0, 1, 2}));
-    EXPECT_EQ(ReadFrame(aReader, 2, 3), (Bytes{6, 7, 8}));
-    Bytes aFrame(3);
-    EXPECT_THROW(aReader.ReadFrame(3, aFrame.data()), StreamIOException) << "two bytes are no frame";
-}
-
 TEST_P(NativeFrameReaderManners, FindsFramesThatBeginInsideAByte)
 {
     constexpr std::size_t kFrameBits = 13;
@@ -67,30 +56,3 @@ INSTANTIATE_TEST_SUITE_P(Streams, NativeFrameReaderManners,
                          testing::Values(RecordingInputStream::Manner{true, true, 1000},
                                          RecordingInputStream::Manner{false, false, 1},
                                          RecordingInputStream::Manner{false, true, 2}));
-
-TEST(NativeFrameReader, RefusesWhatIsNotThere)
-{
-    struct Case
-    {
-        std::uint64_t itsFrameBits;
-        int itsFrameIndex;
-    };
-    // Four bytes; the last row's offset does not fit into 64 bits.
-    for (const Case& aCase : {Case{16, -1}, Case{16, -2}, Case{16, 2}, Case{16, 2147483647},
-                              Case{std::uint64_t{1} << 60, 2147483647}})
-    {
-        RecordingInputStream::Record aRecord;
-        RecordingInputStream aStream(Bytes(4), {}, aRecord);
-        Bytes aFrame(4);
-        try
-        {
-            NativeFrameReader(aStream, aCase.itsFrameBits).ReadFrame(aCase.itsFrameIndex, aFrame.data());
-            ADD_FAILURE() << "frame " << aCase.itsFrameIndex;
-        }
-        catch (const StreamIOException& anException)
-        {
-            EXPECT_EQ(anException.GetMessageText(), "Failed to read the pixel data");
-            EXPECT_EQ(anException.GetResultCode(), DLRC_PIXEL_DATA_TOO_SHORT);
-        }
-    }
-}
