@@ -196,7 +196,6 @@ void WriteLosslessJpegs()
         for (const int aPredictor : {1, 4, 7})
         {
             JpegSpec aSpec = Specify(17, 7, 1, aPrecision, Process::LOSSLESS);
-            aSpec.itsCodes = aPredictor == 4 ? JpegSpec::Codes::STEEP : JpegSpec::Codes::FLAT;
             aSpec.itsRestartInterval = aPredictor == 7 ? 34 : 0;
             aSpec.itsPredictor = aPredictor;
             WriteJpeg(aName + "p" + std::to_string(aPredictor), aSpec);

@@ -7,11 +7,11 @@
 #include <type_traits>
 
 #include "FrameDecode.h"
+#include "WildBlocks.h"
 #include "codecs/jpeg/JPEG12BitDecoder.h"
 #include "codecs/jpeg/JPEG16BitDecoder.h"
 #include "codecs/jpeg/JPEG8BitDecoder.h"
 #include "codecs/jpeg/detail/JPEGPath.h"
-#include "support/WildBlocks.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 namespace

@@ -10,17 +10,15 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/RLETestHelpers.h"
 #include "codecs/jpeg/JPEGDecoderException.h"
 #include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
-#include "support/ByteSource.h"
+#include "codecs/jpeg2000/KDUErrorMessageCallbackException.h"
+#include "codecs/jpeg2000/KDUWarningMessageCallbackException.h"
+#include "decoding/FakeDecoder.h"
 #include "support/Jpeg2000Streams.h"
 #include "toolkit/base/DecodingInterruptedException.h"
-#include "toolkit/base/StreamIOException.h"
 
 using namespace Jpeg2000Streams;
-using RLETest::SetNumber;
-using RLETest::SetText;
 
 namespace
 {
@@ -71,21 +69,6 @@ Bytes ColourImage()
     return anImage;
 }
 
-/// Code and text of the StreamIOException that theAction throws.
-void ExpectFailure(const std::function<void()>& theAction, const RWCString& theText, int theCode)
-{
-    try
-    {
-        theAction();
-        ADD_FAILURE() << "expected: " << theText;
-    }
-    catch (const StreamIOException& anException)
-    {
-        EXPECT_EQ(anException.GetMessageText(), theText);
-        EXPECT_EQ(anException.GetResultCode(), theCode);
-    }
-}
-
 /// Code and beginning of the text of the JPEGDecoderException that theAction throws.
 void ExpectReport(const std::function<void()>& theAction, const RWCString& thePrefix, int theCode)
 {
@@ -97,25 +80,30 @@ void ExpectReport(const std::function<void()>& theAction, const RWCString& thePr
     catch (const JPEGDecoderException& anException)
     {
         EXPECT_EQ(anException.GetMessageText().substr(0, thePrefix.size()), thePrefix);
-        EXPECT_GT(anException.GetMessageText().size(), thePrefix.size());
         EXPECT_EQ(anException.GetCode(), theCode);
     }
 }
 
-void SetSource(Bytes theStream, Decoder::ParsingErrorTolerance theTolerance = Decoder::PET_FAST,
-               int theScale = 1)
+/// A codec that has its source.
+struct Open
 {
-    ByteSource aSource(std::move(theStream));
-    JPEG2000Decoder(theScale, theTolerance).SetSource(nullptr, aSource);
-}
+    explicit Open(Bytes theStream, Decoder::ParsingErrorTolerance theTolerance = Decoder::PET_FAST,
+                  int theScale = 1, DICOMDataObject* theDataSet = nullptr)
+        : itsSource(std::move(theStream)), itsCodec(theScale, theTolerance)
+    {
+        itsCodec.SetSource(theDataSet, itsSource);
+    }
+
+    ByteSource itsSource;
+    JPEG2000Decoder itsCodec;
+};
 } // namespace
 
 TEST(JPEG2000Decoder, AnnouncesWhatTheCodestreamHas)
 {
-    ByteSource aSource(Grey12());
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_UNKNOWN);
-    aCodec.SetSource(nullptr, aSource);
+    EXPECT_EQ(JPEG2000Decoder(1, Decoder::PET_FAST).GetCompressedColorspace(), Decoder::COLOR_MODEL_UNKNOWN);
+    Open anOpen(Grey12());
+    JPEG2000Decoder& aCodec = anOpen.itsCodec;
     EXPECT_EQ(aCodec.GetImageWidth(), static_cast<std::uint64_t>(kGreyWidth));
     EXPECT_EQ(aCodec.GetImageHeight(), static_cast<std::uint64_t>(kGreyHeight));
     EXPECT_EQ(aCodec.GetSamplesPerPixel(), 1);
@@ -134,9 +122,8 @@ TEST(JPEG2000Decoder, DecodesSignedAndUnsigned)
 {
     for (const bool isSigned : {true, false})
     {
-        ByteSource aSource(Grey12());
-        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-        aCodec.SetSource(nullptr, aSource);
+        Open anOpen(Grey12());
+        JPEG2000Decoder& aCodec = anOpen.itsCodec;
         aCodec.SetSigned(isSigned ? 1 : 0);
         EXPECT_EQ(ToWords(DecodeAll(aCodec)),
                   GreyImage([=](int theValue) { return isSigned ? theValue & 0xfff : theValue + 2048; }));
@@ -151,10 +138,9 @@ TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
     for (const auto& [aReported, aMask] : kCases)
     {
         DICOMDataObject aDataSet;
-        SetNumber(aDataSet, DICOMTags::BitsStored, static_cast<std::uint16_t>(aReported));
-        ByteSource aSource(Grey12());
-        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-        aCodec.SetSource(&aDataSet, aSource);
+        Put(aDataSet, DICOMTags::BitsStored, aReported);
+        Open anOpen(Grey12(), Decoder::PET_FAST, 1, &aDataSet);
+        JPEG2000Decoder& aCodec = anOpen.itsCodec;
         EXPECT_EQ(ToWords(DecodeAll(aCodec)),
                   GreyImage([aBits = aMask](int theValue) { return theValue & aBits; }))
             << aReported;
@@ -180,11 +166,10 @@ TEST(JPEG2000Decoder, DecodesColourWithAndWithoutComponentTransform)
         DICOMDataObject aDataSet;
         if (aCase.itsInterpretation != nullptr)
         {
-            SetText(aDataSet, DICOMTags::PhotometricInterpretation, aCase.itsInterpretation);
+            Put(aDataSet, DICOMTags::PhotometricInterpretation, aCase.itsInterpretation);
         }
-        ByteSource aSource(aCase.itsStream);
-        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-        aCodec.SetSource(&aDataSet, aSource);
+        Open anOpen(aCase.itsStream, Decoder::PET_FAST, 1, &aDataSet);
+        JPEG2000Decoder& aCodec = anOpen.itsCodec;
         EXPECT_EQ(aCodec.GetCompressedColorspace(), aCase.itsCompressed);
         EXPECT_EQ(aCodec.GetDecompressedColorspace(), aCase.itsDecompressed);
         EXPECT_EQ(aCodec.GetRecommendedDecompressedColorspace(), aCase.itsDecompressed);
@@ -194,9 +179,8 @@ TEST(JPEG2000Decoder, DecodesColourWithAndWithoutComponentTransform)
 
 TEST(JPEG2000Decoder, DecodesTheIrreversibleTransform)
 {
-    ByteSource aSource(Lossy());
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    aCodec.SetSource(nullptr, aSource);
+    Open anOpen(Lossy());
+    JPEG2000Decoder& aCodec = anOpen.itsCodec;
     EXPECT_EQ(aCodec.GetCompressedColorspace(), Decoder::COLOR_MODEL_YBR_ICT);
     EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_IRREVERSIBLE);
     const Bytes aPixels = DecodeAll(aCodec);
@@ -233,9 +217,8 @@ TEST(JPEG2000Decoder, ReducesAsFarAsTheCodestreamGoes)
                               Case{5, 4, 1, 1}, Case{std::numeric_limits<int>::max(), 4, 1, 1}})
     {
         SCOPED_TRACE(aCase.itsRequested);
-        ByteSource aSource(Grey12());
-        JPEG2000Decoder aCodec(aCase.itsRequested, Decoder::PET_FAST);
-        aCodec.SetSource(nullptr, aSource);
+        Open anOpen(Grey12(), Decoder::PET_FAST, aCase.itsRequested);
+        JPEG2000Decoder& aCodec = anOpen.itsCodec;
         EXPECT_EQ(aCodec.GetScaleFactor(), aCase.itsApplied);
         EXPECT_EQ(aCodec.GetImageWidth(), aCase.itsWidth);
         EXPECT_EQ(aCodec.GetImageHeight(), aCase.itsHeight);
@@ -249,62 +232,50 @@ TEST(JPEG2000Decoder, RefusesAScaleFactorBelow1BeforeAnythingIsRead)
     {
         ByteSource aSource(Grey12());
         JPEG2000Decoder aCodec(aScaleFactor, Decoder::PET_FAST);
-        ExpectFailure([&] { aCodec.SetSource(nullptr, aSource); },
-                      kHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
+        ExpectStreamIOException([&] { aCodec.SetSource(nullptr, aSource); },
+                                kHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
         EXPECT_EQ(aSource.GetReads(), 0);
     }
 }
 
 TEST(JPEG2000Decoder, RefusesLayoutsThatDicomDoesNotHave)
 {
-    ExpectFailure([] { SetSource(Pair()); },
-                  kHeaderPrefix + "Image component count not in (1, 3) as required by DICOM", 37);
-    // The sampling factors of components 1 and 2.
-    ExpectFailure(
-        [] {
-            SetSource(Patch(PlainColour(), kDepthOfComponent0 + 4, {2, 1}));
-        },
-        kHeaderPrefix + "Component 1 dimensions != Component 0 dimensions", 37);
-    ExpectFailure(
-        [] {
-            SetSource(Patch(PlainColour(), kDepthOfComponent0 + 7, {1, 2}));
-        },
-        kHeaderPrefix + "Component 2 dimensions != Component 0 dimensions", 37);
+    // The last two change the sampling factors of components 1 and 2.
+    const std::pair<Bytes, const char*> kCases[] = {
+        {Pair(), "Image component count not in (1, 3) as required by DICOM"},
+        {Patch(PlainColour(), kDepthOfComponent0 + 4, {2, 1}),
+         "Component 1 dimensions != Component 0 dimensions"},
+        {Patch(PlainColour(), kDepthOfComponent0 + 7, {1, 2}),
+         "Component 2 dimensions != Component 0 dimensions"}};
+    for (const auto& [aStream, aText] : kCases)
+    {
+        ExpectStreamIOException([&aBytes = aStream] { Open anOpen(aBytes); }, kHeaderPrefix + aText, 37);
+    }
 }
 
 TEST(JPEG2000Decoder, RefusesSamplesThatDicomDoesNotHave)
 {
-    ByteSource aSource(DeepColour());
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    aCodec.SetSource(nullptr, aSource);
-    ExpectFailure([&] { DecodeAll(aCodec); },
-                  kTilePrefix + "bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
+    Open anOpen(DeepColour());
+    JPEG2000Decoder& aCodec = anOpen.itsCodec;
+    ExpectStreamIOException([&] { DecodeAll(aCodec); },
+                            kTilePrefix +
+                                "bytes per output sample not 1 (DICOM only allows 1 bytes per sample for "
                                 "3-component image)",
-                  62);
-    ByteSource aDeepSource(Patch(Grey12(), kDepthOfComponent0, {0x80 + 19}));
-    JPEG2000Decoder aDeepCodec(1, Decoder::PET_FAST);
-    aDeepCodec.SetSource(nullptr, aDeepSource);
-    EXPECT_EQ(aDeepCodec.GetBitsStoredPerSample(), 20);
-    try
-    {
-        DecodeAll(aDeepCodec);
-        ADD_FAILURE();
-    }
-    catch (const StreamIOException& anException)
-    {
-        EXPECT_NE(anException.GetMessageText().find(
-                      "ToOutputSamples: theBitsStoredPerOutputSample > (8 * theBytesPerOutputSample)"),
-                  RWCString::npos);
-        EXPECT_EQ(anException.GetResultCode(), 62);
-    }
+                            62);
+    Open aDeep(Patch(Grey12(), kDepthOfComponent0, {0x80 + 19}));
+    EXPECT_EQ(aDeep.itsCodec.GetBitsStoredPerSample(), 20);
+    ExpectStreamIOException(
+        [&] { DecodeAll(aDeep.itsCodec); },
+        "JPEG2000Decoder::ConvertIntsToOutputSamples: theBitsStoredPerOutputSample > (8 * "
+        "theBytesPerOutputSample)",
+        62);
 }
 
 TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
 {
     // The stream's own second component, taken for one of 4 bits: what does not fit is clamped to them.
-    ByteSource aSource(Patch(PlainColour(), kDepthOfComponent0 + 3, {3}));
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    aCodec.SetSource(nullptr, aSource);
+    Open anOpen(Patch(PlainColour(), kDepthOfComponent0 + 3, {3}));
+    JPEG2000Decoder& aCodec = anOpen.itsCodec;
     EXPECT_EQ(aCodec.GetBitsStoredPerSample(), 8);
     Bytes anExpected = ColourImage();
     for (std::size_t i = 1; i < anExpected.size(); i += 3)
@@ -318,48 +289,36 @@ TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
 TEST(JPEG2000Decoder, ChecksTheBufferBeforeAnythingIsDecoded)
 {
     const RWCString kText = "JPEG2000Decoder::Decode Output buffer too small";
-    ByteSource aSource(Colour());
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    aCodec.SetSource(nullptr, aSource);
+    Open anOpen(Colour());
+    JPEG2000Decoder& aCodec = anOpen.itsCodec;
     Bytes aBuffer(ColourImage().size(), 0x77);
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, kText, 62);
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), 0); }, kText, 62);
-    ExpectFailure([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, kText, 62);
+    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, kText, 62);
+    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), 0); }, kText, 62);
+    ExpectStreamIOException([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, kText, 62);
     EXPECT_EQ(aBuffer, Bytes(aBuffer.size(), 0x77));
     aCodec.Decode(0, aBuffer.data(), aBuffer.size());
     EXPECT_EQ(aBuffer, ColourImage());
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
-                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
-    ExpectFailure([&] { aCodec.DecompressCurrentTile(aBuffer.data()); },
-                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
+                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    ExpectStreamIOException([&] { aCodec.DecompressCurrentTile(aBuffer.data()); },
+                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
     aCodec.FinishDecoding();
-}
-
-TEST(JPEG2000Decoder, NeedsASource)
-{
-    Bytes aBuffer(10);
-    JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
-    ExpectFailure([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
-                  kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    JPEG2000Decoder aFresh(1, Decoder::PET_FAST);
+    ExpectStreamIOException([&] { aFresh.Decode(0, aBuffer.data(), aBuffer.size()); },
+                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
 }
 
 TEST(JPEG2000Decoder, RaisesWarningsOnlyWhereTheToleranceIsFussy)
 {
     const Bytes anOddStream = Patch(Grey12(), kCapabilities, {0x80, 0x01});
-    for (const int aTolerance : {0, 1, 2, 7, -3, 3})
+    for (const int aTolerance : {0, 1, 2, 7, -3})
     {
-        ByteSource aSource(anOddStream);
-        JPEG2000Decoder aCodec(1, static_cast<Decoder::ParsingErrorTolerance>(aTolerance));
-        if (aTolerance == 3)
-        {
-            ExpectReport([&] { aCodec.SetSource(nullptr, aSource); },
-                         "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: ", 1);
-            continue;
-        }
-        aCodec.SetSource(nullptr, aSource);
-        EXPECT_EQ(DecodeAll(aCodec).size(), 2u * kGreyWidth * kGreyHeight) << aTolerance;
+        Open anOpen(anOddStream, static_cast<Decoder::ParsingErrorTolerance>(aTolerance));
+        EXPECT_EQ(DecodeAll(anOpen.itsCodec).size(), 2u * kGreyWidth * kGreyHeight) << aTolerance;
     }
-    SetSource(Grey12(), Decoder::PET_FUSSY);
+    ExpectReport([&] { Open anOpen(anOddStream, Decoder::PET_FUSSY); },
+                 "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: ", 1);
+    Open aSound(Grey12(), Decoder::PET_FUSSY);
 }
 
 TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
@@ -372,20 +331,25 @@ TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
             std::search(aStream.begin(), aStream.end(), kStart.begin(), kStart.end()) - aStream.begin());
     };
     const RWCString kPrefix = "JPEG2000Decoder::JPEG2000Decoder()[";
-    ExpectReport([] { SetSource({}); }, kPrefix + "create codestream]: ", 0);
-    ExpectReport([&] { SetSource(Bytes(aStream.begin(), aStream.begin() + 30)); },
+    const auto anOpening = [](Bytes theStream, int theScale = 1)
+    { return [=] { Open(theStream, Decoder::PET_FUSSY, theScale); }; };
+    ExpectReport(anOpening({}), kPrefix + "create codestream]: ", 0);
+    ExpectReport(anOpening(Bytes(aStream.begin(), aStream.begin() + 30)),
                  kPrefix + "create codestream]: ", 0);
     // A tile that the image does not have.
     const Bytes kNoTile = {0, 99};
-    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, kNoTile), Decoder::PET_FUSSY); },
-                 kPrefix + "itsCodestream.open_tile()]: ", 1);
-    ExpectReport([&] { SetSource(Patch(aStream, aTileAt(0) + 4, kNoTile), Decoder::PET_FUSSY, 2); },
-                 kPrefix + "itsCodestream.apply_input_restrictions()]: ", 1);
-
-    ByteSource aSource(Patch(aStream, aTileAt(2) + 4, kNoTile));
-    JPEG2000Decoder aCodec(1, Decoder::PET_FUSSY);
-    aCodec.SetSource(nullptr, aSource);
-    ExpectReport([&] { DecodeAll(aCodec); }, "JPEG2000Decoder::Decode: ", 1);
+    const Bytes aNoFirst = Patch(aStream, aTileAt(0) + 4, kNoTile);
+    ExpectReport(anOpening(aNoFirst), kPrefix + "itsCodestream.open_tile()]: ", 1);
+    ExpectReport(anOpening(aNoFirst, 2), kPrefix + "itsCodestream.apply_input_restrictions()]: ", 1);
+    // Boxes of a file that are wrong, cut off, or of another length.
+    const Bytes aFile = MakeJp2(aStream);
+    for (const Bytes& aBroken : {Patch(aFile, 4, {'j', 'p', '2', 'x'}),
+                                 Bytes(aFile.begin(), aFile.begin() + 40), Patch(aFile, 15, {3})})
+    {
+        ExpectReport(anOpening(aBroken), kPrefix + "start]: Error in Kakadu File Format Support: ", 0);
+    }
+    Open aNoThird(Patch(aStream, aTileAt(2) + 4, kNoTile), Decoder::PET_FUSSY);
+    ExpectReport([&] { DecodeAll(aNoThird.itsCodec); }, "JPEG2000Decoder::Decode: ", 1);
 }
 
 TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
@@ -401,7 +365,8 @@ TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
             {
                 for (int aRound = 0; aRound < 100; ++aRound)
                 {
-                    ExpectReport([&] { SetSource(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
+                    ExpectReport([&]
+                                 { Open anOpen(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
                                  kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
                 }
             });
@@ -433,4 +398,23 @@ TEST(JPEG2000Decoder, CopiesShareTheCodestream)
         aCopy = aCodec;
     }
     EXPECT_EQ(DecodeAll(aCopy), ColourImage());
+}
+
+TEST(JPEG2000Decoder, TurnsReportsIntoDecoderExceptions)
+{
+    const KDUWarningMessageCallbackException aWarning("it is odd");
+    const KDUErrorMessageCallbackException anError("it is wrong");
+    const KDUErrorMessageCallbackException aSilentError("");
+    const KDUMessageCallbackException aPlainReport("neither");
+    const KDUWarningMessageCallbackException aSilentWarning("");
+    const char* const aSilence = "Unknown message callback from decompression engine";
+    const std::tuple<const KDUMessageCallbackException*, int, const char*> kCases[] = {
+        {&aWarning, 1, "it is odd"},  {&anError, 0, "it is wrong"},   {&aPlainReport, 0, "neither"},
+        {&aSilentError, 0, aSilence}, {&aSilentWarning, 1, aSilence}, {nullptr, 0, aSilence}};
+    for (const auto& [aReport, aCode, aText] : kCases)
+    {
+        const auto aThrow = [aThrown = aReport]
+        { JPEG2000Decoder::ThrowDecoderException("Here: ", aThrown); };
+        ExpectReport(aThrow, RWCString("Here: ") + aText, aCode);
+    }
 }

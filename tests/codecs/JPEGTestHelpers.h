@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "codecs/jpeg/JPEG12BitDecoder.h"
 #include "codecs/jpeg/JPEG16BitDecoder.h"
 #include "codecs/jpeg/JPEG8BitDecoder.h"
+#include "codecs/jpeg/detail/JPEGPath.h"
 #include "support/ByteSource.h"
 #include "support/JpegFixtures.h"
 #include "toolkit/base/ExceptionBase.h"
@@ -46,14 +50,11 @@ inline std::unique_ptr<JPEGDecoder> MakeDecoder(int theBits,
 /// The samples of a decoded buffer, whatever their size.
 inline Samples ToSamples(const Bytes& theBuffer, int theBitsAllocated)
 {
-    Samples aSamples(theBitsAllocated > 8 ? theBuffer.size() / 2 : theBuffer.size());
+    Samples aSamples(theBuffer.begin(), theBuffer.end());
     if (theBitsAllocated > 8)
     {
+        aSamples.resize(theBuffer.size() / 2);
         std::memcpy(aSamples.data(), theBuffer.data(), aSamples.size() * 2);
-    }
-    else
-    {
-        aSamples.assign(theBuffer.begin(), theBuffer.end());
     }
     return aSamples;
 }
@@ -85,4 +86,76 @@ inline std::string DecodeError(JPEGDecoder& theDecoder, kdu_compressed_source& t
         return anException.GetMessageText();
     }
     return "";
+}
+
+inline Bytes Cut(const Bytes& theBytes, std::size_t theCount)
+{
+    return {theBytes.begin(), theBytes.begin() + static_cast<std::ptrdiff_t>(theCount)};
+}
+
+/// All that a caller can see of a decoding.
+struct Outcome
+{
+    Bytes itsPixels;
+    std::string itsError; ///< "" when there are pixels
+    int itsReads = 0;
+    int itsCloses = 0;
+    int itsLastRead = 0;
+    std::uint64_t itsTotal = 0;
+    Bytes itsHandOver = {}; ///< the bytes of the most recent fill
+
+    bool operator==(const Outcome&) const = default;
+};
+
+struct Setting
+{
+    int itsBuild = 8;
+    Decoder::ColorModel itsModel = Decoder::COLOR_MODEL_UNKNOWN;
+    int itsLargestRead = 1 << 20;
+};
+
+/// Decodes on one path, at most four megabytes of pixels.
+inline Outcome DecodeOn(JPEGPath thePath, const Setting& theSetting, const Bytes& theJpeg)
+{
+    const auto aDecoder = MakeDecoder(theSetting.itsBuild, theSetting.itsModel);
+    aDecoder->SetPath(thePath);
+    ByteSource aSource(theJpeg, theSetting.itsLargestRead);
+    Outcome anOutcome;
+    try
+    {
+        aDecoder->SetSource(nullptr, aSource);
+        // What was in the buffer before must not show.
+        Bytes aPixels(std::min<std::uint64_t>(aDecoder->GetOutputSize(), 1u << 22),
+                      thePath == JPEGPath::LIBRARY ? 0x00 : 0x5a);
+        aDecoder->Decode(0, aPixels.data(), aPixels.size());
+        anOutcome.itsPixels = std::move(aPixels);
+    }
+    catch (const ExceptionBase& anException)
+    {
+        anOutcome.itsError = anException.GetMessageText();
+    }
+    anOutcome.itsReads = aSource.GetReads();
+    anOutcome.itsCloses = aSource.GetCloses();
+    anOutcome.itsLastRead = aDecoder->GetBytesRead();
+    anOutcome.itsTotal = aDecoder->GetTotalBytesRead();
+    const std::unique_ptr<std::uint8_t[]> aBuffer(aDecoder->TakeBuffer());
+    anOutcome.itsHandOver.assign(aBuffer.get(), aBuffer.get() + anOutcome.itsLastRead);
+    return anOutcome;
+}
+
+/// Compares the IJG library's own decoding with that of the fast paths.
+inline testing::AssertionResult PathsAgree(const Setting& theSetting, const Bytes& theJpeg,
+                                           bool theNeedsPixels = true)
+{
+    const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, theSetting, theJpeg);
+    const Outcome aFast = DecodeOn(JPEGPath::FAST, theSetting, theJpeg);
+    if (aLibrary == aFast && aLibrary.itsError.empty() >= theNeedsPixels)
+    {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure()
+           << theSetting.itsBuild << "-bit build, reads of " << theSetting.itsLargestRead << ": \""
+           << aLibrary.itsError << "\" and \"" << aFast.itsError << "\", " << aLibrary.itsReads << " and "
+           << aFast.itsReads << " reads, pixels "
+           << (aLibrary.itsPixels == aFast.itsPixels ? "alike" : "differ");
 }

@@ -6,10 +6,8 @@
 #include <vector>
 
 #include "codecs/rle/detail/RLEFrameDecoder.h"
-#include "support/ByteSource.h"
+#include "decoding/FakeDecoder.h"
 #include "toolkit/base/DICOMLibException.h"
-#include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 
 namespace RLETest
 {
@@ -46,31 +44,20 @@ inline Outcome DecodeFrame(RLEPath thePath, ByteSource theSource, const RLEPixel
     return anOutcome;
 }
 
-inline void SetNumber(DICOMDataObject& theSet, DICOMTag theTag, std::uint16_t theValue)
-{
-    const MVRFactory aFactory(theSet.GetDataDictionary(), theSet.GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    theSet.ReplaceVR(aFactory.CreateUnsignedShort(theTag, theValue));
-}
-
-inline void SetText(DICOMDataObject& theSet, DICOMTag theTag, const std::string& theValue)
-{
-    const MVRFactory aFactory(theSet.GetDataDictionary(), theSet.GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    theSet.ReplaceVR(aFactory.CreateString(theTag, theValue));
-}
-
 /// The attributes that the decoder reads.
-inline void Describe(DICOMDataObject& theSet, std::uint16_t theRows, std::uint16_t theColumns,
-                     std::uint16_t theSamples, std::uint16_t theBitsStored, const std::string& thePhotometric)
+inline void Describe(DICOMDataObject& theSet, int theRows, int theColumns, int theSamples, int theBitsStored,
+                     const char* thePhotometric)
 {
-    SetNumber(theSet, DICOMTags::Rows, theRows);
-    SetNumber(theSet, DICOMTags::Columns, theColumns);
-    SetNumber(theSet, DICOMTags::SamplesPerPixel, theSamples);
-    SetNumber(theSet, DICOMTags::BitsAllocated, theBitsStored > 8 ? 16 : 8);
-    SetNumber(theSet, DICOMTags::BitsStored, theBitsStored);
-    SetNumber(theSet, DICOMTags::HighBit, static_cast<std::uint16_t>(theBitsStored - 1));
-    SetNumber(theSet, DICOMTags::PixelRepresentation, 0);
-    SetText(theSet, DICOMTags::PhotometricInterpretation, thePhotometric);
+    for (const auto& [aTag, aValue] : {std::pair{DICOMTags::Rows, theRows},
+                                       {DICOMTags::Columns, theColumns},
+                                       {DICOMTags::SamplesPerPixel, theSamples},
+                                       {DICOMTags::BitsAllocated, theBitsStored > 8 ? 16 : 8},
+                                       {DICOMTags::BitsStored, theBitsStored},
+                                       {DICOMTags::HighBit, theBitsStored - 1},
+                                       {DICOMTags::PixelRepresentation, 0}})
+    {
+        Put(theSet, aTag, aValue);
+    }
+    Put(theSet, DICOMTags::PhotometricInterpretation, thePhotometric);
 }
 } // namespace RLETest

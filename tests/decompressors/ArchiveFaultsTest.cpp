@@ -115,8 +115,8 @@ std::vector<Bytes> Pieces()
 {
     const Bytes aFirst = Frame(0);
     const Bytes aSecond = Frame(1);
-    return {Part(aFirst, 0, 60), Part(aFirst, 60, aFirst.size()), Part(aSecond, 0, 20), Part(aSecond, 20, 90),
-            Part(aSecond, 90, aSecond.size())};
+    return {Part(aFirst, 0, 60), Part(aFirst, 60, aFirst.size()), Part(aSecond, 0, 20), Part(aSecond, 20, 50),
+            Part(aSecond, 50, aSecond.size())};
 }
 
 std::uint32_t SecondOffset()

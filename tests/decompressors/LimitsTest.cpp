@@ -212,7 +212,6 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
 {
     JpegSpec aGrey;
     aGrey.itsWidth = aGrey.itsHeight = 1024;
-    aGrey.itsCodes = JpegSpec::Codes::STEEP;
     JpegSpec aColour = aGrey;
     aColour.itsComponents = 3;
     aColour.itsSampling = {{4, 1}, {1, 4}, {1, 1}};

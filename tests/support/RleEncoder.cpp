@@ -7,25 +7,13 @@ namespace
 {
 using RleEncoder::Bytes;
 
-constexpr std::size_t kLongestRun = 128;
-
-std::size_t CountEqual(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd)
+/// Equal bytes from theFirst on, or with theWantsEqual false bytes that each differ from the next; 128 at
+/// most.
+std::size_t CountRun(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd, bool theWantsEqual)
 {
-    const std::size_t aLast = std::min(theEnd, theFirst + kLongestRun);
+    const std::size_t aLast = std::min(theEnd, theFirst + 128);
     std::size_t i = theFirst + 1;
-    while (i < aLast && thePlane[i] == thePlane[theFirst])
-    {
-        ++i;
-    }
-    return i - theFirst;
-}
-
-/// Bytes from theFirst on before the next run of at least three.
-std::size_t CountLiteral(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd)
-{
-    const std::size_t aLast = std::min(theEnd, theFirst + kLongestRun);
-    std::size_t i = theFirst + 1;
-    while (i < aLast && CountEqual(thePlane, i, std::min(theEnd, i + 3)) < 3)
+    while (i < aLast && (thePlane[i] == thePlane[i - 1]) == theWantsEqual)
     {
         ++i;
     }
@@ -36,19 +24,13 @@ void PackRow(const Bytes& thePlane, std::size_t theFirst, std::size_t theEnd, By
 {
     while (theFirst < theEnd)
     {
-        std::size_t aCount = CountEqual(thePlane, theFirst, theEnd);
-        if (aCount >= 2)
-        {
-            theOutput.push_back(static_cast<std::uint8_t>(257 - aCount));
-            theOutput.push_back(thePlane[theFirst]);
-        }
-        else
-        {
-            aCount = CountLiteral(thePlane, theFirst, theEnd);
-            theOutput.push_back(static_cast<std::uint8_t>(aCount - 1));
-            const auto aBegin = thePlane.begin() + static_cast<std::ptrdiff_t>(theFirst);
-            theOutput.insert(theOutput.end(), aBegin, aBegin + static_cast<std::ptrdiff_t>(aCount));
-        }
+        const auto aBegin = thePlane.begin() + static_cast<std::ptrdiff_t>(theFirst);
+        std::size_t aCount = CountRun(thePlane, theFirst, theEnd, true);
+        const bool isRepeat = aCount >= 2;
+        aCount = isRepeat ? aCount : CountRun(thePlane, theFirst, theEnd, false);
+        theOutput.push_back(static_cast<std::uint8_t>(isRepeat ? 257 - aCount : aCount - 1));
+        theOutput.insert(theOutput.end(), aBegin,
+                         aBegin + static_cast<std::ptrdiff_t>(isRepeat ? 1 : aCount));
         theFirst += aCount;
     }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/WildBlocks.h"
+#include "WildBlocks.h"
 
 #include <algorithm>
 #include <array>

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: Apache-2.0
+// What damage makes of an image is the IJG library's affair, on all paths: errors, their texts, the bytes
+// read and the pixels.
+
+#include <random>
+
+#include "codecs/JPEGTestHelpers.h"
+#include "support/LongRun.h"
+
+namespace
+{
+using Process = JpegSpec::Process;
+
+class JPEGDamage : public testing::Test
+{
+protected:
+    // The library prints the first warning of an image; thousands of them help nobody.
+    void SetUp() override { testing::internal::CaptureStderr(); }
+    void TearDown() override { testing::internal::GetCapturedStderr(); }
+};
+
+struct Victim
+{
+    Process itsProcess;
+    int itsPrecision;
+    int itsComponents;
+    int itsChroma = 1; ///< the samples of luma, across and down, to one of chroma
+    int itsRestartInterval = 0;
+    bool itsInterleaved = true;
+    bool itsTwoTables = false;
+
+    int Build() const { return itsPrecision <= 8 ? 8 : itsPrecision <= 12 ? 12 : 16; }
+
+    Bytes Make() const
+    {
+        JpegSpec aSpec;
+        aSpec.itsProcess = itsProcess;
+        aSpec.itsPrecision = itsPrecision;
+        aSpec.itsComponents = itsComponents;
+        aSpec.itsWidth = 21;
+        aSpec.itsHeight = 19;
+        aSpec.itsQuantization = 20;
+        aSpec.itsPredictor = 1 + itsPrecision % 7;
+        aSpec.itsPointTransform = itsProcess == Process::LOSSLESS && itsPrecision == 12 ? 1 : 0;
+        aSpec.itsRestartInterval = itsRestartInterval;
+        aSpec.itsSampling = {{itsChroma, itsChroma}};
+        aSpec.itsInterleaved = itsInterleaved;
+        aSpec.itsTwoTables = itsTwoTables;
+        return MakeJpeg(aSpec, MakeSamples(aSpec));
+    }
+};
+
+constexpr Victim kVictims[] = {
+    {Process::BASELINE, 8, 1},         {Process::BASELINE, 8, 3, 2},
+    {Process::EXTENDED, 8, 3, 2, 2},   {Process::PROGRESSIVE, 8, 3, 2, 2},
+    {Process::EXTENDED, 12, 1, 1, 3},  {Process::PROGRESSIVE, 12, 1},
+    {Process::LOSSLESS, 7, 1, 1, 63},  {Process::LOSSLESS, 12, 1},
+    {Process::LOSSLESS, 16, 1, 1, 21}, {Process::LOSSLESS, 7, 3, 1, 0, true, true},
+    {Process::LOSSLESS, 12, 3, 1, 63}, {Process::LOSSLESS, 16, 3, 1, 0, false},
+    {Process::LOSSLESS, 8, 3, 1, 21},
+};
+
+/// One bit to a handful, bytes lost or added, markers where none belong, the end missing.
+Bytes Damage(Bytes theJpeg, std::mt19937& theRandom)
+{
+    const auto aPlace = [&](std::size_t theRange)
+    { return static_cast<std::ptrdiff_t>(theRandom() % theRange); };
+    // Every other stream is struck where one bit changes most.
+    const std::size_t aRange =
+        theRandom() % 2 == 0 ? std::min<std::size_t>(theJpeg.size(), 200) : theJpeg.size();
+    for (unsigned int i = 0; i <= theRandom() % 4; ++i)
+    {
+        const auto aBegin = theJpeg.begin() + aPlace(std::min(aRange, theJpeg.size()));
+        const auto aByte = static_cast<std::uint8_t>(theRandom());
+        switch (theRandom() % 8)
+        {
+        case 0:
+            theJpeg.insert(aBegin, aByte % 20u, aByte);
+            break;
+        case 1:
+            theJpeg.erase(aBegin);
+            break;
+        case 2:
+            *aBegin = 0xff;
+            break;
+        case 3:
+            theJpeg.insert(aBegin, {0xff, static_cast<std::uint8_t>(0xd0 + aByte % 10)});
+            break;
+        default:
+            *aBegin ^= static_cast<std::uint8_t>(1u << (aByte % 8));
+            break;
+        }
+    }
+    if (theRandom() % 16 == 0)
+    {
+        theJpeg.resize(theJpeg.size() - static_cast<std::size_t>(aPlace(theJpeg.size() / 2)));
+    }
+    return theJpeg;
+}
+
+// One thing may differ: damage that no library notices and that makes coefficients far beyond those of any
+// image of 8 bits. Their samples wrap around in one library's arithmetic and are limited in the other's; the
+// block is lost either way.
+TEST_F(JPEGDamage, AllPathsEndAlike)
+{
+    std::mt19937 aRandom(20240531);
+    int aRuns = 0;
+    int aPictures = 0;
+    int aWildPictures = 0;
+    for (const Victim& aVictim : kVictims)
+    {
+        const Bytes anIntact = aVictim.Make();
+        for (int aRound = 0; aRound < Rounds(320); ++aRound, ++aRuns)
+        {
+            const Bytes aJpeg = Damage(anIntact, aRandom);
+            const Setting aSetting{
+                aRound % 5 == 0   ? 8
+                : aRound % 5 == 1 ? 16
+                                  : aVictim.Build(),
+                aRound % 2 == 0 ? Decoder::COLOR_MODEL_RGB : Decoder::COLOR_MODEL_YBR_FULL_422, 97};
+            const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aSetting, aJpeg);
+            Outcome aFast = DecodeOn(JPEGPath::FAST, aSetting, aJpeg);
+            if (aVictim.itsProcess != Process::LOSSLESS && aSetting.itsBuild == 8 &&
+                aFast.itsPixels != aLibrary.itsPixels)
+            {
+                ++aWildPictures;
+                ASSERT_EQ(aFast.itsPixels.size(), aLibrary.itsPixels.size());
+                aFast.itsPixels = aLibrary.itsPixels;
+            }
+            ASSERT_TRUE(aFast == aLibrary)
+                << aRuns << ": '" << aLibrary.itsError << "', '" << aFast.itsError << "'";
+            aPictures += aLibrary.itsError.empty() ? 1 : 0;
+        }
+    }
+    EXPECT_GT(aPictures, aRuns / 10);
+    EXPECT_LT(aPictures, aRuns);
+    EXPECT_LT(aWildPictures, aRuns / 50);
+}
+
+TEST_F(JPEGDamage, EveryTruncationIsTheSameError)
+{
+    for (const Victim& aVictim : kVictims)
+    {
+        const Bytes aJpeg = aVictim.Make();
+        for (std::size_t aCut = 0; aCut<aJpeg.size(); aCut += Rounds(1)> 1 ? 1 : 7)
+        {
+            const Setting aSetting{aVictim.Build()};
+            ASSERT_TRUE(PathsAgree(aSetting, Cut(aJpeg, aCut), false)) << "cut at " << aCut;
+            ASSERT_NE(DecodeOn(JPEGPath::FAST, aSetting, Cut(aJpeg, aCut)).itsError, "") << "cut at " << aCut;
+        }
+    }
+}
+
+// A component whose scan never comes must not show what somebody else left in the heap.
+TEST_F(JPEGDamage, MissingComponentIsZero)
+{
+    JpegSpec aSpec;
+    aSpec.itsProcess = Process::LOSSLESS;
+    aSpec.itsComponents = 3;
+    aSpec.itsComponentIds = {'R', 'G', 'B'};
+    aSpec.itsWidth = aSpec.itsHeight = 100;
+    aSpec.itsInterleaved = false;
+    const Samples aSamples = MakeSamples(aSpec);
+    Bytes aJpeg = MakeJpeg(aSpec, aSamples);
+    const Bytes aLastScan = {0xff, 0xda, 0, 8, 1, 'B'};
+    const auto aCut = std::search(aJpeg.begin(), aJpeg.end(), aLastScan.begin(), aLastScan.end());
+    ASSERT_TRUE(aCut != aJpeg.end());
+    aJpeg.erase(aCut, aJpeg.end() - 2);
+    // Blocks of the sizes that the decoder will ask for, full of something recognisable.
+    for (std::size_t i = 0; i < 50; ++i)
+    {
+        const Bytes aLeftOver(i * 400, 0x5a);
+        ASSERT_EQ(std::count(aLeftOver.begin(), aLeftOver.end(), 0x5a), static_cast<std::ptrdiff_t>(i * 400));
+    }
+    const Samples aDecoded = DecodeSamples(*MakeDecoder(8), aJpeg);
+    ASSERT_EQ(aDecoded.size(), aSamples.size());
+    for (std::size_t i = 0; i < aDecoded.size(); ++i)
+    {
+        ASSERT_EQ(aDecoded[i], i % 3 == 2 ? 0 : aSamples[i]) << "sample " << i;
+    }
+}
+
+// Each further scan of a progressive image costs a pass over all of it, for a dozen bytes.
+TEST_F(JPEGDamage, EndlessScansAreCutOff)
+{
+    // The side is written into the frame header; the data stays that of a small image.
+    for (const auto& [aSide, aScans, isTooMany] :
+         {std::tuple{16, 900, false}, {16, 1100, true}, {4000, 90, false}, {4000, 300, true}})
+    {
+        JpegSpec aSpec;
+        aSpec.itsProcess = Process::PROGRESSIVE;
+        aSpec.itsEndOfImage = false;
+        Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+        const Bytes aMarker = {0xff, 0xc2};
+        const auto aFrame = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
+        aFrame[5] = aFrame[7] = static_cast<std::uint8_t>(aSide >> 8);
+        aFrame[6] = aFrame[8] = static_cast<std::uint8_t>(aSide & 0xff);
+        const Bytes aScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
+        for (int i = 0; i < aScans; ++i)
+        {
+            aJpeg.insert(aJpeg.end(), aScan.begin(), aScan.end());
+        }
+        aJpeg.insert(aJpeg.end(), {0xff, 0xd9});
+        ByteSource aSource(aJpeg);
+        const bool isCutOff =
+            DecodeError(*MakeDecoder(8), aSource).find("bytes so far): Too many scans") != std::string::npos;
+        EXPECT_EQ(isCutOff, isTooMany) << aSide << " pixels a side, " << aScans;
+    }
+}
+} // namespace
