@@ -18,17 +18,15 @@ void Fill(DICOMDataObject& theDataSet, const char* theInterpretation, int theSam
     Put(theDataSet, DICOMTags::BitsAllocated, 32);
 }
 
-struct InterpretationCase
-{
-    Model itsModel;
-    bool itsConvertsToRGB;
-    const char* itsOriginal;
-    const char* itsExpected;
-};
-
 TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
 {
-    constexpr InterpretationCase kCases[] = {
+    constexpr struct
+    {
+        Model itsModel;
+        bool itsConvertsToRGB;
+        const char* itsOriginal;
+        const char* itsExpected;
+    } kCases[] = {
         {Decoder::COLOR_MODEL_GREY, false, "MONOCHROME1", "MONOCHROME1"},
         {Decoder::COLOR_MODEL_GREY, true, "MONOCHROME2", "MONOCHROME2"},
         {Decoder::COLOR_MODEL_GREY, true, "YBR_FULL", "MONOCHROME2"},
@@ -41,7 +39,7 @@ TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
         {Decoder::COLOR_MODEL_YBR_RCT, true, "YBR_RCT", "YBR_RCT"},
         {Decoder::COLOR_MODEL_YBR_ICT, false, "HSV", "HSV"},
     };
-    for (const InterpretationCase& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsModel << " " << aCase.itsOriginal);
         DICOMDataObject aDataSet;
@@ -49,9 +47,7 @@ TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
         // A second decode of the same data set must find the same originals and give the same result.
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
-            FakeDecoder aDecoder;
-            aDecoder.itsConvertsToRGB = aCase.itsConvertsToRGB;
-            aDecoder.SetLayout(aCase.itsModel, 3, 16);
+            FakeDecoder aDecoder(aCase.itsModel, 3, 16, aCase.itsConvertsToRGB);
             aDecoder.Open(&aDataSet);
             EXPECT_EQ(TextOf(aDataSet, DICOMTags::PhotometricInterpretation), aCase.itsExpected);
             EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigPhotoInterp"), aCase.itsOriginal);
@@ -67,16 +63,13 @@ TEST(DecoderHeaderUpdate, MissingInterpretationIsRememberedAsMissing)
     DICOMDataObject aDataSet;
     for (int aDecode = 0; aDecode < 2; ++aDecode)
     {
-        FakeDecoder aDecoder;
-        aDecoder.itsConvertsToRGB = true;
-        aDecoder.SetLayout(Decoder::COLOR_MODEL_RGB, 3, 8);
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, 3, 8, true);
         aDecoder.Open(&aDataSet);
         EXPECT_EQ(TextOf(aDataSet, DICOMTags::PhotometricInterpretation), "RGB");
         EXPECT_EQ(aDecoder.GetOriginalPhotometricInterpretation(), Decoder::COLOR_MODEL_UNKNOWN);
         EXPECT_EQ(NumberOf(aDataSet, DICOMTags::SamplesPerPixel), 3) << "absent counts as 0, not as too few";
     }
-    FakeDecoder aDecoder;
-    aDecoder.SetLayout(Decoder::COLOR_MODEL_UNKNOWN, 1, 8);
+    FakeDecoder aDecoder(Decoder::COLOR_MODEL_UNKNOWN);
     EXPECT_NO_THROW(aDecoder.Open(nullptr)) << "without a data set there is nothing to describe";
 }
 
@@ -88,8 +81,7 @@ TEST(DecoderHeaderUpdate, ColourModelsThatNoCodecMayDeliver)
     {
         DICOMDataObject aDataSet;
         Fill(aDataSet, "RGB", 3);
-        FakeDecoder aDecoder;
-        aDecoder.SetLayout(aModel, 3, 8);
+        FakeDecoder aDecoder(aModel, 3);
         ExpectStreamIOException([&] { aDecoder.Open(&aDataSet); },
                                 "Decoder::UpdateDICOMHeader(): decompressed color space not "
                                 "COLOR_MODEL_GREY or COLOR_MODEL_RGB",
@@ -108,69 +100,64 @@ TEST(DecoderHeaderUpdate, LossyFlagOnlyForIrreversible)
         Fill(aDataSet, "MONOCHROME2", 1);
         Put(aDataSet, DICOMTags::LossyImageCompression, "00");
         FakeDecoder aDecoder;
-        aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, 1, 8);
         aDecoder.SetReversible(aValue);
         aDecoder.Open(&aDataSet);
         EXPECT_EQ(TextOf(aDataSet, DICOMTags::LossyImageCompression), anExpected) << aValue;
     }
 }
 
-struct PaletteCase
-{
-    const char* itsInterpretation;
-    bool itsConvertsToRGB;
-    bool itsHasBlue;
-    bool itsRedStays;
-    bool itsGreenStays;
-};
-
 TEST(DecoderHeaderUpdate, PaletteGoesOnlyUnderItsOddName)
 {
-    constexpr PaletteCase kCases[] = {
+    constexpr struct
+    {
+        const char* itsInterpretation;
+        bool itsConvertsToRGB;
+        bool itsHasBlue;
+        bool itsRedStays;
+        bool itsGreenStays;
+    } kCases[] = {
         {"COLOR PALETTE", true, true, false, false}, // complete: captured and removed
         {"COLOR PALETTE", true, false, false, true}, // incomplete: the red descriptor alone goes
         {"COLOR PALETTE", false, true, true, true},
         {"PALETTE COLOR", true, true, true, true},
     };
-    for (const PaletteCase& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsInterpretation << aCase.itsConvertsToRGB);
         DICOMDataObject aDataSet;
         Fill(aDataSet, aCase.itsInterpretation, 3);
-        const MVRFactory aFactory = FactoryFor(aDataSet);
         using namespace DICOMTags;
-        aDataSet.ReplaceVR(aFactory.CreateUnsignedShorts(RedPaletteColorLookupTableDescriptor, {4, 0, 8}));
-        aDataSet.ReplaceVR(aFactory.CreateUnsignedShorts(GreenPaletteColorLookupTableDescriptor, {4, 0, 8}));
-        if (aCase.itsHasBlue)
+        for (const DICOMTag aTag :
+             {RedPaletteColorLookupTableDescriptor, GreenPaletteColorLookupTableDescriptor,
+              BluePaletteColorLookupTableDescriptor})
         {
-            aDataSet.ReplaceVR(
-                aFactory.CreateUnsignedShorts(BluePaletteColorLookupTableDescriptor, {4, 0, 8}));
+            aDataSet.ReplaceVR(FactoryFor(aDataSet).CreateUnsignedShorts(aTag, {4, 0, 8}));
         }
-        FakeDecoder aDecoder;
-        aDecoder.itsConvertsToRGB = aCase.itsConvertsToRGB;
-        aDecoder.SetLayout(Decoder::COLOR_MODEL_RGB, 3, 8);
+        if (!aCase.itsHasBlue)
+        {
+            aDataSet.RemoveVR(BluePaletteColorLookupTableDescriptor);
+        }
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, 3, 8, aCase.itsConvertsToRGB);
         aDecoder.Open(&aDataSet);
         EXPECT_EQ(aDataSet.Contains(RedPaletteColorLookupTableDescriptor), aCase.itsRedStays);
         EXPECT_EQ(aDataSet.Contains(GreenPaletteColorLookupTableDescriptor), aCase.itsGreenStays);
     }
 }
 
-struct SamplesCase
-{
-    int itsInDataSet; ///< -1: absent
-    int itsInCodec;
-    const char* itsRecorded;
-    bool itsAccepted;
-};
-
 TEST(DecoderHeaderUpdate, SamplesPerPixel)
 {
-    constexpr SamplesCase kCases[] = {
+    constexpr struct
+    {
+        int itsInDataSet; ///< -1: absent
+        int itsInCodec;
+        const char* itsRecorded;
+        bool itsAccepted;
+    } kCases[] = {
         {1, 1, "1", true},  {3, 3, "3", true},        {3, 1, "3", true},
         {4, 3, "4", true},  {0, 3, "(absent)", true}, {-1, 3, "(absent)", true},
         {1, 3, "1", false}, {2, 3, "2", false},       {5, 3, "(absent)", true},
     };
-    for (const SamplesCase& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(testing::Message() << aCase.itsInDataSet << " " << aCase.itsInCodec);
         DICOMDataObject aDataSet;
@@ -179,8 +166,7 @@ TEST(DecoderHeaderUpdate, SamplesPerPixel)
         {
             aDataSet.RemoveVR(DICOMTags::SamplesPerPixel);
         }
-        FakeDecoder aDecoder;
-        aDecoder.SetLayout(Decoder::COLOR_MODEL_RGB, aCase.itsInCodec, 8);
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, aCase.itsInCodec);
         if (aCase.itsAccepted)
         {
             aDecoder.Open(&aDataSet);
@@ -204,26 +190,23 @@ TEST(DecoderHeaderUpdate, SamplesPerPixel)
     Fill(aDataSet, "MONOCHROME2", 3);
     aDataSet.SetScratchpadValue("DecompOrigSamplesPerPixel", "1");
     FakeDecoder aDecoder;
-    aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, 1, 8);
     aDecoder.Open(&aDataSet);
     EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigSamplesPerPixel"), "1") << "the first record counts";
 }
 
-struct SignCase
-{
-    int itsInDataSet; ///< -1: absent
-    int itsConvertsSign;
-    int itsSigned;
-    int itsExpected;
-};
-
 TEST(DecoderHeaderUpdate, PixelRepresentation)
 {
-    constexpr SignCase kCases[] = {
+    constexpr struct
+    {
+        int itsInDataSet; ///< -1: absent
+        int itsConvertsSign;
+        int itsSigned;
+        int itsExpected;
+    } kCases[] = {
         {1, 0, 0, 1}, {0, 0, 1, 0}, {-1, 0, 0, 0}, {-1, 0, 1, 1},
         {1, 1, 0, 0}, {0, 1, 1, 1}, {0, 1, 7, 1},  {-1, 1, 0, 0},
     };
-    for (const SignCase& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         DICOMDataObject aDataSet;
         Fill(aDataSet, "MONOCHROME2", 1);
@@ -234,7 +217,6 @@ TEST(DecoderHeaderUpdate, PixelRepresentation)
         FakeDecoder aDecoder;
         aDecoder.itsConvertsSign = aCase.itsConvertsSign;
         aDecoder.SetSigned(aCase.itsSigned);
-        aDecoder.SetLayout(Decoder::COLOR_MODEL_GREY, 1, 8);
         aDecoder.Open(&aDataSet);
         EXPECT_EQ(NumberOf(aDataSet, DICOMTags::PixelRepresentation), aCase.itsExpected)
             << aCase.itsInDataSet << " " << aCase.itsConvertsSign << " " << aCase.itsSigned;
@@ -264,8 +246,7 @@ TEST(DecoderHeaderUpdate, PlanarConfigurationOnlyForThreeSamples)
         }
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
-            FakeDecoder aDecoder;
-            aDecoder.SetLayout(Decoder::COLOR_MODEL_RGB, aCase.itsSamples, 8);
+            FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, aCase.itsSamples);
             aDecoder.Open(&aDataSet);
             EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigPlanarConfig"), aCase.itsRecorded);
             EXPECT_EQ(NumberOf(aDataSet, DICOMTags::PlanarConfiguration), aCase.itsExpected);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -17,24 +16,26 @@
 class FakeDecoder final : public Decoder
 {
 public:
-    std::uint64_t itsWidth = 4;
-    std::uint64_t itsHeight = 3;
-    bool itsConvertsToRGB = false;
-    int itsConvertsSign = 0;
-    int itsBytesOfHeader = 0;
-
-    void SetLayout(ColorModel theModel, int theSamples, int theBitsAllocated)
+    explicit FakeDecoder(ColorModel theModel = COLOR_MODEL_GREY, int theSamples = 1, int theBitsAllocated = 8,
+                         bool theConvertsToRGB = false)
+        : itsConvertsToRGB(theConvertsToRGB)
     {
         itsDecompressedColorspace = theModel;
         itsSamplesPerPixel = theSamples;
         itsBitsAllocatedPerSample = theBitsAllocated;
     }
+
+    std::uint64_t itsWidth = 4;
+    std::uint64_t itsHeight = 3;
+    bool itsConvertsToRGB;
+    int itsConvertsSign = 0;
+
     void SetReversible(CompressionReversible theValue) { itsCompressionReversible = theValue; }
     void SetScaleFactor(int theFactor) { itsScaleFactor = theFactor; }
-    void ReadMore(int theCount)
+    void ReadOne()
     {
-        std::uint8_t aBytes[64] = {};
-        GetSource().read(aBytes, theCount);
+        std::uint8_t aByte = 0;
+        GetSource().read(&aByte, 1);
     }
 
     void Decode(unsigned int, void*, std::uint64_t) override {}
@@ -46,17 +47,13 @@ public:
     bool IsDecoderConvertsColorToRGB() override { return itsConvertsToRGB; }
 
     /// Reads a header and updates theDataSet, as the driver has it done.
-    void Open(DICOMDataObject* theDataSet)
-    {
-        itsBytes = std::make_unique<ByteSource>(std::vector<std::uint8_t>(64, 1));
-        SetSource(theDataSet, *itsBytes);
-    }
+    void Open(DICOMDataObject* theDataSet) { SetSource(theDataSet, itsBytes); }
 
 protected:
-    void SetSourceImpl() override { ReadMore(itsBytesOfHeader); }
+    void SetSourceImpl() override { ReadOne(); }
 
 private:
-    std::unique_ptr<ByteSource> itsBytes;
+    ByteSource itsBytes{{1}};
 };
 
 inline MVRFactory FactoryFor(DICOMDataObject& theDataSet)
