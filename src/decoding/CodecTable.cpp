@@ -133,7 +133,6 @@ void FailAsJPEG(const Decoder& theCodec, const RWCString& theReason)
 constexpr CodecRow kRows[] = {
     {.itsUID = TransferSyntaxType::TSJPEG50UID,
      .itsName = "JPEG baseline (process 1)",
-     .itsFamily = CodecFamily::JPEG,
      .itsImageType = IMAGE_TYPE_JPEG,
      .itsFirstBytes = {CodestreamSignature::kJPEG},
      .itsTerms = &LossyCompressions::kJPEG,
@@ -143,7 +142,6 @@ constexpr CodecRow kRows[] = {
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG51UID,
      .itsName = "JPEG extended (processes 2 and 4)",
-     .itsFamily = CodecFamily::JPEG,
      .itsTerms = &LossyCompressions::kJPEG,
      .itsIsAlwaysLossy = true,
      .itsCreate = CreateExtended,
@@ -151,21 +149,19 @@ constexpr CodecRow kRows[] = {
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG57UID,
      .itsName = "JPEG lossless (process 14)",
-     .itsFamily = CodecFamily::JPEG,
      .itsCreate = CreateLossless57,
      .itsLeastSize = LeastSizeOfLossless,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG70UID,
      .itsName = "JPEG lossless (process 14, selection value 1)",
-     .itsFamily = CodecFamily::JPEG,
      .itsCreate = CreateLossless70,
      .itsLeastSize = LeastSizeOfLossless,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG2KUID,
      .itsName = "JPEG 2000",
-     .itsFamily = CodecFamily::JPEG_2000,
      .itsImageType = IMAGE_TYPE_JPEG2000,
      .itsFirstBytes = {CodestreamSignature::kJPEG2000, CodestreamSignature::kJP2},
+     .itsTwinUID = TransferSyntaxType::TSJPEG2KLosslessUID,
      .itsTerms = &LossyCompressions::kJPEG2000,
      .itsHasBitsStoredRule = false,
      .itsCanReduce = true,
@@ -173,15 +169,14 @@ constexpr CodecRow kRows[] = {
      .itsCreate = CreateJPEG2000},
     {.itsUID = TransferSyntaxType::TSJPEG2KLosslessUID,
      .itsName = "JPEG 2000 lossless",
-     .itsFamily = CodecFamily::JPEG_2000,
      .itsImageType = IMAGE_TYPE_JPEG2000_LOSSLESS,
+     .itsTwinUID = TransferSyntaxType::TSJPEG2KUID,
      .itsHasBitsStoredRule = false,
      .itsCanReduce = true,
      .itsCanHoldSingleBits = true,
      .itsCreate = CreateJPEG2000Lossless},
     {.itsUID = TransferSyntaxType::TSRLEUID,
      .itsName = "RLE lossless",
-     .itsFamily = CodecFamily::RLE,
      .itsHasOwnColour = false,
      .itsCanLeaveSamples = true, // a segment that ends early leaves the rest of its byte plane as it was
      .itsCreate = CreateRLE},
@@ -244,17 +239,11 @@ const CodecRow* CodecTable::FindImageType(std::int32_t theImageType)
 const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool theIsLossless)
 {
     const CodecRow* const aNamed = FindImageType(theImageType);
-    if (aNamed == nullptr)
+    if (aNamed == nullptr || aNamed->itsTwinUID == nullptr || (aNamed->itsTerms == nullptr) == theIsLossless)
     {
-        return nullptr;
+        return aNamed;
     }
-    const CodecRow* const aWanted = FindRow(
-        [&](const CodecRow& theRow)
-        {
-            return theRow.itsFamily == aNamed->itsFamily && theRow.itsImageType != 0 &&
-                   (theRow.itsTerms == nullptr) == theIsLossless;
-        });
-    return aWanted != nullptr ? aWanted : aNamed;
+    return Find(aNamed->itsTwinUID);
 }
 
 const CodecRow* CodecTable::Recognise(const unsigned char* theBytes, std::size_t theCount)

@@ -15,14 +15,6 @@
 
 struct CompressionTerms;
 
-/// Codestreams of one family are told by the same first bytes and may take each other's place.
-enum class CodecFamily
-{
-    JPEG,
-    JPEG_2000,
-    RLE
-};
-
 /// What DecoderFactory is given to make a codec of.
 struct CodecArguments
 {
@@ -35,14 +27,16 @@ struct CodecArguments
 /// One transfer syntax that has a codec. A plain record; rows are constants.
 struct QUORIX_API CodecRow
 {
-    const char* itsUID;    ///< one of TransferSyntaxType's constants
-    const char* itsName;   ///< for people
-    CodecFamily itsFamily; ///< what its codestreams are
+    const char* itsUID;  ///< one of TransferSyntaxType's constants
+    const char* itsName; ///< for people
 
     /// The JImageType of bare streams, or 0 for a transfer syntax that none is taken for.
     std::int32_t itsImageType = 0;
     /// What bare streams of this image type begin with; empty for a type that first bytes do not tell.
     std::array<std::string_view, 2> itsFirstBytes{};
+    /// The transfer syntax of the same bare streams with loss or, from there, without; null where there is
+    /// none.
+    const char* itsTwinUID = nullptr;
 
     /// How the lossy history calls the compression; null for a transfer syntax without loss.
     const CompressionTerms* itsTerms = nullptr;
