@@ -10,6 +10,7 @@ import json
 import os
 import pathlib
 import pty
+import re
 import shutil
 import struct
 import subprocess
@@ -351,6 +352,9 @@ class CommandLine(Program):
                 for text in (b"[01]", b"\\JPEG LOSSY", b"ISO_10918_1", b"LOSSY JPEG COMPRESSION"):
                     self.assertEqual(text in dump, lossy, (text, dump))
                 self.assertEqual(b"SourceImageSequence" in dump, name == "jpeg")
+                # Study and series of a bare image are random UUIDs.
+                numbers = [int(number) for number in re.findall(rb"\(0020,000[de]\) UI \[2\.25\.([0-9]+)", dump)]
+                self.assertEqual([(number >> 76 & 15, number >> 62 & 3) for number in numbers], [(4, 2)] * (2 * (name == "bare")))
 
     def test_exit_status(self):
         good, j2k = IMAGES["grey12"][0], dicom([b"\xff\x4f\xff\x51"], 5, 6, syntax=J2K)

@@ -6,6 +6,7 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.support.*;
 import java.io.IOException;
 import java.lang.reflect.*;
+import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -35,12 +36,14 @@ class RenderableTest {
         return methods("(get|is)(?!Closed).*").collect(Collectors.toList());
     }
 
-    /** A setter that writes its neighbour's field would show as a value that does not come back. */
+    /** A setter that writes its neighbour's field would show as a value that does not come back; so would what
+     * is forgotten when the pixels are left to their buffers. */
     @ParameterizedTest
     @ValueSource(ints = {3, Short.MIN_VALUE, Integer.MIN_VALUE, Integer.MAX_VALUE - 100})
     void everyPropertyKeepsAValueOfItsOwn(int first) throws Exception {
         Map<String, Object> values = new LinkedHashMap<>();
-        try (Renderable image = new Renderable()) {
+        try (Renderable image = Images.grey8(4, 4)) {
+            ByteBuffer pixels = image.getPixelData();
             for (Method setter : methods("set.*").collect(Collectors.toList())) {
                 boolean isNumber = setter.getParameterTypes()[0] == int.class;
                 Object value = isNumber ? (Object) (first + values.size()) : (Object) (first % 2 != 0);
@@ -52,6 +55,8 @@ class RenderableTest {
                     values.put(setter.getName().substring(3), value);
                 }
             }
+            image.freePixelData();
+            assertEquals(0, pixels.get(0));
             assertTrue(values.size() > 10, values::toString);
             for (String property : values.keySet()) {
                 Method getter = methods("(get|is)" + property).findFirst().orElseThrow();
