@@ -271,17 +271,25 @@ TEST(DerivedSteps, AreAsOpenJpegDerivesThem)
     anOptions.itsResolutions = 4;
     anOptions.itsSOP = true;
     anOptions.itsEPH = true;
-    CodestreamEditor anEditor(OpenJpeg::Encode(MakeImage(60, 50, 1, 12, false, aDice), anOptions));
+    PlanarImage anImage = MakeImage(60, 50, 1, 12, false, aDice);
+    for (std::size_t i = 0; i < 3000; ++i)
+    {
+        anImage.itsComponents[0].itsSamples[i] = static_cast<std::int32_t>(1500 + i / 3 + i * i % 97);
+    }
+    CodestreamEditor anEditor(OpenJpeg::Encode(anImage, anOptions));
     for (Segment& aSegment : anEditor.GetMainSegments())
     {
         if (aSegment.itsMarker == kQCD)
         {
-            aSegment.itsContent = {0x41, 0x71, 0x23}; // two guard bits, 14 and a mantissa
+            aSegment.itsContent = {0x41, 0x81, 0x23}; // two guard bits, 16 and a mantissa
         }
     }
     const Bytes aStream = anEditor.Join(Headers::InPlace, false);
     const auto aPeers = OpenJpeg::Decode(aStream);
     ASSERT_TRUE(aPeers.has_value());
+    const auto [aLowest, aHighest] = std::minmax_element(aPeers->itsComponents[0].itsSamples.begin(),
+                                                         aPeers->itsComponents[0].itsSamples.end());
+    EXPECT_TRUE(*aLowest > 0 && *aLowest < *aHighest && *aHighest < 4095) << "nothing is cut off";
     EXPECT_EQ(DescribeDifference(EngineDecode(aStream), *aPeers, 1), "");
 }
 } // namespace
