@@ -1,32 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/Renderable.h"
 
-#include <cstring>
 #include <limits>
 #include <stdexcept>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "image/VMMemoryAllocator.h"
-#include "support/CountingAllocator.h"
+#include "support/FailureOf.h"
+#include "support/ImageMaker.h"
 #include "support/TemporaryFile.h"
 #include "toolkit/base/BadAllocException.h"
 #include "toolkit/base/DLRuntimeException.h"
-#include "toolkit/base/StreamIOException.h"
 
 namespace
 {
-using Bytes = std::vector<std::uint8_t>;
-
 TEST(Renderable, StartsEmptyWithUnitRatios)
 {
     const Renderable anImage;
     EXPECT_TRUE(anImage.isPixelDataLittleEndian());
-    EXPECT_FALSE(anImage.isSigned());
-    EXPECT_FALSE(anImage.isPlanarConfiguration());
-    EXPECT_FALSE(anImage.isLossyImageCompression());
-    EXPECT_FALSE(anImage.isPixelDataAllocated());
+    EXPECT_FALSE(anImage.isSigned() || anImage.isPlanarConfiguration());
+    EXPECT_FALSE(anImage.isLossyImageCompression() || anImage.isPixelDataAllocated());
     EXPECT_EQ(anImage.getPixelDataSize(), 0u);
     EXPECT_EQ(anImage.getPhotometricInterpretation(), Renderable::INVALID);
     EXPECT_EQ(anImage.getPixelAspectRatioVertical(), 1);
@@ -35,52 +29,37 @@ TEST(Renderable, StartsEmptyWithUnitRatios)
     EXPECT_EQ(&anImage.getMemoryAllocator(), &VMMemoryAllocator::GetDefaultInstance());
 }
 
-struct InterpretationCase
-{
-    int itsValue;
-    const char* itsText;
-};
-
 TEST(Renderable, InterpretationsAndTheirTerms)
 {
-    constexpr InterpretationCase kCases[] = {
-        {1, "MONOCHROME1"},  {2, "MONOCHROME2"},     {3, "PALETTE COLOR"},   {4, "RGB"},     {5, "YBR_FULL"},
-        {6, "YBR_FULL_422"}, {7, "YBR_PARTIAL_422"}, {8, "YBR_PARTIAL_420"}, {9, "YBR_ICT"}, {10, "YBR_RCT"}};
-    for (const InterpretationCase& aCase : kCases)
+    const char* const kTerms[] = {"INVALID",  "MONOCHROME1",  "MONOCHROME2",     "PALETTE COLOR",   "RGB",
+                                  "YBR_FULL", "YBR_FULL_422", "YBR_PARTIAL_422", "YBR_PARTIAL_420", "YBR_ICT",
+                                  "YBR_RCT",  "INVALID"};
+    constexpr int kLowest = std::numeric_limits<int>::min(), kHighest = std::numeric_limits<int>::max();
+    for (const int i : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, -1, kLowest, kHighest})
     {
-        const auto aValue = static_cast<Renderable::PhotometricInterpretation>(aCase.itsValue);
-        EXPECT_EQ(Renderable::photometricInterpretationFromString(aCase.itsText), aValue) << aCase.itsText;
-        EXPECT_EQ(Renderable::photometricInterpretationTypeToString(aValue), aCase.itsText);
+        const char* const aTerm = i < 0 || i > 10 ? "INVALID" : kTerms[i];
+        const auto aValue = static_cast<Renderable::PhotometricInterpretation>(i);
+        EXPECT_EQ(Renderable::photometricInterpretationTypeToString(aValue), aTerm) << i;
+        EXPECT_EQ(Renderable::photometricInterpretationFromString(aTerm), i < 0 || i > 10 ? 0 : i);
     }
-    for (const char* const aText : {"", "INVALID", "monochrome2", "MONOCHROME2 ", " RGB", "PALETTE_COLOR",
+    for (const char* const aText : {"", "monochrome2", "MONOCHROME2 ", " RGB", "PALETTE_COLOR",
                                     "YBR_FULL_4222", "YBR", "COLOR PALETTE"})
     {
         EXPECT_EQ(Renderable::photometricInterpretationFromString(aText), Renderable::INVALID) << aText;
     }
-    for (const int aValue : {0, -1, 11, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
-    {
-        EXPECT_EQ(Renderable::photometricInterpretationTypeToString(
-                      static_cast<Renderable::PhotometricInterpretation>(aValue)),
-                  "INVALID")
-            << aValue;
-    }
 }
-
-struct SizeCase
-{
-    int itsRows;
-    int itsColumns;
-    int itsBits;
-    int itsSamples;
-    const char* itsInterpretation;
-    std::uint64_t itsSize;
-    const char* itsFault;
-};
 
 TEST(Renderable, RequiredBufferSize)
 {
+    struct Case
+    {
+        int itsRows, itsColumns, itsBits, itsSamples;
+        const char* itsInterpretation;
+        std::uint64_t itsSize;
+        const char* itsFault;
+    };
     constexpr std::uint64_t kWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
-    constexpr SizeCase kCases[] = {
+    constexpr Case kCases[] = {
         {512, 512, 16, 1, "MONOCHROME2", 524288, "plain grey"},
         {512, 512, 16, 1, "YBR_FULL_422", 524288, "one sample takes no notice of the interpretation"},
         {3, 3, 1, 1, "MONOCHROME2", 2, "bits are rounded up to bytes"},
@@ -103,7 +82,7 @@ TEST(Renderable, RequiredBufferSize)
         {-1, 1, 8, 1, "RGB", (std::uint64_t{1} << 61) - 1, "negative rows are no size"},
         {32768, 16384, 2, 3, "YBR_FULL_422", kWrapped, "doubling wraps too"},
     };
-    for (const SizeCase& aCase : kCases)
+    for (const Case& aCase : kCases)
     {
         EXPECT_EQ(Renderable::calculateRequiredBufferSize(aCase.itsRows, aCase.itsColumns, aCase.itsBits,
                                                           aCase.itsSamples,
@@ -113,169 +92,137 @@ TEST(Renderable, RequiredBufferSize)
     }
 }
 
-void SetGeometry(Renderable& theImage, int theRows, int theColumns, std::int16_t theBits, int theSamples)
+ImageSpec Grey(int theBits, int theRows, int theColumns)
 {
-    theImage.setRows(theRows);
-    theImage.setColumns(theColumns);
-    theImage.setBitsAllocated(theBits);
-    theImage.setSamplesPerPixel(theSamples);
-    theImage.setPhotometricInterpretation(Renderable::MONOCHROME2);
+    return {Renderable::MONOCHROME2, 1, theBits, theRows, theColumns};
 }
-
-struct SwapCase
-{
-    const char* itsFault;
-    std::int16_t itsBits;
-    int itsRows;
-    int itsColumns;
-    Bytes itsBefore;
-    Bytes itsAfter;
-    bool itsToggles;
-};
 
 TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
 {
-    const SwapCase kCases[] = {
-        {"8 bits are left alone", 8, 1, 2, {1, 2}, {1, 2}, false},
-        {"12 allocated bits toggle only", 12, 1, 1, {1, 2}, {1, 2}, true},
-        {"32 allocated bits toggle only", 32, 1, 1, {1, 2, 3, 4}, {1, 2, 3, 4}, true},
-        {"the first byte is copied", 16, 1, 1, {0x12, 0x34}, {0x12, 0x12}, true},
-        {"the pair behind the samples too", 16, 1, 1, {1, 2, 3, 4, 5, 6}, {1, 1, 3, 3, 5, 6}, true},
-        {"half a pair behind them is not touched", 16, 1, 1, {1, 2, 3}, {1, 1, 3}, true},
-        {"a short buffer bounds the walk", 16, 9, 9, {1, 2, 3, 4, 5}, {1, 1, 3, 3, 5}, true},
-        {"no samples: not even the flag", 16, 0, 5, {1, 2}, {1, 2}, false},
-        {"negative sizes: not even the flag", 16, -1, 5, {1, 2}, {1, 2}, false},
-        {"a count that wraps to nothing", 16, 65536, 32768, {1, 2}, {1, 2}, false},
-    };
-    for (const SwapCase& aCase : kCases)
+    struct Case
     {
-        SCOPED_TRACE(aCase.itsFault);
-        CountingAllocator anAllocator;
-        Renderable anImage(anAllocator);
-        SetGeometry(anImage, aCase.itsRows, aCase.itsColumns, aCase.itsBits, 1);
-        const std::size_t aSize = aCase.itsBefore.size();
-        auto* const aBuffer = static_cast<std::uint8_t*>(anAllocator.Allocate(aSize));
-        std::memcpy(aBuffer, aCase.itsBefore.data(), aSize);
-        anImage.setPixelData(aBuffer, aSize);
-        anImage.swapDataEndian();
-        EXPECT_EQ(Bytes(aBuffer, aBuffer + aSize), aCase.itsAfter);
-        EXPECT_EQ(anImage.isPixelDataLittleEndian(), !aCase.itsToggles);
+        const char* itsFault;
+        ImageSpec itsSpec;
+        Bytes itsBefore;
+        Bytes itsAfter;
+        bool itsToggles;
+    };
+    const Case kCases[] = {
+        {"8 bits are left alone", Grey(8, 1, 2), {1, 2}, {1, 2}, false},
+        {"12 allocated bits toggle only", Grey(12, 1, 1), {1, 2}, {1, 2}, true},
+        {"32 allocated bits toggle only", Grey(32, 1, 1), {1, 2, 3, 4}, {1, 2, 3, 4}, true},
+        {"the first byte is copied", Grey(16, 1, 1), {0x12, 0x34}, {0x12, 0x12}, true},
+        {"the pair behind too", Grey(16, 1, 1), {1, 2, 3, 4, 5, 6}, {1, 1, 3, 3, 5, 6}, true},
+        {"half a pair behind is not touched", Grey(16, 1, 1), {1, 2, 3}, {1, 1, 3}, true},
+        {"a short buffer bounds the walk", Grey(16, 9, 9), {1, 2, 3, 4, 5}, {1, 1, 3, 3, 5}, true},
+        {"no samples: not even the flag", Grey(16, 0, 5), {1, 2}, {1, 2}, false},
+        {"negative sizes: not even the flag", Grey(16, -1, 5), {1, 2}, {1, 2}, false},
+        {"a count that wraps to nothing", Grey(16, 65536, 32768), {1, 2}, {1, 2}, false},
+    };
+    CountingAllocator anAllocator;
+    for (const Case& aCase : kCases)
+    {
+        const auto anImage = MakeImage(anAllocator, aCase.itsSpec, aCase.itsBefore);
+        anImage->swapDataEndian();
+        EXPECT_EQ(GetPixels(*anImage), aCase.itsAfter) << aCase.itsFault;
+        EXPECT_EQ(anImage->isPixelDataLittleEndian(), !aCase.itsToggles) << aCase.itsFault;
     }
-    Renderable anEmpty;
-    SetGeometry(anEmpty, 4, 4, 16, 1);
-    anEmpty.swapDataEndian();
-    EXPECT_FALSE(anEmpty.isPixelDataLittleEndian()) << "without a buffer the flag still toggles";
+    const auto anEmpty = MakeImage(anAllocator, Grey(16, 4, 4), {});
+    anEmpty->freePixelData();
+    anEmpty->swapDataEndian();
+    EXPECT_FALSE(anEmpty->isPixelDataLittleEndian()) << "without a buffer the flag still toggles";
 }
 
 TEST(Renderable, BufferGoesBackToItsAllocatorOnce)
 {
     CountingAllocator anAllocator;
-    {
-        Renderable anImage(anAllocator);
-        SetGeometry(anImage, 3, 4, 16, 1);
-        anImage.allocatePixelData();
-        ASSERT_EQ(anAllocator.GetSizes().back(), 24u);
-        void* const aBuffer = anImage.getPixelData();
-        try
-        {
-            anImage.allocatePixelData();
-            ADD_FAILURE() << "a second allocation must be refused";
-        }
-        catch (const DLRuntimeException& anException)
-        {
-            EXPECT_EQ(anException.GetMessageText(),
-                      "Renderable::allocatePixelData(): memory was already allocated");
-        }
-        EXPECT_EQ(anImage.getPixelData(), aBuffer) << "the old buffer is kept";
-
-        EXPECT_EQ(anImage.takePixelData(), aBuffer);
-        EXPECT_EQ(anImage.getPixelDataSize(), 0u);
-        EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u) << "taking frees nothing";
-
-        anImage.setPixelData(aBuffer, 24);
-        anImage.setPixelData(anAllocator.Allocate(5), 5);
-        EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u) << "the buffer that is replaced goes back";
-        anImage.freePixelData();
-        anImage.freePixelData();
-        EXPECT_EQ(anImage.getPixelDataSize(), 0u);
-        EXPECT_FALSE(anImage.isPixelDataAllocated());
-        anImage.allocatePixelData();
-    }
-    EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u) << "destruction frees";
-
-    auto* const anImage = new Renderable(anAllocator);
-    SetGeometry(*anImage, 1, 1, 8, 1);
+    auto anImage = MakeImage(anAllocator, Grey(16, 3, 4), {});
+    anImage->freePixelData();
     anImage->allocatePixelData();
-    anImage->deleteSelf();
+    ASSERT_EQ(anAllocator.GetSizes().back(), 24u);
+    void* const aBuffer = anImage->getPixelData();
+    EXPECT_EQ(FailureOf<DLRuntimeException>([&] { anImage->allocatePixelData(); }),
+              "Renderable::allocatePixelData(): memory was already allocated");
+    EXPECT_EQ(anImage->takePixelData(), aBuffer) << "the old buffer is kept";
+    EXPECT_EQ(anImage->getPixelDataSize(), 0u);
+    EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u) << "taking frees nothing";
+    anImage->setPixelData(aBuffer, 24);
+    anImage->setPixelData(anAllocator.Allocate(5), 5);
+    EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u) << "the buffer that is replaced goes back";
+    anImage->freePixelData();
+    anImage->freePixelData();
+    EXPECT_EQ(anImage->getPixelDataSize(), 0u);
+    EXPECT_FALSE(anImage->isPixelDataAllocated());
+    anImage->allocatePixelData();
+    anImage.reset();
+    EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u) << "destruction frees";
+    MakeImage(anAllocator, {}, {1}).release()->deleteSelf();
     EXPECT_EQ(anAllocator.GetLiveBlocks(), 0u) << "deleteSelf frees record and buffer";
 }
 
-/// Fails every allocation with the exception it was made with.
-template <class Exception>
-class ThrowingAllocator final : public MemoryAllocater
+/// An allocator all of whose allocations fail in one way.
+struct FailingAllocator final : MemoryAllocater
 {
-public:
-    explicit ThrowingAllocator(Exception theException) : itsException(std::move(theException)) {}
-    void* Allocate(std::uint64_t) override { throw itsException; }
+    void* Allocate(std::uint64_t) override
+    {
+        itsFailure();
+        return nullptr;
+    }
     void Free(void*) override {}
 
-private:
-    Exception itsException;
+    void (*itsFailure)() = nullptr;
 };
 
-template <class Exception>
-void ExpectAllocationFailure(Exception theException, const RWCString& theText, const RWCString& theCause)
+/// The text and the cause's class of the exception that an allocation ends in.
+std::string FailureAfter(void (*theFailure)())
 {
-    ThrowingAllocator<Exception> anAllocator(std::move(theException));
+    FailingAllocator anAllocator;
+    anAllocator.itsFailure = theFailure;
     Renderable anImage(anAllocator);
-    SetGeometry(anImage, 2, 5, 8, 1);
+    anImage.setRows(2);
+    anImage.setColumns(5);
+    anImage.setBitsAllocated(8);
+    anImage.setSamplesPerPixel(1);
     try
     {
         anImage.allocatePixelData();
-        ADD_FAILURE() << "nothing thrown";
     }
     catch (const DLRuntimeException& anException)
     {
-        EXPECT_EQ(anException.GetMessageText(), theText);
         const ExceptionBase* const aCause = anException.GetException();
-        EXPECT_EQ(aCause == nullptr ? "" : aCause->ClassName(), theCause);
+        EXPECT_FALSE(anImage.isPixelDataAllocated());
+        return anException.GetMessageText() + ", " + (aCause == nullptr ? "" : aCause->ClassName());
     }
-    EXPECT_FALSE(anImage.isPixelDataAllocated());
+    return "(nothing)";
 }
 
 TEST(Renderable, AllocationFailuresAreTold)
 {
     const RWCString aPrefix = "Renderable::allocatePixelData(): Memory allocation of 10 bytes failed (";
-    ExpectAllocationFailure(DLRuntimeException("no more"), "no more", "");
-    const BadAllocException aBadAlloc(10);
-    ExpectAllocationFailure(aBadAlloc, aPrefix + aBadAlloc.GetMessageText() + ")", "BadAllocException");
-    ExpectAllocationFailure(StreamIOException("odd", DLRC_IO_ERROR, 5), aPrefix + "odd)",
-                            "StreamIOException");
-    ExpectAllocationFailure(std::runtime_error("x"), aPrefix + "caught unknown exception)", "");
-    ExpectAllocationFailure(42, aPrefix + "caught unknown exception)", "");
+    EXPECT_EQ(FailureAfter([] { throw DLRuntimeException("no more"); }), "no more, ");
+    EXPECT_EQ(FailureAfter([] { throw BadAllocException(10); }),
+              aPrefix + "Memory allocation of 10 bytes failed), BadAllocException");
+    EXPECT_EQ(FailureAfter([] { throw StreamIOException("odd", DLRC_IO_ERROR, 5); }),
+              aPrefix + "odd), StreamIOException");
+    EXPECT_EQ(FailureAfter([] { throw std::runtime_error("x"); }), aPrefix + "caught unknown exception), ");
+    EXPECT_EQ(FailureAfter([] { throw 42; }), aPrefix + "caught unknown exception), ");
 }
 
 TEST(Renderable, WritePixelsToFileWritesTheBareBytes)
 {
-    for (const std::size_t aSize : {std::size_t{1}, std::size_t{8192}, std::size_t{8193}, std::size_t{20000}})
+    CountingAllocator anAllocator;
+    const TemporaryFile aFile(Bytes(30000, 0xee));
+    for (const std::size_t aSize : {20000u, 8193u, 8192u, 1u, 0u})
     {
-        CountingAllocator anAllocator;
-        Renderable anImage(anAllocator);
-        auto* const aBuffer = static_cast<std::uint8_t*>(anAllocator.Allocate(aSize));
-        for (std::size_t anIndex = 0; anIndex < aSize; ++anIndex)
+        Bytes aPixels;
+        for (std::size_t i = 0; i < aSize; ++i)
         {
-            aBuffer[anIndex] = static_cast<std::uint8_t>(anIndex * 7 + anIndex / 256);
+            aPixels.push_back(static_cast<std::uint8_t>(i * 7 + i / 256));
         }
-        anImage.setPixelData(aBuffer, aSize);
-        const TemporaryFile aFile(Bytes(30000, 0xee));
-        anImage.writePixelsToFile(aFile.GetName());
-        EXPECT_EQ(aFile.GetContent(), Bytes(aBuffer, aBuffer + aSize)) << aSize;
+        MakeImage(anAllocator, {}, aPixels)->writePixelsToFile(aFile.GetName());
+        EXPECT_EQ(aFile.GetContent(), aPixels);
     }
-    const TemporaryFile aFile(Bytes(5, 1));
-    Renderable anEmpty;
-    anEmpty.writePixelsToFile(aFile.GetName());
-    EXPECT_TRUE(aFile.GetContent().empty()) << "no pixels leave an empty file";
-    EXPECT_NO_THROW(anEmpty.writePixelsToFile("/nonexistent-folder/x"));
-    EXPECT_NO_THROW(anEmpty.writePixelsToFile(nullptr));
+    EXPECT_NO_THROW(Renderable().writePixelsToFile("/nonexistent-folder/x"));
+    EXPECT_NO_THROW(Renderable().writePixelsToFile(nullptr));
 }
 } // namespace

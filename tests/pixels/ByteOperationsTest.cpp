@@ -11,23 +11,17 @@ using Bytes = std::vector<std::uint8_t>;
 // Not an exchange, and one pair more than the samples: known to callers bit for bit.
 TEST(ByteOperations, SwapBytesCopiesTheFirstByteOfEachPairAndOnePairMore)
 {
-    struct Row
-    {
-        int itsRows;
-        int itsColumns;
-        Bytes itsExpected;
-    };
-    const Row kRows[] = {{1, 2, {1, 1, 3, 3, 5, 5, 7, 8}},
-                         {2, 1, {1, 1, 3, 3, 5, 5, 7, 8}},
-                         {1, 1, {1, 1, 3, 3, 5, 6, 7, 8}},
-                         {0, 5, {1, 1, 3, 4, 5, 6, 7, 8}},
-                         {-1, 2, {1, 2, 3, 4, 5, 6, 7, 8}}};
-    for (const Row& aRow : kRows)
+    const auto aSwap = [](int theRows, int theColumns)
     {
         Bytes aData = {1, 2, 3, 4, 5, 6, 7, 8};
-        DecompressionLibUtils::SwapBytes(aData.data(), aRow.itsRows, aRow.itsColumns);
-        EXPECT_EQ(aData, aRow.itsExpected) << aRow.itsRows << " x " << aRow.itsColumns;
-    }
+        DecompressionLibUtils::SwapBytes(aData.data(), theRows, theColumns);
+        return aData;
+    };
+    EXPECT_EQ(aSwap(1, 2), (Bytes{1, 1, 3, 3, 5, 5, 7, 8}));
+    EXPECT_EQ(aSwap(2, 1), (Bytes{1, 1, 3, 3, 5, 5, 7, 8}));
+    EXPECT_EQ(aSwap(1, 1), (Bytes{1, 1, 3, 3, 5, 6, 7, 8}));
+    EXPECT_EQ(aSwap(0, 5), (Bytes{1, 1, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(aSwap(-1, 2), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
 TEST(ByteOperations, ApplyOffsetWrapsAndLeavesAnOddByteAlone)
@@ -48,8 +42,7 @@ TEST(ByteOperations, ErrMessageFormatsAndCutsAt1024)
     RWCString aText;
     DecompressionLibUtils::ErrMessage(aText, "DC3 Tag not found: %s (%d)", "Rows", -7);
     EXPECT_EQ(aText, "DC3 Tag not found: Rows (-7)");
-    for (const std::size_t aLength :
-         {std::size_t{1023}, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}})
+    for (const std::size_t aLength : {1023u, 1024u, 1025u, 5000u})
     {
         DecompressionLibUtils::ErrMessage(aText, "%s", std::string(aLength, 'x').c_str());
         EXPECT_EQ(aText, std::string(std::min<std::size_t>(aLength, 1024), 'x'));

@@ -3,11 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
-#include "pixels/ImageMaker.h"
-#include "toolkit/base/BadAllocException.h"
+#include "support/FailureOf.h"
+#include "support/ImageMaker.h"
 #include "toolkit/base/DLRuntimeException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
@@ -15,40 +14,43 @@ namespace
 {
 using Conversion = void (*)(Renderable&);
 
-void ConvertAny(Renderable& theImage)
+constexpr Conversion kAny = [](Renderable& theImage)
 {
     DICOMDataObject aDataSet;
     DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(aDataSet, theImage);
-}
-
-void ConvertPalette(Renderable& theImage)
+};
+constexpr Conversion kPalette = [](Renderable& theImage)
 {
     DICOMDataObject aDataSet;
     DecompressionLibUtils::ConvertPaletteColorRenderableTo8BitRGB(aDataSet, theImage);
-}
-
+};
 constexpr Conversion kRGB = DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB;
 constexpr Conversion kFull = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanar8BitRGB;
 constexpr Conversion kFullWide = DecompressionLibUtils::ConvertYBR_FULLRenderableToNonPlanarRGB;
-constexpr Conversion the422 = DecompressionLibUtils::ConvertYBR_FULL_422RenderableTo8BitRGB;
-constexpr Conversion the422Wide = DecompressionLibUtils::ConvertYBR_FULL_422RenderableToRGB;
+constexpr Conversion k422 = DecompressionLibUtils::ConvertYBR_FULL_422RenderableTo8BitRGB;
+constexpr Conversion k422Wide = DecompressionLibUtils::ConvertYBR_FULL_422RenderableToRGB;
 
-std::string GetFailure(Conversion theConversion, Renderable& theImage)
+/// Behind "DecompressionLibUtils::".
+std::string FailureOfConversion(Conversion theConversion, Renderable& theImage)
 {
-    try
-    {
-        theConversion(theImage);
-    }
-    catch (const DLRuntimeException& anException)
-    {
-        return anException.GetMessageText();
-    }
-    return "(no exception)";
+    const std::string aText = FailureOf<DLRuntimeException>([&] { theConversion(theImage); });
+    const std::string aPrefix = "DecompressionLibUtils::";
+    return aText.starts_with(aPrefix) ? aText.substr(aPrefix.size()) : aText;
+}
+
+std::string FailureOfImage(const ImageSpec& theSpec, std::size_t theBytes)
+{
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, theSpec, Bytes(theBytes));
+    const std::string aText = FailureOfConversion(kAny, *anImage);
+    EXPECT_EQ(anAllocator.GetAllocations(), 1u) << "nothing is to be allocated";
+    EXPECT_EQ(anImage->getRows(), theSpec.itsRows);
+    return aText;
 }
 
 // ---- Messages ------------------------------------------------------------------------------------
 
-struct ConversionName
+struct NamedConversion
 {
     Conversion itsConversion;
     const char* itsName;
@@ -56,285 +58,177 @@ struct ConversionName
     const char* itsTerm;
 };
 
-const ConversionName kConversions[] = {
+const NamedConversion kConversions[] = {
     {kRGB, "ConvertRGBRenderableToNonPlanar8BitRGB", Renderable::RGB, "RGB"},
     {kFull, "ConvertYBR_FULLRenderableToNonPlanar8BitRGB", Renderable::YBR_FULL, "YBR_FULL"},
     {kFullWide, "ConvertYBR_FULLRenderableToNonPlanarRGB", Renderable::YBR_FULL, "YBR_FULL"},
-    {the422, "ConvertYBR_FULL_422RenderableTo8BitRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
-    {the422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
-    {ConvertPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
-};
-
-/// A fault put into an otherwise right image of 2 x 2 pixels. "%" stands for the interpretation's term.
-struct Defect
-{
-    const char* itsName;
-    std::function<void(ImageSpec&)> itsFault;
-    const char* itsText;
-    bool itsForPalette;
-};
-
-const Defect kDefects[] = {
-    {"interpretation, before anything else",
-     [](ImageSpec& s)
-     {
-         s.itsInterpretation = Renderable::MONOCHROME2;
-         s.itsSamples = 1;
-         s.itsBits = 32;
-     },
-     "Renderable being converted is not %", true},
-    {"samples, before bits",
-     [](ImageSpec& s)
-     {
-         s.itsSamples = 1;
-         s.itsBits = 32;
-     },
-     "Renderable contains incorrect number of samples per pixel for YBR_FULL encoding", false},
-    {"17 bits", [](ImageSpec& s) { s.itsBits = 17; }, "bits allocated > 16 - not supported", true},
-    {"32 bits", [](ImageSpec& s) { s.itsBits = 32; }, "bits allocated > 16 - not supported", true},
-    {"12 bits", [](ImageSpec& s) { s.itsBits = 12; }, "bits allocated is not 8 or 16 - not supported", true},
-    {"1 bit", [](ImageSpec& s) { s.itsBits = 1; }, "bits allocated is not 8 or 16 - not supported", true},
+    {k422, "ConvertYBR_FULL_422RenderableTo8BitRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
+    {k422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
+    {kPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
 };
 } // namespace
 
 TEST(ColourConversion, DefectsHaveTheirTextsAndLeaveTheImageAlone)
 {
-    for (const ConversionName& aConversion : kConversions)
+    for (const auto& [aConversion, aName, anInterpretation, aTerm] : kConversions)
     {
-        for (const Defect& aDefect : kDefects)
+        const std::string aPrefix = std::string(aName) + ": ";
+        const auto aFailure = [&, aConversion = aConversion](const ImageSpec& theSpec)
         {
-            const bool aPalette = aConversion.itsInterpretation == Renderable::PALETTE_COLOR;
-            if (aPalette && !aDefect.itsForPalette)
-            {
-                continue;
-            }
-            SCOPED_TRACE(std::string(aConversion.itsName) + ", " + aDefect.itsName);
-            ImageSpec aSpec{aConversion.itsInterpretation, aPalette ? 1 : 3, 8, 2, 2};
-            aDefect.itsFault(aSpec);
             CountingAllocator anAllocator;
-            const auto anImage = MakeImage(anAllocator, aSpec, Bytes(12, 7));
-            std::string aText = aDefect.itsText;
-            if (aText.back() == '%')
-            {
-                aText.replace(aText.size() - 1, 1, aConversion.itsTerm);
-            }
-            EXPECT_EQ(GetFailure(aConversion.itsConversion, *anImage),
-                      "DecompressionLibUtils::" + std::string(aConversion.itsName) + ": " + aText);
-            EXPECT_EQ(anImage->getPhotometricInterpretation(), aSpec.itsInterpretation);
+            const auto anImage = MakeImage(anAllocator, theSpec, Bytes(12, 7));
+            const std::string aText = FailureOfConversion(aConversion, *anImage);
+            EXPECT_EQ(anImage->getPhotometricInterpretation(), theSpec.itsInterpretation);
             EXPECT_EQ(anAllocator.GetAllocations(), 1u);
+            return aText;
+        };
+        EXPECT_EQ(aFailure({Renderable::MONOCHROME2, 1, 32, 2, 2}),
+                  aPrefix + "Renderable being converted is not " + aTerm);
+        const int aSamples = anInterpretation == Renderable::PALETTE_COLOR ? 1 : 3;
+        EXPECT_TRUE(aSamples == 1 || aFailure({anInterpretation, 1, 32, 2, 2}) ==
+                                         aPrefix +
+                                             "Renderable contains incorrect number of samples per pixel "
+                                             "for YBR_FULL encoding");
+        for (const int aBits : {1, 12, 17, 32})
+        {
+            EXPECT_EQ(aFailure({anInterpretation, aSamples, aBits, 2, 2}),
+                      aPrefix + "bits allocated " + (aBits > 16 ? "> 16" : "is not 8 or 16") +
+                          " - not supported");
         }
     }
 }
 
 TEST(ColourConversion, InterpretationsWithoutConversionAreNamed)
 {
-    const std::pair<Renderable::PhotometricInterpretation, const char*> kCases[] = {
-        {Renderable::INVALID, "INVALID"},
-        {Renderable::YBR_PARTIAL_422, "YBR_PARTIAL_422"},
-        {Renderable::YBR_PARTIAL_420, "YBR_PARTIAL_420"},
-        {Renderable::YBR_ICT, "YBR_ICT"},
-        {Renderable::YBR_RCT, "YBR_RCT"},
-        {static_cast<Renderable::PhotometricInterpretation>(99), "INVALID"}};
-    for (const auto& [anInterpretation, aName] : kCases)
+    const std::pair<int, const char*> kCases[] = {{0, "INVALID"},         {7, "YBR_PARTIAL_422"},
+                                                  {8, "YBR_PARTIAL_420"}, {9, "YBR_ICT"},
+                                                  {10, "YBR_RCT"},        {99, "INVALID"}};
+    for (const auto& [aValue, aName] : kCases)
     {
-        CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, {anInterpretation}, Bytes(6));
-        EXPECT_EQ(GetFailure(ConvertAny, *anImage),
-                  std::string("DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB: "
-                              "PhotometricInterpretation not supported: ") +
-                      aName);
+        const auto anInterpretation = static_cast<Renderable::PhotometricInterpretation>(aValue);
+        EXPECT_EQ(
+            FailureOfImage({anInterpretation}, 6),
+            std::string("ConvertRenderableToNonPlanar8BitRGB: PhotometricInterpretation not supported: ") +
+                aName);
     }
 }
 
 TEST(ColourConversion, Only422ThatPairsUpIsTaken)
 {
-    struct Row
-    {
-        const char* itsName;
-        ImageSpec itsSpec;
-        std::size_t itsBytes;
-        const char* itsText;
-    };
-    const char* const aPlanarText = "Renderable in planar format is not valid for YBR_FULL_422 encoding";
-    const char* const aCountText =
-        "Renderable contains incorrect number of samples for YBR_FULL_422 encoding";
-    const Row kRows[] = {
-        {"planar", {Renderable::YBR_FULL_422, 3, 8, 1, 2, true}, 4, aPlanarText},
-        {"planar comes before the count", {Renderable::YBR_FULL_422, 3, 8, 1, 3, true}, 4, aPlanarText},
-        {"odd pixels", {Renderable::YBR_FULL_422, 3, 8, 3, 3}, 20, aCountText},
-        {"one byte short", {Renderable::YBR_FULL_422, 3, 8, 2, 2}, 7, aCountText},
-        {"one byte more", {Renderable::YBR_FULL_422, 3, 8, 2, 2}, 9, aCountText},
-        {"size of full colour", {Renderable::YBR_FULL_422, 3, 8, 2, 2}, 12, aCountText},
-        {"8-bit size at 16 bits", {Renderable::YBR_FULL_422, 3, 16, 2, 2}, 8, aCountText},
-    };
-    for (const Row& aRow : kRows)
-    {
-        SCOPED_TRACE(aRow.itsName);
-        CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, Bytes(aRow.itsBytes));
-        EXPECT_EQ(GetFailure(ConvertAny, *anImage),
-                  std::string("DecompressionLibUtils::ConvertYBR_FULL_422RenderableTo8BitRGB: ") +
-                      aRow.itsText);
-    }
+    constexpr auto k = Renderable::YBR_FULL_422;
+    const std::string aPrefix = "ConvertYBR_FULL_422RenderableTo8BitRGB: Renderable ";
+    const std::string aPlanar = aPrefix + "in planar format is not valid for YBR_FULL_422 encoding";
+    const std::string aCount = aPrefix + "contains incorrect number of samples for YBR_FULL_422 encoding";
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 1, 2, true}, 4), aPlanar);
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 1, 3, true}, 4), aPlanar) << "comes before the count";
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 3, 3}, 20), aCount) << "odd pixels";
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 2, 2}, 7), aCount);
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 2, 2}, 9), aCount);
+    EXPECT_EQ(FailureOfImage({k, 3, 8, 2, 2}, 12), aCount) << "size of full colour";
+    EXPECT_EQ(FailureOfImage({k, 3, 16, 2, 2}, 8), aCount) << "8-bit size at 16 bits";
 }
 
 // The geometry comes from a file and may promise more than the buffer holds.
 TEST(ColourConversion, BuffersSmallerThanTheGeometryAreRefused)
 {
-    struct Row
-    {
-        const char* itsName;
-        ImageSpec itsSpec;
-        std::size_t itsBytes;
+    const std::pair<ImageSpec, std::size_t> kCases[] = {
+        {{Renderable::YBR_FULL, 3, 8, 2, 2}, 11},
+        {{Renderable::YBR_FULL, 3, 16, 2, 2}, 23},
+        {{Renderable::RGB, 3, 8, 2, 2, true}, 11},
+        {{Renderable::RGB, 3, 16, 2, 2}, 12},
+        {{Renderable::PALETTE_COLOR, 1, 8, 2, 2}, 3},
+        {{Renderable::PALETTE_COLOR, 1, 16, 2, 2}, 7},
+        {{Renderable::YBR_FULL, 3, 16, 0x7fffffff, 0x7fffffff}, 12},
+        {{Renderable::RGB, 3, 8, 65536, 65536, true}, 12}, // a product that is small in 32 bits
+        {{Renderable::YBR_FULL, 3, 8, -2, -2}, 12},
     };
-    const Row kRows[] = {
-        {"YBR_FULL", {Renderable::YBR_FULL, 3, 8, 2, 2}, 11},
-        {"YBR_FULL, 16 bits", {Renderable::YBR_FULL, 3, 16, 2, 2}, 23},
-        {"planar RGB", {Renderable::RGB, 3, 8, 2, 2, true}, 11},
-        {"RGB, 16 bits", {Renderable::RGB, 3, 16, 2, 2}, 12},
-        {"palette", {Renderable::PALETTE_COLOR, 1, 8, 2, 2}, 3},
-        {"palette, 16 bits", {Renderable::PALETTE_COLOR, 1, 16, 2, 2}, 7},
-        {"largest dimensions", {Renderable::YBR_FULL, 3, 16, 0x7fffffff, 0x7fffffff}, 12},
-        {"product that is small in 32 bits", {Renderable::RGB, 3, 8, 65536, 65536, true}, 12},
-        {"negative rows and columns", {Renderable::YBR_FULL, 3, 8, -2, -2}, 12},
-    };
-    for (const Row& aRow : kRows)
+    for (const auto& [aSpec, aBytes] : kCases)
     {
-        SCOPED_TRACE(aRow.itsName);
-        CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, Bytes(aRow.itsBytes));
-        EXPECT_NE(GetFailure(ConvertAny, *anImage), "(no exception)");
-        EXPECT_EQ(anAllocator.GetAllocations(), 1u) << "nothing is to be allocated";
-        EXPECT_EQ(anImage->getRows(), aRow.itsSpec.itsRows);
+        EXPECT_NE(FailureOfImage(aSpec, aBytes), "(nothing)") << aSpec.itsRows << ' ' << aBytes;
     }
     CountingAllocator anAllocator;
     const auto anImage = MakeImage(anAllocator, {Renderable::YBR_FULL}, Bytes(6));
     anImage->freePixelData();
-    EXPECT_NE(GetFailure(ConvertAny, *anImage), "(no exception)") << "no buffer at all";
+    EXPECT_NE(FailureOfConversion(kAny, *anImage), "(nothing)") << "no buffer at all";
 }
 
 // ---- Pixels --------------------------------------------------------------------------------------
 
 namespace
 {
-struct PixelRow
+void ExpectPixels(const char* theName, Conversion theConversion, const ImageSpec& theSpec,
+                  const Bytes& theInput, const Bytes& theExpected)
 {
-    const char* itsName;
-    Conversion itsConversion;
-    ImageSpec itsSpec;
-    Bytes itsInput;
-    Bytes itsExpected;
-};
+    SCOPED_TRACE(theName);
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, theSpec, theInput);
+    ASSERT_EQ(FailureOfConversion(theConversion, *anImage), "(nothing)");
+    const int aBits = theConversion != kAny && theSpec.itsBits == 16 ? 16 : 8;
+    EXPECT_EQ(GetPixels(*anImage), theExpected);
+    EXPECT_EQ(anImage->getPixelDataSize(), anImage->getRequiredPixelDataBufferSize());
+    EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB);
+    EXPECT_EQ(anImage->getSamplesPerPixel(), 3);
+    EXPECT_EQ(anImage->getBitsAllocated(), aBits);
+    EXPECT_EQ(anImage->getBitsStored(), aBits);
+    EXPECT_EQ(anImage->getHighBit(), aBits - 1);
+    EXPECT_FALSE(anImage->isPlanarConfiguration());
+    EXPECT_EQ(anImage->isSigned(), theSpec.itsSigned);
+    EXPECT_TRUE(aBits == 8 || anImage->isPixelDataLittleEndian());
+    EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u);
+}
 
-const PixelRow kPixelRows[] = {
-    {"clamped red",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 8, 1, 3},
-     {128, 128, 255, 0, 128, 128, 255, 0, 0},
-     {255, 37, 128, 0, 0, 0, 75, 255, 28}},
-    {"planes",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 8, 1, 3, true},
-     {128, 0, 255, 128, 128, 0, 255, 128, 0},
-     {255, 37, 128, 0, 0, 0, 75, 255, 28}},
-    // Stored -128 … 127 stand for 0 … 255, and the result is stored the same way.
-    {"signed",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 8, 1, 3, false, true},
-     {0, 0, 127, 128, 0, 0, 127, 128, 128},
-     {127, 165, 0, 128, 128, 128, 203, 127, 156}},
-    {"16 bits, high byte kept",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 16, 1, 2},
-     Words({0x8000, 0x8000, 0xffff, 0x1234, 0x8000, 0x8000}),
-     {255, 36, 128, 0x12, 0x12, 0x12}},
-    {"16 bits, planes, big-endian",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 16, 1, 2, true, false, false},
-     Words({0x8000, 0x1234, 0x8000, 0x8000, 0xffff, 0x8000}, false),
-     {255, 36, 128, 0x12, 0x12, 0x12}},
-    {"16 bits, signed",
-     ConvertAny,
-     {Renderable::YBR_FULL, 3, 16, 1, 2, false, true},
-     Words({0, 0, 0x7fff, 0x1234 - 0x8000, 0, 0}),
-     {127, 36 - 128 + 256, 0, 0x12 - 128 + 256, 0x12 - 128 + 256, 0x12 - 128 + 256}},
-    {"12 bits in 16 give their high byte",
-     ConvertAny,
-     {Renderable::RGB, 3, 16, 1, 2},
-     Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000}),
-     {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
-    {"RGB, 16 bits, big-endian planes",
-     ConvertAny,
-     {Renderable::RGB, 3, 16, 1, 2, true, false, false},
-     Words({0x0102, 0x0304, 0x0506, 0x0708, 0x090a, 0x0b0c}, false),
-     {1, 5, 9, 3, 7, 11}},
-    {"RGB, 16 bits, big-endian",
-     ConvertAny,
-     {Renderable::RGB, 3, 16, 1, 2, false, false, false},
-     Words({0x0102, 0x0304, 0x0506, 0x0708, 0x090a, 0x0b0c}, false),
-     {1, 3, 5, 7, 9, 11}},
-    {"RGB planes", ConvertAny, {Renderable::RGB, 3, 8, 1, 2, true}, {1, 2, 3, 4, 5, 6}, {1, 3, 5, 2, 4, 6}},
-    // Pairs run on from row to row: 3 columns, 2 rows.
-    {"422 across rows",
-     ConvertAny,
-     {Renderable::YBR_FULL_422, 3, 8, 2, 3},
-     {128, 10, 128, 255, 20, 30, 128, 128, 40, 50, 0, 128},
-     {255, 37, 128, 188, 0, 10, 20, 20, 20, 30, 30, 30, 40, 84, 0, 50, 94, 0}},
-    {"422, signed",
-     ConvertAny,
-     {Renderable::YBR_FULL_422, 3, 8, 1, 2, false, true},
-     {0, 127, 0, 127},
-     {127, 165, 0, 127, 36, 127}},
-    {"422, 16 bits",
-     ConvertAny,
-     {Renderable::YBR_FULL_422, 3, 16, 1, 2},
-     Words({0x8000, 0x1234, 0x8000, 0xffff}),
-     {255, 36, 128, 197, 0, 0x12}},
-    {"input's width, 8 bits",
-     kFullWide,
-     {Renderable::YBR_FULL, 3, 8, 1, 2},
-     {128, 128, 255, 1, 128, 128},
-     {255, 37, 128, 1, 1, 1}},
-    {"input's width, 16 bits from big-endian",
-     kFullWide,
-     {Renderable::YBR_FULL, 3, 16, 1, 2, false, false, false},
-     Words({0x1234, 0x8000, 0x8000, 0xffff, 0xffff, 0x8000}, false),
-     Words({0x1234, 0x1234, 0x1234, 0xffff, 54258, 0xffff})},
-    {"input's width, 422, 16 bits, signed",
-     the422Wide,
-     {Renderable::YBR_FULL_422, 3, 16, 1, 2, false, true},
-     Words({0x1234, -0x1234, 0, 0}),
-     Words({0x1234, 0x1234, 0x1234, -0x1234, -0x1234, -0x1234})},
-    {"input's width, 422, 8 bits",
-     the422Wide,
-     {Renderable::YBR_FULL_422, 3, 8, 1, 2},
-     {128, 10, 128, 255},
-     {255, 37, 128, 188, 0, 10}},
-};
+constexpr auto kYBR = Renderable::YBR_FULL;
+constexpr auto kYBR422 = Renderable::YBR_FULL_422;
+constexpr bool kPlanar = true, kSigned = true, kBigEndian = false;
 } // namespace
 
-TEST(ColourConversion, PixelsAndDescriptionAfterwards)
+TEST(ColourConversion, YBRBecomesRGB)
 {
-    for (const PixelRow& aRow : kPixelRows)
-    {
-        SCOPED_TRACE(aRow.itsName);
-        CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, aRow.itsInput);
-        ASSERT_EQ(GetFailure(aRow.itsConversion, *anImage), "(no exception)");
-        const bool aWide =
-            aRow.itsConversion != static_cast<Conversion>(ConvertAny) && aRow.itsSpec.itsBits == 16;
-        EXPECT_EQ(GetPixels(*anImage), aRow.itsExpected);
-        EXPECT_EQ(anImage->getPixelDataSize(), anImage->getRequiredPixelDataBufferSize());
-        EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB);
-        EXPECT_EQ(anImage->getSamplesPerPixel(), 3);
-        EXPECT_EQ(anImage->getBitsAllocated(), aWide ? 16 : 8);
-        EXPECT_EQ(anImage->getBitsStored(), aWide ? 16 : 8);
-        EXPECT_EQ(anImage->getHighBit(), aWide ? 15 : 7);
-        EXPECT_FALSE(anImage->isPlanarConfiguration());
-        EXPECT_EQ(anImage->isSigned(), aRow.itsSpec.itsSigned);
-        EXPECT_TRUE(!aWide || anImage->isPixelDataLittleEndian());
-        EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u);
-    }
+    const Bytes anRGB = {255, 37, 128, 0, 0, 0, 75, 255, 28};
+    ExpectPixels("clamped red", kAny, {kYBR, 3, 8, 1, 3}, {128, 128, 255, 0, 128, 128, 255, 0, 0}, anRGB);
+    ExpectPixels("planes", kAny, {kYBR, 3, 8, 1, 3, kPlanar}, {128, 0, 255, 128, 128, 0, 255, 128, 0}, anRGB);
+    // Stored -128 … 127 stand for 0 … 255, and the result is stored the same way.
+    ExpectPixels("signed", kAny, {kYBR, 3, 8, 1, 3, false, kSigned}, {0, 0, 127, 128, 0, 0, 127, 128, 128},
+                 {127, 165, 0, 128, 128, 128, 203, 127, 156});
+    ExpectPixels("16 bits, high byte kept", kAny, {kYBR, 3, 16, 1, 2},
+                 Words({0x8000, 0x8000, 0xffff, 0x1234, 0x8000, 0x8000}), {255, 36, 128, 0x12, 0x12, 0x12});
+    ExpectPixels("16 bits, planes, big-endian", kAny, {kYBR, 3, 16, 1, 2, kPlanar, false, kBigEndian},
+                 Words({0x8000, 0x1234, 0x8000, 0x8000, 0xffff, 0x8000}, kBigEndian),
+                 {255, 36, 128, 0x12, 0x12, 0x12});
+    ExpectPixels("16 bits, signed", kAny, {kYBR, 3, 16, 1, 2, false, kSigned},
+                 Words({0, 0, 0x7fff, 0x1234 - 0x8000, 0, 0}), {127, 164, 0, 0x92, 0x92, 0x92});
+    ExpectPixels("input's width, 8 bits", kFullWide, {kYBR, 3, 8, 1, 2}, {128, 128, 255, 1, 128, 128},
+                 {255, 37, 128, 1, 1, 1});
+    ExpectPixels("input's width, 16 bits from big-endian", kFullWide,
+                 {kYBR, 3, 16, 1, 2, false, false, kBigEndian},
+                 Words({0x1234, 0x8000, 0x8000, 0xffff, 0xffff, 0x8000}, kBigEndian),
+                 Words({0x1234, 0x1234, 0x1234, 0xffff, 54258, 0xffff}));
+    // Pairs run on from row to row: 3 columns, 2 rows.
+    ExpectPixels("422 across rows", kAny, {kYBR422, 3, 8, 2, 3},
+                 {128, 10, 128, 255, 20, 30, 128, 128, 40, 50, 0, 128},
+                 {255, 37, 128, 188, 0, 10, 20, 20, 20, 30, 30, 30, 40, 84, 0, 50, 94, 0});
+    ExpectPixels("422, signed", kAny, {kYBR422, 3, 8, 1, 2, false, kSigned}, {0, 127, 0, 127},
+                 {127, 165, 0, 127, 36, 127});
+    ExpectPixels("422, 16 bits", kAny, {kYBR422, 3, 16, 1, 2}, Words({0x8000, 0x1234, 0x8000, 0xffff}),
+                 {255, 36, 128, 197, 0, 0x12});
+    ExpectPixels("422, input's width, 16 bits, signed", k422Wide, {kYBR422, 3, 16, 1, 2, false, kSigned},
+                 Words({0x1234, -0x1234, 0, 0}), Words({0x1234, 0x1234, 0x1234, -0x1234, -0x1234, -0x1234}));
+    ExpectPixels("422, input's width, 8 bits", k422Wide, {kYBR422, 3, 8, 1, 2}, {128, 10, 128, 255},
+                 {255, 37, 128, 188, 0, 10});
+}
+
+TEST(ColourConversion, RGBBecomesInterleavedBytes)
+{
+    constexpr auto k = Renderable::RGB;
+    const Bytes aBig = Words({0x0102, 0x0304, 0x0506, 0x0708, 0x090a, 0x0b0c}, kBigEndian);
+    ExpectPixels("12 bits in 16 give their high byte", kAny, {k, 3, 16, 1, 2},
+                 Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000}),
+                 {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80});
+    ExpectPixels("16 bits, big-endian", kAny, {k, 3, 16, 1, 2, false, false, kBigEndian}, aBig,
+                 {1, 3, 5, 7, 9, 11});
+    ExpectPixels("16 bits, big-endian planes", kAny, {k, 3, 16, 1, 2, kPlanar, false, kBigEndian}, aBig,
+                 {1, 5, 9, 3, 7, 11});
+    ExpectPixels("planes", kAny, {k, 3, 8, 1, 2, kPlanar}, {1, 2, 3, 4, 5, 6}, {1, 3, 5, 2, 4, 6});
 }
 
 TEST(ColourConversion, GreyAndReadyRGBKeepTheirBuffer)
@@ -342,28 +236,25 @@ TEST(ColourConversion, GreyAndReadyRGBKeepTheirBuffer)
     const ImageSpec kSpecs[] = {{Renderable::MONOCHROME1, 1, 16, 1, 3},
                                 {Renderable::MONOCHROME2, 1, 8, 2, 3},
                                 {Renderable::RGB, 3, 8, 1, 2},
-                                {Renderable::RGB, 3, 8, 1, 2, false, true}};
+                                {Renderable::RGB, 3, 8, 1, 2, false, kSigned}};
     for (const ImageSpec& aSpec : kSpecs)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, {1, 2, 3, 4, 5, 6});
         const void* const aBuffer = anImage->getPixelData();
-        EXPECT_EQ(GetFailure(ConvertAny, *anImage), "(no exception)");
+        EXPECT_EQ(FailureOfConversion(kAny, *anImage), "(nothing)");
         EXPECT_EQ(anImage->getPixelData(), aBuffer);
         EXPECT_EQ(GetPixels(*anImage), (Bytes{1, 2, 3, 4, 5, 6}));
         EXPECT_EQ(anImage->getPhotometricInterpretation(), aSpec.itsInterpretation);
         EXPECT_EQ(anImage->getBitsAllocated(), aSpec.itsBits);
     }
-}
-
-TEST(ColourConversion, ImagesWithoutPixelsAreOnlyDescribedAnew)
-{
-    for (const auto anInterpretation : {Renderable::YBR_FULL, Renderable::YBR_FULL_422})
+    for (const auto anInterpretation : {kYBR, kYBR422})
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, {anInterpretation, 3, 8, 0, 5}, {});
-        EXPECT_EQ(GetFailure(ConvertAny, *anImage), "(no exception)");
-        EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB);
+        EXPECT_EQ(FailureOfConversion(kAny, *anImage), "(nothing)");
+        EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB)
+            << "without pixels, described anew";
         EXPECT_EQ(anImage->getPixelDataSize(), 0u);
     }
 }
@@ -372,16 +263,16 @@ TEST(ColourConversion, ImagesWithoutPixelsAreOnlyDescribedAnew)
 TEST(ColourConversion, FailedAllocationLeavesTheImageAsItWas)
 {
     const std::pair<ImageSpec, Bytes> kCases[] = {
-        {{Renderable::YBR_FULL, 3, 8, 1, 2, true, true}, Bytes{1, 2, 3, 4, 5, 6}},
-        {{Renderable::YBR_FULL_422, 3, 8, 1, 2}, Bytes{1, 2, 3, 4}},
+        {{kYBR, 3, 8, 1, 2, kPlanar, kSigned}, Bytes{1, 2, 3, 4, 5, 6}},
+        {{kYBR422, 3, 8, 1, 2}, Bytes{1, 2, 3, 4}},
         {{Renderable::RGB, 3, 16, 1, 1}, Bytes{1, 2, 3, 4, 5, 6}},
-        {{Renderable::PALETTE_COLOR, 1, 8, 1, 2, false, true}, Bytes{1, 2}}};
+        {{Renderable::PALETTE_COLOR, 1, 8, 1, 2, false, kSigned}, Bytes{1, 2}}};
     for (const auto& [aSpec, aPixels] : kCases)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, aPixels);
         anAllocator.FailAt(1);
-        EXPECT_NE(GetFailure(ConvertAny, *anImage).find("Memory allocation of"), std::string::npos);
+        EXPECT_NE(FailureOfConversion(kAny, *anImage).find("Memory allocation of"), std::string::npos);
         EXPECT_EQ(GetPixels(*anImage), aPixels);
         EXPECT_EQ(anImage->getPhotometricInterpretation(), aSpec.itsInterpretation);
         EXPECT_EQ(anImage->getSamplesPerPixel(), aSpec.itsSamples);
@@ -395,11 +286,11 @@ TEST(ColourConversion, FailedAllocationLeavesTheImageAsItWas)
 TEST(ColourConversion, Planar2RGBInterleavesBothWidths)
 {
     Bytes aRed = {1, 2, 3, 4}, aGreen = {5, 6, 7, 8}, aBlue = {9, 10, 11, 12};
-    void* thePlanes[3] = {aRed.data(), aGreen.data(), aBlue.data()};
+    void* aPlanes[3] = {aRed.data(), aGreen.data(), aBlue.data()};
     Bytes anOutput(12);
-    DecompressionLibUtils::Planar2RGB(thePlanes, anOutput.data(), 4, 1);
+    DecompressionLibUtils::Planar2RGB(aPlanes, anOutput.data(), 4, 1);
     EXPECT_EQ(anOutput, (Bytes{1, 5, 9, 2, 6, 10, 3, 7, 11, 4, 8, 12}));
-    DecompressionLibUtils::Planar2RGB(thePlanes, anOutput.data(), 2, 2);
+    DecompressionLibUtils::Planar2RGB(aPlanes, anOutput.data(), 2, 2);
     EXPECT_EQ(anOutput, (Bytes{1, 2, 5, 6, 9, 10, 3, 4, 7, 8, 11, 12}));
-    EXPECT_THROW(DecompressionLibUtils::Planar2RGB(thePlanes, anOutput.data(), 2, 3), DLRuntimeException);
+    EXPECT_THROW(DecompressionLibUtils::Planar2RGB(aPlanes, anOutput.data(), 2, 3), DLRuntimeException);
 }

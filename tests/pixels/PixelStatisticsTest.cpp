@@ -7,8 +7,8 @@
 #include <limits>
 #include <numeric>
 
-#include "pixels/ImageMaker.h"
 #include "support/ForEachTarget.h"
+#include "support/ImageMaker.h"
 
 namespace
 {
@@ -125,43 +125,38 @@ TEST(PixelStatistics, EveryLengthCountsEverySample)
         });
 }
 
+namespace
+{
+/// The bins that samples are counted in, once for each.
+std::vector<std::size_t> GetHits(const ImageSpec& theSpec, const Bytes& thePixels)
+{
+    CountingAllocator anAllocator;
+    const auto anImage = MakeImage(anAllocator, theSpec, thePixels);
+    const std::unique_ptr<std::uint32_t[]> aBins(DecompressionLibUtils::CalculateHistogram(*anImage));
+    std::vector<std::size_t> aHits;
+    for (std::size_t aBin = 0; aBin < (theSpec.itsBits <= 8 ? 256 : 65536); ++aBin)
+    {
+        aHits.insert(aHits.end(), aBins[aBin], aBin);
+    }
+    return aHits;
+}
+
+using Hits = std::vector<std::size_t>;
+} // namespace
+
 TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
 {
-    struct Row
-    {
-        const char* itsName;
-        ImageSpec itsSpec;
-        Bytes itsPixels;
-        std::size_t itsBins;
-        std::vector<std::size_t> itsHits;
-    };
-    const Row kRows[] = {
-        {"unsigned 8", Grey(8, 1, 3), {0, 255, 255}, 256, {0, 255, 255}},
-        {"signed 8", Grey(8, 1, 3, true), {0x80, 0, 0x7f}, 256, {0, 128, 255}},
-        {"unsigned 16", Grey(16, 1, 2), Words({0, 65535}), 65536, {0, 65535}},
-        {"signed 16", Grey(16, 1, 3, true), Words({-32768, 0, 32767}), 65536, {0, 32768, 65535}},
-        {"big-endian", Grey(16, 1, 1, false, false), Words({0x0102}, false), 65536, {0x0102}},
-        {"12 bits allocated are words", Grey(12, 1, 2), Words({4095, 65535}), 65536, {4095, 65535}},
-        {"1 bit allocated is bytes", Grey(1, 1, 2), {1, 200}, 256, {1, 200}},
-        {"32 bits do not take 16 gigabytes", Grey(32, 1, 1), Words({7, 9}), 65536, {7}},
-        {"buffer shorter than the geometry", Grey(16, 9, 9), Words({3}), 65536, {3}},
-    };
-    for (const Row& aRow : kRows)
-    {
-        SCOPED_TRACE(aRow.itsName);
-        CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, aRow.itsPixels);
-        const std::unique_ptr<std::uint32_t[]> aBins(DecompressionLibUtils::CalculateHistogram(*anImage));
-        std::vector<std::uint32_t> anExpected(aRow.itsBins);
-        for (const std::size_t aHit : aRow.itsHits)
-        {
-            ++anExpected[aHit];
-        }
-        EXPECT_EQ(std::vector<std::uint32_t>(aBins.get(), aBins.get() + aRow.itsBins), anExpected);
-    }
+    EXPECT_EQ(GetHits(Grey(8, 1, 3), {0, 255, 255}), (Hits{0, 255, 255}));
+    EXPECT_EQ(GetHits(Grey(8, 1, 3, true), {0x80, 0, 0x7f}), (Hits{0, 128, 255}));
+    EXPECT_EQ(GetHits(Grey(16, 1, 2), Words({0, 65535})), (Hits{0, 65535}));
+    EXPECT_EQ(GetHits(Grey(16, 1, 3, true), Words({-32768, 0, 32767})), (Hits{0, 32768, 65535}));
+    EXPECT_EQ(GetHits(Grey(16, 1, 1, false, false), Words({0x0102}, false)), (Hits{0x0102}));
+    EXPECT_EQ(GetHits(Grey(12, 1, 2), Words({4095, 65535})), (Hits{4095, 65535})) << "words";
+    EXPECT_EQ(GetHits(Grey(1, 1, 2), {1, 200}), (Hits{1, 200})) << "bytes";
+    EXPECT_EQ(GetHits(Grey(32, 1, 1), Words({7, 9})), (Hits{7})) << "not 16 gigabytes";
+    EXPECT_EQ(GetHits(Grey(16, 9, 9), Words({3})), (Hits{3})) << "buffer shorter than the geometry";
     CountingAllocator anAllocator;
-    const auto anImage = MakeImage(anAllocator, {}, Bytes(6));
-    EXPECT_EQ(DecompressionLibUtils::CalculateHistogram(*anImage), nullptr);
+    EXPECT_EQ(DecompressionLibUtils::CalculateHistogram(*MakeImage(anAllocator, {}, Bytes(6))), nullptr);
 }
 
 namespace
@@ -180,83 +175,56 @@ std::unique_ptr<Renderable> MakeBody(CountingAllocator& theAllocator, int theLow
     return MakeImage(theAllocator, Grey(16, 100, 100, theSigned), Words(aValues));
 }
 
-struct BurnInRow
+Range GetBodyRange(int theLow, int theHigh, int theCount, bool theSigned, float thePercent, int theShift)
 {
-    const char* itsName;
-    int itsLow;
-    int itsHigh;
-    int itsCount;
-    bool itsSigned;
-    float itsPercent;
-    int itsShift;
-    Range itsExpected;
-};
+    CountingAllocator anAllocator;
+    const auto anImage = MakeBody(anAllocator, theLow, theHigh, theCount, theSigned);
+    return GetRange(*anImage, 0, true, thePercent, theShift);
+}
+} // namespace
 
 // About ten pixels have each value of the body, so more than 50 of them lie at 1005 and above 1995: the
 // sixth bin from either end.
-const BurnInRow kBurnInRows[] = {
-    {"one pixel at either end", 0, 4095, 1, false, 0.5f, 10, {1005, 1995}},
-    {"as many as the threshold", 0, 4095, 50, false, 0.5f, 10, {1000, 2000}},
-    {"the threshold is 29 in single precision", 0, 4095, 29, false, 0.29f, 10, {1000, 2000}},
-    {"one more than the threshold stays", 0, 4095, 51, false, 0.5f, 10, {0, 4095}},
-    {"shift as large as the minimum is not applied", 0, 4095, 1, false, 0.5f, 2100, {0, 4095}},
-    {"signed", -3000, 4095, 1, true, 0.5f, 10, {1005, 1995}},
-    {"signed, the range stays below zero", -3000, 4095, 51, true, 0.5f, 10, {4294964296u, 4095}},
-    {"no percentage", 0, 4095, 1, false, 0.0f, 10, {0, 4095}},
-    {"less than a millionth percent", 0, 4095, 1, false, 0.0000009f, 10, {0, 4095}},
-    {"no minimum shift", 0, 4095, 1, false, 0.5f, 0, {0, 4095}},
-    {"more than everything", 0, 4095, 1, false, 101.0f, 10, {0, 4095}},
-    {"negative percentage", 0, 4095, 1, false, -5.0f, 10, {0, 4095}},
-    {"no number", 0, 4095, 1, false, std::numeric_limits<float>::quiet_NaN(), 10, {0, 4095}},
-    {"infinite", 0, 4095, 1, false, std::numeric_limits<float>::infinity(), 10, {0, 4095}},
-};
-} // namespace
-
 TEST(PixelStatistics, BurnInsAreTrimmed)
 {
-    for (const BurnInRow& aRow : kBurnInRows)
+    const Range aTrimmed{1005, 1995}, anUntrimmed{0, 4095};
+    EXPECT_EQ(GetBodyRange(0, 4095, 1, false, 0.5f, 10), aTrimmed);
+    EXPECT_EQ(GetBodyRange(0, 4095, 50, false, 0.5f, 10), (Range{1000, 2000})) << "as many as the threshold";
+    EXPECT_EQ(GetBodyRange(0, 4095, 29, false, 0.29f, 10), (Range{1000, 2000})) << "29 in single precision";
+    EXPECT_EQ(GetBodyRange(0, 4095, 51, false, 0.5f, 10), anUntrimmed) << "one more than the threshold";
+    EXPECT_EQ(GetBodyRange(0, 4095, 1, false, 0.5f, 2100), anUntrimmed) << "a shift as large as the minimum";
+    EXPECT_EQ(GetBodyRange(-3000, 4095, 1, true, 0.5f, 10), aTrimmed);
+    EXPECT_EQ(GetBodyRange(-3000, 4095, 51, true, 0.5f, 10), (Range{4294964296u, 4095})) << "below zero";
+    EXPECT_EQ(GetBodyRange(0, 4095, 1, false, 0.5f, 0), anUntrimmed) << "no minimum shift";
+    for (const float aPercent : {0.0f, 0.0000009f, 101.0f, -5.0f, std::numeric_limits<float>::quiet_NaN(),
+                                 std::numeric_limits<float>::infinity()})
     {
-        SCOPED_TRACE(aRow.itsName);
-        CountingAllocator anAllocator;
-        const auto anImage = MakeBody(anAllocator, aRow.itsLow, aRow.itsHigh, aRow.itsCount, aRow.itsSigned);
-        EXPECT_EQ(GetRange(*anImage, 0, true, aRow.itsPercent, aRow.itsShift), aRow.itsExpected);
+        EXPECT_EQ(GetBodyRange(0, 4095, 1, false, aPercent, 10), anUntrimmed) << aPercent;
     }
 }
 
 // Ranges that the caller brings may have nothing to do with the image.
 TEST(PixelStatistics, AdjustTakesAnyRange)
 {
-    struct Row
-    {
-        Range itsRange;
-        bool itsSigned;
-        Range itsExpected;
-        float itsPercent = 0.5f;
-        int itsShift = 10;
-    };
-    const Row kRows[] = {
-        {{0, 4294967295u}, false, {1005, 1995}},
-        {{70000, 80000}, false, {70000, 1995}},
-        {{65535, 0}, false, {65535, 0}},
-        {{4294934528u, 32767}, true, {1005, 1995}},
-        // Either end would move by 1005.
-        {{0, 3000}, false, {1005, 1995}, 0.5f, 1004},
-        {{0, 3000}, false, {0, 3000}, 0.5f, 1005},
-        {{0, 3000}, false, {1000, 2000}, 0.000002f},
-        {{0, 3000}, false, {0, 3000}, 0.0000009f},
-        {{0, 3000}, false, {0, 3000}, -0.0000009f},
-    };
-    for (const Row& aRow : kRows)
+    const auto adjust = [](Range theRange, bool theSigned, float thePercent = 0.5f, int theShift = 10)
     {
         CountingAllocator anAllocator;
-        const auto anImage = MakeBody(anAllocator, 1500, 1500, 1, aRow.itsSigned);
-        Range aRange = aRow.itsRange;
-        DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax,
-                                                           aRow.itsPercent, aRow.itsShift);
-        EXPECT_EQ(aRange, aRow.itsExpected);
-    }
-    CountingAllocator anAllocator;
+        DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*MakeBody(anAllocator, 1500, 1500, 1, theSigned),
+                                                           theRange.itsMin, theRange.itsMax, thePercent,
+                                                           theShift);
+        return theRange;
+    };
+    EXPECT_EQ(adjust({0, 4294967295u}, false), (Range{1005, 1995}));
+    EXPECT_EQ(adjust({70000, 80000}, false), (Range{70000, 1995}));
+    EXPECT_EQ(adjust({65535, 0}, false), (Range{65535, 0}));
+    EXPECT_EQ(adjust({4294934528u, 32767}, true), (Range{1005, 1995}));
+    EXPECT_EQ(adjust({0, 3000}, false, 0.5f, 1004), (Range{1005, 1995})) << "either end moves by 1005";
+    EXPECT_EQ(adjust({0, 3000}, false, 0.5f, 1005), (Range{0, 3000}));
+    EXPECT_EQ(adjust({0, 3000}, false, 0.000002f), (Range{1000, 2000}));
+    EXPECT_EQ(adjust({0, 3000}, false, 0.0000009f), (Range{0, 3000}));
+    EXPECT_EQ(adjust({0, 3000}, false, -0.0000009f), (Range{0, 3000}));
     // Bytes have a bias of their own: one sample of -128 and one of 127 among 98 of 5.
+    CountingAllocator anAllocator;
     Bytes aBytes(100, 5);
     aBytes[3] = 0x80;
     aBytes[7] = 0x7f;

@@ -22,7 +22,7 @@ public:
         IMPLICIT_LITTLE,
         EXPLICIT_LITTLE,
         EXPLICIT_BIG,
-        DEFLATED ///< explicit little endian inside a raw deflate stream (stored blocks)
+        DEFLATED ///< explicit little endian inside a raw deflate stream
     };
 
     static constexpr std::uint32_t UNDEFINED_LENGTH = 0xffffffff;
@@ -41,10 +41,18 @@ public:
 
     /// Numbers in this builder's byte order; theVR as stated (US and SS, UL and SL are the same bytes).
     DicomBuilder& AddUS(DICOMTag theTag, const std::vector<std::uint16_t>& theValues,
-                        const std::string& theVR = "US");
-    DicomBuilder& AddUL(DICOMTag theTag, const std::vector<std::uint32_t>& theValues,
-                        const std::string& theVR = "UL");
-    DicomBuilder& AddOV(DICOMTag theTag, const std::vector<std::uint64_t>& theValues);
+                        const std::string& theVR = "US")
+    {
+        return AddNumbers(theTag, theVR, theValues);
+    }
+    DicomBuilder& AddUL(DICOMTag theTag, const std::vector<std::uint32_t>& theValues)
+    {
+        return AddNumbers(theTag, "UL", theValues);
+    }
+    DicomBuilder& AddOV(DICOMTag theTag, const std::vector<std::uint64_t>& theValues)
+    {
+        return AddNumbers(theTag, "OV", theValues);
+    }
 
     /// A sequence of items, which were built with the same syntax.
     DicomBuilder& AddSequence(DICOMTag theTag, const std::vector<DicomBuilder>& theItems,
@@ -82,12 +90,19 @@ public:
     /// The file meta information alone, group length included.
     Bytes FileMeta() const;
 
-    /// Raw deflate stream (RFC 1951) of stored blocks.
-    static Bytes Deflate(const Bytes& theBytes);
-
 private:
-    void Put16(std::uint16_t theValue);
-    void Put32(std::uint32_t theValue);
+    template <class Number>
+    DicomBuilder& AddNumbers(DICOMTag theTag, const std::string& theVR, const std::vector<Number>& theValues)
+    {
+        AddHeader(theTag, theVR, static_cast<std::uint32_t>(theValues.size() * sizeof(Number)));
+        for (const Number aValue : theValues)
+        {
+            Put(aValue, sizeof(Number));
+        }
+        return *this;
+    }
+
+    DicomBuilder& Put(std::uint64_t theValue, int theBytes);
 
     Syntax itsSyntax;
     std::string itsUID;

@@ -24,12 +24,11 @@ public:
             LFStream aStream(LFStream::UNBUFFERED);
             const bool isLocked = aStream.open(theName, LFStream::MODE_IN | LFStream::MODE_OUT, 64) &&
                                   aStream.Lock(0.0, theMode) != 0;
-            const bool isTold = ::write(aReady[1], isLocked ? "y" : "n", 1) == 1;
-            ::sleep(isTold ? 60 : 0);
+            ::sleep(::write(aReady[1], &isLocked, sizeof isLocked) > 0 ? 60 : 0);
             ::_exit(0);
         }
-        char anAnswer = 'n';
-        itsIsLocked = ::read(aReady[0], &anAnswer, 1) == 1 && anAnswer == 'y';
+        const bool isTold = ::read(aReady[0], &itsIsLocked, sizeof itsIsLocked) == sizeof itsIsLocked;
+        itsIsLocked = itsIsLocked && isTold;
         ::close(aReady[0]);
         ::close(aReady[1]);
     }

@@ -20,6 +20,7 @@ public:
         bool itsCanSeek = true;
         bool itsKnowsLength = true;
         std::size_t itsLargestRead = std::numeric_limits<std::size_t>::max();
+        bool itsFailsAtItsEnd = false; ///< throws "no more paper", code 67, system error 42
     };
 
     /// What was asked of a stream; outlives it, so that streams given away can be watched.
@@ -39,6 +40,10 @@ public:
     {
         const std::size_t aCount =
             std::min({theLength, itsManner.itsLargestRead, itsBytes.size() - itsPosition});
+        if (aCount == 0 && itsManner.itsFailsAtItsEnd)
+        {
+            throw StreamIOException("no more paper", DLRC_IO_ERROR, 42);
+        }
         if (aCount > 0)
         {
             std::memcpy(theBuffer, itsBytes.data() + itsPosition, aCount);

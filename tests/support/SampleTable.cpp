@@ -23,8 +23,7 @@ std::vector<std::string> SplitLine(const std::string& theLine)
 
 bool IsNumber(const std::string& theText)
 {
-    return !theText.empty() && std::all_of(theText.begin(), theText.end(),
-                                           [](unsigned char aLetter) { return std::isdigit(aLetter) != 0; });
+    return std::isdigit(static_cast<unsigned char>(theText[0])) != 0;
 }
 } // namespace
 

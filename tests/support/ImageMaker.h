@@ -8,6 +8,7 @@
 
 #include "image/Renderable.h"
 #include "support/CountingAllocator.h"
+#include "support/Words.h"
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -49,18 +50,4 @@ inline Bytes GetPixels(const Renderable& theImage)
 {
     const auto* const aData = static_cast<const std::uint8_t*>(theImage.getPixelData());
     return aData == nullptr ? Bytes() : Bytes(aData, aData + theImage.getPixelDataSize());
-}
-
-/// 16-bit samples as the bytes of a buffer in the given byte order.
-inline Bytes Words(const std::vector<int>& theWords, bool theLittleEndian = true)
-{
-    Bytes aBytes;
-    for (const int aWord : theWords)
-    {
-        const auto aLow = static_cast<std::uint8_t>(aWord & 0xff);
-        const auto aHigh = static_cast<std::uint8_t>((aWord >> 8) & 0xff);
-        aBytes.push_back(theLittleEndian ? aLow : aHigh);
-        aBytes.push_back(theLittleEndian ? aHigh : aLow);
-    }
-    return aBytes;
 }

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "support/TemporaryFile.h"
+#include "support/Words.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
+
+/// A data set with short ways to fill and read it.
+class DataSet : public DICOMDataObject
+{
+public:
+    using Bytes = std::vector<std::uint8_t>;
+    using DICOMDataObject::DICOMDataObject;
+
+    MVRFactory Factory() const { return {GetDataDictionary(), GetEndian(), VR::GetDefaultMemoryAllocater()}; }
+
+    DataSet& SetText(DICOMTag theTag, const RWCString& theValue)
+    {
+        ReplaceVR(Factory().CreateString(theTag, theValue));
+        return *this;
+    }
+
+    DataSet& SetNumbers(DICOMTag theTag, const std::vector<std::uint16_t>& theValues)
+    {
+        ReplaceVR(Factory().CreateUnsignedShorts(theTag, theValues));
+        return *this;
+    }
+
+    DataSet& SetBytes(DICOMTag theTag, const Bytes& theValue, std::uint16_t theTypeCode = VR::TYPE_OW)
+    {
+        ReplaceVR(Factory().CreateBytes(theTag, theTypeCode, theValue));
+        return *this;
+    }
+
+    DataSet& SetPrivate(const RWCString& theName, std::uint16_t theValue)
+    {
+        ReplaceVR(Factory().CreatePrivateUnsignedShort(*this, "QUORIX0", theName, theValue));
+        return *this;
+    }
+
+    /// Loads a file with this content: "(loaded)", or the result code and the system error.
+    std::string Load(const Bytes& theFile, DICOMTag theStopTag = DICOMTags::None)
+    {
+        return LoadFile(TemporaryFile(theFile).GetName(), theStopTag);
+    }
+    std::string LoadFile(const RWCString& thePath, DICOMTag theStopTag = DICOMTags::None)
+    {
+        DLResultCode aCode = DLRC_GENERAL_FAILURE;
+        int anError = -1;
+        const bool isLoaded = LoadFromFile(thePath, aCode, anError, theStopTag);
+        const auto aText = std::to_string(aCode) + ", " + std::to_string(anError);
+        return isLoaded && aText == "0, 0" ? "(loaded)" : aText;
+    }
+
+    /// "(absent)" when there is no such text.
+    /// @{
+    RWCString Text(DICOMTag theTag) const
+    {
+        RWCString aText = "(absent)";
+        GetString(theTag, aText);
+        return aText;
+    }
+    RWCString ItemText(DICOMTag theSequence, std::size_t theItem, DICOMTag theTag) const
+    {
+        RWCString aText = "(absent)";
+        GetSequenceItemString(theSequence, theItem, theTag, aText);
+        return aText;
+    }
+    RWCString PrivateText(const RWCString& theName) const
+    {
+        RWCString aText = "(absent)";
+        GetPrivateString("QUORIX0", theName, aText);
+        return aText;
+    }
+    RWCString Scratch(const RWCString& theName) const
+    {
+        RWCString aText = "(absent)";
+        GetScratchpadValue(theName, aText);
+        return aText;
+    }
+    /// @}
+
+    /// kNone when there is no such number.
+    /// @{
+    static constexpr std::int32_t kNone = -4711;
+    std::int32_t Number(DICOMTag theTag) const
+    {
+        std::int32_t aNumber = kNone;
+        GetInteger(theTag, aNumber);
+        return aNumber;
+    }
+    std::int32_t PrivateNumber(const RWCString& theName) const
+    {
+        std::int32_t aNumber = kNone;
+        GetPrivateInteger("QUORIX0", theName, aNumber);
+        return aNumber;
+    }
+    /// @}
+
+    /// The bytes of a value, {0xde, 0xad} when there is none.
+    Bytes Value(DICOMTag theTag) const
+    {
+        Bytes aBytes{0xde, 0xad};
+        GetBytes(theTag, aBytes);
+        return aBytes;
+    }
+};
