@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Inputs.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DICOMDataObject;
 

@@ -7,7 +7,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/Part10FrontEnd.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/MemoryInputStream.h"
 

@@ -8,7 +8,7 @@
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decoding/DecoderFactory.h"
 #include "support/ByteSource.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/io/MemoryInputStream.h"

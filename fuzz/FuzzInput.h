@@ -9,9 +9,9 @@
 #include <map>
 #include <vector>
 
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 /// Every target defines this: one run over the bytes. It returns 0, or ends the program where the library
 /// breaks a promise.

@@ -8,7 +8,7 @@
 
 #include "FuzzInput.h"
 #include "image/Renderable.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -7,10 +7,8 @@
 
 #include "Frames.h"
 #include "Part10.h"
-#include "codecs/jpeg/JPEG12BitDecoder.h"
-#include "codecs/jpeg/JPEG16BitDecoder.h"
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-#include "codecs/jpeg/detail/JPEGPath.h"
+#include "codecs/jpeg/JPEGDecoders.h"
+#include "codecs/jpeg/detail/JPEGLibrary.h"
 #include "codecs/sources/InputStreamAdapter.h"
 #include "image/VMMemoryAllocator.h"
 #include "jpeg/JpegPeer.h"

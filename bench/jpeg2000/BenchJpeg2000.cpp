@@ -12,8 +12,6 @@
 #include "engine/kdu_codestream.h"
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"
-#include "engine/kdu_sample_allocator.h"
-#include "engine/kdu_synthesis.h"
 #include "jpeg2000/Jpeg2000Decoders.h"
 #include "toolkit/io/MemoryInputStream.h"
 

@@ -12,7 +12,7 @@
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/FileToRenderableDecompressor.h"
 #include "image/Renderable.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace

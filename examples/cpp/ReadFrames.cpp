@@ -13,7 +13,7 @@
 
 #include "decompressors/DecompressingPixelInputStreamVR.h"
 #include "image/VMMemoryAllocator.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStreamInputStream.h"

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "codecs/sources/MeteringKDUCompressedSource.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 

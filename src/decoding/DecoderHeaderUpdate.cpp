@@ -4,7 +4,7 @@
 
 #include "decoding/Decoder.h"
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/ScratchpadKeys.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decompressors/StreamDecompressor.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 /// Decodes one bare compressed image (a codestream with no DICOM file around it) that the request supplies
 /// as a compressed source.

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// How many times larger an image is than its compressed form.
 class QUORIX_API CompressionRatio

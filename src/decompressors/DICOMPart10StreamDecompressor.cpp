@@ -9,7 +9,7 @@
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/MVRFactory.h"
 
 namespace

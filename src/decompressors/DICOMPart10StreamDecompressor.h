@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decompressors/StreamDecompressor.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 class DICOMDataObject;
 class Part10FrontEnd;

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "toolkit/base/MemoryAllocater.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/PixelInputStreamVR.h"
 
 class DICOMDataObject;

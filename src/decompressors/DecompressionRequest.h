@@ -5,8 +5,7 @@
 #include <memory>
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DICOMDataObject;
 class InputStream;

@@ -4,9 +4,8 @@
 #include <memory>
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/DLResultCode.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Exceptions.h"
 
 class Renderable;
 

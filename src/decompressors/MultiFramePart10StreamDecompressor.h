@@ -6,7 +6,7 @@
 
 #include "decompressors/JNIForward.h"
 #include "decompressors/StreamDecompressor.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 class Renderable;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/detail/NativeFrameReader.h"
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/io/InputStream.h"
 
 namespace

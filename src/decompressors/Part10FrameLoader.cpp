@@ -12,8 +12,7 @@
 #include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/DLRuntimeException.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/PixelInputStreamVR.h"
 

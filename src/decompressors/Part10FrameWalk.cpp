@@ -5,7 +5,7 @@
 
 #include "decompressors/detail/Part10FrameLoader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DecompressionRequest;
 class DecompressionResult;

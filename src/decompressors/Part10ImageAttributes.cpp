@@ -6,9 +6,8 @@
 #include <limits>
 
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
-#include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 

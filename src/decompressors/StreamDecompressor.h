@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DecompressionRequest;
 class DecompressionResult;

@@ -4,7 +4,7 @@
 #include "dicomfix/detail/LossyHistory.h"
 #include "dicomfix/detail/ReconstitutionMark.h"
 #include "image/Renderable.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/ScratchpadKeys.h"

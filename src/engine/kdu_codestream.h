@@ -6,7 +6,7 @@
 
 #include "engine/kdu_tile.h"
 #include "engine/kdu_types.h"
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class kdu_compressed_source;
 

@@ -6,7 +6,7 @@
 /// may not overlap. Thread-safe. Integers wrap where they do not fit.
 
 #include "engine/kdu_types.h"
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// RCT over integers: the lines hold Y, Cb (U), Cr (V) and become R, G, B.
 /// @{

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// One compressed byte.
 using kdu_byte = std::uint8_t;

@@ -2,7 +2,7 @@
 #include "engine/kdu_decoder.h"
 
 #include "engine/detail/lines/LineReader.h"
-#include "engine/detail/packets/Resolution.h"
+#include "engine/detail/packets/TileComponent.h"
 
 kdu_decoder::kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts)
     : itsReader(j2k::LineReader::Create(*theSubband.get_state(), *theAllocator, theUseShorts))
@@ -14,6 +14,21 @@ kdu_decoder& kdu_decoder::operator=(kdu_decoder&&) noexcept = default;
 kdu_decoder::~kdu_decoder() = default;
 
 void kdu_decoder::pull(kdu_line_buf& theLine)
+{
+    itsReader->Pull(theLine);
+}
+
+kdu_synthesis::kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator,
+                             bool theUseShorts)
+    : itsReader(j2k::LineReader::Create(*theResolution.get_state(), *theAllocator, theUseShorts))
+{
+}
+
+kdu_synthesis::kdu_synthesis(kdu_synthesis&&) noexcept = default;
+kdu_synthesis& kdu_synthesis::operator=(kdu_synthesis&&) noexcept = default;
+kdu_synthesis::~kdu_synthesis() = default;
+
+void kdu_synthesis::pull(kdu_line_buf& theLine)
 {
     itsReader->Pull(theLine);
 }

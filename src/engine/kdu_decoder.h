@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "engine/kdu_resolution.h"
-#include "toolkit/base/Export.h"
+#include "engine/kdu_tile.h"
+#include "toolkit/base/BaseTypes.h"
 
 class kdu_line_buf;
 class kdu_sample_allocator;
@@ -31,6 +31,28 @@ public:
     /// Fills theLine with the next line from top to bottom; lines beyond the last are zero. theLine must have
     /// the subband's width, the representation asked for, and is_absolute() exactly for a reversible
     /// component.
+    void pull(kdu_line_buf& theLine);
+
+private:
+    std::unique_ptr<j2k::LineReader> itsReader;
+};
+
+/// Delivers the lines of one resolution above 0: the inverse wavelet transform (T.800 Annex F), line by line,
+/// over the resolution below and three subbands. Made before the allocator's finalize, used after it. Not
+/// thread-safe.
+class QUORIX_API kdu_synthesis
+{
+public:
+    /// theUseShorts: as for kdu_decoder.
+    kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator, bool theUseShorts);
+    /// What was moved from is good for nothing but its destruction.
+    /// @{
+    kdu_synthesis(kdu_synthesis&&) noexcept;
+    kdu_synthesis& operator=(kdu_synthesis&&) noexcept;
+    /// @}
+    ~kdu_synthesis();
+
+    /// As kdu_decoder::pull, at the resolution's width.
     void pull(kdu_line_buf& theLine);
 
 private:

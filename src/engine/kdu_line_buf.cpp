@@ -2,8 +2,66 @@
 #include "engine/kdu_line_buf.h"
 
 #include <algorithm>
+#include <limits>
+#include <new>
+#include <stdexcept>
 
-#include "engine/kdu_sample_allocator.h"
+namespace
+{
+constexpr std::align_val_t kAlignmentValue{kdu_sample_allocator::kAlignment};
+
+/// Shares are rounded up, so that every one begins on a multiple.
+std::size_t RoundUp(std::size_t theBytes)
+{
+    constexpr std::size_t kMask = kdu_sample_allocator::kAlignment - 1;
+    if (theBytes > std::numeric_limits<std::size_t>::max() - kMask)
+    {
+        throw std::bad_alloc();
+    }
+    return (theBytes + kMask) & ~kMask;
+}
+} // namespace
+
+void kdu_sample_allocator::Release::operator()(std::byte* theMemory) const
+{
+    ::operator delete(theMemory, kAlignmentValue);
+}
+
+void kdu_sample_allocator::pre_alloc(std::size_t theBytes)
+{
+    if (itsIsFinal)
+    {
+        throw std::logic_error("kdu_sample_allocator: pre_alloc after finalize");
+    }
+    const std::size_t aShare = RoundUp(theBytes);
+    if (aShare > std::numeric_limits<std::size_t>::max() - itsAnnounced)
+    {
+        throw std::bad_alloc();
+    }
+    itsAnnounced += aShare;
+}
+
+void kdu_sample_allocator::finalize()
+{
+    if (itsIsFinal)
+    {
+        throw std::logic_error("kdu_sample_allocator: finalize twice");
+    }
+    itsMemory.reset(static_cast<std::byte*>(::operator new(itsAnnounced, kAlignmentValue)));
+    itsIsFinal = true;
+}
+
+void* kdu_sample_allocator::alloc(std::size_t theBytes)
+{
+    const std::size_t aShare = RoundUp(theBytes);
+    if (!itsIsFinal || aShare > itsAnnounced - itsTaken)
+    {
+        throw std::logic_error("kdu_sample_allocator: more than was announced");
+    }
+    std::byte* const aMemory = itsMemory.get() + itsTaken;
+    itsTaken += aShare;
+    return aMemory;
+}
 
 namespace
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/kdu_message.h"
 
-#include "engine/detail/MessageHandlers.h"
+#include "engine/detail/Reports.h"
 
 #include <atomic>
 

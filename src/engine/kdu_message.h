@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Receives the engine's reports: any number of put_text calls on the reporting thread, then flush(true).
 ///

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "image/detail/NeverDestroyed.h"
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

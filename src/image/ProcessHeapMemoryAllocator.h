@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 /// Takes blocks from the process heap. Stateless and thread-safe.
 class QUORIX_API ProcessHeapMemoryAllocator : public MemoryAllocater

@@ -5,7 +5,7 @@
 #include <array>
 
 #include "image/VMMemoryAllocator.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/io/LFStream.h"
 
 namespace

@@ -4,9 +4,8 @@
 #include <atomic>
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
-#include "toolkit/base/MemoryAllocater.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 
 /// The decoded image: pixel geometry, sample layout, photometric interpretation and the pixel buffer.
 ///

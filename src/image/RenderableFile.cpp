@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "image/Renderable.h"
-#include "toolkit/base/DMTickCounter.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 #include "toolkit/io/LFStream.h"
 
 namespace

@@ -4,9 +4,8 @@
 #include <algorithm>
 
 #include "image/detail/NeverDestroyed.h"
-#include "toolkit/base/BadAllocException.h"
-#include "toolkit/base/DLRuntimeException.h"
-#include "toolkit/base/VirtualMemory.h"
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 
 namespace
 {

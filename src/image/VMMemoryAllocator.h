@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/CriticalSection.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 /// Takes every block directly from the operating system's virtual memory and counts the live ones.
 ///

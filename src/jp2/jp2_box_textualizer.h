@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class kdu_compressed_source;
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "engine/kdu_compressed_source.h"
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// A sequential source seen as a file of the JP2 family (ISO/IEC 15444-1 Annex I).
 ///

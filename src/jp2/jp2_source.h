@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class jp2_family_src;
 

@@ -7,7 +7,7 @@
 #include "pixels/detail/PixelSample.h"
 #include "pixels/detail/RenderableConversion.h"
 #include "pixels/detail/YBRFormula.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/detail/ConversionChecks.h"
 
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 
 void ConversionChecks::CheckInterpretation(const Renderable& theRenderable,
                                            Renderable::PhotometricInterpretation theExpected) const

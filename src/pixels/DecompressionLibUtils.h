@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DICOMDataObject;
 class DecompressionResult;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/detail/RenderableConversion.h"
 
-#include "toolkit/base/DLRuntimeException.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 
 RenderableConversion::RenderableConversion(Renderable& theRenderable)
     : itsRenderable(theRenderable), itsInput(nullptr), itsInputSize(theRenderable.getPixelDataSize()),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "quorix/decode.h"
 
-#include "toolkit/base/DLResultCode.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
 
 namespace quorix

@@ -7,10 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/jpeg/JPEG12BitDecoder.h"
-#include "codecs/jpeg/JPEG16BitDecoder.h"
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/jpeg/JPEGDecoders.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 #include "codecs/rle/RLEDecoder.h"
 #include "decoding/FakeDecoder.h"
 

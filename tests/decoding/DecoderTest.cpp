@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "decoding/FakeDecoder.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

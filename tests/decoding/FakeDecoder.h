@@ -8,7 +8,7 @@
 
 #include "decoding/Decoder.h"
 #include "support/ByteSource.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 

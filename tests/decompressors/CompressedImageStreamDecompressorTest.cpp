@@ -10,8 +10,7 @@
 #include "decompressors/Part10Files.h"
 #include "support/PlainColour.h"
 #include "support/TemporaryFile.h"
-#include "toolkit/base/DecodingInterruptedException.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/MVRFactory.h"
 
 using namespace Part10Files;

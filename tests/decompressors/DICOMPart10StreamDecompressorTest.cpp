@@ -8,7 +8,7 @@
 #include "decompressors/Part10Files.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/RecordingInputStream.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 using namespace Part10Files;
 

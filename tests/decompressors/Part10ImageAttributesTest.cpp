@@ -7,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/base/ExceptionBase.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 

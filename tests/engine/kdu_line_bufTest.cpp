@@ -9,8 +9,6 @@
 #include <new>
 #include <stdexcept>
 
-#include "engine/kdu_sample_allocator.h"
-
 namespace
 {
 TEST(kdu_sample_allocatorTest, SharesAreAlignedAndApart)

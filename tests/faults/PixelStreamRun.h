@@ -9,7 +9,7 @@
 #include "decompressors/DecompressingPixelInputStreamVR.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "faults/FaultFiles.h"
-#include "toolkit/base/DICOMLibException.h"
+#include "toolkit/base/Exceptions.h"
 
 /// The frames of a movie read as if they were native, by a reader, a copy of it and the reader again,
 /// whatever fails on the way. Takes no memory of its own between the fault and the end.

@@ -7,7 +7,7 @@
 
 #include "faults/PixelStreamRun.h"
 #include "support/TemporaryFile.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/MVRFactory.h"
 
 namespace

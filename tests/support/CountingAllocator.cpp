@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Exceptions.h"
 
 CountingAllocator::~CountingAllocator()
 {

@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 
 /// An allocator that knows what is still out, for tests that count allocations and look for leaks.
 /// Blocks are exactly as large as asked for, so that the address sanitizer sees every overrun.

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/io/InputStream.h"
 
 /// A stream over its own bytes that can be made as awkward as real ones are, and that counts its use.

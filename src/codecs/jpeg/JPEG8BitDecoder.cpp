@@ -1,27 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-
-// The library's headers stand in a namespace of this file's own, so that the types of the three builds
-// stay apart. What they include themselves comes first, outside of it.
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <new>
-#include <string>
-#include <vector>
-
-#include "codecs/jpeg/JPEGDecoderException.h"
-#include "codecs/jpeg/detail/JPEGLibrary.h"
-#include "codecs/jpeg/detail/JPEGLosslessScan.h"
-#include "codecs/jpeg/detail/JPEGPaths.h"
-
-// Without this the library's headers declare its memory manager without the operation for lossless
-// images, and everything behind it in the wrong place.
-#define JPEG_INTERNAL_OPTIONS
+#include "codecs/jpeg/detail/JPEGLibraryPrelude.h"
 
 namespace quorix_jpeg8
 {

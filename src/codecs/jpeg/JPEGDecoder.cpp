@@ -9,7 +9,29 @@
 #include "codecs/jpeg/detail/JPEGPaths.h"
 #include "codecs/jpeg/detail/JPEGTurbo.h"
 #include "codecs/sources/MeteringKDUCompressedSource.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
+
+JPEGDecoderException::JPEGDecoderException(RWCString theMessage, int theCode)
+    : ExceptionBase(std::move(theMessage)), itsCode(theCode)
+{
+}
+
+JPEGDecoderException::~JPEGDecoderException() = default;
+
+std::unique_ptr<ExceptionBase> JPEGDecoderException::Clone() const
+{
+    return std::make_unique<JPEGDecoderException>(*this);
+}
+
+RWCString JPEGDecoderException::ClassName() const
+{
+    return "JPEGDecoderException";
+}
+
+RWCString JPEGDecoderException::ToString() const
+{
+    return ClassName() + ": " + (IsError() ? "Error: " : "Warning: ") + GetMessageText();
+}
 
 namespace
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/jpeg/detail/JPEGLosslessPredictor.h"
+#include "codecs/jpeg/detail/JPEGLosslessScan.h"
 
 #include <array>
 

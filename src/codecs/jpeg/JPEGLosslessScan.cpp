@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "codecs/jpeg/detail/JPEGLosslessPredictor.h"
-
 namespace
 {
 

@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "codecs/jpeg/detail/JPEGTurboTransform.h"
-
 namespace quorix_turbo
 {
 extern "C"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/jpeg/detail/JPEGTurboTransform.h"
+#include "codecs/jpeg/detail/JPEGTurbo.h"
 
 // This file is compiled once for each instruction set; the best one is chosen when the program runs.
 #undef HWY_TARGET_INCLUDE

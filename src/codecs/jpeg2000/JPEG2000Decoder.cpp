@@ -4,14 +4,13 @@
 #include <algorithm>
 #include <array>
 
-#include "codecs/jpeg/JPEGDecoderException.h"
-#include "codecs/jpeg2000/KDUMessageCallbackException.h"
-#include "codecs/jpeg2000/KDUMessagingWrapper.h"
+#include "codecs/jpeg/JPEGDecoder.h"
+#include "codecs/jpeg2000/KDUMessages.h"
 #include "codecs/jpeg2000/detail/JPEG2000CodestreamSource.h"
 #include "codecs/jpeg2000/detail/JPEG2000TileDecode.h"
 #include "codecs/sources/MeteringKDUCompressedSource.h"
 #include "engine/kdu_codestream.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace
@@ -426,4 +425,14 @@ int JPEG2000Decoder::GetReportedBits() const
         GetDICOMDataObject()->GetInteger(DICOMTags::BitsStored, aBits);
     }
     return std::min(std::max(aBits, itsBitsStoredPerSample), itsBitsAllocatedPerSample);
+}
+
+JPEG2000FileStreamDecoder::~JPEG2000FileStreamDecoder() = default;
+JPEG2000FileStreamDecoder::JPEG2000FileStreamDecoder(const JPEG2000FileStreamDecoder&) = default;
+JPEG2000FileStreamDecoder& JPEG2000FileStreamDecoder::operator=(const JPEG2000FileStreamDecoder&) = default;
+
+void JPEG2000FileStreamDecoder::SetSourceImpl()
+{
+    OpenSource();
+    JPEG2000Decoder::SetSourceImpl();
 }

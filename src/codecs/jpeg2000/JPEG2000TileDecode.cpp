@@ -3,8 +3,6 @@
 
 #include <cstring>
 
-#include "codecs/jpeg2000/JPEG2000Decoder.h"
-#include "codecs/jpeg2000/detail/JPEG2000LineChecks.h"
 #include "codecs/jpeg2000/detail/JPEG2000SampleKernels.h"
 #include "engine/kdu_colour_transforms.h"
 
@@ -153,8 +151,8 @@ void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::ui
         std::uint8_t* const anOutput = theRow + c * aStep;
         if (!aWritten)
         {
-            JPEG2000Decoder::CopySamplesToOutput(aLine, anOutput, aBits, theFormat.itsSigned,
-                                                 theFormat.itsBytesPerSample, theFormat.itsComponents);
+            JPEG2000LineOutput::Copy(aLine, anOutput, aBits, theFormat.itsSigned, theFormat.itsBytesPerSample,
+                                     theFormat.itsComponents);
         }
         if (theFormat.itsSigned && aBits < theFormat.itsReportedBits)
         {
@@ -169,7 +167,7 @@ void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::ui
 /// Three alike lines as bytes in one go. False, with nothing written, where that is not so.
 bool JPEG2000TileDecode::WriteTriplets(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
 {
-    const JPEG2000LineKind aKind = JPEG2000LineChecks::KindOf(itsComponents[0].itsLine);
+    const JPEG2000LineKind aKind = JPEG2000LineOutput::KindOf(itsComponents[0].itsLine);
     if (itsCount != 3 || theFormat.itsBytesPerSample != 1)
     {
         return false;
@@ -178,13 +176,13 @@ bool JPEG2000TileDecode::WriteTriplets(const JPEG2000OutputFormat& theFormat, st
     for (std::size_t c = 0; c < 3; ++c)
     {
         const kdu_line_buf& aLine = itsComponents[c].itsLine;
-        if (JPEG2000LineChecks::KindOf(aLine) != aKind || theFormat.itsDepths[c] != theFormat.itsDepths[0])
+        if (JPEG2000LineOutput::KindOf(aLine) != aKind || theFormat.itsDepths[c] != theFormat.itsDepths[0])
         {
             return false;
         }
-        aLines[c] = JPEG2000LineChecks::SamplesOf(aLine);
+        aLines[c] = JPEG2000LineOutput::SamplesOf(aLine);
     }
-    JPEG2000LineChecks::Check(aKind, theFormat.itsDepths[0], 1);
+    JPEG2000LineOutput::Check(aKind, theFormat.itsDepths[0], 1);
     JPEG2000SampleKernels::ToTriplets(aKind, aLines.data(), theRow,
                                       static_cast<std::size_t>(itsComponents[0].itsLine.get_width()),
                                       theFormat.itsDepths[0], theFormat.itsSigned);

@@ -7,7 +7,7 @@
 
 #include "codecs/rle/detail/RLEFrameDecoder.h"
 #include "engine/kdu_compressed_source.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/io/EndianHandlingReader.h"

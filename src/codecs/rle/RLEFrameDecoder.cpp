@@ -5,8 +5,8 @@
 #include <array>
 #include <string>
 
-#include "codecs/rle/detail/RLEPackets.h"
-#include "toolkit/base/StreamIOException.h"
+#include "codecs/rle/detail/RLEInput.h"
+#include "toolkit/base/Exceptions.h"
 
 static_assert(RLEPackets::kSlack <= RLEInput::kSlack);
 static_assert(RLEPackets::kSlack + RLEPackets::kLongestPacket <= RLEPlanes::kOverrun);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/rle/detail/RLEInterleave.h"
+#include "codecs/rle/detail/RLEPlanes.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/rle/detail/RLEPackets.h"
+#include "codecs/rle/detail/RLEInput.h"
 
 #include <algorithm>
 #include <cstring>

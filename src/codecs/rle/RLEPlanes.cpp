@@ -5,8 +5,6 @@
 #include <limits>
 #include <new>
 
-#include "codecs/rle/detail/RLEInterleave.h"
-
 RLEPlanes::RLEPlanes(const RLEPixelLayout& theLayout, std::uint8_t* theOutput)
     : itsLayout(theLayout), itsOutput(theOutput)
 {

@@ -6,10 +6,8 @@
 
 #include "decoding/Decoder.h"
 #include "image/Renderable.h"
-#include "toolkit/base/DMTickCounter.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/MemoryAllocater.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 
 class DecompressionRequest;
 class DICOMDataObject;

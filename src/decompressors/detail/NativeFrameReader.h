@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class InputStream;
 

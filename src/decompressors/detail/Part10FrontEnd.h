@@ -5,9 +5,8 @@
 #include <memory>
 
 #include "decompressors/detail/Part10ImageAttributes.h"
-#include "toolkit/base/DMTickCounter.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStreamInputStream.h"

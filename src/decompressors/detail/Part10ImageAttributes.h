@@ -4,8 +4,7 @@
 #include <cstdint>
 
 #include "image/Renderable.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DICOMDataObject;
 

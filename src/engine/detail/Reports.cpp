@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/Reports.h"
 
-#include "engine/detail/MessageHandlers.h"
 #include "engine/kdu_message.h"
 
 #include <stdexcept>

@@ -4,8 +4,14 @@
 #include <cstdint>
 #include <string>
 
+class kdu_message;
+
 namespace j2k
 {
+
+/// What kdu_customize_warnings and kdu_customize_errors installed; null for none. Thread-safe.
+kdu_message* GetWarningHandler();
+kdu_message* GetErrorHandler();
 
 /// How much a codestream may depart from the standard.
 enum class Tolerance

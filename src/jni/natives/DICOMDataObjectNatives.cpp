@@ -11,7 +11,7 @@
 #include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaSeekableInputStream.h"
 #include "jni/streams/StringConverter.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/MVRFactory.h"

@@ -13,7 +13,7 @@
 #include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaSeekableInputStream.h"
 #include "pixels/DecompressionLibUtils.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 

@@ -4,7 +4,7 @@
 #include "jni/natives/detail/NativeBoundary.h"
 #include "jni/natives/detail/StreamDecode.h"
 #include "jni/streams/JavaSeekableInputStream.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -5,7 +5,7 @@
 #include "jni/natives/detail/RenderableAccess.h"
 #include "jni/streams/EncodedString.h"
 #include "jni/streams/StringConverter.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

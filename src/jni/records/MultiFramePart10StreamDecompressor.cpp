@@ -9,7 +9,7 @@
 #include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
 #include "jni/streams/detail/JavaRenderable.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,
                                                                        jmethodID theMethod,

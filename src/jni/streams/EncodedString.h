@@ -4,8 +4,7 @@
 #include <string_view>
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// A Java string as bytes of a code page. Immutable; the Java string is not kept.
 class QUORIX_API EncodedString

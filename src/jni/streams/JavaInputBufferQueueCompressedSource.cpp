@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "jni/streams/detail/JavaAccess.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/io/InputStream.h"
 
 /// A com.quorix.io.SeekableInputStream read as a native stream, through a Java byte array of 16384 bytes

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 /// A Java exception ended a call into a Java stream.
 ///

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "decompressors/JNIForward.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Makes Java strings.
 class QUORIX_API StringConverter

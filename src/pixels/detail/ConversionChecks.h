@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "image/Renderable.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// The conditions that a Renderable must meet before its colours are converted.
 ///

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "image/Renderable.h"
-#include "toolkit/base/DLEndian.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Reads samples of 8 or 16 bits out of a pixel buffer that may be unaligned or in the other byte order.
 namespace PixelSample

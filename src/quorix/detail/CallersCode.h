@@ -3,7 +3,7 @@
 
 #include <exception>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 /// Brings exceptions of the caller's own streams and callbacks through the library, which knows only its own
 /// and makes result codes of all others: they are kept on the way in and thrown again on the way out.

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <string>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

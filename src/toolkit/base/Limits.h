@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// What a file may ask for. Nothing that a scanner makes comes near the defaults; they keep hostile and
 /// damaged files from taking the machine's memory and time.

@@ -9,7 +9,7 @@
 
 #include <dcmtk/dcmdata/dcsequen.h>
 
-#include "toolkit/base/DICOMLibException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DataSetLoader.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"

@@ -7,9 +7,8 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/base/DLEndian.h"
-#include "toolkit/base/DLResultCode.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataDictionary.h"
 #include "toolkit/dicom/VR.h"
 

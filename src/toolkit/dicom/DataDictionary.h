@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Names of the private elements that this library reads and writes.
 ///

@@ -4,8 +4,7 @@
 #include <cerrno>
 #include <new>
 
-#include "toolkit/base/BadAllocException.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/PixelInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"

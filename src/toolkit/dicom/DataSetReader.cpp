@@ -8,7 +8,7 @@
 
 #include <dcmtk/dcmdata/dcelem.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/detail/ElementParser.h"
 #include "toolkit/dicom/detail/ElementVR.h"

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/dicom/VR.h"

@@ -13,7 +13,7 @@
 #include <dcmtk/dcmdata/dctag.h>
 #include <dcmtk/dcmdata/dcvrpobw.h>
 
-#include "toolkit/base/DICOMLibException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
 
 namespace

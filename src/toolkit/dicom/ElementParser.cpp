@@ -8,7 +8,7 @@
 #include <dcmtk/dcmdata/dcitem.h>
 #include <dcmtk/dcmdata/dcsequen.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
 #include "toolkit/dicom/detail/ElementValue.h"
 

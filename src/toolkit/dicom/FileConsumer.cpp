@@ -5,7 +5,7 @@
 
 #include <dcmtk/dcmdata/dcerror.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 
 /// Splits the fragments of encapsulated pixel data into frames.

@@ -10,7 +10,7 @@
 #include <dcmtk/dcmdata/dcistrma.h>
 #include <dcmtk/dcmdata/dcistrmz.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

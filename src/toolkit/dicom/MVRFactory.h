@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/BufferVR.h"
 #include "toolkit/dicom/DICOMObject.h"
 #include "toolkit/dicom/DataDictionary.h"

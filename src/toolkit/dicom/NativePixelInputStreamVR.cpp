@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/BufferVR.h"
 
 namespace

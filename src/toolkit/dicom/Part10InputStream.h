@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/DICOMObject.h"
 #include "toolkit/io/InputStream.h"
 

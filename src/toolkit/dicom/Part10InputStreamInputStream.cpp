@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/detail/Part10InputStreamState.h"
 
 Part10InputStreamInputStream::Part10InputStreamInputStream() = default;

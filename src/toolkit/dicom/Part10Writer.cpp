@@ -9,7 +9,7 @@
 #include <dcmtk/dcmdata/dcuid.h>
 #include <dcmtk/dcmdata/dcwcache.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"

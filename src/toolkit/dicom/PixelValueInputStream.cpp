@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 PixelValueInputStream::PixelValueInputStream(std::shared_ptr<PeekableInputStream> theStream,
                                              std::uint64_t theLength)

@@ -3,9 +3,8 @@
 
 #include <memory>
 
-#include "toolkit/base/DLEndian.h"
-#include "toolkit/base/MemoryAllocater.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/DataDictionary.h"
 
 class DataSetReader;

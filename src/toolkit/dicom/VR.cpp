@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "toolkit/base/BadAllocException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -3,9 +3,8 @@
 
 #include <cstdint>
 
-#include "toolkit/base/DLEndian.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMTag.h"
 
 class PixelInputStreamVR;

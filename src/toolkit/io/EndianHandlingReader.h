@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/DLEndian.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/io/InputStream.h"
 
 /// Reads integers of a stated byte order from an InputStream.

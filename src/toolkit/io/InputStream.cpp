@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 InputStream::~InputStream() = default;
 

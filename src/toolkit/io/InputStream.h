@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// A source of bytes, read from front to back and, where CanSeek says so, from any position.
 ///

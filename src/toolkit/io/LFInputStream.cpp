@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 LFInputStream::LFInputStream(const char* theName, int theMode, int theProtection, std::size_t theBufferSize)
     : itsFile(LFStream::UNBUFFERED), itsBuffer(std::max<std::size_t>(theBufferSize, 1))

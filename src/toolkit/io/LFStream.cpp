@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/System.h"
 
 namespace
 {

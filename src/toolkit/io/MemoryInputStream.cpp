@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 MemoryInputStream::MemoryInputStream(const void* theData, std::size_t theLength)
     : itsData(static_cast<const unsigned char*>(theData)), itsLength(theLength)

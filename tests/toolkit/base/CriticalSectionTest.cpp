@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/base/CriticalSection.h"
+#include "toolkit/base/System.h"
 
 #include <thread>
 

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 
 #include <gtest/gtest.h>
-
-#include "toolkit/base/BadAllocException.h"
-#include "toolkit/base/DLRuntimeException.h"
-#include "toolkit/base/DecodingInterruptedException.h"
-#include "toolkit/base/StreamIOException.h"
 
 namespace
 {

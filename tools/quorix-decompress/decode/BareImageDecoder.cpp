@@ -3,7 +3,7 @@
 
 #include "decoding/CodecTable.h"
 #include "decompressors/BareStreamDecode.h"
-#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/System.h"
 
 void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
 {

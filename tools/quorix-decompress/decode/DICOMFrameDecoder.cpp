@@ -9,7 +9,7 @@
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
-#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMTag.h"
 
 namespace

@@ -4,7 +4,7 @@
 #include <exception>
 
 #include "decompressors/DecompressionResult.h"
-#include "toolkit/base/DICOMLibException.h"
+#include "toolkit/base/Exceptions.h"
 
 void DecodedFrame::Take(DecompressionResult& theResult)
 {

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "image/Renderable.h"
-#include "toolkit/base/DLResultCode.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 class DecompressionResult;

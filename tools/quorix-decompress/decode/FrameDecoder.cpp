@@ -3,7 +3,7 @@
 
 #include "decode/BareImageDecoder.h"
 #include "decode/DICOMFrameDecoder.h"
-#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/System.h"
 
 DecodedFrame FrameDecoder::Decode(int theFrame)
 {

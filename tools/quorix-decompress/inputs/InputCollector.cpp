@@ -8,7 +8,7 @@
 
 #include "inputs/InputClassifier.h"
 #include "inputs/InputSource.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -12,7 +12,7 @@
 #include "outputs/OutputError.h"
 #include "outputs/OutputFile.h"
 #include "outputs/TemporaryFile.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

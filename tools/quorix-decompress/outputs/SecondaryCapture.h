@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 /// The data set around a bare image: a Secondary Capture image (PS3.3 A.8.1) of nobody in particular.

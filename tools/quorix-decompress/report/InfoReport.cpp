@@ -13,7 +13,7 @@
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"
 #include "jp2/jp2_box_textualizer.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStreamInputStream.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/DMTickCounter.h"
+#include "toolkit/base/System.h"
 
 /// A line on a terminal's standard error: how many images are done, how fast, how long it still takes.
 ///

@@ -6,7 +6,7 @@
 #include "outputs/OutputError.h"
 #include "outputs/TemporaryFile.h"
 #include "report/InfoReport.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

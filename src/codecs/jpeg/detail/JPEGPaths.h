@@ -2,7 +2,6 @@
 #pragma once
 
 #include "codecs/jpeg/detail/JPEGLibrary.h"
-#include "codecs/jpeg/detail/JPEGPath.h"
 
 /// The one place that decides which decoder an image takes once its header has been read. Every image can
 /// take the library's own loop; the others exist for speed and take only what they decode to the bit alike.

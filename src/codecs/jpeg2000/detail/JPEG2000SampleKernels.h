@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+class kdu_line_buf;
+
 /// How a decoded line holds its samples.
 enum class JPEG2000LineKind
 {
@@ -40,4 +42,29 @@ public:
     static void ToStrided(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
                           std::size_t theCount, int theBits, bool theSigned, int theBytes,
                           std::size_t theStride);
+};
+
+/// A decoded line on its way to DICOM samples: what it holds, whether that fits what is asked for, and the
+/// loop that writes it. What theStride counts is samples. Thread-safe.
+class JPEG2000LineOutput
+{
+public:
+    JPEG2000LineOutput() = delete;
+
+    static JPEG2000LineKind KindOf(const kdu_line_buf& theLine);
+
+    /// The line's samples as the kernels take them.
+    static const void* SamplesOf(const kdu_line_buf& theLine);
+
+    /// Throws StreamIOException (code 62), in the name of theKind's converter, unless theBits fit the
+    /// representation and theBytes, and theBytes is 1 or 2. In this order.
+    static void Check(JPEG2000LineKind theKind, int theBits, int theBytes);
+
+    /// Checks, and writes theCount samples of theSource, or none where that is negative.
+    static void Convert(JPEG2000LineKind theKind, const void* theSource, void* theOutput, int theCount,
+                        int theBits, bool isSigned, int theBytes, int theStride);
+
+    /// Checks, and writes all samples of theLine.
+    static void Copy(const kdu_line_buf& theLine, void* theOutput, int theBits, bool isSigned, int theBytes,
+                     int theStride);
 };

@@ -8,8 +8,6 @@
 
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"
-#include "engine/kdu_sample_allocator.h"
-#include "engine/kdu_synthesis.h"
 #include "engine/kdu_tile.h"
 
 /// How the samples of an image are to be written.
@@ -36,7 +34,8 @@ public:
     /// Whether all components have the same extent, and can be brought back to RGB together.
     bool IsUniform() const;
 
-    /// Writes all rows; theOutput is where the first sample goes. Throws what CopySamplesToOutput throws.
+    /// Writes all rows; theOutput is where the first sample goes. Throws what JPEG2000LineOutput::Check
+    /// throws.
     void Run(const JPEG2000OutputFormat& theFormat, std::uint8_t* theOutput);
 
 private:

@@ -5,7 +5,7 @@
 
 #include "codecs/rle/detail/RLEInput.h"
 #include "codecs/rle/detail/RLEPlanes.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Which way a frame is decoded (see RLEFrameDecoder). Anything but AUTOMATIC is for tests.
 enum class RLEPath

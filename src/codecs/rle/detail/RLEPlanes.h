@@ -6,6 +6,17 @@
 #include <cstdint>
 #include <memory>
 
+/// Writes byte planes as pixels: byte i of plane p goes to theOutput[i * thePlaneCount + p].
+///
+/// thePlanes: thePlaneCount pointers to thePixelCount bytes each, none of them inside theOutput, which
+/// takes thePlaneCount * thePixelCount bytes. Exactly these bytes are read and written.
+void RLEInterleave(const std::uint8_t* const* thePlanes, std::size_t thePlaneCount, std::size_t thePixelCount,
+                   std::uint8_t* theOutput);
+
+/// Writes one byte plane only: theOutput[i * theStride] becomes thePlane[i].
+void RLEScatter(const std::uint8_t* thePlane, std::size_t thePixelCount, std::size_t theStride,
+                std::uint8_t* theOutput);
+
 /// Shape of one frame: which byte of the pixels each segment fills.
 struct RLEPixelLayout
 {

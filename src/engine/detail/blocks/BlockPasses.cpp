@@ -12,7 +12,7 @@
 #include "engine/detail/blocks/BlockState.h"
 #include "engine/detail/blocks/MQDecoder-inl.h"
 #include "engine/detail/blocks/RawDecoder-inl.h"
-#include "engine/detail/markers/TileCoding.h"
+#include "engine/detail/markers/TileData.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace j2k

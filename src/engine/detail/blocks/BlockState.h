@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "engine/detail/blocks/BlockDecoder.h"
-#include "engine/detail/blocks/CodedBlock.h"
 #include "engine/detail/blocks/CodingTables.h"
 
 namespace j2k

@@ -13,7 +13,7 @@
 
 #include <hwy/highway.h>
 
-#include "engine/detail/blocks/CodedBlock.h"
+#include "engine/detail/blocks/BlockDecoder.h"
 #include "engine/detail/blocks/CodingTables.h"
 
 HWY_BEFORE_NAMESPACE();

@@ -11,7 +11,7 @@
 
 #include <hwy/highway.h>
 
-#include "engine/detail/blocks/CodedBlock.h"
+#include "engine/detail/blocks/BlockDecoder.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace j2k

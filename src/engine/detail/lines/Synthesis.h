@@ -7,7 +7,6 @@
 #include <type_traits>
 
 #include "engine/detail/Rect.h"
-#include "engine/detail/lines/LineMemory.h"
 #include "engine/detail/lines/LineSource.h"
 
 namespace j2k

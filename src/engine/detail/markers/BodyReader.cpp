@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "engine/detail/markers/BodyReader.h"
+#include "engine/detail/markers/TilePartReader.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "engine/detail/markers/CodingMerge.h"
+#include "engine/detail/markers/CodingSegments.h"
 
 #include <algorithm>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "engine/detail/markers/CodingSegmentReader.h"
+#include "engine/detail/markers/CodingSegments.h"
 
-#include "engine/detail/markers/SegmentCursor.h"
+#include "engine/detail/markers/MarkerReader.h"
 
 #include <utility>
 

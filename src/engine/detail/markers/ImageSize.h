@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "engine/detail/Rect.h"
+#include "engine/detail/Reports.h"
+#include "engine/detail/markers/MarkerReader.h"
 
 namespace j2k
 {
@@ -40,5 +42,8 @@ struct ImageSize
     /// theArea of the reference grid on a component's own grid (T.800 B-2, B-12).
     Rect ToComponent(const Rect& theArea, std::size_t theComponent) const;
 };
+
+/// Reads and checks a SIZ marker segment (T.800 A.5.1). What cannot be decoded is an error.
+ImageSize ReadSiz(const MarkerSegment& theSegment, Reports& theReports);
 
 } // namespace j2k

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/markers/TilePartReader.h"
 
-#include "engine/detail/markers/CodingSegmentReader.h"
-#include "engine/detail/markers/OptionalSegments.h"
-#include "engine/detail/markers/SegmentCursor.h"
+#include "engine/detail/markers/CodingSegments.h"
+#include "engine/detail/markers/MainHeader.h"
+#include "engine/detail/markers/MarkerReader.h"
 
 #include <algorithm>
 #include <array>

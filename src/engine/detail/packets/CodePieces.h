@@ -4,10 +4,60 @@
 #include <cstdint>
 #include <vector>
 
+#include "engine/detail/markers/TileData.h"
 #include "engine/detail/packets/Precinct.h"
+#include "engine/detail/packets/Subband.h"
+#include "engine/detail/packets/TileBody.h"
 
 namespace j2k
 {
+
+/// How a code-block's coding passes fall into codeword segments (T.800 D.4.2, D.6, table D.9). Passes count
+/// from 0, which is the clean-up pass of the first bit-plane.
+class PassSegments
+{
+public:
+    static constexpr std::uint32_t kUnlimited = 0xFFFFFFFFU;
+
+    explicit PassSegments(std::uint8_t theStyle)
+        : itsBypass((theStyle & CBS_BYPASS) != 0), itsTerminateAll((theStyle & CBS_TERMINATE_ALL) != 0)
+    {
+    }
+
+    /// Passes from thePass to the end of the segment that it belongs to, itself included.
+    std::uint32_t GetPassesToEnd(std::uint32_t thePass) const
+    {
+        if (itsTerminateAll)
+        {
+            return 1;
+        }
+        if (!itsBypass)
+        {
+            return kUnlimited;
+        }
+        return thePass < kFirstRawPass ? kFirstRawPass - thePass : (IsFirstRaw(thePass) ? 2 : 1);
+    }
+
+    /// Whether thePass begins a segment.
+    bool IsStart(std::uint32_t thePass) const
+    {
+        if (itsTerminateAll || thePass == 0)
+        {
+            return true;
+        }
+        return itsBypass && thePass >= kFirstRawPass && (thePass - kFirstRawPass) % 3 != 1;
+    }
+
+private:
+    /// Four bit-planes are arithmetically coded: a clean-up pass and three times three passes.
+    static constexpr std::uint32_t kFirstRawPass = 10;
+
+    /// From then on the raw significance and refinement passes are one segment, the clean-up pass the next.
+    static bool IsFirstRaw(std::uint32_t thePass) { return (thePass - kFirstRawPass) % 3 == 0; }
+
+    bool itsBypass;
+    bool itsTerminateAll;
+};
 
 /// What one packet brought of one codeword segment.
 struct CodePiece
@@ -45,5 +95,10 @@ public:
 private:
     std::vector<CodePiece> itsPieces;
 };
+
+/// Copies the pieces of theSource, which has at least one, into theBlock's bytes, segment by segment with the
+/// margins of CodedSegment, and lists the segments. Memory of earlier blocks is used again.
+void CollectSegments(const CodeBlock& theSource, const CodePieces& thePieces, const TileBody& theBody,
+                     CollectedBlock& theBlock);
 
 } // namespace j2k

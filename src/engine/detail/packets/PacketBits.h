@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "engine/detail/packets/TileBody.h"
@@ -63,6 +64,47 @@ private:
     std::uint32_t itsByte = 0;
     unsigned int itsBitsLeft = 0;
     bool itsOverrun = false;
+};
+
+/// A tag tree (T.800 B.10.2) over memory that somebody else keeps: theColumns by theRows leaves, each inner
+/// node holding the least of its up to four children.
+///
+/// A node's word holds what is known of its value: the least it can be, times two, plus one when that is the
+/// value. All zero before the first use.
+class TagTree
+{
+public:
+    /// Leaves on either axis: a precinct is at most 2^15 samples wide.
+    static constexpr unsigned int kMaxLog2Leaves = 15;
+
+    TagTree(std::uint32_t theColumns, std::uint32_t theRows, std::uint32_t* theNodes);
+
+    /// Words that a tree needs.
+    static std::uint64_t CountNodes(std::uint32_t theColumns, std::uint32_t theRows);
+
+    /// Reads on until the leaf's value is known or not below theThreshold; true when it is known and below.
+    bool ReadIsBelow(PacketBits& theBits, std::uint32_t theColumn, std::uint32_t theRow,
+                     std::uint32_t theThreshold);
+
+    /// The least that a leaf's value can be by now.
+    std::uint32_t GetLeast(std::uint32_t theColumn, std::uint32_t theRow) const
+    {
+        return itsNodes[std::uint64_t(theRow) * itsLevels[0].itsColumns + theColumn] >> 1;
+    }
+
+    /// Enters the root's value as known.
+    void SetRoot(std::uint32_t theValue) { itsNodes[itsLevels[itsTop].itsFirst] = (theValue << 1) | 1U; }
+
+private:
+    struct Level
+    {
+        std::uint32_t itsColumns;
+        std::uint32_t itsFirst; ///< index of the level's first node
+    };
+
+    std::uint32_t* itsNodes;
+    unsigned int itsTop = 0;
+    std::array<Level, kMaxLog2Leaves + 1> itsLevels;
 };
 
 } // namespace j2k

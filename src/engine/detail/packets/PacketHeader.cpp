@@ -5,7 +5,7 @@
 #include <bit>
 #include <string>
 
-#include "engine/detail/packets/PassSegments.h"
+#include "engine/detail/packets/CodePieces.h"
 
 namespace j2k
 {

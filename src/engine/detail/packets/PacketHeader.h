@@ -8,7 +8,6 @@
 #include "engine/detail/packets/Arena.h"
 #include "engine/detail/packets/PacketBits.h"
 #include "engine/detail/packets/PacketSequence.h"
-#include "engine/detail/packets/TagTree.h"
 #include "engine/detail/packets/WorkBudget.h"
 
 namespace j2k

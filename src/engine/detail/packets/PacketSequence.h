@@ -5,8 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/detail/markers/TileCoding.h"
-#include "engine/detail/packets/Resolution.h"
+#include "engine/detail/markers/TileData.h"
 #include "engine/detail/packets/TileComponent.h"
 #include "engine/detail/packets/WorkBudget.h"
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "engine/detail/Rect.h"
+
 namespace j2k
 {
 
@@ -44,6 +46,55 @@ struct BlockRange
     std::uint32_t itsRow = 0;
     std::uint32_t itsColumns = 0;
     std::uint32_t itsRows = 0;
+};
+
+/// How a resolution lies on the reference grid.
+struct ReferenceScale
+{
+    std::uint32_t itsTileX0 = 0; ///< the tile's upper left corner on the reference grid
+    std::uint32_t itsTileY0 = 0;
+    std::uint8_t itsXRsiz = 1;
+    std::uint8_t itsYRsiz = 1;
+    unsigned int itsLevels = 0; ///< decomposition levels above the resolution
+};
+
+/// The precincts of one resolution (T.800 B.6), and where on the reference grid the progressions that go by
+/// position meet each of them (B.12.1.3 to B.12.1.5).
+class PrecinctGrid
+{
+public:
+    PrecinctGrid() = default;
+
+    /// The exponents are PPx and PPy, 0 to 15.
+    PrecinctGrid(const Rect& theResolution, unsigned int theLog2Width, unsigned int theLog2Height,
+                 const ReferenceScale& theScale);
+
+    /// Both 0 where the resolution has no samples.
+    std::uint32_t GetColumns() const { return itsColumns; }
+    std::uint32_t GetRows() const { return itsRows; }
+    std::uint64_t GetCount() const { return std::uint64_t(itsColumns) * itsRows; }
+
+    unsigned int GetLog2Width() const { return itsLog2Width; }
+    unsigned int GetLog2Height() const { return itsLog2Height; }
+
+    /// Of the first column and row, in precincts from the origin of the resolution's grid.
+    std::uint32_t GetFirstColumn() const { return itsFirstColumn; }
+    std::uint32_t GetFirstRow() const { return itsFirstRow; }
+
+    /// Where on the reference grid a column or row is met. Ascending.
+    std::uint32_t GetX(std::uint32_t theColumn) const;
+    std::uint32_t GetY(std::uint32_t theRow) const;
+
+private:
+    std::uint32_t itsColumns = 0;
+    std::uint32_t itsRows = 0;
+    std::uint32_t itsFirstColumn = 0;
+    std::uint32_t itsFirstRow = 0;
+    std::uint8_t itsLog2Width = 0;
+    std::uint8_t itsLog2Height = 0;
+    bool itsStartsInColumn = false; ///< the resolution begins behind its first column's left border
+    bool itsStartsInRow = false;
+    ReferenceScale itsScale;
 };
 
 } // namespace j2k

@@ -5,10 +5,9 @@
 #include <cmath>
 #include <string>
 
-#include "engine/detail/packets/BlockCollector.h"
-#include "engine/detail/packets/PassSegments.h"
-#include "engine/detail/packets/Resolution.h"
+#include "engine/detail/packets/CodePieces.h"
 #include "engine/detail/packets/Tile.h"
+#include "engine/detail/packets/TileComponent.h"
 
 namespace j2k
 {

@@ -6,8 +6,7 @@
 
 #include "engine/detail/Rect.h"
 #include "engine/detail/blocks/BlockDecoder.h"
-#include "engine/detail/blocks/CodedBlock.h"
-#include "engine/detail/markers/TileCoding.h"
+#include "engine/detail/markers/TileData.h"
 #include "engine/detail/packets/Precinct.h"
 
 namespace j2k

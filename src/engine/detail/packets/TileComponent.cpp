@@ -5,6 +5,66 @@
 
 namespace j2k
 {
+namespace
+{
+Rect Reduce(const Rect& theArea, unsigned int theLevels)
+{
+    return {static_cast<std::uint32_t>(CeilDivPow2(theArea.itsX0, theLevels)),
+            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsY0, theLevels)),
+            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsX1, theLevels)),
+            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsY1, theLevels))};
+}
+} // namespace
+
+Resolution::Resolution(Tile& theTile, const ComponentCoding& theCoding, const Rect& theComponent,
+                       unsigned int theLevel, ReferenceScale theScale, Resolution* theNext)
+    : itsLevel(theLevel), itsNext(theNext)
+{
+    const unsigned int aLevelsAbove = theCoding.itsLevels - theLevel;
+    const std::uint8_t anExponents = theCoding.itsPrecinctSizes[theLevel];
+    itsRect = Reduce(theComponent, aLevelsAbove);
+    theScale.itsLevels = aLevelsAbove;
+    itsPrecincts = PrecinctGrid(itsRect, anExponents & 15U, anExponents >> 4, theScale);
+    if (theLevel == 0)
+    {
+        itsSubbands[0] = Subband(theTile, *this, theCoding, theComponent, Band::LL);
+        return;
+    }
+    itsSubbands[0] = Subband(theTile, *this, theCoding, theComponent, Band::HL);
+    itsSubbands[1] = Subband(theTile, *this, theCoding, theComponent, Band::LH);
+    itsSubbands[2] = Subband(theTile, *this, theCoding, theComponent, Band::HH);
+}
+
+Precinct& Resolution::MakePrecinct(std::uint64_t theNumber, Arena& theArena)
+{
+    if (theNumber >= itsFound.size())
+    {
+        itsFound.resize(static_cast<std::size_t>(theNumber + 1));
+    }
+    Precinct*& aPlace = itsFound[theNumber];
+    if (aPlace == nullptr)
+    {
+        aPlace = theArena.Allocate<Precinct>(1);
+        const std::uint32_t aColumn = static_cast<std::uint32_t>(theNumber % itsPrecincts.GetColumns());
+        const std::uint32_t aRow = static_cast<std::uint32_t>(theNumber / itsPrecincts.GetColumns());
+        for (unsigned int aBand = 0; aBand < GetSubbandCount(); ++aBand)
+        {
+            const BlockRange aRange = itsSubbands[aBand].GetPrecinctBlocks(aColumn, aRow);
+            aPlace->itsBands[aBand].itsColumns = aRange.itsColumns;
+            aPlace->itsBands[aBand].itsRows = aRange.itsRows;
+        }
+    }
+    return *aPlace;
+}
+
+std::uint16_t& Resolution::GetLayersPassed(std::uint64_t theNumber)
+{
+    if (theNumber >= itsLayersPassed.size())
+    {
+        itsLayersPassed.resize(static_cast<std::size_t>(theNumber + 1));
+    }
+    return itsLayersPassed[theNumber];
+}
 
 TileComponent::TileComponent(Tile& theTile, const ComponentSize& theSize, const ComponentCoding& theCoding,
                              const Rect& theTileRect, const Rect& theRect, unsigned int theDiscardLevels)

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "jni/streams/detail/LocalReference.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// Look-ups in Java classes and the care of Java exceptions.
 ///

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/VR.h"
 
 class DcmElement;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/VR.h"
 #include "toolkit/dicom/detail/PeekableInputStream.h"
 

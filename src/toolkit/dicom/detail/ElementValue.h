@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "toolkit/base/DLEndian.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DcmElement;
 

@@ -8,7 +8,7 @@
 
 #include <dcmtk/dcmdata/dcostrma.h>
 
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/io/LFStream.h"
 
 /// Where a data set is written to: a file behind a buffer, which DCMTK's elements write to as well.

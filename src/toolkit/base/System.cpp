@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "toolkit/base/System.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <ctime>
+#include <limits>
+#include <mutex>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <unordered_map>
+
+MemoryAllocater::~MemoryAllocater() = default;
+
+namespace
+{
+struct Registry
+{
+    std::mutex itsMutex;
+    std::unordered_map<void*, std::size_t> itsLengths;
+};
+
+// Never destroyed: a static object of a caller may release its last image after our own statics are gone.
+Registry& TheRegistry()
+{
+    static Registry* const aRegistry = new Registry;
+    return *aRegistry;
+}
+
+std::uint64_t PageSize()
+{
+    static const std::uint64_t aPageSize = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    return aPageSize;
+}
+
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+void* Map(std::size_t theLength, int theExtraFlags)
+{
+    void* const aBlock =
+        mmap(nullptr, theLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | theExtraFlags, -1, 0);
+    return aBlock == MAP_FAILED ? nullptr : aBlock;
+}
+
+/// Maps a block that begins at a huge page's boundary and asks for huge pages. Touching an image for the
+/// first time otherwise costs one fault for every 4 KiB, more than many a codec needs to fill them. Nothing
+/// is touched here: a file that declares a large image must not cost the memory for it.
+void* MapHuge(std::size_t theLength)
+{
+    void* const aReservation = Map(theLength + kHugePage, 0);
+    if (aReservation == nullptr)
+    {
+        return nullptr;
+    }
+    auto* const aStart = static_cast<unsigned char*>(aReservation);
+    const std::size_t aHead = kHugePage - reinterpret_cast<std::uintptr_t>(aStart) % kHugePage;
+    munmap(aStart, aHead);
+    if (aHead < kHugePage)
+    {
+        munmap(aStart + aHead + theLength, kHugePage - aHead);
+    }
+    // Only a wish: without huge pages the block is as good, and slower.
+    madvise(aStart + aHead, theLength, MADV_HUGEPAGE);
+    return aStart + aHead;
+}
+} // namespace
+
+void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
+{
+    const std::uint64_t aPageSize = PageSize();
+    if (theSize > std::numeric_limits<std::size_t>::max() - aPageSize - kHugePage)
+    {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    const std::uint64_t aPageCount = theSize == 0 ? 1 : (theSize + aPageSize - 1) / aPageSize;
+    const std::size_t aLength = static_cast<std::size_t>(aPageCount * aPageSize);
+    void* const aBlock = aLength < kHugePage ? Map(aLength, MAP_POPULATE) : MapHuge(aLength);
+    if (aBlock == nullptr)
+    {
+        return nullptr;
+    }
+    try
+    {
+        Registry& aRegistry = TheRegistry();
+        const std::lock_guard aLock(aRegistry.itsMutex);
+        aRegistry.itsLengths.emplace(aBlock, aLength);
+    }
+    catch (...)
+    {
+        munmap(aBlock, aLength);
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return aBlock;
+}
+
+bool VirtualMemory::VirtualFree(void* theBlock)
+{
+    std::size_t aLength = 0;
+    {
+        Registry& aRegistry = TheRegistry();
+        const std::lock_guard aLock(aRegistry.itsMutex);
+        const auto anEntry = aRegistry.itsLengths.find(theBlock);
+        if (anEntry == aRegistry.itsLengths.end())
+        {
+            errno = EINVAL;
+            return false;
+        }
+        aLength = anEntry->second;
+        aRegistry.itsLengths.erase(anEntry);
+    }
+    return munmap(theBlock, aLength) == 0;
+}
+
+int VirtualMemory::GetLastError()
+{
+    return errno;
+}
+
+namespace
+{
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+std::int64_t Now()
+{
+    timespec aTime{};
+    clock_gettime(CLOCK_MONOTONIC, &aTime);
+    return static_cast<std::int64_t>(aTime.tv_sec) * kNanosecondsPerSecond + aTime.tv_nsec;
+}
+
+double Seconds(std::int64_t theNanoseconds)
+{
+    return static_cast<double>(theNanoseconds) / static_cast<double>(kNanosecondsPerSecond);
+}
+} // namespace
+
+DMTickCounter::DMTickCounter() : itsStart(Now()), itsLapStart(itsStart) {}
+
+void DMTickCounter::Reset()
+{
+    itsStart = itsLapStart = Now();
+}
+
+double DMTickCounter::Lap()
+{
+    const std::int64_t aNow = Now();
+    const double aLap = Seconds(aNow - itsLapStart);
+    itsLapStart = aNow;
+    return aLap;
+}
+
+double DMTickCounter::Total() const
+{
+    return Seconds(Now() - itsStart);
+}
