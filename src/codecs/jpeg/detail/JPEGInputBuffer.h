@@ -20,6 +20,29 @@ class kdu_compressed_source;
 ///
 /// A buffer handed in is only ever read, because its real length is known to nobody here, and stays alive
 /// as long as this object, or until it is taken. Not thread-safe.
+///
+/// It is in one of three states, and always has a present fill or none:
+///
+///     passing  --StartKeeping-->  keeping  --BeginAnew-->  rewound
+///        ^                        |     ^                     |
+///        +-----StopKeeping--------+     +--the kept fills ----+
+///                                         were delivered, or GoBack
+///
+/// - Passing: a fill's memory is used again for the next one. Begins so, and ends so with every image.
+/// - Keeping: fills are appended to a list and their memory stays. The header of an image is read so, because
+/// who
+///   decodes it is settled only then; one that grows beyond all reason stops it, and the image is then left
+///   to the decoder that read the header.
+/// - Rewound: fills come from the list. Those that were there at BeginAnew were counted already, so they
+/// leave what
+///   GetBytesRead says alone, and whose buffer is the present one; the first fill behind them counts as newly
+///   read. Behind the last one the source is read on, and kept.
+///
+/// GoBack undoes BeginAnew for the decoder that came first: present fill and counts are what they were, and
+/// what the other one has read since then is delivered to it before the source is asked again. StopKeeping
+/// while fills are still to come again lets them come; only what is read after them is not kept. Whoever
+/// holds a pointer into a fill relies on these moments alone: passing, it ends with the next fill; otherwise
+/// with the first fill that is read after StopKeeping, or with StartKeeping.
 class JPEGInputBuffer
 {
 public:

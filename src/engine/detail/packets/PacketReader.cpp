@@ -32,6 +32,17 @@ namespace
 {
 using Components = std::vector<std::unique_ptr<TileComponent>>;
 
+// A header with something in it visits every code-block of its precinct, and one bit of a tag tree can stand
+// for very many that are not in it. So the bytes of a tile pay for many more visits than they have bits, for
+// 64 each; with those that cost nothing that is beyond what the layers of real images ask for.
+constexpr unsigned int kLog2BlocksPerByte = 9;
+
+// Each packet that is lost was there once, with at least a byte of header and the six of its SOP. Sixteen for
+// each byte that is left let about a hundred go missing at every SOP that survived; the base is for a gap in
+// a tile of which little is left. It is small, because there may be 65,535 tiles.
+constexpr std::uint64_t kFreeLosses = std::uint64_t(1) << 12;
+constexpr unsigned int kLog2LossesPerByte = 4;
+
 constexpr std::uint64_t MakeBudget(std::uint64_t theBase, unsigned int theLog2PerByte,
                                    const TileData& theData)
 {
@@ -39,8 +50,10 @@ constexpr std::uint64_t MakeBudget(std::uint64_t theBase, unsigned int theLog2Pe
     return theBase + (aBytes << theLog2PerByte);
 }
 
-/// So many visits to code-blocks cost a tile no bytes: a few for each that it has, because there may be very
-/// many tiles.
+/// So many visits to code-blocks cost a tile no bytes: kVisits for each that it has, which is as many quality
+/// layers of headers that say little more than that nothing comes. No more than that, because there may be
+/// 65,535 tiles; at least kLeast, because small tiles may have hundreds of layers; and never more than kMost,
+/// however many blocks a short file claims to have.
 std::uint64_t GetFreeBlocks(const Components& theComponents)
 {
     constexpr std::uint64_t kLeast = std::uint64_t(1) << 18;
@@ -72,9 +85,9 @@ PacketReader::PacketReader(const TileData& theData, const TileBody& theBody, con
       itsLayers(theLayers), itsArena(theArena), itsPieces(thePieces), itsReports(theReports),
       itsVisits(theData.GetMostVisits(),
                 "POC marker segments repeat far more packets than the tile has bytes", theReports),
-      itsBlocks(MakeBudget(GetFreeBlocks(theComponents), 9, theData),
+      itsBlocks(MakeBudget(GetFreeBlocks(theComponents), kLog2BlocksPerByte, theData),
                 "Packets name far more code-blocks than the tile has bytes", theReports),
-      itsLosses(MakeBudget(1 << 12, 4, theData),
+      itsLosses(MakeBudget(kFreeLosses, kLog2LossesPerByte, theData),
                 "SOP marker segments skip far more packets than the tile has bytes", theReports),
       itsHeader(theArena, itsBlocks, theReports), itsPacked(theData.itsPackedHeaders, theBody.GetOffset(0)),
       itsCursor(theBody), itsPackedCursor(itsPacked),
@@ -135,6 +148,30 @@ bool PacketReader::ReadPlain(const PacketPlace& thePlace)
     return aGoesOn;
 }
 
+// How reading finds its way again.
+//
+// SOP marker segments number the packets of a tile from 0 on, modulo 65536, and nothing else in the body
+// looks like one (see SopFinder). So an SOP is believed more than what was read before it. It says two
+// things:
+//
+// - Which packet follows. An SOP at hand whose number is ahead of the packet that is due, by less than half
+// of
+//   all numbers, means that the packets between are gone: they are lost one by one as the sequence comes to
+//   them, for only the sequence knows whose they are, and reading goes on at that SOP when the sequence has
+//   caught up with it. Any other number is no reason to move: to follow it backwards would give a precinct
+//   the same layers twice.
+// - Where the packet before it ends. A packet whose lengths lead behind the next SOP was not read right, and
+//   neither was one that stops short of it where that SOP has the very next number. Where its number is a
+//   later one the packets between may stand there without SOP, which is allowed, and nothing is known against
+//   this one.
+//
+// A packet that was not read right is lost: none of its bytes are taken, and reading goes on at the next SOP,
+// or is over where there is none. What a later header of a precinct means depends on all before it (tag
+// trees, lengths), so a precinct that lost a packet keeps what it has and takes no more: its further packets
+// are passed by from SOP to SOP.
+//
+// Callers rely on this being linear: the finder never goes back, and what an SOP makes the sequence lose is
+// spent from a budget, because each lost packet makes a precinct and six bytes can name 32,767 of them.
 bool PacketReader::ReadResilient(const PacketPlace& thePlace)
 {
     if (itsNumber < itsResumeAt)

@@ -10,6 +10,12 @@ namespace j2k
 
 /// Bounds one kind of work that a tile may ask for by the bytes that it brought: a few bytes can name very
 /// many packets and code-blocks. Borrows the reports and the text.
+///
+/// A budget is so much for nothing and so much for each byte. The part for each byte is several times what an
+/// encoder ever needs, so that no stream is refused that was meant to be decoded, and still keeps the time in
+/// proportion to the length of the file. The part for nothing lets small tiles be odd; it is paid for every
+/// tile anew, so it must stay bearable 65,535 times over. Where the numbers stand their reasons stand too:
+/// TileData::GetMostVisits for packets, PacketReader.cpp for code-blocks and for packets that are lost.
 class WorkBudget
 {
 public:
