@@ -4,7 +4,7 @@
 #include "DcmtkPeer.h"
 #include "Part10.h"
 #include "image/Renderable.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/LFStream.h"
 
 namespace
 {

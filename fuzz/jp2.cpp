@@ -4,7 +4,6 @@
 
 #include "FuzzInput.h"
 #include "jp2/jp2_box_textualizer.h"
-#include "jp2/jp2_family_src.h"
 #include "jp2/jp2_source.h"
 #include "support/ByteSource.h"
 

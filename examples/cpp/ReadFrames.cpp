@@ -16,11 +16,11 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/dicom/VR.h"
+#include "toolkit/io/LFStream.h"
 
 namespace
 {

@@ -13,12 +13,12 @@
 #include "image/Renderable.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
-#include "toolkit/dicom/BufferVR.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ImageFrameInputStream.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

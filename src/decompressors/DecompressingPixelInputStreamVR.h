@@ -7,7 +7,7 @@
 
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/System.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
+#include "toolkit/dicom/VR.h"
 
 class DICOMDataObject;
 class ImageFrameInputStream;

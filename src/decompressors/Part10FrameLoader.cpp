@@ -14,7 +14,7 @@
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

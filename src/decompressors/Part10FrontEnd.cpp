@@ -7,8 +7,8 @@
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "jp2/jp2_family_src.h"
+#include "jp2/jp2_source.h"
 
 namespace
 {

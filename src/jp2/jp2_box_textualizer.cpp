@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "jp2/detail/JP2BoxWalker.h"
-#include "jp2/jp2_family_src.h"
+#include "jp2/jp2_source.h"
 
 namespace
 {

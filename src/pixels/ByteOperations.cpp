@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "pixels/detail/PixelSample.h"
+#include "pixels/detail/RenderableConversion.h"
 
 void DecompressionLibUtils::SwapBytes(void* theData, int theRows, int theColumns)
 {

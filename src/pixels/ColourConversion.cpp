@@ -3,10 +3,7 @@
 
 #include "image/Renderable.h"
 #include "pixels/detail/ColourKernels.h"
-#include "pixels/detail/ConversionChecks.h"
-#include "pixels/detail/PixelSample.h"
 #include "pixels/detail/RenderableConversion.h"
-#include "pixels/detail/YBRFormula.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/detail/ColourKernels.h"
 
-#include "pixels/detail/YBRFormula.h"
-
 // This file is compiled once for each instruction set; the best one is chosen when the program runs.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "pixels/ColourKernels.cpp"

@@ -8,8 +8,6 @@
 #include <vector>
 
 #include "image/Renderable.h"
-#include "pixels/detail/ConversionChecks.h"
-#include "pixels/detail/PixelSample.h"
 #include "pixels/detail/RenderableConversion.h"
 #include "toolkit/dicom/ColorPalette.h"
 #include "toolkit/dicom/DICOMDataObject.h"

@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "image/Renderable.h"
-#include "pixels/detail/PixelSample.h"
+#include "pixels/detail/RenderableConversion.h"
 #include "pixels/detail/StatisticsKernels.h"
 
 namespace

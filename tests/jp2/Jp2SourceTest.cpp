@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "jp2/jp2_box_textualizer.h"
-#include "jp2/jp2_family_src.h"
 #include "support/ByteSource.h"
 #include "support/EngineReports.h"
 #include "support/Jpeg2000Streams.h"

@@ -8,14 +8,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "inputs/CollectedInputs.h"
 #include "inputs/InputCollector.h"
-#include "inputs/ListedInputs.h"
-#include "outputs/MirroredNames.h"
-#include "outputs/OutputError.h"
+#include "inputs/InputQueue.h"
+#include "outputs/OutputFile.h"
+#include "outputs/OutputNames.h"
 #include "outputs/OutputPlanner.h"
-#include "outputs/ScratchFolder.h"
-#include "outputs/TemporaryFile.h"
 #include "report/Reporter.h"
 #include "run/DecodeJob.h"
 #include "run/MemoryLimit.h"

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "jp2/jp2_family_src.h"
 #include "jp2/jp2_source.h"
 #include "toolkit/base/CodestreamSignature.h"
 

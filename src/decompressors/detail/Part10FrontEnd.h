@@ -9,7 +9,7 @@
 #include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 
 class DecompressionRequest;
 class DecompressionResult;

@@ -15,7 +15,7 @@
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace

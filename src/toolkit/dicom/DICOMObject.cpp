@@ -13,8 +13,7 @@
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DataSetLoader.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
-#include "toolkit/dicom/detail/ElementHeader.h"
-#include "toolkit/dicom/detail/ElementVR.h"
+#include "toolkit/dicom/detail/ElementParser.h"
 #include "toolkit/dicom/detail/ElementValue.h"
 #include "toolkit/dicom/detail/Part10Writer.h"
 

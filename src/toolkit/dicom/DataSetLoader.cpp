@@ -6,10 +6,10 @@
 
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataSetReader.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
+#include "toolkit/dicom/VR.h"
 #include "toolkit/dicom/detail/Part10InputStreamState.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/LFStream.h"
 
 namespace
 {

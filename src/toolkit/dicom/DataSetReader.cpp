@@ -11,12 +11,9 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/detail/ElementParser.h"
-#include "toolkit/dicom/detail/ElementVR.h"
 #include "toolkit/dicom/detail/ElementValue.h"
-#include "toolkit/dicom/detail/InflatingInputStream.h"
-#include "toolkit/dicom/detail/NativePixelInputStreamVR.h"
 #include "toolkit/dicom/detail/Part10InputStreamState.h"
-#include "toolkit/dicom/detail/PixelValueInputStream.h"
+#include "toolkit/dicom/detail/StreamFilters.h"
 
 struct DataSetReader::State
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/dicom/detail/ElementHeader.h"
+#include "toolkit/dicom/detail/ElementParser.h"
 
 #include <cstdio>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/dicom/detail/FileConsumer.h"
+#include "toolkit/dicom/detail/Part10Writer.h"
 
 #include <cerrno>
 

@@ -9,7 +9,6 @@
 
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
-#include "toolkit/dicom/detail/ElementVR.h"
 #include "toolkit/dicom/detail/ElementValue.h"
 
 namespace

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "toolkit/base/BaseTypes.h"
-#include "toolkit/dicom/BufferVR.h"
 #include "toolkit/dicom/DICOMObject.h"
 #include "toolkit/dicom/DataDictionary.h"
 #include "toolkit/dicom/VR.h"

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/dicom/detail/NativePixelInputStreamVR.h"
+#include "toolkit/dicom/detail/StreamFilters.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "toolkit/base/Exceptions.h"
-#include "toolkit/dicom/BufferVR.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

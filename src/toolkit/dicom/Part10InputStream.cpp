@@ -1,6 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "toolkit/dicom/Part10InputStream.h"
 
+#include <cstring>
+#include <utility>
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcelem.h>
+
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+#include "toolkit/dicom/detail/ElementParser.h"
+#include "toolkit/dicom/detail/ElementValue.h"
 #include "toolkit/dicom/detail/Part10InputStreamState.h"
 
 Part10InputStream::Part10InputStream() : itsState(std::make_unique<State>()) {}
@@ -15,4 +26,117 @@ bool Part10InputStream::DefaultsToLenientParsing()
 const RWCString& Part10InputStream::GetTransferSyntaxUID() const
 {
     return itsState->itsTransferSyntaxUID;
+}
+
+Part10InputStreamInputStream::Part10InputStreamInputStream() = default;
+
+Part10InputStreamInputStream::~Part10InputStreamInputStream() = default;
+
+void Part10InputStreamInputStream::Open(InputStream* theStream, bool theCloseStream, bool theLenient)
+{
+    *itsState = State();
+    itsStream = theStream;
+    itsCloseStream = theCloseStream;
+    if (theStream == nullptr)
+    {
+        throw StreamIOException("Part10InputStreamInputStream::Open: no stream", DLRC_PARSE_ERROR, 0);
+    }
+    State aState;
+    aState.Attach(*theStream);
+    if (!aState.ReadPreamble())
+    {
+        throw StreamIOException(
+            "Part10InputStreamInputStream::Open: not a DICOM Part 10 stream (no preamble with \"DICM\")",
+            DLRC_PARSE_ERROR, 0);
+    }
+    aState.ReadFileMeta();
+    if (theLenient)
+    {
+        aState.GuessTransferSyntax();
+    }
+    *itsState = std::move(aState);
+}
+
+void Part10InputStreamInputStream::Close()
+{
+    *itsState = State();
+    InputStream* aStream = std::exchange(itsStream, nullptr);
+    if (aStream != nullptr && itsCloseStream)
+    {
+        aStream->Close();
+    }
+}
+
+namespace
+{
+constexpr std::uint16_t kFileMetaGroup = 0x0002;
+constexpr std::size_t kMaximumOfMetaElements = 1024;
+
+RWCString TrimmedUID(DcmElement& theElement)
+{
+    RWCString aUID;
+    ElementValue(theElement).GetText(aUID);
+    const std::size_t aFirst = aUID.find_first_not_of(' ');
+    return aFirst == RWCString::npos ? RWCString() : aUID.substr(aFirst);
+}
+} // namespace
+
+void Part10InputStream::State::Attach(InputStream& theStream)
+{
+    // Borrowed: the pointer shares nothing and deletes nothing.
+    itsSource =
+        std::make_shared<PeekableInputStream>(std::shared_ptr<InputStream>(&theStream, [](InputStream*) {}));
+}
+
+bool Part10InputStream::State::ReadPreamble()
+{
+    constexpr std::size_t aPreamble = 128;
+    const unsigned char* aData = nullptr;
+    if (itsSource->Peek(aData, aPreamble + 4) < aPreamble + 4 ||
+        std::memcmp(aData + aPreamble, "DICM", 4) != 0)
+    {
+        return false;
+    }
+    itsSource->Skip(aPreamble + 4);
+    return true;
+}
+
+void Part10InputStream::State::ReadFileMeta()
+{
+    ElementParser aParser(*itsSource);
+    DICOMTag aTag;
+    while (itsFileMeta.size() < kMaximumOfMetaElements &&
+           ElementHeader::PeekTag(*itsSource, DLEndian::LITTLE_ENDIAN_ORDER, aTag) &&
+           aTag.itsGroup == kFileMetaGroup)
+    {
+        auto anElement = aParser.ReadElement(ElementHeader::Read(*itsSource, ElementEncoding()));
+        if (!anElement)
+        {
+            continue;
+        }
+        if (aTag == DICOMTags::TransferSyntaxUID)
+        {
+            itsTransferSyntaxUID = TrimmedUID(*anElement);
+        }
+        itsFileMeta.push_back(
+            std::make_unique<ElementVR>(std::move(anElement), DLEndian::LITTLE_ENDIAN_ORDER));
+    }
+}
+
+void Part10InputStream::State::GuessTransferSyntax()
+{
+    ElementEncoding anEncoding;
+    if (!itsTransferSyntaxUID.empty() || !ElementHeader::Guess(*itsSource, anEncoding))
+    {
+        return;
+    }
+    if (anEncoding.itsEndian == DLEndian::BIG_ENDIAN_ORDER)
+    {
+        itsTransferSyntaxUID = TransferSyntaxType::TSExplicitBigEndianUID;
+    }
+    else
+    {
+        itsTransferSyntaxUID = anEncoding.itsExplicitVR ? TransferSyntaxType::TSExplicitLittleEndianUID
+                                                        : TransferSyntaxType::TSImplicitLittleEndianUID;
+    }
 }

@@ -13,8 +13,7 @@
 #include "toolkit/dicom/TransferSyntaxManager.h"
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
-#include "toolkit/dicom/detail/ElementHeader.h"
-#include "toolkit/dicom/detail/FileConsumer.h"
+#include "toolkit/dicom/detail/ElementParser.h"
 
 namespace
 {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "toolkit/dicom/VR.h"
 
 #include <cstdlib>
@@ -52,3 +53,24 @@ MemoryAllocater& VR::GetDefaultMemoryAllocater()
     static MemoryAllocater& anAllocater = *new HeapAllocater;
     return anAllocater;
 }
+
+BufferVR::BufferVR(DICOMTag theTag, std::uint16_t theTypeCode, DLEndian::Endian theEndian, void* theData,
+                   std::uint64_t theSize)
+    : VR(theTag, theTypeCode, theEndian), itsData(theData), itsSize(theSize)
+{
+}
+
+BufferVR::~BufferVR()
+{
+    if (itsAllocator != nullptr)
+    {
+        itsAllocator->Free(itsData);
+    }
+}
+
+void BufferVR::TakeOwnership(MemoryAllocater& theAllocator)
+{
+    itsAllocator = &theAllocator;
+}
+
+PixelInputStreamVR::~PixelInputStreamVR() = default;

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMTag.h"
+#include "toolkit/io/InputStream.h"
 
 class PixelInputStreamVR;
 class PixelDataFragmentInputStreamVR;
@@ -66,4 +68,47 @@ private:
     DICOMTag itsTag;
     std::uint16_t itsTypeCode;
     DLEndian::Endian itsEndian;
+};
+
+/// An element whose value is one block of memory that is never copied: pixel data.
+///
+/// The block is either borrowed (the caller keeps it alive) or owned; an owned block goes back to the
+/// allocator it came from when this object is destroyed.
+class QUORIX_API BufferVR final : public VR
+{
+public:
+    /// Borrows theSize bytes at theData. theEndian: the byte order that the words really have.
+    BufferVR(DICOMTag theTag, std::uint16_t theTypeCode, DLEndian::Endian theEndian, void* theData,
+             std::uint64_t theSize);
+    ~BufferVR() override;
+
+    std::uint64_t GetLength() const override { return itsSize; }
+    const void* GetData() const override { return itsData; }
+    /// The block itself, to be written to.
+    void* GetData() { return itsData; }
+
+    /// From now on the block belongs to this object and is freed through theAllocator, which must
+    /// outlive it.
+    void TakeOwnership(MemoryAllocater& theAllocator);
+
+private:
+    void* itsData;
+    std::uint64_t itsSize;
+    MemoryAllocater* itsAllocator = nullptr; ///< null while the block is borrowed
+};
+
+/// Native pixel data that is read as a stream: an element and an InputStream at once.
+///
+/// Bytes come as they are in the file; words keep the byte order GetEndian(). Positions count from the
+/// first byte of the value.
+class QUORIX_API PixelInputStreamVR : public VR, public InputStream
+{
+public:
+    using VR::VR;
+    ~PixelInputStreamVR() override;
+
+    PixelInputStreamVR* GetPixelInputStream() override { return this; }
+
+    /// The whole value read into memory as an ordinary element.
+    virtual std::unique_ptr<VR> GetVR() = 0;
 };

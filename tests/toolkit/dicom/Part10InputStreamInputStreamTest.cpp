@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/LFStream.h"
 
 #include <cerrno>
 #include <thread>

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "toolkit/base/Exceptions.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/LFStream.h"
 #include "toolkit/io/MemoryInputStream.h"
 
 namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "inputs/Shard.h"
+#include "inputs/InputCollector.h"
 
 #include <charconv>
 #include <cstdlib>

@@ -4,9 +4,7 @@
 #include <algorithm>
 
 #include "decompressors/DecompressionResult.h"
-#include "outputs/OutputError.h"
-#include "outputs/ReducedDataSet.h"
-#include "outputs/SecondaryCapture.h"
+#include "outputs/OutputFile.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"

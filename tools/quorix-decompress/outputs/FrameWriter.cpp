@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "outputs/FrameWriter.h"
 
-#include "outputs/PNGWriter.h"
-#include "outputs/PNMWriter.h"
-#include "outputs/RawWriter.h"
-#include "outputs/RendWriter.h"
+#include <filesystem>
+
+#include "outputs/OutputFile.h"
+#include "outputs/Picture.h"
 
 std::unique_ptr<FrameWriter> FrameWriter::Create(const Options& theOptions)
 {
@@ -23,4 +24,51 @@ std::unique_ptr<FrameWriter> FrameWriter::Create(const Options& theOptions)
         break;
     }
     return nullptr;
+}
+
+void RawWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+{
+    OutputFile aFile(thePath);
+    aFile.Write(theFrame.itsRenderable->getPixelData(), theFrame.itsRenderable->getPixelDataSize());
+    aFile.Close();
+}
+
+void RendWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+{
+    constexpr std::uintmax_t kHeaderLength = 64;
+    theFrame.itsRenderable->saveToFile(thePath.c_str());
+    // A short write goes unnoticed there.
+    const std::uintmax_t anExpected =
+        kHeaderLength + theFrame.itsRenderable->getRequiredPixelDataBufferSize();
+    std::error_code anError;
+    if (std::filesystem::file_size(thePath, anError) != anExpected || anError)
+    {
+        throw OutputError("the file could not be written as a whole");
+    }
+}
+
+std::string PNMWriter::GetExtension(const DecodedFrame& theFrame) const
+{
+    return theFrame.itsRenderable->getSamplesPerPixel() == 1 ? ".pgm" : ".ppm";
+}
+
+void PNMWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+{
+    Picture aPicture(theFrame, itsWindow);
+    OutputFile aFile(thePath);
+    std::string aHeader = aPicture.IsColour() ? "P6\n" : "P5\n";
+    if (aPicture.GetOffset() != 0)
+    {
+        aHeader += "# sample = value + " + std::to_string(aPicture.GetOffset()) + "\n";
+    }
+    aHeader += std::to_string(aPicture.GetColumns()) + " " + std::to_string(aPicture.GetRows()) + "\n" +
+               std::to_string((1 << aPicture.GetDepth()) - 1) + "\n";
+    aFile.Write(aHeader.data(), aHeader.size());
+    std::vector<unsigned char> aRow;
+    for (std::uint32_t aRowIndex = 0; aRowIndex < aPicture.GetRows(); ++aRowIndex)
+    {
+        aPicture.GetRow(aRowIndex, aRow);
+        aFile.Write(aRow.data(), aRow.size());
+    }
+    aFile.Close();
 }

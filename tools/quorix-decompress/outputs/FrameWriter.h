@@ -2,7 +2,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "decode/DecodedFrame.h"
 #include "run/Options.h"
@@ -22,4 +24,47 @@ public:
 
     /// The writer for a format of one file a frame; null for NONE and DICOM.
     static std::unique_ptr<FrameWriter> Create(const Options& theOptions);
+};
+
+/// Writes the decoded bytes exactly as they are in memory.
+class RawWriter final : public FrameWriter
+{
+public:
+    std::string GetExtension(const DecodedFrame&) const override { return ".raw"; }
+    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+};
+
+/// Writes the library's cache file.
+class RendWriter final : public FrameWriter
+{
+public:
+    std::string GetExtension(const DecodedFrame&) const override { return ".rend"; }
+    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+};
+
+/// Writes binary PGM (P5) and PPM (P6) pictures, see Picture for the samples. 16-bit samples have their
+/// high byte first.
+class PNMWriter final : public FrameWriter
+{
+public:
+    explicit PNMWriter(std::optional<WindowOption> theWindow) : itsWindow(std::move(theWindow)) {}
+
+    std::string GetExtension(const DecodedFrame& theFrame) const override;
+    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+
+private:
+    std::optional<WindowOption> itsWindow;
+};
+
+/// Writes PNG pictures, see Picture for the samples.
+class PNGWriter final : public FrameWriter
+{
+public:
+    explicit PNGWriter(std::optional<WindowOption> theWindow) : itsWindow(std::move(theWindow)) {}
+
+    std::string GetExtension(const DecodedFrame&) const override { return ".png"; }
+    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+
+private:
+    std::optional<WindowOption> itsWindow;
 };

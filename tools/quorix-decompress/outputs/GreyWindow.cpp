@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "outputs/GreyWindow.h"
+#include "outputs/Picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,6 @@
 #include <limits>
 #include <vector>
 
-#include "outputs/SampleReader.h"
 #include "pixels/DecompressionLibUtils.h"
 
 namespace

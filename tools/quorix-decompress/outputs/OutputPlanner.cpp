@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "outputs/OutputError.h"
+#include "outputs/OutputFile.h"
 
 namespace
 {

@@ -9,9 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "outputs/OutputError.h"
 #include "outputs/OutputFile.h"
-#include "outputs/TemporaryFile.h"
 #include "toolkit/base/Exceptions.h"
 
 namespace

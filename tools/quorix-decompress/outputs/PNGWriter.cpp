@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "outputs/PNGWriter.h"
+#include "outputs/FrameWriter.h"
 
 #include <csetjmp>
 
 #include <png.h>
 
-#include "outputs/OutputError.h"
 #include "outputs/OutputFile.h"
 #include "outputs/Picture.h"
 

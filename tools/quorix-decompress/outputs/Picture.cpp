@@ -1,7 +1,92 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "outputs/Picture.h"
 
-#include "outputs/OutputError.h"
+#include "outputs/OutputFile.h"
+
+namespace
+{
+template <unsigned Bytes>
+std::uint64_t LoadWord(const unsigned char* theBytes, bool theLittleEndian)
+{
+    std::uint64_t aWord = 0;
+    for (unsigned i = 0; i < Bytes; ++i)
+    {
+        aWord = aWord << 8 | theBytes[theLittleEndian ? Bytes - 1 - i : i];
+    }
+    return aWord;
+}
+} // namespace
+
+SampleReader::SampleReader(const Renderable& theImage)
+    : itsBytes(static_cast<const unsigned char*>(theImage.getPixelData())),
+      itsRows(static_cast<std::uint32_t>(theImage.getRows())),
+      itsColumns(static_cast<std::uint32_t>(theImage.getColumns())),
+      itsSamplesPerPixel(static_cast<std::uint32_t>(theImage.getSamplesPerPixel())),
+      itsBitsAllocated(theImage.getBitsAllocated()), itsBitsStored(theImage.getBitsStored()),
+      itsShift(theImage.getHighBit() + 1 - theImage.getBitsStored()), itsSigned(theImage.isSigned()),
+      itsLittleEndian(theImage.isPixelDataLittleEndian())
+{
+    constexpr std::int32_t kLimit = 1 << 20; // keeps every product below inside 64 bits
+    if (theImage.getRows() < 1 || theImage.getColumns() < 1 || theImage.getRows() > kLimit ||
+        theImage.getColumns() > kLimit)
+    {
+        throw OutputError("the image has no usable size");
+    }
+    if ((itsSamplesPerPixel != 1 && itsSamplesPerPixel != 3) ||
+        (itsBitsAllocated != 1 && itsBitsAllocated != 8 && itsBitsAllocated != 16 &&
+         itsBitsAllocated != 32) ||
+        (itsSamplesPerPixel == 3 && theImage.isPlanarConfiguration()))
+    {
+        throw OutputError("no picture of " + std::to_string(theImage.getSamplesPerPixel()) + " samples of " +
+                          std::to_string(itsBitsAllocated) + " bits");
+    }
+    const std::uint64_t aBits = std::uint64_t{itsRows} * itsColumns * itsSamplesPerPixel *
+                                static_cast<std::uint64_t>(itsBitsAllocated);
+    if (itsBytes == nullptr || (aBits + 7) / 8 > theImage.getPixelDataSize())
+    {
+        throw OutputError("the image has fewer bytes than its size needs");
+    }
+    if (itsBitsStored < 1 || itsShift < 0 || itsShift + itsBitsStored > itsBitsAllocated)
+    {
+        // Bits Stored and High Bit contradict the sample size: the whole sample is the value.
+        itsBitsStored = itsBitsAllocated;
+        itsShift = 0;
+    }
+}
+
+std::int64_t SampleReader::Value(std::uint64_t theWord) const
+{
+    const std::uint64_t aValue = (theWord >> itsShift) & ((std::uint64_t{1} << itsBitsStored) - 1);
+    const std::uint64_t aSignBit = itsSigned ? std::uint64_t{1} << (itsBitsStored - 1) : 0;
+    return static_cast<std::int64_t>(aValue ^ aSignBit) - static_cast<std::int64_t>(aSignBit);
+}
+
+void SampleReader::ReadRow(std::uint32_t theRow, std::vector<std::int64_t>& theValues) const
+{
+    const std::size_t aCount = std::size_t{itsColumns} * itsSamplesPerPixel;
+    const std::size_t aFirst = aCount * theRow;
+    theValues.resize(aCount);
+    for (std::size_t i = 0; i < aCount; ++i)
+    {
+        const std::size_t anIndex = aFirst + i;
+        switch (itsBitsAllocated)
+        {
+        case 1:
+            theValues[i] = Value(itsBytes[anIndex / 8] >> (anIndex % 8) & 1U);
+            break;
+        case 8:
+            theValues[i] = Value(itsBytes[anIndex]);
+            break;
+        case 16:
+            theValues[i] = Value(LoadWord<2>(itsBytes + anIndex * 2, itsLittleEndian));
+            break;
+        default:
+            theValues[i] = Value(LoadWord<4>(itsBytes + anIndex * 4, itsLittleEndian));
+            break;
+        }
+    }
+}
 
 Picture::Picture(const DecodedFrame& theFrame, const std::optional<WindowOption>& theWindow)
     : itsReader(*theFrame.itsRenderable)

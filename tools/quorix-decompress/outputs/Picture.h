@@ -6,9 +6,68 @@
 #include <vector>
 
 #include "decode/DecodedFrame.h"
-#include "outputs/GreyWindow.h"
-#include "outputs/SampleReader.h"
+#include "image/Renderable.h"
 #include "run/Options.h"
+#include "toolkit/dicom/DICOMDataObject.h"
+
+/// Reads the real values of a decoded image's samples: Bits Stored of each, sign-extended.
+///
+/// Takes interleaved images of 1, 8, 16 or 32 bits allocated, in either byte order; 1-bit samples are
+/// packed with the first sample in the lowest bit (PS3.5 8.1.1). The image is borrowed.
+class SampleReader
+{
+public:
+    /// Throws OutputError for an image in another layout or with too few bytes for its size.
+    explicit SampleReader(const Renderable& theImage);
+
+    std::uint32_t GetRows() const { return itsRows; }
+    std::uint32_t GetColumns() const { return itsColumns; }
+    std::uint32_t GetSamplesPerPixel() const { return itsSamplesPerPixel; }
+    int GetBitsAllocated() const { return itsBitsAllocated; }
+    int GetBitsStored() const { return itsBitsStored; }
+    bool IsSigned() const { return itsSigned; }
+
+    /// The samples of one row into theValues, columns × samples per pixel of them.
+    void ReadRow(std::uint32_t theRow, std::vector<std::int64_t>& theValues) const;
+
+private:
+    std::int64_t Value(std::uint64_t theWord) const;
+
+    const unsigned char* itsBytes;
+    std::uint32_t itsRows;
+    std::uint32_t itsColumns;
+    std::uint32_t itsSamplesPerPixel;
+    int itsBitsAllocated;
+    int itsBitsStored;
+    int itsShift;
+    bool itsSigned;
+    bool itsLittleEndian;
+};
+
+/// The 8-bit view of grey values (PS3.3 C.11.2.1.2.1, linear).
+///
+/// An automatic window spans the image's own range of stored values. A given window is in the units of
+/// the data set's Rescale Slope and Intercept, where it has them. MONOCHROME1, whose lowest value is
+/// white, comes out inverted. Immutable.
+class GreyWindow
+{
+public:
+    /// theImage: one sample a pixel. theDataSet (null allowed): where rescale values and Pixel Padding
+    /// Value are looked up; padding does not count in an automatic window.
+    GreyWindow(const WindowOption& theOption, const Renderable& theImage, const DICOMDataObject* theDataSet);
+
+    /// 0 (black) to 255 (white) for a stored value.
+    std::uint8_t Map(std::int64_t theStoredValue) const;
+
+private:
+    void SetAutomatic(const Renderable& theImage, const DICOMDataObject* theDataSet);
+
+    double itsCenter;
+    double itsWidth;
+    double itsSlope = 1.0;
+    double itsIntercept = 0.0;
+    bool itsInverted;
+};
 
 /// A decoded frame as unsigned samples of a picture file.
 ///

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "outputs/ReducedDataSet.h"
+#include "outputs/DICOMWriter.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "outputs/OutputError.h"
-#include "outputs/SecondaryCapture.h"
+#include "outputs/OutputFile.h"
 #include "toolkit/dicom/MVRFactory.h"
 
 namespace

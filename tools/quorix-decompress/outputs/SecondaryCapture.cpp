@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "outputs/SecondaryCapture.h"
+#include "outputs/DICOMWriter.h"
 
 #include <algorithm>
 #include <array>

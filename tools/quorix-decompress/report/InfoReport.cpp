@@ -15,7 +15,7 @@
 #include "jp2/jp2_box_textualizer.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataSetReader.h"
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "outputs/OutputError.h"
+#include "outputs/OutputFile.h"
 
 namespace
 {

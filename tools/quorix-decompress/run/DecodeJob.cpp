@@ -3,8 +3,7 @@
 
 #include <system_error>
 
-#include "outputs/OutputError.h"
-#include "outputs/TemporaryFile.h"
+#include "outputs/OutputFile.h"
 #include "report/InfoReport.h"
 #include "toolkit/base/Exceptions.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "inputs/Shard.h"
+#include "inputs/InputCollector.h"
 
 namespace CLI
 {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "toolkit/dicom/Part10InputStream.h"
-#include "toolkit/dicom/detail/PeekableInputStream.h"
+#include "toolkit/dicom/detail/StreamFilters.h"
 
 /// What was found before the data set, and the stream that stands at it.
 ///

@@ -1,4 +1,0 @@
-// SPDX-License-Identifier: Apache-2.0
-#include "toolkit/dicom/PixelInputStreamVR.h"
-
-PixelInputStreamVR::~PixelInputStreamVR() = default;
