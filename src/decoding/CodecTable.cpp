@@ -4,16 +4,14 @@
 #include <algorithm>
 #include <string>
 
-#include "codecs/jpeg/JPEG12BitDecoder.h"
-#include "codecs/jpeg/JPEG16BitDecoder.h"
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-#include "codecs/jpeg/JPEGDecoderException.h"
-#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/jpeg/JPEGDecoder.h"
+#include "codecs/jpeg/JPEGDecoders.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 #include "codecs/rle/RLEDecoder.h"
 #include "decoding/ImageType.h"
 #include "dicomfix/CompressionTerms.h"
 #include "toolkit/base/CodestreamSignature.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 namespace

@@ -6,7 +6,7 @@
 #include "codecs/sources/InputStreamAdapter.h"
 #include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 

@@ -195,9 +195,6 @@ protected:
     /// The source, through the byte counter. Throws DLRuntimeException before SetSource.
     kdu_compressed_source& GetSource() const;
 
-    /// Whether SetSource has been called.
-    bool HasSource() const { return itsSource != nullptr; }
-
     /// The data set that SetSource was given, or null. Borrowed.
     DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
 

@@ -2,7 +2,7 @@
 #include "decoding/DecoderFactory.h"
 
 #include "decoding/CodecTable.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 Decoder* DecoderFactory::Create(const RWCString& theTransferSyntaxUID, int theScaleFactor,
                                 Decoder::ParsingErrorTolerance theTolerance, bool theFileStream,

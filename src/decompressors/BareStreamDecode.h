@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "decoding/ImageType.h"
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 
 class InputStream;
 class Renderable;

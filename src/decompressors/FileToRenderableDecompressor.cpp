@@ -14,8 +14,8 @@
 #include "decompressors/DecompressionResult.h"
 #include "image/Renderable.h"
 #include "toolkit/base/CaughtException.h"
-#include "toolkit/base/StreamIOException.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/io/LFStream.h"
 
 namespace
 {

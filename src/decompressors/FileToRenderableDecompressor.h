@@ -5,8 +5,7 @@
 /// An image file decoded in one call.
 
 #include "decoding/ImageType.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 
 class DICOMDataObject;
 class DecompressionResult;

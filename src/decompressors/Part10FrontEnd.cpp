@@ -5,7 +5,7 @@
 #include "decompressors/DecompressionResult.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/CaughtException.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 #include "toolkit/dicom/VR.h"

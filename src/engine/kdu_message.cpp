@@ -43,3 +43,8 @@ kdu_message* GetErrorHandler()
 }
 
 } // namespace j2k
+
+void kdu_report_error(const std::string& theText)
+{
+    j2k::Reports().Error(theText);
+}

@@ -5,6 +5,7 @@
 /// What the JPEG 2000 engine reports, and to whom.
 
 #include <cstdint>
+#include <string>
 
 #include "toolkit/base/BaseTypes.h"
 
@@ -39,3 +40,7 @@ public:
 QUORIX_API void kdu_customize_warnings(kdu_message* theHandler);
 QUORIX_API void kdu_customize_errors(kdu_message* theHandler);
 /// @}
+
+/// Reports an error as the engine reports its own, and never returns. For readers of the file formats around
+/// a codestream. Thread-safe.
+[[noreturn]] QUORIX_API void kdu_report_error(const std::string& theText);

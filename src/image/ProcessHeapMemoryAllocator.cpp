@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
-#include "image/detail/NeverDestroyed.h"
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 
 namespace
 {

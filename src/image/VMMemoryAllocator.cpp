@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "image/detail/NeverDestroyed.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/System.h"
 

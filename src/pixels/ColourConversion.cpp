@@ -26,7 +26,8 @@ struct SampleLayout
     std::uint64_t itsPlaneStep;
 };
 
-/// Converts 16-bit samples, which are rare, by the plain formula.
+/// Converts 16-bit samples, which are rare, by the plain formula. Made for the Renderable whose input is
+/// converted: its sign and its byte order are still those of the input when the output has been allocated.
 class SixteenBitConverter
 {
 public:
@@ -134,13 +135,12 @@ void ConvertYBRFull(const char* theOperation, Renderable& theRenderable, OutputW
 
     const bool aPlanar = theRenderable.isPlanarConfiguration();
     const bool aWide = theRenderable.getBitsAllocated() == 16;
-    const SixteenBitConverter aConverter(theRenderable, theWidth);
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
     if (aWide)
     {
-        ConvertYBRFull16(aConverter, SampleLayout(aPlanar, aPixels), aConversion.GetInput(), anOutput,
-                         aPixels);
+        ConvertYBRFull16(SixteenBitConverter(theRenderable, theWidth), SampleLayout(aPlanar, aPixels),
+                         aConversion.GetInput(), anOutput, aPixels);
     }
     else
     {
@@ -176,12 +176,12 @@ void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, Outp
     const std::uint64_t aPixels = Check422(ConversionChecks(theOperation), theRenderable);
     const bool aWide = theRenderable.getBitsAllocated() == 16;
     const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
-    const SixteenBitConverter aConverter(theRenderable, theWidth);
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
     if (aWide)
     {
-        ConvertYBRFull422With16(aConverter, aConversion.GetInput(), anOutput, aPixels / 2);
+        ConvertYBRFull422With16(SixteenBitConverter(theRenderable, theWidth), aConversion.GetInput(),
+                                anOutput, aPixels / 2);
     }
     else
     {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-
 #include "pixels/detail/RenderableConversion.h"
 
 #include "toolkit/base/Exceptions.h"

@@ -18,7 +18,7 @@
 #include "quorix/detail/CallersStream.h"
 #include "quorix/detail/ImageState.h"
 #include "toolkit/base/CodestreamSignature.h"
-#include "toolkit/io/LFInputStream.h"
+#include "toolkit/io/LFStream.h"
 #include "toolkit/io/MemoryInputStream.h"
 #include "toolkit/io/RewindableInputStream.h"
 

@@ -12,7 +12,7 @@
 #include "support/JpegFixtures.h"
 #include "support/RecordingInputStream.h"
 #include "support/RleEncoder.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"

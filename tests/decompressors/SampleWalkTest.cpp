@@ -18,7 +18,7 @@
 #include "support/Sha256.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
-#include "toolkit/dicom/detail/InflatingInputStream.h"
+#include "toolkit/dicom/detail/StreamFilters.h"
 
 namespace
 {

@@ -12,7 +12,6 @@
 
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"
-#include "engine/kdu_synthesis.h"
 #include "support/EngineDecode.h"
 #include "support/Jpeg2000Streams.h"
 #include "support/OpenCodestream.h"

@@ -9,7 +9,6 @@
 #include "engine/kdu_colour_transforms.h"
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"
-#include "engine/kdu_synthesis.h"
 #include "support/OpenCodestream.h"
 
 namespace

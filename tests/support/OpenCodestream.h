@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "engine/kdu_codestream.h"
-#include "engine/kdu_sample_allocator.h"
+#include "engine/kdu_line_buf.h"
 #include "support/ByteSource.h"
 #include "support/EngineReports.h"
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "toolkit/base/Export.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/io/InputStream.h"
 
 /// What the frame header of a bare JPEG stream announces (ITU-T T.81, B.2.2).

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "image/detail/NeverDestroyed.h"
+#include "toolkit/base/System.h"
 
 KDUMessageCallbackException::~KDUMessageCallbackException() = default;
 

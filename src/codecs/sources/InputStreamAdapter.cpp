@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/sources/InputStreamAdapter.h"
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/io/InputStream.h"
 
 InputStreamAdapter::InputStreamAdapter(const InputStreamAdapter&)

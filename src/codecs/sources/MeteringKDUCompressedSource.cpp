@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/sources/MeteringKDUCompressedSource.h"
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 MeteringKDUCompressedSource::MeteringKDUCompressedSource(const MeteringKDUCompressedSource& theOther)
     : kdu_compressed_source(), itsSource(theOther.itsSource)

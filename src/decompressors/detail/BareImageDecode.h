@@ -16,7 +16,7 @@ struct CodecRow;
 /// One bare compressed image on its way through a codec into a Renderable.
 ///
 /// Made for one request, which is borrowed together with its source and data set. Not thread-safe.
-class QUORIX_API BareImageDecode
+class BareImageDecode
 {
 public:
     BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator);

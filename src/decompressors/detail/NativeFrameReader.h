@@ -12,7 +12,7 @@ class InputStream;
 /// Frames stand in the value without gaps. Where a frame does not fill its last byte (one-bit pixels,
 /// PS3.5 8.1.1) the next one begins inside that byte; its bits are moved down so that every frame is
 /// delivered from the lowest bit of its first byte. The stream is borrowed. Not thread-safe.
-class QUORIX_API NativeFrameReader
+class NativeFrameReader
 {
 public:
     /// theStream stands at the first byte of the value. theFrameBits: bits of one frame in the value.

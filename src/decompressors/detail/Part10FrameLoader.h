@@ -14,7 +14,7 @@
 ///
 /// Every frame starts from the attributes that the stream has, whatever decoding the frame before wrote
 /// into the data set. The front end is borrowed; it has been parsed and has Pixel Data. Not thread-safe.
-class QUORIX_API Part10FrameLoader
+class Part10FrameLoader
 {
 public:
     /// theClassName: the decompressor's name as messages give it.

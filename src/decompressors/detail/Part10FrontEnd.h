@@ -20,7 +20,7 @@ class DecompressionResult;
 /// Open, then Parse, once each. The request (its stream and data set with it) and the allocator are
 /// borrowed; without a data set in the request the stream is parsed into a private one. Not thread-safe:
 /// one request, one front end.
-class QUORIX_API Part10FrontEnd
+class Part10FrontEnd
 {
 public:
     Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator);
@@ -43,7 +43,6 @@ public:
     /// StreamIOException with the code and text of the failure.
     void Parse();
 
-    Part10InputStream& GetStream() { return itsStream; }
     DecompressionRequest& GetRequest() { return itsRequest; }
     MemoryAllocater& GetMemoryAllocator() { return itsMemoryAllocator; }
 

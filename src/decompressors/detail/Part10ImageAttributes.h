@@ -12,7 +12,7 @@ class DICOMDataObject;
 ///
 /// Values come as the data set has them, of any size and sign; only GetFrameSize judges them. A plain
 /// record: copy it, one copy a frame.
-struct QUORIX_API Part10ImageAttributes
+struct Part10ImageAttributes
 {
     std::int32_t itsRows = 0;
     std::int32_t itsColumns = 0;

@@ -6,7 +6,7 @@
 class Renderable;
 
 /// Keeps what used to be in a block of memory, another patient's image for example, out of decoded images.
-class QUORIX_API UnwrittenPixels
+class UnwrittenPixels
 {
 public:
     UnwrittenPixels() = delete;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dicomfix/CompressionTerms.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/DICOMTag.h"
 
 class DICOMDataObject;

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "image/Renderable.h"
-#include "jni/streams/detail/JavaRenderable.h"
+#include "jni/detail/JavaRenderable.h"
 #include "toolkit/base/CaughtException.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 
 DecodeCall::DecodeCall(JNIEnv& theEnv, jobject theResultObject, const RWCString& theMethod)
     : DecodeCall(theEnv, theResultObject, theMethod, theMethod)

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/DecompressionRequest.h"
 
+#include "jni/detail/JavaAccess.h"
 #include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaInputBufferQueueCompressedSource.h"
 #include "jni/streams/JavaSeekableInputStream.h"
-#include "jni/streams/detail/JavaAccess.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/DecompressionResult.h"
 
+#include "jni/detail/JavaAccess.h"
 #include "jni/streams/StringConverter.h"
-#include "jni/streams/detail/JavaAccess.h"
 
 void DecompressionResult::copyToJava(JNIEnv* theEnv, jobject theResult) const
 {

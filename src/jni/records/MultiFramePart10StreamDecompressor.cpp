@@ -8,7 +8,7 @@
 #include "decompressors/Part10FrameWalk.h"
 #include "image/Renderable.h"
 #include "image/VMMemoryAllocator.h"
-#include "jni/streams/detail/JavaRenderable.h"
+#include "jni/detail/JavaRenderable.h"
 #include "toolkit/base/Exceptions.h"
 
 MultiFramePart10StreamDecompressor::MultiFramePart10StreamDecompressor(JNIEnv* theEnv, jobject theListener,

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 static_assert(sizeof(jchar) == sizeof(char16_t));
 

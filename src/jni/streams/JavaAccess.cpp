@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 namespace
 {

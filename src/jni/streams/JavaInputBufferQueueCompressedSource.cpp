@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 #include "toolkit/base/Exceptions.h"
 
 namespace

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "jni/streams/detail/JavaRenderable.h"
+#include "jni/detail/JavaRenderable.h"
 
 #include <cstdint>
 
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 JavaRenderable::JavaRenderable(JNIEnv& theEnv)
     : itsEnv(theEnv), itsClass(JavaAccess::FindClass(theEnv, CLASS_NAME)),

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "jni/detail/JavaAccess.h"
 #include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaStreamIOException.h"
-#include "jni/streams/detail/JavaAccess.h"
 
 namespace
 {

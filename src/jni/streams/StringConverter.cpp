@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 jstring StringConverter::latin1ToJString(JNIEnv& theEnv, const RWCString& theText)
 {

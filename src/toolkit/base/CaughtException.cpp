@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "toolkit/base/CaughtException.h"
 
-#include "toolkit/base/DecodingInterruptedException.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

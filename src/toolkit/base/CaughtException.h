@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "toolkit/base/DLResultCode.h"
-#include "toolkit/base/Export.h"
-#include "toolkit/base/RWCString.h"
+#include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Exceptions.h"
 
 /// What is known of the exception that is being handled, for those who turn every failure into a result. What
 /// they say of each kind is their own. A plain record.

@@ -12,6 +12,11 @@
 
 MemoryAllocater::~MemoryAllocater() = default;
 
+bool MemoryAllocater::IsMemoryZeroed() const
+{
+    return false;
+}
+
 namespace
 {
 struct Registry

@@ -21,6 +21,10 @@ public:
 
     /// Gives a block back. Null is allowed and does nothing.
     virtual void Free(void* theBlock) = 0;
+
+    /// Whether every block of Allocate is zero-filled; false unless an allocator says so. Declared last of
+    /// the virtual operations, so that those before it keep their places.
+    virtual bool IsMemoryZeroed() const;
 };
 
 /// Whole blocks straight from the operating system's virtual memory.
@@ -91,4 +95,16 @@ public:
 private:
     std::int64_t itsStart;
     std::int64_t itsLapStart;
+};
+
+/// Holds one object of static storage that is built before any dynamic initialisation (declare the holder
+/// constinit) and never destroyed: static objects of callers may use it before our own statics exist and
+/// after those are gone.
+template <class Type>
+union NeverDestroyed
+{
+    constexpr NeverDestroyed() : itsObject() {}
+    ~NeverDestroyed() {}
+
+    Type itsObject;
 };

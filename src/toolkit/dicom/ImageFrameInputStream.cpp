@@ -7,8 +7,8 @@
 #include <optional>
 
 #include "toolkit/base/CodestreamSignature.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
-#include "toolkit/base/StreamIOException.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/io/MemoryInputStream.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "toolkit/base/CodestreamSignature.h"
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/io/EndianHandlingReader.h"
 
 namespace

@@ -39,8 +39,6 @@ public:
     Subband(Tile& theTile, Resolution& theResolution, const ComponentCoding& theCoding,
             const Rect& theComponent, Band theBand);
 
-    Band GetBand() const { return itsBand; }
-
     /// On the subband's own grid (T.800 B-15).
     const Rect& GetRect() const { return itsRect; }
 

@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "decompressors/DecompressionResult.h"
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 /// One call of a decoding method of com.quorix.decompression.NDecompressor: what the methods have in
 /// common.

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "jni/streams/detail/JavaAccess.h"
+#include "jni/detail/JavaAccess.h"
 
 /// The border between Java and native code.
 class NativeBoundary

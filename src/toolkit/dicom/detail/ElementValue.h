@@ -55,8 +55,6 @@ public:
     /// A copy of the value, made on the first call; null for a sequence.
     const void* GetData() const override;
 
-    DcmElement& GetElement() const { return *itsElement; }
-
     /// Gives the element away; this object is only fit for destruction afterwards.
     std::unique_ptr<DcmElement> Release();
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "jni/streams/detail/LocalReference.h"
+#include "jni/detail/LocalReference.h"
 #include "toolkit/base/BaseTypes.h"
 
 /// Look-ups in Java classes and the care of Java exceptions.
