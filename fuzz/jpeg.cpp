@@ -8,10 +8,8 @@
 
 #include "FrameDecode.h"
 #include "WildBlocks.h"
-#include "codecs/jpeg/JPEG12BitDecoder.h"
-#include "codecs/jpeg/JPEG16BitDecoder.h"
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-#include "codecs/jpeg/detail/JPEGPath.h"
+#include "codecs/jpeg/JPEGDecoders.h"
+#include "codecs/jpeg/detail/JPEGLibrary.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 namespace

@@ -203,9 +203,9 @@ const CodecRow* FindRow(const Predicate& thePredicate)
 }
 } // namespace
 
-RWCString CodecRow::GetLossyKind(bool theIsLossy) const
+RWCString CodecRow::GetLossyKind(bool isLossy) const
 {
-    return itsTerms != nullptr && (itsIsAlwaysLossy || theIsLossy) ? itsTerms->itsKind : "";
+    return itsTerms != nullptr && (itsIsAlwaysLossy || isLossy) ? itsTerms->itsKind : "";
 }
 
 void CodecRow::CheckLength(const Decoder& theCodec, std::uint64_t theLength) const
@@ -234,10 +234,10 @@ const CodecRow* CodecTable::FindImageType(std::int32_t theImageType)
                    { return theRow.itsImageType != 0 && theRow.itsImageType == theImageType; });
 }
 
-const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool theIsLossless)
+const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool isLossless)
 {
     const CodecRow* const aNamed = FindImageType(theImageType);
-    if (aNamed == nullptr || aNamed->itsTwinUID == nullptr || (aNamed->itsTerms == nullptr) == theIsLossless)
+    if (aNamed == nullptr || aNamed->itsTwinUID == nullptr || (aNamed->itsTerms == nullptr) == isLossless)
     {
         return aNamed;
     }

@@ -64,9 +64,9 @@ struct QUORIX_API CodecRow
     /// Throws what the codec itself ends with where a frame is damaged. Null where itsLeastSize is.
     void (*itsFail)(const Decoder& theCodec, const RWCString& theReason) = nullptr;
 
-    /// What FixupDICOMObjectFromRenderable is to be told of an image; "" for none. theIsLossy counts where
+    /// What FixupDICOMObjectFromRenderable is to be told of an image; "" for none. isLossy counts where
     /// the transfer syntax allows both.
-    RWCString GetLossyKind(bool theIsLossy) const;
+    RWCString GetLossyKind(bool isLossy) const;
 
     /// Refuses an image that cannot come from theLength compressed bytes, before the memory for its pixels is
     /// taken: small files may declare large images. A length of 0 is not known and passes. The header has
@@ -88,9 +88,9 @@ public:
     /// Null for a transfer syntax without a codec. The comparison is exact.
     static const CodecRow* Find(const RWCString& theTransferSyntaxUID);
 
-    /// What bare streams of a JImageType are decoded as, theIsLossless telling which transfer syntax those of
+    /// What bare streams of a JImageType are decoded as, isLossless telling which transfer syntax those of
     /// a family with and without loss get. Any number may come in; null for one that is no bare stream.
-    static const CodecRow* FindBareStream(std::int32_t theImageType, bool theIsLossless);
+    static const CodecRow* FindBareStream(std::int32_t theImageType, bool isLossless);
 
     /// The row of the image type itself; null for one that is no bare stream.
     static const CodecRow* FindImageType(std::int32_t theImageType);

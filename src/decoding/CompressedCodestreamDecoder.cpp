@@ -160,11 +160,11 @@ bool CompressedCodestreamDecoder::FindReplacement(const RWCString& theText, RWCS
 {
     const auto aSays = [&theText](const char* thePhrase)
     { return theText.find(thePhrase) != RWCString::npos; };
-    const bool aLossless57 = itsTransferSyntaxUID == TransferSyntaxType::TSJPEG57UID;
-    const bool aJPEG = aLossless57 || itsTransferSyntaxUID == TransferSyntaxType::TSJPEG70UID ||
-                       itsTransferSyntaxUID == TransferSyntaxType::TSJPEG51UID ||
-                       itsTransferSyntaxUID == TransferSyntaxType::TSJPEG50UID;
-    if (!aJPEG || !aSays("Unsupported JPEG data precision"))
+    const bool isLossless57 = itsTransferSyntaxUID == TransferSyntaxType::TSJPEG57UID;
+    const bool isJPEG = isLossless57 || itsTransferSyntaxUID == TransferSyntaxType::TSJPEG70UID ||
+                        itsTransferSyntaxUID == TransferSyntaxType::TSJPEG51UID ||
+                        itsTransferSyntaxUID == TransferSyntaxType::TSJPEG50UID;
+    if (!isJPEG || !aSays("Unsupported JPEG data precision"))
     {
         return false;
     }
@@ -178,7 +178,7 @@ bool CompressedCodestreamDecoder::FindReplacement(const RWCString& theText, RWCS
     if (aSays("precision 16"))
     {
         theBitsStored = itsBitsStored < 9 ? 16 : itsBitsStored;
-        theUID = aLossless57 ? itsTransferSyntaxUID : TransferSyntaxType::TSJPEG70UID;
+        theUID = isLossless57 ? itsTransferSyntaxUID : TransferSyntaxType::TSJPEG70UID;
         return true;
     }
     if (aSays("precision 8"))

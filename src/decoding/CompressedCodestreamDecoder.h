@@ -56,7 +56,7 @@ public:
 
     /// True: the codec is asked for unsigned samples whatever Pixel Representation says. Whether it can is
     /// told by IsDecoderSupportedOutputPixelSignConversion; one that cannot delivers them as they are.
-    void SetForceUnsignedPixelOutput(bool theFlag) { itsForceUnsignedPixelOutput = theFlag; }
+    void SetForceUnsignedPixelOutput(bool isSet) { itsForceUnsignedPixelOutput = isSet; }
 
     /// Whether the codec of the last Decode could deliver either sign; false before.
     bool IsDecoderSupportedOutputPixelSignConversion() const

@@ -5,7 +5,7 @@
 #include "toolkit/base/Exceptions.h"
 
 Decoder* DecoderFactory::Create(const RWCString& theTransferSyntaxUID, int theScaleFactor,
-                                Decoder::ParsingErrorTolerance theTolerance, bool theFileStream,
+                                Decoder::ParsingErrorTolerance theTolerance, bool isFileStream,
                                 int theBitsStored)
 {
     const CodecRow* const aRow = CodecTable::Find(theTransferSyntaxUID);
@@ -19,6 +19,6 @@ Decoder* DecoderFactory::Create(const RWCString& theTransferSyntaxUID, int theSc
     }
     // A raw pointer because the interface fixes one; it is the caller's from here on.
     return aRow != nullptr
-               ? aRow->itsCreate({theScaleFactor, theTolerance, theFileStream, theBitsStored}).release()
+               ? aRow->itsCreate({theScaleFactor, theTolerance, isFileStream, theBitsStored}).release()
                : nullptr;
 }

@@ -49,14 +49,14 @@ RWCString OriginalInterpretation(DICOMDataObject& theDataSet)
     return anOriginal;
 }
 
-RWCString NewInterpretation(Decoder::ColorModel theModel, bool theConvertsToRGB, const RWCString& theOriginal)
+RWCString NewInterpretation(Decoder::ColorModel theModel, bool isConvertedToRGB, const RWCString& theOriginal)
 {
     switch (theModel)
     {
     case Decoder::COLOR_MODEL_GREY:
         return theOriginal == "MONOCHROME1" ? theOriginal : "MONOCHROME2";
     case Decoder::COLOR_MODEL_RGB:
-        return theConvertsToRGB ? "RGB" : theOriginal;
+        return isConvertedToRGB ? "RGB" : theOriginal;
     case Decoder::COLOR_MODEL_YBR_FULL_422:
     case Decoder::COLOR_MODEL_YBR_FULL:
     case Decoder::COLOR_MODEL_YBR_RCT:
@@ -138,13 +138,13 @@ void Decoder::UpdateDICOMHeader()
     {
         anUpdate.Replace(DICOMTags::LossyImageCompression, RWCString("01"));
     }
-    const bool aConvertsToRGB = IsDecoderConvertsColorToRGB();
+    const bool isConvertedToRGB = IsDecoderConvertsColorToRGB();
     const RWCString anOriginal = OriginalInterpretation(aDataSet);
     const RWCString anInterpretation =
-        NewInterpretation(GetDecompressedColorspace(), aConvertsToRGB, anOriginal);
+        NewInterpretation(GetDecompressedColorspace(), isConvertedToRGB, anOriginal);
     // Deliberately this word order and not the standard's "PALETTE COLOR": true palette images keep their
     // palette for the conversion that follows decoding.
-    if (aConvertsToRGB && anOriginal == "COLOR PALETTE")
+    if (isConvertedToRGB && anOriginal == "COLOR PALETTE")
     {
         RemovePalette(aDataSet);
     }

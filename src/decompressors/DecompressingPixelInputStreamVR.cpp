@@ -152,13 +152,13 @@ bool DecompressingPixelInputStreamVR::ReadAttributes()
         {DICOMTags::BitsStored, itsBitsStored, "BitsStored"},
         {DICOMTags::SamplesPerPixel, aSamplesPerPixel, "SamplesPerPixel"},
     };
-    bool anAreThere = true;
+    bool isComplete = true;
     for (const auto& anElement : theElements)
     {
         if (!itsDataSet.GetUnsignedShort(anElement.itsTag, anElement.itsValue))
         {
             itsErrorText += std::string("Missing DICOM data element ") + anElement.itsName + ";";
-            anAreThere = false;
+            isComplete = false;
         }
     }
     RWCString aValue;
@@ -168,7 +168,7 @@ bool DecompressingPixelInputStreamVR::ReadAttributes()
     }
     itsNumberOfFrames = Part10ImageAttributes::ReadNumberOfFrames(itsDataSet);
     SetTypeCode(aBitsAllocated < 9 ? VR::TYPE_OB : VR::TYPE_OW);
-    return SetSizes(aRows, aColumns, aBitsAllocated, aSamplesPerPixel) && anAreThere;
+    return SetSizes(aRows, aColumns, aBitsAllocated, aSamplesPerPixel) && isComplete;
 }
 
 bool DecompressingPixelInputStreamVR::SetSizes(int theRows, int theColumns, int theBitsAllocated,

@@ -4,24 +4,24 @@
 DecompressionRequest::DecompressionRequest() = default;
 
 DecompressionRequest::DecompressionRequest(InputStream* theStream, DICOMDataObject* theDataSet,
-                                           const RWCString& theDemoFile, bool theLoadDemoInfoFlag,
+                                           const RWCString& theDemoFile, bool isDemoInfoLoaded,
                                            int theScaleFactor, int theFrameIndex,
                                            const RWCString& theTransferSyntaxUID,
-                                           bool theV5ConvertPixelsToUnsigned)
+                                           bool isV5ConvertedToUnsigned)
     : itsInputStream(theStream), itsDICOMDataObject(theDataSet), itsDemoFile(theDemoFile),
-      itsLoadDemoInfoFlag(theLoadDemoInfoFlag), itsScaleFactor(theScaleFactor), itsFrameIndex(theFrameIndex),
-      itsTransferSyntaxUID(theTransferSyntaxUID), itsV5ConvertPixelsToUnsigned(theV5ConvertPixelsToUnsigned)
+      itsLoadDemoInfoFlag(isDemoInfoLoaded), itsScaleFactor(theScaleFactor), itsFrameIndex(theFrameIndex),
+      itsTransferSyntaxUID(theTransferSyntaxUID), itsV5ConvertPixelsToUnsigned(isV5ConvertedToUnsigned)
 {
 }
 
 DecompressionRequest::DecompressionRequest(kdu_compressed_source* theSource, DICOMDataObject* theDataSet,
-                                           const RWCString& theDemoFile, bool theLoadDemoInfoFlag,
+                                           const RWCString& theDemoFile, bool isDemoInfoLoaded,
                                            int theScaleFactor, int theFrameIndex,
                                            const RWCString& theTransferSyntaxUID,
-                                           bool theV5ConvertPixelsToUnsigned)
+                                           bool isV5ConvertedToUnsigned)
     : itsCompressedSource(theSource), itsDICOMDataObject(theDataSet), itsDemoFile(theDemoFile),
-      itsLoadDemoInfoFlag(theLoadDemoInfoFlag), itsScaleFactor(theScaleFactor), itsFrameIndex(theFrameIndex),
-      itsTransferSyntaxUID(theTransferSyntaxUID), itsV5ConvertPixelsToUnsigned(theV5ConvertPixelsToUnsigned)
+      itsLoadDemoInfoFlag(isDemoInfoLoaded), itsScaleFactor(theScaleFactor), itsFrameIndex(theFrameIndex),
+      itsTransferSyntaxUID(theTransferSyntaxUID), itsV5ConvertPixelsToUnsigned(isV5ConvertedToUnsigned)
 {
 }
 

@@ -26,14 +26,14 @@ public:
     /// A Part 10 stream; the transfer syntax is found in it. For the other arguments see the accessors of
     /// their names.
     DecompressionRequest(InputStream* theStream, DICOMDataObject* theDataSet, const RWCString& theDemoFile,
-                         bool theLoadDemoInfoFlag, int theScaleFactor, int theFrameIndex,
-                         const RWCString& theTransferSyntaxUID, bool theV5ConvertPixelsToUnsigned);
+                         bool isDemoInfoLoaded, int theScaleFactor, int theFrameIndex,
+                         const RWCString& theTransferSyntaxUID, bool isV5ConvertedToUnsigned);
 
     /// A bare compressed image; theTransferSyntaxUID says what it is.
     DecompressionRequest(kdu_compressed_source* theSource, DICOMDataObject* theDataSet,
-                         const RWCString& theDemoFile, bool theLoadDemoInfoFlag, int theScaleFactor,
+                         const RWCString& theDemoFile, bool isDemoInfoLoaded, int theScaleFactor,
                          int theFrameIndex, const RWCString& theTransferSyntaxUID,
-                         bool theV5ConvertPixelsToUnsigned);
+                         bool isV5ConvertedToUnsigned);
 
     /// Reads the fields of a com.quorix.decompression.DecompressionRequest, and owns adapters over its
     /// stream and queue. theClass is not used. A field that is missing ends the reading and leaves the
@@ -81,7 +81,7 @@ public:
     /// Deliver signed pixels as unsigned ones.
     /// @{
     bool isV5ConvertPixelsToUnsigned() const { return itsV5ConvertPixelsToUnsigned; }
-    void setV5ConvertPixelsToUnsigned(bool theFlag) { itsV5ConvertPixelsToUnsigned = theFlag; }
+    void setV5ConvertPixelsToUnsigned(bool isSet) { itsV5ConvertPixelsToUnsigned = isSet; }
     /// @}
 
     /// Bytes of a bare compressed image, 0 where unknown.

@@ -63,7 +63,7 @@ void DecodeBareImage(LFInputStream& theFile, const Arguments& theArguments, cons
 }
 
 /// False for an image type that is not known.
-bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool theLossless,
+bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool isLossless,
                   const Arguments& theArguments, DecompressionResult& theResult)
 {
     if (theImageType == IMAGE_TYPE_DICOM_PART10)
@@ -72,7 +72,7 @@ bool DecodeByType(LFInputStream& theFile, JImageType theImageType, bool theLossl
         return true;
     }
     // IMAGE_TYPE_JPEG2000_LOSSLESS is not known here: the lossless argument says it.
-    const CodecRow* const aRow = CodecTable::FindBareStream(theImageType, theLossless);
+    const CodecRow* const aRow = CodecTable::FindBareStream(theImageType, isLossless);
     if (aRow == nullptr || theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS)
     {
         return false;

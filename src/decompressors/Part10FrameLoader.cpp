@@ -29,9 +29,9 @@ std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::u
            std::uint64_t(theAttributes.itsBitsAllocated);
 }
 
-bool IsNativeOrder(bool theLittleEndian)
+bool IsNativeOrder(bool isLittleEndian)
 {
-    return theLittleEndian == (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+    return isLittleEndian == (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
 }
 } // namespace
 

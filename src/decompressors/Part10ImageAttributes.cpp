@@ -132,9 +132,9 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
     constexpr std::int64_t kLimit = std::numeric_limits<std::int32_t>::max();
     // Odd pixel counts of subsampled images are rounded up by at most three.
     const std::int64_t aPixels = std::int64_t{itsRows} * itsColumns + (itsSamplesPerPixel == 3 ? 3 : 0);
-    const bool aSane = itsRows >= 0 && itsColumns >= 0 && itsSamplesPerPixel >= 0 && itsBitsAllocated >= 0 &&
-                       itsBitsAllocated <= std::numeric_limits<std::int16_t>::max();
-    if (!aSane)
+    const bool isSane = itsRows >= 0 && itsColumns >= 0 && itsSamplesPerPixel >= 0 && itsBitsAllocated >= 0 &&
+                        itsBitsAllocated <= std::numeric_limits<std::int16_t>::max();
+    if (!isSane)
     {
         throw BadAllocException(std::numeric_limits<std::uint64_t>::max());
     }
@@ -142,9 +142,9 @@ Part10ImageAttributes::GetFrameSize(Renderable::PhotometricInterpretation theInt
     if (aPixels > kLimit || aPixels * itsBitsAllocated > kLimit)
     {
         std::uint64_t aBytes = 0;
-        const bool aTooLarge = __builtin_mul_overflow(static_cast<std::uint64_t>(aPixels) / 8,
-                                                      static_cast<std::uint64_t>(itsBitsAllocated), &aBytes);
-        throw BadAllocException(aTooLarge ? std::numeric_limits<std::uint64_t>::max() : aBytes);
+        const bool isTooLarge = __builtin_mul_overflow(static_cast<std::uint64_t>(aPixels) / 8,
+                                                       static_cast<std::uint64_t>(itsBitsAllocated), &aBytes);
+        throw BadAllocException(isTooLarge ? std::numeric_limits<std::uint64_t>::max() : aBytes);
     }
     const std::uint64_t aSize = Renderable::calculateRequiredBufferSize(
         itsRows, itsColumns, itsBitsAllocated, itsSamplesPerPixel, theInterpretation);

@@ -24,14 +24,14 @@ void KeepInScratchpad(DICOMDataObject& theDataSet, const RWCString& theName, con
 /// Brings wide samples to the byte order of the element that will hold them, and gives that its type.
 void FixPixelOrder(const DICOMDataObject& theDataSet, Renderable& theRenderable, VR* thePixelVR)
 {
-    const bool aWide = theRenderable.getBitsAllocated() > 8;
+    const bool isWide = theRenderable.getBitsAllocated() > 8;
     if (thePixelVR != nullptr)
     {
-        thePixelVR->SetTypeCode(aWide ? VR::TYPE_OW : VR::TYPE_OB);
+        thePixelVR->SetTypeCode(isWide ? VR::TYPE_OW : VR::TYPE_OB);
     }
     const DLEndian::Endian anEndian =
         thePixelVR != nullptr ? thePixelVR->GetEndian() : theDataSet.GetEndian();
-    if (aWide && theRenderable.isPixelDataLittleEndian() != (anEndian == DLEndian::LITTLE_ENDIAN_ORDER))
+    if (isWide && theRenderable.isPixelDataLittleEndian() != (anEndian == DLEndian::LITTLE_ENDIAN_ORDER))
     {
         theRenderable.swapDataEndian();
     }
@@ -118,7 +118,7 @@ void FixBits(DICOMDataObject& theDataSet, const Renderable& theRenderable, const
 bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet,
                                                            Renderable* theRenderable, MVRFactory& theFactory,
                                                            VR* thePixelVR, const RWCString& theCompression,
-                                                           bool theMarkReconstituted,
+                                                           bool isMarkedReconstituted,
                                                            DecompressionResult& /*theResult*/)
 {
     if (theDataSet == nullptr || theRenderable == nullptr)
@@ -134,7 +134,7 @@ bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theD
     {
         LossyHistory(*theDataSet, theFactory, theCompression, theRenderable->getCompressionRatio()).Write();
     }
-    if (theMarkReconstituted)
+    if (isMarkedReconstituted)
     {
         ReconstitutionMark::Write(*theDataSet, theFactory);
     }

@@ -75,16 +75,16 @@ void kdu_codestream::set_fussy()
     GetState().GetReports().SetTolerance(j2k::Tolerance::Fussy);
 }
 
-int kdu_codestream::get_num_components(bool theWantOutputComponents) const
+int kdu_codestream::get_num_components(bool isOutputWanted) const
 {
     const std::size_t aCount = GetState().GetReader().GetImageSize().itsComponents.size();
     const std::size_t aLimit = GetState().GetRestrictions().itsMaxComponents;
-    return static_cast<int>(theWantOutputComponents && aLimit > 0 ? std::min(aLimit, aCount) : aCount);
+    return static_cast<int>(isOutputWanted && aLimit > 0 ? std::min(aLimit, aCount) : aCount);
 }
 
-int kdu_codestream::get_fewest_levels(bool theReadAll)
+int kdu_codestream::get_fewest_levels(bool isAllRead)
 {
-    if (theReadAll)
+    if (isAllRead)
     {
         GetState().GetReader().ReadAll();
     }

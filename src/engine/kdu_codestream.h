@@ -50,18 +50,18 @@ public:
 
     /// As fast, and goes on at the next SOP marker after a damaged packet. Whether every packet is expected
     /// to have one changes nothing: those that are there serve.
-    void set_resilient(bool theExpectUbiquitousSOPs = false);
+    void set_resilient(bool isSOPEverywhere = false);
 
     /// Refuses every non-conformance from the standard, with a warning. What the main header has shown
     /// already is reported here.
     void set_fussy();
 
-    /// Components of the codestream; with theWantOutputComponents those that tiles decode.
-    int get_num_components(bool theWantOutputComponents = false) const;
+    /// Components of the codestream; with isOutputWanted those that tiles decode.
+    int get_num_components(bool isOutputWanted = false) const;
 
     /// Levels of the wavelet transform that every component of every tile has: the fewest of them all. Where
-    /// theReadAll is true the rest of the codestream is read for that; otherwise what has been read counts.
-    int get_fewest_levels(bool theReadAll);
+    /// isAllRead is true the rest of the codestream is read for that; otherwise what has been read counts.
+    int get_fewest_levels(bool isAllRead);
 
     /// Limits what is decoded. theDiscardLevels highest resolutions are left out, at most as many as
     /// get_fewest_levels(true) tells. theMaxLayers: quality layers that are used, 0 for all.

@@ -4,8 +4,8 @@
 #include "engine/detail/lines/LineReader.h"
 #include "engine/detail/packets/TileComponent.h"
 
-kdu_decoder::kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts)
-    : itsReader(j2k::LineReader::Create(*theSubband.get_state(), *theAllocator, theUseShorts))
+kdu_decoder::kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool isShort)
+    : itsReader(j2k::LineReader::Create(*theSubband.get_state(), *theAllocator, isShort))
 {
 }
 
@@ -18,9 +18,8 @@ void kdu_decoder::pull(kdu_line_buf& theLine)
     itsReader->Pull(theLine);
 }
 
-kdu_synthesis::kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator,
-                             bool theUseShorts)
-    : itsReader(j2k::LineReader::Create(*theResolution.get_state(), *theAllocator, theUseShorts))
+kdu_synthesis::kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator, bool isShort)
+    : itsReader(j2k::LineReader::Create(*theResolution.get_state(), *theAllocator, isShort))
 {
 }
 

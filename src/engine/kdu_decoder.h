@@ -19,8 +19,8 @@ class LineReader;
 class QUORIX_API kdu_decoder
 {
 public:
-    /// theUseShorts: deliver kdu_sample16 lines; only where kdu_tile_comp::fits_short_lines() is true.
-    kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool theUseShorts);
+    /// isShort: deliver kdu_sample16 lines; only where kdu_tile_comp::fits_short_lines() is true.
+    kdu_decoder(kdu_subband theSubband, kdu_sample_allocator* theAllocator, bool isShort);
     /// What was moved from is good for nothing but its destruction.
     /// @{
     kdu_decoder(kdu_decoder&&) noexcept;
@@ -43,8 +43,8 @@ private:
 class QUORIX_API kdu_synthesis
 {
 public:
-    /// theUseShorts: as for kdu_decoder.
-    kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator, bool theUseShorts);
+    /// isShort: as for kdu_decoder.
+    kdu_synthesis(kdu_resolution theResolution, kdu_sample_allocator* theAllocator, bool isShort);
     /// What was moved from is good for nothing but its destruction.
     /// @{
     kdu_synthesis(kdu_synthesis&&) noexcept;

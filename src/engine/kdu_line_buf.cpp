@@ -68,21 +68,20 @@ namespace
 /// Writable bytes behind the last sample.
 constexpr std::size_t kSlack = 64;
 
-std::size_t ComputeBytes(int theWidth, bool theUseShorts)
+std::size_t ComputeBytes(int theWidth, bool isShort)
 {
-    const std::size_t aSampleSize = theUseShorts ? sizeof(kdu_sample16) : sizeof(kdu_sample32);
+    const std::size_t aSampleSize = isShort ? sizeof(kdu_sample16) : sizeof(kdu_sample32);
     return static_cast<std::size_t>(theWidth) * aSampleSize + kSlack;
 }
 } // namespace
 
-void kdu_line_buf::pre_create(kdu_sample_allocator* theAllocator, int theWidth, bool theAbsolute,
-                              bool theUseShorts)
+void kdu_line_buf::pre_create(kdu_sample_allocator* theAllocator, int theWidth, bool isAbsolute, bool isShort)
 {
     itsAllocator = theAllocator;
     itsSamples = nullptr;
     itsWidth = std::max(theWidth, 0);
-    itsAbsolute = theAbsolute;
-    itsUseShorts = theUseShorts;
+    itsAbsolute = isAbsolute;
+    itsUseShorts = isShort;
     itsAllocator->pre_alloc(ComputeBytes(itsWidth, itsUseShorts));
 }
 

@@ -53,7 +53,7 @@ class QUORIX_API kdu_line_buf
 {
 public:
     /// Announces the line's memory. theWidth in samples, may be 0.
-    void pre_create(kdu_sample_allocator* theAllocator, int theWidth, bool theAbsolute, bool theUseShorts);
+    void pre_create(kdu_sample_allocator* theAllocator, int theWidth, bool isAbsolute, bool isShort);
 
     /// Takes the memory, after the allocator's finalize.
     void create();

@@ -25,7 +25,7 @@ public:
     virtual void put_text(const char* theText) = 0;
 
     /// True: the report is complete.
-    virtual void flush(bool theEndOfMessage = false);
+    virtual void flush(bool isEndOfMessage = false);
 
     /// Called before the first text of a report. The default does nothing.
     virtual void start_message();

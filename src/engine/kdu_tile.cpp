@@ -34,10 +34,10 @@ void kdu_resolution::get_dims(kdu_dims& theDims) const
 
 kdu_subband kdu_resolution::access_subband(int theBand) const
 {
-    const bool anExists = which() == 0 ? theBand == 0 : theBand >= 1 && theBand <= 3;
+    const bool isThere = which() == 0 ? theBand == 0 : theBand >= 1 && theBand <= 3;
     const int anIndex = theBand == 0 ? 0 : theBand - 1;
-    return anExists ? kdu_subband(&itsResolution->GetSubband(static_cast<unsigned int>(anIndex)))
-                    : kdu_subband();
+    return isThere ? kdu_subband(&itsResolution->GetSubband(static_cast<unsigned int>(anIndex)))
+                   : kdu_subband();
 }
 
 kdu_resolution kdu_resolution::access_next() const
@@ -50,10 +50,10 @@ bool kdu_tile_comp::get_reversible() const
     return itsComponent->IsReversible();
 }
 
-int kdu_tile_comp::get_bit_depth(bool theInternal) const
+int kdu_tile_comp::get_bit_depth(bool isInternal) const
 {
-    const bool anIsWider = theInternal && itsComponent->IsReversible() && itsComponent->IsChrominance();
-    return itsComponent->GetSize().itsDepth + (anIsWider ? 1 : 0);
+    const bool isWider = isInternal && itsComponent->IsReversible() && itsComponent->IsChrominance();
+    return itsComponent->GetSize().itsDepth + (isWider ? 1 : 0);
 }
 
 bool kdu_tile_comp::get_signed() const
@@ -73,9 +73,9 @@ int kdu_tile_comp::get_num_resolutions() const
 
 kdu_resolution kdu_tile_comp::access_resolution(int theLevel) const
 {
-    const bool anExists = theLevel >= 0 && theLevel < get_num_resolutions();
-    return anExists ? kdu_resolution(&itsComponent->GetResolution(static_cast<unsigned int>(theLevel)))
-                    : kdu_resolution();
+    const bool isThere = theLevel >= 0 && theLevel < get_num_resolutions();
+    return isThere ? kdu_resolution(&itsComponent->GetResolution(static_cast<unsigned int>(theLevel)))
+                   : kdu_resolution();
 }
 
 kdu_resolution kdu_tile_comp::access_resolution() const
@@ -95,10 +95,10 @@ bool kdu_tile::get_ycc() const
 
 kdu_tile_comp kdu_tile::access_component(int theComponent) const
 {
-    const bool anExists =
+    const bool isThere =
         theComponent >= 0 && static_cast<std::size_t>(theComponent) < itsTile->GetComponentCount();
-    return anExists ? kdu_tile_comp(&itsTile->GetComponent(static_cast<std::size_t>(theComponent)))
-                    : kdu_tile_comp();
+    return isThere ? kdu_tile_comp(&itsTile->GetComponent(static_cast<std::size_t>(theComponent)))
+                   : kdu_tile_comp();
 }
 
 void kdu_tile::close()

@@ -80,8 +80,8 @@ public:
     /// Whether the 5/3 transform (true) or the 9/7 transform is used.
     bool get_reversible() const;
 
-    /// Bits per sample; with theInternal one more where a reversible component transform widens chrominance.
-    int get_bit_depth(bool theInternal = false) const;
+    /// Bits per sample; with isInternal one more where a reversible component transform widens chrominance.
+    int get_bit_depth(bool isInternal = false) const;
 
     /// Whether samples are signed before compression.
     bool get_signed() const;

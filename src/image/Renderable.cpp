@@ -69,8 +69,8 @@ Renderable::photometricInterpretationFromString(const RWCString& theString)
 
 RWCString Renderable::photometricInterpretationTypeToString(PhotometricInterpretation theValue)
 {
-    const bool aKnown = theValue >= INVALID && theValue <= YBR_RCT;
-    return kInterpretationNames[static_cast<std::size_t>(aKnown ? theValue : INVALID)];
+    const bool isKnown = theValue >= INVALID && theValue <= YBR_RCT;
+    return kInterpretationNames[static_cast<std::size_t>(isKnown ? theValue : INVALID)];
 }
 
 std::uint64_t Renderable::calculateRequiredBufferSize(int theRows, int theColumns, int theBitsAllocated,

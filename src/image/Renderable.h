@@ -80,7 +80,7 @@ public:
     /// codec may have lost something.
     /// @{
     bool isLossyImageCompression() const { return itsLossyImageCompression; }
-    void setLossyImageCompression(bool theFlag) { itsLossyImageCompression = theFlag; }
+    void setLossyImageCompression(bool isSet) { itsLossyImageCompression = isSet; }
     /// @}
 
     /// What the samples mean.
@@ -103,13 +103,13 @@ public:
     /// Byte order of samples wider than 8 bits.
     /// @{
     bool isPixelDataLittleEndian() const { return itsPixelDataLittleEndian; }
-    void setPixelDataLittleEndian(bool theFlag) { itsPixelDataLittleEndian = theFlag; }
+    void setPixelDataLittleEndian(bool isSet) { itsPixelDataLittleEndian = isSet; }
     /// @}
 
     /// True: colour-by-plane; false: colour-by-pixel.
     /// @{
     bool isPlanarConfiguration() const { return itsPlanarConfiguration; }
-    void setPlanarConfiguration(bool theFlag) { itsPlanarConfiguration = theFlag; }
+    void setPlanarConfiguration(bool isSet) { itsPlanarConfiguration = isSet; }
     /// @}
 
     /// Rows of pixels.
@@ -133,7 +133,7 @@ public:
     /// Samples are two's complement.
     /// @{
     bool isSigned() const { return itsSigned; }
-    void setSigned(bool theFlag) { itsSigned = theFlag; }
+    void setSigned(bool isSet) { itsSigned = isSet; }
     /// @}
 
     /// Where the buffer comes from and goes back to.
@@ -222,8 +222,8 @@ public:
     void saveToFile(const char* theName) const;
     /// The same while holding the write lock.
     void saveToFileLocked(const char* theName) const;
-    /// saveToFileLocked where theLock is true, else the form without a lock.
-    void saveToFile(const char* theName, bool theLock) const;
+    /// saveToFileLocked where isLocked is true, else the form without a lock.
+    void saveToFile(const char* theName, bool isLocked) const;
 
     /// Reads a cache file of any scale factor into an image that holds no buffer. True after a complete
     /// load; throws StreamIOException with code 64 (lock), 67 (input, output and format), 11 (no memory, or a
@@ -235,11 +235,11 @@ public:
     bool loadFromFile(const char* theName, short theScaleFactor);
     /// theScaleFactor > 0 accepts files of at most that scale factor, 0 any, < 0 exactly the negated
     /// value. False, with nothing changed, when the file's is not acceptable.
-    bool loadFromFile(const char* theName, short theScaleFactor, bool theLock);
+    bool loadFromFile(const char* theName, short theScaleFactor, bool isLocked);
 
 private:
-    void writeCacheFile(const RWCString& theName, bool theLock) const;
-    bool readCacheFile(const RWCString& theName, std::int16_t theScaleFactor, bool theLock);
+    void writeCacheFile(const RWCString& theName, bool isLocked) const;
+    bool readCacheFile(const RWCString& theName, std::int16_t theScaleFactor, bool isLocked);
     void allocateForLoad(const RWCString& theName);
 
     bool itsPixelDataLittleEndian = true;

@@ -97,11 +97,12 @@ std::uint64_t ChunkSize()
 
 /// Opens the file and takes the lock where one is wanted. Returns 0, or the error code of an open that
 /// failed without a lock wanted: such a file behaves like a bad descriptor and fails at its first transfer.
-int OpenFile(LFStream& theStream, const RWCString& theName, int theMode, bool theLock,
+int OpenFile(LFStream& theStream, const RWCString& theName, int theMode, bool isLocked,
              LFStream::LockMode theLockMode)
 {
     const int anOpenError = theStream.open(theName.c_str(), theMode, LFStream::SHARE_DENY_NONE) ? 0 : errno;
-    if (theLock && (anOpenError != 0 || theStream.Lock(LFStream::GetDefaultLockWaitTime(), theLockMode) == 0))
+    if (isLocked &&
+        (anOpenError != 0 || theStream.Lock(LFStream::GetDefaultLockWaitTime(), theLockMode) == 0))
     {
         const int anError = anOpenError != 0 ? anOpenError : errno;
         throw StreamIOException("Unable to lock file " + theName, DLRC_LOCK_FAILURE, anError);
@@ -297,12 +298,12 @@ void Renderable::saveToFileLocked(const char* theName) const
     saveToFile(theName, true);
 }
 
-void Renderable::saveToFile(const char* theName, bool theLock) const
+void Renderable::saveToFile(const char* theName, bool isLocked) const
 {
     const RWCString aName = NameOf(theName);
     try
     {
-        writeCacheFile(aName, theLock);
+        writeCacheFile(aName, isLocked);
     }
     catch (...)
     {
@@ -310,11 +311,11 @@ void Renderable::saveToFile(const char* theName, bool theLock) const
     }
 }
 
-void Renderable::writeCacheFile(const RWCString& theName, bool theLock) const
+void Renderable::writeCacheFile(const RWCString& theName, bool isLocked) const
 {
     LFStream aStream(LFStream::UNBUFFERED); // gives up lock and descriptor on every way out
     const int anOpenError =
-        OpenFile(aStream, theName, LFStream::MODE_WRITE_BINARY, theLock, LFStream::LOCK_FOR_WRITING);
+        OpenFile(aStream, theName, LFStream::MODE_WRITE_BINARY, isLocked, LFStream::LOCK_FOR_WRITING);
     const Header aHeader = MakeHeader(*this, itsIDString);
     if (anOpenError != 0 || aStream.Write(aHeader.data(), aHeader.size()) < 0)
     {
@@ -325,8 +326,8 @@ void Renderable::writeCacheFile(const RWCString& theName, bool theLock) const
     // Deliberately the reverse of what the text says: a larger buffer is refused, a smaller one filled up
     // with zeros. Callers know this refusal by its words.
     // A size that has wrapped is refused likewise: completing it would fill the disk.
-    const bool aWrapped = itsPixelData != nullptr && aRequired >= kWrappedSize;
-    if (aRequired < getPixelDataSize() || aWrapped)
+    const bool isWrapped = itsPixelData != nullptr && aRequired >= kWrappedSize;
+    if (aRequired < getPixelDataSize() || isWrapped)
     {
         throw StreamIOException("actual pixel data buffer size less than calculated required size" + theName,
                                 DLRC_GENERAL_FAILURE, 0);
@@ -360,12 +361,12 @@ bool Renderable::loadFromFile(const char* theName, short theScaleFactor)
     return loadFromFile(theName, theScaleFactor, false);
 }
 
-bool Renderable::loadFromFile(const char* theName, short theScaleFactor, bool theLock)
+bool Renderable::loadFromFile(const char* theName, short theScaleFactor, bool isLocked)
 {
     const RWCString aName = NameOf(theName);
     try
     {
-        return readCacheFile(aName, theScaleFactor, theLock);
+        return readCacheFile(aName, theScaleFactor, isLocked);
     }
     catch (...)
     {
@@ -373,12 +374,12 @@ bool Renderable::loadFromFile(const char* theName, short theScaleFactor, bool th
     }
 }
 
-bool Renderable::readCacheFile(const RWCString& theName, std::int16_t theScaleFactor, bool theLock)
+bool Renderable::readCacheFile(const RWCString& theName, std::int16_t theScaleFactor, bool isLocked)
 {
     DMTickCounter aCounter;
     LFStream aStream(LFStream::UNBUFFERED); // gives up lock and descriptor on every way out
     const int anOpenError =
-        OpenFile(aStream, theName, LFStream::MODE_READ_BINARY, theLock, LFStream::LOCK_FOR_READING);
+        OpenFile(aStream, theName, LFStream::MODE_READ_BINARY, isLocked, LFStream::LOCK_FOR_READING);
     setTimeTakenToOpenStream(aCounter.Lap() * 1000.0);
 
     const Header aHeader = ReadHeader(aStream, anOpenError, theName);

@@ -68,10 +68,10 @@ int VMMemoryAllocator::VMFree(void* theBlock)
     {
         return 0;
     }
-    const bool aResult = VirtualMemory::VirtualFree(theBlock);
+    const bool isFreed = VirtualMemory::VirtualFree(theBlock);
     // Deliberately counted even when nothing was released.
     --itsNumHeapBlocks;
-    return aResult ? 1 : 0;
+    return isFreed ? 1 : 0;
 }
 
 std::uint64_t VMMemoryAllocator::GetNumHeapBlocks()

@@ -18,8 +18,8 @@ enum class OutputWidth
 /// Where samples lie: sample s of pixel p is number p × itsPixelStep + s × itsPlaneStep.
 struct SampleLayout
 {
-    explicit SampleLayout(bool thePlanar, std::uint64_t thePixels)
-        : itsPixelStep(thePlanar ? 1 : 3), itsPlaneStep(thePlanar ? thePixels : 1)
+    explicit SampleLayout(bool isPlanar, std::uint64_t thePixels)
+        : itsPixelStep(isPlanar ? 1 : 3), itsPlaneStep(isPlanar ? thePixels : 1)
     {
     }
     std::uint64_t itsPixelStep;
@@ -67,11 +67,11 @@ private:
     std::uint16_t itsBias;
 };
 
-void ConvertYBRFull8(const Renderable& theRenderable, bool thePlanar, const std::uint8_t* theInput,
+void ConvertYBRFull8(const Renderable& theRenderable, bool isPlanar, const std::uint8_t* theInput,
                      std::uint8_t* theOutput, std::uint64_t thePixels)
 {
     const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
-    if (thePlanar)
+    if (isPlanar)
     {
         ColourKernels::ConvertYBRFullPlanes(theInput, theInput + thePixels, theInput + 2 * thePixels,
                                             theOutput, thePixels, aBias);
@@ -133,18 +133,18 @@ void ConvertYBRFull(const char* theOperation, Renderable& theRenderable, OutputW
     aChecks.CheckBufferSize(theRenderable, theRenderable.getPixelData(), theRenderable.getPixelDataSize(),
                             aPixels * 3);
 
-    const bool aPlanar = theRenderable.isPlanarConfiguration();
-    const bool aWide = theRenderable.getBitsAllocated() == 16;
+    const bool isPlanar = theRenderable.isPlanarConfiguration();
+    const bool isWide = theRenderable.getBitsAllocated() == 16;
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
-    if (aWide)
+    if (isWide)
     {
-        ConvertYBRFull16(SixteenBitConverter(theRenderable, theWidth), SampleLayout(aPlanar, aPixels),
+        ConvertYBRFull16(SixteenBitConverter(theRenderable, theWidth), SampleLayout(isPlanar, aPixels),
                          aConversion.GetInput(), anOutput, aPixels);
     }
     else
     {
-        ConvertYBRFull8(theRenderable, aPlanar, aConversion.GetInput(), anOutput, aPixels);
+        ConvertYBRFull8(theRenderable, isPlanar, aConversion.GetInput(), anOutput, aPixels);
     }
     SetNativeOrder(theRenderable);
     aConversion.ReleaseInput();
@@ -174,11 +174,11 @@ std::uint64_t Check422(const ConversionChecks& theChecks, const Renderable& theR
 void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, OutputWidth theWidth)
 {
     const std::uint64_t aPixels = Check422(ConversionChecks(theOperation), theRenderable);
-    const bool aWide = theRenderable.getBitsAllocated() == 16;
+    const bool isWide = theRenderable.getBitsAllocated() == 16;
     const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
-    if (aWide)
+    if (isWide)
     {
         ConvertYBRFull422With16(SixteenBitConverter(theRenderable, theWidth), aConversion.GetInput(),
                                 anOutput, aPixels / 2);
@@ -193,9 +193,9 @@ void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, Outp
 
 /// The high bytes of three planes of 16-bit samples, interleaved.
 void InterleaveHighBytes(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
-                         bool theHighByteSecond)
+                         bool isHighByteSecond)
 {
-    const std::uint64_t anOffset = theHighByteSecond ? 1 : 0;
+    const std::uint64_t anOffset = isHighByteSecond ? 1 : 0;
     for (std::uint64_t p = 0; p < thePixels; ++p)
     {
         for (std::uint64_t s = 0; s < 3; ++s)
@@ -206,20 +206,20 @@ void InterleaveHighBytes(const std::uint8_t* theInput, std::uint8_t* theOutput, 
 }
 
 void ConvertRGBSamples(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
-                       bool theWide, bool thePlanar, bool theHighByteSecond)
+                       bool isWide, bool isPlanar, bool isHighByteSecond)
 {
-    if (!theWide)
+    if (!isWide)
     {
         ColourKernels::InterleavePlanes(theInput, theInput + thePixels, theInput + 2 * thePixels, theOutput,
                                         thePixels);
     }
-    else if (thePlanar)
+    else if (isPlanar)
     {
-        InterleaveHighBytes(theInput, theOutput, thePixels, theHighByteSecond);
+        InterleaveHighBytes(theInput, theOutput, thePixels, isHighByteSecond);
     }
     else
     {
-        ColourKernels::KeepHalves(theInput, theOutput, thePixels * 3, theHighByteSecond);
+        ColourKernels::KeepHalves(theInput, theOutput, thePixels * 3, isHighByteSecond);
     }
 }
 } // namespace
@@ -267,15 +267,15 @@ void DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& t
     aChecks.CheckBufferSize(theRenderable, theRenderable.getPixelData(), theRenderable.getPixelDataSize(),
                             aPixels * 3);
 
-    const bool aWide = theRenderable.getBitsAllocated() == 16;
-    const bool aPlanar = theRenderable.isPlanarConfiguration();
-    if (!aWide && !aPlanar)
+    const bool isWide = theRenderable.getBitsAllocated() == 16;
+    const bool isPlanar = theRenderable.isPlanarConfiguration();
+    if (!isWide && !isPlanar)
     {
         return;
     }
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, 8);
-    ConvertRGBSamples(aConversion.GetInput(), anOutput, aPixels, aWide, aPlanar,
+    ConvertRGBSamples(aConversion.GetInput(), anOutput, aPixels, isWide, isPlanar,
                       theRenderable.isPixelDataLittleEndian());
     aConversion.ReleaseInput();
 }

@@ -217,7 +217,7 @@ size_t Interleave(const uint8_t* theFirst, const uint8_t* theSecond, const uint8
     return p;
 }
 
-size_t KeepHalves(const uint8_t* theInput, uint8_t* theOutput, size_t thePairs, bool theSecondByte)
+size_t KeepHalves(const uint8_t* theInput, uint8_t* theOutput, size_t thePairs, bool isSecondByte)
 {
     const hn::ScalableTag<uint8_t> aTag;
     const size_t aStep = hn::Lanes(aTag);
@@ -226,7 +226,7 @@ size_t KeepHalves(const uint8_t* theInput, uint8_t* theOutput, size_t thePairs, 
     {
         hn::Vec<hn::ScalableTag<uint8_t>> aFirst, aSecond;
         hn::LoadInterleaved2(aTag, theInput + 2 * i, aFirst, aSecond);
-        hn::StoreU(theSecondByte ? aSecond : aFirst, aTag, theOutput + i);
+        hn::StoreU(isSecondByte ? aSecond : aFirst, aTag, theOutput + i);
     }
     return i;
 }
@@ -311,11 +311,11 @@ void ColourKernels::InterleavePlanes(const std::uint8_t* theFirst, const std::ui
 }
 
 void ColourKernels::KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
-                               bool theSecondByte)
+                               bool isSecondByte)
 {
-    const std::size_t anOffset = theSecondByte ? 1 : 0;
+    const std::size_t anOffset = isSecondByte ? 1 : 0;
     std::size_t i =
-        HWY_DYNAMIC_DISPATCH(ColourVectors::KeepHalves)(theInput, theOutput, thePairs, theSecondByte);
+        HWY_DYNAMIC_DISPATCH(ColourVectors::KeepHalves)(theInput, theOutput, thePairs, isSecondByte);
     for (; i < thePairs; ++i)
     {
         theOutput[i] = theInput[2 * i + anOffset];

@@ -65,9 +65,9 @@ public:
     /// @{
 
     /// Value range, sign-extended into the unsigned outputs. Samples equal to thePaddingValue are left
-    /// out unless it is 0. theRemoveBurnIns: go on with AdjustMinMaxToRemoveBurnIns.
+    /// out unless it is 0. isBurnInRemoved: go on with AdjustMinMaxToRemoveBurnIns.
     static void CalculateMinMax(Renderable& theRenderable, unsigned int thePaddingValue, unsigned int& theMin,
-                                unsigned int& theMax, bool theRemoveBurnIns, float thePercent,
+                                unsigned int& theMax, bool isBurnInRemoved, float thePercent,
                                 int theMinimumShift);
 
     /// Moves either end of the range inwards past thePercent of the pixels, if that moves it by more than
@@ -100,11 +100,11 @@ public:
 
     /// Makes theDataSet describe the decoded pixels of theRenderable and, for lossy input, record its
     /// history. thePixelVR (may be null) receives type code OB or OW, and the pixels its byte order.
-    /// theCompression: "JPG", "JP2" (any case) or empty. theMarkReconstituted: also write the private
+    /// theCompression: "JPG", "JP2" (any case) or empty. isMarkedReconstituted: also write the private
     /// reconstitution mark. Always true; toolkit exceptions pass through. theResult is not used.
     static bool FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet, Renderable* theRenderable,
                                                MVRFactory& theFactory, VR* thePixelVR,
-                                               const RWCString& theCompression, bool theMarkReconstituted,
+                                               const RWCString& theCompression, bool isMarkedReconstituted,
                                                DecompressionResult& theResult);
 
     /// Moves the colour palette from the attributes into the data set's palette objects; a channel that

@@ -72,30 +72,30 @@ std::vector<Colour> MakeColourTable(const Palettes& thePalettes)
 
 template <class Index>
 void MapPixels(const Palettes& thePalettes, const std::uint8_t* theInput, std::uint8_t* theOutput,
-               std::uint64_t thePixels, bool theSwapped)
+               std::uint64_t thePixels, bool isSwapped)
 {
     using Pattern = std::make_unsigned_t<Index>;
     const std::vector<Colour> aTable = MakeColourTable<Index>(thePalettes);
     for (std::uint64_t p = 0; p < thePixels; ++p)
     {
-        const Colour& aColour = aTable[PixelSample::Read<Pattern>(theInput, p, theSwapped)];
+        const Colour& aColour = aTable[PixelSample::Read<Pattern>(theInput, p, isSwapped)];
         // The fourth byte belongs to the next pixel, which comes later; the last pixel has none.
         std::memcpy(theOutput + 3 * p, aColour.data(), p + 1 < thePixels ? 4 : 3);
     }
 }
 
 void MapAllPixels(const Palettes& thePalettes, const std::uint8_t* theInput, std::uint8_t* theOutput,
-                  std::uint64_t thePixels, int theBits, bool theSigned, bool theSwapped)
+                  std::uint64_t thePixels, int theBits, bool isSigned, bool isSwapped)
 {
     if (theBits == 8)
     {
-        const auto map = theSigned ? MapPixels<std::int8_t> : MapPixels<std::uint8_t>;
+        const auto map = isSigned ? MapPixels<std::int8_t> : MapPixels<std::uint8_t>;
         map(thePalettes, theInput, theOutput, thePixels, false);
     }
     else
     {
-        const auto map = theSigned ? MapPixels<std::int16_t> : MapPixels<std::uint16_t>;
-        map(thePalettes, theInput, theOutput, thePixels, theSwapped);
+        const auto map = isSigned ? MapPixels<std::int16_t> : MapPixels<std::uint16_t>;
+        map(thePalettes, theInput, theOutput, thePixels, isSwapped);
     }
 }
 
@@ -128,7 +128,7 @@ void DecompressionLibUtils::ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObje
     RenderableConversion aConversion(theRenderable);
     const std::uint64_t aPixels = CheckIndices(aChecks, theRenderable, aConversion);
     const int aBits = theRenderable.getBitsAllocated();
-    const bool aSigned = theRenderable.isSigned();
+    const bool isSigned = theRenderable.isSigned();
 
     // The Renderable is described anew before any palette is looked at: callers rely on that order.
     theRenderable.setSigned(false);
@@ -142,7 +142,7 @@ void DecompressionLibUtils::ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObje
         aConversion.ReleaseInput();
         aChecks.Fail(aFault);
     }
-    MapAllPixels(aPalettes, aConversion.GetInput(), anOutput, aPixels, aBits, aSigned,
+    MapAllPixels(aPalettes, aConversion.GetInput(), anOutput, aPixels, aBits, isSigned,
                  PixelSample::IsSwapped(theRenderable));
     aConversion.ReleaseInput();
 }

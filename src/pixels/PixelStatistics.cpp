@@ -38,19 +38,19 @@ void ScanRange(const Renderable& theRenderable, unsigned thePadding, unsigned& t
 {
     const Samples aSamples(theRenderable, sizeof(Sample));
     const auto aPadding = static_cast<Sample>(thePadding);
-    const bool anExclude = thePadding != 0;
+    const bool isPaddingExcluded = thePadding != 0;
     Sample aMin = std::numeric_limits<Sample>::max();
     Sample aMax = std::numeric_limits<Sample>::min();
     std::uint64_t i = 0;
     if (sizeof(Sample) == 1 || !aSamples.itsSwapped)
     {
-        i = StatisticsKernels::Scan(aSamples.itsData, aSamples.itsCount, anExclude ? &aPadding : nullptr,
-                                    aMin, aMax);
+        i = StatisticsKernels::Scan(aSamples.itsData, aSamples.itsCount,
+                                    isPaddingExcluded ? &aPadding : nullptr, aMin, aMax);
     }
     for (; i < aSamples.itsCount; ++i)
     {
         const auto aSample = PixelSample::Read<Sample>(aSamples.itsData, i, aSamples.itsSwapped);
-        if (!anExclude || aSample != aPadding)
+        if (!isPaddingExcluded || aSample != aPadding)
         {
             aMin = std::min(aMin, aSample);
             aMax = std::max(aMax, aSample);
@@ -63,15 +63,15 @@ void ScanRange(const Renderable& theRenderable, unsigned thePadding, unsigned& t
 
 void ScanGreyRange(const Renderable& theRenderable, unsigned thePadding, unsigned& theMin, unsigned& theMax)
 {
-    const bool aSigned = theRenderable.isSigned();
+    const bool isSigned = theRenderable.isSigned();
     if (theRenderable.getBitsAllocated() == 16)
     {
-        const auto scan = aSigned ? ScanRange<std::int16_t> : ScanRange<std::uint16_t>;
+        const auto scan = isSigned ? ScanRange<std::int16_t> : ScanRange<std::uint16_t>;
         scan(theRenderable, thePadding, theMin, theMax);
     }
     else if (theRenderable.getBitsAllocated() == 8)
     {
-        const auto scan = aSigned ? ScanRange<std::int8_t> : ScanRange<std::uint8_t>;
+        const auto scan = isSigned ? ScanRange<std::int8_t> : ScanRange<std::uint8_t>;
         scan(theRenderable, thePadding, theMin, theMax);
     }
 }
@@ -161,7 +161,7 @@ std::uint32_t GetDownwardShift(const std::uint32_t* theBins, std::uint32_t theCo
 } // namespace
 
 void DecompressionLibUtils::CalculateMinMax(Renderable& theRenderable, unsigned int thePaddingValue,
-                                            unsigned int& theMin, unsigned int& theMax, bool theRemoveBurnIns,
+                                            unsigned int& theMin, unsigned int& theMax, bool isBurnInRemoved,
                                             float thePercent, int theMinimumShift)
 {
     if (theRenderable.getSamplesPerPixel() != 1)
@@ -173,7 +173,7 @@ void DecompressionLibUtils::CalculateMinMax(Renderable& theRenderable, unsigned 
     {
         ScanGreyRange(theRenderable, thePaddingValue, theMin, theMax);
     }
-    if (theRemoveBurnIns)
+    if (isBurnInRemoved)
     {
         AdjustMinMaxToRemoveBurnIns(theRenderable, theMin, theMax, thePercent, theMinimumShift);
     }

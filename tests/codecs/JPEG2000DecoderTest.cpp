@@ -10,13 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/jpeg/JPEGDecoderException.h"
-#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
-#include "codecs/jpeg2000/KDUErrorMessageCallbackException.h"
-#include "codecs/jpeg2000/KDUWarningMessageCallbackException.h"
+#include "codecs/jpeg/JPEGDecoder.h"
+#include "codecs/jpeg2000/KDUMessages.h"
 #include "decoding/FakeDecoder.h"
 #include "support/Jpeg2000Streams.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/Exceptions.h"
 
 using namespace Jpeg2000Streams;
 

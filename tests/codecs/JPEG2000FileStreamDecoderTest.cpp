@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/jpeg2000/JPEG2000FileStreamDecoder.h"
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 
 #include <memory>
 

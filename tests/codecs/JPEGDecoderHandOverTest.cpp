@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "codecs/JPEGTestHelpers.h"
-#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEGDecoder.h"
 
 namespace
 {

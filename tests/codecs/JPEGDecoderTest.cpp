@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "codecs/JPEGTestHelpers.h"
-#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEGDecoder.h"
 #include "decoding/FakeDecoder.h"
-#include "toolkit/base/DecodingInterruptedException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

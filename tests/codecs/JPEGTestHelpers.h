@@ -10,13 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/jpeg/JPEG12BitDecoder.h"
-#include "codecs/jpeg/JPEG16BitDecoder.h"
-#include "codecs/jpeg/JPEG8BitDecoder.h"
-#include "codecs/jpeg/detail/JPEGPath.h"
+#include "codecs/jpeg/JPEGDecoders.h"
+#include "codecs/jpeg/detail/JPEGLibrary.h"
 #include "support/ByteSource.h"
 #include "support/JpegFixtures.h"
-#include "toolkit/base/ExceptionBase.h"
+#include "toolkit/base/Exceptions.h"
 
 using Bytes = std::vector<std::uint8_t>;
 using Samples = std::vector<std::uint16_t>;

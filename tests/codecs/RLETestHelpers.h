@@ -7,7 +7,7 @@
 
 #include "codecs/rle/detail/RLEFrameDecoder.h"
 #include "decoding/FakeDecoder.h"
-#include "toolkit/base/DICOMLibException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace RLETest
 {

@@ -5,11 +5,11 @@
 #include <functional>
 
 #include "codecs/JPEGTestHelpers.h"
-#include "codecs/jpeg/JPEGDecoderException.h"
+#include "codecs/jpeg/JPEGDecoder.h"
 #include "decoding/FakeDecoder.h"
 #include "support/RleEncoder.h"
-#include "toolkit/base/DecodingInterruptedException.h"
-#include "toolkit/base/MemoryAllocater.h"
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 #include "toolkit/io/MemoryInputStream.h"
 
 namespace

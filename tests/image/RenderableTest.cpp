@@ -10,8 +10,7 @@
 #include "support/FailureOf.h"
 #include "support/ImageMaker.h"
 #include "support/TemporaryFile.h"
-#include "toolkit/base/BadAllocException.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

@@ -9,8 +9,7 @@
 
 #include "image/ProcessHeapMemoryAllocator.h"
 #include "support/FailureOf.h"
-#include "toolkit/base/BadAllocException.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

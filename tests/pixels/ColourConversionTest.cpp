@@ -7,7 +7,7 @@
 
 #include "support/FailureOf.h"
 #include "support/ImageMaker.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace

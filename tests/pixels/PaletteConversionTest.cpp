@@ -8,7 +8,7 @@
 #include "support/DataSet.h"
 #include "support/FailureOf.h"
 #include "support/ImageMaker.h"
-#include "toolkit/base/DLRuntimeException.h"
+#include "toolkit/base/Exceptions.h"
 
 namespace
 {

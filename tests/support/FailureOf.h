@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "toolkit/base/StreamIOException.h"
+#include "toolkit/base/Exceptions.h"
 
 /// What an operation throws as an Exception, in one line: the text, and " [result code, system error]" where
 /// there are codes; "(nothing)" when nothing is thrown. Other exceptions pass.

@@ -75,10 +75,10 @@ JPEGColorSpace ThreeComponentSpace(const JPEGFrameHeader& theHeader, Decoder::Co
         theDataSetModel == Decoder::COLOR_MODEL_RGB ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
     const JPEGColorSpace aLosslessSpace =
         theDataSetModel == Decoder::COLOR_MODEL_YBR_FULL_422 ? JPEGColorSpace::YCBCR : JPEGColorSpace::RGB;
-    const bool aLossless = theHeader.itsProcess == JPEGProcess::LOSSLESS;
+    const bool isLossless = theHeader.itsProcess == JPEGProcess::LOSSLESS;
     if (theHeader.itsJFIF)
     {
-        return aLossless ? aLosslessSpace : JPEGColorSpace::YCBCR;
+        return isLossless ? aLosslessSpace : JPEGColorSpace::YCBCR;
     }
     if (theHeader.itsAdobe)
     {
@@ -92,13 +92,13 @@ JPEGColorSpace ThreeComponentSpace(const JPEGFrameHeader& theHeader, Decoder::Co
     {
         return JPEGColorSpace::RGB;
     }
-    return aLossless ? aLosslessSpace : aLossySpace;
+    return isLossless ? aLosslessSpace : aLossySpace;
 }
 
 JPEGColorSpace FourComponentSpace(const JPEGFrameHeader& theHeader)
 {
-    const bool aTransformed = theHeader.itsAdobe && theHeader.itsAdobeTransform != 0;
-    return aTransformed ? JPEGColorSpace::YCCK : JPEGColorSpace::CMYK;
+    const bool isTransformed = theHeader.itsAdobe && theHeader.itsAdobeTransform != 0;
+    return isTransformed ? JPEGColorSpace::YCCK : JPEGColorSpace::CMYK;
 }
 
 } // namespace
@@ -231,11 +231,11 @@ void JPEGDecoder::CorrectCompressedColorSpace()
 void JPEGDecoder::SettleOutput()
 {
     const JPEGFrameHeader aHeader = itsState->itsLibrary->GetHeader();
-    const bool aGrey = aHeader.itsColorSpace == JPEGColorSpace::GRAYSCALE;
-    itsState->itsLibrary->SetOutputColorSpace(aGrey ? JPEGColorSpace::GRAYSCALE : JPEGColorSpace::RGB);
-    itsDecompressedColorspace = aGrey ? COLOR_MODEL_GREY : COLOR_MODEL_RGB;
+    const bool isGrey = aHeader.itsColorSpace == JPEGColorSpace::GRAYSCALE;
+    itsState->itsLibrary->SetOutputColorSpace(isGrey ? JPEGColorSpace::GRAYSCALE : JPEGColorSpace::RGB);
+    itsDecompressedColorspace = isGrey ? COLOR_MODEL_GREY : COLOR_MODEL_RGB;
     itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
-    itsSamplesPerPixel = aGrey ? 1 : 3;
+    itsSamplesPerPixel = isGrey ? 1 : 3;
     itsCompressionReversible = aHeader.itsProcess == JPEGProcess::LOSSLESS ? CR_REVERSIBLE : CR_IRREVERSIBLE;
 }
 
@@ -289,8 +289,8 @@ void JPEGDecoder::CheckBuffer(const void* theBuffer, std::uint64_t theSize) cons
     const std::uint64_t aRequired = GetOutputSize();
     const std::uint64_t aGiven = theBuffer == nullptr ? 0 : theSize;
     // Deliberately no check of a size of 0: callers that pass none answer for their buffer themselves.
-    const bool aSizeIsGiven = theBuffer == nullptr || theSize != 0;
-    if (aSizeIsGiven && aGiven < aRequired)
+    const bool isSizeGiven = theBuffer == nullptr || theSize != 0;
+    if (isSizeGiven && aGiven < aRequired)
     {
         throw StreamIOException("JPEGDecoder::Decode: the decoded image has " + std::to_string(aRequired) +
                                     " bytes, the output buffer " + std::to_string(aGiven),

@@ -100,48 +100,48 @@ void JPEG2000LineOutput::Copy(const kdu_line_buf& theLine, void* theOutput, int 
 }
 
 void JPEG2000Decoder::CopySamplesToOutput(const kdu_line_buf& theLine, void* theOutput,
-                                          int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                          int theBitsStoredPerOutputSample, bool isOutputSigned,
                                           int theBytesPerOutputSample, int theStride)
 {
-    JPEG2000LineOutput::Copy(theLine, theOutput, theBitsStoredPerOutputSample, theSignedOutput,
+    JPEG2000LineOutput::Copy(theLine, theOutput, theBitsStoredPerOutputSample, isOutputSigned,
                              theBytesPerOutputSample, theStride);
 }
 
 void JPEG2000Decoder::ConvertShortsToOutputSamples(const kdu_sample16* theSource, void* theOutput,
                                                    int theCount, int theBitsStoredPerOutputSample,
-                                                   bool theSignedOutput, int theBytesPerOutputSample,
+                                                   bool isOutputSigned, int theBytesPerOutputSample,
                                                    int theStride)
 {
     JPEG2000LineOutput::Convert(JPEG2000LineKind::SHORTS, theSource, theOutput, theCount,
-                                theBitsStoredPerOutputSample, theSignedOutput, theBytesPerOutputSample,
+                                theBitsStoredPerOutputSample, isOutputSigned, theBytesPerOutputSample,
                                 theStride);
 }
 
 void JPEG2000Decoder::ConvertIntsToOutputSamples(const kdu_sample32* theSource, void* theOutput, int theCount,
-                                                 int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                                 int theBitsStoredPerOutputSample, bool isOutputSigned,
                                                  int theBytesPerOutputSample, int theStride)
 {
     JPEG2000LineOutput::Convert(JPEG2000LineKind::INTS, theSource, theOutput, theCount,
-                                theBitsStoredPerOutputSample, theSignedOutput, theBytesPerOutputSample,
+                                theBitsStoredPerOutputSample, isOutputSigned, theBytesPerOutputSample,
                                 theStride);
 }
 
 void JPEG2000Decoder::ConvertFixedPointToOutputSamples(const kdu_sample16* theSource, void* theOutput,
                                                        int theCount, int theBitsStoredPerOutputSample,
-                                                       bool theSignedOutput, int theBytesPerOutputSample,
+                                                       bool isOutputSigned, int theBytesPerOutputSample,
                                                        int theStride)
 {
     JPEG2000LineOutput::Convert(JPEG2000LineKind::FIXED_POINT, theSource, theOutput, theCount,
-                                theBitsStoredPerOutputSample, theSignedOutput, theBytesPerOutputSample,
+                                theBitsStoredPerOutputSample, isOutputSigned, theBytesPerOutputSample,
                                 theStride);
 }
 
 void JPEG2000Decoder::ConvertFloatsToOutputSamples(const kdu_sample32* theSource, void* theOutput,
                                                    int theCount, int theBitsStoredPerOutputSample,
-                                                   bool theSignedOutput, int theBytesPerOutputSample,
+                                                   bool isOutputSigned, int theBytesPerOutputSample,
                                                    int theStride)
 {
     JPEG2000LineOutput::Convert(JPEG2000LineKind::FLOATS, theSource, theOutput, theCount,
-                                theBitsStoredPerOutputSample, theSignedOutput, theBytesPerOutputSample,
+                                theBitsStoredPerOutputSample, isOutputSigned, theBytesPerOutputSample,
                                 theStride);
 }

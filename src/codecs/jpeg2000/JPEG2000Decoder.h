@@ -74,7 +74,7 @@ public:
 
     /// Writes one decoded line: the converter for its representation, see below.
     static void CopySamplesToOutput(const kdu_line_buf& theLine, void* theOutput,
-                                    int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                    int theBitsStoredPerOutputSample, bool isOutputSigned,
                                     int theBytesPerOutputSample, int theStride);
 
     /// @name Converters
@@ -86,22 +86,22 @@ public:
 
     /// 16-bit integers centred on 0.
     static void ConvertShortsToOutputSamples(const kdu_sample16* theSource, void* theOutput, int theCount,
-                                             int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                             int theBitsStoredPerOutputSample, bool isOutputSigned,
                                              int theBytesPerOutputSample, int theStride);
 
     /// 32-bit integers centred on 0.
     static void ConvertIntsToOutputSamples(const kdu_sample32* theSource, void* theOutput, int theCount,
-                                           int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                           int theBitsStoredPerOutputSample, bool isOutputSigned,
                                            int theBytesPerOutputSample, int theStride);
 
     /// Fixed point, KDU_FIXED_POINT fractional bits: at most 13 bits stored.
     static void ConvertFixedPointToOutputSamples(const kdu_sample16* theSource, void* theOutput, int theCount,
-                                                 int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                                 int theBitsStoredPerOutputSample, bool isOutputSigned,
                                                  int theBytesPerOutputSample, int theStride);
 
     /// Floats, nominally in [-0.5, 0.5), rounded to the nearest code; what is no number gets the lowest.
     static void ConvertFloatsToOutputSamples(const kdu_sample32* theSource, void* theOutput, int theCount,
-                                             int theBitsStoredPerOutputSample, bool theSignedOutput,
+                                             int theBitsStoredPerOutputSample, bool isOutputSigned,
                                              int theBytesPerOutputSample, int theStride);
 
     /// @}

@@ -58,7 +58,7 @@ HWY_INLINE WordVector Join(IntVector theFirst, IntVector theSecond)
 class ShortsReader
 {
 public:
-    ShortsReader(int theBits, bool theSigned) : itsFormula(theBits, theSigned) {}
+    ShortsReader(int theBits, bool isSigned) : itsFormula(theBits, isSigned) {}
 
     HWY_INLINE WordVector Read(const void* theLine, size_t theIndex) const
     {
@@ -79,7 +79,7 @@ private:
 class FixedPointReader
 {
 public:
-    FixedPointReader(int theBits, bool theSigned) : itsFormula(theBits, theSigned) {}
+    FixedPointReader(int theBits, bool isSigned) : itsFormula(theBits, isSigned) {}
 
     HWY_INLINE WordVector Read(const void* theLine, size_t theIndex) const
     {
@@ -100,7 +100,7 @@ private:
 class IntsReader
 {
 public:
-    IntsReader(int theBits, bool theSigned) : itsFormula(theBits, theSigned) {}
+    IntsReader(int theBits, bool isSigned) : itsFormula(theBits, isSigned) {}
 
     HWY_INLINE WordVector Read(const void* theLine, size_t theIndex) const
     {
@@ -124,7 +124,7 @@ private:
 class FloatsReader
 {
 public:
-    FloatsReader(int theBits, bool theSigned) : itsFormula(theBits, theSigned) {}
+    FloatsReader(int theBits, bool isSigned) : itsFormula(theBits, isSigned) {}
 
     HWY_INLINE WordVector Read(const void* theLine, size_t theIndex) const
     {
@@ -197,42 +197,42 @@ size_t WriteTriplets(const Reader& theReader, const void* const* theLines, uint8
 
 /// Calls theAction with the reader for theKind.
 template <class Action>
-size_t WithReader(JPEG2000LineKind theKind, int theBits, bool theSigned, const Action& theAction)
+size_t WithReader(JPEG2000LineKind theKind, int theBits, bool isSigned, const Action& theAction)
 {
     switch (theKind)
     {
     case JPEG2000LineKind::SHORTS:
-        return theAction(ShortsReader(theBits, theSigned));
+        return theAction(ShortsReader(theBits, isSigned));
     case JPEG2000LineKind::FIXED_POINT:
-        return theAction(FixedPointReader(theBits, theSigned));
+        return theAction(FixedPointReader(theBits, isSigned));
     case JPEG2000LineKind::INTS:
-        return theAction(IntsReader(theBits, theSigned));
+        return theAction(IntsReader(theBits, isSigned));
     case JPEG2000LineKind::FLOATS:
-        return theAction(FloatsReader(theBits, theSigned));
+        return theAction(FloatsReader(theBits, isSigned));
     }
     return 0;
 }
 
 size_t ToWords(JPEG2000LineKind theKind, const void* theLine, uint8_t* theOutput, size_t theCount,
-               int theBits, bool theSigned)
+               int theBits, bool isSigned)
 {
-    return WithReader(theKind, theBits, theSigned,
+    return WithReader(theKind, theBits, isSigned,
                       [=](const auto& theReader) HWY_ATTR
                       { return WriteWords(theReader, theLine, theOutput, theCount); });
 }
 
 size_t ToBytes(JPEG2000LineKind theKind, const void* theLine, uint8_t* theOutput, size_t theCount,
-               int theBits, bool theSigned)
+               int theBits, bool isSigned)
 {
-    return WithReader(theKind, theBits, theSigned,
+    return WithReader(theKind, theBits, isSigned,
                       [=](const auto& theReader) HWY_ATTR
                       { return WriteBytes(theReader, theLine, theOutput, theCount); });
 }
 
 size_t ToTriplets(JPEG2000LineKind theKind, const void* const* theLines, uint8_t* theOutput, size_t theCount,
-                  int theBits, bool theSigned)
+                  int theBits, bool isSigned)
 {
-    return WithReader(theKind, theBits, theSigned,
+    return WithReader(theKind, theBits, isSigned,
                       [=](const auto& theReader) HWY_ATTR
                       { return WriteTriplets(theReader, theLines, theOutput, theCount); });
 }
@@ -274,24 +274,24 @@ void WritePlainly(const Formula& theFormula, const void* theLine, std::uint8_t* 
 
 /// Samples theFirst to theCount - 1.
 void WriteRest(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput, std::size_t theFirst,
-               std::size_t theCount, int theBits, bool theSigned, int theBytes, std::size_t theStride)
+               std::size_t theCount, int theBits, bool isSigned, int theBytes, std::size_t theStride)
 {
     switch (theKind)
     {
     case JPEG2000LineKind::SHORTS:
-        WritePlainly<kdu_sample16>(IntegerFormula(theBits, theSigned), theLine, theOutput, theFirst, theCount,
+        WritePlainly<kdu_sample16>(IntegerFormula(theBits, isSigned), theLine, theOutput, theFirst, theCount,
                                    theBytes, theStride);
         break;
     case JPEG2000LineKind::FIXED_POINT:
-        WritePlainly<kdu_sample16>(FixedPointFormula(theBits, theSigned), theLine, theOutput, theFirst,
+        WritePlainly<kdu_sample16>(FixedPointFormula(theBits, isSigned), theLine, theOutput, theFirst,
                                    theCount, theBytes, theStride);
         break;
     case JPEG2000LineKind::INTS:
-        WritePlainly<kdu_sample32>(IntegerFormula(theBits, theSigned), theLine, theOutput, theFirst, theCount,
+        WritePlainly<kdu_sample32>(IntegerFormula(theBits, isSigned), theLine, theOutput, theFirst, theCount,
                                    theBytes, theStride);
         break;
     case JPEG2000LineKind::FLOATS:
-        WritePlainly<kdu_sample32>(FloatFormula(theBits, theSigned), theLine, theOutput, theFirst, theCount,
+        WritePlainly<kdu_sample32>(FloatFormula(theBits, isSigned), theLine, theOutput, theFirst, theCount,
                                    theBytes, theStride);
         break;
     }
@@ -299,40 +299,40 @@ void WriteRest(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theO
 } // namespace
 
 void JPEG2000SampleKernels::ToWords(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                                    std::size_t theCount, int theBits, bool theSigned)
+                                    std::size_t theCount, int theBits, bool isSigned)
 {
     using namespace JPEG2000SampleVectors;
     const std::size_t aDone =
-        HWY_DYNAMIC_DISPATCH(ToWords)(theKind, theLine, theOutput, theCount, theBits, theSigned);
-    WriteRest(theKind, theLine, theOutput, aDone, theCount, theBits, theSigned, 2, 1);
+        HWY_DYNAMIC_DISPATCH(ToWords)(theKind, theLine, theOutput, theCount, theBits, isSigned);
+    WriteRest(theKind, theLine, theOutput, aDone, theCount, theBits, isSigned, 2, 1);
 }
 
 void JPEG2000SampleKernels::ToBytes(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                                    std::size_t theCount, int theBits, bool theSigned)
+                                    std::size_t theCount, int theBits, bool isSigned)
 {
     using namespace JPEG2000SampleVectors;
     const std::size_t aDone =
-        HWY_DYNAMIC_DISPATCH(ToBytes)(theKind, theLine, theOutput, theCount, theBits, theSigned);
-    WriteRest(theKind, theLine, theOutput, aDone, theCount, theBits, theSigned, 1, 1);
+        HWY_DYNAMIC_DISPATCH(ToBytes)(theKind, theLine, theOutput, theCount, theBits, isSigned);
+    WriteRest(theKind, theLine, theOutput, aDone, theCount, theBits, isSigned, 1, 1);
 }
 
 void JPEG2000SampleKernels::ToTriplets(JPEG2000LineKind theKind, const void* const* theLines,
                                        std::uint8_t* theOutput, std::size_t theCount, int theBits,
-                                       bool theSigned)
+                                       bool isSigned)
 {
     using namespace JPEG2000SampleVectors;
     const std::size_t aDone =
-        HWY_DYNAMIC_DISPATCH(ToTriplets)(theKind, theLines, theOutput, theCount, theBits, theSigned);
+        HWY_DYNAMIC_DISPATCH(ToTriplets)(theKind, theLines, theOutput, theCount, theBits, isSigned);
     for (std::size_t i = 0; i < 3; ++i)
     {
-        WriteRest(theKind, theLines[i], theOutput + i, aDone, theCount, theBits, theSigned, 1, 3);
+        WriteRest(theKind, theLines[i], theOutput + i, aDone, theCount, theBits, isSigned, 1, 3);
     }
 }
 
 void JPEG2000SampleKernels::ToStrided(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                                      std::size_t theCount, int theBits, bool theSigned, int theBytes,
+                                      std::size_t theCount, int theBits, bool isSigned, int theBytes,
                                       std::size_t theStride)
 {
-    WriteRest(theKind, theLine, theOutput, 0, theCount, theBits, theSigned, theBytes, theStride);
+    WriteRest(theKind, theLine, theOutput, 0, theCount, theBits, isSigned, theBytes, theStride);
 }
 #endif

@@ -59,25 +59,25 @@ bool JPEG2000TileDecode::IsUniform() const
 void JPEG2000TileDecode::Prepare()
 {
     // Lines that are transformed together have one representation.
-    bool aAllFitShorts = true;
+    bool isEachShort = true;
     for (std::size_t c = 0; c < itsCount; ++c)
     {
-        aAllFitShorts = aAllFitShorts && itsComponents[c].itsFitsShorts;
+        isEachShort = isEachShort && itsComponents[c].itsFitsShorts;
     }
     for (std::size_t c = 0; c < itsCount; ++c)
     {
         Component& aComponent = itsComponents[c];
         const kdu_resolution aResolution = itsTile.access_component(static_cast<int>(c)).access_resolution();
-        const bool aUseShorts = itsYCC ? aAllFitShorts : aComponent.itsFitsShorts;
+        const bool isShort = itsYCC ? isEachShort : aComponent.itsFitsShorts;
         aComponent.itsLine.pre_create(&itsAllocator, aComponent.itsDims.size.x, aComponent.itsReversible,
-                                      aUseShorts);
+                                      isShort);
         if (aResolution.which() > 0)
         {
-            aComponent.itsSynthesis.emplace(aResolution, &itsAllocator, aUseShorts);
+            aComponent.itsSynthesis.emplace(aResolution, &itsAllocator, isShort);
         }
         else
         {
-            aComponent.itsDecoder.emplace(aResolution.access_subband(0), &itsAllocator, aUseShorts);
+            aComponent.itsDecoder.emplace(aResolution.access_subband(0), &itsAllocator, isShort);
         }
     }
     itsAllocator.finalize();
@@ -129,27 +129,27 @@ void JPEG2000TileDecode::UndoComponentTransform()
     const kdu_line_buf& aSecond = itsComponents[1].itsLine;
     const kdu_line_buf& aThird = itsComponents[2].itsLine;
     const int aWidth = aFirst.get_width();
-    const bool aReversible = itsComponents[0].itsReversible;
+    const bool isReversible = itsComponents[0].itsReversible;
     if (aFirst.get_buf16() != nullptr)
     {
-        (aReversible ? kdu_convert_ycc_to_rgb_rev16 : kdu_convert_ycc_to_rgb_irrev16)(
+        (isReversible ? kdu_convert_ycc_to_rgb_rev16 : kdu_convert_ycc_to_rgb_irrev16)(
             aFirst.get_buf16(), aSecond.get_buf16(), aThird.get_buf16(), aWidth);
         return;
     }
-    (aReversible ? kdu_convert_ycc_to_rgb_rev32 : kdu_convert_ycc_to_rgb_irrev32)(
+    (isReversible ? kdu_convert_ycc_to_rgb_rev32 : kdu_convert_ycc_to_rgb_irrev32)(
         aFirst.get_buf32(), aSecond.get_buf32(), aThird.get_buf32(), aWidth);
 }
 
 void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
 {
-    const bool aWritten = WriteTriplets(theFormat, theRow);
+    const bool isWritten = WriteTriplets(theFormat, theRow);
     const auto aStep = static_cast<std::size_t>(theFormat.itsBytesPerSample);
     for (std::size_t c = 0; c < itsCount; ++c)
     {
         const kdu_line_buf& aLine = itsComponents[c].itsLine;
         const int aBits = theFormat.itsDepths[c];
         std::uint8_t* const anOutput = theRow + c * aStep;
-        if (!aWritten)
+        if (!isWritten)
         {
             JPEG2000LineOutput::Copy(aLine, anOutput, aBits, theFormat.itsSigned, theFormat.itsBytesPerSample,
                                      theFormat.itsComponents);

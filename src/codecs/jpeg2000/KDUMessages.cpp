@@ -53,7 +53,7 @@ bool InstallWrappers()
     return true;
 }
 
-[[maybe_unused]] const bool theStartUp = (KDUMessagingWrapper::Register(), true);
+[[maybe_unused]] const bool kIsRegistered = (KDUMessagingWrapper::Register(), true);
 } // namespace
 
 KDUMessagingWrapper::~KDUMessagingWrapper() = default;
@@ -78,9 +78,9 @@ void KDUMessagingWrapper::Register()
 
 KDUWarningMessagingWrapper::~KDUWarningMessagingWrapper() = default;
 
-void KDUWarningMessagingWrapper::flush(bool theEndOfMessage)
+void KDUWarningMessagingWrapper::flush(bool isEndOfMessage)
 {
-    if (theEndOfMessage)
+    if (isEndOfMessage)
     {
         throw KDUWarningMessageCallbackException(TakeText());
     }
@@ -96,9 +96,9 @@ KDUMessagingWrapper::MessageHolder& KDUWarningMessagingWrapper::GetMessageHolder
 
 KDUErrorMessagingWrapper::~KDUErrorMessagingWrapper() = default;
 
-void KDUErrorMessagingWrapper::flush(bool theEndOfMessage)
+void KDUErrorMessagingWrapper::flush(bool isEndOfMessage)
 {
-    if (theEndOfMessage)
+    if (isEndOfMessage)
     {
         throw KDUErrorMessageCallbackException(TakeText());
     }

@@ -80,7 +80,7 @@ public:
     ~KDUWarningMessagingWrapper() override;
 
     /// True: throws the calling thread's whole text and forgets it. False: nothing; the text stays.
-    void flush(bool theEndOfMessage = false) override;
+    void flush(bool isEndOfMessage = false) override;
 
     MessageHolder& GetMessageHolder() override;
 };
@@ -93,7 +93,7 @@ public:
     ~KDUErrorMessagingWrapper() override;
 
     /// True: throws the calling thread's whole text and forgets it. False: nothing; the text stays.
-    void flush(bool theEndOfMessage = false) override;
+    void flush(bool isEndOfMessage = false) override;
 
     MessageHolder& GetMessageHolder() override;
 };

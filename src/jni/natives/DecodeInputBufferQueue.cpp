@@ -26,7 +26,7 @@ void KeepJavaException(DecodeCall& theCall, JavaInputBufferQueueCompressedSource
 }
 
 void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, jint theImageType,
-            bool theLossless, jint theScaleFactor)
+            bool isLossless, jint theScaleFactor)
 {
     JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
     if (StreamDecode::IsBareImage(theImageType))
@@ -36,7 +36,7 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
                            {
                                DecompressionRequest aRequest(
                                    &aSource, theDataSet, "", false, theScaleFactor, 0,
-                                   StreamDecode::GetTransferSyntaxUID(theImageType, theLossless), false);
+                                   StreamDecode::GetTransferSyntaxUID(theImageType, isLossless), false);
                                CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
                                    .Decompress(aRequest, theCall.GetResult());
                            });
@@ -62,12 +62,12 @@ Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
             DecodeCall aCall(*theEnv, theResult, "decodeInputBufferQueueToMemory");
             // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and
             // it is the lossless type that follows the argument.
-            const bool aLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
+            const bool isLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
             return aCall.RunForImage(
                 [&]
                 {
                     Decode(aCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
-                           theImageType, aLossless, theScaleFactor);
+                           theImageType, isLossless, theScaleFactor);
                 });
         });
 }

@@ -27,8 +27,8 @@ const RWCString kDecodeBytes = "Native NDecompressor::decodeBytes: ";
 class OrthoDecode
 {
 public:
-    OrthoDecode(DecodeCall& theCall, const StreamDecode::Arguments& theArguments, bool theLossless)
-        : itsCall(theCall), itsArguments(theArguments), itsLossless(theLossless),
+    OrthoDecode(DecodeCall& theCall, const StreamDecode::Arguments& theArguments, bool isLossless)
+        : itsCall(theCall), itsArguments(theArguments), itsLossless(isLossless),
           itsDataSet(theArguments.itsDataSet)
     {
     }
@@ -91,14 +91,14 @@ void OrthoDecode::Decode(jobject theStream)
         itsCall.FailWithInvalidType();
         return;
     }
-    bool aReturned = false;
+    bool isReturned = false;
     itsCall.Decompress(1,
                        [&]
                        {
                            StreamDecode(aStream, itsArguments).Run(itsCall.GetResult());
-                           aReturned = true;
+                           isReturned = true;
                        });
-    if (aReturned && itsCall.GetResult().getRenderable() == nullptr)
+    if (isReturned && itsCall.GetResult().getRenderable() == nullptr)
     {
         // Deliberately in place of what the decompressor said: callers look for this text.
         Fail(kDecodeBytes + "Decompressor returned null Renderable");
@@ -198,17 +198,17 @@ extern "C" JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompresso
             return aCall.Run(
                 [&]
                 {
-                    const bool aLossless = theLossless != JNI_FALSE;
+                    const bool isLossless = theLossless != JNI_FALSE;
                     const EncodedString aPath(*theEnv, theDemoFile, EncodedString::CODE_PAGE_ISO_8859_1);
                     const StreamDecode::Arguments anArguments{
                         theImageType,
-                        theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS || aLossless,
+                        theImageType == IMAGE_TYPE_JPEG2000_LOSSLESS || isLossless,
                         NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
                         aPath.GetString(),
                         true,
                         theScaleFactor,
                         0};
-                    OrthoDecode(aCall, anArguments, aLossless).Run(theStream);
+                    OrthoDecode(aCall, anArguments, isLossless).Run(theStream);
                 });
         });
 }

@@ -21,9 +21,9 @@ bool StreamDecode::IsPart10(jint theImageType)
     return theImageType == IMAGE_TYPE_DICOM_PART10;
 }
 
-RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool theLossless)
+RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool isLossless)
 {
-    return CodecTable::FindBareStream(theImageType, theLossless)->itsUID;
+    return CodecTable::FindBareStream(theImageType, isLossless)->itsUID;
 }
 
 StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)

@@ -44,11 +44,11 @@ public:
         }
     }
 
-    void ReadBoolean(const char* theName, bool& theValue)
+    void ReadBoolean(const char* theName, bool& isSet)
     {
         if (const jfieldID aField = Find(theName, "Z"))
         {
-            theValue = itsEnv.GetBooleanField(itsObject, aField) == JNI_TRUE;
+            isSet = itsEnv.GetBooleanField(itsObject, aField) == JNI_TRUE;
         }
     }
 
@@ -65,8 +65,8 @@ public:
 private:
     jfieldID Find(const char* theName, const char* theSignature)
     {
-        const bool aCanGoOn = itsClass && itsEnv.ExceptionCheck() == JNI_FALSE;
-        return aCanGoOn ? itsEnv.GetFieldID(itsClass.Get(), theName, theSignature) : nullptr;
+        const bool canGoOn = itsClass && itsEnv.ExceptionCheck() == JNI_FALSE;
+        return canGoOn ? itsEnv.GetFieldID(itsClass.Get(), theName, theSignature) : nullptr;
     }
 
     JNIEnv& itsEnv;

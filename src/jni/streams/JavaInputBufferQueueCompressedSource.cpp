@@ -158,9 +158,9 @@ void JavaInputBufferQueueCompressedSource::EndData()
 }
 
 /// May leave a Java exception pending.
-void JavaInputBufferQueueCompressedSource::CompleteCurrentBuffer(bool theFinal)
+void JavaInputBufferQueueCompressedSource::CompleteCurrentBuffer(bool isFinal)
 {
-    if ((itsCurrentBuffer != nullptr || theFinal) && itsCompletedMethod != nullptr)
+    if ((itsCurrentBuffer != nullptr || isFinal) && itsCompletedMethod != nullptr)
     {
         itsEnv->CallVoidMethod(itsQueue, itsCompletedMethod, itsCurrentBuffer);
     }

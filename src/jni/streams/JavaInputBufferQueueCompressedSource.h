@@ -43,7 +43,7 @@ private:
     bool FetchNextBuffer();
     bool OpenCurrentBuffer();
     void EndData();
-    void CompleteCurrentBuffer(bool theFinal);
+    void CompleteCurrentBuffer(bool isFinal);
     void ForgetCurrentBuffer();
     void SetAutoFlush();
     bool KeepException();

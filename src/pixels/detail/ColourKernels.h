@@ -61,7 +61,7 @@ public:
                                  const std::uint8_t* theThird, std::uint8_t* theOutput,
                                  std::size_t thePixels);
 
-    /// Keeps one byte of each pair: the second when theSecondByte, else the first.
+    /// Keeps one byte of each pair: the second when isSecondByte, else the first.
     static void KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
-                           bool theSecondByte);
+                           bool isSecondByte);
 };

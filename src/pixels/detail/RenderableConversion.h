@@ -13,19 +13,19 @@ namespace PixelSample
 /// Whether samples wider than 8 bits stand in the byte order that this machine does not have.
 inline bool IsSwapped(const Renderable& theRenderable)
 {
-    const bool aNativeIsLittle = DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
-    return theRenderable.isPixelDataLittleEndian() != aNativeIsLittle;
+    const bool isNativeLittle = DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
+    return theRenderable.isPixelDataLittleEndian() != isNativeLittle;
 }
 
 /// Sample number theIndex. Swapping concerns 16-bit samples only.
 template <class Sample>
-Sample Read(const std::uint8_t* theData, std::uint64_t theIndex, bool theSwapped)
+Sample Read(const std::uint8_t* theData, std::uint64_t theIndex, bool isSwapped)
 {
     Sample aSample;
     std::memcpy(&aSample, theData + theIndex * sizeof(Sample), sizeof(Sample));
     if constexpr (sizeof(Sample) == 2)
     {
-        if (theSwapped)
+        if (isSwapped)
         {
             aSample = static_cast<Sample>(__builtin_bswap16(static_cast<std::uint16_t>(aSample)));
         }

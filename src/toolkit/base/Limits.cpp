@@ -48,8 +48,8 @@ void Limits::CheckFrame(std::uint64_t theRows, std::uint64_t theColumns, std::ui
 {
     const Limits aLimits = Get();
     std::uint64_t aPixels = 0;
-    const bool aWraps = __builtin_mul_overflow(theRows, theColumns, &aPixels);
-    if (aWraps || aPixels > aLimits.itsPixelsPerFrame)
+    const bool isWrapped = __builtin_mul_overflow(theRows, theColumns, &aPixels);
+    if (isWrapped || aPixels > aLimits.itsPixelsPerFrame)
     {
         throw StreamIOException("The image is too large: " + std::to_string(theRows) + " rows of " +
                                     Describe(theColumns, "pixels", aLimits.itsPixelsPerFrame) + " in all",

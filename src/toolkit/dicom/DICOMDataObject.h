@@ -38,7 +38,7 @@ public:
     /// unreadable or outside 0 … 2^31 − 1. The transfer syntax (null allowed) and the other arguments
     /// do not change the answer.
     int GetLossyImageCompressionRatio(const TransferSyntaxType* theTransferSyntax, int theFirst,
-                                      int theSecond, bool theFlag) const;
+                                      int theSecond, bool isSet) const;
 
 private:
     std::unique_ptr<ColorPalette> itsRedPalette;

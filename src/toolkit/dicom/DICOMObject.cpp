@@ -170,19 +170,19 @@ bool DICOMObject::IsSequence(DICOMTag theTag) const
 std::vector<DICOMTag> DICOMObject::GetTags() const
 {
     std::vector<DICOMTag> aTags;
-    bool aPixelDataPending = itsPixelData != nullptr;
+    bool isPixelDataPending = itsPixelData != nullptr;
     DICOMObjectAccess::ForEach(*this,
                                [&](DcmElement& theElement)
                                {
                                    const DICOMTag aTag = DcmtkBridge::TagOf(theElement);
-                                   if (aPixelDataPending && aTag > DICOMTags::PixelData)
+                                   if (isPixelDataPending && aTag > DICOMTags::PixelData)
                                    {
                                        aTags.push_back(DICOMTags::PixelData);
-                                       aPixelDataPending = false;
+                                       isPixelDataPending = false;
                                    }
                                    aTags.push_back(aTag);
                                });
-    if (aPixelDataPending)
+    if (isPixelDataPending)
     {
         aTags.push_back(DICOMTags::PixelData);
     }

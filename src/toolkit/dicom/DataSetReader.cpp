@@ -158,17 +158,17 @@ std::unique_ptr<VR> DataSetReader::State::NextOfDataSet()
 bool DataSetReader::State::PassPadding(DICOMTag theTag)
 {
     const ElementHeader aHeader = ElementHeader::Read(*itsSource, {false, itsEncoding.itsEndian});
-    const bool aZero = theTag == DICOMTag() && aHeader.itsLength == 0;
-    const bool aDelimiter =
+    const bool isZero = theTag == DICOMTag() && aHeader.itsLength == 0;
+    const bool isDelimiter =
         (theTag == ElementHeader::ItemDelimiter || theTag == ElementHeader::SequenceDelimiter) &&
         aHeader.itsLength == 0;
-    if (!aZero && !aDelimiter)
+    if (!isZero && !isDelimiter)
     {
         throw StreamIOException("DataSetReader::Next: no element can have the tag " +
                                     ElementHeader::Format(theTag),
                                 DLRC_PARSE_ERROR, 0);
     }
-    return aDelimiter;
+    return isDelimiter;
 }
 
 std::unique_ptr<VR> DataSetReader::State::TakeElement(const ElementHeader& theHeader)
@@ -200,9 +200,9 @@ std::unique_ptr<VR> DataSetReader::State::TakePixelData(const ElementHeader& the
             std::move(itsExtendedLengths));
     }
     // UN pixel data is what implicit VR would have: little-endian words (PS3.5 6.2.2 and Annex A.1).
-    const bool anUnknown = theHeader.itsTypeCode == VR::TYPE_UN;
-    return std::make_unique<NativePixelInputStreamVR>(anUnknown ? VR::TYPE_OW : theHeader.itsTypeCode,
-                                                      anUnknown ? DLEndian::LITTLE_ENDIAN_ORDER
+    const bool isUnknown = theHeader.itsTypeCode == VR::TYPE_UN;
+    return std::make_unique<NativePixelInputStreamVR>(isUnknown ? VR::TYPE_OW : theHeader.itsTypeCode,
+                                                      isUnknown ? DLEndian::LITTLE_ENDIAN_ORDER
                                                                 : itsEncoding.itsEndian,
                                                       itsSource, theHeader.itsLength, itsAllocator);
 }

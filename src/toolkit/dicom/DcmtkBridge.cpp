@@ -150,9 +150,9 @@ OFCondition Fill(DcmElement& theElement, DLEndian::Endian theEndian, const void*
     aStream.setBuffer(theValue, static_cast<offile_off_t>(theLength));
     aStream.setEos();
     theElement.transferInit();
-    const bool aBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
+    const bool isBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
     const OFCondition aStatus =
-        theElement.read(aStream, aBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
+        theElement.read(aStream, isBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
     theElement.transferEnd();
     return aStatus;
 }

@@ -10,8 +10,9 @@ namespace
 {
 std::uint16_t Get16(const unsigned char* theBytes, DLEndian::Endian theEndian)
 {
-    const bool aBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
-    return static_cast<std::uint16_t>(aBig ? theBytes[0] << 8 | theBytes[1] : theBytes[1] << 8 | theBytes[0]);
+    const bool isBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
+    return static_cast<std::uint16_t>(isBig ? theBytes[0] << 8 | theBytes[1]
+                                            : theBytes[1] << 8 | theBytes[0]);
 }
 
 std::uint32_t Get32(const unsigned char* theBytes, DLEndian::Endian theEndian)
@@ -67,16 +68,16 @@ bool ReadExplicit(PeekableInputStream& theStream, ElementHeader& theHeader)
 {
     const unsigned char* aData = Require(theStream, 8, theHeader.itsTag);
     const std::uint16_t aCode = GetTypeCode(aData + 4);
-    const bool aLetters = IsUpperCase(aData[4]) && IsUpperCase(aData[5]);
-    if (!aLetters && !IsPlaceholder(aCode))
+    const bool hasLetters = IsUpperCase(aData[4]) && IsUpperCase(aData[5]);
+    if (!hasLetters && !IsPlaceholder(aCode))
     {
         return false;
     }
     // Value representations of the future have the long form (PS3.5 6.2).
-    const bool aKnown = DcmtkBridge::IsKnownTypeCode(aCode);
-    const bool aLong = aKnown ? DcmtkBridge::IsLongForm(aCode) : aLetters;
+    const bool isKnown = DcmtkBridge::IsKnownTypeCode(aCode);
+    const bool isLong = isKnown ? DcmtkBridge::IsLongForm(aCode) : hasLetters;
     const DLEndian::Endian anEndian = theHeader.itsEncoding.itsEndian;
-    if (aLong)
+    if (isLong)
     {
         aData = Require(theStream, 12, theHeader.itsTag);
         theHeader.itsLength = Get32(aData + 8, anEndian);
@@ -85,8 +86,8 @@ bool ReadExplicit(PeekableInputStream& theStream, ElementHeader& theHeader)
     {
         theHeader.itsLength = Get16(aData + 6, anEndian);
     }
-    theHeader.itsTypeCode = aKnown ? aCode : VR::TYPE_UN;
-    theStream.Skip(aLong ? 12 : 8);
+    theHeader.itsTypeCode = isKnown ? aCode : VR::TYPE_UN;
+    theStream.Skip(isLong ? 12 : 8);
     return true;
 }
 } // namespace
@@ -124,14 +125,14 @@ ElementHeader ElementHeader::Read(PeekableInputStream& theStream, ElementEncodin
         throw StreamIOException("DataSetReader::Next: the stream ends where an element was expected",
                                 DLRC_PARSE_ERROR, 0);
     }
-    const bool anItem = aHeader.itsTag.itsGroup == Item.itsGroup;
-    if (theEncoding.itsExplicitVR && !anItem && ReadExplicit(theStream, aHeader))
+    const bool isItem = aHeader.itsTag.itsGroup == Item.itsGroup;
+    if (theEncoding.itsExplicitVR && !isItem && ReadExplicit(theStream, aHeader))
     {
         return aHeader;
     }
     aHeader.itsEncoding.itsExplicitVR = false;
     aHeader.itsLength = Get32(Require(theStream, 8, aHeader.itsTag) + 4, theEncoding.itsEndian);
-    aHeader.itsTypeCode = anItem ? std::uint16_t{0} : DcmtkBridge::LookUpTypeCode(aHeader.itsTag);
+    aHeader.itsTypeCode = isItem ? std::uint16_t{0} : DcmtkBridge::LookUpTypeCode(aHeader.itsTag);
     theStream.Skip(8);
     DICOMTag aNext;
     // Only the dictionary calls it a sequence; a value without an item is somebody's mistake, and opaque.
@@ -160,15 +161,15 @@ bool ElementHeader::Guess(PeekableInputStream& theStream, ElementEncoding& theEn
     constexpr std::uint16_t aHighestFirstGroup = 0x00ff;
     const DICOMTag aLittle = ::GetTag(aData, DLEndian::LITTLE_ENDIAN_ORDER);
     const DICOMTag aBig = ::GetTag(aData, DLEndian::BIG_ENDIAN_ORDER);
-    const bool aBigEndian = aBig.itsGroup < aLittle.itsGroup;
-    const DICOMTag aTag = aBigEndian ? aBig : aLittle;
+    const bool isBigEndian = aBig.itsGroup < aLittle.itsGroup;
+    const DICOMTag aTag = isBigEndian ? aBig : aLittle;
     if (aTag.itsGroup == 0 || aTag.itsGroup > aHighestFirstGroup)
     {
         return false;
     }
-    theEncoding.itsEndian = aBigEndian ? DLEndian::BIG_ENDIAN_ORDER : DLEndian::LITTLE_ENDIAN_ORDER;
+    theEncoding.itsEndian = isBigEndian ? DLEndian::BIG_ENDIAN_ORDER : DLEndian::LITTLE_ENDIAN_ORDER;
     theEncoding.itsExplicitVR = LooksExplicit(theStream);
     constexpr std::uint32_t aLongestFirstValue = 0xffff; // of a first element, not a sequence
     return theEncoding.itsExplicitVR ||
-           (!aBigEndian && Get32(aData + 4, theEncoding.itsEndian) <= aLongestFirstValue);
+           (!isBigEndian && Get32(aData + 4, theEncoding.itsEndian) <= aLongestFirstValue);
 }

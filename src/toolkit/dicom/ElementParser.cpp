@@ -76,7 +76,7 @@ std::unique_ptr<DcmElement> ElementParser::ReadElement(const ElementHeader& theH
     return ReadLeaf(theHeader, itsSignedPixels);
 }
 
-std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHeader, bool& theSignedPixels)
+std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHeader, bool& isPixelSigned)
 {
     const std::vector<std::uint8_t> aValue = ReadBytes(theHeader);
     std::uint16_t aCode = theHeader.itsTypeCode;
@@ -92,13 +92,13 @@ std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHead
     }
     if (aCode == DcmtkBridge::TYPE_US_OR_SS)
     {
-        aCode = VR::MakeTypeCode(theSignedPixels ? 'S' : 'U', 'S');
+        aCode = VR::MakeTypeCode(isPixelSigned ? 'S' : 'U', 'S');
     }
     auto anElement = Make(theHeader, aCode, anEndian, aValue);
     std::int64_t aNumber = 0;
     if (theHeader.itsTag == DICOMTags::PixelRepresentation && ElementValue(*anElement).GetInteger(aNumber))
     {
-        theSignedPixels = aNumber == 1;
+        isPixelSigned = aNumber == 1;
     }
     return anElement;
 }

@@ -248,15 +248,15 @@ bool ElementValue::GetInteger(std::int64_t& theValue) const
         theValue = static_cast<std::int64_t>(DecodeInteger(aBytes.data(), *aType));
         return true;
     }
-    const bool aDecimal = itsTypeCode == VR::MakeTypeCode('D', 'S');
+    const bool isDecimal = itsTypeCode == VR::MakeTypeCode('D', 'S');
     RWCString aText;
-    if ((!aDecimal && itsTypeCode != VR::MakeTypeCode('I', 'S')) || !GetText(aText))
+    if ((!isDecimal && itsTypeCode != VR::MakeTypeCode('I', 'S')) || !GetText(aText))
     {
         return false;
     }
     aText = aText.substr(0, aText.find('\\'));
     TrimEnd(aText);
-    return aDecimal ? ParseDecimal(aText, theValue) : ParseWhole(aText, theValue);
+    return isDecimal ? ParseDecimal(aText, theValue) : ParseWhole(aText, theValue);
 }
 
 ElementVR::ElementVR(std::unique_ptr<DcmElement> theElement, DLEndian::Endian theEndian)

@@ -31,11 +31,11 @@ Part10InputStreamInputStream::Part10InputStreamInputStream() = default;
 
 Part10InputStreamInputStream::~Part10InputStreamInputStream() = default;
 
-void Part10InputStreamInputStream::Open(InputStream* theStream, bool theCloseStream, bool theLenient)
+void Part10InputStreamInputStream::Open(InputStream* theStream, bool isStreamClosed, bool isLenient)
 {
     *itsState = State();
     itsStream = theStream;
-    itsCloseStream = theCloseStream;
+    itsCloseStream = isStreamClosed;
     if (theStream == nullptr)
     {
         throw StreamIOException("Part10InputStreamInputStream::Open: no stream", DLRC_PARSE_ERROR, 0);
@@ -49,7 +49,7 @@ void Part10InputStreamInputStream::Open(InputStream* theStream, bool theCloseStr
             DLRC_PARSE_ERROR, 0);
     }
     aState.ReadFileMeta();
-    if (theLenient)
+    if (isLenient)
     {
         aState.GuessTransferSyntax();
     }

@@ -41,10 +41,10 @@ public:
     ~Part10InputStreamInputStream() override;
 
     /// Reads preamble, "DICM" and file meta information. theStream is borrowed until Close or
-    /// destruction and is read from its current position. theCloseStream: whether Close also closes it.
-    /// theLenient: survive small non-conformances. Throws StreamIOException: code 38 where this is no Part 10
+    /// destruction and is read from its current position. isStreamClosed: whether Close also closes it.
+    /// isLenient: survive small non-conformances. Throws StreamIOException: code 38 where this is no Part 10
     /// stream, and whatever the stream itself throws.
-    void Open(InputStream* theStream, bool theCloseStream, bool theLenient);
+    void Open(InputStream* theStream, bool isStreamClosed, bool isLenient);
 
     /// Forgets the stream. Closing twice is allowed.
     void Close();

@@ -63,9 +63,9 @@ void AddText(DcmItem& theItem, DICOMTag theTag, std::uint16_t theTypeCode, const
     }
 }
 
-E_TransferSyntax ToDcmtk(bool theExplicitVR, DLEndian::Endian theEndian)
+E_TransferSyntax ToDcmtk(bool isExplicitVR, DLEndian::Endian theEndian)
 {
-    if (!theExplicitVR)
+    if (!isExplicitVR)
     {
         return EXS_LittleEndianImplicit;
     }
@@ -125,7 +125,7 @@ void Part10Writer::Write(const RWCString& thePath) const
     FileConsumer aFile(thePath);
     ConsumerStream aStream(aFile);
     WriteFileMeta(aFile, aStream);
-    bool aPixelDataPending = itsSource.GetPixelData() != nullptr;
+    bool isPixelDataPending = itsSource.GetPixelData() != nullptr;
     DICOMObjectAccess::ForEach(itsSource,
                                [&](DcmElement& theElement)
                                {
@@ -134,14 +134,14 @@ void Part10Writer::Write(const RWCString& thePath) const
                                    {
                                        return;
                                    }
-                                   if (aPixelDataPending && aTag > DICOMTags::PixelData)
+                                   if (isPixelDataPending && aTag > DICOMTags::PixelData)
                                    {
                                        WritePixelData(aFile);
-                                       aPixelDataPending = false;
+                                       isPixelDataPending = false;
                                    }
                                    WriteElement(theElement, ToDcmtk(itsExplicitVR, itsEndian), aStream);
                                });
-    if (aPixelDataPending)
+    if (isPixelDataPending)
     {
         WritePixelData(aFile);
     }

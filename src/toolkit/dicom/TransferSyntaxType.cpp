@@ -5,10 +5,10 @@
 
 #include "toolkit/dicom/DataSetReader.h"
 
-TransferSyntaxType::TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool theExplicitVR,
-                                       bool theEncapsulated, bool theDeflated)
-    : itsUID(std::move(theUID)), itsEndian(theEndian), itsExplicitVR(theExplicitVR),
-      itsEncapsulated(theEncapsulated), itsDeflated(theDeflated)
+TransferSyntaxType::TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool isExplicitVR,
+                                       bool isEncapsulated, bool isDeflated)
+    : itsUID(std::move(theUID)), itsEndian(theEndian), itsExplicitVR(isExplicitVR),
+      itsEncapsulated(isEncapsulated), itsDeflated(isDeflated)
 {
 }
 

@@ -33,8 +33,8 @@ public:
     /// @}
 
     /// For TransferSyntaxManager; what the arguments mean the accessors tell.
-    TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool theExplicitVR, bool theEncapsulated,
-                       bool theDeflated);
+    TransferSyntaxType(RWCString theUID, DLEndian::Endian theEndian, bool isExplicitVR, bool isEncapsulated,
+                       bool isDeflated);
 
     /// Without the padding that the element may have.
     const RWCString& GetUID() const { return itsUID; }

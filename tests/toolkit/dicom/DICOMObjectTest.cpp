@@ -7,7 +7,7 @@
 #include "support/DataSet.h"
 #include "support/DicomBuilder.h"
 #include "support/FailureOf.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

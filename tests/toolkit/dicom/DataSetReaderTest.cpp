@@ -10,10 +10,10 @@
 #include "support/DicomBuilder.h"
 #include "support/FailureOf.h"
 #include "support/RecordingInputStream.h"
-#include "toolkit/dicom/Part10InputStreamInputStream.h"
+#include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
-#include "toolkit/dicom/PixelInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
+#include "toolkit/dicom/VR.h"
 
 namespace
 {

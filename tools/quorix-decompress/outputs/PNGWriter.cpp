@@ -104,9 +104,9 @@ bool WriteEnd(png_structp thePNG)
     return true;
 }
 
-void Check(bool theResult, const PNGHandle& theHandle)
+void Check(bool isGood, const PNGHandle& theHandle)
 {
-    if (!theResult)
+    if (!isGood)
     {
         throw OutputError("PNG: " + theHandle.GetError());
     }

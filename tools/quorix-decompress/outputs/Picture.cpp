@@ -6,12 +6,12 @@
 namespace
 {
 template <unsigned Bytes>
-std::uint64_t LoadWord(const unsigned char* theBytes, bool theLittleEndian)
+std::uint64_t LoadWord(const unsigned char* theBytes, bool isLittleEndian)
 {
     std::uint64_t aWord = 0;
     for (unsigned i = 0; i < Bytes; ++i)
     {
-        aWord = aWord << 8 | theBytes[theLittleEndian ? Bytes - 1 - i : i];
+        aWord = aWord << 8 | theBytes[isLittleEndian ? Bytes - 1 - i : i];
     }
     return aWord;
 }

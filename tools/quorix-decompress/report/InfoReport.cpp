@@ -156,7 +156,7 @@ void InfoReport::ReadJPEG2000(const InputSource& theSource, JImageType theKind)
     }
 }
 
-std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
+std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
 {
     const auto Number = [](int theValue)
     { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue); };
@@ -186,7 +186,7 @@ std::string InfoReport::ToText(const std::string& theInput, bool theJSON) const
         {"boxes", itsBoxes.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsBoxes)}};
     const auto Dump = [](const nlohmann::ordered_json& theValue)
     { return theValue.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace); };
-    if (theJSON)
+    if (isJSON)
     {
         return Dump(aFacts) + "\n";
     }

@@ -17,7 +17,7 @@ public:
     InfoReport(const InputSource& theSource, JImageType theKind);
 
     /// The JSON line or the block of text, with its line feed. theInput: what the input is called.
-    std::string ToText(const std::string& theInput, bool theJSON) const;
+    std::string ToText(const std::string& theInput, bool isJSON) const;
 
 private:
     void ReadDICOM(const InputSource& theSource);

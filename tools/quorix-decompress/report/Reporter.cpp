@@ -83,8 +83,8 @@ void ProgressBar::Clear()
     }
 }
 
-Reporter::Reporter(std::FILE* theOutput, bool theLines, bool theProgress)
-    : itsOutput(theOutput), itsLines(theLines), itsProgress(theProgress && ::isatty(STDERR_FILENO) != 0)
+Reporter::Reporter(std::FILE* theOutput, bool hasLines, bool hasProgress)
+    : itsOutput(theOutput), itsLines(hasLines), itsProgress(hasProgress && ::isatty(STDERR_FILENO) != 0)
 {
 }
 

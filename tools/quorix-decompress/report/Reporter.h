@@ -16,8 +16,8 @@
 class ProgressBar
 {
 public:
-    /// theEnabled: false makes every call do nothing.
-    explicit ProgressBar(bool theEnabled) : itsEnabled(theEnabled) {}
+    /// isEnabled: false makes every call do nothing.
+    explicit ProgressBar(bool isEnabled) : itsEnabled(isEnabled) {}
 
     void SetTotal(std::uint64_t theTotal);
     void AddToTotal(std::uint64_t theCount);
@@ -43,8 +43,8 @@ private:
 class Reporter
 {
 public:
-    /// theOutput: where results go; borrowed. theLines: whether lines of facts go there too.
-    Reporter(std::FILE* theOutput, bool theLines, bool theProgress);
+    /// theOutput: where results go; borrowed. hasLines: whether lines of facts go there too.
+    Reporter(std::FILE* theOutput, bool hasLines, bool hasProgress);
 
     /// Lines of facts go there besides. Throws OutputError.
     void OpenReport(const std::string& thePath);

@@ -201,7 +201,7 @@ bool DecodeJob::IsStopped(int theFrame, int theEnd)
     return itsStopped;
 }
 
-void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
+void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
 {
     if (!theFrame.IsDecoded())
     {
@@ -228,7 +228,7 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
         aReport.emplace(itsSource.GetPath(), theFrame);
     }
     std::string anOutput;
-    const std::string aReason = ReasonOfFailure([&] { anOutput = WriteFrame(theFrame, theSeveral); });
+    const std::string aReason = ReasonOfFailure([&] { anOutput = WriteFrame(theFrame, hasSeveral); });
     if (!aReason.empty())
     {
         ReportUnwritten("frame " + std::to_string(theFrame.itsFrame), aReason);
@@ -241,14 +241,14 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool theSeveral)
     }
 }
 
-std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool theSeveral)
+std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool hasSeveral)
 {
     if (itsContext.itsWriter == nullptr)
     {
         return "";
     }
     const std::string aPath = itsContext.itsNames.GetPath(
-        itsInput, theSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
+        itsInput, hasSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
         itsContext.itsWriter->GetExtension(theFrame));
     TemporaryFile aFile(aPath);
     itsContext.itsWriter->Write(theFrame, aFile.GetPath());

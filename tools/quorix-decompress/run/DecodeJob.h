@@ -46,8 +46,8 @@ private:
     void PrintLine(const std::string& theLine);
     void ShowInfo(JImageType theKind);
     void DecodeFrames(JImageType theKind);
-    void HandleFrame(DecodedFrame theFrame, bool theSeveral);
-    std::string WriteFrame(const DecodedFrame& theFrame, bool theSeveral);
+    void HandleFrame(DecodedFrame theFrame, bool hasSeveral);
+    std::string WriteFrame(const DecodedFrame& theFrame, bool hasSeveral);
     void FinishOutput(TemporaryFile& theFile, const std::string& thePath);
     bool IsStopped(int theFrame, int theEnd);
     void FinishDICOMFile();

@@ -110,7 +110,7 @@ public:
 
     /// Ends the image whose header was read, in place of Decode, for a decoder that took over from there:
     /// leaves the library as Decode does, after success or after an exception.
-    virtual void EndImage(bool theSucceeded) = 0;
+    virtual void EndImage(bool isDone) = 0;
 
     /// Forgets the input not yet read: its buffer leaves the codec.
     virtual void DropInput() = 0;

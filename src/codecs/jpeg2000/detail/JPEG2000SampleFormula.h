@@ -12,8 +12,8 @@
 /// Integers centred on 0: 16-bit and 32-bit lines of the reversible path. 1 <= theBits <= 16.
 struct IntegerFormula
 {
-    IntegerFormula(int theBits, bool theSigned)
-        : itsHalf(1 << (theBits - 1)), itsFlip(static_cast<std::uint16_t>(theSigned ? itsHalf : 0))
+    IntegerFormula(int theBits, bool isSigned)
+        : itsHalf(1 << (theBits - 1)), itsFlip(static_cast<std::uint16_t>(isSigned ? itsHalf : 0))
     {
     }
 
@@ -32,11 +32,11 @@ struct IntegerFormula
 /// Fixed-point lines: -4096 to 4095 stand for -0.5 to 0.5. 1 <= theBits <= KDU_FIXED_POINT.
 struct FixedPointFormula
 {
-    FixedPointFormula(int theBits, bool theSigned)
+    FixedPointFormula(int theBits, bool isSigned)
         : itsShift(KDU_FIXED_POINT - theBits), itsLow(-(1 << (KDU_FIXED_POINT - 1))),
           itsHigh((1 << (KDU_FIXED_POINT - 1)) - (1 << itsShift)),
           itsOffset(((1 << itsShift) + (1 << KDU_FIXED_POINT)) / 2),
-          itsFlip(static_cast<std::uint16_t>(theSigned ? 1 << (theBits - 1) : 0))
+          itsFlip(static_cast<std::uint16_t>(isSigned ? 1 << (theBits - 1) : 0))
     {
     }
 
@@ -57,10 +57,10 @@ struct FixedPointFormula
 /// 1 <= theBits <= 16. Every product and sum is rounded by itself, on every machine alike.
 struct FloatFormula
 {
-    FloatFormula(int theBits, bool theSigned)
+    FloatFormula(int theBits, bool isSigned)
         : itsScale(static_cast<float>(1 << theBits)), itsHigh(0.5F - 1.0F / itsScale),
           itsOffset(0.5F * itsScale + 0.5F),
-          itsFlip(static_cast<std::uint16_t>(theSigned ? 1 << (theBits - 1) : 0))
+          itsFlip(static_cast<std::uint16_t>(isSigned ? 1 << (theBits - 1) : 0))
     {
     }
 

@@ -28,19 +28,19 @@ public:
 
     /// Two bytes a sample, side by side.
     static void ToWords(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                        std::size_t theCount, int theBits, bool theSigned);
+                        std::size_t theCount, int theBits, bool isSigned);
 
     /// One byte a sample, side by side.
     static void ToBytes(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                        std::size_t theCount, int theBits, bool theSigned);
+                        std::size_t theCount, int theBits, bool isSigned);
 
     /// Three lines of one kind to triplets of bytes.
     static void ToTriplets(JPEG2000LineKind theKind, const void* const* theLines, std::uint8_t* theOutput,
-                           std::size_t theCount, int theBits, bool theSigned);
+                           std::size_t theCount, int theBits, bool isSigned);
 
     /// One (theBytes 1) or two bytes a sample, theStride samples from one to the next.
     static void ToStrided(JPEG2000LineKind theKind, const void* theLine, std::uint8_t* theOutput,
-                          std::size_t theCount, int theBits, bool theSigned, int theBytes,
+                          std::size_t theCount, int theBits, bool isSigned, int theBytes,
                           std::size_t theStride);
 };
 

@@ -124,9 +124,9 @@ struct Apart
 template <class Sample>
 struct RowInput
 {
-    RowInput(const Sample* theLow, const Sample* theHigh, size_t theWidth, bool theFirstIsHigh)
-        : itsLow(theLow), itsHigh(theHigh + theFirstIsHigh), itsFirstHigh(theFirstIsHigh ? -1 : 0),
-          itsEndLow(static_cast<ptrdiff_t>((theWidth + !theFirstIsHigh) / 2)),
+    RowInput(const Sample* theLow, const Sample* theHigh, size_t theWidth, bool isFirstHigh)
+        : itsLow(theLow), itsHigh(theHigh + isFirstHigh), itsFirstHigh(isFirstHigh ? -1 : 0),
+          itsEndLow(static_cast<ptrdiff_t>((theWidth + !isFirstHigh) / 2)),
           itsEndHigh(static_cast<ptrdiff_t>(theWidth) - itsEndLow + itsFirstHigh)
     {
     }
@@ -236,36 +236,36 @@ private:
 
 template <class Sample>
 HWY_INLINE void SynthesizeReversible(const Sample* theLow, const Sample* theHigh, Sample* theRow,
-                                     size_t theWidth, bool theFirstIsHigh)
+                                     size_t theWidth, bool isFirstHigh)
 {
-    const RowInput<Sample> anInput(theLow, theHigh, theWidth, theFirstIsHigh);
-    const Interleaved<Sample> anOutput{theRow + theFirstIsHigh};
+    const RowInput<Sample> anInput(theLow, theHigh, theWidth, isFirstHigh);
+    const Interleaved<Sample> anOutput{theRow + isFirstHigh};
     RowLifter(anInput, ReversibleRule(), anOutput).Run();
 }
 
 void SynthesizeRow16(const int16_t* theLow, const int16_t* theHigh, int16_t* theRow, size_t theWidth,
-                     bool theFirstIsHigh)
+                     bool isFirstHigh)
 {
-    SynthesizeReversible(theLow, theHigh, theRow, theWidth, theFirstIsHigh);
+    SynthesizeReversible(theLow, theHigh, theRow, theWidth, isFirstHigh);
 }
 
 void SynthesizeRow32(const int32_t* theLow, const int32_t* theHigh, int32_t* theRow, size_t theWidth,
-                     bool theFirstIsHigh)
+                     bool isFirstHigh)
 {
-    SynthesizeReversible(theLow, theHigh, theRow, theWidth, theFirstIsHigh);
+    SynthesizeReversible(theLow, theHigh, theRow, theWidth, isFirstHigh);
 }
 
 void SynthesizeRowFloat(const float* theLow, const float* theHigh, float* theRow, size_t theWidth,
-                        bool theFirstIsHigh, float* theScratch)
+                        bool isFirstHigh, float* theScratch)
 {
     float* const aScratchHigh = theScratch + (theWidth + 1) / 2;
-    const RowInput<float> anInput(theLow, theHigh, theWidth, theFirstIsHigh);
+    const RowInput<float> anInput(theLow, theHigh, theWidth, isFirstHigh);
     RowLifter(anInput, IrreversibleRule{LiftingKernels::kDelta, LiftingKernels::kGamma},
-              Apart<float>{theScratch, aScratchHigh + theFirstIsHigh})
+              Apart<float>{theScratch, aScratchHigh + isFirstHigh})
         .Run();
-    const RowInput<float> aHalfway(theScratch, aScratchHigh, theWidth, theFirstIsHigh);
+    const RowInput<float> aHalfway(theScratch, aScratchHigh, theWidth, isFirstHigh);
     RowLifter(aHalfway, IrreversibleRule{LiftingKernels::kBeta, LiftingKernels::kAlpha},
-              Interleaved<float>{theRow + theFirstIsHigh})
+              Interleaved<float>{theRow + isFirstHigh})
         .Run();
 }
 
@@ -398,21 +398,21 @@ HWY_EXPORT(LiftFloat);
 HWY_EXPORT(LiftFourFloat);
 
 void LiftingKernels::SynthesizeRow(const std::int16_t* theLow, const std::int16_t* theHigh,
-                                   std::int16_t* theRow, std::size_t theWidth, bool theFirstIsHigh)
+                                   std::int16_t* theRow, std::size_t theWidth, bool isFirstHigh)
 {
-    HWY_DYNAMIC_DISPATCH(SynthesizeRow16)(theLow, theHigh, theRow, theWidth, theFirstIsHigh);
+    HWY_DYNAMIC_DISPATCH(SynthesizeRow16)(theLow, theHigh, theRow, theWidth, isFirstHigh);
 }
 
 void LiftingKernels::SynthesizeRow(const std::int32_t* theLow, const std::int32_t* theHigh,
-                                   std::int32_t* theRow, std::size_t theWidth, bool theFirstIsHigh)
+                                   std::int32_t* theRow, std::size_t theWidth, bool isFirstHigh)
 {
-    HWY_DYNAMIC_DISPATCH(SynthesizeRow32)(theLow, theHigh, theRow, theWidth, theFirstIsHigh);
+    HWY_DYNAMIC_DISPATCH(SynthesizeRow32)(theLow, theHigh, theRow, theWidth, isFirstHigh);
 }
 
 void LiftingKernels::SynthesizeRow(const float* theLow, const float* theHigh, float* theRow,
-                                   std::size_t theWidth, bool theFirstIsHigh, float* theScratch)
+                                   std::size_t theWidth, bool isFirstHigh, float* theScratch)
 {
-    HWY_DYNAMIC_DISPATCH(SynthesizeRowFloat)(theLow, theHigh, theRow, theWidth, theFirstIsHigh, theScratch);
+    HWY_DYNAMIC_DISPATCH(SynthesizeRowFloat)(theLow, theHigh, theRow, theWidth, isFirstHigh, theScratch);
 }
 
 void LiftingKernels::LiftLow(std::int16_t* theLow, const std::int16_t* theHighBefore,

@@ -24,17 +24,17 @@ public:
     static constexpr float kDelta = 0.443506852043971f;
     static constexpr float kK = 1.230174104914001f;
 
-    /// Interleave and filter one row. theWidth is at least 2; theFirstIsHigh where the row begins at an odd
+    /// Interleave and filter one row. theWidth is at least 2; isFirstHigh where the row begins at an odd
     /// coordinate. theLow and theHigh hold the row's even and odd coordinates and need no padding. The row
     /// overlaps none of them.
     static void SynthesizeRow(const std::int16_t* theLow, const std::int16_t* theHigh, std::int16_t* theRow,
-                              std::size_t theWidth, bool theFirstIsHigh);
+                              std::size_t theWidth, bool isFirstHigh);
     static void SynthesizeRow(const std::int32_t* theLow, const std::int32_t* theHigh, std::int32_t* theRow,
-                              std::size_t theWidth, bool theFirstIsHigh);
+                              std::size_t theWidth, bool isFirstHigh);
 
     /// theScratch: room for GetScratchSize(theWidth) samples.
     static void SynthesizeRow(const float* theLow, const float* theHigh, float* theRow, std::size_t theWidth,
-                              bool theFirstIsHigh, float* theScratch);
+                              bool isFirstHigh, float* theScratch);
     static constexpr std::size_t GetScratchSize(std::size_t theWidth) { return theWidth + 1; }
 
     // The steps below work on whole lines, one above the other. Lines are aligned and padded as those of

@@ -57,12 +57,12 @@ private:
 
 bool HasData(const Resolution& theResolution)
 {
-    bool aResult = false;
+    bool hasData = false;
     for (unsigned int b = 0; b < theResolution.GetSubbandCount(); ++b)
     {
-        aResult |= theResolution.GetSubband(b).HasData();
+        hasData |= theResolution.GetSubband(b).HasData();
     }
-    return aResult;
+    return hasData;
 }
 
 template <class Sample>
@@ -223,17 +223,17 @@ private:
 
 template <class Part>
 std::unique_ptr<LineReader> CreateReader(const Part& thePart, const Subband& theLL,
-                                         kdu_sample_allocator& theAllocator, bool theUseShorts)
+                                         kdu_sample_allocator& theAllocator, bool isShort)
 {
     if (!thePart.IsReversible())
     {
-        if (theUseShorts)
+        if (isShort)
         {
             throw std::logic_error("16-bit lines are for reversible components");
         }
         return std::make_unique<TypedLineReader<float>>(thePart, theAllocator);
     }
-    if (theUseShorts)
+    if (isShort)
     {
         return std::make_unique<TypedLineReader<std::int16_t>>(thePart, theAllocator);
     }
@@ -243,20 +243,20 @@ std::unique_ptr<LineReader> CreateReader(const Part& thePart, const Subband& the
 } // namespace
 
 std::unique_ptr<LineReader> LineReader::Create(const Subband& theSubband, kdu_sample_allocator& theAllocator,
-                                               bool theUseShorts)
+                                               bool isShort)
 {
-    return CreateReader(theSubband, theSubband, theAllocator, theUseShorts);
+    return CreateReader(theSubband, theSubband, theAllocator, isShort);
 }
 
 std::unique_ptr<LineReader> LineReader::Create(const Resolution& theResolution,
-                                               kdu_sample_allocator& theAllocator, bool theUseShorts)
+                                               kdu_sample_allocator& theAllocator, bool isShort)
 {
     const Resolution* aLowest = &theResolution;
     while (aLowest->GetNext() != nullptr)
     {
         aLowest = aLowest->GetNext();
     }
-    return CreateReader(theResolution, aLowest->GetSubband(0), theAllocator, theUseShorts);
+    return CreateReader(theResolution, aLowest->GetSubband(0), theAllocator, isShort);
 }
 
 } // namespace j2k

@@ -22,11 +22,11 @@ public:
 
     /// The lines of one subband.
     static std::unique_ptr<LineReader> Create(const Subband& theSubband, kdu_sample_allocator& theAllocator,
-                                              bool theUseShorts);
+                                              bool isShort);
 
     /// The lines of a resolution, from all subbands of it and below.
     static std::unique_ptr<LineReader> Create(const Resolution& theResolution,
-                                              kdu_sample_allocator& theAllocator, bool theUseShorts);
+                                              kdu_sample_allocator& theAllocator, bool isShort);
 };
 
 } // namespace j2k

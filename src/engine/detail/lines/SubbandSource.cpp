@@ -106,12 +106,12 @@ template <class Sample>
 void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn) const
 {
     // How a segment ends tells nothing where it was left before its end.
-    const bool anIsWhole = !itsScratch.GetBlock().itsIsCut;
-    if (theFindings.itsBadSegmentationSymbol && anIsWhole)
+    const bool isWhole = !itsScratch.GetBlock().itsIsCut;
+    if (theFindings.itsBadSegmentationSymbol && isWhole)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "wrong segmentation symbol");
     }
-    if (theFindings.itsBadTermination && anIsWhole)
+    if (theFindings.itsBadTermination && isWhole)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "coding pass not terminated as announced");
     }

@@ -169,10 +169,10 @@ void Synthesis<Sample>::LiftLines()
 {
     // The ring holds the lines from aTop to itsStep + 1, the last two of them just filled in.
     const std::int64_t aTop = itsStep + 2 - kRing;
-    const bool anAllExist = aTop >= itsFirst && itsStep + 1 < itsEnd;
+    const bool isEachThere = aTop >= itsFirst && itsStep + 1 < itsEnd;
     if constexpr (std::is_floating_point_v<Sample>)
     {
-        if (anAllExist)
+        if (isEachThere)
         {
             float* const aLines[] = {GetLine(aTop),     GetLine(aTop + 1), GetLine(aTop + 2),
                                      GetLine(aTop + 3), GetLine(aTop + 4), GetLine(aTop + 5)};
@@ -186,7 +186,7 @@ void Synthesis<Sample>::LiftLines()
             LiftLine(itsStep - 3, LiftingKernels::kAlpha);
         }
     }
-    else if (anAllExist)
+    else if (isEachThere)
     {
         LiftingKernels::LiftBoth(GetLine(aTop), GetLine(aTop + 1), GetLine(aTop + 2), GetLine(aTop + 3),
                                  itsWidth);

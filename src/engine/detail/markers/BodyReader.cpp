@@ -23,8 +23,8 @@ constexpr std::uint32_t kEoc = 0xFFD9;
 class ChunkWriter
 {
 public:
-    ChunkWriter(std::vector<BodyChunk>& theBody, std::uint64_t theOffset, bool theStartsTilePart)
-        : itsBody(theBody), itsOffset(theOffset), itsStartsTilePart(theStartsTilePart)
+    ChunkWriter(std::vector<BodyChunk>& theBody, std::uint64_t theOffset, bool isTilePartStart)
+        : itsBody(theBody), itsOffset(theOffset), itsStartsTilePart(isTilePartStart)
     {
     }
 
@@ -58,10 +58,10 @@ bool FindMarker(const std::vector<BodyChunk>& theBody, std::size_t theFirst, std
         {
             aWindow = (aWindow << 8) | aByte;
             ++theKept;
-            const bool anIsSot = aWindow == kSotAndLength;
-            if (anIsSot || (aWindow & 0xFFFF) == kEoc)
+            const bool isSot = aWindow == kSotAndLength;
+            if (isSot || (aWindow & 0xFFFF) == kEoc)
             {
-                theKept -= anIsSot ? 4 : 2;
+                theKept -= isSot ? 4 : 2;
                 return true;
             }
         }
@@ -74,12 +74,12 @@ bool FindMarker(const std::vector<BodyChunk>& theBody, std::size_t theFirst, std
 bool BodyReader::ReadCounted(std::uint64_t theCount, std::vector<BodyChunk>& theBody)
 {
     std::size_t aSize = kFirstChunkBytes;
-    bool anIsFirst = true;
+    bool isFirst = true;
     while (theCount > 0)
     {
         BodyChunk aChunk;
         aChunk.itsOffset = itsBytes.GetOffset();
-        aChunk.itsStartsTilePart = std::exchange(anIsFirst, false);
+        aChunk.itsStartsTilePart = std::exchange(isFirst, false);
         aChunk.itsBytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(theCount, aSize)));
         const std::size_t aWanted = aChunk.itsBytes.size();
         const std::size_t aRead = itsBytes.Read(aChunk.itsBytes.data(), aWanted);
@@ -110,19 +110,19 @@ bool BodyReader::IsTilePartNext()
            itsBytes.GetAvailable()[1] == kSotLength;
 }
 
-void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& theBody)
+void BodyReader::ReadToMarker(bool isTilePartStart, std::vector<BodyChunk>& theBody)
 {
-    ChunkWriter aWriter(theBody, itsBytes.GetOffset(), theStartsTilePart);
-    bool anIsPrefixHeld = false;
+    ChunkWriter aWriter(theBody, itsBytes.GetOffset(), isTilePartStart);
+    bool isPrefixHeld = false;
     for (;;)
     {
         // Two bytes at most are sure to be the codestream's own: it ends with EOC.
         std::array<std::uint8_t, 2> someBytes{};
-        const std::size_t aCount = itsBytes.Read(someBytes.data(), anIsPrefixHeld ? 1 : 2);
+        const std::size_t aCount = itsBytes.Read(someBytes.data(), isPrefixHeld ? 1 : 2);
         for (std::size_t anIndex = 0; anIndex < aCount; ++anIndex)
         {
             const std::uint8_t aByte = someBytes[anIndex];
-            if (anIsPrefixHeld)
+            if (isPrefixHeld)
             {
                 if (aByte == kEocCode || (aByte == kSotCode && IsTilePartNext()))
                 {
@@ -131,15 +131,15 @@ void BodyReader::ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& th
                 }
                 aWriter.Append(kMarkerPrefix);
             }
-            anIsPrefixHeld = aByte == kMarkerPrefix;
-            if (!anIsPrefixHeld)
+            isPrefixHeld = aByte == kMarkerPrefix;
+            if (!isPrefixHeld)
             {
                 aWriter.Append(aByte);
             }
         }
         if (aCount == 0)
         {
-            if (anIsPrefixHeld)
+            if (isPrefixHeld)
             {
                 aWriter.Append(kMarkerPrefix);
             }

@@ -26,16 +26,16 @@ FewestLevels::FewestLevels(const TileCoding& theMain, std::uint32_t theTiles)
 
 void FewestLevels::AddTile(const CodingSegments& theTile)
 {
-    const bool anAreAllNamed = theTile.itsComponentStyles.size() == itsComponents;
+    const bool isEachNamed = theTile.itsComponentStyles.size() == itsComponents;
     for (const auto& [aComponent, aStyle] : theTile.itsComponentStyles)
     {
         itsFewestOfTiles = std::min<unsigned int>(itsFewestOfTiles, aStyle.itsLevels);
     }
-    if (theTile.itsStyle && !anAreAllNamed)
+    if (theTile.itsStyle && !isEachNamed)
     {
         itsFewestOfTiles = std::min<unsigned int>(itsFewestOfTiles, theTile.itsStyle->itsLevels);
     }
-    if (theTile.itsStyle || anAreAllNamed)
+    if (theTile.itsStyle || isEachNamed)
     {
         --itsTilesOnMain;
     }
@@ -88,9 +88,9 @@ void CodestreamReader::Implementation::ReadTilePart()
     {
         aTile = &itsTiles[aStart.itsTile];
     }
-    const bool anIsFirst = aTile != &aDropped && aTile->itsTileParts == 0;
+    const bool isFirst = aTile != &aDropped && aTile->itsTileParts == 0;
     itsTileParts->Read(*aTile);
-    if (anIsFirst)
+    if (isFirst)
     {
         itsFewestLevels.AddTile(aTile->itsCoding);
     }

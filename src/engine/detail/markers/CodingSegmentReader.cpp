@@ -43,11 +43,11 @@ std::uint8_t TakeBlockStyle(SegmentCursor& theCursor)
     return aStyle;
 }
 
-void TakePrecincts(SegmentCursor& theCursor, bool theAreGiven, CodingStyle& theStyle)
+void TakePrecincts(SegmentCursor& theCursor, bool isGiven, CodingStyle& theStyle)
 {
     constexpr std::uint8_t kLargest = 0xFF;
     theStyle.itsPrecinctSizes.fill(kLargest);
-    if (!theAreGiven)
+    if (!isGiven)
     {
         return;
     }
@@ -62,7 +62,7 @@ void TakePrecincts(SegmentCursor& theCursor, bool theAreGiven, CodingStyle& theS
     }
 }
 
-CodingStyle TakeStyle(SegmentCursor& theCursor, bool theHasPrecincts)
+CodingStyle TakeStyle(SegmentCursor& theCursor, bool hasPrecincts)
 {
     CodingStyle aStyle;
     aStyle.itsLevels = theCursor.TakeByte();
@@ -83,7 +83,7 @@ CodingStyle TakeStyle(SegmentCursor& theCursor, bool theHasPrecincts)
         theCursor.Error("wavelet transform " + std::to_string(aTransform) + " is not supported");
     }
     aStyle.itsReversible = aTransform == 1;
-    TakePrecincts(theCursor, theHasPrecincts, aStyle);
+    TakePrecincts(theCursor, hasPrecincts, aStyle);
     return aStyle;
 }
 
@@ -99,11 +99,11 @@ Quantization TakeQuantization(SegmentCursor& theCursor, std::uint64_t theOffset)
         theCursor.Error("quantization style " + std::to_string(aStyle & 31) + " is not supported");
     }
     aResult.itsStyle = static_cast<QuantizationStyle>(aStyle & 31);
-    const bool anIsByte = aResult.itsStyle == QuantizationStyle::None;
+    const bool isByte = aResult.itsStyle == QuantizationStyle::None;
     const std::size_t aMost = aResult.itsStyle == QuantizationStyle::Derived ? 1 : kMaxSubbands;
-    while (theCursor.GetRest().size() >= (anIsByte ? 1 : 2) && aResult.itsSteps.size() < aMost)
+    while (theCursor.GetRest().size() >= (isByte ? 1 : 2) && aResult.itsSteps.size() < aMost)
     {
-        const unsigned int aStep = anIsByte ? (theCursor.TakeByte() >> 3) << 11 : theCursor.TakeWord();
+        const unsigned int aStep = isByte ? (theCursor.TakeByte() >> 3) << 11 : theCursor.TakeWord();
         aResult.itsSteps.push_back(static_cast<std::uint16_t>(aStep));
     }
     if (aResult.itsSteps.empty())
@@ -285,8 +285,8 @@ void CodingSegmentReader::ReadRgn(SegmentCursor& theCursor, CodingSegments& theS
 
 void CodingSegmentReader::ReadPoc(SegmentCursor& theCursor, CodingSegments& theSegments)
 {
-    const bool anIsWide = itsComponents >= 257;
-    const std::size_t anEntryBytes = anIsWide ? 9 : 7;
+    const bool isWide = itsComponents >= 257;
+    const std::size_t anEntryBytes = isWide ? 9 : 7;
     while (theCursor.GetRest().size() >= anEntryBytes)
     {
         Progression aProgression;
@@ -297,7 +297,7 @@ void CodingSegmentReader::ReadPoc(SegmentCursor& theCursor, CodingSegments& theS
         const unsigned int anEnd = theCursor.TakeComponent(itsComponents);
         // 0 stands for the number that does not fit.
         aProgression.itsEndComponent =
-            static_cast<std::uint16_t>(anEnd != 0 ? anEnd : (anIsWide ? 16384 : 256));
+            static_cast<std::uint16_t>(anEnd != 0 ? anEnd : (isWide ? 16384 : 256));
         const unsigned int anOrder = theCursor.TakeByte();
         if (anOrder > static_cast<unsigned int>(ProgressionOrder::CPRL))
         {

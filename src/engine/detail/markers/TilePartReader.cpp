@@ -201,19 +201,19 @@ void TilePartReader::AddPackedHeaders(const TilePartStart& theStart, const Packe
 void TilePartReader::ReadBody(const TilePartStart& theStart, CollectedTile& theTile)
 {
     const std::uint64_t aHeaderBytes = itsReader.GetBytes().GetOffset() - theStart.itsOffset;
-    const bool aHasLength = theStart.itsLength != 0;
-    if (aHasLength && theStart.itsLength < aHeaderBytes)
+    const bool hasLength = theStart.itsLength != 0;
+    if (hasLength && theStart.itsLength < aHeaderBytes)
     {
         itsReports.NonConformance("SOT: the length ends inside the tile-part's header", theStart.itsOffset);
         itsLengthsAreWrong = true;
     }
-    if (aHasLength && !itsLengthsAreWrong)
+    if (hasLength && !itsLengthsAreWrong)
     {
         ReadCountedBody(theStart, theStart.itsLength - aHeaderBytes, theTile);
         return;
     }
     ReadOpenBody(true, theTile);
-    if (!aHasLength && itsNext)
+    if (!hasLength && itsNext)
     {
         itsReports.NonConformance("SOT: a tile-part without a length is not the last one",
                                   theStart.itsOffset);
@@ -224,13 +224,13 @@ void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_
                                      CollectedTile& theTile)
 {
     const std::size_t aFirstChunk = theTile.itsBody.size();
-    const bool anIsComplete = itsBodyReader.ReadCounted(theCount, theTile.itsBody);
-    if (anIsComplete && !EndsWithEoc(theTile.itsBody, aFirstChunk) && TakeNextMarker())
+    const bool isComplete = itsBodyReader.ReadCounted(theCount, theTile.itsBody);
+    if (isComplete && !EndsWithEoc(theTile.itsBody, aFirstChunk) && TakeNextMarker())
     {
         return;
     }
-    const bool anIsTooLong = itsBodyReader.CutAtMarker(theTile.itsBody, aFirstChunk);
-    if (!anIsTooLong && !anIsComplete)
+    const bool isTooLong = itsBodyReader.CutAtMarker(theTile.itsBody, aFirstChunk);
+    if (!isTooLong && !isComplete)
     {
         itsReports.NonConformance("The codestream ends inside a tile-part", itsReader.GetBytes().GetOffset());
         theTile.itsIsCutShort = true;
@@ -239,7 +239,7 @@ void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_
     itsReports.NonConformance("SOT: the tile-part does not end where its length says", theStart.itsOffset);
     // Another length that leads astray would have the same bytes read over and over.
     itsLengthsAreWrong = true;
-    if (anIsTooLong)
+    if (isTooLong)
     {
         TakeNextMarker();
     }
@@ -249,9 +249,9 @@ void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_
     }
 }
 
-void TilePartReader::ReadOpenBody(bool theStartsTilePart, CollectedTile& theTile)
+void TilePartReader::ReadOpenBody(bool isTilePartStart, CollectedTile& theTile)
 {
-    itsBodyReader.ReadToMarker(theStartsTilePart, theTile.itsBody);
+    itsBodyReader.ReadToMarker(isTilePartStart, theTile.itsBody);
     TakeNextMarker();
     theTile.itsIsCutShort = theTile.itsIsCutShort || (!itsNext && !itsHasSeenEnd);
 }

@@ -43,7 +43,7 @@ public:
 
     /// Appends everything before the next SOT or EOC, or the end of the source, and reads not a byte further
     /// than needed to see the marker.
-    void ReadToMarker(bool theStartsTilePart, std::vector<BodyChunk>& theBody);
+    void ReadToMarker(bool isTilePartStart, std::vector<BodyChunk>& theBody);
 
     /// Looks for SOT and EOC in the chunks from theFirst on; the first that is there and all behind it are
     /// put back. False where there is none.
@@ -102,7 +102,7 @@ private:
     void ReadCountedBody(const TilePartStart& theStart, std::uint64_t theCount, CollectedTile& theTile);
 
     /// A body whose end is told by the marker behind it.
-    void ReadOpenBody(bool theStartsTilePart, CollectedTile& theTile);
+    void ReadOpenBody(bool isTilePartStart, CollectedTile& theTile);
 
     /// Takes SOT with its contents, EOC, or the end of the source. False where something else follows.
     bool TakeNextMarker();

@@ -40,14 +40,14 @@ bool TagTree::ReadIsBelow(PacketBits& theBits, std::uint32_t theColumn, std::uin
         std::uint32_t& aNode =
             itsNodes[aPlace.itsFirst + std::uint64_t(theRow >> aLevel) * aPlace.itsColumns +
                      (theColumn >> aLevel)];
-        bool anIsKnown = (aNode & 1U) != 0;
-        aLeast = anIsKnown || (aNode >> 1) > aLeast ? aNode >> 1 : aLeast;
-        while (!anIsKnown && aLeast < theThreshold)
+        bool isKnown = (aNode & 1U) != 0;
+        aLeast = isKnown || (aNode >> 1) > aLeast ? aNode >> 1 : aLeast;
+        while (!isKnown && aLeast < theThreshold)
         {
-            anIsKnown = theBits.ReadBit() != 0;
-            aLeast += anIsKnown ? 0 : 1;
+            isKnown = theBits.ReadBit() != 0;
+            aLeast += isKnown ? 0 : 1;
         }
-        aNode = (aLeast << 1) | (anIsKnown ? 1U : 0U);
+        aNode = (aLeast << 1) | (isKnown ? 1U : 0U);
         if (aLeast >= theThreshold)
         {
             return false;

@@ -90,13 +90,13 @@ bool PacketHeader::OpenBand(PrecinctBand& theBand)
     {
         return true;
     }
-    bool anIsKnown = false;
-    while (!anIsKnown && theBand.itsFirstLayer <= itsLayer)
+    bool isKnown = false;
+    while (!isKnown && theBand.itsFirstLayer <= itsLayer)
     {
-        anIsKnown = itsBits->ReadBit() != 0;
-        theBand.itsFirstLayer += anIsKnown ? 0 : 1;
+        isKnown = itsBits->ReadBit() != 0;
+        theBand.itsFirstLayer += isKnown ? 0 : 1;
     }
-    if (!anIsKnown || itsBits->HasOverrun())
+    if (!isKnown || itsBits->HasOverrun())
     {
         return false;
     }

@@ -124,10 +124,10 @@ bool PacketReader::VisitPacket(const PacketPlace& thePlace)
         Depart("Data ends before the last packet");
         return false;
     }
-    const bool aGoesOn = itsMayRecover ? ReadResilient(thePlace) : ReadPlain(thePlace);
-    itsIsCut = itsIsCut || !aGoesOn;
+    const bool canGoOn = itsMayRecover ? ReadResilient(thePlace) : ReadPlain(thePlace);
+    itsIsCut = itsIsCut || !canGoOn;
     ++itsNumber;
-    return aGoesOn;
+    return canGoOn;
 }
 
 bool PacketReader::ReadPlain(const PacketPlace& thePlace)
@@ -143,9 +143,9 @@ bool PacketReader::ReadPlain(const PacketPlace& thePlace)
         Depart("Packet header contradicts itself or the data");
         return false;
     }
-    const bool aGoesOn = TakeBody(thePlace);
+    const bool canGoOn = TakeBody(thePlace);
     CheckTileParts(aStart);
-    return aGoesOn;
+    return canGoOn;
 }
 
 // How reading finds its way again.
@@ -194,15 +194,15 @@ bool PacketReader::ReadResilient(const PacketPlace& thePlace)
         aStart += SopFinder::kSegmentSize;
     }
     const Precinct* const aPrecinct = thePlace.itsResolution->FindPrecinct(thePlace.itsPrecinct);
-    const bool anIsReadable = aPrecinct == nullptr || !aPrecinct->itsIsDamaged;
+    const bool isReadable = aPrecinct == nullptr || !aPrecinct->itsIsDamaged;
     const auto aNext = itsSops.Find(std::min(aStart, itsBody.GetSize()));
-    if (anIsReadable && ReadHeader(thePlace))
+    if (isReadable && ReadHeader(thePlace))
     {
         const std::uint64_t anEnd = itsCursor.GetPosition() + itsHeader.GetBodyLength();
-        const bool aMissesNext =
+        const bool isNextMissed =
             aNext && anEnd != aNext->itsPosition &&
             (anEnd > aNext->itsPosition || aNext->itsNumber == ((itsNumber + 1) & 0xFFFFU));
-        if (!aMissesNext)
+        if (!isNextMissed)
         {
             return TakeBody(thePlace);
         }
@@ -227,14 +227,14 @@ bool PacketReader::ReadSop(std::uint16_t& theNumber)
     {
         Depart("SOP where COD announces none");
     }
-    const bool anIsWhole = itsCursor.Peek(aBytes, sizeof(aBytes));
+    const bool isWhole = itsCursor.Peek(aBytes, sizeof(aBytes));
     itsCursor.Skip(sizeof(aBytes));
     theNumber = static_cast<std::uint16_t>((aBytes[4] << 8) | aBytes[5]);
-    if (anIsWhole && (aBytes[2] != 0 || aBytes[3] != 4))
+    if (isWhole && (aBytes[2] != 0 || aBytes[3] != 4))
     {
         Depart("SOP has a length other than 4");
     }
-    return anIsWhole;
+    return isWhole;
 }
 
 bool PacketReader::ReadHeader(const PacketPlace& thePlace)
@@ -251,25 +251,25 @@ bool PacketReader::ReadHeader(const PacketPlace& thePlace)
 void PacketReader::ReadEph()
 {
     std::uint8_t aBytes[2];
-    const bool anIsThere = itsHeaderCursor.Peek(aBytes, 2) && aBytes[0] == 0xFF && aBytes[1] == 0x92;
-    if (anIsThere)
+    const bool isThere = itsHeaderCursor.Peek(aBytes, 2) && aBytes[0] == 0xFF && aBytes[1] == 0x92;
+    if (isThere)
     {
         itsHeaderCursor.Skip(2);
     }
-    if (anIsThere != itsData.itsCoding.itsHasEPH)
+    if (isThere != itsData.itsCoding.itsHasEPH)
     {
-        Depart(anIsThere ? "EPH where COD announces none" : "EPH is missing behind a packet header");
+        Depart(isThere ? "EPH where COD announces none" : "EPH is missing behind a packet header");
     }
 }
 
 bool PacketReader::TakeBody(const PacketPlace& thePlace)
 {
-    const bool anIsCut = itsHeader.GetBodyLength() > itsCursor.GetLeft();
-    const bool anIsDecoded = IsDecoded(thePlace);
+    const bool isCut = itsHeader.GetBodyLength() > itsCursor.GetLeft();
+    const bool isDecoded = IsDecoded(thePlace);
     for (const PacketShare& aShare : itsHeader.GetShares())
     {
         const std::uint64_t aLength = std::min<std::uint64_t>(aShare.itsLength, itsCursor.GetLeft());
-        if (anIsDecoded)
+        if (isDecoded)
         {
             AddPiece(aShare, aLength);
         }
@@ -279,11 +279,11 @@ bool PacketReader::TakeBody(const PacketPlace& thePlace)
             break;
         }
     }
-    if (anIsCut)
+    if (isCut)
     {
         Depart("Data ends within a packet");
     }
-    return !anIsCut;
+    return !isCut;
 }
 
 void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength)

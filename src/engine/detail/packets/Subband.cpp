@@ -13,10 +13,10 @@ namespace j2k
 {
 namespace
 {
-// T.800 B-15 on one axis: theHigh where the high-pass filter's output is meant.
-std::uint32_t ToSubband(std::uint32_t theValue, unsigned int theLevels, bool theHigh)
+// T.800 B-15 on one axis: isHigh where the high-pass filter's output is meant.
+std::uint32_t ToSubband(std::uint32_t theValue, unsigned int theLevels, bool isHigh)
 {
-    const std::uint64_t aShift = theHigh ? std::uint64_t(1) << (theLevels - 1) : 0;
+    const std::uint64_t aShift = isHigh ? std::uint64_t(1) << (theLevels - 1) : 0;
     return theValue > aShift ? static_cast<std::uint32_t>(CeilDivPow2(theValue - aShift, theLevels)) : 0;
 }
 
@@ -76,11 +76,11 @@ Subband::Subband(Tile& theTile, Resolution& theResolution, const ComponentCoding
     const unsigned int aLevel = theResolution.GetLevel();
     const unsigned int aHalf = aLevel == 0 ? 0 : 1;
     const unsigned int aLevels = theCoding.itsLevels - aLevel + aHalf;
-    const bool aHighX = theBand == Band::HL || theBand == Band::HH;
-    const bool aHighY = theBand == Band::LH || theBand == Band::HH;
-    itsRect = {ToSubband(theComponent.itsX0, aLevels, aHighX), ToSubband(theComponent.itsY0, aLevels, aHighY),
-               ToSubband(theComponent.itsX1, aLevels, aHighX),
-               ToSubband(theComponent.itsY1, aLevels, aHighY)};
+    const bool isHighX = theBand == Band::HL || theBand == Band::HH;
+    const bool isHighY = theBand == Band::LH || theBand == Band::HH;
+    itsRect = {
+        ToSubband(theComponent.itsX0, aLevels, isHighX), ToSubband(theComponent.itsY0, aLevels, isHighY),
+        ToSubband(theComponent.itsX1, aLevels, isHighX), ToSubband(theComponent.itsY1, aLevels, isHighY)};
 
     const PrecinctGrid& aGrid = theResolution.GetPrecincts();
     const auto aMakeAxis = [aHalf](std::uint32_t theBegin, std::uint32_t theEnd, std::uint32_t theFirst,

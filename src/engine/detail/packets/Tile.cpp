@@ -188,7 +188,7 @@ void Tile::SetComponentTransform()
 
 void Tile::ProveShortLines()
 {
-    const auto anIsEligible = [](const TileComponent& theComponent)
+    const auto isLiftable = [](const TileComponent& theComponent)
     { return theComponent.IsReversible() && theComponent.GetSize().itsDepth <= 16; };
     std::size_t aFirst = 0;
     if (itsComponentTransform)
@@ -196,23 +196,23 @@ void Tile::ProveShortLines()
         aFirst = 3;
         ShortLines aProof;
         std::array<std::uint64_t, 3> aBounds{};
-        bool anAreEligible = true;
+        bool isEligible = true;
         for (std::size_t aComponent = 0; aComponent < 3; ++aComponent)
         {
-            anAreEligible = anAreEligible && anIsEligible(*itsComponents[aComponent]);
+            isEligible = isEligible && isLiftable(*itsComponents[aComponent]);
             aBounds[aComponent] = aProof.Synthesize(*itsComponents[aComponent]);
         }
         aProof.Transform(aBounds);
         for (std::size_t aComponent = 0; aComponent < 3; ++aComponent)
         {
-            itsComponents[aComponent]->SetFitsShortLines(anAreEligible && aProof.Fits());
+            itsComponents[aComponent]->SetFitsShortLines(isEligible && aProof.Fits());
         }
     }
     for (std::size_t aComponent = aFirst; aComponent < itsDecodedComponents; ++aComponent)
     {
         ShortLines aProof;
         aProof.Synthesize(*itsComponents[aComponent]);
-        itsComponents[aComponent]->SetFitsShortLines(anIsEligible(*itsComponents[aComponent]) &&
+        itsComponents[aComponent]->SetFitsShortLines(isLiftable(*itsComponents[aComponent]) &&
                                                      aProof.Fits());
     }
 }

@@ -100,7 +100,7 @@ public:
 
     /// Whether 16-bit lines are exact, see kdu_tile_comp::fits_short_lines.
     bool FitsShortLines() const { return itsFitsShortLines; }
-    void SetFitsShortLines(bool theFits) { itsFitsShortLines = theFits; }
+    void SetFitsShortLines(bool isFit) { itsFitsShortLines = isFit; }
 
 private:
     ComponentSize itsSize;

@@ -37,9 +37,9 @@ public:
     /// False, and nothing spent, when there is not enough left.
     bool TrySpend(std::uint64_t theWork)
     {
-        const bool aFits = theWork <= itsLeft;
-        itsLeft -= aFits ? theWork : 0;
-        return aFits;
+        const bool isFit = theWork <= itsLeft;
+        itsLeft -= isFit ? theWork : 0;
+        return isFit;
     }
 
 private:

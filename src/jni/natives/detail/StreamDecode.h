@@ -30,7 +30,7 @@ public:
     static bool IsPart10(jint theImageType);
 
     /// The image type must be one of a bare image.
-    static RWCString GetTransferSyntaxUID(jint theImageType, bool theLossless);
+    static RWCString GetTransferSyntaxUID(jint theImageType, bool isLossless);
 
     /// The image type must be one of the above.
     StreamDecode(InputStream& theStream, const Arguments& theArguments);

@@ -99,7 +99,7 @@ private:
         DICOMTag itsGreatestTag; ///< of the item's elements
     };
 
-    std::unique_ptr<DcmElement> ReadLeaf(const ElementHeader& theHeader, bool& theSignedPixels);
+    std::unique_ptr<DcmElement> ReadLeaf(const ElementHeader& theHeader, bool& isPixelSigned);
     std::unique_ptr<DcmElement> ReadSequence(const ElementHeader& theHeader);
     std::vector<std::uint8_t> ReadBytes(const ElementHeader& theHeader);
     void PassFragments(DICOMTag theTag);
