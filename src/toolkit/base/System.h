@@ -106,5 +106,5 @@ union NeverDestroyed
     constexpr NeverDestroyed() : itsObject() {}
     ~NeverDestroyed() {}
 
-    Type itsObject;
+    Type itsObject; ///< the one object
 };
