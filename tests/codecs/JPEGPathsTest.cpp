@@ -287,6 +287,20 @@ TEST(JPEGPaths, DeepGreyImagesComeOutAlike)
     }
 }
 
+// The one thing in which the two libraries differ shows that a codec really uses both: samples far out of
+// range wrap around in one and are limited in the other.
+TEST(JPEGPaths, UsualImagesAreReallyDecodedByTurbo)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = aSpec.itsHeight = 64;
+    Bytes aJpeg = MakeJpeg(aSpec, MakeNoise(aSpec));
+    const Bytes aTable = {0xff, 0xdb, 0, 67, 0};
+    std::fill_n(std::search(aJpeg.begin(), aJpeg.end(), aTable.begin(), aTable.end()) + 5, 64,
+                std::uint8_t{100});
+    EXPECT_NE(DecodeOn(JPEGPath::LIBRARY, {}, aJpeg).itsPixels,
+              DecodeOn(JPEGPath::AUTOMATIC, {}, aJpeg).itsPixels);
+}
+
 // Headers of several fills and of more than is kept, and fills that end anywhere.
 TEST(JPEGPaths, HeadersAreReadAlike)
 {
