@@ -2,7 +2,7 @@
 
 add_library(quorix_options INTERFACE)
 target_compile_options(quorix_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wsign-conversion
   # Colour conversion promises the same bits as the plain formula on every machine.
   -ffp-contract=off
   $<$<BOOL:${QUORIX_WARNINGS_AS_ERRORS}>:-Werror>)

@@ -276,17 +276,18 @@ TEST(Decode, DeliversRangesAndStops)
     {
         SCOPED_TRACE(aCase.itsName);
         std::vector<int> aFrames;
-        const int aCount = quorix::decodeFrames(aCase.itsBytes, aCase.itsOptions,
-                                                [&](int theFrame, const Image& theImage)
-                                                {
-                                                    aFrames.push_back(theFrame);
-                                                    if (aCase.itsFrames.size() > 1)
-                                                    {
-                                                        const auto aSize = theImage.pixels().size();
-                                                        EXPECT_EQ(theImage.pixels()[1], theFrame * aSize + 1);
-                                                    }
-                                                    return theFrame != aCase.itsLastWanted;
-                                                });
+        const int aCount = quorix::decodeFrames(
+            aCase.itsBytes, aCase.itsOptions,
+            [&](int theFrame, const Image& theImage)
+            {
+                aFrames.push_back(theFrame);
+                if (aCase.itsFrames.size() > 1)
+                {
+                    const auto aSize = theImage.pixels().size();
+                    EXPECT_EQ(theImage.pixels()[1], static_cast<std::size_t>(theFrame) * aSize + 1);
+                }
+                return theFrame != aCase.itsLastWanted;
+            });
         EXPECT_EQ(aFrames, aCase.itsFrames);
         EXPECT_EQ(aCount, static_cast<int>(aCase.itsFrames.size()));
     }

@@ -222,7 +222,7 @@ TEST(SaveToFile, MissingUIDsAreMadeForTheFileMetaOnly)
     DataSet().SaveToFile(aFile.GetName(), kExplicit);
     DataSet aReloaded;
     ASSERT_EQ("(loaded)", aReloaded.LoadFile(aFile.GetName()));
-    for (const std::uint16_t anElement : {0x0002, 0x0003})
+    for (const std::uint16_t anElement : std::initializer_list<std::uint16_t>{2, 3})
     {
         EXPECT_NE("", aReloaded.Text({0x0002, anElement}));
         EXPECT_NE("(absent)", aReloaded.Text({0x0002, anElement}));

@@ -188,10 +188,10 @@ TEST(DataSetReader, SurvivesDamageAtEveryByte)
             // The element after the pixels is never asked for.
             EXPECT_TRUE(i + 40 > aFile.size() ||
                         FailureOfReading(aCut, {false, false, 100, true}) == "no more paper [67, 42]");
-            for (const std::uint8_t aMask : {0xff, 0x01, 0x80})
+            for (const unsigned aMask : {0xffu, 0x01u, 0x80u})
             {
                 Bytes aDamaged = aFile;
-                aDamaged[i] ^= aMask;
+                aDamaged[i] = static_cast<std::uint8_t>(aDamaged[i] ^ aMask);
                 expectParseError(FailureOfReading(aDamaged), i);
             }
         }

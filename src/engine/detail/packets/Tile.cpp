@@ -212,8 +212,7 @@ void Tile::ProveShortLines()
     {
         ShortLines aProof;
         aProof.Synthesize(*itsComponents[aComponent]);
-        itsComponents[aComponent]->SetFitsShortLines(isLiftable(*itsComponents[aComponent]) &&
-                                                     aProof.Fits());
+        itsComponents[aComponent]->SetFitsShortLines(isLiftable(*itsComponents[aComponent]) && aProof.Fits());
     }
 }
 
