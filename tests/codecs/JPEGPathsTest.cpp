@@ -280,7 +280,8 @@ TEST(JPEGPaths, DeepGreyImagesComeOutAlike)
                 const Bytes aTable = {0xff, 0xdb, 0, 67, 0};
                 const auto aSteps = std::search(aJpeg.begin(), aJpeg.end(), aTable.begin(), aTable.end()) + 5;
                 std::fill_n(aSteps, 64, static_cast<std::uint8_t>(aStep == 0 ? 255 : aStep));
-                ForEachTarget([&] { EXPECT_TRUE(PathsAgree({12}, aJpeg)) << aWidth << ", " << aStep; });
+                ForEachTarget([&]
+                              { EXPECT_TRUE(PathsAgree({12}, aJpeg)) << aSpec.itsWidth << ", " << aStep; });
                 EXPECT_EQ(DecodeWithTurbo(aSpec, aJpeg), DecodeOn(JPEGPath::LIBRARY, {12}, aJpeg).itsPixels);
             }
         }

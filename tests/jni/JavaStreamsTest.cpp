@@ -120,7 +120,8 @@ TEST_F(JavaSeekableInputStreamTest, TakesShortAndNonsensicalSkipsForWhatTheyAre)
     EXPECT_THAT(itsSource.TakeCalls(), ElementsAre("skip 2147483647", "skip 2147483647", "skip 705032706"));
     for (const auto& [anAnswer, aSkipped] : {std::pair(30, 30u), {0, 0u}, {-7, 0u}, {5000, 100u}})
     {
-        itsSource.Add("skip(I)I", [&](const auto&) { return FakeJava::Value(jlong(anAnswer)); });
+        itsSource.Add("skip(I)I",
+                      [aValue = jlong(anAnswer)](const auto&) { return FakeJava::Value(aValue); });
         Open();
         EXPECT_EQ(itsStream->Skip(100), aSkipped);
         EXPECT_EQ(itsSource.TakeCalls().size(), 1u);

@@ -103,7 +103,8 @@ Quantization TakeQuantization(SegmentCursor& theCursor, std::uint64_t theOffset)
     const std::size_t aMost = aResult.itsStyle == QuantizationStyle::Derived ? 1 : kMaxSubbands;
     while (theCursor.GetRest().size() >= (isByte ? 1 : 2) && aResult.itsSteps.size() < aMost)
     {
-        const unsigned int aStep = isByte ? (theCursor.TakeByte() >> 3) << 11 : theCursor.TakeWord();
+        const unsigned int aStep =
+            isByte ? static_cast<unsigned int>(theCursor.TakeByte() >> 3) << 11 : theCursor.TakeWord();
         aResult.itsSteps.push_back(static_cast<std::uint16_t>(aStep));
     }
     if (aResult.itsSteps.empty())
