@@ -4,8 +4,8 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,24 +40,33 @@ using Types = std::map<int, std::vector<std::string>>;
 Types TypesOfJava()
 {
     std::map<std::string, int> aCodes;
-    const std::string aConstants = ReadJava("NDecompressor");
-    const std::regex aConstant("int (TYPE_\\w+) = (\\d+);");
-    for (std::sregex_iterator aMatch(aConstants.begin(), aConstants.end(), aConstant), anEnd; aMatch != anEnd;
-         ++aMatch)
+    std::istringstream aConstants(ReadJava("NDecompressor"));
+    for (std::string aLine; std::getline(aConstants, aLine);)
     {
-        aCodes[(*aMatch)[1]] = std::stoi((*aMatch)[2]);
+        const std::size_t aName = aLine.find(" int TYPE_");
+        const std::size_t aValue = aLine.find(" = ");
+        if (aName != std::string::npos && aValue != std::string::npos)
+        {
+            aCodes[aLine.substr(aName + 5, aValue - aName - 5)] = std::stoi(aLine.substr(aValue + 3));
+        }
     }
     Types aTypes;
-    const std::string anEnum = ReadJava("ImageType");
-    const std::regex aValue("\\n    \\w+\\(NDecompressor\\.(TYPE_\\w+)((?:, \"[0-9A-F]+\")*)\\)");
-    const std::regex aStart("[0-9A-F]+");
-    for (std::sregex_iterator aMatch(anEnum.begin(), anEnum.end(), aValue), anEnd; aMatch != anEnd; ++aMatch)
+    const std::string kUse = "(NDecompressor.";
+    std::istringstream anEnum(ReadJava("ImageType"));
+    for (std::string aLine; std::getline(anEnum, aLine);)
     {
-        const std::string aStarts = (*aMatch)[2];
-        std::vector<std::string>& aType = aTypes[aCodes.at((*aMatch)[1])];
-        for (std::sregex_iterator aByte(aStarts.begin(), aStarts.end(), aStart); aByte != anEnd; ++aByte)
+        const std::size_t aUse = aLine.find(kUse + "TYPE_");
+        if (aUse == std::string::npos)
         {
-            aType.push_back(aByte->str());
+            continue;
+        }
+        const std::size_t aName = aUse + kUse.size();
+        const std::size_t anEnd = aLine.find_first_of(",)", aName);
+        std::vector<std::string>& aType = aTypes[aCodes.at(aLine.substr(aName, anEnd - aName))];
+        std::istringstream aQuoted(aLine.substr(anEnd));
+        for (std::string aStart; std::getline(aQuoted, aStart, '"') && std::getline(aQuoted, aStart, '"');)
+        {
+            aType.push_back(aStart);
         }
     }
     return aTypes;
