@@ -67,9 +67,18 @@ bool CompressedCodestreamDecoder::CodestreamHeaderRead(Decoder&)
     return true;
 }
 
-void* CompressedCodestreamDecoder::ProvideOutput(void* theOutput)
+CompressedCodestreamDecoder::OpenedFrame::OpenedFrame(std::unique_ptr<Decoder> theCodec,
+                                                      unsigned int theFrameLength,
+                                                      std::uint64_t theOutputSize)
+    : itsCodec(std::move(theCodec)), itsFrameLength(theFrameLength), itsOutputSize(theOutputSize)
 {
-    return theOutput;
+}
+
+std::uint64_t CompressedCodestreamDecoder::OpenedFrame::GetDecodedSize() const
+{
+    // A codec that demands nothing of the buffer writes what its layout says.
+    const std::uint64_t aDemand = itsCodec->GetOutputSize();
+    return aDemand != 0 ? aDemand : itsCodec->Decoder::GetOutputSize();
 }
 
 void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theOutput,
@@ -82,15 +91,22 @@ void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theO
                                          std::uint64_t theOutputSize, std::uint8_t* theHandOverBuffer,
                                          int theHandOverBytes)
 {
+    Decode(Open(theFrameLength, theOutputSize, theHandOverBuffer, theHandOverBytes), theOutput);
+}
+
+CompressedCodestreamDecoder::OpenedFrame CompressedCodestreamDecoder::Open(unsigned int theFrameLength,
+                                                                           std::uint64_t theOutputSize,
+                                                                           std::uint8_t* theHandOverBuffer,
+                                                                           int theHandOverBytes)
+{
     Codec aCodec = OpenCodec({std::unique_ptr<std::uint8_t[]>(theHandOverBuffer), theHandOverBytes});
     if (IsLosslessPrecisionHidden(*aCodec))
     {
-        // Cannot come here twice: the precision is at least 13 and the bits stored no longer 8.
+        // Not hidden a second time: the bits stored are no longer 8.
         itsBitsStored = aCodec->GetPrecision();
         HandOver aHandOver = HandOver::TakeFrom(*aCodec);
         aCodec.itsDecoder.reset();
-        Decode(theFrameLength, theOutput, theOutputSize, aHandOver.itsBuffer.release(), aHandOver.itsBytes);
-        return;
+        aCodec = OpenCodec(std::move(aHandOver));
     }
     if (!CodestreamHeaderRead(*aCodec))
     {
@@ -101,9 +117,14 @@ void CompressedCodestreamDecoder::Decode(unsigned int theFrameLength, void* theO
     SettleSign(*aCodec);
     CheckOutputSize(*aCodec, theOutputSize);
     aCodec.itsRow->CheckLength(*aCodec, theFrameLength);
-    aCodec->Decode(theFrameLength, ProvideOutput(theOutput), theOutputSize);
-    itsTotalBytesRead = aCodec->GetTotalBytesRead();
-    itsScaleFactor = aCodec->GetScaleFactor();
+    return {std::move(aCodec.itsDecoder), theFrameLength, theOutputSize};
+}
+
+void CompressedCodestreamDecoder::Decode(OpenedFrame theFrame, void* theOutput)
+{
+    theFrame.itsCodec->Decode(theFrame.itsFrameLength, theOutput, theFrame.itsOutputSize);
+    itsTotalBytesRead = theFrame.itsCodec->GetTotalBytesRead();
+    itsScaleFactor = theFrame.itsCodec->GetScaleFactor();
 }
 
 CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,

@@ -12,12 +12,31 @@ class kdu_compressed_source;
 /// Decodes one compressed frame, read from an InputStream, into a caller's buffer.
 ///
 /// Creates the codec, lets it read the header, settles the sign of the output, decodes, and records what
-/// was consumed. When a JPEG stream's real precision contradicts what was announced, the codec is
+/// was consumed: all at once with Decode, or in two steps with memory taken in between (Open, then Decode
+/// of the opened frame). When a JPEG stream's real precision contradicts what was announced, the codec is
 /// replaced by the right one and the bytes already read go along, so that the stream is never read
 /// twice. Stream and data set are borrowed. Not thread-safe: one driver, one thread.
 class QUORIX_API CompressedCodestreamDecoder
 {
 public:
+    /// A frame whose header has been read and found credible; what is left to do is its pixels.
+    class QUORIX_API OpenedFrame
+    {
+    public:
+        /// Bytes that the codec will write, from the front of the output. More than Open was given only where
+        /// the codec compares the two itself, and then refuses to decode.
+        std::uint64_t GetDecodedSize() const;
+
+    private:
+        friend class CompressedCodestreamDecoder;
+        OpenedFrame(std::unique_ptr<Decoder> theCodec, unsigned int theFrameLength,
+                    std::uint64_t theOutputSize);
+
+        std::unique_ptr<Decoder> itsCodec;
+        unsigned int itsFrameLength;
+        std::uint64_t itsOutputSize;
+    };
+
     /// Reads nothing yet. theTransferSyntaxUID and theBitsStored, as the data set has them, choose the codec.
     /// theScaleFactor: 1 is full resolution, each step more halves it where the codec can. theTolerance is
     /// for JPEG 2000.
@@ -47,6 +66,15 @@ public:
     void Decode(unsigned int theFrameLength, void* theOutput, std::uint64_t theOutputSize,
                 std::uint8_t* theHandOverBuffer, int theHandOverBytes);
 
+    /// The first half of Decode: everything up to the first pixel, with the same failures. Callers that have
+    /// no memory yet take it afterwards, so that a header nobody believes costs none. One frame at a time:
+    /// its codec reads the stream through this object, which must outlive it and opens no other meanwhile.
+    OpenedFrame Open(unsigned int theFrameLength, std::uint64_t theOutputSize,
+                     std::uint8_t* theHandOverBuffer = nullptr, int theHandOverBytes = 0);
+
+    /// The second half: decodes into theOutput, as many bytes as Open was told.
+    void Decode(OpenedFrame theFrame, void* theOutput);
+
     /// Compressed bytes that the codec of the last Decode pulled from the stream; bytes that were handed
     /// over to it are not among them.
     std::uint64_t GetTotalBytesRead() const { return itsTotalBytesRead; }
@@ -63,11 +91,6 @@ public:
     {
         return itsDecoderSupportsOutputPixelSignConversion;
     }
-
-protected:
-    /// Called when the header has been accepted, before the first pixel is decoded: where the pixels go.
-    /// The default gives theOutput back; a derived class may allocate the memory only here.
-    virtual void* ProvideOutput(void* theOutput);
 
 private:
     struct HandOver;

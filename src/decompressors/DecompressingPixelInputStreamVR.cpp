@@ -36,32 +36,6 @@ std::size_t ToSize(std::uint64_t theCount)
 }
 } // namespace
 
-class DecompressingPixelInputStreamVR::Driver final : public CompressedCodestreamDecoder
-{
-public:
-    Driver(DecompressingPixelInputStreamVR& theStream, InputStream& theFrame)
-        : CompressedCodestreamDecoder(theStream.itsTransferSyntax.GetUID(), theStream.itsBitsStored, theFrame,
-                                      theStream.itsDataSet, 1, Decoder::PET_FAST),
-          itsStream(theStream)
-    {
-    }
-
-    bool CodestreamHeaderRead(Decoder& theDecoder) override
-    {
-        // A codec that demands nothing of the buffer writes what its layout says.
-        const std::uint64_t aDemand = theDecoder.GetOutputSize();
-        itsDecodedSize = aDemand != 0 ? aDemand : theDecoder.Decoder::GetOutputSize();
-        return true;
-    }
-
-protected:
-    void* ProvideOutput(void*) override { return itsStream.ProvideFrameBuffer(itsDecodedSize); }
-
-private:
-    DecompressingPixelInputStreamVR& itsStream;
-    std::uint64_t itsDecodedSize = 0;
-};
-
 DecompressingPixelInputStreamVR::DecompressingPixelInputStreamVR(DICOMDataObject& theDataSet,
                                                                  const TransferSyntaxType& theTransferSyntax,
                                                                  PixelDataFragmentInputStreamVR& theFragments,
@@ -227,16 +201,20 @@ bool DecompressingPixelInputStreamVR::DecompressNextFrame()
     }
     ++itsCurrentFrameIndex;
     CheckPosition();
-    Driver(*this, *aFrame).Decode(itsFrames->GetCurrentFrameLength(), nullptr, itsCurrentFrameBufferSize);
+    CompressedCodestreamDecoder aDriver(itsTransferSyntax.GetUID(), itsBitsStored, *aFrame, itsDataSet, 1,
+                                        Decoder::PET_FAST);
+    auto anOpenedFrame = aDriver.Open(itsFrames->GetCurrentFrameLength(), itsCurrentFrameBufferSize);
+    PrepareFrameBuffer(anOpenedFrame.GetDecodedSize());
+    aDriver.Decode(std::move(anOpenedFrame), itsFrameBuffer.get());
     // Only now: of a frame that fails nothing is handed out.
     itsReadPosition = 0;
     DiscardFinalFramePaddingIfNecessary();
     return true;
 }
 
-/// The frame buffer, taken once, and not before a codestream's header has been read and found credible.
-/// theDecodedSize: bytes that the codec will write, which may be fewer than the data set promises.
-unsigned char* DecompressingPixelInputStreamVR::ProvideFrameBuffer(std::uint64_t theDecodedSize)
+/// Has the frame buffer ready: taken once, and not before a codestream's header has been read and found
+/// credible. theDecodedSize: bytes that the codec will write, which may be fewer than the data set promises.
+void DecompressingPixelInputStreamVR::PrepareFrameBuffer(std::uint64_t theDecodedSize)
 {
     if (!itsFrameBuffer)
     {
@@ -250,7 +228,6 @@ unsigned char* DecompressingPixelInputStreamVR::ProvideFrameBuffer(std::uint64_t
     {
         std::memset(itsFrameBuffer.get() + ToSize(aWritten), 0, ToSize(itsCurrentFrameBufferSize - aWritten));
     }
-    return itsFrameBuffer.get();
 }
 
 void DecompressingPixelInputStreamVR::CheckPosition() const

@@ -85,8 +85,6 @@ public:
     std::size_t GetPushbackLimit() const override { return 0; }
 
 private:
-    class Driver;
-
     /// A block that goes back to its allocator.
     struct Release
     {
@@ -99,7 +97,7 @@ private:
     bool SetSizes(int theRows, int theColumns, int theBitsAllocated, int theSamplesPerPixel);
     void DecompressFirstFrame();
     bool DecompressNextFrame();
-    unsigned char* ProvideFrameBuffer(std::uint64_t theDecodedSize);
+    void PrepareFrameBuffer(std::uint64_t theDecodedSize);
     void CheckPosition() const;
     void DiscardFinalFramePaddingIfNecessary();
     std::size_t Advance(unsigned char* theBuffer, std::size_t theLength, const char* theOperation);

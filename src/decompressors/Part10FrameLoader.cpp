@@ -35,16 +35,16 @@ bool IsNativeOrder(bool isLittleEndian)
 }
 } // namespace
 
-/// Takes the memory for the pixels when the codestream's header has been read and found credible.
+/// Refuses an image that the data set cannot describe.
 class Part10FrameLoader::Driver final : public CompressedCodestreamDecoder
 {
 public:
-    Driver(Part10FrameLoader& theLoader, Frame& theFrame, InputStream& theStream)
+    Driver(const Part10FrameLoader& theLoader, const Frame& theFrame, InputStream& theStream)
         : CompressedCodestreamDecoder(theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(),
                                       theFrame.itsAttributes.itsBitsStored, theStream,
                                       theLoader.itsFrontEnd.GetDataSet(),
                                       theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST),
-          itsLoader(theLoader), itsFrame(theFrame)
+          itsClassName(theLoader.itsClassName)
     {
     }
 
@@ -55,7 +55,7 @@ public:
         constexpr std::uint64_t kMost = std::numeric_limits<std::uint16_t>::max();
         if (theDecoder.GetImageHeight() > kMost || theDecoder.GetImageWidth() > kMost)
         {
-            throw StreamIOException(itsLoader.itsClassName + "::Decode: a data set cannot describe " +
+            throw StreamIOException(itsClassName + "::Decode: a data set cannot describe " +
                                         std::to_string(theDecoder.GetImageHeight()) + " rows of " +
                                         std::to_string(theDecoder.GetImageWidth()) + " pixels",
                                     DLRC_DECODER_ERROR, 0);
@@ -63,18 +63,8 @@ public:
         return true;
     }
 
-protected:
-    void* ProvideOutput(void*) override
-    {
-        itsLoader.Allocate(itsFrame);
-        UnwrittenPixels::Blank(*itsFrame.itsRenderable,
-                               itsLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID());
-        return itsFrame.itsRenderable->getPixelData();
-    }
-
 private:
-    Part10FrameLoader& itsLoader;
-    Frame& itsFrame;
+    const RWCString& itsClassName;
 };
 
 Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName)
@@ -189,7 +179,11 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     InputStream& aStream = GetCompressedFrame(theFrameIndex, theFrame.itsSize);
     Driver aDriver(*this, theFrame, aStream);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
-    aDriver.Decode(itsCompressedFrames->GetCurrentFrameLength(), nullptr, theFrame.itsSize);
+    // Memory is taken when the header has been found credible, not before.
+    auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);
+    Allocate(theFrame);
+    UnwrittenPixels::Blank(*theFrame.itsRenderable, aRequest.getTransferSyntaxUID());
+    aDriver.Decode(std::move(anOpenedFrame), theFrame.itsRenderable->getPixelData());
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);

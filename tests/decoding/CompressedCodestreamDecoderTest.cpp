@@ -251,6 +251,21 @@ TEST(CompressedCodestreamDecoder, NoCodecWritesPastTheBuffer)
     }
 }
 
+TEST(CompressedCodestreamDecoder, OpensAFrameBeforeItsMemoryIsThere)
+{
+    const Image anImage(Process::LOSSLESS, 16); // 512 bytes
+    Bench aBench(kUID70, 8, anImage.itsJpeg);
+    auto aFrame = aBench.itsDriver.Open(0, 520);
+    EXPECT_EQ(aFrame.GetDecodedSize(), 512u);
+    Bytes aBuffer(520, 0xcd);
+    aBench.itsDriver.Decode(std::move(aFrame), aBuffer.data());
+    EXPECT_EQ(Bytes(aBuffer.begin() + 512, aBuffer.end()), Bytes(8, 0xcd));
+    aBuffer.resize(512);
+    EXPECT_EQ(ToSamples(aBuffer, 16), anImage.itsSamples);
+    Bench anRLEBench(kRLEUID, 8, RleEncoder::Frame({{3, 10, 20, 30, 40}}));
+    EXPECT_EQ(anRLEBench.itsDriver.Open(anRLEBench.itsFrameLength, 3).GetDecodedSize(), 4u);
+}
+
 TEST(CompressedCodestreamDecoder, RLEKeepsItsOwnTexts)
 {
     const Bytes aFrame = RleEncoder::Frame({{3, 10, 20, 30, 40}});
