@@ -13,6 +13,7 @@
 #include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "image/Renderable.h"
 #include "toolkit/base/Exceptions.h"
@@ -40,20 +41,28 @@ std::unique_ptr<DICOMDataObject> MakeDataSet(const char* theInterpretation)
     return aDataSet;
 }
 
-/// An image as theHeader describes it, its buffer allocated.
-std::unique_ptr<Renderable> MakeRenderable(const JPEGHeader& theHeader)
+ImageDescription Describe(const JPEGHeader& theHeader)
+{
+    ImageDescription aDescription;
+    aDescription.itsInterpretation =
+        theHeader.GetSamplesPerPixel() == 1 ? Renderable::MONOCHROME2 : Renderable::RGB;
+    aDescription.itsRows = theHeader.itsRows;
+    aDescription.itsColumns = theHeader.itsColumns;
+    aDescription.itsSamplesPerPixel = theHeader.GetSamplesPerPixel();
+    aDescription.itsBitsAllocated = 16;
+    aDescription.itsBitsStored = theHeader.itsPrecision;
+    aDescription.itsHighBit = theHeader.itsPrecision - 1;
+    aDescription.itsIsLossy = !theHeader.IsLossless();
+    aDescription.itsIsLittleEndian = DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
+    return aDescription;
+}
+
+/// An image of theHeader's size, its buffer allocated.
+std::unique_ptr<Renderable> MakeRenderable(const JPEGHeader& theHeader,
+                                           const ImageDescription& theDescription)
 {
     auto aRenderable = std::make_unique<Renderable>();
-    aRenderable->setRows(theHeader.itsRows);
-    aRenderable->setColumns(theHeader.itsColumns);
-    aRenderable->setSamplesPerPixel(theHeader.GetSamplesPerPixel());
-    aRenderable->setPhotometricInterpretation(theHeader.GetSamplesPerPixel() == 1 ? Renderable::MONOCHROME2
-                                                                                  : Renderable::RGB);
-    aRenderable->setBitsAllocated(16);
-    aRenderable->setBitsStored(static_cast<std::int16_t>(theHeader.itsPrecision));
-    aRenderable->setHighBit(static_cast<std::int16_t>(theHeader.itsPrecision - 1));
-    aRenderable->setLossyImageCompression(!theHeader.IsLossless());
-    aRenderable->setPixelDataLittleEndian(DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+    theDescription.WriteTo(*aRenderable);
 
     const std::uint64_t aSize = std::uint64_t{2} * static_cast<std::uint64_t>(theHeader.itsRows) *
                                 static_cast<std::uint64_t>(theHeader.itsColumns) *
@@ -101,7 +110,8 @@ std::unique_ptr<Renderable> DecodePlain(InputStream& theStream, const RWCString&
 std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader& theHeader, int theScale)
 {
     DMTickCounter aCounter;
-    std::unique_ptr<Renderable> anImage = MakeRenderable(theHeader);
+    ImageDescription aDescription = Describe(theHeader);
+    std::unique_ptr<Renderable> anImage = MakeRenderable(theHeader, aDescription);
     const double anAllocationTime = aCounter.Lap() * 1000.0;
     const auto aDataSet = MakeDataSet(IsUnmarkedLosslessColour(theHeader)   ? "RGB"
                                       : theHeader.GetSamplesPerPixel() == 3 ? "YBR_FULL_422"
@@ -110,9 +120,10 @@ std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader&
                                          *aDataSet, theScale, Decoder::PET_FAST);
     aDecoder.Decode(LengthLeft(theStream), anImage->getPixelData(), anImage->getPixelDataSize());
 
-    anImage->setScaleFactor(static_cast<std::int16_t>(std::max(aDecoder.GetScaleFactor(), 1)));
-    anImage->setCompressionRatio(CompressionRatio::Calculate(
-        anImage->getPixelDataSize(), anImage->getScaleFactor(), aDecoder.GetTotalBytesRead()));
+    aDescription.itsScaleFactor = aDecoder.GetScaleFactor();
+    aDescription.itsCompressionRatio = CompressionRatio::Calculate(
+        anImage->getPixelDataSize(), aDescription.itsScaleFactor, aDecoder.GetTotalBytesRead());
+    aDescription.WriteTo(*anImage);
     anImage->setTimeTakenToAllocateMemmory(anAllocationTime);
     anImage->setTimeTakenToLoadPixelData(aCounter.Lap() * 1000.0);
     anImage->setTotalTimeTakenToLoad(aCounter.Total() * 1000.0);

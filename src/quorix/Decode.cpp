@@ -17,6 +17,7 @@
 #include "image/VMMemoryAllocator.h"
 #include "quorix/detail/CallersStream.h"
 #include "quorix/detail/ImageState.h"
+#include "toolkit/base/CaughtException.h"
 #include "toolkit/base/CodestreamSignature.h"
 #include "toolkit/io/LFStream.h"
 #include "toolkit/io/MemoryInputStream.h"
@@ -191,14 +192,15 @@ auto Translate(const Work& theWork)
     {
         return theWork();
     }
-    catch (const DICOMLibException& anException)
+    catch (...)
     {
-        throw DecodeError(anException.GetMessageText(), anException.GetResultCode(),
-                          anException.GetSystemErrorCode());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        throw DecodeError(anException.ToString(), DLRC_DECODER_ERROR);
+        const CaughtException aCaught = CaughtException::Current();
+        if (!aCaught.IsOwn())
+        {
+            throw;
+        }
+        throw DecodeError(aCaught.GetReport(), aCaught.GetResultCodeOr(DLRC_DECODER_ERROR),
+                          aCaught.itsSystemErrorCode);
     }
 }
 

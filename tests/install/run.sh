@@ -72,10 +72,14 @@ if grep -q '^QUORIX_BUILD_JAVA:BOOL=ON' "$build/CMakeCache.txt"; then
 fi
 
 # Every installed header stands alone, without the library's own include path or third-party headers.
-for header in $(cd "$work/moved/include/QuorixDecompLib" && find . -name '*.h'); do
-    echo "#include \"${header#./}\"" | "$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
-        -I "$work/moved/include/QuorixDecompLib" -x c++ - || { echo "$header does not stand alone" >&2; exit 1; }
-done
+include=$work/moved/include/QuorixDecompLib
+stands_alone() {
+    echo "#include \"$1\"" | "$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I "$include" \
+        -x c++ - || { echo "$1 does not stand alone" >&2; exit 1; }
+}
+export compiler include
+export -f stands_alone
+find "$include" -name '*.h' -printf '%P\n' | xargs -P "$(nproc)" -I {} bash -c 'stands_alone "$1"' _ {}
 if grep -rlE '#include ["<](dcmtk|gdcm|hwy|jpeglib)' "$work/moved/include"; then
     echo "a public header includes a third-party header" >&2
     exit 1

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "toolkit/base/CaughtException.h"
 
-#include "toolkit/base/Exceptions.h"
+#include <new>
 
 namespace
 {
@@ -13,6 +13,11 @@ CaughtException Describe(const ExceptionBase& theException, CaughtException::Kin
             theException.ClassName(),
             theException.GetMessageText(),
             theException.ToString()};
+}
+
+CaughtException Describe(const std::exception& theException, CaughtException::Kind theKind)
+{
+    return {theKind, DLRC_SUCCESS, 0, "std::exception", theException.what(), theException.what()};
 }
 } // namespace
 
@@ -38,9 +43,13 @@ CaughtException CaughtException::Current()
     {
         return Describe(anException, Kind::OWN);
     }
+    catch (const std::bad_alloc& anException)
+    {
+        return Describe(anException, Kind::OUT_OF_MEMORY);
+    }
     catch (const std::exception& anException)
     {
-        return {Kind::STANDARD, DLRC_SUCCESS, 0, "std::exception", anException.what(), anException.what()};
+        return Describe(anException, Kind::STANDARD);
     }
     catch (...)
     {

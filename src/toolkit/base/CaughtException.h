@@ -11,10 +11,11 @@ struct QUORIX_API CaughtException
     /// Whose exception it is.
     enum class Kind
     {
-        INTERRUPTED, ///< DecodingInterruptedException
-        STREAM,      ///< StreamIOException
-        OWN,         ///< any other exception of this library
-        STANDARD,    ///< std::exception
+        INTERRUPTED,   ///< DecodingInterruptedException
+        STREAM,        ///< StreamIOException
+        OWN,           ///< any other exception of this library
+        OUT_OF_MEMORY, ///< std::bad_alloc
+        STANDARD,      ///< any other std::exception
         UNKNOWN
     };
 
@@ -30,7 +31,19 @@ struct QUORIX_API CaughtException
         "unknown exception"; ///< ToString of this library's own exceptions, else the text
 
     /// This library's own exceptions, whose class and codes mean something.
-    bool IsOwn() const { return itsKind != Kind::STANDARD && itsKind != Kind::UNKNOWN; }
+    bool IsOwn() const
+    {
+        return itsKind == Kind::INTERRUPTED || itsKind == Kind::STREAM || itsKind == Kind::OWN;
+    }
+
+    /// The code that it brought; theDefault where it brought none.
+    DLResultCode GetResultCodeOr(DLResultCode theDefault) const
+    {
+        return itsResultCode != DLRC_SUCCESS ? itsResultCode : theDefault;
+    }
+
+    /// What to say beside that code: the bare message of an exception that brought one, else the description.
+    const RWCString& GetReport() const { return itsResultCode != DLRC_SUCCESS ? itsText : itsDescription; }
 
     /// To be called in a catch block. Throws only for want of memory.
     static CaughtException Current();

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decode/DecodedFrame.h"
 
-#include <exception>
-
 #include "decompressors/DecompressionResult.h"
-#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/CaughtException.h"
 
 void DecodedFrame::Take(DecompressionResult& theResult)
 {
@@ -33,24 +31,11 @@ void DecodedFrame::Fail(DLResultCode theCode, int theSystemError, const RWCStrin
 
 void DecodedFrame::FailWithCurrentException()
 {
-    try
-    {
-        throw;
-    }
-    catch (const DICOMLibException& anException)
-    {
-        Fail(anException.GetResultCode(), anException.GetSystemErrorCode(), anException.GetMessageText());
-    }
-    catch (const ExceptionBase& anException)
-    {
-        Fail(DLRC_DECODER_ERROR, 0, anException.ToString());
-    }
-    catch (const std::bad_alloc&)
+    const CaughtException aCaught = CaughtException::Current();
+    if (aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
     {
         Fail(DLRC_ALLOCATION_FAILED, 0, "out of memory");
+        return;
     }
-    catch (const std::exception& anException)
-    {
-        Fail(DLRC_DECODER_ERROR, 0, anException.what());
-    }
+    Fail(aCaught.GetResultCodeOr(DLRC_DECODER_ERROR), aCaught.itsSystemErrorCode, aCaught.GetReport());
 }

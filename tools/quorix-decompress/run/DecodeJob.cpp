@@ -5,7 +5,7 @@
 
 #include "outputs/OutputFile.h"
 #include "report/InfoReport.h"
-#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/CaughtException.h"
 
 namespace
 {
@@ -21,17 +21,10 @@ std::string ReasonOfFailure(Action theAction)
         theAction();
         return "";
     }
-    catch (const ExceptionBase& anException)
+    catch (...)
     {
-        return anException.GetMessageText();
-    }
-    catch (const std::bad_alloc&)
-    {
-        return "out of memory";
-    }
-    catch (const std::exception& anException)
-    {
-        return anException.what();
+        const CaughtException aCaught = CaughtException::Current();
+        return aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY ? "out of memory" : aCaught.itsText;
     }
 }
 } // namespace
