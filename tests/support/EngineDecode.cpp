@@ -180,7 +180,7 @@ void MakePlanes(PlanarImage& theImage, std::uint64_t theMostSamples)
         aSamples += std::min(anArea, theMostSamples + 1);
         if (aSamples > theMostSamples || aComponent.itsDepth > 30)
         {
-            throw OutputTooLarge("more samples or bits than the test wants");
+            throw EngineReport{false, "more samples or bits than the test wants"};
         }
         aComponent.itsSamples.resize(anArea);
     }

@@ -2,17 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <vector>
 
 #include "support/PlanarImage.h"
-
-/// The caller's own limit, see EngineOptions.
-class OutputTooLarge : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 enum class EngineMode
 {
@@ -29,7 +21,7 @@ struct EngineOptions
     int itsMaxLayers = 0;
     int itsLargestRead = 1 << 20; ///< bytes the source delivers at once
     bool itsTakesShorts = true;   ///< 16-bit lines where they are exact
-    /// After the first tile has been opened, more samples than these, all components together, are refused.
+    /// After the first tile has been opened, more samples than these, all components together, are an error.
     std::uint64_t itsMostSamples = std::uint64_t{1} << 28;
 };
 

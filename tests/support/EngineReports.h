@@ -13,6 +13,21 @@ struct EngineReport
     std::string itsText;
 };
 
+/// What an operation reports, behind "warning: " or "error: "; "" when nothing. Other exceptions pass.
+template <class Operation>
+std::string ReportOf(Operation theOperation)
+{
+    try
+    {
+        theOperation();
+    }
+    catch (const EngineReport& aReport)
+    {
+        return (aReport.itsIsWarning ? "warning: " : "error: ") + aReport.itsText;
+    }
+    return "";
+}
+
 /// While it lives, every report of the engine leaves as an EngineReport. One at a time in the process.
 class EngineReports
 {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 /// Small JPEG 2000 codestreams that an independent encoder (OpenJPEG 2.5.0) made of images that are known by
@@ -10,6 +11,9 @@
 namespace Jpeg2000Streams
 {
 using Bytes = std::vector<std::uint8_t>;
+
+/// Two digits a byte.
+Bytes FromHex(const std::string& theText);
 
 /// One component, signed, 12 bits, 13 x 11, three levels of the 5/3 transform, four tiles of 8 x 8 with the
 /// image at (3, 1).

@@ -172,13 +172,7 @@ TEST(DamagedStreams, EveryInstructionSetGivesTheSameBits)
             [&]
             {
                 PlanarImage anImage;
-                try
-                {
-                    anImage = EngineDecode(aBytes);
-                }
-                catch (const EngineReport&)
-                {
-                }
+                ReportOf([&] { anImage = EngineDecode(aBytes); });
                 aFirst = aFirst ? aFirst : anImage;
                 EXPECT_EQ(DescribeDifference(anImage, *aFirst, 0), "") << i;
             });

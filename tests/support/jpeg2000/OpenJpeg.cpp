@@ -8,87 +8,21 @@
 
 #include <openjpeg.h>
 
+#include "support/TemporaryFile.h"
+
 namespace
 {
 using OpenJpeg::Bytes;
 using OpenJpeg::Options;
 
-struct FreeCodec
+template <auto Free>
+struct Deleter
 {
-    void operator()(opj_codec_t* theCodec) const { opj_destroy_codec(theCodec); }
+    void operator()(auto* theObject) const { Free(theObject); }
 };
-struct FreeStream
-{
-    void operator()(opj_stream_t* theStream) const { opj_stream_destroy(theStream); }
-};
-struct FreeImage
-{
-    void operator()(opj_image_t* theImage) const { opj_image_destroy(theImage); }
-};
-using Codec = std::unique_ptr<opj_codec_t, FreeCodec>;
-using Stream = std::unique_ptr<opj_stream_t, FreeStream>;
-using Image = std::unique_ptr<opj_image_t, FreeImage>;
-
-/// Bytes with a position, as OpenJPEG's streams want them.
-struct MemoryFile
-{
-    Bytes itsBytes;
-    std::size_t itsPosition = 0;
-};
-
-OPJ_SIZE_T ReadMemory(void* theBuffer, OPJ_SIZE_T theCount, void* theFile)
-{
-    auto& aFile = *static_cast<MemoryFile*>(theFile);
-    const std::size_t aCount = std::min(theCount, aFile.itsBytes.size() - aFile.itsPosition);
-    if (aCount == 0)
-    {
-        return static_cast<OPJ_SIZE_T>(-1);
-    }
-    std::memcpy(theBuffer, aFile.itsBytes.data() + aFile.itsPosition, aCount);
-    aFile.itsPosition += aCount;
-    return aCount;
-}
-
-OPJ_SIZE_T WriteMemory(void* theBuffer, OPJ_SIZE_T theCount, void* theFile)
-{
-    auto& aFile = *static_cast<MemoryFile*>(theFile);
-    aFile.itsBytes.resize(std::max(aFile.itsBytes.size(), aFile.itsPosition + theCount));
-    std::memcpy(aFile.itsBytes.data() + aFile.itsPosition, theBuffer, theCount);
-    aFile.itsPosition += theCount;
-    return theCount;
-}
-
-OPJ_BOOL SeekMemory(OPJ_OFF_T thePosition, void* theFile)
-{
-    auto& aFile = *static_cast<MemoryFile*>(theFile);
-    if (thePosition < 0 || static_cast<std::size_t>(thePosition) > aFile.itsBytes.size())
-    {
-        return OPJ_FALSE;
-    }
-    aFile.itsPosition = static_cast<std::size_t>(thePosition);
-    return OPJ_TRUE;
-}
-
-OPJ_OFF_T SkipMemory(OPJ_OFF_T theCount, void* theFile)
-{
-    auto& aFile = *static_cast<MemoryFile*>(theFile);
-    const auto aLeft = static_cast<OPJ_OFF_T>(aFile.itsBytes.size() - aFile.itsPosition);
-    const OPJ_OFF_T aCount = std::min(theCount, aLeft);
-    aFile.itsPosition += static_cast<std::size_t>(aCount);
-    return aCount;
-}
-
-Stream MakeStream(MemoryFile& theFile, bool theIsInput)
-{
-    Stream aStream(opj_stream_create(std::size_t{1} << 16, theIsInput ? OPJ_TRUE : OPJ_FALSE));
-    opj_stream_set_user_data(aStream.get(), &theFile, nullptr);
-    opj_stream_set_user_data_length(aStream.get(), theFile.itsBytes.size());
-    opj_stream_set_read_function(aStream.get(), ReadMemory);
-    opj_stream_set_write_function(aStream.get(), WriteMemory);
-    opj_stream_set_seek_function(aStream.get(), SeekMemory);
-    opj_stream_set_skip_function(aStream.get(), SkipMemory);
-    return aStream;
-}
+using Codec = std::unique_ptr<opj_codec_t, Deleter<opj_destroy_codec>>;
+using Stream = std::unique_ptr<opj_stream_t, Deleter<opj_stream_destroy>>;
+using Image = std::unique_ptr<opj_image_t, Deleter<opj_image_destroy>>;
 
 void KeepText(const char* theText, void* theCollected)
 {
@@ -137,43 +71,23 @@ Image MakeImage(const PlanarImage& theImage)
     return anImage;
 }
 
-void SetProgressions(const Options& theOptions, std::uint32_t theTiles, opj_cparameters_t& theParameters)
+/// As many tiles as there is room for have the progressions; a change of a tile that there is not is ignored.
+void SetProgressions(const Options& theOptions, opj_cparameters_t& theParameters)
 {
     theParameters.prog_order = ToOrder(theOptions.itsOrder);
-    const std::size_t aRoom = std::size(theParameters.POC);
-    for (std::uint32_t aTile = 1; aTile <= theTiles; ++aTile)
+    const std::size_t aCount = theOptions.itsProgressionChanges.size();
+    for (std::size_t i = 0; aCount > 0 && i < std::size(theParameters.POC) / aCount * aCount; ++i)
     {
-        for (const OpenJpeg::ProgressionChange& aChange : theOptions.itsProgressionChanges)
-        {
-            if (theParameters.numpocs == aRoom)
-            {
-                throw std::runtime_error("OpenJPEG has no room for so many progressions");
-            }
-            opj_poc_t& aPoc = theParameters.POC[theParameters.numpocs++];
-            aPoc.tile = aTile;
-            aPoc.resno0 = aChange.itsFirstResolution;
-            aPoc.compno0 = aChange.itsFirstComponent;
-            aPoc.layno1 = aChange.itsEndLayer;
-            aPoc.resno1 = aChange.itsEndResolution;
-            aPoc.compno1 = aChange.itsEndComponent;
-            aPoc.prg1 = ToOrder(aChange.itsOrder);
-        }
+        const OpenJpeg::ProgressionChange& aChange = theOptions.itsProgressionChanges[i % aCount];
+        opj_poc_t& aPoc = theParameters.POC[theParameters.numpocs++];
+        aPoc.tile = static_cast<OPJ_UINT32>(1 + i / aCount);
+        aPoc.resno0 = aChange.itsFirstResolution;
+        aPoc.compno0 = aChange.itsFirstComponent;
+        aPoc.layno1 = aChange.itsEndLayer;
+        aPoc.resno1 = aChange.itsEndResolution;
+        aPoc.compno1 = aChange.itsEndComponent;
+        aPoc.prg1 = ToOrder(aChange.itsOrder);
     }
-}
-
-std::uint32_t CountTiles(const PlanarImage& theImage, const Options& theOptions)
-{
-    if (theOptions.itsTileWidth == 0)
-    {
-        return 1;
-    }
-    const auto aCount = [](std::uint32_t theEnd, int theOrigin, int theSize)
-    {
-        return (theEnd - static_cast<std::uint32_t>(theOrigin) + static_cast<std::uint32_t>(theSize) - 1) /
-               static_cast<std::uint32_t>(theSize);
-    };
-    return aCount(theImage.itsX1, theOptions.itsTileX, theOptions.itsTileWidth) *
-           aCount(theImage.itsY1, theOptions.itsTileY, theOptions.itsTileHeight);
 }
 
 void SetStructure(const Options& theOptions, opj_cparameters_t& theParameters)
@@ -200,7 +114,7 @@ void SetParameters(const PlanarImage& theImage, const Options& theOptions, opj_c
 {
     opj_set_default_encoder_parameters(&theParameters);
     SetStructure(theOptions, theParameters);
-    SetProgressions(theOptions, CountTiles(theImage, theOptions), theParameters);
+    SetProgressions(theOptions, theParameters);
     theParameters.image_offset_x0 = static_cast<int>(theImage.itsX0);
     theParameters.image_offset_y0 = static_cast<int>(theImage.itsY0);
     theParameters.numresolution = theOptions.itsResolutions;
@@ -217,13 +131,6 @@ void SetParameters(const PlanarImage& theImage, const Options& theOptions, opj_c
     {
         theParameters.tcp_rates[i] = theOptions.itsRates[i] <= 1 ? 0 : theOptions.itsRates[i];
     }
-}
-
-void SetExtraOptions(opj_codec_t& theCodec, const Options& theOptions)
-{
-    const char* const anExtra[] = {theOptions.itsPLT ? "PLT=YES" : "PLT=NO",
-                                   theOptions.itsTLM ? "TLM=YES" : "TLM=NO", nullptr};
-    opj_encoder_set_extra_options(&theCodec, anExtra);
 }
 
 PlanarImage ToPlanar(const opj_image_t& theImage)
@@ -291,7 +198,7 @@ Bytes Encode(const PlanarImage& theImage, const Options& theOptions)
     const auto aParameters = std::make_unique<opj_cparameters_t>();
     SetParameters(theImage, theOptions, *aParameters);
     const Image anImage = MakeImage(theImage);
-    MemoryFile aFile;
+    const TemporaryFile aFile;
     std::string aComplaint;
     const Codec aCodec(opj_create_compress(OPJ_CODEC_J2K));
     opj_set_error_handler(aCodec.get(), KeepText, &aComplaint);
@@ -299,21 +206,24 @@ Bytes Encode(const PlanarImage& theImage, const Options& theOptions)
     {
         throw std::runtime_error("OpenJPEG's encoder refuses: " + aComplaint);
     }
-    SetExtraOptions(*aCodec, theOptions);
-    const Stream aStream = MakeStream(aFile, false);
+    const char* const anExtra[] = {theOptions.itsPLT ? "PLT=YES" : "PLT=NO",
+                                   theOptions.itsTLM ? "TLM=YES" : "TLM=NO", nullptr};
+    opj_encoder_set_extra_options(aCodec.get(), anExtra);
+    Stream aStream(opj_stream_create_default_file_stream(aFile.GetName(), OPJ_FALSE));
     if (opj_start_compress(aCodec.get(), anImage.get(), aStream.get()) == OPJ_FALSE ||
         opj_encode(aCodec.get(), aStream.get()) == OPJ_FALSE ||
         opj_end_compress(aCodec.get(), aStream.get()) == OPJ_FALSE)
     {
         throw std::runtime_error("OpenJPEG's encoder fails: " + aComplaint);
     }
-    return aFile.itsBytes;
+    aStream.reset();
+    return aFile.GetContent();
 }
 
 std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& theOptions)
 {
-    MemoryFile aFile{theStream, 0};
-    const Stream aStream = MakeStream(aFile, true);
+    const TemporaryFile aFile(theStream);
+    const Stream aStream(opj_stream_create_default_file_stream(aFile.GetName(), OPJ_TRUE));
     const Codec aCodec(opj_create_decompress(IsJp2(theStream) ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K));
     const auto aParameters = std::make_unique<opj_dparameters_t>();
     opj_set_default_decoder_parameters(aParameters.get());
