@@ -35,16 +35,21 @@ void SetBadHeader(DecompressionResult& theResult, const char* theText, int theSy
     throw StreamIOException(aMessage, DLRC_PARSE_ERROR, theSystemErrorCode);
 }
 
-std::unique_ptr<DICOMDataObject> MakePrivateDataSet(const DecompressionRequest& theRequest)
+/// The caller's data set, or a new one that thePrivate then owns.
+DICOMDataObject& ChooseDataSet(DICOMDataObject* theCallers, std::unique_ptr<DICOMDataObject>& thePrivate)
 {
-    return theRequest.getDICOMDataObject() == nullptr ? std::make_unique<DICOMDataObject>() : nullptr;
+    if (theCallers != nullptr)
+    {
+        return *theCallers;
+    }
+    thePrivate = std::make_unique<DICOMDataObject>();
+    return *thePrivate;
 }
 } // namespace
 
 Part10FrontEnd::Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
     : itsRequest(theRequest), itsMemoryAllocator(theAllocator),
-      itsPrivateDataSet(MakePrivateDataSet(theRequest)),
-      itsDataSet(itsPrivateDataSet ? *itsPrivateDataSet : *theRequest.getDICOMDataObject())
+      itsDataSet(ChooseDataSet(theRequest.getDICOMDataObject(), itsPrivateDataSet))
 {
 }
 

@@ -21,7 +21,8 @@ constexpr DICOMTag kValueRangeTags[] = {
 
 RWCString ToUpper(RWCString theText)
 {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
+    const auto upper = [](char theLetter)
+    { return theLetter >= 'a' && theLetter <= 'z' ? static_cast<char>(theLetter - 'a' + 'A') : theLetter; };
     std::transform(theText.begin(), theText.end(), theText.begin(), upper);
     return theText;
 }

@@ -129,10 +129,12 @@ std::unique_ptr<VR> MakeInteger(const DICOMDataObject& theDataSet, DICOMTag theT
         return MakeFactory(theDataSet, theDataSet.GetEndian())
             .CreateString(theTag, theVR.itsTypeCode, std::to_string(theValue));
     }
-    std::vector<std::uint8_t> aBytes;
-    for (int aByte = 0; aByte < theVR.itsWidth; ++aByte)
+    std::vector<std::uint8_t> aBytes(static_cast<std::size_t>(theVR.itsWidth));
+    auto aRest = static_cast<std::uint32_t>(theValue);
+    for (std::uint8_t& aByte : aBytes)
     {
-        aBytes.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(theValue) >> (8 * aByte)));
+        aByte = static_cast<std::uint8_t>(aRest);
+        aRest >>= 8;
     }
     return MakeFactory(theDataSet, DLEndian::LITTLE_ENDIAN_ORDER)
         .CreateBytes(theTag, theVR.itsTypeCode, aBytes);

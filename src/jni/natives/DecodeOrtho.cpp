@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -109,7 +108,7 @@ RWCString OrthoDecode::GetCompression() const
 {
     // Deliberately the type's own transfer syntax, whatever the lossless argument says.
     const CodecRow* const aType = CodecTable::FindImageType(itsArguments.itsImageType);
-    const RWCString aKind = aType != nullptr ? aType->GetLossyKind(true) : "";
+    RWCString aKind = aType != nullptr ? aType->GetLossyKind(true) : "";
     if (!aKind.empty())
     {
         return aKind;
@@ -178,7 +177,7 @@ void OrthoDecode::RefuseMultiFrame()
     RWCString aFrameCount = "1";
     if (StreamDecode::IsPart10(itsArguments.itsImageType) &&
         itsDataSet->GetString(DICOMTags::NumberOfFrames, aFrameCount) &&
-        std::max(std::atoi(aFrameCount.c_str()), 1) != 1)
+        std::strtol(aFrameCount.c_str(), nullptr, 10) > 1)
     {
         // Deliberately not before the first frame is in the data set.
         itsCall.Fail(DLRC_GENERAL_FAILURE, kDecodeBytes + "multiframe images not supported");

@@ -101,7 +101,7 @@ void Insert(DcmItem& theItem, std::unique_ptr<DcmElement> theElement)
                                     " cannot be held in a data set",
                                 DLRC_GENERAL_FAILURE, 0);
     }
-    theElement.release(); // the item owns it now
+    static_cast<void>(theElement.release()); // the item owns it now
 }
 
 void CopyPixelBytes(const VR& thePixelData, std::vector<std::uint8_t>& theValue)
@@ -271,7 +271,7 @@ bool DICOMObject::AddSequenceItem(DICOMTag theSequence, DICOMObject& theItem)
     {
         return false;
     }
-    anItem.release(); // the sequence owns it now
+    static_cast<void>(anItem.release()); // the sequence owns it now
     return true;
 }
 

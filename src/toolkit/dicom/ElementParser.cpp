@@ -322,7 +322,7 @@ void ElementParser::StepItem(std::vector<Frame>& theFrames, const ElementHeader&
     {
         Fail("an element could not be kept: ", theHeader.itsTag);
     }
-    anElement.release(); // the item owns it now
+    static_cast<void>(anElement.release()); // the item owns it now
     if (IsSequence(theHeader))
     {
         PushSequence(theFrames, static_cast<DcmSequenceOfItems&>(aKept), theHeader);

@@ -61,11 +61,12 @@ void TrimEnd(RWCString& theText)
 std::uint64_t DecodeInteger(const std::uint8_t* theBytes, const NumericType& theType)
 {
     std::uint64_t aValue = 0;
+    std::uint64_t aSign = 0;
     for (std::size_t anIndex = theType.itsWidth; anIndex > 0; --anIndex)
     {
         aValue = (aValue << 8) | theBytes[anIndex - 1];
+        aSign = aSign == 0 ? 0x80 : aSign << 8;
     }
-    const std::uint64_t aSign = std::uint64_t{1} << (theType.itsWidth * 8 - 1);
     return theType.itsKind == Kind::SIGNED ? (aValue ^ aSign) - aSign : aValue;
 }
 

@@ -59,7 +59,7 @@ void AddText(DcmItem& theItem, DICOMTag theTag, std::uint16_t theTypeCode, const
     auto anElement = DcmtkBridge::MakeText(theTag, theTypeCode, theText);
     if (theItem.insert(anElement.get(), OFTrue).good())
     {
-        anElement.release(); // the item owns it now
+        static_cast<void>(anElement.release()); // the item owns it now
     }
 }
 

@@ -11,7 +11,8 @@ MemoryInputStream::MemoryInputStream(const void* theData, std::size_t theLength)
 {
 }
 
-MemoryInputStream::MemoryInputStream(const MemoryInputStream&) : InputStream(), itsData(nullptr), itsLength(0)
+MemoryInputStream::MemoryInputStream(const MemoryInputStream& theOther)
+    : InputStream(theOther), itsData(nullptr), itsLength(0)
 {
     throw StreamIOException("MemoryInputStream::MemoryInputStream: copy construction not allowed",
                             DLRC_GENERAL_FAILURE, 0);

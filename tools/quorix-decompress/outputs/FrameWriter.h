@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "decode/DecodedFrame.h"
 #include "run/Options.h"
@@ -47,7 +46,7 @@ public:
 class PNMWriter final : public FrameWriter
 {
 public:
-    explicit PNMWriter(std::optional<WindowOption> theWindow) : itsWindow(std::move(theWindow)) {}
+    explicit PNMWriter(std::optional<WindowOption> theWindow) : itsWindow(theWindow) {}
 
     std::string GetExtension(const DecodedFrame& theFrame) const override;
     void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
@@ -60,7 +59,7 @@ private:
 class PNGWriter final : public FrameWriter
 {
 public:
-    explicit PNGWriter(std::optional<WindowOption> theWindow) : itsWindow(std::move(theWindow)) {}
+    explicit PNGWriter(std::optional<WindowOption> theWindow) : itsWindow(theWindow) {}
 
     std::string GetExtension(const DecodedFrame&) const override { return ".png"; }
     void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;

@@ -79,7 +79,7 @@ std::string MakeFile(const std::filesystem::path& theFolder)
     {
         const std::string aName =
             ".quorix-" + std::to_string(::getpid()) + "-" + std::to_string(theNextNumber++) + ".tmp";
-        const std::string aPath = (theFolder / aName).string();
+        std::string aPath = (theFolder / aName).string();
         const auto anEntry = theLiveFiles.insert(aPath).first;
         const int aDescriptor = ::open(aPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (aDescriptor >= 0)

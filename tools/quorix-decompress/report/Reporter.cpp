@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <system_error>
@@ -15,7 +16,7 @@ constexpr double kSecondsBetweenDrawings = 0.1;
 
 std::string FormatSeconds(double theSeconds)
 {
-    const auto aSeconds = static_cast<unsigned long long>(theSeconds + 0.5);
+    const auto aSeconds = static_cast<unsigned long long>(std::llround(theSeconds));
     char aText[32];
     if (aSeconds >= 3600)
     {

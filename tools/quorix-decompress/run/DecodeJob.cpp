@@ -240,7 +240,7 @@ std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool hasSeveral)
     {
         return "";
     }
-    const std::string aPath = itsContext.itsNames.GetPath(
+    std::string aPath = itsContext.itsNames.GetPath(
         itsInput, hasSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
         itsContext.itsWriter->GetExtension(theFrame));
     TemporaryFile aFile(aPath);
@@ -283,7 +283,7 @@ void DecodeJob::FinishDICOMFile()
             itsDICOMError = ReasonOfFailure(
                 [&]
                 {
-                    const std::string aPath = itsContext.itsNames.GetPath(itsInput, std::nullopt, ".dcm");
+                    std::string aPath = itsContext.itsNames.GetPath(itsInput, std::nullopt, ".dcm");
                     TemporaryFile aFile(aPath);
                     itsDICOMWriter.Save(aFile.GetPath());
                     FinishOutput(aFile, aPath);

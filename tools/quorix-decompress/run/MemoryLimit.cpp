@@ -2,8 +2,7 @@
 #include "run/MemoryLimit.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
+#include <fstream>
 
 #include <pthread.h>
 #include <sys/resource.h>
@@ -16,12 +15,14 @@ namespace
 /// Bytes of private memory that the process has now: the sixth figure of statm, in pages.
 std::uint64_t PrivateBytes()
 {
-    unsigned long long aPages = 0;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> aFile(std::fopen("/proc/self/statm", "r"),
-                                                                std::fclose);
-    if (aFile == nullptr || std::fscanf(aFile.get(), "%*u %*u %*u %*u %*u %llu", &aPages) != 1)
+    std::ifstream aFile("/proc/self/statm");
+    std::uint64_t aPages = 0;
+    for (int aFigure = 0; aFigure < 6; ++aFigure)
     {
-        return 0;
+        if (!(aFile >> aPages))
+        {
+            return 0;
+        }
     }
     return aPages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
