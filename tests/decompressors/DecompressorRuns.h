@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <memory>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,13 +11,10 @@
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
-#include "image/Renderable.h"
 #include "support/ByteSource.h"
-#include "support/CountingAllocator.h"
+#include "support/ImageMaker.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/io/MemoryInputStream.h"
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// What one call of a decompressor brought: its result, with the allocator that the image lives in.
 struct Outcome
@@ -37,17 +33,7 @@ struct Outcome
     const Renderable* Image() const { return itsResult.getRenderable(); }
     int Code() const { return itsResult.getDCMLibResultCode(); }
     const RWCString& Message() const { return itsResult.getMessage(); }
-
-    Bytes Pixels() const
-    {
-        const Renderable* const anImage = Image();
-        if (anImage == nullptr || anImage->getPixelData() == nullptr)
-        {
-            return {};
-        }
-        const auto* const aData = static_cast<const std::uint8_t*>(anImage->getPixelData());
-        return Bytes(aData, aData + anImage->getPixelDataSize());
-    }
+    Bytes Pixels() const { return Image() == nullptr ? Bytes() : GetPixels(*Image()); }
 };
 
 /// How a request differs from the plainest one.
@@ -59,14 +45,21 @@ struct Wish
     std::uint32_t itsSourceLength = 0;
 };
 
-inline Outcome RunPart10(const Bytes& theFile, DICOMDataObject* theDataSet, Wish theWish = {})
+inline Outcome RunStream(InputStream& theStream, DICOMDataObject* theDataSet = nullptr, Wish theWish = {},
+                         std::unique_ptr<CountingAllocator> theAllocator = nullptr)
 {
     Outcome anOutcome;
-    MemoryInputStream aStream(theFile.data(), theFile.size());
-    DecompressionRequest aRequest(&aStream, theDataSet, "", false, theWish.itsScaleFactor,
+    anOutcome.itsAllocator = theAllocator ? std::move(theAllocator) : std::move(anOutcome.itsAllocator);
+    DecompressionRequest aRequest(&theStream, theDataSet, "", false, theWish.itsScaleFactor,
                                   theWish.itsFrameIndex, "", theWish.itsUnsigned);
     DICOMPart10StreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
     return anOutcome;
+}
+
+inline Outcome RunPart10(const Bytes& theFile, DICOMDataObject* theDataSet, Wish theWish = {})
+{
+    MemoryInputStream aStream(theFile.data(), theFile.size());
+    return RunStream(aStream, theDataSet, theWish);
 }
 
 /// The same without the text that the RLE codec writes to standard output for every failure.
@@ -78,16 +71,50 @@ inline Outcome RunPart10Quietly(const Bytes& theFile, DICOMDataObject* theDataSe
     return anOutcome;
 }
 
-inline Outcome RunBareImage(const Bytes& theStream, const RWCString& theUID, DICOMDataObject* theDataSet,
-                            Wish theWish = {})
+inline Outcome RunSource(kdu_compressed_source& theSource, const RWCString& theUID,
+                         DICOMDataObject* theDataSet, Wish theWish = {}, const RWCString& theDemoFile = "")
 {
     Outcome anOutcome;
-    ByteSource aSource(theStream);
-    DecompressionRequest aRequest(&aSource, theDataSet, "", false, theWish.itsScaleFactor,
+    DecompressionRequest aRequest(&theSource, theDataSet, theDemoFile, false, theWish.itsScaleFactor,
                                   theWish.itsFrameIndex, theUID, theWish.itsUnsigned);
     aRequest.setSourceLength(theWish.itsSourceLength);
     CompressedImageStreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
     return anOutcome;
+}
+
+inline Outcome RunBareImage(const Bytes& theStream, const RWCString& theUID, DICOMDataObject* theDataSet,
+                            Wish theWish = {})
+{
+    ByteSource aSource(theStream);
+    return RunSource(aSource, theUID, theDataSet, theWish);
+}
+
+/// An image's description in one line: interpretation, rows x columns x samples, bits allocated/stored/high,
+/// what else holds of it, scale factor and compression ratio.
+inline std::string Describe(const Renderable& theImage)
+{
+    std::ostringstream aText;
+    aText << Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation()) << " "
+          << theImage.getRows() << " x " << theImage.getColumns() << " x " << theImage.getSamplesPerPixel()
+          << ", " << theImage.getBitsAllocated() << "/" << theImage.getBitsStored() << "/"
+          << theImage.getHighBit() << (theImage.isSigned() ? " signed" : "")
+          << (theImage.isPlanarConfiguration() ? " planar" : "")
+          << (theImage.isPixelDataLittleEndian() ? "" : " big-endian")
+          << (theImage.isLossyImageCompression() ? " lossy" : "") << ", scale " << theImage.getScaleFactor()
+          << ", ratio " << theImage.getCompressionRatio();
+    return aText.str();
+}
+
+/// A failure with this text, or one that begins so where a "*" ends it, of which nothing is kept.
+inline void ExpectFailure(const Outcome& theOutcome, int theCode, std::string theText)
+{
+    const bool isWhole = theText.back() != '*';
+    theText.resize(theText.size() - (isWhole ? 0 : 1));
+    EXPECT_EQ(theOutcome.Code(), theCode);
+    EXPECT_EQ(isWhole ? theOutcome.Message() : theOutcome.Message().substr(0, theText.size()), theText);
+    EXPECT_EQ(theOutcome.itsResult.getSystemErrorCode(), 0);
+    EXPECT_EQ(theOutcome.Image(), nullptr);
+    EXPECT_EQ(theOutcome.itsAllocator->GetLiveBlocks(), 0u);
 }
 
 /// What holds of every outcome, however hostile the input was.

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "support/DicomBuilder.h"
 #include "support/JpegFixtures.h"
+#include "support/RleEncoder.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 /// Small Part 10 files for tests of decompressors.
@@ -20,6 +23,17 @@ inline Bytes Counting(std::size_t theCount, unsigned theFirst = 0)
     for (std::size_t i = 0; i < theCount; ++i)
     {
         aBytes[i] = static_cast<std::uint8_t>(theFirst + i);
+    }
+    return aBytes;
+}
+
+/// theCount pixels of the same value.
+inline Bytes Flat(const Bytes& thePixel, int theCount)
+{
+    Bytes aBytes;
+    for (int i = 0; i < theCount; ++i)
+    {
+        aBytes.insert(aBytes.end(), thePixel.begin(), thePixel.end());
     }
     return aBytes;
 }
@@ -46,6 +60,12 @@ inline Bytes Native(DicomBuilder::Syntax theSyntax, int theSamples, const std::s
     return aBuilder.AddNativePixelData(thePixels, theVR).Build();
 }
 
+inline Bytes Even(Bytes theBytes)
+{
+    theBytes.resize((theBytes.size() + 1) / 2 * 2);
+    return theBytes;
+}
+
 /// Encapsulated frames, one fragment each, of images with the spec's size and bits.
 inline Bytes Encapsulated(const std::string& theUID, const JpegSpec& theSpec,
                           const std::string& theInterpretation, const std::vector<Bytes>& theFrames,
@@ -58,14 +78,8 @@ inline Bytes Encapsulated(const std::string& theUID, const JpegSpec& theSpec,
         static_cast<std::uint16_t>(theSpec.itsHeight), static_cast<std::uint16_t>(theSpec.itsWidth),
         aBitsStored > 8 ? 16 : 8, static_cast<std::uint16_t>(aBitsStored),
         static_cast<std::uint16_t>(thePixelRepresentation), static_cast<int>(theFrames.size()));
-    std::vector<Bytes> aFragments = theFrames;
-    for (Bytes& aFragment : aFragments)
-    {
-        if (aFragment.size() % 2 != 0)
-        {
-            aFragment.push_back(0);
-        }
-    }
+    std::vector<Bytes> aFragments;
+    std::transform(theFrames.begin(), theFrames.end(), std::back_inserter(aFragments), Even);
     return aBuilder.AddEncapsulatedPixelData(aFragments).Build();
 }
 
@@ -85,30 +99,14 @@ inline DicomBuilder PaletteImage(const std::string& theUID = "")
     aBuilder.AddBytes(DICOMTags::BluePaletteColorLookupTableData, "OW", {0, 30, 0, 31, 0, 32, 0, 33});
     return aBuilder;
 }
-/// One RLE frame: a segment for each byte plane, every plane as literal runs.
-inline Bytes RleFrame(const std::vector<Bytes>& thePlanes)
+
+/// One RLE frame: a segment for each byte plane.
+inline Bytes RleFrame(std::vector<Bytes> thePlanes)
 {
-    Bytes aHeader(64);
-    aHeader[0] = static_cast<std::uint8_t>(thePlanes.size());
-    Bytes aBody;
-    for (std::size_t i = 0; i < thePlanes.size(); ++i)
+    for (Bytes& aPlane : thePlanes)
     {
-        const std::size_t anOffset = 64 + aBody.size();
-        aHeader[4 + 4 * i] = static_cast<std::uint8_t>(anOffset & 255);
-        aHeader[5 + 4 * i] = static_cast<std::uint8_t>(anOffset >> 8);
-        for (std::size_t j = 0; j < thePlanes[i].size(); j += 128)
-        {
-            const std::size_t aCount = std::min<std::size_t>(128, thePlanes[i].size() - j);
-            aBody.push_back(static_cast<std::uint8_t>(aCount - 1));
-            aBody.insert(aBody.end(), thePlanes[i].begin() + static_cast<std::ptrdiff_t>(j),
-                         thePlanes[i].begin() + static_cast<std::ptrdiff_t>(j + aCount));
-        }
-        if (aBody.size() % 2 != 0)
-        {
-            aBody.push_back(0);
-        }
+        aPlane = RleEncoder::PackBits(aPlane);
     }
-    aHeader.insert(aHeader.end(), aBody.begin(), aBody.end());
-    return aHeader;
+    return RleEncoder::Frame(thePlanes);
 }
 } // namespace Part10Files

@@ -7,43 +7,9 @@
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
 #include "decompressors/detail/Part10FrameLoader.h"
-#include "support/RleEncoder.h"
-#include "toolkit/dicom/MVRFactory.h"
+#include "decompressors/detail/Part10FrontEnd.h"
 
 using namespace Part10Files;
-
-namespace
-{
-MVRFactory FactoryOf(const DICOMDataObject& theDataSet)
-{
-    return MVRFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
-                      VR::GetDefaultMemoryAllocater());
-}
-} // namespace
-
-// The codec's header update calls one sample a pixel grey; the indices must reach their palette all the
-// same, and do so once more when the data set is decoded again.
-TEST(Part10FrameLoader, CompressedIndicesReachTheirPalette)
-{
-    JpegSpec aSpec;
-    aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
-    aSpec.itsWidth = 4;
-    aSpec.itsHeight = 1;
-    DicomBuilder aJpeg = PaletteImage(TransferSyntaxType::TSJPEG70UID);
-    aJpeg.AddEncapsulatedPixelData({MakeJpeg(aSpec, {0, 3, 1, 9})});
-    DicomBuilder anRle = PaletteImage(TransferSyntaxType::TSRLEUID);
-    anRle.AddEncapsulatedPixelData({RleFrame({{0, 3, 1, 9}})});
-    for (const Bytes& aFile : {aJpeg.Build(), anRle.Build()})
-    {
-        DICOMDataObject aDataSet;
-        for (const char* aRound : {"first", "second"})
-        {
-            const Outcome anOutcome = RunPart10(aFile, &aDataSet);
-            EXPECT_EQ(anOutcome.Pixels(), (Bytes{10, 20, 30, 13, 23, 33, 11, 21, 31, 13, 23, 33}))
-                << aRound << ": " << anOutcome.Message();
-        }
-    }
-}
 
 // The allocator hands out used memory; none of it may reach the image.
 TEST(Part10FrameLoader, SamplesThatAnRleSegmentDoesNotBringAreZero)
@@ -61,50 +27,12 @@ TEST(Part10FrameLoader, SamplesThatAnRleSegmentDoesNotBringAreZero)
     EXPECT_EQ(aBare.Pixels(), anExpected) << aBare.Message();
 }
 
-TEST(Part10FrameLoader, TakesTheRatioOfAnImageThatWasForcedLossless)
-{
-    for (const int aFlag : {0, 1, 2})
-    {
-        DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE);
-        aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 3, 8, 8);
-        aBuilder.AddString(DICOMTags::LossyImageCompressionRatio, "DS", "9");
-        aBuilder.AddNativePixelData(Counting(6), "OB");
-        DICOMDataObject aDataSet;
-        aDataSet.ReplaceVR(FactoryOf(aDataSet).CreatePrivateUnsignedShort(
-            aDataSet, "QUORIX0", "LosslessCmpFlag", static_cast<std::uint16_t>(aFlag)));
-        const Outcome anOutcome = RunPart10(aBuilder.Build(), &aDataSet);
-        ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
-        EXPECT_EQ(anOutcome.Image()->getCompressionRatio(), aFlag == 1 ? 9 : 1) << "flag " << aFlag;
-        EXPECT_FALSE(anOutcome.Image()->isLossyImageCompression());
-    }
-}
-
-// The attribute tells of the planes in the codestream; what a codec delivers is pixel after pixel.
-TEST(Part10FrameLoader, DecodedColourIsNeverPlanar)
-{
-    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, TransferSyntaxType::TSRLEUID);
-    aBuilder.AddUS(DICOMTags::SamplesPerPixel, {3});
-    aBuilder.AddString(DICOMTags::PhotometricInterpretation, "CS", "RGB");
-    aBuilder.AddUS(DICOMTags::PlanarConfiguration, {1});
-    aBuilder.AddUS(DICOMTags::Rows, {1}).AddUS(DICOMTags::Columns, {2});
-    aBuilder.AddUS(DICOMTags::BitsAllocated, {8}).AddUS(DICOMTags::BitsStored, {8});
-    aBuilder.AddUS(DICOMTags::HighBit, {7}).AddUS(DICOMTags::PixelRepresentation, {0});
-    aBuilder.AddEncapsulatedPixelData({RleFrame({{1, 2}, {3, 4}, {5, 6}})});
-    DICOMDataObject aDataSet;
-    for (const char* aRound : {"first", "second"})
-    {
-        const Outcome anOutcome = RunPart10(aBuilder.Build(), &aDataSet);
-        EXPECT_EQ(anOutcome.Pixels(), (Bytes{1, 3, 5, 2, 4, 6})) << aRound << ": " << anOutcome.Message();
-    }
-}
-
 TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
 {
     JpegSpec aSpec;
     aSpec.itsWidth = 32;
     aSpec.itsHeight = 32;
-    const Bytes aFrame = RleEncoder::Frame({Bytes{0x81, 5, 0x81, 5, 0x81, 5, 0x81, 5, //
-                                                  0x81, 5, 0x81, 5, 0x81, 5, 0x81, 5}});
+    const Bytes aFrame = RleFrame({Bytes(1024, 5)});
     ASSERT_EQ(aFrame.size(), 80u);
     for (const int aScaleFactor : {0, 1, 3})
     {
@@ -114,8 +42,8 @@ TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
                       {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
         EXPECT_EQ(anOutcome.Pixels(), Bytes(1024, 5));
-        EXPECT_EQ(anOutcome.Image()->getScaleFactor(), 1) << "RLE is never reduced";
-        EXPECT_EQ(anOutcome.Image()->getCompressionRatio(), 13) << "1024 bytes from 80";
+        EXPECT_EQ(Describe(*anOutcome.Image()), "MONOCHROME2 32 x 32 x 1, 8/8/7, scale 1, ratio 13")
+            << "RLE is never reduced, and these are 1024 bytes from 80";
         EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{1024}) << "one allocation";
     }
 }

@@ -2,79 +2,78 @@
 #include "decompressors/detail/Part10ImageAttributes.h"
 
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/DataSet.h"
+#include "support/FailureOf.h"
 #include "toolkit/base/Exceptions.h"
-#include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 
 namespace
 {
-MVRFactory FactoryOf(const DICOMDataObject& theDataSet)
+const struct
 {
-    return MVRFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
-                      VR::GetDefaultMemoryAllocater());
-}
+    DICOMTag itsTag;
+    const char* itsName;
+    std::int32_t Part10ImageAttributes::*itsField;
+} kNumbers[] = {
+    {DICOMTags::Rows, "Rows", &Part10ImageAttributes::itsRows},
+    {DICOMTags::Columns, "Columns", &Part10ImageAttributes::itsColumns},
+    {DICOMTags::SamplesPerPixel, "SamplesPerPixel", &Part10ImageAttributes::itsSamplesPerPixel},
+    {DICOMTags::BitsAllocated, "BitsAllocated", &Part10ImageAttributes::itsBitsAllocated},
+    {DICOMTags::BitsStored, "BitsStored", &Part10ImageAttributes::itsBitsStored},
+    {DICOMTags::HighBit, "HighBit", &Part10ImageAttributes::itsHighBit},
+    {DICOMTags::PixelRepresentation, "PixelRepresentation", &Part10ImageAttributes::itsPixelRepresentation},
+};
 
-/// A data set with every attribute that is read; numbers are 1.
-void Describe(DICOMDataObject& theDataSet, std::uint16_t theSamples = 1)
+/// A data set with every attribute that is read.
+struct Described : DataSet
 {
-    const MVRFactory aFactory = FactoryOf(theDataSet);
-    for (const DICOMTag aTag :
-         {DICOMTags::Rows, DICOMTags::Columns, DICOMTags::BitsAllocated, DICOMTags::BitsStored,
-          DICOMTags::HighBit, DICOMTags::PixelRepresentation, DICOMTags::PlanarConfiguration})
+    explicit Described(std::uint16_t theSamples = 1)
     {
-        theDataSet.ReplaceVR(aFactory.CreateUnsignedShort(aTag, 1));
+        SetGrey(1, 1, 1, 1).SetNumbers(DICOMTags::SamplesPerPixel, {theSamples});
+        SetNumbers(DICOMTags::PlanarConfiguration, {1});
     }
-    theDataSet.ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::SamplesPerPixel, theSamples));
-    theDataSet.ReplaceVR(aFactory.CreateString(DICOMTags::PhotometricInterpretation, "MONOCHROME2"));
-}
+
+    Part10ImageAttributes Read() const
+    {
+        Part10ImageAttributes anAttributes;
+        anAttributes.Read(*this);
+        return anAttributes;
+    }
+};
 } // namespace
 
 TEST(Part10ImageAttributes, NumberOfFramesIsAtLeastOne)
 {
-    struct Case
+    EXPECT_EQ(Described().Read().itsNumberOfFrames, 1);
+    for (const auto& [aText, aCount] : {std::pair("", 1),
+                                        {"0", 1},
+                                        {"-3", 1},
+                                        {"many", 1},
+                                        {"12", 12},
+                                        {" 12 ", 12},
+                                        {"12x", 12},
+                                        {"99999999999", 2147483647}})
     {
-        const char* itsText;
-        std::int32_t itsFrames;
-    };
-    for (const Case& aCase :
-         {Case{nullptr, 1}, Case{"", 1}, Case{"0", 1}, Case{"-3", 1}, Case{"many", 1}, Case{"12", 12},
-          Case{" 12 ", 12}, Case{"12x", 12}, Case{"99999999999", 2147483647}})
-    {
-        DICOMDataObject aDataSet;
-        Describe(aDataSet);
-        if (aCase.itsText != nullptr)
-        {
-            aDataSet.ReplaceVR(FactoryOf(aDataSet).CreateString(DICOMTags::NumberOfFrames, aCase.itsText));
-        }
-        Part10ImageAttributes anAttributes;
-        anAttributes.Read(aDataSet);
-        EXPECT_EQ(anAttributes.itsNumberOfFrames, aCase.itsFrames)
-            << (aCase.itsText != nullptr ? aCase.itsText : "no value");
+        Described aDataSet;
+        aDataSet.SetText(DICOMTags::NumberOfFrames, aText);
+        EXPECT_EQ(aDataSet.Read().itsNumberOfFrames, aCount) << aText;
     }
 }
 
 TEST(Part10ImageAttributes, OnlyTheText00MeansNoLoss)
 {
-    for (const auto& [aText, aLossy] :
-         std::vector<std::pair<const char*, bool>>{{"00", false}, {"01", true}, {"02", true}, {"", true}})
+    EXPECT_FALSE(Described().Read().itsLossy);
+    for (const auto& [aText, aLossy] : {std::pair("00", false), {"01", true}, {"02", true}, {"", true}})
     {
-        DICOMDataObject aDataSet;
-        Describe(aDataSet);
-        Part10ImageAttributes anAttributes;
-        anAttributes.Read(aDataSet);
-        EXPECT_FALSE(anAttributes.itsLossy) << "no value";
-        aDataSet.ReplaceVR(FactoryOf(aDataSet).CreateString(DICOMTags::LossyImageCompression, aText));
-        anAttributes.Read(aDataSet);
-        EXPECT_EQ(anAttributes.itsLossy, aLossy) << aText;
+        Described aDataSet;
+        aDataSet.SetText(DICOMTags::LossyImageCompression, aText);
+        EXPECT_EQ(aDataSet.Read().itsLossy, aLossy) << aText;
     }
 }
 
-TEST(Part10ImageAttributes, TheScratchPadKnowsTheOriginalPlanes)
+TEST(Part10ImageAttributes, TheScratchPadKnowsTheOriginals)
 {
     struct Case
     {
@@ -82,52 +81,45 @@ TEST(Part10ImageAttributes, TheScratchPadKnowsTheOriginalPlanes)
         const char* itsOriginal;
         bool itsPlanar;
     };
-    for (const Case& aCase :
-         {Case{3, nullptr, true}, Case{3, "1", true}, Case{3, "0", false}, Case{3, "2", false},
-          Case{3, "", false}, Case{1, "1", false}, Case{4, "1", false}})
+    EXPECT_TRUE(Described(3).Read().itsPlanar);
+    for (const Case& aCase : {Case{3, "1", true}, Case{3, "0", false}, Case{3, "2", false},
+                              Case{3, "", false}, Case{1, "1", false}, Case{4, "1", false}})
     {
-        DICOMDataObject aDataSet;
-        Describe(aDataSet, aCase.itsSamples);
-        if (aCase.itsOriginal != nullptr)
-        {
-            aDataSet.SetScratchpadValue("DecompOrigPlanarConfig", aCase.itsOriginal);
-        }
-        Part10ImageAttributes anAttributes;
-        anAttributes.Read(aDataSet);
-        EXPECT_EQ(anAttributes.itsPlanar, aCase.itsPlanar)
-            << aCase.itsSamples << " samples, "
-            << (aCase.itsOriginal != nullptr ? aCase.itsOriginal : "no original");
+        Described aDataSet(aCase.itsSamples);
+        aDataSet.SetScratchpadValue("DecompOrigPlanarConfig", aCase.itsOriginal);
+        EXPECT_EQ(aDataSet.Read().itsPlanar, aCase.itsPlanar)
+            << aCase.itsSamples << " samples, " << aCase.itsOriginal;
     }
+    Described aDataSet(3);
+    aDataSet.SetScratchpadValue("DecompOrigSamplesPerPixel", "1");
+    aDataSet.SetScratchpadValue("DecompOrigPhotoInterp", "MONOCHROME1");
+    EXPECT_EQ(aDataSet.Read().itsSamplesPerPixel, 1);
+    EXPECT_EQ(aDataSet.Read().itsPhotometricInterpretation, "MONOCHROME1");
 }
 
 // What the codec has rewritten is read again, all of it.
-TEST(Part10ImageAttributes, ReadsAgainWhatDecodingChanges)
+TEST(Part10ImageAttributes, EveryNumberIsNeededAndReadAgainWhenDecodingHasChangedIt)
 {
-    const struct
+    Described aDataSet;
+    for (const auto& aNumber : kNumbers)
     {
-        DICOMTag itsTag;
-        const char* itsName;
-        std::int32_t Part10ImageAttributes::*itsField;
-    } kAttributes[] = {
-        {DICOMTags::Rows, "Rows", &Part10ImageAttributes::itsRows},
-        {DICOMTags::Columns, "Columns", &Part10ImageAttributes::itsColumns},
-        {DICOMTags::SamplesPerPixel, "SamplesPerPixel", &Part10ImageAttributes::itsSamplesPerPixel},
-        {DICOMTags::BitsAllocated, "BitsAllocated", &Part10ImageAttributes::itsBitsAllocated},
-        {DICOMTags::BitsStored, "BitsStored", &Part10ImageAttributes::itsBitsStored},
-        {DICOMTags::HighBit, "HighBit", &Part10ImageAttributes::itsHighBit},
-        {DICOMTags::PixelRepresentation, "PixelRepresentation",
-         &Part10ImageAttributes::itsPixelRepresentation},
-    };
-    DICOMDataObject aDataSet;
-    Describe(aDataSet);
-    Part10ImageAttributes anAttributes;
-    anAttributes.Read(aDataSet);
-    for (const auto& anAttribute : kAttributes)
-    {
-        aDataSet.ReplaceVR(FactoryOf(aDataSet).CreateUnsignedShort(anAttribute.itsTag, 7));
+        Described anIncomplete;
+        anIncomplete.RemoveVR(aNumber.itsTag);
+        const std::string aText = std::string("DC3 Tag not found: ") + aNumber.itsName + " [38, 0]";
+        EXPECT_EQ(FailureOf([&] { anIncomplete.Read(); }), aText);
+        EXPECT_EQ(FailureOf([&] { Part10ImageAttributes().ReadDecoded(anIncomplete); }), aText);
+        Part10ImageAttributes anAttributes = aDataSet.Read();
+        EXPECT_LE(anAttributes.*aNumber.itsField, 1) << aNumber.itsName;
+        aDataSet.SetNumbers(aNumber.itsTag, {7});
         anAttributes.ReadDecoded(aDataSet);
-        EXPECT_EQ(anAttributes.*anAttribute.itsField, 7) << anAttribute.itsName;
+        EXPECT_EQ(anAttributes.*aNumber.itsField, 7) << aNumber.itsName;
     }
+    Described anUnnamed;
+    anUnnamed.RemoveVR(DICOMTags::PhotometricInterpretation);
+    EXPECT_EQ(FailureOf([&] { anUnnamed.Read(); }), "DC3 Tag not found: PhotometricInterpretation [38, 0]");
+    Described aColour(3);
+    aColour.RemoveVR(DICOMTags::PlanarConfiguration);
+    EXPECT_EQ(FailureOf([&] { aColour.Read(); }), "Missing PlanarConfiguration attribute [38, 0]");
 }
 
 TEST(Part10ImageAttributes, NoSizeWraps)

@@ -32,6 +32,22 @@ public:
         return *this;
     }
 
+    /// Describes unsigned grey pixels.
+    DataSet& SetGrey(int theRows, int theColumns, int theBitsAllocated, int theBitsStored)
+    {
+        for (const auto& [aTag, aValue] : {std::pair(DICOMTags::Rows, theRows),
+                                           {DICOMTags::Columns, theColumns},
+                                           {DICOMTags::BitsAllocated, theBitsAllocated},
+                                           {DICOMTags::BitsStored, theBitsStored},
+                                           {DICOMTags::HighBit, theBitsStored - 1},
+                                           {DICOMTags::PixelRepresentation, 0},
+                                           {DICOMTags::SamplesPerPixel, 1}})
+        {
+            SetNumbers(aTag, {static_cast<std::uint16_t>(aValue)});
+        }
+        return SetText(DICOMTags::PhotometricInterpretation, "MONOCHROME2");
+    }
+
     DataSet& SetBytes(DICOMTag theTag, const Bytes& theValue, std::uint16_t theTypeCode = VR::TYPE_OW)
     {
         ReplaceVR(Factory().CreateBytes(theTag, theTypeCode, theValue));
