@@ -10,6 +10,7 @@ import glob
 import hashlib
 import json
 import os
+import shutil
 import signal
 import subprocess
 import sys
@@ -21,6 +22,7 @@ from cli_test import IMAGES, MULTI, dicom
 
 TASK_VARIABLES = ("SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", "SLURM_ARRAY_TASK_MAX",
                   "SLURM_ARRAY_TASK_STEP", "JOB_COMPLETION_INDEX")
+RECIPES = os.path.realpath(os.path.join(os.path.dirname(__file__), "..", "..", "examples", "archive"))
 GREY = IMAGES["grey12"][0]
 
 
@@ -70,8 +72,9 @@ class Archive(cli_test.Program):
         self.assertTrue(content.endswith(b"\n"))
         return [json.loads(line) for line in content.splitlines()]
 
-    def start(self, *arguments, **keywords):
-        process = subprocess.Popen([cli_test.PROGRAM, *arguments], cwd=self.folder, stderr=subprocess.PIPE, **keywords)
+    def start(self, *arguments, program=None, **keywords):
+        process = subprocess.Popen([program or cli_test.PROGRAM, *arguments], cwd=self.folder, stderr=subprocess.PIPE,
+                                   **keywords)
         self.addCleanup(process.stderr.close)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
@@ -303,6 +306,53 @@ class Archive(cli_test.Program):
         self.assertEqual([line["file"] for line in self.report("all")], names)
         self.run_it(*run, "info", "--info")
         self.assertEqual({line["transfer_syntax"] for line in self.report("info")}, {cli_test.EXPLICIT})
+
+    def recipe(self, name, *arguments, **variables):
+        """Starts a script of examples/archive, which finds the programs of the test's folder first."""
+        return self.start(*arguments, program=os.path.join(RECIPES, name),
+                          env={**os.environ, "QUORIX_DECOMPRESS": cli_test.PROGRAM,
+                               "PATH": f"{self.folder}:{os.environ['PATH']}", **variables})
+
+    def put_program(self, name, text):
+        os.chmod(self.put(name, text.encode()), 0o755)
+
+    def assert_shards_complete(self, names, shards):
+        self.assertEqual(set(self.files()) - {f"report-{index}.jsonl" for index in range(shards)},
+                         {name + ".png" for name in names})
+        for index in range(shards):
+            self.assertEqual({line["file"] for line in self.report(f"out/report-{index}.jsonl")}, set(names[index::shards]))
+
+    def test_a_slurm_task_ends_in_good_order_and_goes_on(self):
+        names = self.put_images(700)
+        self.put_program("scontrol", '#!/bin/sh\necho "$@" >> requeued\n')
+        os.mkfifo(self.path("pipe"))
+        task = {"SLURM_ARRAY_JOB_ID": "7", "SLURM_ARRAY_TASK_COUNT": "4"}
+        # The one is from scancel, the other a minute before the end of the time.
+        for number, requeued in ((signal.SIGTERM, False), (signal.SIGUSR1, True)):
+            script = self.recipe("slurm-array.sh", "pipe", "out", SLURM_ARRAY_TASK_ID="2", **task)
+            with open(self.path("pipe"), "wb") as pipe:
+                pipe.write(self.get("list")[:5000])
+                pipe.flush()
+                self.wait_for(lambda: len(self.files()) > 5)
+                script.send_signal(number)
+                self.assertEqual(script.wait(60), 5)
+            self.assertEqual(os.path.exists(self.path("requeued")), requeued)
+        self.assertEqual(self.get("requeued"), b"requeue 7_2\n")
+        for index in range(3):
+            self.assertEqual(self.recipe("slurm-array.sh", "list", "out", SLURM_ARRAY_TASK_ID=str(index), **task).wait(60), 0)
+        alone = {**task, "SLURM_ARRAY_TASK_COUNT": "1", "SHARDS": "4", "SLURM_ARRAY_TASK_ID": "3"}
+        self.assertEqual(self.recipe("slurm-array.sh", "list", "out", **alone).wait(60), 0)
+        self.assert_shards_complete(names, 4)
+
+    @unittest.skipUnless(shutil.which("parallel"), "GNU parallel is not installed")
+    def test_parallel_tries_shards_again_that_were_killed(self):
+        names = self.put_images(40)
+        os.rename(self.path("list"), self.path("my list"))
+        self.put_program("killed", f'#!/bin/sh\nmkdir "tried-${{4%/*}}" && kill -9 $$\nexec {cli_test.PROGRAM} "$@"\n')
+        process = self.recipe("parallel.sh", "my list", "out", "4", "--window", "5,2", PARALLEL_OPTIONS="--will-cite",
+                              QUORIX_DECOMPRESS=self.path("killed"))
+        self.assertEqual((process.wait(60), len(glob.glob(self.path("tried-*")))), (0, 4), process.stderr.read())
+        self.assert_shards_complete(names, 4)
 
     def peak(self, *arguments, statuses):
         """The most memory that a run had, in KiB; at least what this process has."""
