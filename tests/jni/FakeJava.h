@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +20,7 @@ class FakeJava : public JNIEnv_
 {
 public:
     struct Object;
-    using References = std::set<Object* const*>;
+    using References = std::map<jobject, std::unique_ptr<Object* const>>;
 
     /// An int, long or boolean, or an object.
     struct Value
@@ -53,32 +52,19 @@ public:
         AddClass("java/io/InterruptedIOException");
         AddClass("java/lang/NoSuchMethodError");
     }
-
-    ~FakeJava()
-    {
-        for (const References* aSet : {&itsLocals, &itsGlobals})
-        {
-            for (Object* const* const aReference : *aSet)
-            {
-                delete aReference;
-            }
-        }
-    }
+    ~FakeJava() = default;
     FakeJava(const FakeJava&) = delete;
     FakeJava& operator=(const FakeJava&) = delete;
 
     /// Every class is made once; later calls give the same one.
     Object& AddClass(const std::string& theName)
     {
-        const auto aFound = itsClasses.find(theName);
-        if (aFound != itsClasses.end())
+        Object*& aClass = itsClasses[theName];
+        if (aClass == nullptr)
         {
-            return *aFound->second;
+            aClass = &Make(theName);
         }
-        Object& aClass = Make();
-        aClass.itsClassName = theName;
-        itsClasses[theName] = &aClass;
-        return aClass;
+        return *aClass;
     }
 
     /// Takes a class away or, of a class, a method or field.
@@ -96,8 +82,7 @@ public:
 
     Object& New(const std::string& theClassName)
     {
-        Object& anObject = Make();
-        anObject.itsClassName = theClassName;
+        Object& anObject = Make(theClassName);
         anObject.itsClass = &AddClass(theClassName);
         return anObject;
     }
@@ -120,13 +105,9 @@ public:
 
     Object* Get(jobject theReference) const
     {
-        auto* const aReference = reinterpret_cast<Object* const*>(theReference);
-        if (aReference == nullptr)
-        {
-            return nullptr;
-        }
-        EXPECT_TRUE(itsLocals.count(aReference) + itsGlobals.count(aReference) == 1) << "a dead reference";
-        return *aReference;
+        EXPECT_EQ(itsLocals.count(theReference) + itsGlobals.count(theReference), theReference != nullptr)
+            << "a dead reference";
+        return theReference != nullptr ? *reinterpret_cast<Object* const*>(theReference) : nullptr;
     }
 
     /// To be returned by a Java method that throws.
@@ -161,7 +142,12 @@ private:
         return true;
     }
 
-    Object& Make() { return *itsObjects.emplace_back(std::make_unique<Object>()); }
+    Object& Make(const std::string& theClassName)
+    {
+        Object& anObject = *itsObjects.emplace_back(std::make_unique<Object>());
+        anObject.itsClassName = theClassName;
+        return anObject;
+    }
 
     static jobject NewReference(References& theSet, Object* theObject)
     {
@@ -169,16 +155,15 @@ private:
         {
             return nullptr;
         }
-        auto* const aReference = new Object*(theObject);
-        theSet.insert(aReference);
-        return reinterpret_cast<jobject>(aReference);
+        auto aReference = std::make_unique<Object*>(theObject);
+        auto* const anAddress = reinterpret_cast<jobject>(aReference.get());
+        theSet[anAddress] = std::move(aReference);
+        return anAddress;
     }
 
     static void DeleteReference(References& theSet, jobject theReference)
     {
-        auto* const aReference = reinterpret_cast<Object* const*>(theReference);
-        EXPECT_EQ(theSet.erase(aReference), 1u) << "a reference deleted twice or of another kind";
-        delete aReference;
+        EXPECT_EQ(theSet.erase(theReference), 1u) << "a reference deleted twice or of another kind";
     }
 
     static FakeJava& Enter(JNIEnv* theEnv)

@@ -32,7 +32,6 @@ public:
     FakeJava::Object& itsObject;
     std::size_t itsNext = 0;
     FakeJava::Object* itsOut = nullptr; ///< the buffer that has not come back yet
-    std::function<FakeJava::Value()> itsEnd = [] { return FakeJava::Value(); };
     std::vector<std::string> itsCalls;
 
     /// Each buffer came back before the next was asked for, and so did the last.
@@ -45,7 +44,7 @@ private:
         itsCalls.push_back("get");
         if (itsNext >= itsBuffers.size())
         {
-            return itsEnd();
+            return {};
         }
         itsArray = &itsJava.NewBytes(itsBuffers[itsNext++]);
         itsOut = &itsJava.New("com/quorix/util/ByteArrayInputBuffer");

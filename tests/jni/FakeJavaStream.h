@@ -29,8 +29,10 @@ public:
         Add("skip(I)I",
             [this](const auto& theArguments)
             {
-                itsPosition += theArguments[0].itsNumber;
-                return FakeJava::Value(theArguments[0].itsNumber);
+                const jlong aCount =
+                    std::min(theArguments[0].itsNumber, jlong(itsBytes.size()) - itsPosition);
+                itsPosition += aCount;
+                return FakeJava::Value(aCount);
             });
         Add("getFilePointer()J", [this](const auto&) { return FakeJava::Value(itsPosition); });
     }
@@ -62,6 +64,7 @@ public:
 private:
     FakeJava::Value Read(FakeJava::Object& theArray, jlong theLength)
     {
+        EXPECT_LE(theLength, jlong(theArray.itsBytes.size()));
         const jlong aCount = std::min(theLength, jlong(itsBytes.size()) - itsPosition);
         if (aCount <= 0)
         {

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "support/FailureOf.h"
+#include "support/StreamWalk.h"
 #include "support/TemporaryFile.h"
 
 namespace
@@ -31,38 +32,6 @@ LFInputStream Open(const char* theName, std::size_t theBufferSize)
     return {theName, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, theBufferSize};
 }
 
-// One pseudo-random walk of reads, skips and seeks for every buffer size, compared with the bytes themselves:
-// a buffer that is not dropped, or dropped twice, shows up as a wrong byte.
-void Walk(InputStream& theStream, const Bytes& theContent)
-{
-    std::size_t aPosition = 0;
-    std::uint32_t aRandom = 1;
-    for (int aStep = 0; aStep < 3000; ++aStep)
-    {
-        aRandom = aRandom * 1664525 + 1013904223;
-        Bytes aBuffer((aRandom >> 8) % 150);
-        const std::size_t aCount = std::min(aBuffer.size(), kFileSize - aPosition);
-        if (aRandom >> 30 == 0)
-        {
-            aPosition = (aRandom >> 8) % (kFileSize + 1);
-            theStream.Seek(aPosition);
-        }
-        else if (aRandom >> 30 == 1)
-        {
-            ASSERT_EQ(theStream.SkipFully(aBuffer.size()), aCount);
-            aPosition += aCount;
-        }
-        else
-        {
-            ASSERT_EQ(theStream.ReadFully(aBuffer.data(), aBuffer.size()), aCount);
-            ASSERT_TRUE(std::equal(aBuffer.data(), aBuffer.data() + aCount, theContent.data() + aPosition));
-            aPosition += aCount;
-        }
-        ASSERT_EQ(theStream.GetStreamPosition(), aPosition);
-        ASSERT_EQ(theStream.HasMoreData(), aPosition < kFileSize);
-    }
-}
-
 TEST(LFInputStream, ReadsSkipsAndSeeksAgreeWithTheFileForEveryBufferSize)
 {
     const TemporaryFile aFile(Content());
@@ -72,7 +41,7 @@ TEST(LFInputStream, ReadsSkipsAndSeeksAgreeWithTheFileForEveryBufferSize)
         LFInputStream aStream = Open(aFile.GetName(), aBufferSize);
         EXPECT_EQ(aStream.CanSeek(), 1);
         EXPECT_EQ(aStream.Length(), static_cast<long long>(kFileSize));
-        Walk(aStream, Content());
+        WalkStream(aStream, Content(), 150);
         aStream.Seek(kFileSize);
         unsigned char aByte = 0;
         EXPECT_EQ(aStream.Read(&aByte, 1), 0u);
