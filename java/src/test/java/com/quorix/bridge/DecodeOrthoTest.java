@@ -19,7 +19,6 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
-import org.junit.jupiter.params.provider.ValueSource;
 
 /** Images decoded into data sets, saved, and loaded again. */
 class DecodeOrthoTest {
@@ -70,56 +69,44 @@ class DecodeOrthoTest {
         assertEquals(expected, result.DLResultCode + " " + result.SystemError + " " + result.Message);
     }
 
-    private void assertJpeg() throws IOException {
-        byte[] pixels = Compressed.jpegPixels(JPEG);
-        assertSaved(Arrays.copyOf(pixels, pixels.length + pixels.length % 2));
-        assertEquals("8 8 7 101 81 1 MONOCHROME2 0", values(0x00280100, 0x00280101, 0x00280102, 0x00280011, 0x00280010,
-                0x00280002, 0x00280004, 0x00280103));
-        assertEquals("01 ISO_10918_1", values(LOSSY, METHOD));
-    }
-
     @ParameterizedTest
-    @ValueSource(booleans = {false, true})
-    void aJpegCodestreamWithTheHeaderOfAFile(boolean lossless) throws Exception {
-        Path demo = DicomFile.grey8(COLUMNS, ROWS).text(0x00080008, "CS", "ORIGINAL\\PRIMARY")
-                .nativeFrames(1, new byte[COLUMNS * ROWS + 1]).writeTo(folder.resolve("header.demo"));
-        decode(JPEG, NDecompressor.TYPE_JPEG, lossless, demo.toString());
-        // Marked as lossy whatever the argument says; the argument decides on the reconstitution mark. Decoding has
-        // marked the data set as lossy before the ratio is taken from it: there is none in it.
-        assertJpeg();
-        assertEquals("Doe^Jane DERIVED\\PRIMARY\\\\JPEG LOSSY LOSSY JPEG COMPRESSION ?:1 (QUORIX)",
-                values(0x00100010, 0x00080008, 0x00082111));
-        assertEquals(lossless ? "null" : "1", values(RECONSTITUTION_MARK));
-        assertTrue(decompressor.markReconstituted(dataSet.getHandle()));
-        assertEquals("1", values(RECONSTITUTION_MARK));
+    @CsvSource({"JPEG, 1, true, 01 ISO_10918_1 null", "JPEG, 1, false, 01 ISO_10918_1 1",
+        "JPEG file, 3, true, 01 ISO_10918_1 null", "JPEG file, 3, false, 01 ISO_10918_1 1",
+        "native, 3, true, null null null", "native, 3, false, null null 1",
+        "JPEG 2000, 2, true, 01 ISO_15444_1 null", "JPEG 2000, 2, false, 01 ISO_15444_1 1",
+        "JPEG 2000, 7, true, null null null", "JPEG 2000, 7, false, null null 1"})
+    void pixelsAreDescribedAndMarkedByTypeOrTransferSyntax(String kind, int type, boolean lossless, String marks)
+            throws IOException {
+        byte[] gradient = Compressed.gradient16(COLUMNS, ROWS, 0);
+        boolean isJpeg = kind.matches("JPEG( file)?");
+        byte[] bytes = switch (kind) {
+            case "JPEG" -> JPEG;
+            case "JPEG file" -> DicomFile.grey8(COLUMNS, ROWS).jpegFrames(List.of(JPEG)).toBytes();
+            case "native" -> DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, gradient).toBytes();
+            default -> Compressed.jpeg2000();
+        };
+        for (String demoFile : new String[] {"", null}) { // the second time what the data set held before is freed
+            decode(bytes, type, lossless, demoFile);
+        }
+        assertSaved(isJpeg ? Arrays.copyOf(Compressed.jpegPixels(JPEG), COLUMNS * ROWS + 1)
+                : type == 3 ? gradient : Compressed.jpeg2000Pixels());
+        assertEquals(marks, values(LOSSY, METHOD, RECONSTITUTION_MARK));
+        if (isJpeg) {
+            assertEquals("8 8 7 101 81 1 MONOCHROME2 0", values(0x00280100, 0x00280101, 0x00280102, 0x00280011,
+                    0x00280010, 0x00280002, 0x00280004, 0x00280103));
+        }
     }
 
     @Test
-    void aJpegAloneDescribesItself() throws Exception {
-        for (String demoFile : new String[] {"", null}) { // the second time what the data set held before is freed
-            decode(JPEG, NDecompressor.TYPE_JPEG, true, demoFile);
-        }
-        assertJpeg();
-    }
-
-    @ParameterizedTest
-    @ValueSource(booleans = {false, true})
-    void aJpegFileIsMarkedByItsTransferSyntax(boolean lossless) throws Exception {
-        decode(DicomFile.grey8(COLUMNS, ROWS).jpegFrames(List.of(JPEG)).toBytes(), NDecompressor.TYPE_DICOM, lossless,
-                null);
-        assertJpeg();
-        assertEquals(lossless ? "null" : "1", values(RECONSTITUTION_MARK));
-    }
-
-    @ParameterizedTest
-    @ValueSource(booleans = {false, true})
-    void anUncompressedFile(boolean lossless) throws Exception {
-        byte[] pixels = Compressed.gradient16(COLUMNS, ROWS, 0);
-        decode(DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels).toBytes(),
-                NDecompressor.TYPE_DICOM, lossless, null);
-        assertSaved(pixels);
-        assertArrayEquals(pixels, dataSet.getPixelBytes());
-        assertEquals("null " + (lossless ? "null" : "1"), values(LOSSY, RECONSTITUTION_MARK));
+    void aCodestreamWithTheHeaderOfAFile() throws IOException {
+        Path demo = DicomFile.grey8(COLUMNS, ROWS).text(0x00080008, "CS", "ORIGINAL\\PRIMARY")
+                .nativeFrames(1, new byte[COLUMNS * ROWS + 1]).writeTo(folder.resolve("header.demo"));
+        decode(JPEG, NDecompressor.TYPE_JPEG, true, demo.toString());
+        // Decoding has marked the data set as lossy before the ratio is taken from it: there is none in it.
+        assertEquals("Doe^Jane DERIVED\\PRIMARY\\\\JPEG LOSSY LOSSY JPEG COMPRESSION ?:1 (QUORIX) null",
+                values(0x00100010, 0x00080008, 0x00082111, RECONSTITUTION_MARK));
+        assertTrue(decompressor.markReconstituted(dataSet.getHandle()));
+        assertEquals("1", values(RECONSTITUTION_MARK));
     }
 
     @Test
@@ -138,15 +125,6 @@ class DecodeOrthoTest {
         assertEquals("8 8 7 3 RGB 0 100 100", values(0x00280100, 0x00280101, 0x00280102, 0x00280002, 0x00280004,
                 0x00280006, 0x00280010, 0x00280011));
         assertEquals(30_000, dataSet.getPixelBytes().length);
-    }
-
-    @ParameterizedTest
-    @CsvSource({"2, true, 01 ISO_15444_1 null", "2, false, 01 ISO_15444_1 1", "7, true, null null null",
-        "7, false, null null 1"})
-    void jpeg2000Codestreams(int type, boolean lossless, String marks) throws Exception {
-        decode(Compressed.jpeg2000(), type, lossless, null);
-        assertSaved(Compressed.jpeg2000Pixels());
-        assertEquals(marks, values(LOSSY, METHOD, RECONSTITUTION_MARK));
     }
 
     @Test

@@ -11,7 +11,6 @@ import com.quorix.util.ByteArrayInputBuffer;
 import com.quorix.util.InputBufferQueue;
 import java.io.IOException;
 import java.lang.ref.WeakReference;
-import java.nio.ByteBuffer;
 import java.nio.file.Path;
 import java.util.*;
 import java.util.concurrent.*;
@@ -29,7 +28,6 @@ class SoakTest {
     private static final int THREADS = 8;
     private static final int COLUMNS = 160;
     private static final int ROWS = 120;
-    private static final int FRAMES = 3;
     private static final int REQUESTS = "1".equals(System.getenv("QUORIX_TEST_LONG")) ? 20_000 : 2_000;
     /** What the whole run may add to the process, whose Java heap has been touched to its end before. */
     private static final long GROWTH = 24L << 20;
@@ -68,36 +66,31 @@ class SoakTest {
 
     private void run(int requests) throws Exception {
         ExecutorService threads = Executors.newFixedThreadPool(THREADS);
-        List<Future<?>> outcomes = new ArrayList<>();
+        List<Callable<Void>> calls = new ArrayList<>();
         for (int request = 0; request < requests; request++) {
             int seed = request;
-            outcomes.add(threads.submit(() -> {
-                perform(seed);
-                return null;
-            }));
+            calls.add(() -> perform(seed));
         }
-        for (Future<?> outcome : outcomes) {
+        for (Future<?> outcome : threads.invokeAll(calls)) {
             outcome.get();
         }
         threads.shutdown();
     }
 
     /** Seeds have pixels of their own. */
-    private void perform(int seed) throws IOException {
+    private Void perform(int seed) throws Exception {
         byte[] pixels = Compressed.gradient16(COLUMNS, ROWS, seed);
         byte[] nativeFile = DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels).toBytes();
         byte[] jpeg = Compressed.jpeg(COLUMNS, ROWS, seed % 64);
-        switch (seed % 9) {
-            case 0 -> decode(jpeg, Compressed.jpegPixels(jpeg));
-            case 1 -> decode(nativeFile, pixels);
-            case 2 -> decode(Compressed.jpeg2000(), Compressed.jpeg2000Pixels());
-            case 3 -> decodeQueue(jpeg, seed);
-            case 4 -> decodeFrames(jpeg, seed);
-            case 5 -> decodeIntoDataSet(nativeFile, pixels);
-            case 6 -> decodeDamaged(jpeg, seed);
-            case 7 -> decodeDamaged(Compressed.jpeg2000(), seed);
+        switch (seed % 6) {
+            case 0 -> decode(Compressed.jpeg2000(), Compressed.jpeg2000Pixels());
+            case 1 -> decodeQueue(jpeg, seed / 6 % 3 != 0);
+            case 2 -> decodeFrames(jpeg, 1 + seed / 6 % 3);
+            case 3 -> decodeIntoDataSet(nativeFile, pixels);
+            case 4 -> decodeDamaged(jpeg, seed);
             default -> decodeDamaged(nativeFile, seed);
         }
+        return null;
     }
 
     private ByteBufferSeekableInputStream stream(byte[] bytes) {
@@ -110,7 +103,6 @@ class SoakTest {
         Path file = folder.resolve(Thread.currentThread().getName());
         try (Renderable image = Decompressor.decode(stream(input), DecodeOptions.DEFAULT);
                 Renderable loaded = new Renderable()) {
-            assertArrayEquals(expected, Images.pixelsOf(image));
             image.saveToFileLocked(file);
             assertTrue(loaded.loadFromFile(file));
             assertArrayEquals(expected, Images.pixelsOf(loaded));
@@ -135,41 +127,29 @@ class SoakTest {
         }
         try {
             // The pixels are left to the garbage collector.
-            Renderable image = Decompressor.decode(stream(damaged), DecodeOptions.DEFAULT);
-            ByteBuffer pixels = image.getPixelData();
-            image.close();
-            pixels.get(pixels.limit() - 1);
+            Decompressor.decode(stream(damaged), DecodeOptions.DEFAULT).getPixelData();
         } catch (DecompressionException failure) {
             failures.incrementAndGet();
         }
     }
 
-    private void decodeQueue(byte[] jpeg, int seed) throws IOException {
-        InputBufferQueue queue = new InputBufferQueue(1 + jpeg.length / 1000);
+    private void decodeQueue(byte[] jpeg, boolean isComplete) throws Exception {
+        InputBufferQueue queue = new InputBufferQueue(2);
         inputs.add(new WeakReference<>(queue));
-        boolean complete = seed / 9 % 3 != 0;
-        int length = complete ? jpeg.length : jpeg.length / 2;
-        try {
-            for (int done = 0; done < length; done += 1000) {
-                queue.put(new ByteArrayInputBuffer(Arrays.copyOfRange(jpeg, done, Math.min(length, done + 1000))));
-            }
-        } catch (InterruptedException exception) {
-            throw new AssertionError(exception);
-        }
-        Runnable end = complete ? queue::finish : queue::interrupt;
+        queue.put(new ByteArrayInputBuffer(isComplete ? jpeg : Arrays.copyOf(jpeg, jpeg.length / 2)));
+        Runnable end = isComplete ? queue::finish : queue::interrupt;
         end.run();
         try (Renderable image = Decompressor.decode(queue, DecodeOptions.DEFAULT.withType(ImageType.JPEG))) {
             assertArrayEquals(Compressed.jpegPixels(jpeg), Images.pixelsOf(image));
         } catch (DecompressionException failure) {
-            assertTrue(!complete && failure.getCode() == DecompressionException.INTERRUPTED, failure.toString());
+            assertTrue(!isComplete && failure.getCode() == DecompressionException.INTERRUPTED, failure.toString());
             failures.incrementAndGet();
         }
     }
 
-    private void decodeFrames(byte[] jpeg, int seed) throws IOException {
+    private void decodeFrames(byte[] jpeg, int wanted) throws IOException {
         byte[] file = DicomFile.grey8(COLUMNS, ROWS).jpegFrames(List.of(jpeg, jpeg, jpeg)).toBytes();
         byte[] expected = Compressed.jpegPixels(jpeg);
-        int wanted = 1 + seed / 9 % FRAMES;
         int[] delivered = {0};
         Decompressor.decodeFrames(stream(file), DecodeOptions.DEFAULT, (index, image) -> {
             try (image) {
