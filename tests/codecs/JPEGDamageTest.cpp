@@ -19,46 +19,34 @@ protected:
     void TearDown() override { testing::internal::GetCapturedStderr(); }
 };
 
-struct Victim
+/// theChroma: the samples of luma, across and down, to one of chroma.
+JpegSpec Kind(Process theProcess, int thePrecision, int theComponents = 1, int theChroma = 1,
+              int theRestarts = 0, bool theInterleaved = true, bool theTwoTables = false)
 {
-    Process itsProcess;
-    int itsPrecision;
-    int itsComponents;
-    int itsChroma = 1; ///< the samples of luma, across and down, to one of chroma
-    int itsRestartInterval = 0;
-    bool itsInterleaved = true;
-    bool itsTwoTables = false;
+    JpegSpec aSpec{21, 19, theComponents, thePrecision, theProcess};
+    aSpec.itsQuantization = 20;
+    aSpec.itsPredictor = 1 + thePrecision % 7;
+    aSpec.itsPointTransform = theProcess == Process::LOSSLESS && thePrecision == 12 ? 1 : 0;
+    aSpec.itsRestartInterval = theRestarts;
+    aSpec.itsSampling = {{theChroma, theChroma}};
+    aSpec.itsInterleaved = theInterleaved;
+    aSpec.itsTwoTables = theTwoTables;
+    return aSpec;
+}
 
-    int Build() const { return itsPrecision <= 8 ? 8 : itsPrecision <= 12 ? 12 : 16; }
-
-    Bytes Make() const
-    {
-        JpegSpec aSpec;
-        aSpec.itsProcess = itsProcess;
-        aSpec.itsPrecision = itsPrecision;
-        aSpec.itsComponents = itsComponents;
-        aSpec.itsWidth = 21;
-        aSpec.itsHeight = 19;
-        aSpec.itsQuantization = 20;
-        aSpec.itsPredictor = 1 + itsPrecision % 7;
-        aSpec.itsPointTransform = itsProcess == Process::LOSSLESS && itsPrecision == 12 ? 1 : 0;
-        aSpec.itsRestartInterval = itsRestartInterval;
-        aSpec.itsSampling = {{itsChroma, itsChroma}};
-        aSpec.itsInterleaved = itsInterleaved;
-        aSpec.itsTwoTables = itsTwoTables;
-        return MakeJpeg(aSpec, MakeSamples(aSpec));
-    }
-};
-
-constexpr Victim kVictims[] = {
-    {Process::BASELINE, 8, 1},         {Process::BASELINE, 8, 3, 2},
-    {Process::EXTENDED, 8, 3, 2, 2},   {Process::PROGRESSIVE, 8, 3, 2, 2},
-    {Process::EXTENDED, 12, 1, 1, 3},  {Process::PROGRESSIVE, 12, 1},
-    {Process::LOSSLESS, 7, 1, 1, 63},  {Process::LOSSLESS, 12, 1},
-    {Process::LOSSLESS, 16, 1, 1, 21}, {Process::LOSSLESS, 7, 3, 1, 0, true, true},
-    {Process::LOSSLESS, 12, 3, 1, 63}, {Process::LOSSLESS, 16, 3, 1, 0, false},
-    {Process::LOSSLESS, 8, 3, 1, 21},
-};
+const JpegSpec kVictims[] = {Kind(Process::BASELINE, 8),
+                             Kind(Process::BASELINE, 8, 3, 2),
+                             Kind(Process::EXTENDED, 8, 3, 2, 2),
+                             Kind(Process::PROGRESSIVE, 8, 3, 2, 2),
+                             Kind(Process::EXTENDED, 12, 1, 1, 3),
+                             Kind(Process::PROGRESSIVE, 12),
+                             Kind(Process::LOSSLESS, 7, 1, 1, 63),
+                             Kind(Process::LOSSLESS, 12),
+                             Kind(Process::LOSSLESS, 16, 1, 1, 21),
+                             Kind(Process::LOSSLESS, 7, 3, 1, 0, true, true),
+                             Kind(Process::LOSSLESS, 12, 3, 1, 63),
+                             Kind(Process::LOSSLESS, 16, 3, 1, 0, false),
+                             Kind(Process::LOSSLESS, 8, 3, 1, 21)};
 
 /// One bit to a handful, bytes lost or added, markers where none belong, the end missing.
 Bytes Damage(Bytes theJpeg, std::mt19937& theRandom)
@@ -107,16 +95,16 @@ TEST_F(JPEGDamage, AllPathsEndAlike)
     int aRuns = 0;
     int aPictures = 0;
     int aWildPictures = 0;
-    for (const Victim& aVictim : kVictims)
+    for (const JpegSpec& aVictim : kVictims)
     {
-        const Bytes anIntact = aVictim.Make();
+        const Bytes anIntact = Image(aVictim).itsJpeg;
         for (int aRound = 0; aRound < Rounds(320); ++aRound, ++aRuns)
         {
             const Bytes aJpeg = Damage(anIntact, aRandom);
             const Setting aSetting{
                 aRound % 5 == 0   ? 8
                 : aRound % 5 == 1 ? 16
-                                  : aVictim.Build(),
+                                  : BuildFor(aVictim),
                 aRound % 2 == 0 ? Decoder::COLOR_MODEL_RGB : Decoder::COLOR_MODEL_YBR_FULL_422, 97};
             const Outcome aLibrary = DecodeOn(JPEGPath::LIBRARY, aSetting, aJpeg);
             Outcome aFast = DecodeOn(JPEGPath::FAST, aSetting, aJpeg);
@@ -140,12 +128,12 @@ TEST_F(JPEGDamage, AllPathsEndAlike)
 TEST_F(JPEGDamage, EveryTruncationIsTheSameError)
 {
     const std::size_t aStep = Rounds(1) > 1 ? 1 : 7;
-    for (const Victim& aVictim : kVictims)
+    for (const JpegSpec& aVictim : kVictims)
     {
-        const Bytes aJpeg = aVictim.Make();
+        const Bytes aJpeg = Image(aVictim).itsJpeg;
         for (std::size_t aCut = 0; aCut < aJpeg.size(); aCut += aStep)
         {
-            const Setting aSetting{aVictim.Build()};
+            const Setting aSetting{BuildFor(aVictim)};
             ASSERT_TRUE(PathsAgree(aSetting, Cut(aJpeg, aCut), false)) << "cut at " << aCut;
             ASSERT_NE(DecodeOn(JPEGPath::FAST, aSetting, Cut(aJpeg, aCut)).itsError, "") << "cut at " << aCut;
         }
@@ -155,14 +143,9 @@ TEST_F(JPEGDamage, EveryTruncationIsTheSameError)
 // A component whose scan never comes must not show what somebody else left in the heap.
 TEST_F(JPEGDamage, MissingComponentIsZero)
 {
-    JpegSpec aSpec;
-    aSpec.itsProcess = Process::LOSSLESS;
-    aSpec.itsComponents = 3;
-    aSpec.itsComponentIds = {'R', 'G', 'B'};
-    aSpec.itsWidth = aSpec.itsHeight = 100;
+    JpegSpec aSpec{100, 100, 3, 8, Process::LOSSLESS, {'R', 'G', 'B'}};
     aSpec.itsInterleaved = false;
-    const Samples aSamples = MakeSamples(aSpec);
-    Bytes aJpeg = MakeJpeg(aSpec, aSamples);
+    auto [aSamples, aJpeg] = Image(aSpec);
     const Bytes aLastScan = {0xff, 0xda, 0, 8, 1, 'B'};
     const auto aCut = std::search(aJpeg.begin(), aJpeg.end(), aLastScan.begin(), aLastScan.end());
     ASSERT_TRUE(aCut != aJpeg.end());
@@ -188,10 +171,9 @@ TEST_F(JPEGDamage, EndlessScansAreCutOff)
     for (const auto& [aSide, aScans, isTooMany] :
          {std::tuple{16, 900, false}, {16, 1100, true}, {4000, 90, false}, {4000, 300, true}})
     {
-        JpegSpec aSpec;
-        aSpec.itsProcess = Process::PROGRESSIVE;
+        JpegSpec aSpec{8, 8, 1, 8, Process::PROGRESSIVE};
         aSpec.itsEndOfImage = false;
-        Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+        Bytes aJpeg = Image(aSpec).itsJpeg;
         const Bytes aMarker = {0xff, 0xc2};
         const auto aFrame = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
         aFrame[5] = aFrame[7] = static_cast<std::uint8_t>(aSide >> 8);

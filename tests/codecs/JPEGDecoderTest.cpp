@@ -13,12 +13,7 @@ using Process = JpegSpec::Process;
 
 Bytes SmallJpeg(int thePrecision = 8, Process theProcess = Process::LOSSLESS)
 {
-    JpegSpec aSpec;
-    aSpec.itsProcess = theProcess;
-    aSpec.itsPrecision = thePrecision;
-    aSpec.itsWidth = 20;
-    aSpec.itsHeight = 10;
-    return MakeJpeg(aSpec, MakeSamples(aSpec));
+    return Image({20, 10, 1, thePrecision, theProcess}).itsJpeg;
 }
 
 std::string Error(std::size_t theBytesRead, const std::string& theText)
@@ -38,8 +33,6 @@ TEST(JPEGDecoder, EachBuildDescribesItselfAndTheImage)
         EXPECT_EQ(aDecoder->GetHighBit(), aBuild - 1);
         EXPECT_EQ(aDecoder->GetMaxValue(), aMaxValue);
         EXPECT_EQ(JPEGDecoder::GetDefaultInputBufferSize(), 0u);
-        EXPECT_EQ(aDecoder->IsSigned(), 0);
-        EXPECT_EQ(aDecoder->GetScaleFactor(), 1);
         EXPECT_TRUE(aDecoder->IsDecoderConvertsColorToRGB());
         EXPECT_EQ(aDecoder->GetScanMode(), 1);
         EXPECT_EQ(aDecoder->GetOutputSize(), 0u);
@@ -52,8 +45,7 @@ TEST(JPEGDecoder, EachBuildDescribesItselfAndTheImage)
         EXPECT_EQ(aDecoder->GetOutputSize(), 25u * static_cast<unsigned int>(anAllocated));
         EXPECT_EQ(aDecoder->GetDecompressedBufferSize(), 25 * anAllocated);
         EXPECT_EQ(aSource.GetCloses(), 0);
-        Bytes aBuffer(aDecoder->GetOutputSize());
-        aDecoder->Decode(0, aBuffer.data(), aBuffer.size());
+        DecodeRest(*aDecoder);
         EXPECT_EQ(aSource.GetCloses(), 1);
         EXPECT_EQ(aDecoder->GetTotalBytesRead(), aSource.GetPosition());
     }
@@ -156,42 +148,18 @@ TEST(JPEGDecoder, CallsOutOfOrderAreErrors)
     Bytes aBuffer(200);
     EXPECT_THROW(aDecoder->Decode(0, aBuffer.data(), aBuffer.size()), JPEGDecoderException);
     const auto anOther = MakeDecoder(8);
-    ByteSource aSource(SmallJpeg());
-    DecodeBytes(*anOther, aSource);
+    DecodeSamples(*anOther, SmallJpeg());
     EXPECT_THROW(anOther->Decode(0, aBuffer.data(), aBuffer.size()), JPEGDecoderException);
-}
-
-// After a failure half-way the library object holds half-made state; entering it again must stay an error.
-TEST(JPEGDecoder, FailedCodecStaysFailed)
-{
+    // After a failure half-way the library object holds half-made state; entering it must stay an error.
     const Bytes aJpeg = SmallJpeg(8, Process::PROGRESSIVE);
     for (std::size_t aCut = 0; aCut < aJpeg.size(); aCut += 7)
     {
-        const auto aDecoder = MakeDecoder(8);
+        const auto aFailed = MakeDecoder(8);
         ByteSource aCutSource(Cut(aJpeg, aCut));
-        EXPECT_NE(DecodeError(*aDecoder, aCutSource), "");
+        EXPECT_NE(DecodeError(*aFailed, aCutSource), "");
         ByteSource aSource(aJpeg);
-        EXPECT_NE(DecodeError(*aDecoder, aSource).find("Improper call to JPEG library"), std::string::npos);
-        Bytes aBuffer(200);
-        EXPECT_THROW(aDecoder->Decode(0, aBuffer.data(), aBuffer.size()), JPEGDecoderException);
-    }
-}
-
-// A lossless image passes the header of a smaller build and comes out scaled down, never out of range.
-TEST(JPEGDecoder, LosslessAboveTheBuildIsScaledDown)
-{
-    JpegSpec aSpec;
-    aSpec.itsProcess = Process::LOSSLESS;
-    aSpec.itsPrecision = 16;
-    for (const int aBuild : {8, 12})
-    {
-        Samples aSamples = MakeSamples(aSpec);
-        const auto aDecoder = MakeDecoder(aBuild);
-        const Samples aDecoded = DecodeSamples(*aDecoder, MakeJpeg(aSpec, aSamples));
-        EXPECT_EQ(aDecoder->GetPrecision(), 16);
-        std::for_each(aSamples.begin(), aSamples.end(),
-                      [=](std::uint16_t& theSample) { theSample >>= 16 - aBuild; });
-        EXPECT_EQ(aDecoded, aSamples);
+        EXPECT_NE(DecodeError(*aFailed, aSource).find("Improper call to JPEG library"), std::string::npos);
+        EXPECT_THROW(aFailed->Decode(0, aBuffer.data(), aBuffer.size()), JPEGDecoderException);
     }
 }
 
@@ -207,9 +175,7 @@ TEST(JPEGDecoder, CopiesShareTheImage)
     anAssigned = aCopy;
     anOriginal.reset();
     EXPECT_EQ(aCopy.GetImageWidth(), 20u);
-    Bytes aBuffer(200);
-    anAssigned.Decode(0, aBuffer.data(), aBuffer.size());
-    EXPECT_EQ(ToSamples(aBuffer, 8), DecodeSamples(*MakeDecoder(8), aJpeg));
+    EXPECT_EQ(ToSamples(DecodeRest(anAssigned), 8), DecodeSamples(*MakeDecoder(8), aJpeg));
 }
 
 } // namespace

@@ -93,8 +93,7 @@ TEST(JPEGPaths, LosslessImagesComeOutAlike)
                     static_cast<std::uint16_t>(aSample >> aSpec.itsPointTransform << aSpec.itsPointTransform);
             }
             const auto aModel = i % 2 == 0 ? Decoder::COLOR_MODEL_RGB : Decoder::COLOR_MODEL_YBR_FULL_422;
-            const int aBuild = aSpec.itsPrecision <= 8 ? 8 : aSpec.itsPrecision <= 12 ? 12 : 16;
-            ASSERT_TRUE(PathsAgree({aBuild, aModel, 97}, aJpeg)) << "image " << i;
+            ASSERT_TRUE(PathsAgree({BuildFor(aSpec), aModel, 97}, aJpeg)) << "image " << i;
             ASSERT_TRUE(PathsAgree({16, Decoder::COLOR_MODEL_RGB}, aJpeg)) << "image " << i;
             ASSERT_EQ(DecodeSamples(*MakeDecoder(16, Decoder::COLOR_MODEL_RGB), aJpeg), aSamples)
                 << "image " << i;
@@ -159,23 +158,21 @@ private:
 /// The pixels that libjpeg-turbo itself makes of the image described; empty when it gives up.
 Bytes DecodeWithTurbo(const JpegSpec& theSpec, const Bytes& theJpeg)
 {
+    const bool isProgressive = theSpec.itsProcess == Process::PROGRESSIVE;
+    const bool isGrey = theSpec.itsComponents == 1;
+    const bool isRGB = theSpec.itsAdobeTransform == 0;
+    const JpegSpec::Sampling aLuma =
+        theSpec.itsSampling.empty() ? JpegSpec::Sampling() : theSpec.itsSampling[0];
     JPEGFrameHeader aHeader;
     aHeader.itsWidth = static_cast<std::uint32_t>(theSpec.itsWidth);
     aHeader.itsHeight = static_cast<std::uint32_t>(theSpec.itsHeight);
     aHeader.itsComponents = theSpec.itsComponents;
     aHeader.itsPrecision = theSpec.itsPrecision;
-    aHeader.itsProcess =
-        theSpec.itsProcess == Process::PROGRESSIVE ? JPEGProcess::PROGRESSIVE : JPEGProcess::SEQUENTIAL;
-    aHeader.itsHSampling = aHeader.itsVSampling = {1, 1, 1, 1};
-    if (!theSpec.itsSampling.empty())
-    {
-        aHeader.itsHSampling[0] = static_cast<std::uint8_t>(theSpec.itsSampling[0].itsHorizontal);
-        aHeader.itsVSampling[0] = static_cast<std::uint8_t>(theSpec.itsSampling[0].itsVertical);
-    }
-    const bool isGrey = theSpec.itsComponents == 1;
+    aHeader.itsProcess = isProgressive ? JPEGProcess::PROGRESSIVE : JPEGProcess::SEQUENTIAL;
+    aHeader.itsHSampling = {static_cast<std::uint8_t>(aLuma.itsHorizontal), 1, 1, 1};
+    aHeader.itsVSampling = {static_cast<std::uint8_t>(aLuma.itsVertical), 1, 1, 1};
     aHeader.itsOutputColorSpace = isGrey ? JPEGColorSpace::GRAYSCALE : JPEGColorSpace::RGB;
-    aHeader.itsColorSpace =
-        isGrey || theSpec.itsAdobeTransform == 0 ? aHeader.itsOutputColorSpace : JPEGColorSpace::YCBCR;
+    aHeader.itsColorSpace = isGrey || isRGB ? aHeader.itsOutputColorSpace : JPEGColorSpace::YCBCR;
     Bytes aPixels(MakeSamples(theSpec).size() * (theSpec.itsPrecision > 8 ? 2 : 1));
     MemoryClient aClient(theJpeg);
     return JPEGTurbo::Decode(aClient, aHeader, aPixels.data()) ? aPixels : Bytes();
@@ -217,12 +214,7 @@ TEST(JPEGPaths, SamplingsAndSizesComeOutAlike)
         {
             for (const Process aProcess : {Process::BASELINE, Process::PROGRESSIVE})
             {
-                JpegSpec aSpec;
-                aSpec.itsProcess = aProcess;
-                aSpec.itsComponents = 3;
-                aSpec.itsSampling = {aLuma};
-                aSpec.itsWidth = aWidth;
-                aSpec.itsHeight = aHeight;
+                JpegSpec aSpec{aWidth, aHeight, 3, 8, aProcess, {}, {aLuma}};
                 aSpec.itsQuality = 90;
                 ExpectDctAlike(aSpec, MakeSamples(aSpec),
                                aLuma.itsHorizontal <= 2 &&
@@ -240,11 +232,8 @@ TEST(JPEGPaths, CodingsComeOutAlike)
         {
             for (int aBits = 0; aBits < 16; ++aBits)
             {
-                JpegSpec aSpec;
-                aSpec.itsWidth = 61;
-                aSpec.itsHeight = 45;
+                JpegSpec aSpec{61, 45, aKind == 0 ? 1 : 3};
                 aSpec.itsQuality = aQuality;
-                aSpec.itsComponents = aKind == 0 ? 1 : 3;
                 aSpec.itsAdobeTransform = aKind == 1 ? 0 : -1;
                 aSpec.itsSampling = {{aKind == 3 || aKind == 4 ? 2 : 1, aKind == 4 ? 2 : 1}};
                 aSpec.itsInterleaved = aKind != 5;
@@ -256,6 +245,15 @@ TEST(JPEGPaths, CodingsComeOutAlike)
             }
         }
     }
+}
+
+/// Says that all coefficients of an image were divided by theStep.
+Bytes WithSteps(Bytes theJpeg, int theStep)
+{
+    const Bytes aTable = {0xff, 0xdb, 0, 67, 0};
+    const auto aSteps = std::search(theJpeg.begin(), theJpeg.end(), aTable.begin(), aTable.end()) + 5;
+    std::fill_n(aSteps, 64, static_cast<std::uint8_t>(theStep));
+    return theJpeg;
 }
 
 // Twelve bits: the library's own transform, rebuilt for every instruction set, inside the image and where
@@ -270,16 +268,11 @@ TEST(JPEGPaths, DeepGreyImagesComeOutAlike)
         {
             for (const int aStep : {0, 1, 30, 255})
             {
-                JpegSpec aSpec;
-                aSpec.itsProcess = aProcess;
-                aSpec.itsPrecision = 12;
-                aSpec.itsWidth = aWidth;
-                aSpec.itsHeight = aHeight;
+                JpegSpec aSpec{aWidth, aHeight, 1, 12, aProcess};
                 aSpec.itsQuantization = std::max(aStep, 1);
-                Bytes aJpeg = MakeJpeg(aSpec, aStep == 30 ? MakeSamples(aSpec) : MakeNoise(aSpec));
-                const Bytes aTable = {0xff, 0xdb, 0, 67, 0};
-                const auto aSteps = std::search(aJpeg.begin(), aJpeg.end(), aTable.begin(), aTable.end()) + 5;
-                std::fill_n(aSteps, 64, static_cast<std::uint8_t>(aStep == 0 ? 255 : aStep));
+                const Bytes aJpeg =
+                    WithSteps(MakeJpeg(aSpec, aStep == 30 ? MakeSamples(aSpec) : MakeNoise(aSpec)),
+                              aStep == 0 ? 255 : aStep);
                 ForEachTarget([&]
                               { EXPECT_TRUE(PathsAgree({12}, aJpeg)) << aSpec.itsWidth << ", " << aStep; });
                 EXPECT_EQ(DecodeWithTurbo(aSpec, aJpeg), DecodeOn(JPEGPath::LIBRARY, {12}, aJpeg).itsPixels);
@@ -292,12 +285,8 @@ TEST(JPEGPaths, DeepGreyImagesComeOutAlike)
 // range wrap around in one and are limited in the other.
 TEST(JPEGPaths, UsualImagesAreReallyDecodedByTurbo)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = aSpec.itsHeight = 64;
-    Bytes aJpeg = MakeJpeg(aSpec, MakeNoise(aSpec));
-    const Bytes aTable = {0xff, 0xdb, 0, 67, 0};
-    std::fill_n(std::search(aJpeg.begin(), aJpeg.end(), aTable.begin(), aTable.end()) + 5, 64,
-                std::uint8_t{100});
+    const JpegSpec aSpec{64, 64};
+    const Bytes aJpeg = WithSteps(MakeJpeg(aSpec, MakeNoise(aSpec)), 100);
     EXPECT_NE(DecodeOn(JPEGPath::LIBRARY, {}, aJpeg).itsPixels,
               DecodeOn(JPEGPath::AUTOMATIC, {}, aJpeg).itsPixels);
 }
@@ -310,13 +299,10 @@ TEST(JPEGPaths, HeadersAreReadAlike)
     {
         for (const std::vector<int>& anIds : {std::vector<int>{0, 7, 255}, {1, 1, 2}})
         {
-            JpegSpec aSpec;
-            aSpec.itsWidth = aSpec.itsHeight = 40;
-            aSpec.itsComponents = 3;
+            JpegSpec aSpec{40, 40, 3, 8, Process::BASELINE, anIds};
             aSpec.itsQuality = 70;
-            aSpec.itsComponentIds = anIds;
             aSpec.itsCommentLengths = aComments;
-            const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+            const Bytes aJpeg = Image(aSpec).itsJpeg;
             for (const int aRead : {1, 700, 32768})
             {
                 EXPECT_TRUE(PathsAgree({8, Decoder::COLOR_MODEL_UNKNOWN, aRead}, aJpeg))
@@ -347,9 +333,7 @@ Bytes Without(Bytes theJpeg, std::uint8_t theMarker, bool theRestToo)
 // or read on in its own way. The library's own warning is printed then, once.
 TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
 {
-    JpegSpec aPlainSpec;
-    aPlainSpec.itsComponents = 3;
-    aPlainSpec.itsWidth = aPlainSpec.itsHeight = 61;
+    JpegSpec aPlainSpec{61, 61, 3};
     aPlainSpec.itsQuality = 90;
     aPlainSpec.itsJFIF = true;
     JpegSpec aProgressiveSpec = aPlainSpec;
@@ -358,9 +342,8 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
     aHalvedSpec.itsSampling = {{1, 2}};
     JpegSpec aCoarseSpec = aPlainSpec;
     aCoarseSpec.itsQuality = 10;
-    const auto aMake = [](const JpegSpec& theSpec) { return MakeJpeg(theSpec, MakeSamples(theSpec)); };
-    const Bytes aPlain = aMake(aPlainSpec);
-    const Bytes aProgressive = aMake(aProgressiveSpec);
+    const Bytes aPlain = Image(aPlainSpec).itsJpeg;
+    const Bytes aProgressive = Image(aProgressiveSpec).itsJpeg;
     Bytes anOdd = Without(aPlain, 0xdb, false);
     anOdd.at(11) = 9; // JFIF 9: a warning long before the error
     struct Row
@@ -373,7 +356,7 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
     };
     const Row aRows[] = {
         {"as it is", aPlainSpec, aPlain, true},
-        {"coarse steps", aCoarseSpec, aMake(aCoarseSpec), false},
+        {"coarse steps", aCoarseSpec, Image(aCoarseSpec).itsJpeg, false},
         {"all scans", aProgressiveSpec, aProgressive, true},
         {"last scan missing", aProgressiveSpec, Without(aProgressive, 0xda, true), false},
         {"left-over bytes", aPlainSpec, InsertBeforeEnd(aPlain, 50, 0x55), false,
@@ -383,7 +366,7 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
         {"table missing", aPlainSpec, Without(aPlain, 0xc4, false), false},
         {"warning before the error", aPlainSpec, anOdd, false},
         {"not the image of the header", aProgressiveSpec, aPlain, false},
-        {"rows of halved chroma, otherwise than the library", aHalvedSpec, aMake(aHalvedSpec), true},
+        {"rows of halved chroma, otherwise than the library", aHalvedSpec, Image(aHalvedSpec).itsJpeg, true},
     };
     for (const Row& aRow : aRows)
     {
@@ -406,11 +389,7 @@ TEST(JPEGPaths, CodecGoesOnToTheNextImage)
         Bytes aPixels;
         for (const int aWidth : {200, 61, 90})
         {
-            JpegSpec aSpec;
-            aSpec.itsProcess = aProcess;
-            aSpec.itsWidth = aWidth;
-            aSpec.itsHeight = 45;
-            const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+            const Bytes aJpeg = Image({aWidth, 45, 1, 8, aProcess}).itsJpeg;
             ByteSource aSource(aJpeg, 1500);
             ASSERT_NO_THROW(aPixels = DecodeBytes(*aDecoder, aSource));
             EXPECT_EQ(aPixels, DecodeOn(JPEGPath::LIBRARY, {}, aJpeg).itsPixels);

@@ -31,6 +31,12 @@ private:
     Decoder::ColorModel itsModel;
 };
 
+/// The least build for an image.
+inline int BuildFor(const JpegSpec& theSpec)
+{
+    return theSpec.itsPrecision <= 8 ? 8 : theSpec.itsPrecision <= 12 ? 12 : 16;
+}
+
 inline std::unique_ptr<JPEGDecoder> MakeDecoder(int theBits,
                                                 Decoder::ColorModel theModel = Decoder::COLOR_MODEL_UNKNOWN)
 {
@@ -57,13 +63,19 @@ inline Samples ToSamples(const Bytes& theBuffer, int theBitsAllocated)
     return aSamples;
 }
 
-/// Header and pixels in one go, into a buffer of exactly the size that the codec announces.
-inline Bytes DecodeBytes(JPEGDecoder& theDecoder, kdu_compressed_source& theSource)
+/// What Decode makes of a codec that has a header, into a buffer of exactly the size that it announces.
+inline Bytes DecodeRest(JPEGDecoder& theDecoder)
 {
-    theDecoder.SetSource(nullptr, theSource);
     Bytes aBuffer(theDecoder.GetOutputSize());
     theDecoder.Decode(0, aBuffer.data(), aBuffer.size());
     return aBuffer;
+}
+
+/// Header and pixels in one go.
+inline Bytes DecodeBytes(JPEGDecoder& theDecoder, kdu_compressed_source& theSource)
+{
+    theDecoder.SetSource(nullptr, theSource);
+    return DecodeRest(theDecoder);
 }
 
 inline Samples DecodeSamples(JPEGDecoder& theDecoder, const Bytes& theJpeg)
@@ -72,12 +84,13 @@ inline Samples DecodeSamples(JPEGDecoder& theDecoder, const Bytes& theJpeg)
     return ToSamples(DecodeBytes(theDecoder, aSource), theDecoder.GetBitsAllocatedPerSample());
 }
 
-/// The text of the exception that decoding ends in; "" when there was none.
-inline std::string DecodeError(JPEGDecoder& theDecoder, kdu_compressed_source& theSource)
+/// The text of the exception that an operation ends in; "" when there was none.
+template <class Operation>
+std::string DecodeErrorOf(Operation theOperation)
 {
     try
     {
-        DecodeBytes(theDecoder, theSource);
+        theOperation();
     }
     catch (const ExceptionBase& anException)
     {
@@ -86,10 +99,40 @@ inline std::string DecodeError(JPEGDecoder& theDecoder, kdu_compressed_source& t
     return "";
 }
 
+inline std::string DecodeError(JPEGDecoder& theDecoder, kdu_compressed_source& theSource)
+{
+    return DecodeErrorOf([&] { DecodeBytes(theDecoder, theSource); });
+}
+
 inline Bytes Cut(const Bytes& theBytes, std::size_t theCount)
 {
     return {theBytes.begin(), theBytes.begin() + static_cast<std::ptrdiff_t>(theCount)};
 }
+
+/// The first bytes in a buffer to be handed over.
+inline std::uint8_t* NewBuffer(const Bytes& theBytes, std::size_t theCount, std::size_t theCapacity = 32768)
+{
+    auto* const aBuffer = new std::uint8_t[theCapacity]();
+    std::copy_n(theBytes.begin(), theCount, aBuffer);
+    return aBuffer;
+}
+
+/// Samples, of MakeSamples unless they are given, and their code.
+struct Image
+{
+    Image(const JpegSpec& theSpec, Samples theSamples)
+        : itsSamples(std::move(theSamples)), itsJpeg(MakeJpeg(theSpec, itsSamples))
+    {
+    }
+    explicit Image(const JpegSpec& theSpec) : Image(theSpec, MakeSamples(theSpec)) {}
+    Bytes Rest(std::size_t theFirst) const
+    {
+        return {itsJpeg.begin() + static_cast<std::ptrdiff_t>(theFirst), itsJpeg.end()};
+    }
+
+    Samples itsSamples;
+    Bytes itsJpeg;
+};
 
 /// All that a caller can see of a decoding.
 struct Outcome
@@ -119,19 +162,16 @@ inline Outcome DecodeOn(JPEGPath thePath, const Setting& theSetting, const Bytes
     aDecoder->SetPath(thePath);
     ByteSource aSource(theJpeg, theSetting.itsLargestRead);
     Outcome anOutcome;
-    try
-    {
-        aDecoder->SetSource(nullptr, aSource);
-        // What was in the buffer before must not show.
-        Bytes aPixels(std::min<std::uint64_t>(aDecoder->GetOutputSize(), 1u << 22),
-                      thePath == JPEGPath::LIBRARY ? 0x00 : 0x5a);
-        aDecoder->Decode(0, aPixels.data(), aPixels.size());
-        anOutcome.itsPixels = std::move(aPixels);
-    }
-    catch (const ExceptionBase& anException)
-    {
-        anOutcome.itsError = anException.GetMessageText();
-    }
+    anOutcome.itsError = DecodeErrorOf(
+        [&]
+        {
+            aDecoder->SetSource(nullptr, aSource);
+            // What was in the buffer before must not show.
+            Bytes aPixels(std::min<std::uint64_t>(aDecoder->GetOutputSize(), 1u << 22),
+                          thePath == JPEGPath::LIBRARY ? 0x00 : 0x5a);
+            aDecoder->Decode(0, aPixels.data(), aPixels.size());
+            anOutcome.itsPixels = std::move(aPixels);
+        });
     anOutcome.itsReads = aSource.GetReads();
     anOutcome.itsCloses = aSource.GetCloses();
     anOutcome.itsLastRead = aDecoder->GetBytesRead();

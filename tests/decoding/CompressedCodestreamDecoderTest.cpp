@@ -2,11 +2,12 @@
 #include "decoding/CompressedCodestreamDecoder.h"
 
 #include <algorithm>
-#include <functional>
 
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/RLETestHelpers.h"
 #include "codecs/jpeg/JPEGDecoder.h"
 #include "decoding/FakeDecoder.h"
+#include "support/RecordingInputStream.h"
 #include "support/RleEncoder.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/System.h"
@@ -22,47 +23,12 @@ constexpr const char* kUID57 = "1.2.840.10008.1.2.4.57";
 constexpr const char* kUID70 = "1.2.840.10008.1.2.4.70";
 constexpr const char* kRLEUID = "1.2.840.10008.1.2.5";
 
-struct Image
+/// Square. Flat images survive the lossy processes exactly.
+Image MakeImage(Process theProcess, int thePrecision, int theSize = 16)
 {
-    Image(Process theProcess, int thePrecision, int theSize = 16, int theDeclaredPrecision = 0)
-    {
-        JpegSpec aSpec;
-        aSpec.itsProcess = theProcess;
-        aSpec.itsPrecision = thePrecision;
-        aSpec.itsWidth = aSpec.itsHeight = theSize;
-        aSpec.itsDeclaredPrecision = theDeclaredPrecision;
-        // Flat images survive the lossy processes exactly.
-        itsSamples = theProcess == Process::LOSSLESS ? MakeSamples(aSpec) : MakeFlatSamples(aSpec, {100});
-        itsJpeg = MakeJpeg(aSpec, itsSamples);
-    }
-
-    Samples itsSamples;
-    Bytes itsJpeg;
-};
-
-/// Calls back before every read.
-class HookedStream final : public InputStream
-{
-public:
-    HookedStream(Bytes theBytes, std::size_t theLargestRead)
-        : itsBytes(std::move(theBytes)), itsStream(itsBytes.data(), itsBytes.size()),
-          itsLargestRead(theLargestRead)
-    {
-    }
-    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
-    {
-        itsHook();
-        return itsStream.Read(theBuffer, std::min(theLength, itsLargestRead));
-    }
-    std::size_t GetStreamPosition() const override { return itsStream.GetStreamPosition(); }
-
-    std::function<void()> itsHook = [] {};
-
-private:
-    Bytes itsBytes;
-    MemoryInputStream itsStream;
-    std::size_t itsLargestRead;
-};
+    const JpegSpec aSpec{theSize, theSize, 1, thePrecision, theProcess};
+    return theProcess == Process::LOSSLESS ? Image(aSpec) : Image(aSpec, MakeFlatSamples(aSpec, {100}));
+}
 
 /// Looks at the codec that read the header, and may stop the decode.
 class WatchingDriver final : public CompressedCodestreamDecoder
@@ -89,51 +55,25 @@ struct Bench
 {
     Bench(const char* theUID, int theBitsStored, Bytes theBytes, std::size_t theLargestRead = 1 << 20)
         : itsFrameLength(theUID == kRLEUID ? static_cast<unsigned int>(theBytes.size()) : 0),
-          itsStream(std::move(theBytes), theLargestRead),
+          itsStream(std::move(theBytes), {.itsLargestRead = theLargestRead}, itsReads),
           // The transfer syntax is a temporary: the driver must not keep a reference to it.
           itsDriver(RWCString(theUID), theBitsStored, itsStream, itsDataSet, 3, Decoder::PET_FAST)
     {
-        Put(itsDataSet, DICOMTags::PhotometricInterpretation, "MONOCHROME2");
-        for (const auto& [aTag, aNumber] : {std::pair{DICOMTags::SamplesPerPixel, 1},
-                                            {DICOMTags::PixelRepresentation, 0},
-                                            {DICOMTags::Rows, 2},
-                                            {DICOMTags::Columns, 2},
-                                            {DICOMTags::BitsAllocated, 8},
-                                            {DICOMTags::BitsStored, 8},
-                                            {DICOMTags::HighBit, 7}})
-        {
-            Put(itsDataSet, aTag, aNumber);
-        }
+        RLETest::Describe(itsDataSet, 2, 2, 1, 8, "MONOCHROME2");
     }
 
     Bytes Decode(std::size_t theSize, std::uint8_t* theHandOver = nullptr, int theHandOverBytes = 0)
     {
         Bytes aBuffer(theSize, 0xcd);
-        if (theHandOver == nullptr && theHandOverBytes == 0)
-        {
-            itsDriver.Decode(itsFrameLength, aBuffer.data(), aBuffer.size());
-        }
-        else
-        {
-            itsDriver.Decode(itsFrameLength, aBuffer.data(), aBuffer.size(), theHandOver, theHandOverBytes);
-        }
+        itsDriver.Decode(itsFrameLength, aBuffer.data(), aBuffer.size(), theHandOver, theHandOverBytes);
         return aBuffer;
     }
 
     DICOMDataObject itsDataSet;
     unsigned int itsFrameLength; ///< JPEG codecs know their own end
-    HookedStream itsStream;
+    RecordingInputStream::Record itsReads;
+    RecordingInputStream itsStream;
     WatchingDriver itsDriver;
-};
-
-struct DriverCase
-{
-    const char* itsFault;
-    const char* itsUID;
-    int itsBitsStored;
-    Process itsProcess;
-    int itsPrecision;
-    int itsBits; ///< of the codec in the end
 };
 
 // Where a virtual operation stands is told by a pointer to it: one more than its offset (Itanium C++ ABI).
@@ -154,6 +94,16 @@ TEST(CompressedCodestreamDecoder, VirtualOperationsKeepTheirPlaces)
 }
 #endif
 
+struct DriverCase
+{
+    const char* itsFault; ///< a name, or what the first read fails with
+    const char* itsUID;
+    int itsBitsStored;
+    Process itsProcess;
+    int itsPrecision;
+    int itsBits; ///< of the codec in the end; 0: no cure, the failure passes unchanged
+};
+
 TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 {
     constexpr DriverCase kCases[] = {
@@ -169,7 +119,9 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
         {"13 bits lossless with bits stored 9", kUID57, 9, Process::LOSSLESS, 13, 16},
         {"10 bits lossless", kUID57, 10, Process::LOSSLESS, 10, 16},
         {"8 bits lossless", kUID57, 8, Process::LOSSLESS, 8, 8},
+        // A lossless image passes the header of a smaller build and comes out scaled down.
         {"8 bits stored only tell of hidden ones", kUID57, 7, Process::LOSSLESS, 16, 8},
+        {"16 bits lossless labelled lossy", kUID51, 12, Process::LOSSLESS, 16, 12},
     };
     for (const DriverCase& aCase : kCases)
     {
@@ -178,7 +130,7 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
              std::initializer_list<std::pair<int, std::size_t>>{{16, 1 << 20}, {16, 7}, {304, 5000}})
         {
             SCOPED_TRACE(testing::Message() << aCase.itsFault << ", size " << aSize);
-            Image anImage(aCase.itsProcess, aCase.itsPrecision, aSize);
+            Image anImage = MakeImage(aCase.itsProcess, aCase.itsPrecision, aSize);
             Bench aBench(aCase.itsUID, aCase.itsBitsStored, anImage.itsJpeg, aLargestRead);
             const Bytes aBuffer = aBench.Decode(anImage.itsSamples.size() * (aCase.itsBits > 8 ? 2 : 1));
             for (std::uint16_t& aSample : anImage.itsSamples)
@@ -199,7 +151,7 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 TEST(CompressedCodestreamDecoder, TheCureItselfCanBeRefused)
 {
     // Bits stored 16 go along to the extended process.
-    Bench aBench(kUID70, 16, Image(Process::EXTENDED, 12).itsJpeg);
+    Bench aBench(kUID70, 16, MakeImage(Process::EXTENDED, 12).itsJpeg);
     ExpectStreamIOException(
         [&] { aBench.Decode(1024); },
         "DecoderFactory::Create() bits stored > 12 invalid for TSJPEG51UID transfer syntax", 7);
@@ -220,7 +172,7 @@ TEST(CompressedCodestreamDecoder, TransferSyntaxesWithoutCodec)
 
 TEST(CompressedCodestreamDecoder, DerivedClassMayStopTheDecode)
 {
-    Bench aBench(kUID50, 8, Image(Process::BASELINE, 8).itsJpeg);
+    Bench aBench(kUID50, 8, MakeImage(Process::BASELINE, 8).itsJpeg);
     EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(), 0u);
     EXPECT_EQ(aBench.itsDriver.GetScaleFactor(), 3);
     aBench.itsDriver.itsAnswer = false;
@@ -234,7 +186,7 @@ TEST(CompressedCodestreamDecoder, DerivedClassMayStopTheDecode)
 
 TEST(CompressedCodestreamDecoder, NoCodecWritesPastTheBuffer)
 {
-    const Image anImage(Process::LOSSLESS, 16); // 512 bytes
+    const Image anImage = MakeImage(Process::LOSSLESS, 16); // 512 bytes
     for (const int aBitsStored : {8, 16})
     {
         for (const std::size_t aSize : {std::size_t{0}, std::size_t{511}})
@@ -245,15 +197,12 @@ TEST(CompressedCodestreamDecoder, NoCodecWritesPastTheBuffer)
                                         std::to_string(aSize) + " < decoded image size 512",
                                     62);
         }
-        Bench aBench(kUID70, aBitsStored, anImage.itsJpeg);
-        const Bytes aBuffer = aBench.Decode(512 + 8);
-        EXPECT_EQ(Bytes(aBuffer.end() - 8, aBuffer.end()), Bytes(8, 0xcd));
     }
 }
 
 TEST(CompressedCodestreamDecoder, OpensAFrameBeforeItsMemoryIsThere)
 {
-    const Image anImage(Process::LOSSLESS, 16); // 512 bytes
+    const Image anImage = MakeImage(Process::LOSSLESS, 16); // 512 bytes
     Bench aBench(kUID70, 8, anImage.itsJpeg);
     auto aFrame = aBench.itsDriver.Open(0, 520);
     EXPECT_EQ(aFrame.GetDecodedSize(), 512u);
@@ -278,72 +227,60 @@ TEST(CompressedCodestreamDecoder, RLEKeepsItsOwnTexts)
 
 TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
 {
-    struct Case
-    {
-        int itsRepresentation; ///< -1: absent
-        bool itsForced;
-        int itsExpected;
-    };
-    const Image anImage(Process::LOSSLESS, 16, 200); // more than the header's first fill
-    for (const Case& aCase :
-         {Case{0, false, 0}, Case{1, false, 1}, Case{1, true, 0}, Case{-1, false, 0}, Case{0, true, 0}})
+    const Image anImage = MakeImage(Process::LOSSLESS, 16, 200); // more than the header's first fill
+    // The representation, -1 where it is absent, and what the codec is told.
+    for (const auto& [aRepresentation, isForced, anExpected] :
+         {std::tuple{0, false, 0}, {1, false, 1}, {1, true, 0}, {-1, false, 0}, {0, true, 0}})
     {
         Bench aBench(kUID70, 16, anImage.itsJpeg);
         aBench.itsDataSet.RemoveVR(DICOMTags::PixelRepresentation);
-        if (aCase.itsRepresentation >= 0)
+        if (aRepresentation >= 0)
         {
-            Put(aBench.itsDataSet, DICOMTags::PixelRepresentation, aCase.itsRepresentation);
+            Put(aBench.itsDataSet, DICOMTags::PixelRepresentation, aRepresentation);
         }
         int aSign = -1;
-        aBench.itsStream.itsHook = [&]
+        aBench.itsReads.itsBeforeRead = [&]
         {
             if (aBench.itsDriver.itsDecoder != nullptr)
             {
                 aSign = aBench.itsDriver.itsDecoder->IsSigned(); // the codec is decoding now
             }
         };
-        aBench.itsDriver.SetForceUnsignedPixelOutput(aCase.itsForced);
+        aBench.itsDriver.SetForceUnsignedPixelOutput(isForced);
         aBench.Decode(200 * 200 * 2);
-        EXPECT_EQ(aSign, aCase.itsExpected) << aCase.itsRepresentation << aCase.itsForced;
+        EXPECT_EQ(aSign, anExpected) << aRepresentation << isForced;
         EXPECT_FALSE(aBench.itsDriver.IsDecoderSupportedOutputPixelSignConversion());
     }
 }
 
-/// No longer than its bytes: later fills must not be read into it.
-std::uint8_t* HandOverBuffer(const Bytes& theBytes, std::size_t theCount)
-{
-    auto* const aBuffer = new std::uint8_t[theCount];
-    std::copy_n(theBytes.begin(), theCount, aBuffer);
-    return aBuffer;
-}
-
 TEST(CompressedCodestreamDecoder, TakesBytesReadBeforehand)
 {
-    const Image anImage(Process::LOSSLESS, 16, 200);
+    const Image anImage = MakeImage(Process::LOSSLESS, 16, 200);
     // A codec that is replaced hands over one buffer only, so the header has to be in it.
-    for (const auto& [aBitsStored, aCount] :
+    for (const auto& [aBitsStored, aBytes] :
          {std::pair{16, 1}, {16, 2}, {8, 1000}, {16, 1000}, {8, 32768}, {16, 32768}})
     {
-        Bench aBench(kUID70, aBitsStored, Bytes(anImage.itsJpeg.begin() + aCount, anImage.itsJpeg.end()));
-        const Bytes aBuffer = aBench.Decode(
-            200 * 200 * 2, HandOverBuffer(anImage.itsJpeg, static_cast<std::size_t>(aCount)), aCount);
+        const auto aCount = static_cast<std::size_t>(aBytes);
+        Bench aBench(kUID70, aBitsStored, anImage.Rest(aCount));
+        // No longer than its bytes: later fills must not be read into it.
+        const Bytes aBuffer =
+            aBench.Decode(200 * 200 * 2, NewBuffer(anImage.itsJpeg, aCount, aCount), aBytes);
         EXPECT_EQ(ToSamples(aBuffer, 16), anImage.itsSamples) << aCount;
-        EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(),
-                  anImage.itsJpeg.size() - static_cast<std::size_t>(aCount));
+        EXPECT_EQ(aBench.itsDriver.GetTotalBytesRead(), anImage.itsJpeg.size() - aCount);
     }
 }
 
 // Every path must free the buffer that was handed over; the leak check of the sanitizer is the judge.
 TEST(CompressedCodestreamDecoder, HandOverBufferNeverLeaks)
 {
-    const Image anImage(Process::BASELINE, 8);
+    const Image anImage = MakeImage(Process::BASELINE, 8);
     const auto aDecode = [&](const char* theUID, int theBitsStored, std::uint8_t* theHandOver, int theCount)
     { return Bench(theUID, theBitsStored, anImage.itsJpeg).Decode(256, theHandOver, theCount); };
-    const auto aNewBuffer = [&] { return HandOverBuffer(anImage.itsJpeg, 100); };
+    const auto aNewBuffer = [&] { return NewBuffer(anImage.itsJpeg, 100, 100); };
     EXPECT_EQ(ToSamples(aDecode(kUID50, 8, aNewBuffer(), 0), 8), anImage.itsSamples)
         << "no bytes: the stream is read from its start";
     EXPECT_NO_THROW(aDecode(kUID50, 8, nullptr, 100));
-    EXPECT_THROW(aDecode(kUID50, 8, HandOverBuffer(Bytes(100), 100), 100), ExceptionBase) << "no JPEG";
+    EXPECT_THROW(aDecode(kUID50, 8, NewBuffer(Bytes(100), 100, 100), 100), ExceptionBase) << "no JPEG";
     EXPECT_THROW(aDecode(kUID50, 8, aNewBuffer(), -1), ExceptionBase);
     EXPECT_THROW(aDecode(kUID50, 8, aNewBuffer(), 32769), ExceptionBase);
     EXPECT_THROW(aDecode(kUID50, 9, aNewBuffer(), 100), StreamIOException) << "refused by the factory";
@@ -354,30 +291,20 @@ TEST(CompressedCodestreamDecoder, HandOverBufferNeverLeaks)
 TEST(CompressedCodestreamDecoder, WhatTheStreamThrowsPassesUnchanged)
 {
     Bench aBench(kUID50, 8, {});
-    aBench.itsStream.itsHook = [] { throw DecodingInterruptedException("stopped", 1); };
+    aBench.itsReads.itsBeforeRead = [] { throw DecodingInterruptedException("stopped", 1); };
     EXPECT_THROW(aBench.Decode(256), DecodingInterruptedException);
-    aBench.itsStream.itsHook = [] { throw 42; };
+    aBench.itsReads.itsBeforeRead = [] { throw 42; };
     EXPECT_THROW(aBench.Decode(256), int);
     // Looks like a precision failure, but only to a JPEG transfer syntax.
     Bench anRLEBench(kRLEUID, 8, {});
-    anRLEBench.itsStream.itsHook = []
+    anRLEBench.itsReads.itsBeforeRead = []
     { throw StreamIOException("Unsupported JPEG data precision 12", DLRC_IO_ERROR, 0); };
     ExpectStreamIOException([&] { anRLEBench.Decode(256); }, "Unsupported JPEG data precision 12", 67);
 }
 
-struct ReplacementCase
-{
-    const char* itsText; ///< what the first read fails with
-    const char* itsUID;
-    int itsBitsStored;
-    Process itsProcess;
-    int itsPrecision;
-    int itsBits; ///< of the codec in the end; 0: no cure, the failure passes unchanged
-};
-
 TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
 {
-    constexpr ReplacementCase kCases[] = {
+    constexpr DriverCase kCases[] = {
         {"Unsupported JPEG data precision 16, precision 8, precision 12", kUID50, 8, Process::EXTENDED, 12,
          12},
         {"Unsupported JPEG data precision 8, precision 16", kUID50, 8, Process::LOSSLESS, 16, 16},
@@ -388,21 +315,22 @@ TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
         {"unsupported JPEG data precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
         {"precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
     };
-    for (const ReplacementCase& aCase : kCases)
+    for (const DriverCase& aCase : kCases)
     {
-        SCOPED_TRACE(aCase.itsText);
-        Bench aBench(aCase.itsUID, aCase.itsBitsStored, Image(aCase.itsProcess, aCase.itsPrecision).itsJpeg);
+        SCOPED_TRACE(aCase.itsFault);
+        Bench aBench(aCase.itsUID, aCase.itsBitsStored,
+                     MakeImage(aCase.itsProcess, aCase.itsPrecision).itsJpeg);
         bool isFirst = true;
-        aBench.itsStream.itsHook = [&]
+        aBench.itsReads.itsBeforeRead = [&]
         {
             if (std::exchange(isFirst, false))
             {
-                throw StreamIOException(aCase.itsText, DLRC_IO_ERROR, 0);
+                throw StreamIOException(aCase.itsFault, DLRC_IO_ERROR, 0);
             }
         };
         if (aCase.itsBits == 0)
         {
-            ExpectStreamIOException([&] { aBench.Decode(16 * 16 * 2); }, aCase.itsText, 67);
+            ExpectStreamIOException([&] { aBench.Decode(16 * 16 * 2); }, aCase.itsFault, 67);
         }
         else
         {
@@ -439,7 +367,7 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
 
 TEST(CompressedCodestreamDecoder, CopiesShareTheStreamAndKeepTheirOwnRecord)
 {
-    const Image anImage(Process::BASELINE, 8);
+    const Image anImage = MakeImage(Process::BASELINE, 8);
     Bench aBench(kUID50, 8, anImage.itsJpeg);
     aBench.Decode(anImage.itsSamples.size());
     CompressedCodestreamDecoder aCopy(aBench.itsDriver);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -29,6 +30,7 @@ public:
         std::uint64_t itsBytesRead = 0;
         std::uint64_t itsReads = 0;
         std::uint64_t itsSeeks = 0;
+        std::function<void()> itsBeforeRead = [] {}; ///< may throw
     };
 
     RecordingInputStream(std::vector<std::uint8_t> theBytes, Manner theManner, Record& theRecord)
@@ -38,6 +40,7 @@ public:
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
     {
+        itsRecord.itsBeforeRead();
         const std::size_t aCount =
             std::min({theLength, itsManner.itsLargestRead, itsBytes.size() - itsPosition});
         if (aCount == 0 && itsManner.itsFailsAtItsEnd)
