@@ -98,7 +98,7 @@ TEST_F(AllocationFault, AnyBlockOfTheAllocator)
             MemoryInputStream aStream(aFile.itsFile.data(), aFile.itsFile.size());
             auto anAllocator = std::make_unique<CountingAllocator>();
             anAllocator->FailAt(i);
-            const Outcome anOutcome = FaultFiles::RunStream(aStream, &aDataSet, std::move(anAllocator));
+            const Outcome anOutcome = RunStream(aStream, &aDataSet, {}, std::move(anAllocator));
             hasFailed = anOutcome.itsAllocator->GetAllocations() > i;
             FaultFiles::ExpectListed(anOutcome, aFile.itsName + ", block " + std::to_string(i));
             EXPECT_EQ(anOutcome.Code() != 0, hasFailed) << aFile.itsName << ", block " << i;

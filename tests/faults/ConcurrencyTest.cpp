@@ -14,31 +14,6 @@ class Concurrency : public FaultTest
 {
 };
 
-/// What one request came to, of an image in the operating system's memory.
-struct Answer
-{
-    int itsCode = 0;
-    RWCString itsMessage;
-    Bytes itsPixels;
-    bool operator==(const Answer&) const = default;
-};
-
-Answer Ask(const Bytes& theFile)
-{
-    DICOMDataObject aDataSet;
-    MemoryInputStream aStream(theFile.data(), theFile.size());
-    DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
-    DecompressionResult aResult;
-    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
-    Answer anAnswer{aResult.getDCMLibResultCode(), aResult.getMessage(), {}};
-    if (const Renderable* const anImage = aResult.getRenderable())
-    {
-        const auto* const aData = static_cast<const std::uint8_t*>(anImage->getPixelData());
-        anAnswer.itsPixels.assign(aData, aData + anImage->getPixelDataSize());
-    }
-    return anAnswer;
-}
-
 TEST_F(Concurrency, EveryRequestIsAnsweredAsIfItWereAlone)
 {
     // Every file whole, with its data cut off, and with a marker in its header that makes a report.
@@ -58,18 +33,18 @@ TEST_F(Concurrency, EveryRequestIsAnsweredAsIfItWereAlone)
     }
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
     // The threads come first: what is made at its first use is made while others want it, too.
-    std::vector<std::vector<Answer>> anAnswers(4, std::vector<Answer>(aFiles.size()));
+    std::vector<std::vector<FaultFiles::Answer>> anAnswers(4, std::vector<FaultFiles::Answer>(aFiles.size()));
     RunSideBySide(
         [&](int theThread)
         {
-            std::vector<Answer>& anOwn = anAnswers[static_cast<std::size_t>(theThread)];
+            auto& anOwn = anAnswers[static_cast<std::size_t>(theThread)];
             for (int aRound = 0; aRound < Rounds(5); ++aRound)
             {
                 for (std::size_t i = 0; i < aFiles.size(); ++i)
                 {
                     // Neighbours in time are different codecs, and sometimes the same.
                     const std::size_t aNumber = (i * (theThread % 2 == 0 ? 1 : 7)) % aFiles.size();
-                    Answer anAnswer = Ask(aFiles[aNumber]);
+                    FaultFiles::Answer anAnswer = FaultFiles::Ask(aFiles[aNumber]);
                     EXPECT_TRUE(aRound == 0 || anAnswer == anOwn[aNumber]) << aNumber;
                     anOwn[aNumber] = std::move(anAnswer);
                 }
@@ -78,8 +53,8 @@ TEST_F(Concurrency, EveryRequestIsAnsweredAsIfItWereAlone)
     EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
     for (std::size_t i = 0; i < aFiles.size(); ++i)
     {
-        const Answer anAnswer = Ask(aFiles[i]);
-        for (const std::vector<Answer>& anOther : anAnswers)
+        const FaultFiles::Answer anAnswer = FaultFiles::Ask(aFiles[i]);
+        for (const auto& anOther : anAnswers)
         {
             EXPECT_EQ(anOther[i], anAnswer) << i;
         }

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -82,18 +83,19 @@ inline void AddRleAndNative(std::vector<FaultFile>& theFiles)
     Add(theFiles, "RLE colour", TransferSyntaxType::TSRLEUID, aSpec, "RGB",
         RleEncoder::Encode(Part10Files::Counting(105), 1, 3, 7),
         RleEncoder::Encode(Part10Files::Counting(105, 105), 1, 3, 7));
-    theFiles.push_back({"native",
-                        TransferSyntaxType::TSExplicitLittleEndianUID,
-                        {},
-                        Part10Files::Native(DicomBuilder::Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 5, 6, 8, 0,
-                                            Part10Files::Counting(90), "OB"),
-                        {}});
-    theFiles.push_back({"deflated",
-                        TransferSyntaxType::TSDeflatedUID,
-                        {},
-                        Part10Files::Native(DicomBuilder::Syntax::DEFLATED, 1, "MONOCHROME2", 5, 6, 16, 1,
-                                            Part10Files::Counting(60), "OW"),
-                        {}});
+    const auto aNative = [&](const char* theName, DicomBuilder::Syntax theSyntax, int theSamples,
+                             const char* theInterpretation, int theBits, int theIsSigned, const char* theVR)
+    {
+        const Bytes aPixels = Part10Files::Counting(30u * static_cast<unsigned>(theSamples * theBits / 8));
+        theFiles.push_back({theName,
+                            DicomBuilder::UIDOf(theSyntax),
+                            {},
+                            Part10Files::Native(theSyntax, theSamples, theInterpretation, 5, 6, theBits,
+                                                theIsSigned, aPixels, theVR),
+                            {}});
+    };
+    aNative("native", DicomBuilder::Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 8, 0, "OB");
+    aNative("deflated", DicomBuilder::Syntax::DEFLATED, 1, "MONOCHROME2", 16, 1, "OW");
 }
 
 inline const std::vector<FaultFile>& Get()
@@ -153,17 +155,33 @@ inline void ExpectListed(const Outcome& theOutcome, const std::string& theInput)
     ExpectErrorOrPixels(theOutcome, theInput);
 }
 
-inline Outcome RunStream(InputStream& theStream, DICOMDataObject* theDataSet = nullptr,
-                         std::unique_ptr<CountingAllocator> theAllocator = nullptr)
+/// What one request came to, of an image in the operating system's memory.
+struct Answer
 {
-    Outcome anOutcome;
-    if (theAllocator != nullptr)
+    int itsCode = 0;
+    RWCString itsMessage;
+    std::size_t itsPixels = 0; ///< a hash
+    bool operator==(const Answer&) const = default;
+};
+
+/// theUID: of a bare image; empty for a DICOM file.
+inline Answer Ask(const Bytes& theBytes, const RWCString& theUID = "")
+{
+    DICOMDataObject aDataSet;
+    DecompressionResult aResult;
+    MemoryInputStream aStream(theBytes.data(), theBytes.size());
+    ByteSource aSource(theUID.empty() ? Bytes() : theBytes);
+    DecompressionRequest aPart10(&aStream, &aDataSet, "", false, 1, 0, "", false);
+    DecompressionRequest aBare(&aSource, &aDataSet, "", false, 1, 0, theUID, false);
+    theUID.empty() ? DICOMPart10StreamDecompressor().Decompress(aPart10, aResult)
+                   : CompressedImageStreamDecompressor().Decompress(aBare, aResult);
+    Answer anAnswer{aResult.getDCMLibResultCode(), aResult.getMessage(), 0};
+    if (const Renderable* const anImage = aResult.getRenderable())
     {
-        anOutcome.itsAllocator = std::move(theAllocator);
+        anAnswer.itsPixels = std::hash<std::string_view>()(
+            {static_cast<const char*>(anImage->getPixelData()), anImage->getPixelDataSize()});
     }
-    DecompressionRequest aRequest(&theStream, theDataSet, "", false, 1, 0, "", false);
-    DICOMPart10StreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
-    return anOutcome;
+    return anAnswer;
 }
 
 /// The library still does its work.

@@ -63,7 +63,8 @@ std::vector<std::uint8_t> SampleTable::ReadFile(const std::string& theName)
 std::vector<std::string> SampleTable::ListFolder(const std::string& theSubfolder)
 {
     std::vector<std::string> aNames;
-    for (const auto& anEntry : std::filesystem::directory_iterator(GetFolder() + "/" + theSubfolder))
+    std::error_code anError;
+    for (const auto& anEntry : std::filesystem::directory_iterator(GetFolder() + "/" + theSubfolder, anError))
     {
         if (anEntry.is_regular_file())
         {

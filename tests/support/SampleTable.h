@@ -35,7 +35,7 @@ public:
     /// The bytes of a file, its name relative to the folder.
     static std::vector<std::uint8_t> ReadFile(const std::string& theName);
 
-    /// Relative names of all files in a subfolder, sorted.
+    /// Relative names of all files in a subfolder, sorted; none where it is missing.
     static std::vector<std::string> ListFolder(const std::string& theSubfolder);
 
 private:

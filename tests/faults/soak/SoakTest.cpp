@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "faults/FaultFiles.h"
+#include "faults/SideBySide.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/LongRun.h"
 #include "support/SampleTable.h"
@@ -60,39 +61,6 @@ struct Input
     RWCString itsUID; ///< of a bare image; empty for a DICOM file
     Bytes itsBytes;
 };
-
-struct Answer
-{
-    int itsCode = 0;
-    RWCString itsMessage;
-    std::size_t itsPixels = 0; ///< a hash
-    bool operator==(const Answer&) const = default;
-};
-
-Answer Ask(const Input& theInput)
-{
-    DecompressionResult aResult;
-    DICOMDataObject aDataSet;
-    if (theInput.itsUID.empty())
-    {
-        MemoryInputStream aStream(theInput.itsBytes.data(), theInput.itsBytes.size());
-        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
-        DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
-    }
-    else
-    {
-        ByteSource aSource(theInput.itsBytes);
-        DecompressionRequest aRequest(&aSource, &aDataSet, "", false, 1, 0, theInput.itsUID, false);
-        CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
-    }
-    Answer anAnswer{aResult.getDCMLibResultCode(), aResult.getMessage(), 0};
-    if (const Renderable* const anImage = aResult.getRenderable())
-    {
-        anAnswer.itsPixels = std::hash<std::string_view>()(
-            {static_cast<const char*>(anImage->getPixelData()), anImage->getPixelDataSize()});
-    }
-    return anAnswer;
-}
 
 /// Samples that do not take long, and three damaged copies of everything.
 std::vector<Input> CollectInputs()
@@ -150,27 +118,24 @@ public:
     {
         for (const Input& anInput : itsInputs)
         {
-            itsAnswers.push_back(Ask(anInput));
+            itsAnswers.push_back(FaultFiles::Ask(anInput.itsBytes, anInput.itsUID));
         }
     }
 
     void Run(std::chrono::seconds theDuration)
     {
-        itsEnd = Clock::now() + theDuration;
-        std::vector<std::thread> aThreads;
-        for (unsigned i = 0; i < 4; ++i)
-        {
-            aThreads.emplace_back([this, i] { AskUntilTheEnd(i); });
-        }
-        while (Clock::now() < itsEnd)
-        {
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            itsMemory.push_back(GetResidentBytes());
-        }
-        for (std::thread& aThread : aThreads)
-        {
-            aThread.join();
-        }
+        const Clock::time_point anEnd = Clock::now() + theDuration;
+        std::thread aWatch(
+            [&]
+            {
+                while (Clock::now() < anEnd)
+                {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                    itsMemory.push_back(GetResidentBytes());
+                }
+            });
+        RunSideBySide([&](int theThread) { AskUntil(anEnd, static_cast<unsigned>(theThread)); });
+        aWatch.join();
     }
 
     /// Most memory in the given tenth of the time.
@@ -182,31 +147,31 @@ public:
         return aBegin == anEnd ? 0 : *std::max_element(aBegin, anEnd);
     }
 
-    const std::vector<Input>& GetInputs() const { return itsInputs; }
+    std::size_t CountInputs() const { return itsInputs.size(); }
     std::uint64_t GetRequests() const { return itsRequests; }
     const std::set<std::string>& GetDifferences() const { return itsDifferences; }
 
 private:
-    void AskUntilTheEnd(unsigned theSeed)
+    void AskUntil(Clock::time_point theEnd, unsigned theSeed)
     {
         std::mt19937 aRandom(theSeed);
-        while (Clock::now() < itsEnd)
+        while (Clock::now() < theEnd)
         {
             const std::size_t aNumber = aRandom() % itsInputs.size();
-            const Answer anAnswer = Ask(itsInputs[aNumber]);
+            const Input& anInput = itsInputs[aNumber];
+            const FaultFiles::Answer anAnswer = FaultFiles::Ask(anInput.itsBytes, anInput.itsUID);
             ++itsRequests;
-            if (!(anAnswer == itsAnswers[aNumber]))
+            if (anAnswer != itsAnswers[aNumber])
             {
                 const std::lock_guard aLock(itsMutex);
-                itsDifferences.insert(itsInputs[aNumber].itsName + ": " + anAnswer.itsMessage +
-                                      " instead of " + itsAnswers[aNumber].itsMessage);
+                itsDifferences.insert(anInput.itsName + ": " + anAnswer.itsMessage + " instead of " +
+                                      itsAnswers[aNumber].itsMessage);
             }
         }
     }
 
     std::vector<Input> itsInputs;
-    std::vector<Answer> itsAnswers;
-    Clock::time_point itsEnd;
+    std::vector<FaultFiles::Answer> itsAnswers;
     std::atomic<std::uint64_t> itsRequests = 0;
     std::vector<std::size_t> itsMemory;
     std::mutex itsMutex;
@@ -223,7 +188,7 @@ TEST(Soak, EveryResultIsThatOfTheFirstTimeAndMemoryStaysFlat)
         aSoak = std::make_unique<Soak>(CollectInputs());
         aSoak->Run(aDuration);
     }
-    std::cout << aSoak->GetInputs().size() << " inputs, " << aSoak->GetRequests() << " requests; MiB:";
+    std::cout << aSoak->CountInputs() << " inputs, " << aSoak->GetRequests() << " requests; MiB:";
     for (std::size_t aTenth = 0; aTenth < 10; ++aTenth)
     {
         std::cout << ' ' << (aSoak->GetMemory(aTenth) >> 20);
