@@ -100,7 +100,7 @@ void CompressedImageStreamDecompressor::Decompress(DecompressionRequest& theRequ
 {
     try
     {
-        theResult.setRenderable(nullptr);
+        theResult.forgetRenderable();
         DecompressUnguarded(theRequest, theResult);
     }
     catch (...)

@@ -2,29 +2,49 @@
 #include "decompressors/DecompressionResult.h"
 
 #include <string>
+#include <utility>
 
 #include "image/Renderable.h"
 
-/// What all copies of a result hold together; the last copy frees the image.
+/// One image, and what the copies made of its result hold together; the last of them frees it.
 struct DecompressionResult::Holder
 {
     std::unique_ptr<Renderable> itsRenderable;
 };
 
-DecompressionResult::DecompressionResult() : itsHolder(std::make_shared<Holder>()) {}
+DecompressionResult::DecompressionResult() = default;
 
 DecompressionResult::~DecompressionResult() = default;
 
 void DecompressionResult::setRenderable(Renderable* theRenderable)
 {
-    // Deliberately not freed: whoever took the image over with getRenderable owns it from now on.
-    static_cast<void>(itsHolder->itsRenderable.release());
-    itsHolder->itsRenderable.reset(theRenderable);
+    if (theRenderable == getRenderable())
+    {
+        return;
+    }
+    if (theRenderable == nullptr)
+    {
+        // Deliberately not freed: whoever took the image over with getRenderable owns it from now on.
+        static_cast<void>(itsHolder->itsRenderable.release());
+        return;
+    }
+    auto aHolder = std::make_shared<Holder>(Holder{std::unique_ptr<Renderable>(theRenderable)});
+    forgetRenderable();
+    itsHolder = std::move(aHolder);
+}
+
+void DecompressionResult::forgetRenderable() noexcept
+{
+    if (itsHolder && itsHolder.use_count() == 1)
+    {
+        static_cast<void>(itsHolder->itsRenderable.release());
+    }
+    itsHolder.reset();
 }
 
 Renderable* DecompressionResult::getRenderable() const
 {
-    return itsHolder->itsRenderable.get();
+    return itsHolder ? itsHolder->itsRenderable.get() : nullptr;
 }
 
 RWCString DecompressionResult::ToString() const

@@ -12,7 +12,7 @@ class Renderable;
 /// What a decompression call answers: the decoded image, or what exactly went wrong.
 ///
 /// Owns the Renderable it holds; whoever takes the image over calls setRenderable(nullptr) at that
-/// moment. Not thread-safe.
+/// moment. A result may serve one decode after the other. Not thread-safe.
 class QUORIX_API DecompressionResult
 {
 public:
@@ -20,15 +20,21 @@ public:
     DecompressionResult();
     ~DecompressionResult();
 
-    /// Copies share the image: it is freed with the last of them, and once one copy has let it go the others
-    /// hold none either.
+    /// Copies share the image that is held when they are made: it is freed with the last of them, and once
+    /// one of them has let it go the others hold none either. What is stored later, a copy does not see.
     /// @{
     DecompressionResult(const DecompressionResult&) = default;
     DecompressionResult& operator=(const DecompressionResult&) = default;
     /// @}
 
-    /// Stores the image, made with new. One that was held before is let go, not freed.
+    /// Stores the image, made with new; it is freed where there is no memory to hold it. One that was held
+    /// before stays with the copies, and is let go, not freed, where there are none. Null lets it go for all
+    /// copies.
     void setRenderable(Renderable* theRenderable);
+
+    /// Holds no image from now on, as before the first decode: one that was held before stays with the
+    /// copies, and is let go, not freed, where there are none.
+    void forgetRenderable() noexcept;
 
     /// The image, or null. Ownership stays here.
     Renderable* getRenderable() const;
@@ -64,7 +70,7 @@ public:
 
 private:
     struct Holder;
-    std::shared_ptr<Holder> itsHolder;
+    std::shared_ptr<Holder> itsHolder; // null as long as no image was stored
     DLResultCode itsDCMLibResultCode = DLRC_SUCCESS;
     int itsSystemErrorCode = 0;
     RWCString itsMessage;

@@ -124,7 +124,7 @@ int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFil
                                                          int theFrameIndex, int theScaleFactor,
                                                          DecompressionResult& theResult, int theLossless)
 {
-    theResult.setRenderable(nullptr);
+    theResult.forgetRenderable();
     theResult.setSystemErrorCode(0);
     try
     {

@@ -61,7 +61,7 @@ void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& th
 {
     try
     {
-        theResult.setRenderable(nullptr);
+        theResult.forgetRenderable();
         Part10FrontEnd aFrontEnd(theRequest, theAllocator);
         if (!aFrontEnd.Open(theResult))
         {

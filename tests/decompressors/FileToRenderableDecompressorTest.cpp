@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -79,6 +80,30 @@ TEST(FileToRenderableDecompressor, DecodesByImageType)
             EXPECT_EQ(GetPixels(*aResult.getRenderable()).front(), aCase.itsFirstByte);
         }
     }
+}
+
+TEST(FileToRenderableDecompressor, KeepsWhatCopiesOfTheResultHold)
+{
+    const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
+    {
+        DecompressionResult aResult;
+        std::vector<DecompressionResult> aKept;
+        for (const int aType : {IMAGE_TYPE_DICOM_PART10, IMAGE_TYPE_JPEG, IMAGE_TYPE_DICOM_PART10})
+        {
+            const TemporaryFile aFile(aType == IMAGE_TYPE_JPEG ? GreyJpeg() : Grey8(3));
+            Decode(aFile.GetName(), aType, aResult, static_cast<int>(aKept.size()));
+            aKept.push_back(aResult);
+        }
+        EXPECT_EQ(Decode("/nowhere/at/all", IMAGE_TYPE_JPEG, aResult), 0);
+        EXPECT_EQ(aResult.getRenderable(), nullptr);
+        std::vector<int> aFirstBytes;
+        for (const DecompressionResult& aCopy : aKept)
+        {
+            aFirstBytes.push_back(aCopy.getRenderable() ? GetPixels(*aCopy.getRenderable()).front() : -1);
+        }
+        EXPECT_EQ(aFirstBytes, (std::vector{0, 77, 12}));
+    }
+    EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
 }
 
 TEST(FileToRenderableDecompressor, ReportsEveryFailure)
