@@ -4,7 +4,7 @@
 #include "DcmtkPeer.h"
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

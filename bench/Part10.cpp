@@ -7,7 +7,7 @@
 #include "decompressors/DecompressionResult.h"
 #include "image/Renderable.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame)
 {

@@ -9,7 +9,7 @@
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 /// Puts preamble and file meta information in front of the elements of an explicit little-endian data set.
 inline Bytes MakePart10(const Bytes& theElements)

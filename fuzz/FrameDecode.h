@@ -11,7 +11,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 /// One compressed frame, what a data set says of it, and how it is asked for. The numbers are the
 /// parameters of the run.

@@ -3,7 +3,7 @@
 #include "RequestRuns.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
 {

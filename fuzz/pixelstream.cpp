@@ -9,7 +9,7 @@
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -10,7 +10,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -9,11 +9,11 @@
 #include "Part10.h"
 #include "codecs/jpeg/JPEGDecoders.h"
 #include "codecs/jpeg/detail/JPEGLibrary.h"
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "image/VMMemoryAllocator.h"
 #include "jpeg/JpegPeer.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -8,12 +8,12 @@
 #include <memory>
 #include <optional>
 
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "engine/kdu_codestream.h"
 #include "engine/kdu_decoder.h"
 #include "engine/kdu_line_buf.h"
 #include "jpeg2000/Jpeg2000Decoders.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

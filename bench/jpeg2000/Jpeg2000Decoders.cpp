@@ -4,8 +4,8 @@
 #include <exception>
 
 #include "codecs/jpeg2000/JPEG2000Decoder.h"
-#include "codecs/sources/InputStreamAdapter.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "codecs/sources/CompressedSources.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

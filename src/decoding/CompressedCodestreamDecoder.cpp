@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
 #include "toolkit/base/Exceptions.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "codecs/sources/MeteringKDUCompressedSource.h"
+#include "codecs/sources/CompressedSources.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"

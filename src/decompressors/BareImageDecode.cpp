@@ -5,7 +5,6 @@
 
 #include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"

@@ -6,11 +6,10 @@
 #include <optional>
 
 #include "codecs/jpeg/JPEGHeader.h"
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "decoding/CodecTable.h"
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/ImageDescription.h"
@@ -21,7 +20,7 @@
 #include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
-#include "toolkit/io/RewindableInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -6,7 +6,7 @@
 #include <limits>
 #include <memory>
 
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "decoding/CodecTable.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"

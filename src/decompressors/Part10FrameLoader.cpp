@@ -7,7 +7,6 @@
 
 #include "decoding/CodecTable.h"
 #include "decoding/CompressedCodestreamDecoder.h"
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"

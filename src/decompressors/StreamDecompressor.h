@@ -10,7 +10,7 @@ class DecompressionResult;
 class QUORIX_API StreamDecompressor
 {
 public:
-    virtual ~StreamDecompressor();
+    virtual ~StreamDecompressor() = default;
 
     /// Serves theRequest. Never throws: every outcome is in theResult.
     virtual void Decompress(DecompressionRequest& theRequest, DecompressionResult& theResult) = 0;

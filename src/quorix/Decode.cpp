@@ -19,9 +19,8 @@
 #include "quorix/detail/ImageState.h"
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/CodestreamSignature.h"
+#include "toolkit/io/InputStream.h"
 #include "toolkit/io/LFStream.h"
-#include "toolkit/io/MemoryInputStream.h"
-#include "toolkit/io/RewindableInputStream.h"
 
 namespace quorix
 {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 
 #include <array>
 
 #include <gtest/gtest.h>
 
-#include "codecs/sources/MeteringKDUCompressedSource.h"
 #include "decoding/FakeDecoder.h"
 #include "support/RecordingInputStream.h"
 

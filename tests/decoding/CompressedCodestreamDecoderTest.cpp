@@ -11,7 +11,7 @@
 #include "support/RleEncoder.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/System.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

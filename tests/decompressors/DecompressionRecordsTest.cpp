@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "decompressors/CompressionRatio.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/ImageDescription.h"
 #include "support/ByteSource.h"
 #include "support/ImageMaker.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 TEST(DecompressionRequest, EitherInputLeavesTheOtherNull)
 {

@@ -14,7 +14,7 @@
 #include "support/ByteSource.h"
 #include "support/ImageMaker.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 /// What one call of a decompressor brought: its result, with the allocator that the image lives in.
 struct Outcome

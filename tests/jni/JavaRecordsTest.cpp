@@ -2,7 +2,7 @@
 #include "decompressors/DecompressionRequest.h"
 
 #include "jni/FakeJavaStream.h"
-#include "jni/streams/EncodedString.h"
+#include "jni/streams/JavaStrings.h"
 #include "toolkit/io/InputStream.h"
 
 namespace

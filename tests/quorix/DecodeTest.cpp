@@ -10,7 +10,7 @@
 #include "quorix/toolkit_stream.h"
 #include "support/Jpeg2000Streams.h"
 #include "support/TemporaryFile.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -8,7 +8,7 @@
 #include "codecs/jpeg/detail/JPEGLibrary.h"
 #include "codecs/jpeg/detail/JPEGPaths.h"
 #include "codecs/jpeg/detail/JPEGTurbo.h"
-#include "codecs/sources/MeteringKDUCompressedSource.h"
+#include "codecs/sources/CompressedSources.h"
 #include "toolkit/base/Exceptions.h"
 
 JPEGDecoderException::JPEGDecoderException(RWCString theMessage, int theCode)

@@ -8,7 +8,7 @@
 #include "codecs/jpeg2000/KDUMessages.h"
 #include "codecs/jpeg2000/detail/JPEG2000CodestreamSource.h"
 #include "codecs/jpeg2000/detail/JPEG2000TileDecode.h"
-#include "codecs/sources/MeteringKDUCompressedSource.h"
+#include "codecs/sources/CompressedSources.h"
 #include "engine/kdu_codestream.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"

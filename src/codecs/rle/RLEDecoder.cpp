@@ -10,8 +10,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
-#include "toolkit/io/EndianHandlingReader.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

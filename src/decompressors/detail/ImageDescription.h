@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "image/Renderable.h"
+#include "toolkit/base/BaseTypes.h"
 
 /// What a decompressor says of the pixels in a Renderable's buffer. A plain record.
 struct ImageDescription
@@ -24,4 +25,17 @@ struct ImageDescription
 
     /// Pixels are square whatever the data set says.
     void WriteTo(Renderable& theImage) const;
+};
+
+/// How many times larger an image is than its compressed form.
+class CompressionRatio
+{
+public:
+    CompressionRatio() = delete;
+
+    /// The decoded size, scaled back to full resolution, over the compressed size, both in bytes, rounded
+    /// to nearest in single precision and held to 2^31 − 1. theScaleFactor: 1 is full resolution, each
+    /// step more halves both sides; below 1 counts as 1. 0 for nothing compressed.
+    static std::int32_t Calculate(std::uint64_t theDecodedSize, int theScaleFactor,
+                                  std::uint64_t theCompressedSize);
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "jni/detail/LocalReference.h"
+#include "jni/detail/JavaAccess.h"
 
 /// Makes com.quorix.decompression.Renderable objects, which take over native images. Looks class and
 /// constructor up once. For one native call.

@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "jni/natives/detail/NativeBoundary.h"
-#include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaSeekableInputStream.h"
-#include "jni/streams/StringConverter.h"
+#include "jni/streams/JavaStrings.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"

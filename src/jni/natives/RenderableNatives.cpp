@@ -3,8 +3,7 @@
 
 #include "image/VMMemoryAllocator.h"
 #include "jni/natives/detail/RenderableAccess.h"
-#include "jni/streams/EncodedString.h"
-#include "jni/streams/StringConverter.h"
+#include "jni/streams/JavaStrings.h"
 #include "toolkit/base/Exceptions.h"
 
 namespace

@@ -2,9 +2,9 @@
 #include "decompressors/DecompressionRequest.h"
 
 #include "jni/detail/JavaAccess.h"
-#include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaInputBufferQueueCompressedSource.h"
 #include "jni/streams/JavaSeekableInputStream.h"
+#include "jni/streams/JavaStrings.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 namespace

@@ -2,7 +2,7 @@
 #include "decompressors/DecompressionResult.h"
 
 #include "jni/detail/JavaAccess.h"
-#include "jni/streams/StringConverter.h"
+#include "jni/streams/JavaStrings.h"
 
 void DecompressionResult::copyToJava(JNIEnv* theEnv, jobject theResult) const
 {

@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "jni/detail/JavaAccess.h"
-#include "jni/streams/EncodedString.h"
 #include "jni/streams/JavaStreamIOException.h"
+#include "jni/streams/JavaStrings.h"
 
 namespace
 {

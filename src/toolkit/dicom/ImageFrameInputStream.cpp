@@ -10,7 +10,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

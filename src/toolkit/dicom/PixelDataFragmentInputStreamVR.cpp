@@ -7,7 +7,7 @@
 
 #include "toolkit/base/CodestreamSignature.h"
 #include "toolkit/base/Exceptions.h"
-#include "toolkit/io/EndianHandlingReader.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

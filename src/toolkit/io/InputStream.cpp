@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "toolkit/base/Exceptions.h"
 
@@ -107,4 +108,126 @@ std::size_t InputStream::SkipFully(std::size_t theLength)
         aTotal += aCount;
     }
     return aTotal;
+}
+
+MemoryInputStream::MemoryInputStream(const void* theData, std::size_t theLength)
+    : itsData(static_cast<const unsigned char*>(theData)), itsLength(theLength)
+{
+}
+
+MemoryInputStream::MemoryInputStream(const MemoryInputStream& theOther)
+    : InputStream(theOther), itsData(nullptr), itsLength(0)
+{
+    throw StreamIOException("MemoryInputStream::MemoryInputStream: copy construction not allowed",
+                            DLRC_GENERAL_FAILURE, 0);
+}
+
+MemoryInputStream& MemoryInputStream::operator=(const MemoryInputStream&)
+{
+    throw StreamIOException("MemoryInputStream::operator=: assignment not allowed", DLRC_GENERAL_FAILURE, 0);
+}
+
+std::size_t MemoryInputStream::Read(unsigned char* theBuffer, std::size_t theLength)
+{
+    const std::size_t aCount = std::min(theLength, itsLength - itsPosition);
+    if (aCount > 0)
+    {
+        std::memcpy(theBuffer, itsData + itsPosition, aCount);
+        itsPosition += aCount;
+    }
+    return aCount;
+}
+
+std::size_t MemoryInputStream::Skip(std::size_t theLength)
+{
+    const std::size_t aCount = std::min(theLength, itsLength - itsPosition);
+    itsPosition += aCount;
+    return aCount;
+}
+
+void MemoryInputStream::Seek(std::size_t thePosition)
+{
+    if (thePosition > itsLength)
+    {
+        throw StreamIOException("MemoryInputStream::Seek: position " + std::to_string(thePosition) +
+                                    " is past the end (" + std::to_string(itsLength) + ")",
+                                DLRC_IO_ERROR, 0);
+    }
+    itsPosition = thePosition;
+}
+
+RewindableInputStream::RewindableInputStream(InputStream& theStream)
+    : itsStream(theStream), itsStart(theStream.GetStreamPosition()), itsIsKeeping(theStream.CanSeek() == 0)
+{
+}
+
+void RewindableInputStream::Rewind()
+{
+    itsIsKeeping = false;
+    itsLeft = itsKept.size();
+    if (CanSeek() != 0)
+    {
+        itsStream.Seek(itsStart);
+    }
+}
+
+std::size_t RewindableInputStream::Read(unsigned char* theBuffer, std::size_t theLength)
+{
+    if (itsLeft != 0)
+    {
+        const std::size_t aCount = std::min(theLength, itsLeft);
+        std::memcpy(theBuffer, itsKept.data() + (itsKept.size() - itsLeft), aCount);
+        itsLeft -= aCount;
+        return aCount;
+    }
+    const std::size_t aCount = itsStream.Read(theBuffer, theLength);
+    if (itsIsKeeping)
+    {
+        itsKept.insert(itsKept.end(), theBuffer, theBuffer + aCount);
+    }
+    return aCount;
+}
+
+std::size_t RewindableInputStream::Skip(std::size_t theLength)
+{
+    return CanSeek() != 0 ? itsStream.Skip(theLength) : InputStream::Skip(theLength);
+}
+
+EndianHandlingReader::EndianHandlingReader(InputStream& theStream, DLEndian::Endian theEndian)
+    : itsStream(theStream), itsEndian(theEndian)
+{
+}
+
+template <class Integer>
+bool EndianHandlingReader::ReadInteger(Integer& theValue)
+{
+    std::array<unsigned char, sizeof(Integer)> aBytes;
+    if (itsStream.ReadFully(aBytes.data(), aBytes.size()) != aBytes.size())
+    {
+        return false;
+    }
+    Integer aValue = 0;
+    for (std::size_t aByteIndex = 0; aByteIndex < aBytes.size(); ++aByteIndex)
+    {
+        const std::size_t aSource =
+            itsEndian == DLEndian::LITTLE_ENDIAN_ORDER ? aBytes.size() - 1 - aByteIndex : aByteIndex;
+        aValue = static_cast<Integer>((static_cast<std::uint64_t>(aValue) << 8) | aBytes[aSource]);
+    }
+    theValue = aValue;
+    return true;
+}
+
+bool EndianHandlingReader::Read(std::uint16_t& theValue)
+{
+    return ReadInteger(theValue);
+}
+
+bool EndianHandlingReader::Read(std::uint32_t& theValue)
+{
+    return ReadInteger(theValue);
+}
+
+bool EndianHandlingReader::Read(std::uint64_t& theValue)
+{
+    return ReadInteger(theValue);
 }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "toolkit/base/BaseTypes.h"
 
@@ -79,4 +81,82 @@ protected:
 
 private:
     std::size_t itsPreferredInputBlockSize = 4096;
+};
+
+/// An InputStream over bytes in memory.
+class QUORIX_API MemoryInputStream final : public InputStream
+{
+public:
+    /// The bytes are borrowed and must outlive the stream.
+    MemoryInputStream(const void* theData, std::size_t theLength);
+
+    /// Deliberately refused when they are run: both throw StreamIOException (code 6), and nothing is copied.
+    /// Two readers of one stream would take each other's bytes.
+    /// @{
+    MemoryInputStream(const MemoryInputStream&);
+    MemoryInputStream& operator=(const MemoryInputStream&);
+    /// @}
+
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
+    std::size_t Skip(std::size_t theLength) override;
+
+    /// Throws StreamIOException (code 67) for a position past the end.
+    void Seek(std::size_t thePosition) override;
+    int CanSeek() const override { return 1; }
+    long long Length() const override { return static_cast<long long>(itsLength); }
+    std::size_t GetStreamPosition() const override { return itsPosition; }
+    std::size_t GetBytesAvailable() const override { return itsLength - itsPosition; }
+
+private:
+    const unsigned char* itsData;
+    std::size_t itsLength;
+    std::size_t itsPosition = 0;
+};
+
+/// A stream whose first bytes may be looked at: what was read is read again after Rewind. Where the stream
+/// below can seek it is sent back, otherwise the bytes are kept until then.
+class QUORIX_API RewindableInputStream final : public InputStream
+{
+public:
+    /// theStream is borrowed and read from its current position.
+    explicit RewindableInputStream(InputStream& theStream);
+
+    /// Goes back to where the stream was made; once.
+    void Rewind();
+
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
+    std::size_t Skip(std::size_t theLength) override;
+    void Seek(std::size_t thePosition) override { itsStream.Seek(thePosition); }
+    int CanSeek() const override { return itsStream.CanSeek(); }
+    long long Length() const override { return itsStream.Length(); }
+    std::size_t GetStreamPosition() const override { return itsStream.GetStreamPosition() - itsLeft; }
+
+private:
+    InputStream& itsStream;
+    std::size_t itsStart;
+    bool itsIsKeeping;
+    std::vector<unsigned char> itsKept;
+    std::size_t itsLeft = 0; ///< bytes at the end of those kept that are read again before the stream goes on
+};
+
+/// Reads integers of a stated byte order from an InputStream.
+class QUORIX_API EndianHandlingReader
+{
+public:
+    /// theStream is borrowed and read from its current position.
+    EndianHandlingReader(InputStream& theStream, DLEndian::Endian theEndian);
+
+    /// False when the stream ended before the whole integer had arrived; theValue is then unchanged.
+    /// @{
+    bool Read(std::uint16_t& theValue);
+    bool Read(std::uint32_t& theValue);
+    bool Read(std::uint64_t& theValue);
+    /// @}
+
+private:
+    template <class Integer>
+    bool ReadInteger(Integer& theValue);
+
+    InputStream& itsStream;
+    DLEndian::Endian itsEndian;
 };

@@ -7,7 +7,7 @@
 #include "support/FailureOf.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
-#include "toolkit/io/MemoryInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 namespace
 {

@@ -5,8 +5,6 @@
 
 #include "support/FailureOf.h"
 #include "support/RecordingInputStream.h"
-#include "toolkit/io/EndianHandlingReader.h"
-#include "toolkit/io/MemoryInputStream.h"
 
 namespace
 {

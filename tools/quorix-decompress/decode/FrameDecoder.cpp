@@ -1,9 +1,72 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decode/FrameDecoder.h"
 
-#include "decode/BareImageDecoder.h"
-#include "decode/DICOMFrameDecoder.h"
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "decoding/CodecTable.h"
+#include "decompressors/BareStreamDecode.h"
+#include "decompressors/DICOMPart10StreamDecompressor.h"
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
 #include "toolkit/base/System.h"
+#include "toolkit/dicom/DICOMTag.h"
+
+namespace
+{
+/// Decodes a bare JPEG or JPEG 2000 input, which is one frame.
+class BareImageDecoder final : public FrameDecoder
+{
+public:
+    BareImageDecoder(JImageType theKind, const InputSource& theSource, int theScale)
+        : itsKind(theKind), itsSource(theSource), itsScale(theScale)
+    {
+    }
+
+    int GetNumberOfFrames(const DecodedFrame&) const override { return 1; }
+
+protected:
+    void DecodeInto(DecodedFrame& theResult) override;
+
+private:
+    JImageType itsKind;
+    const InputSource& itsSource;
+    int itsScale;
+};
+
+/// Decodes frames of a DICOM Part 10 input, each from a stream of its own.
+class DICOMFrameDecoder final : public FrameDecoder
+{
+public:
+    DICOMFrameDecoder(const InputSource& theSource, int theScale) : itsSource(theSource), itsScale(theScale)
+    {
+    }
+
+    /// Number of Frames of the data set that was read with theFrame; 1 for a set without it.
+    int GetNumberOfFrames(const DecodedFrame& theFrame) const override;
+
+protected:
+    void DecodeInto(DecodedFrame& theResult) override;
+
+private:
+    const InputSource& itsSource;
+    int itsScale;
+};
+
+/// Which lossy history the data set is to record; empty for none.
+RWCString LossyKind(const DICOMDataObject& theDataSet)
+{
+    RWCString aUID;
+    theDataSet.GetString(DICOMTags::TransferSyntaxUID, aUID);
+    // Where the transfer syntax allows both, the codec has marked the data set when there was loss.
+    RWCString aLossy;
+    const bool isMarked = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && !aLossy.empty() &&
+                          theDataSet.IsMarkedLossy();
+    const CodecRow* const aRow = CodecTable::Find(aUID);
+    return aRow != nullptr ? aRow->GetLossyKind(isMarked) : "";
+}
+} // namespace
 
 DecodedFrame FrameDecoder::Decode(int theFrame)
 {
@@ -33,4 +96,66 @@ std::unique_ptr<FrameDecoder> FrameDecoder::Create(JImageType theKind, const Inp
         return std::make_unique<DICOMFrameDecoder>(theSource, theScale);
     }
     return std::make_unique<BareImageDecoder>(theKind, theSource, theScale);
+}
+
+void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
+{
+    if (theResult.itsFrame != 0)
+    {
+        theResult.Fail(DLRC_GENERAL_FAILURE, 0, "no such frame: this input has one");
+        return;
+    }
+    DMTickCounter aCounter;
+    const std::unique_ptr<InputStream> aStream = itsSource.Open();
+    const double anOpenTime = aCounter.Lap() * 1000.0;
+    theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsScale);
+    theResult.itsResultCode = DLRC_SUCCESS;
+    theResult.itsMessage = "Completed successfully";
+    if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
+    {
+        theResult.itsRenderable->setTimeTakenToOpenStream(anOpenTime);
+    }
+    if (theResult.itsRenderable->isLossyImageCompression())
+    {
+        theResult.itsCompressionKind = CodecTable::FindBareStream(itsKind, false)->GetLossyKind(true);
+    }
+}
+
+int DICOMFrameDecoder::GetNumberOfFrames(const DecodedFrame& theFrame) const
+{
+    RWCString aText;
+    if (theFrame.itsDataSet == nullptr || !theFrame.itsDataSet->GetString(DICOMTags::NumberOfFrames, aText))
+    {
+        return 1;
+    }
+    const long aCount = std::strtol(aText.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long>(aCount, 1, std::numeric_limits<int>::max()));
+}
+
+void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
+{
+    DMTickCounter aCounter;
+    const std::unique_ptr<InputStream> aStream = itsSource.Open();
+    const double anOpenTime = aCounter.Lap() * 1000.0;
+
+    theResult.itsDataSet = std::make_unique<DICOMDataObject>();
+    DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsScale,
+                                  theResult.itsFrame, "", false);
+    DecompressionResult aResult;
+    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    theResult.Take(aResult);
+    if (theResult.IsDecoded())
+    {
+        theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet);
+        // Other codecs report the scale that was asked for and deliver full size.
+        const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID());
+        if (aRow != nullptr && aRow->itsCanReduce)
+        {
+            theResult.itsHalvings = theResult.itsRenderable->getScaleFactor() - 1;
+        }
+        if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
+        {
+            theResult.itsRenderable->setTimeTakenToOpenStream(anOpenTime);
+        }
+    }
 }

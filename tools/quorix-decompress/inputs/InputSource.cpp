@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/io/InputStream.h"
 #include "toolkit/io/LFStream.h"
-#include "toolkit/io/MemoryInputStream.h"
 
 namespace
 {

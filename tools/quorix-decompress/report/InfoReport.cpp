@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "codecs/jpeg/JPEGHeader.h"
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"

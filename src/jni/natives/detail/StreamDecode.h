@@ -5,7 +5,7 @@
 
 #include <jni.h>
 
-#include "codecs/sources/InputStreamAdapter.h"
+#include "codecs/sources/CompressedSources.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/StreamDecompressor.h"
 

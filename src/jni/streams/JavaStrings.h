@@ -26,3 +26,14 @@ public:
 private:
     RWCString itsString;
 };
+
+/// Makes Java strings.
+class QUORIX_API StringConverter
+{
+public:
+    StringConverter() = delete;
+
+    /// Every byte becomes the character of its number. A local reference, or null, with no Java exception
+    /// pending, when there is no memory.
+    static jstring latin1ToJString(JNIEnv& theEnv, const RWCString& theText);
+};

@@ -1,7 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "codecs/sources/MeteringKDUCompressedSource.h"
+#include "codecs/sources/CompressedSources.h"
 
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/io/InputStream.h"
+
+InputStreamAdapter::InputStreamAdapter(const InputStreamAdapter&)
+    : kdu_compressed_source(), itsStream(nullptr)
+{
+    throw StreamIOException("InputStreamAdapter::InputStreamAdapter: copy construction not allowed",
+                            DLRC_GENERAL_FAILURE, 0);
+}
+
+InputStreamAdapter& InputStreamAdapter::operator=(const InputStreamAdapter&)
+{
+    throw StreamIOException("InputStreamAdapter::operator=: assignment not allowed", DLRC_GENERAL_FAILURE, 0);
+}
+
+int InputStreamAdapter::read(kdu_byte* theBuffer, int theCount)
+{
+    if (theCount <= 0)
+    {
+        return 0;
+    }
+    return static_cast<int>(itsStream->ReadFully(theBuffer, static_cast<std::size_t>(theCount)));
+}
 
 MeteringKDUCompressedSource::MeteringKDUCompressedSource(const MeteringKDUCompressedSource& theOther)
     : kdu_compressed_source(), itsSource(theOther.itsSource)
