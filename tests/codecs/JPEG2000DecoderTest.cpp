@@ -135,8 +135,8 @@ TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
     constexpr int kCases[][2] = {{10, 0xfff}, {14, 0x3fff}, {40, 0xffff}}; // bits reported, bits written
     for (const auto& [aReported, aMask] : kCases)
     {
-        DICOMDataObject aDataSet;
-        Put(aDataSet, DICOMTags::BitsStored, aReported);
+        DataSet aDataSet;
+        aDataSet.SetNumber(DICOMTags::BitsStored, aReported);
         Open anOpen(Grey12(), Decoder::PET_FAST, 1, &aDataSet);
         JPEG2000Decoder& aCodec = anOpen.itsCodec;
         EXPECT_EQ(ToWords(DecodeAll(aCodec)),
@@ -161,10 +161,10 @@ TEST(JPEG2000Decoder, DecodesColourWithAndWithoutComponentTransform)
           Case{PlainColour(), "YBR_FULL_422", Decoder::COLOR_MODEL_RGB, Decoder::COLOR_MODEL_RGB},
           Case{PlainColour(), "YBR_FULL", Decoder::COLOR_MODEL_YBR_FULL, Decoder::COLOR_MODEL_YBR_FULL}})
     {
-        DICOMDataObject aDataSet;
+        DataSet aDataSet;
         if (aCase.itsInterpretation != nullptr)
         {
-            Put(aDataSet, DICOMTags::PhotometricInterpretation, aCase.itsInterpretation);
+            aDataSet.SetText(DICOMTags::PhotometricInterpretation, aCase.itsInterpretation);
         }
         Open anOpen(aCase.itsStream, Decoder::PET_FAST, 1, &aDataSet);
         JPEG2000Decoder& aCodec = anOpen.itsCodec;
@@ -192,7 +192,7 @@ TEST(JPEG2000Decoder, DecodesTheIrreversibleTransform)
 
 TEST(JPEG2000Decoder, KeepsWhatTheCallerSaysOfLoss)
 {
-    DICOMDataObject aDataSet;
+    DataSet aDataSet;
     ByteSource aSource(Lossy());
     JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
     aCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);

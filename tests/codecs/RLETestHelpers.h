@@ -7,7 +7,6 @@
 
 #include "codecs/rle/detail/RLEFrameDecoder.h"
 #include "decoding/FakeDecoder.h"
-#include "toolkit/base/Exceptions.h"
 
 namespace RLETest
 {
@@ -17,8 +16,7 @@ using Bytes = std::vector<std::uint8_t>;
 struct Outcome
 {
     Bytes itsBuffer;
-    std::string itsText; ///< empty: success
-    int itsCode = 0;
+    std::string itsFailure;      ///< of FailureOf
     std::size_t itsConsumed = 0; ///< after success only
 
     friend bool operator==(const Outcome&, const Outcome&) = default;
@@ -29,35 +27,24 @@ inline Outcome DecodeFrame(RLEPath thePath, ByteSource theSource, const RLEPixel
                            const std::vector<std::uint32_t>& theOffsets, Bytes theBuffer)
 {
     Outcome anOutcome;
-    try
-    {
-        RLEFrameDecoder aDecoder(theSource, theLayout, theOffsets.data(), theBuffer.data(), theBuffer.size());
-        aDecoder.Decode(thePath);
-        anOutcome.itsConsumed = theSource.GetPosition();
-    }
-    catch (const DICOMLibException& anException)
-    {
-        anOutcome.itsText = anException.GetMessageText();
-        anOutcome.itsCode = anException.GetResultCode();
-    }
+    anOutcome.itsFailure = FailureOf<DICOMLibException>(
+        [&]
+        {
+            RLEFrameDecoder aDecoder(theSource, theLayout, theOffsets.data(), theBuffer.data(),
+                                     theBuffer.size());
+            aDecoder.Decode(thePath);
+            anOutcome.itsConsumed = theSource.GetPosition();
+        });
     anOutcome.itsBuffer = std::move(theBuffer);
     return anOutcome;
 }
 
 /// The attributes that the decoder reads.
-inline void Describe(DICOMDataObject& theSet, int theRows, int theColumns, int theSamples, int theBitsStored,
+inline void Describe(DataSet& theSet, int theRows, int theColumns, int theSamples, int theBitsStored,
                      const char* thePhotometric)
 {
-    for (const auto& [aTag, aValue] : {std::pair{DICOMTags::Rows, theRows},
-                                       {DICOMTags::Columns, theColumns},
-                                       {DICOMTags::SamplesPerPixel, theSamples},
-                                       {DICOMTags::BitsAllocated, theBitsStored > 8 ? 16 : 8},
-                                       {DICOMTags::BitsStored, theBitsStored},
-                                       {DICOMTags::HighBit, theBitsStored - 1},
-                                       {DICOMTags::PixelRepresentation, 0}})
-    {
-        Put(theSet, aTag, aValue);
-    }
-    Put(theSet, DICOMTags::PhotometricInterpretation, thePhotometric);
+    theSet.SetGrey(theRows, theColumns, theBitsStored > 8 ? 16 : 8, theBitsStored);
+    theSet.SetNumber(DICOMTags::SamplesPerPixel, theSamples);
+    theSet.SetText(DICOMTags::PhotometricInterpretation, thePhotometric);
 }
 } // namespace RLETest

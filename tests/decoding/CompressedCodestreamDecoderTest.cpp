@@ -69,7 +69,7 @@ struct Bench
         return aBuffer;
     }
 
-    DICOMDataObject itsDataSet;
+    DataSet itsDataSet;
     unsigned int itsFrameLength; ///< JPEG codecs know their own end
     RecordingInputStream::Record itsReads;
     RecordingInputStream itsStream;
@@ -142,8 +142,8 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
             EXPECT_EQ(aBench.itsStream.GetStreamPosition(), anImage.itsJpeg.size())
                 << "nothing is read twice";
             EXPECT_EQ(aBench.itsDriver.GetScaleFactor(), 1) << "JPEG images are not reduced";
-            EXPECT_EQ(NumberOf(aBench.itsDataSet, DICOMTags::BitsAllocated), aCase.itsBits > 8 ? 16 : 8);
-            EXPECT_EQ(NumberOf(aBench.itsDataSet, DICOMTags::Rows), aSize);
+            EXPECT_EQ(aBench.itsDataSet.Number(DICOMTags::BitsAllocated), aCase.itsBits > 8 ? 16 : 8);
+            EXPECT_EQ(aBench.itsDataSet.Number(DICOMTags::Rows), aSize);
         }
     }
 }
@@ -236,7 +236,7 @@ TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
         aBench.itsDataSet.RemoveVR(DICOMTags::PixelRepresentation);
         if (aRepresentation >= 0)
         {
-            Put(aBench.itsDataSet, DICOMTags::PixelRepresentation, aRepresentation);
+            aBench.itsDataSet.SetNumber(DICOMTags::PixelRepresentation, aRepresentation);
         }
         int aSign = -1;
         aBench.itsReads.itsBeforeRead = [&]
@@ -350,8 +350,8 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
     for (const char* const anInterpretation : {"RGB", "YBR_FULL_422", "YBR_FULL"})
     {
         Bench aBench(kUID50, 8, {});
-        Put(aBench.itsDataSet, DICOMTags::PhotometricInterpretation, anInterpretation);
-        Put(aBench.itsDataSet, DICOMTags::SamplesPerPixel, 3);
+        aBench.itsDataSet.SetText(DICOMTags::PhotometricInterpretation, anInterpretation);
+        aBench.itsDataSet.SetNumber(DICOMTags::SamplesPerPixel, 3);
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
             MemoryInputStream aStream(aJpeg.data(), aJpeg.size());
@@ -360,7 +360,7 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
             aDriver.Decode(0, aBuffer.data(), aBuffer.size());
             aBuffer.resize(3);
             EXPECT_EQ(aBuffer, anInterpretation[0] == 'R' ? (Bytes{120, 90, 200}) : (Bytes{221, 82, 53}));
-            EXPECT_EQ(TextOf(aBench.itsDataSet, DICOMTags::PhotometricInterpretation), "RGB");
+            EXPECT_EQ(aBench.itsDataSet.Text(DICOMTags::PhotometricInterpretation), "RGB");
         }
     }
 }

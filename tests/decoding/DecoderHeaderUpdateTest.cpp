@@ -8,25 +8,33 @@ namespace
 using Model = Decoder::ColorModel;
 
 /// Attributes as a compressed image has them before anything is decoded.
-void Fill(DICOMDataObject& theDataSet, const char* theInterpretation, int theSamples)
+struct Compressed : DataSet
 {
-    Put(theDataSet, DICOMTags::SOPInstanceUID, "1.2.3.4");
-    Put(theDataSet, DICOMTags::PhotometricInterpretation, theInterpretation);
-    Put(theDataSet, DICOMTags::SamplesPerPixel, theSamples);
-    Put(theDataSet, DICOMTags::Rows, 7);
-    Put(theDataSet, DICOMTags::Columns, 8);
-    Put(theDataSet, DICOMTags::BitsAllocated, 32);
-}
+    Compressed(const char* theInterpretation, int theSamples)
+    {
+        SetGrey(7, 8, 32, 32);
+        RemoveVR(DICOMTags::PixelRepresentation);
+        SetNumber(DICOMTags::SamplesPerPixel, theSamples);
+        SetText(DICOMTags::PhotometricInterpretation, theInterpretation);
+        SetText(DICOMTags::SOPInstanceUID, "1.2.3.4");
+    }
+
+    /// No attribute where there is a number below 0.
+    void SetOrRemove(DICOMTag theTag, int theNumber)
+    {
+        RemoveVR(theTag);
+        if (theNumber >= 0)
+        {
+            SetNumber(theTag, theNumber);
+        }
+    }
+};
+
+constexpr int kAbsent = DataSet::kNone;
 
 TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
 {
-    constexpr struct
-    {
-        Model itsModel;
-        bool itsConvertsToRGB;
-        const char* itsOriginal;
-        const char* itsExpected;
-    } kCases[] = {
+    const std::tuple<Model, bool, const char*, const char*> kCases[] = {
         {Decoder::COLOR_MODEL_GREY, false, "MONOCHROME1", "MONOCHROME1"},
         {Decoder::COLOR_MODEL_GREY, true, "MONOCHROME2", "MONOCHROME2"},
         {Decoder::COLOR_MODEL_GREY, true, "YBR_FULL", "MONOCHROME2"},
@@ -39,35 +47,34 @@ TEST(DecoderHeaderUpdate, InterpretationDescribesTheOutput)
         {Decoder::COLOR_MODEL_YBR_RCT, true, "YBR_RCT", "YBR_RCT"},
         {Decoder::COLOR_MODEL_YBR_ICT, false, "HSV", "HSV"},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aModel, isConverted, anOriginal, anExpected] : kCases)
     {
-        SCOPED_TRACE(testing::Message() << aCase.itsModel << " " << aCase.itsOriginal);
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, aCase.itsOriginal, 3);
+        SCOPED_TRACE(testing::Message() << aModel << " " << anOriginal);
+        Compressed aDataSet(anOriginal, 3);
         // A second decode of the same data set must find the same originals and give the same result.
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
-            FakeDecoder aDecoder(aCase.itsModel, 3, 16, aCase.itsConvertsToRGB);
+            FakeDecoder aDecoder(aModel, 3, 16, isConverted);
             aDecoder.Open(&aDataSet);
-            EXPECT_EQ(TextOf(aDataSet, DICOMTags::PhotometricInterpretation), aCase.itsExpected);
-            EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigPhotoInterp"), aCase.itsOriginal);
-            EXPECT_EQ(NumberOf(aDataSet, DICOMTags::Rows), 3);
-            EXPECT_EQ(NumberOf(aDataSet, DICOMTags::Columns), 4);
-            EXPECT_EQ(NumberOf(aDataSet, DICOMTags::BitsAllocated), 16);
+            EXPECT_EQ(aDataSet.Text(DICOMTags::PhotometricInterpretation), anExpected);
+            EXPECT_EQ(aDataSet.Scratch("DecompOrigPhotoInterp"), anOriginal);
+            EXPECT_EQ(aDataSet.Number(DICOMTags::Rows), 3);
+            EXPECT_EQ(aDataSet.Number(DICOMTags::Columns), 4);
+            EXPECT_EQ(aDataSet.Number(DICOMTags::BitsAllocated), 16);
         }
     }
 }
 
 TEST(DecoderHeaderUpdate, MissingInterpretationIsRememberedAsMissing)
 {
-    DICOMDataObject aDataSet;
+    DataSet aDataSet;
     for (int aDecode = 0; aDecode < 2; ++aDecode)
     {
         FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, 3, 8, true);
         aDecoder.Open(&aDataSet);
-        EXPECT_EQ(TextOf(aDataSet, DICOMTags::PhotometricInterpretation), "RGB");
+        EXPECT_EQ(aDataSet.Text(DICOMTags::PhotometricInterpretation), "RGB");
         EXPECT_EQ(aDecoder.GetOriginalPhotometricInterpretation(), Decoder::COLOR_MODEL_UNKNOWN);
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::SamplesPerPixel), 3) << "absent counts as 0, not as too few";
+        EXPECT_EQ(aDataSet.Number(DICOMTags::SamplesPerPixel), 3) << "absent counts as 0, not as too few";
     }
     FakeDecoder aDecoder(Decoder::COLOR_MODEL_UNKNOWN);
     EXPECT_NO_THROW(aDecoder.Open(nullptr)) << "without a data set there is nothing to describe";
@@ -79,14 +86,13 @@ TEST(DecoderHeaderUpdate, ColourModelsThatNoCodecMayDeliver)
                                Decoder::COLOR_MODEL_YBR_PARTIAL_420, Decoder::COLOR_MODEL_PALETTE_COLOR,
                                static_cast<Model>(10), static_cast<Model>(-1)})
     {
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, "RGB", 3);
+        Compressed aDataSet("RGB", 3);
         FakeDecoder aDecoder(aModel, 3);
         ExpectStreamIOException([&] { aDecoder.Open(&aDataSet); },
                                 "Decoder::UpdateDICOMHeader(): decompressed color space not "
                                 "COLOR_MODEL_GREY or COLOR_MODEL_RGB",
                                 6);
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::Rows), 7) << "nothing after the failure";
+        EXPECT_EQ(aDataSet.Number(DICOMTags::Rows), 7) << "nothing after the failure";
     }
 }
 
@@ -96,160 +102,116 @@ TEST(DecoderHeaderUpdate, LossyFlagOnlyForIrreversible)
         {Decoder::CR_UNSPECIFIED, "00"}, {Decoder::CR_REVERSIBLE, "00"}, {Decoder::CR_IRREVERSIBLE, "01"}};
     for (const auto& [aValue, anExpected] : kCases)
     {
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, "MONOCHROME2", 1);
-        Put(aDataSet, DICOMTags::LossyImageCompression, "00");
+        Compressed aDataSet("MONOCHROME2", 1);
+        aDataSet.SetText(DICOMTags::LossyImageCompression, "00");
         FakeDecoder aDecoder;
         aDecoder.SetReversible(aValue);
         aDecoder.Open(&aDataSet);
-        EXPECT_EQ(TextOf(aDataSet, DICOMTags::LossyImageCompression), anExpected) << aValue;
+        EXPECT_EQ(aDataSet.Text(DICOMTags::LossyImageCompression), anExpected) << aValue;
     }
 }
 
 TEST(DecoderHeaderUpdate, PaletteGoesOnlyUnderItsOddName)
 {
-    constexpr struct
-    {
-        const char* itsInterpretation;
-        bool itsConvertsToRGB;
-        bool itsHasBlue;
-        bool itsRedStays;
-        bool itsGreenStays;
-    } kCases[] = {
+    // The interpretation, whether the codec converts, whether there is blue; whether red and green stay.
+    constexpr std::tuple<const char*, bool, bool, bool, bool> kCases[] = {
         {"COLOR PALETTE", true, true, false, false}, // complete: captured and removed
         {"COLOR PALETTE", true, false, false, true}, // incomplete: the red descriptor alone goes
         {"COLOR PALETTE", false, true, true, true},
         {"PALETTE COLOR", true, true, true, true},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aText, isConverted, hasBlue, isRedLeft, isGreenLeft] : kCases)
     {
-        SCOPED_TRACE(testing::Message() << aCase.itsInterpretation << aCase.itsConvertsToRGB);
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, aCase.itsInterpretation, 3);
+        SCOPED_TRACE(testing::Message() << aText << isConverted << hasBlue);
+        Compressed aDataSet(aText, 3);
         using namespace DICOMTags;
         for (const DICOMTag aTag :
              {RedPaletteColorLookupTableDescriptor, GreenPaletteColorLookupTableDescriptor,
               BluePaletteColorLookupTableDescriptor})
         {
-            aDataSet.ReplaceVR(FactoryFor(aDataSet).CreateUnsignedShorts(aTag, {4, 0, 8}));
+            aDataSet.SetNumbers(aTag, {4, 0, 8});
         }
-        if (!aCase.itsHasBlue)
+        if (!hasBlue)
         {
             aDataSet.RemoveVR(BluePaletteColorLookupTableDescriptor);
         }
-        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, 3, 8, aCase.itsConvertsToRGB);
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, 3, 8, isConverted);
         aDecoder.Open(&aDataSet);
-        EXPECT_EQ(aDataSet.Contains(RedPaletteColorLookupTableDescriptor), aCase.itsRedStays);
-        EXPECT_EQ(aDataSet.Contains(GreenPaletteColorLookupTableDescriptor), aCase.itsGreenStays);
+        EXPECT_EQ(aDataSet.Contains(RedPaletteColorLookupTableDescriptor), isRedLeft);
+        EXPECT_EQ(aDataSet.Contains(GreenPaletteColorLookupTableDescriptor), isGreenLeft);
     }
 }
 
 TEST(DecoderHeaderUpdate, SamplesPerPixel)
 {
-    constexpr struct
-    {
-        int itsInDataSet; ///< -1: absent
-        int itsInCodec;
-        const char* itsRecorded;
-        bool itsAccepted;
-    } kCases[] = {
+    // In the data set, in the codec, in the scratch pad afterwards; and whether it is accepted.
+    constexpr std::tuple<int, int, const char*, bool> kCases[] = {
         {1, 1, "1", true},  {3, 3, "3", true},        {3, 1, "3", true},
         {4, 3, "4", true},  {0, 3, "(absent)", true}, {-1, 3, "(absent)", true},
         {1, 3, "1", false}, {2, 3, "2", false},       {5, 3, "(absent)", true},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [anOriginal, aSamples, aRecord, isAccepted] : kCases)
     {
-        SCOPED_TRACE(testing::Message() << aCase.itsInDataSet << " " << aCase.itsInCodec);
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, "RGB", aCase.itsInDataSet);
-        if (aCase.itsInDataSet < 0)
-        {
-            aDataSet.RemoveVR(DICOMTags::SamplesPerPixel);
-        }
-        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, aCase.itsInCodec);
-        if (aCase.itsAccepted)
-        {
-            aDecoder.Open(&aDataSet);
-        }
-        else
-        {
-            ExpectStreamIOException(
-                [&] { aDecoder.Open(&aDataSet); },
-                "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than "
-                "JP2 header for the SOP:1.2.3.4. SamplesPerPixel in DICOM Header = " +
-                    std::to_string(aCase.itsInDataSet) + " , SamplesPerPixel in JP2 Header = 3 ",
-                6);
-        }
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::SamplesPerPixel),
-                  aCase.itsAccepted ? aCase.itsInCodec : aCase.itsInDataSet);
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::BitsAllocated), aCase.itsAccepted ? 8 : 32);
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::Rows), 3) << "what was replaced before stays replaced";
-        EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigSamplesPerPixel"), aCase.itsRecorded);
+        SCOPED_TRACE(testing::Message() << anOriginal << " " << aSamples);
+        Compressed aDataSet("RGB", 3);
+        aDataSet.SetOrRemove(DICOMTags::SamplesPerPixel, anOriginal);
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, aSamples);
+        const std::string aFailure = FailureOf([&] { aDecoder.Open(&aDataSet); });
+        EXPECT_EQ(
+            aFailure,
+            isAccepted
+                ? "(nothing)"
+                : "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than "
+                  "JP2 header for the SOP:1.2.3.4. SamplesPerPixel in DICOM Header = " +
+                      std::to_string(anOriginal) + " , SamplesPerPixel in JP2 Header = 3  [6, 0]");
+        EXPECT_EQ(aDataSet.Number(DICOMTags::SamplesPerPixel), isAccepted ? aSamples : anOriginal);
+        EXPECT_EQ(aDataSet.Number(DICOMTags::BitsAllocated), isAccepted ? 8 : 32);
+        EXPECT_EQ(aDataSet.Number(DICOMTags::Rows), 3) << "what was replaced before stays replaced";
+        EXPECT_EQ(aDataSet.Scratch("DecompOrigSamplesPerPixel"), aRecord);
     }
-    DICOMDataObject aDataSet;
-    Fill(aDataSet, "MONOCHROME2", 3);
+    Compressed aDataSet("MONOCHROME2", 3);
     aDataSet.SetScratchpadValue("DecompOrigSamplesPerPixel", "1");
     FakeDecoder aDecoder;
     aDecoder.Open(&aDataSet);
-    EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigSamplesPerPixel"), "1") << "the first record counts";
+    EXPECT_EQ(aDataSet.Scratch("DecompOrigSamplesPerPixel"), "1") << "the first record counts";
 }
 
 TEST(DecoderHeaderUpdate, PixelRepresentation)
 {
-    constexpr struct
+    // In the data set, whether the codec converts signs, its sign; and the representation afterwards.
+    constexpr std::tuple<int, int, int, int> kCases[] = {{1, 0, 0, 1},  {0, 0, 1, 0}, {-1, 0, 0, 0},
+                                                         {-1, 0, 1, 1}, {1, 1, 0, 0}, {0, 1, 1, 1},
+                                                         {0, 1, 7, 1},  {-1, 1, 0, 0}};
+    for (const auto& [anOriginal, aConverts, aSign, anExpected] : kCases)
     {
-        int itsInDataSet; ///< -1: absent
-        int itsConvertsSign;
-        int itsSigned;
-        int itsExpected;
-    } kCases[] = {
-        {1, 0, 0, 1}, {0, 0, 1, 0}, {-1, 0, 0, 0}, {-1, 0, 1, 1},
-        {1, 1, 0, 0}, {0, 1, 1, 1}, {0, 1, 7, 1},  {-1, 1, 0, 0},
-    };
-    for (const auto& aCase : kCases)
-    {
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, "MONOCHROME2", 1);
-        if (aCase.itsInDataSet >= 0)
-        {
-            Put(aDataSet, DICOMTags::PixelRepresentation, aCase.itsInDataSet);
-        }
+        Compressed aDataSet("MONOCHROME2", 1);
+        aDataSet.SetOrRemove(DICOMTags::PixelRepresentation, anOriginal);
         FakeDecoder aDecoder;
-        aDecoder.itsConvertsSign = aCase.itsConvertsSign;
-        aDecoder.SetSigned(aCase.itsSigned);
+        aDecoder.itsConvertsSign = aConverts;
+        aDecoder.SetSigned(aSign);
         aDecoder.Open(&aDataSet);
-        EXPECT_EQ(NumberOf(aDataSet, DICOMTags::PixelRepresentation), aCase.itsExpected)
-            << aCase.itsInDataSet << " " << aCase.itsConvertsSign << " " << aCase.itsSigned;
+        EXPECT_EQ(aDataSet.Number(DICOMTags::PixelRepresentation), anExpected)
+            << anOriginal << aConverts << aSign;
     }
 }
 
 TEST(DecoderHeaderUpdate, PlanarConfigurationOnlyForThreeSamples)
 {
-    struct Case
+    // In the data set, samples, in the scratch pad afterwards, and in the data set then.
+    constexpr std::tuple<int, int, const char*, int> kCases[] = {
+        {1, 3, "1", 0},       {0, 3, "0", 0},        {-1, 3, "0", 0},
+        {9, 3, "1", 0},       {1, 1, "(absent)", 1}, {-1, 1, "(absent)", kAbsent},
+        {1, 4, "(absent)", 1}};
+    for (const auto& [anOriginal, aSamples, aRecord, anExpected] : kCases)
     {
-        int itsInDataSet; ///< -1: absent
-        int itsSamples;
-        const char* itsRecorded;
-        int itsExpected;
-    };
-    constexpr Case kCases[] = {{1, 3, "1", 0},       {0, 3, "0", 0},        {-1, 3, "0", 0},
-                               {9, 3, "1", 0},       {1, 1, "(absent)", 1}, {-1, 1, "(absent)", -1},
-                               {1, 4, "(absent)", 1}};
-    for (const Case& aCase : kCases)
-    {
-        SCOPED_TRACE(testing::Message() << aCase.itsInDataSet << " " << aCase.itsSamples);
-        DICOMDataObject aDataSet;
-        Fill(aDataSet, "RGB", aCase.itsSamples);
-        if (aCase.itsInDataSet >= 0)
-        {
-            Put(aDataSet, DICOMTags::PlanarConfiguration, aCase.itsInDataSet);
-        }
+        SCOPED_TRACE(testing::Message() << anOriginal << " " << aSamples);
+        Compressed aDataSet("RGB", aSamples);
+        aDataSet.SetOrRemove(DICOMTags::PlanarConfiguration, anOriginal);
         for (int aDecode = 0; aDecode < 2; ++aDecode)
         {
-            FakeDecoder aDecoder(Decoder::COLOR_MODEL_RGB, aCase.itsSamples);
-            aDecoder.Open(&aDataSet);
-            EXPECT_EQ(ScratchOf(aDataSet, "DecompOrigPlanarConfig"), aCase.itsRecorded);
-            EXPECT_EQ(NumberOf(aDataSet, DICOMTags::PlanarConfiguration), aCase.itsExpected);
+            FakeDecoder(Decoder::COLOR_MODEL_RGB, aSamples).Open(&aDataSet);
+            EXPECT_EQ(aDataSet.Scratch("DecompOrigPlanarConfig"), aRecord);
+            EXPECT_EQ(aDataSet.Number(DICOMTags::PlanarConfiguration), anExpected);
         }
     }
 }

@@ -109,8 +109,8 @@ TEST(Decoder, OriginalInterpretationIsTheRecordedOne)
         // In the attribute, and in the scratch pad whatever the attribute says.
         for (const bool aRecorded : {false, true})
         {
-            DICOMDataObject aDataSet;
-            Put(aDataSet, DICOMTags::PhotometricInterpretation, aRecorded ? "HSV" : aText);
+            DataSet aDataSet;
+            aDataSet.SetText(DICOMTags::PhotometricInterpretation, aRecorded ? "HSV" : aText);
             if (aRecorded)
             {
                 aDataSet.SetScratchpadValue("DecompOrigPhotoInterp", aText);

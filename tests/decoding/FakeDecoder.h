@@ -2,15 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "decoding/Decoder.h"
 #include "support/ByteSource.h"
-#include "toolkit/base/Exceptions.h"
-#include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
+#include "support/DataSet.h"
+#include "support/FailureOf.h"
 
 /// A codec that finds whatever layout the test wants in its header.
 class FakeDecoder final : public Decoder
@@ -56,57 +54,9 @@ private:
     ByteSource itsBytes{{1}};
 };
 
-inline MVRFactory FactoryFor(DICOMDataObject& theDataSet)
-{
-    return {theDataSet.GetDataDictionary(), theDataSet.GetEndian(), VR::GetDefaultMemoryAllocater()};
-}
-
-inline void Put(DICOMDataObject& theDataSet, DICOMTag theTag, const char* theValue)
-{
-    theDataSet.ReplaceVR(FactoryFor(theDataSet).CreateString(theTag, theValue));
-}
-
-inline void Put(DICOMDataObject& theDataSet, DICOMTag theTag, int theValue)
-{
-    theDataSet.ReplaceVR(
-        FactoryFor(theDataSet).CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
-}
-
-inline RWCString TextOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
-{
-    RWCString aText = "(absent)";
-    theDataSet.GetString(theTag, aText);
-    return aText;
-}
-
-/// -1 when absent.
-inline int NumberOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
-{
-    std::int32_t aNumber = -1;
-    theDataSet.GetInteger(theTag, aNumber);
-    return aNumber;
-}
-
-inline RWCString ScratchOf(const DICOMDataObject& theDataSet, const char* theName)
-{
-    RWCString aText = "(absent)";
-    theDataSet.GetScratchpadValue(theName, aText);
-    return aText;
-}
-
 /// Runs theOperation, which must end in a StreamIOException of this text and code without system error.
 template <class Operation>
 void ExpectStreamIOException(Operation theOperation, const RWCString& theText, int theCode)
 {
-    try
-    {
-        theOperation();
-        ADD_FAILURE() << "nothing thrown, expected: " << theText;
-    }
-    catch (const StreamIOException& anException)
-    {
-        EXPECT_EQ(anException.GetMessageText(), theText);
-        EXPECT_EQ(static_cast<int>(anException.GetResultCode()), theCode) << theText;
-        EXPECT_EQ(anException.GetSystemErrorCode(), 0) << theText;
-    }
+    EXPECT_EQ(FailureOf(theOperation), theText + " [" + std::to_string(theCode) + ", 0]");
 }

@@ -32,6 +32,11 @@ public:
         return *this;
     }
 
+    DataSet& SetNumber(DICOMTag theTag, int theValue)
+    {
+        return SetNumbers(theTag, {static_cast<std::uint16_t>(theValue)});
+    }
+
     /// Describes unsigned grey pixels.
     DataSet& SetGrey(int theRows, int theColumns, int theBitsAllocated, int theBitsStored)
     {
@@ -43,7 +48,7 @@ public:
                                            {DICOMTags::PixelRepresentation, 0},
                                            {DICOMTags::SamplesPerPixel, 1}})
         {
-            SetNumbers(aTag, {static_cast<std::uint16_t>(aValue)});
+            SetNumber(aTag, aValue);
         }
         return SetText(DICOMTags::PhotometricInterpretation, "MONOCHROME2");
     }
