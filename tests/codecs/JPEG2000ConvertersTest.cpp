@@ -97,22 +97,11 @@ Line MakeLine(Kind theKind)
 {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
-    const float kHostileFloats[] = {-0.5F,
-                                    0.5F,
-                                    0.0F,
-                                    -0.0F,
-                                    kInfinity,
-                                    -kInfinity,
-                                    std::nanf(""),
-                                    -std::nanf(""),
-                                    3.0e38F,
-                                    -3.0e38F,
-                                    1.0e-45F,
-                                    -1.0e-45F,
-                                    0.49609375F,
-                                    0.4960937F,
-                                    std::nextafter(-0.5F, 0.0F),
-                                    std::nextafter(0.5F, 0.0F)};
+    const float aNaN = std::nanf("");
+    const float anEnd = std::nextafter(0.5F, 0.0F);
+    const float kHostileFloats[] = {-0.5F,       0.5F,       0.0F,    -0.0F,    kInfinity, -kInfinity,
+                                    aNaN,        -aNaN,      3.0e38F, -3.0e38F, 1.0e-45F,  -1.0e-45F,
+                                    0.49609375F, 0.4960937F, -anEnd,  anEnd};
     const std::int32_t kHostileInts[] = {kLowest, -1 - kLowest, kLowest + 1, -32769, -32768, 32767, 32768, 0};
     Line aLine{theKind};
     std::mt19937 aRandom(7);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Requests for JPEG 2000 images: what comes out, and how image and data set describe it.
-#include <functional>
+#include <limits>
 #include <string>
 #include <tuple>
 
@@ -35,28 +35,6 @@ Bytes GreyFile(const Bytes& theFrame, int theBitsAllocated = 16, int theBitsStor
 {
     return File(kLossless, theFrame, 1, "MONOCHROME2", kGreyWidth, kGreyHeight, theBitsAllocated,
                 theBitsStored, theIsSigned);
-}
-
-Bytes ColourPixels()
-{
-    Bytes anImage;
-    for (int i = 0; i < kColourWidth * kColourHeight * 3; ++i)
-    {
-        anImage.push_back(
-            static_cast<std::uint8_t>(ColourValue(i % 3, i / 3 % kColourWidth, i / 3 / kColourWidth)));
-    }
-    return anImage;
-}
-
-/// The words of the grey image, as theCode makes them of the values.
-Bytes GreyWords(const std::function<int(int)>& theCode)
-{
-    std::vector<int> aWords;
-    for (int i = 0; i < kGreyWidth * kGreyHeight; ++i)
-    {
-        aWords.push_back(theCode(GreyValue(i % kGreyWidth, i / kGreyWidth)));
-    }
-    return Words(aWords);
 }
 } // namespace
 
@@ -100,6 +78,7 @@ TEST(JPEG2000Requests, UnsignedPixelsAreCalledUnsigned)
 TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
 {
     ASSERT_EQ(Grey12().size(), 413u);
+    constexpr int kMost = std::numeric_limits<int>::max();
     const struct
     {
         int itsRequested;
@@ -108,7 +87,8 @@ TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
         const char* itsDescription; ///< the ratio is that of the full size, which the codestream covers
     } kCases[] = {{2, 6, 5, "MONOCHROME2 5 x 6 x 1, 16/12/11 signed, scale 2, ratio 1"},
                   {3, 3, 2, "MONOCHROME2 2 x 3 x 1, 16/12/11 signed, scale 3, ratio 0"},
-                  {9, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"}};
+                  {9, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"},
+                  {kMost, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"}};
     for (const auto& aCase : kCases)
     {
         DataSet aDataSet;

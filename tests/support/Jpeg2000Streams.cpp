@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "support/Words.h"
+
 namespace
 {
 Jpeg2000Streams::Bytes Join(std::initializer_list<Jpeg2000Streams::Bytes> theParts)
@@ -51,6 +53,16 @@ int GreyValue(int theX, int theY)
     return (theX * 37 + theY * 53 + theX * theY * 5) % 512 - 256;
 }
 
+Bytes GreyWords(const std::function<int(int)>& theCode)
+{
+    std::vector<int> aWords;
+    for (int i = 0; i < kGreyWidth * kGreyHeight; ++i)
+    {
+        aWords.push_back(theCode(GreyValue(i % kGreyWidth, i / kGreyWidth)));
+    }
+    return Words(aWords);
+}
+
 Bytes Colour()
 {
     return FromHex(
@@ -72,9 +84,16 @@ Bytes PlainColour()
         "dece812bc94d275a33ff7f24d1bbf942275c0906c09ffcbb1f62987446c9afefff7fffd9");
 }
 
-int ColourValue(int theComponent, int theX, int theY)
+Bytes ColourPixels()
 {
-    return (theX * 9 + theY * 13 + theComponent * 60) % 256;
+    Bytes anImage;
+    for (int i = 0; i < kColourWidth * kColourHeight * 3; ++i)
+    {
+        const int aPixel = i / 3;
+        const int aValue = aPixel % kColourWidth * 9 + aPixel / kColourWidth * 13 + i % 3 * 60;
+        anImage.push_back(static_cast<std::uint8_t>(aValue));
+    }
+    return anImage;
 }
 
 Bytes Pair()

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,15 @@ constexpr int kGreyWidth = 13;
 constexpr int kGreyHeight = 11;
 int GreyValue(int theX, int theY);
 
+/// The words of the grey image, as theCode makes them of the values, low byte first.
+Bytes GreyWords(const std::function<int(int)>& theCode);
+
 /// Three components of 8 bits, 11 x 9, 5/3: with the component transform, and without.
 Bytes Colour();
 Bytes PlainColour();
 constexpr int kColourWidth = 11;
 constexpr int kColourHeight = 9;
-int ColourValue(int theComponent, int theX, int theY);
+Bytes ColourPixels();
 
 /// Two components of 8 bits, 4 x 4.
 Bytes Pair();
