@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 #include "support/DataSet.h"
 #include "support/ImageMaker.h"
@@ -54,53 +55,40 @@ void SetNumber(DataSet& theSet, DICOMTag theTag, int theNumber)
 {
     if (theNumber != NONE)
     {
-        theSet.SetNumbers(theTag, {static_cast<std::uint16_t>(theNumber)});
+        theSet.SetNumber(theTag, theNumber);
     }
 }
 } // namespace
 
 TEST(FixupDICOMObject, PhotometricInterpretationIsReplacedAndTheFirstOneKept)
 {
-    struct Row
-    {
-        Renderable::PhotometricInterpretation itsDecoded;
-        const char* itsBefore;
-        const char* itsAfter;
-        const char* itsKept;
-    };
-    const Row kRows[] = {{Renderable::MONOCHROME1, "MONOCHROME1", "MONOCHROME1", "MONOCHROME1"},
-                         {Renderable::MONOCHROME2, "PALETTE COLOR", "MONOCHROME2", "PALETTE COLOR"},
-                         {Renderable::RGB, "YBR_FULL_422", "RGB", "YBR_FULL_422"},
-                         {Renderable::YBR_ICT, "YBR_ICT", "RGB", "YBR_ICT"},
-                         {Renderable::INVALID, ABSENT, "RGB", "RGB"},
-                         {Renderable::MONOCHROME1, ABSENT, "MONOCHROME1", "MONOCHROME1"}};
-    for (const Row& aRow : kRows)
+    // What was decoded; the term before and after, and the one that is kept.
+    const std::tuple<Renderable::PhotometricInterpretation, const char*, const char*, const char*> kRows[] = {
+        {Renderable::MONOCHROME1, "MONOCHROME1", "MONOCHROME1", "MONOCHROME1"},
+        {Renderable::MONOCHROME2, "PALETTE COLOR", "MONOCHROME2", "PALETTE COLOR"},
+        {Renderable::RGB, "YBR_FULL_422", "RGB", "YBR_FULL_422"},
+        {Renderable::YBR_ICT, "YBR_ICT", "RGB", "YBR_ICT"},
+        {Renderable::INVALID, ABSENT, "RGB", "RGB"},
+        {Renderable::MONOCHROME1, ABSENT, "MONOCHROME1", "MONOCHROME1"}};
+    for (const auto& [aDecoded, aBefore, anAfter, aKept] : kRows)
     {
         DataSet aSet;
-        SetText(aSet, DICOMTags::PhotometricInterpretation, aRow.itsBefore);
-        Fixup aFixup({aRow.itsDecoded, 1, 8, 1, 2});
-        aFixup.Run(aSet);
-        EXPECT_EQ(aSet.Text(DICOMTags::PhotometricInterpretation), aRow.itsAfter);
-        EXPECT_EQ(aSet.Scratch("DecompOrigPhotoInterp"), aRow.itsKept);
-        aFixup.itsImage->setPhotometricInterpretation(Renderable::MONOCHROME2);
-        aFixup.Run(aSet);
-        EXPECT_EQ(aSet.Text(DICOMTags::PhotometricInterpretation), "MONOCHROME2");
-        EXPECT_EQ(aSet.Scratch("DecompOrigPhotoInterp"), aRow.itsKept) << "second pass";
+        SetText(aSet, DICOMTags::PhotometricInterpretation, aBefore);
+        Fixup aFixup({aDecoded, 1, 8, 1, 2});
+        for (const char* const anExpected : {anAfter, "MONOCHROME2"})
+        {
+            aFixup.Run(aSet);
+            EXPECT_EQ(aSet.Text(DICOMTags::PhotometricInterpretation), anExpected);
+            EXPECT_EQ(aSet.Scratch("DecompOrigPhotoInterp"), aKept);
+            aFixup.itsImage->setPhotometricInterpretation(Renderable::MONOCHROME2);
+        }
     }
 }
 
 TEST(FixupDICOMObject, LayoutIsDescribedAndTheFirstOneKept)
 {
-    struct Row
-    {
-        const char* itsName;
-        int itsImageSamples;
-        int itsSamplesBefore, itsPlanarBefore;
-        int itsSamplesAfter, itsPlanarAfter;
-        const char* itsKeptSamples;
-        const char* itsKeptPlanar;
-    };
-    const Row kRows[] = {
+    // Samples of the image; samples and planes before and after; what is kept of them.
+    const std::tuple<const char*, int, int, int, int, int, const char*, const char*> kRows[] = {
         {"palette to RGB", 3, 1, NONE, 3, 0, "1", "0"},
         {"planes to pixels", 3, 3, 1, 3, 0, ABSENT, "1"},
         {"any other planar value counts as planes", 3, 3, 7, 3, 0, ABSENT, "1"},
@@ -110,19 +98,20 @@ TEST(FixupDICOMObject, LayoutIsDescribedAndTheFirstOneKept)
         {"five samples are not kept", 3, 5, 0, 3, 0, ABSENT, "0"},
         {"no samples are not kept", 1, 0, NONE, 1, NONE, ABSENT, ABSENT},
     };
-    for (const Row& aRow : kRows)
+    for (const auto& [aName, aSamples, aSamplesBefore, aPlanarBefore, aSamplesAfter, aPlanarAfter,
+                      aKeptSamples, aKeptPlanar] : kRows)
     {
-        SCOPED_TRACE(aRow.itsName);
+        SCOPED_TRACE(aName);
         DataSet aSet;
-        SetNumber(aSet, DICOMTags::SamplesPerPixel, aRow.itsSamplesBefore);
-        SetNumber(aSet, DICOMTags::PlanarConfiguration, aRow.itsPlanarBefore);
+        SetNumber(aSet, DICOMTags::SamplesPerPixel, aSamplesBefore);
+        SetNumber(aSet, DICOMTags::PlanarConfiguration, aPlanarBefore);
         for (int aPass = 0; aPass < 2; ++aPass)
         {
-            Fixup({Renderable::RGB, aRow.itsImageSamples, 8, 1, 2}).Run(aSet);
-            EXPECT_EQ(aSet.Number(DICOMTags::SamplesPerPixel), aRow.itsSamplesAfter);
-            EXPECT_EQ(aSet.Number(DICOMTags::PlanarConfiguration), aRow.itsPlanarAfter);
-            EXPECT_EQ(aSet.Scratch("DecompOrigSamplesPerPixel"), aRow.itsKeptSamples);
-            EXPECT_EQ(aSet.Scratch("DecompOrigPlanarConfig"), aRow.itsKeptPlanar);
+            Fixup({Renderable::RGB, aSamples, 8, 1, 2}).Run(aSet);
+            EXPECT_EQ(aSet.Number(DICOMTags::SamplesPerPixel), aSamplesAfter);
+            EXPECT_EQ(aSet.Number(DICOMTags::PlanarConfiguration), aPlanarAfter);
+            EXPECT_EQ(aSet.Scratch("DecompOrigSamplesPerPixel"), aKeptSamples);
+            EXPECT_EQ(aSet.Scratch("DecompOrigPlanarConfig"), aKeptPlanar);
         }
     }
 }
@@ -132,8 +121,8 @@ TEST(FixupDICOMObject, BitsComeFromTheImageAndMarksAreSet)
     for (const bool isToBeMarked : {true, false})
     {
         DataSet aSet;
-        SetNumber(aSet, DICOMTags::BitsStored, 12);
-        SetNumber(aSet, DICOMTags::SmallestImagePixelValue, 3);
+        aSet.SetNumber(DICOMTags::BitsStored, 12);
+        aSet.SetNumber(DICOMTags::SmallestImagePixelValue, 3);
         aSet.SetPrivate("LosslessCmpFlag", 1);
         Fixup aFixup({Renderable::MONOCHROME2, 1, 16, 1, 2});
         aFixup.itsImage->setBitsStored(10);
@@ -183,17 +172,8 @@ TEST(FixupDICOMObject, PixelOrderFollowsTheElementElseTheDataSet)
 {
     constexpr auto kLittle = DLEndian::LITTLE_ENDIAN_ORDER;
     constexpr auto kBig = DLEndian::BIG_ENDIAN_ORDER;
-    struct Row
-    {
-        const char* itsName;
-        int itsBits;
-        bool itsPixelsLittle;
-        DLEndian::Endian itsDataSet;
-        bool itsWithElement;
-        DLEndian::Endian itsElement;
-        bool itsTurned;
-    };
-    const Row kRows[] = {
+    // Bits, the order of the pixels, that of the data set, whether there is an element, its order; turned?
+    const std::tuple<const char*, int, bool, DLEndian::Endian, bool, DLEndian::Endian, bool> kRows[] = {
         {"alike", 16, true, kBig, true, kLittle, false},
         {"big pixels, little element", 16, false, kBig, true, kLittle, true},
         {"little pixels, big element", 16, true, kLittle, true, kBig, true},
@@ -204,21 +184,19 @@ TEST(FixupDICOMObject, PixelOrderFollowsTheElementElseTheDataSet)
         {"no element, alike", 16, true, kLittle, false, kLittle, false},
         {"no element, 8 bits", 8, true, kBig, false, kLittle, false},
     };
-    for (const Row& aRow : kRows)
+    for (const auto& [aName, aBits, isLittle, aSetOrder, hasElement, anOrder, isTurned] : kRows)
     {
-        SCOPED_TRACE(aRow.itsName);
-        DataSet aSet(aRow.itsDataSet);
-        Fixup aFixup({Renderable::MONOCHROME2, 1, aRow.itsBits, 1, 2, false, false, aRow.itsPixelsLittle});
+        SCOPED_TRACE(aName);
+        DataSet aSet(aSetOrder);
+        Fixup aFixup({Renderable::MONOCHROME2, 1, aBits, 1, 2, false, false, isLittle});
         auto* const aBytes = static_cast<std::uint8_t*>(aFixup.itsImage->getPixelData());
         aBytes[0] = 0x12;
         aBytes[1] = 0x34;
-        const auto aVR = aSet.Factory().CreatePixelData(aBytes, 4, VR::TYPE_UN, aRow.itsElement);
-        aFixup.Run(aSet, "", false, aRow.itsWithElement ? aVR.get() : nullptr);
-        EXPECT_EQ(aBytes[1], aRow.itsTurned ? 0x12 : 0x34);
-        EXPECT_EQ(aFixup.itsImage->isPixelDataLittleEndian(), aRow.itsPixelsLittle != aRow.itsTurned);
-        EXPECT_EQ(aVR->GetTypeCode(), !aRow.itsWithElement ? VR::TYPE_UN
-                                      : aRow.itsBits == 8  ? VR::TYPE_OB
-                                                           : VR::TYPE_OW);
+        const auto aVR = aSet.Factory().CreatePixelData(aBytes, 4, VR::TYPE_UN, anOrder);
+        aFixup.Run(aSet, "", false, hasElement ? aVR.get() : nullptr);
+        EXPECT_EQ(aBytes[1], isTurned ? 0x12 : 0x34);
+        EXPECT_EQ(aFixup.itsImage->isPixelDataLittleEndian(), isLittle != isTurned);
+        EXPECT_EQ(aVR->GetTypeCode(), !hasElement ? VR::TYPE_UN : aBits == 8 ? VR::TYPE_OB : VR::TYPE_OW);
     }
 }
 
@@ -226,13 +204,8 @@ TEST(FixupDICOMObject, PixelOrderFollowsTheElementElseTheDataSet)
 
 TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
 {
-    struct Row
-    {
-        const char* itsBefore;
-        const char* itsCompression;
-        const char* itsAfter;
-    };
-    const Row kRows[] = {
+    // Before, the compression, and after.
+    const std::tuple<const char*, const char*, const char*> kRows[] = {
         {ABSENT, "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
         {"", "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
         {"ORIGINAL", "JPG", "DERIVED\\PRIMARY\\\\JPEG LOSSY"},
@@ -243,14 +216,14 @@ TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
         {"\\PRIMARY", "JP2", "DERIVED\\PRIMARY\\\\JP2K LOSSY"},
         {"ORIGINAL\\PRIMARY", "RLE", "DERIVED\\PRIMARY\\\\LOSSY"},
     };
-    for (const Row& aRow : kRows)
+    for (const auto& [aBefore, aCompression, anAfter] : kRows)
     {
         DataSet aSet;
-        SetText(aSet, DICOMTags::ImageType, aRow.itsBefore);
+        SetText(aSet, DICOMTags::ImageType, aBefore);
         for (int aPass = 0; aPass < 2; ++aPass)
         {
-            Fixup().Run(aSet, aRow.itsCompression);
-            EXPECT_EQ(aSet.Text(DICOMTags::ImageType), aRow.itsAfter);
+            Fixup().Run(aSet, aCompression);
+            EXPECT_EQ(aSet.Text(DICOMTags::ImageType), anAfter);
         }
     }
 }
@@ -270,47 +243,40 @@ TEST(FixupDICOMObject, OurDescriptionLeavesAllButImageTypeAlone)
 
 TEST(FixupDICOMObject, MethodDescriptionAndRatio)
 {
-    struct Row
+    // Compression and ratio of the image; method and ratio before; then method, description before
+    // " (QUORIX)", and ratio.
+    const std::tuple<const char*, int, const char*, const char*, const char*, std::string, const char*>
+        kRows[] = {
+            {"JPG", 10, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION 10:1", "10"},
+            {"jp2", 7, ABSENT, ABSENT, "ISO_15444_1", "LOSSY JPEG 2000 COMPRESSION 7:1", "7"},
+            {"JPG", 9, "ISO_1", "5.5", "ISO_1\\ISO_10918_1", "LOSSY JPEG COMPRESSION 9:1", "5.5\\9"},
+            {"JPG", 1, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION 1:1", "1"},
+            {"JPG", 0, ABSENT, "5.5", "ISO_10918_1", "LOSSY JPEG COMPRESSION ?:1", "5.5"},
+            {"JPG", -3, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION ?:1", ABSENT},
+            {"XYZ", 10, "ISO_15444_1", ABSENT, "ISO_15444_1", "LOSSY  COMPRESSION 10:1", "10"},
+            {"XYZ", 10, ABSENT, ABSENT, ABSENT, "LOSSY  COMPRESSION 10:1", "10"},
+        };
+    for (const auto& [aCompression, aRatio, aMethodBefore, aRatioBefore, aMethod, aDescription, aRatioAfter] :
+         kRows)
     {
-        const char* itsCompression;
-        int itsRatio;
-        const char* itsMethodBefore;
-        const char* itsRatioBefore;
-        const char* itsMethod;
-        const char* itsDescription; ///< before " (QUORIX)"
-        const char* itsRatioAfter;
-    };
-    const Row kRows[] = {
-        {"JPG", 10, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION 10:1", "10"},
-        {"jp2", 7, ABSENT, ABSENT, "ISO_15444_1", "LOSSY JPEG 2000 COMPRESSION 7:1", "7"},
-        {"JPG", 9, "ISO_1", "5.5", "ISO_1\\ISO_10918_1", "LOSSY JPEG COMPRESSION 9:1", "5.5\\9"},
-        {"JPG", 1, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION 1:1", "1"},
-        {"JPG", 0, ABSENT, "5.5", "ISO_10918_1", "LOSSY JPEG COMPRESSION ?:1", "5.5"},
-        {"JPG", -3, ABSENT, ABSENT, "ISO_10918_1", "LOSSY JPEG COMPRESSION ?:1", ABSENT},
-        {"XYZ", 10, "ISO_15444_1", ABSENT, "ISO_15444_1", "LOSSY  COMPRESSION 10:1", "10"},
-        {"XYZ", 10, ABSENT, ABSENT, ABSENT, "LOSSY  COMPRESSION 10:1", "10"},
-    };
-    for (const Row& aRow : kRows)
-    {
-        SCOPED_TRACE(aRow.itsDescription);
+        SCOPED_TRACE(aDescription);
         DataSet aSet;
         aSet.SetText(DICOMTags::DerivationDescription, "what was there before");
-        SetText(aSet, DICOMTags::LossyImageCompressionMethod, aRow.itsMethodBefore);
-        SetText(aSet, DICOMTags::LossyImageCompressionRatio, aRow.itsRatioBefore);
+        SetText(aSet, DICOMTags::LossyImageCompressionMethod, aMethodBefore);
+        SetText(aSet, DICOMTags::LossyImageCompressionRatio, aRatioBefore);
         for (const std::uint16_t anElement : kValueRangeElements)
         {
-            SetNumber(aSet, {0x0028, anElement}, 1);
+            aSet.SetNumber({0x0028, anElement}, 1);
         }
         for (int aPass = 0; aPass < 2; ++aPass)
         {
             Fixup aFixup;
-            aFixup.itsImage->setCompressionRatio(aPass == 0 ? aRow.itsRatio : 99);
-            aFixup.Run(aSet, aRow.itsCompression);
+            aFixup.itsImage->setCompressionRatio(aPass == 0 ? aRatio : 99);
+            aFixup.Run(aSet, aCompression);
             EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompression), "01");
-            EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionMethod), aRow.itsMethod);
-            EXPECT_EQ(aSet.Text(DICOMTags::DerivationDescription),
-                      std::string(aRow.itsDescription) + " (QUORIX)");
-            EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionRatio), aRow.itsRatioAfter);
+            EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionMethod), aMethod);
+            EXPECT_EQ(aSet.Text(DICOMTags::DerivationDescription), aDescription + " (QUORIX)");
+            EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionRatio), aRatioAfter);
         }
         for (const std::uint16_t anElement : kValueRangeElements)
         {
@@ -319,37 +285,47 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
     }
 }
 
+/// A data set of that class and instance.
+struct Instance : DataSet
+{
+    explicit Instance(const char* theClass = kClass, const char* theInstance = "1.2.3")
+    {
+        SetText(DICOMTags::SOPClassUID, theClass).SetText(DICOMTags::SOPInstanceUID, theInstance);
+    }
+    RWCString Source(std::size_t theItem) const
+    {
+        return ItemText(kSources, theItem, DICOMTags::SOPClassUID) + ' ' +
+               ItemText(kSources, theItem, DICOMTags::SOPInstanceUID);
+    }
+};
+
 TEST(FixupDICOMObject, SourceImageIsTheOriginalInstanceElseThisOne)
 {
     for (const bool hasOriginal : {true, false})
     {
-        DataSet aSet;
-        aSet.SetText(DICOMTags::SOPClassUID, kClass).SetText(DICOMTags::SOPInstanceUID, "1.2.3");
+        Instance aSet;
         aSet.ReplaceVR(aSet.Factory().CreatePrivateString(aSet, "QUORIX0", "OrigSOPInstUID",
                                                           hasOriginal ? "9.8.7" : ""));
         for (int aPass = 0; aPass < 2; ++aPass)
         {
             Fixup().Run(aSet, "JPG");
             ASSERT_EQ(aSet.GetSequenceItemCount(kSources), 1u);
-            EXPECT_EQ(aSet.ItemText(kSources, 0, DICOMTags::SOPClassUID), kClass);
-            EXPECT_EQ(aSet.ItemText(kSources, 0, DICOMTags::SOPInstanceUID), hasOriginal ? "9.8.7" : "1.2.3");
+            EXPECT_EQ(aSet.Source(0), std::string(kClass) + (hasOriginal ? " 9.8.7" : " 1.2.3"));
         }
     }
 }
 
 TEST(FixupDICOMObject, SourceImageJoinsThoseThatAreThereAndReplacesWhatIsNoSequence)
 {
-    DataSet aSet;
-    aSet.SetText(DICOMTags::SOPClassUID, kClass).SetText(DICOMTags::SOPInstanceUID, "1.2.3");
+    Instance aSet;
     aSet.ReplaceVR(aSet.Factory().CreateSequence(kSources));
     DataSet anItem;
     aSet.AddSequenceItem(kSources, anItem.SetText(DICOMTags::SOPInstanceUID, "5.5"));
     Fixup().Run(aSet, "JPG");
     ASSERT_EQ(aSet.GetSequenceItemCount(kSources), 2u);
-    EXPECT_EQ(aSet.ItemText(kSources, 0, DICOMTags::SOPInstanceUID), "5.5");
-    EXPECT_EQ(aSet.ItemText(kSources, 1, DICOMTags::SOPInstanceUID), "1.2.3");
-    DataSet another;
-    another.SetText(DICOMTags::SOPClassUID, kClass).SetText(DICOMTags::SOPInstanceUID, "1.2.3");
+    EXPECT_EQ(aSet.Source(0), "(absent) 5.5");
+    EXPECT_EQ(aSet.Source(1), std::string(kClass) + " 1.2.3");
+    Instance another;
     another.ReplaceVR(another.Factory().CreateString(kSources, VR::MakeTypeCode('L', 'O'), "text"));
     Fixup().Run(another, "JPG");
     EXPECT_EQ(another.GetSequenceItemCount(kSources), 1u);
@@ -357,11 +333,9 @@ TEST(FixupDICOMObject, SourceImageJoinsThoseThatAreThereAndReplacesWhatIsNoSeque
 
 TEST(FixupDICOMObject, SourceImageNeedsBothUIDs)
 {
-    const std::pair<const char*, const char*> kCases[] = {{"", "1.2.3"}, {kClass, ""}, {"", ""}};
-    for (const auto& [aClassUID, anInstanceUID] : kCases)
+    for (const auto& [aClassUID, anInstanceUID] : {std::pair{"", "1.2.3"}, {kClass, ""}, {"", ""}})
     {
-        DataSet aSet;
-        aSet.SetText(DICOMTags::SOPClassUID, aClassUID).SetText(DICOMTags::SOPInstanceUID, anInstanceUID);
+        Instance aSet(aClassUID, anInstanceUID);
         Fixup().Run(aSet, "JPG");
         EXPECT_FALSE(aSet.Contains(kSources));
         EXPECT_EQ(aSet.Text(DICOMTags::DerivationDescription), "LOSSY JPEG COMPRESSION 10:1 (QUORIX)");
