@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -87,22 +86,6 @@ inline Outcome RunBareImage(const Bytes& theStream, const RWCString& theUID, DIC
 {
     ByteSource aSource(theStream);
     return RunSource(aSource, theUID, theDataSet, theWish);
-}
-
-/// An image's description in one line: interpretation, rows x columns x samples, bits allocated/stored/high,
-/// what else holds of it, scale factor and compression ratio.
-inline std::string Describe(const Renderable& theImage)
-{
-    std::ostringstream aText;
-    aText << Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation()) << " "
-          << theImage.getRows() << " x " << theImage.getColumns() << " x " << theImage.getSamplesPerPixel()
-          << ", " << theImage.getBitsAllocated() << "/" << theImage.getBitsStored() << "/"
-          << theImage.getHighBit() << (theImage.isSigned() ? " signed" : "")
-          << (theImage.isPlanarConfiguration() ? " planar" : "")
-          << (theImage.isPixelDataLittleEndian() ? "" : " big-endian")
-          << (theImage.isLossyImageCompression() ? " lossy" : "") << ", scale " << theImage.getScaleFactor()
-          << ", ratio " << theImage.getCompressionRatio();
-    return aText.str();
 }
 
 /// A failure with this text, or one that begins so where a "*" ends it, of which nothing is kept.

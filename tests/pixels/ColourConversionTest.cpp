@@ -38,33 +38,27 @@ std::string FailureOfConversion(Conversion theConversion, Renderable& theImage)
     return aText.starts_with(aPrefix) ? aText.substr(aPrefix.size()) : aText;
 }
 
-std::string FailureOfImage(const ImageSpec& theSpec, std::size_t theBytes)
+std::string FailureOfImage(const ImageSpec& theSpec, std::size_t theBytes, Conversion theConversion = kAny)
 {
     CountingAllocator anAllocator;
     const auto anImage = MakeImage(anAllocator, theSpec, Bytes(theBytes));
-    const std::string aText = FailureOfConversion(kAny, *anImage);
+    const std::string aBefore = Describe(*anImage);
+    const std::string aText = FailureOfConversion(theConversion, *anImage);
     EXPECT_EQ(anAllocator.GetAllocations(), 1u) << "nothing is to be allocated";
-    EXPECT_EQ(anImage->getRows(), theSpec.itsRows);
+    EXPECT_EQ(Describe(*anImage), aBefore);
     return aText;
 }
 
 // ---- Messages ------------------------------------------------------------------------------------
 
-struct NamedConversion
-{
-    Conversion itsConversion;
-    const char* itsName;
-    Renderable::PhotometricInterpretation itsInterpretation;
-    const char* itsTerm;
-};
-
-const NamedConversion kConversions[] = {
-    {kRGB, "ConvertRGBRenderableToNonPlanar8BitRGB", Renderable::RGB, "RGB"},
-    {kFull, "ConvertYBR_FULLRenderableToNonPlanar8BitRGB", Renderable::YBR_FULL, "YBR_FULL"},
-    {kFullWide, "ConvertYBR_FULLRenderableToNonPlanarRGB", Renderable::YBR_FULL, "YBR_FULL"},
-    {k422, "ConvertYBR_FULL_422RenderableTo8BitRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
-    {k422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
-    {kPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
+const std::tuple<Conversion, const char*, Renderable::PhotometricInterpretation, const char*> kConversions[] =
+    {
+        {kRGB, "ConvertRGBRenderableToNonPlanar8BitRGB", Renderable::RGB, "RGB"},
+        {kFull, "ConvertYBR_FULLRenderableToNonPlanar8BitRGB", Renderable::YBR_FULL, "YBR_FULL"},
+        {kFullWide, "ConvertYBR_FULLRenderableToNonPlanarRGB", Renderable::YBR_FULL, "YBR_FULL"},
+        {k422, "ConvertYBR_FULL_422RenderableTo8BitRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
+        {k422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
+        {kPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
 };
 } // namespace
 
@@ -73,15 +67,8 @@ TEST(ColourConversion, DefectsHaveTheirTextsAndLeaveTheImageAlone)
     for (const auto& [aConversion, aName, anInterpretation, aTerm] : kConversions)
     {
         const std::string aPrefix = std::string(aName) + ": ";
-        const auto aFailure = [&, aConversion = aConversion](const ImageSpec& theSpec)
-        {
-            CountingAllocator anAllocator;
-            const auto anImage = MakeImage(anAllocator, theSpec, Bytes(12, 7));
-            const std::string aText = FailureOfConversion(aConversion, *anImage);
-            EXPECT_EQ(anImage->getPhotometricInterpretation(), theSpec.itsInterpretation);
-            EXPECT_EQ(anAllocator.GetAllocations(), 1u);
-            return aText;
-        };
+        const auto aFailure = [aConversion = aConversion](const ImageSpec& theSpec)
+        { return FailureOfImage(theSpec, 12, aConversion); };
         EXPECT_EQ(aFailure({Renderable::MONOCHROME2, 1, 32, 2, 2}),
                   aPrefix + "Renderable being converted is not " + aTerm);
         const int aSamples = anInterpretation == Renderable::PALETTE_COLOR ? 1 : 3;
@@ -163,17 +150,13 @@ void ExpectPixels(const char* theName, Conversion theConversion, const ImageSpec
     CountingAllocator anAllocator;
     const auto anImage = MakeImage(anAllocator, theSpec, theInput);
     ASSERT_EQ(FailureOfConversion(theConversion, *anImage), "(nothing)");
-    const int aBits = theConversion != kAny && theSpec.itsBits == 16 ? 16 : 8;
+    const bool isWide = theConversion != kAny && theSpec.itsBits == 16;
     EXPECT_EQ(GetPixels(*anImage), theExpected);
     EXPECT_EQ(anImage->getPixelDataSize(), anImage->getRequiredPixelDataBufferSize());
-    EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB);
-    EXPECT_EQ(anImage->getSamplesPerPixel(), 3);
-    EXPECT_EQ(anImage->getBitsAllocated(), aBits);
-    EXPECT_EQ(anImage->getBitsStored(), aBits);
-    EXPECT_EQ(anImage->getHighBit(), aBits - 1);
-    EXPECT_FALSE(anImage->isPlanarConfiguration());
-    EXPECT_EQ(anImage->isSigned(), theSpec.itsSigned);
-    EXPECT_TRUE(aBits == 8 || anImage->isPixelDataLittleEndian());
+    EXPECT_EQ(Describe(*anImage),
+              "RGB " + std::to_string(theSpec.itsRows) + " x " + std::to_string(theSpec.itsColumns) +
+                  " x 3, " + (isWide ? "16/16/15" : "8/8/7") + (theSpec.itsSigned ? " signed" : "") +
+                  (isWide || theSpec.itsLittleEndian ? "" : " big-endian") + ", scale 1, ratio 1");
     EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u);
 }
 
@@ -242,11 +225,11 @@ TEST(ColourConversion, GreyAndReadyRGBKeepTheirBuffer)
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, {1, 2, 3, 4, 5, 6});
         const void* const aBuffer = anImage->getPixelData();
+        const std::string aBefore = Describe(*anImage);
         EXPECT_EQ(FailureOfConversion(kAny, *anImage), "(nothing)");
         EXPECT_EQ(anImage->getPixelData(), aBuffer);
         EXPECT_EQ(GetPixels(*anImage), (Bytes{1, 2, 3, 4, 5, 6}));
-        EXPECT_EQ(anImage->getPhotometricInterpretation(), aSpec.itsInterpretation);
-        EXPECT_EQ(anImage->getBitsAllocated(), aSpec.itsBits);
+        EXPECT_EQ(Describe(*anImage), aBefore);
     }
     for (const auto anInterpretation : {kYBR, kYBR422})
     {
@@ -271,14 +254,11 @@ TEST(ColourConversion, FailedAllocationLeavesTheImageAsItWas)
     {
         CountingAllocator anAllocator;
         const auto anImage = MakeImage(anAllocator, aSpec, aPixels);
+        const std::string aBefore = Describe(*anImage);
         anAllocator.FailAt(1);
         EXPECT_NE(FailureOfConversion(kAny, *anImage).find("Memory allocation of"), std::string::npos);
         EXPECT_EQ(GetPixels(*anImage), aPixels);
-        EXPECT_EQ(anImage->getPhotometricInterpretation(), aSpec.itsInterpretation);
-        EXPECT_EQ(anImage->getSamplesPerPixel(), aSpec.itsSamples);
-        EXPECT_EQ(anImage->getBitsAllocated(), aSpec.itsBits);
-        EXPECT_EQ(anImage->isPlanarConfiguration(), aSpec.itsPlanar);
-        EXPECT_EQ(anImage->isSigned(), aSpec.itsSigned);
+        EXPECT_EQ(Describe(*anImage), aBefore);
         EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u);
     }
 }

@@ -49,12 +49,9 @@ void ExpectPixels(const char* theName, const ImageSpec& theSpec, const Bytes& th
         const auto anImage = MakeImage(anAllocator, theSpec, theIndices);
         DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(aSet, *anImage);
         EXPECT_EQ(GetPixels(*anImage), theExpected);
-        EXPECT_EQ(anImage->getPhotometricInterpretation(), Renderable::RGB);
-        EXPECT_EQ(anImage->getSamplesPerPixel(), 3);
-        EXPECT_EQ(anImage->getBitsAllocated(), 8);
-        EXPECT_EQ(anImage->getBitsStored(), 8);
-        EXPECT_EQ(anImage->getHighBit(), 7);
-        EXPECT_FALSE(anImage->isSigned());
+        EXPECT_EQ(Describe(*anImage), "RGB 1 x " + std::to_string(theSpec.itsColumns) + " x 3, 8/8/7" +
+                                          (theSpec.itsLittleEndian ? "" : " big-endian") +
+                                          ", scale 1, ratio 1");
         EXPECT_EQ(anAllocator.GetLiveBlocks(), 1u);
         EXPECT_FALSE(aSet.Contains(DICOMTags::RedPaletteColorLookupTableDescriptor));
     }

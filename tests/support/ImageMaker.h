@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "image/Renderable.h"
@@ -40,6 +42,7 @@ inline std::unique_ptr<Renderable> MakeImage(CountingAllocator& theAllocator, co
     anImage->setPlanarConfiguration(theSpec.itsPlanar);
     anImage->setSigned(theSpec.itsSigned);
     anImage->setPixelDataLittleEndian(theSpec.itsLittleEndian);
+    anImage->setScaleFactor(1);
     void* const aBuffer = theAllocator.Allocate(thePixels.size());
     std::copy(thePixels.begin(), thePixels.end(), static_cast<std::uint8_t*>(aBuffer));
     anImage->setPixelData(aBuffer, thePixels.size());
@@ -50,4 +53,20 @@ inline Bytes GetPixels(const Renderable& theImage)
 {
     const auto* const aData = static_cast<const std::uint8_t*>(theImage.getPixelData());
     return aData == nullptr ? Bytes() : Bytes(aData, aData + theImage.getPixelDataSize());
+}
+
+/// An image's description in one line: interpretation, rows x columns x samples, bits allocated/stored/high,
+/// what else holds of it, scale factor and compression ratio.
+inline std::string Describe(const Renderable& theImage)
+{
+    std::ostringstream aText;
+    aText << Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation()) << " "
+          << theImage.getRows() << " x " << theImage.getColumns() << " x " << theImage.getSamplesPerPixel()
+          << ", " << theImage.getBitsAllocated() << "/" << theImage.getBitsStored() << "/"
+          << theImage.getHighBit() << (theImage.isSigned() ? " signed" : "")
+          << (theImage.isPlanarConfiguration() ? " planar" : "")
+          << (theImage.isPixelDataLittleEndian() ? "" : " big-endian")
+          << (theImage.isLossyImageCompression() ? " lossy" : "") << ", scale " << theImage.getScaleFactor()
+          << ", ratio " << theImage.getCompressionRatio();
+    return aText.str();
 }
