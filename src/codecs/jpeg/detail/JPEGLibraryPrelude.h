@@ -5,7 +5,7 @@
 /// What the sources of the three builds of the IJG library have in common, up to the library's headers.
 ///
 /// Those stand in a namespace of each source's own, so that the types of the three builds stay apart. What
-/// they and JPEGLibraryBuild.inc include themselves comes first, outside of it.
+/// they and the files of JPEGLibraryBuild.inc include themselves comes first, outside of it.
 
 #include <algorithm>
 #include <array>
