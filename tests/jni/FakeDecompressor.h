@@ -107,14 +107,12 @@ private:
     /// Buffers of no round size, so that what is read ends in the middle of some.
     static FakeJavaQueue::Buffers Split(const Bytes& theImage)
     {
-        FakeJavaQueue::Buffers aBuffers(1);
-        for (const std::uint8_t aByte : theImage)
+        FakeJavaQueue::Buffers aBuffers;
+        for (auto aStart = theImage.begin(); aStart != theImage.end();)
         {
-            if (aBuffers.back().size() == 67)
-            {
-                aBuffers.emplace_back();
-            }
-            aBuffers.back().push_back(static_cast<jbyte>(aByte));
+            const auto anEnd = aStart + std::min<std::ptrdiff_t>(67, theImage.end() - aStart);
+            aBuffers.emplace_back(aStart, anEnd);
+            aStart = anEnd;
         }
         return aBuffers;
     }

@@ -175,20 +175,18 @@ private:
     static FakeJava& EnterAnyway(JNIEnv* theEnv) { return static_cast<FakeJava&>(*theEnv); }
 
     /// A member's identifier is the address of its key in the class.
-    template <class Members>
-    void* Find(const Members& theMembers, const char* theName, const char* theSignature)
+    template <class ID, auto Members>
+    static ID JNICALL Find(JNIEnv* theEnv, jclass theClass, const char* theName, const char* theSignature)
     {
-        if (Fails("GetID"))
+        FakeJava& aJava = Enter(theEnv);
+        const auto& aMembers = aJava.Get(theClass)->*Members;
+        const auto aFound = aMembers.find(std::string(theName) + theSignature);
+        if (!aJava.Fails("GetID") && aFound == aMembers.end())
         {
-            return nullptr;
+            aJava.Throw("java/lang/NoSuchMethodError");
         }
-        const auto aFound = theMembers.find(std::string(theName) + theSignature);
-        if (aFound == theMembers.end())
-        {
-            Throw("java/lang/NoSuchMethodError");
-            return nullptr;
-        }
-        return const_cast<std::string*>(&aFound->first);
+        return aJava.itsPending != nullptr ? nullptr
+                                           : reinterpret_cast<ID>(const_cast<std::string*>(&aFound->first));
     }
 
     Value Call(Object& theClass, jmethodID theMethod, va_list theArguments)
@@ -267,17 +265,9 @@ inline const JNINativeInterface_& FakeJava::GetTable()
             FakeJava& aJava = Enter(e);
             return aJava.Get(o)->itsClass->itsClassName == aJava.Get(c)->itsClassName;
         };
-        t.GetMethodID = [](JNIEnv* e, jclass c, const char* n, const char* s)
-        {
-            FakeJava& aJava = Enter(e);
-            return static_cast<jmethodID>(aJava.Find(aJava.Get(c)->itsMethods, n, s));
-        };
+        t.GetMethodID = Find<jmethodID, &Object::itsMethods>;
         t.GetStaticMethodID = t.GetMethodID;
-        t.GetFieldID = [](JNIEnv* e, jclass c, const char* n, const char* s)
-        {
-            FakeJava& aJava = Enter(e);
-            return static_cast<jfieldID>(aJava.Find(aJava.Get(c)->itsFields, n, s));
-        };
+        t.GetFieldID = Find<jfieldID, &Object::itsFields>;
         t.CallIntMethodV = CallNumber<jint>;
         t.CallBooleanMethodV = CallNumber<jboolean>;
         t.CallLongMethodV = CallNumber<jlong>;

@@ -7,37 +7,26 @@
 
 namespace
 {
-constexpr const char* kFields[] = {"itsInputStreamLcom/quorix/io/SeekableInputStream;",
-                                   "itsCompressedSourceLcom/quorix/util/InputBufferQueue;",
-                                   "itsDICOMDataObjectJ",
-                                   "itsDemoFileLjava/lang/String;",
-                                   "itsLoadDemoInfoFlagZ",
-                                   "itsScaleFactorI",
-                                   "itsFrameIndexI",
-                                   "itsTransferSyntaxUIDLjava/lang/String;"};
-
 class JavaRequestTest : public testing::Test
 {
 protected:
     JavaRequestTest()
     {
-        const FakeJava::Value kValues[] = {&itsStream.itsObject,
-                                           {},
-                                           jlong{0x7000},
-                                           &itsJava.NewText(u"/\u00e9\u20ac\U0001f600\xd800x"),
-                                           jlong{1},
-                                           jlong{0},
-                                           jlong{-1},
-                                           &itsJava.NewText(u"1.2.3")};
-        for (std::size_t i = 0; i < std::size(kFields); ++i)
-        {
-            itsRequest.itsFields[kFields[i]] = kValues[i];
-        }
+        itsRequest.itsFields.insert(itsFields.begin(), itsFields.end());
         itsRequest.itsClass->itsFields = itsRequest.itsFields;
     }
 
     FakeJava itsJava;
     FakeJavaStream itsStream{itsJava, 77};
+    const std::vector<std::pair<std::string, FakeJava::Value>> itsFields = {
+        {"itsInputStreamLcom/quorix/io/SeekableInputStream;", &itsStream.itsObject},
+        {"itsCompressedSourceLcom/quorix/util/InputBufferQueue;", {}},
+        {"itsDICOMDataObjectJ", jlong{0x7000}},
+        {"itsDemoFileLjava/lang/String;", &itsJava.NewText(u"/\u00e9\u20ac\U0001f600\xd800x")},
+        {"itsLoadDemoInfoFlagZ", jlong{1}},
+        {"itsScaleFactorI", jlong{0}},
+        {"itsFrameIndexI", jlong{-1}},
+        {"itsTransferSyntaxUIDLjava/lang/String;", &itsJava.NewText(u"1.2.3")}};
     FakeJava::Object& itsRequest = itsJava.New("Request");
     jobject itsLocal = itsJava.NewLocal(&itsRequest);
 };
@@ -58,9 +47,9 @@ TEST_F(JavaRequestTest, TakesEveryField)
     }
     EXPECT_EQ(itsJava.GetGlobalCount(), 0u);
     EXPECT_EQ(itsJava.GetLocalCount(), 1u);
-    itsRequest.itsFields[kFields[0]] = {};
-    itsRequest.itsFields[kFields[1]] = &itsJava.New("Queue");
-    itsRequest.itsFields[kFields[4]] = jlong{2};
+    itsRequest.itsFields[itsFields[0].first] = {};
+    itsRequest.itsFields[itsFields[1].first] = &itsJava.New("Queue");
+    itsRequest.itsFields[itsFields[4].first] = jlong{2};
     testing::internal::CaptureStdout(); // the queue has no methods
     const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
     testing::internal::GetCapturedStdout();
@@ -71,28 +60,23 @@ TEST_F(JavaRequestTest, TakesEveryField)
 
 TEST_F(JavaRequestTest, LeavesTheExceptionOfAMissingFieldToTheCaller)
 {
-    for (std::size_t i = 0; i < std::size(kFields); ++i)
+    for (std::size_t i = 0; i < itsFields.size(); ++i)
     {
-        itsJava.Remove("Request", kFields[i]);
+        const std::string& aName = itsFields[i].first;
+        itsJava.Remove("Request", aName);
         const DecompressionRequest aRequest(&itsJava, nullptr, itsLocal);
-        EXPECT_NE(itsJava.GetPending(), nullptr) << kFields[i];
-        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "") << kFields[i];
-        EXPECT_EQ(aRequest.getInputStream() != nullptr, i > 0) << kFields[i];
-        EXPECT_EQ(aRequest.getFrameIndex(), i > 6 ? -1 : 0) << kFields[i];
+        EXPECT_NE(itsJava.GetPending(), nullptr) << aName;
+        EXPECT_EQ(aRequest.getTransferSyntaxUID(), "") << aName;
+        EXPECT_EQ(aRequest.getInputStream() != nullptr, i > 0) << aName;
+        EXPECT_EQ(aRequest.getFrameIndex(), i > 6 ? -1 : 0) << aName;
         itsJava.ClearPending();
-        itsRequest.itsClass->itsFields[kFields[i]];
+        itsRequest.itsClass->itsFields[aName];
     }
 }
 
 TEST(EncodedStringTest, KnowsTwoCodePages)
 {
-    struct Row
-    {
-        std::u16string itsText;
-        const char* itsLatin1;
-        const char* itsUTF8;
-    };
-    const Row kRows[] = {
+    const std::tuple<std::u16string, const char*, const char*> kRows[] = {
         {u"", "", ""},
         {u"plain", "plain", "plain"},
         {u"\u007f\u0080\u00ff\u0100", "\x7f\x80\xff?", "\x7f\xc2\x80\xc3\xbf\xc4\x80"},
@@ -102,10 +86,10 @@ TEST(EncodedStringTest, KnowsTwoCodePages)
         {u"\xd800\xd800\xdc00", "??", "?\xf0\x90\x80\x80"},
         {u"\xd800z", "?z", "?z"},
     };
-    for (const Row& aRow : kRows)
+    for (const auto& [aText, aLatin1, aUTF8] : kRows)
     {
-        EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_ISO_8859_1), aRow.itsLatin1);
-        EXPECT_EQ(EncodedString::Encode(aRow.itsText, EncodedString::CODE_PAGE_UTF_8), aRow.itsUTF8);
+        EXPECT_EQ(EncodedString::Encode(aText, EncodedString::CODE_PAGE_ISO_8859_1), aLatin1);
+        EXPECT_EQ(EncodedString::Encode(aText, EncodedString::CODE_PAGE_UTF_8), aUTF8);
     }
 }
 } // namespace

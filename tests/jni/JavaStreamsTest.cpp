@@ -9,6 +9,7 @@
 #include "jni/streams/JavaInputBufferQueueCompressedSource.h"
 #include "jni/streams/JavaSeekableInputStream.h"
 #include "jni/streams/JavaStreamIOException.h"
+#include "support/FailureOf.h"
 #include "support/StreamWalk.h"
 
 namespace
@@ -27,22 +28,6 @@ protected:
     {
         std::vector<unsigned char> aBuffer(theCount);
         EXPECT_EQ(itsStream->Read(aBuffer.data(), theCount), theCount);
-    }
-
-    /// The code and text of what theCall throws.
-    template <class Call>
-    std::string TextOf(const Call& theCall)
-    {
-        try
-        {
-            theCall();
-        }
-        catch (const StreamIOException& anException)
-        {
-            EXPECT_EQ(itsJava.GetPending(), nullptr);
-            return std::to_string(anException.GetResultCode()) + " " + anException.ToString();
-        }
-        return "nothing thrown";
     }
 
     FakeJava itsJava;
@@ -85,8 +70,8 @@ TEST_F(JavaSeekableInputStreamTest, TakesShortAndNonsensicalSkipsForWhatTheyAre)
     itsSource.Add("skip(I)I", [](const auto& theArguments) { return theArguments[0]; });
     EXPECT_EQ(itsStream->Skip(5000000000u), 5000000000u);
     EXPECT_THAT(itsSource.TakeCalls(), ElementsAre("skip 2147483647", "skip 2147483647", "skip 705032706"));
-    EXPECT_EQ(TextOf([&] { itsStream->Pushback(nullptr, 1); }),
-              "12 StreamIOException: JavaSeekableInputStream does not support Pushback(uchar_t*, size_t)");
+    EXPECT_EQ(FailureOf([&] { itsStream->Pushback(nullptr, 1); }),
+              "JavaSeekableInputStream does not support Pushback(uchar_t*, size_t) [12, 0]");
     EXPECT_EQ(itsStream->GetPushbackLimit(), 0u);
     EXPECT_EQ(itsStream->CanSeek(), 1);
     itsStream->Close();
@@ -107,7 +92,7 @@ TEST_F(JavaSeekableInputStreamTest, IsClosedByWhatJavaThrows)
          "GetStreamPosition: getFilePointerMethod()"},
         {"close()V", [&] { itsStream->Close(); }, "Close: close()"},
     };
-    const std::string aClosed = ": the stream is already closed due to previous error";
+    const std::string aClosed = ": the stream is already closed due to previous error [67, 0]";
     for (const auto& [aMethod, aCall, aText] : kRows)
     {
         itsJava.itsCallsBeforeException = -1;
@@ -115,67 +100,52 @@ TEST_F(JavaSeekableInputStreamTest, IsClosedByWhatJavaThrows)
         Read(1);
         itsJava.itsFailingCall = aMethod;
         itsJava.itsCallsBeforeException = 0;
-        EXPECT_EQ(TextOf(aCall),
-                  "67 JavaStreamIOException: " + kPlace + aText + " threw exception from Java");
+        EXPECT_EQ(FailureOf(aCall), kPlace + aText + " threw exception from Java [67, 0]");
+        EXPECT_EQ(itsJava.GetPending(), nullptr);
         EXPECT_EQ(itsJava.GetGlobalCount(), 0u);
         itsSource.TakeCalls();
         EXPECT_EQ(itsStream->Length(), -1);
         EXPECT_EQ(itsStream->Skip(5), 0u);
         itsStream->Seek(5);
         itsStream->Close();
-        EXPECT_EQ(TextOf([&] { itsStream->GetStreamPosition(); }),
-                  "67 StreamIOException: " + kPlace + "GetStreamPosition" + aClosed);
-        EXPECT_EQ(TextOf([&] { Read(5); }), "67 StreamIOException: " + kPlace + "Read" + aClosed);
+        EXPECT_EQ(FailureOf([&] { itsStream->GetStreamPosition(); }), kPlace + "GetStreamPosition" + aClosed);
+        EXPECT_EQ(FailureOf([&] { Read(5); }), kPlace + "Read" + aClosed);
         EXPECT_THAT(itsSource.TakeCalls(), IsEmpty());
     }
 }
 
-class FormatJavaThrowableTest : public testing::Test
+TEST(FormatJavaThrowable, GivesTheFormattersTextOrSaysWhyThereIsNone)
 {
-protected:
-    /// With a formatter that theMethod is.
-    std::string Format(FakeJava::Method theMethod)
-    {
-        itsJava.AddClass("com/quorix/util/ThrowableFormatter")
-            .itsMethods["formatThrowableChain(Ljava/lang/Throwable;)Ljava/lang/String;"] =
-            std::move(theMethod);
-        return Format();
-    }
-    std::string Format() { return JavaSeekableInputStream::FormatJavaThrowable(itsJava, itsThrowable); }
-
-    FakeJava itsJava;
-    jthrowable itsThrowable = static_cast<jthrowable>(itsJava.NewLocal(&itsJava.New("java/io/IOException")));
-};
-
-TEST_F(FormatJavaThrowableTest, GivesTheFormattersTextOrSaysWhyThereIsNone)
-{
+    FakeJava aJava;
+    auto* const aThrowable = static_cast<jthrowable>(aJava.NewLocal(&aJava.New("java/io/IOException")));
+    const std::string aFormatter = "com.quorix.util.ThrowableFormatter";
+    const std::string aMethod = "formatThrowableChain(Throwable)";
     const std::string aPlace = kPlace + "FormatJavaThrowable(jthrowable): can't get ";
-    const std::string aRetrieving = " (Java exception occurred while retrieving "
-                                    "com.quorix.util.ThrowableFormatter class or method)";
-    EXPECT_EQ(Format(), aPlace + "Java class for com.quorix.util.ThrowableFormatter" + aRetrieving);
-    itsJava.AddClass("com/quorix/util/ThrowableFormatter");
-    EXPECT_EQ(Format(), aPlace +
-                            "method ID for com.quorix.util.ThrowableFormatter method static String "
-                            "formatThrowableChain(Throwable)" +
-                            aRetrieving);
-    EXPECT_EQ(Format([](const auto&) { return FakeJava::Value(); }),
-              " (com.quorix.util.ThrowableFormatter.formatThrowableChain(Throwable) returned null)");
-    EXPECT_EQ(Format([this](const auto&) { return itsJava.Throw("java/lang/Error"); }),
-              " (Java exception occurred while calling "
-              "com.quorix.util.ThrowableFormatter.formatThrowableChain(Throwable))");
-    itsJava.Throw("java/lang/Error");
-    const FakeJava::Object* const aPending = itsJava.GetPending();
-    EXPECT_EQ(Format([this](const auto&) { return FakeJava::Value(&itsJava.NewText(u"caf\u00e9 \u20ac")); }),
-              "caf\xe9 ?");
-    EXPECT_EQ(itsJava.GetPending(), aPending) << "what was pending stays so";
-    itsJava.ClearPending();
-    EXPECT_EQ(itsJava.GetLocalCount(), 1u);
+    const std::string aWhile = " (Java exception occurred while ";
+    const std::string aRetrieving = aWhile + "retrieving " + aFormatter + " class or method)";
+    const auto format = [&] { return JavaSeekableInputStream::FormatJavaThrowable(aJava, aThrowable); };
+    EXPECT_EQ(format(), aPlace + "Java class for " + aFormatter + aRetrieving);
+    auto& aMethods = aJava.AddClass("com/quorix/util/ThrowableFormatter").itsMethods;
+    EXPECT_EQ(format(),
+              aPlace + "method ID for " + aFormatter + " method static String " + aMethod + aRetrieving);
+    auto& aBody = aMethods["formatThrowableChain(Ljava/lang/Throwable;)Ljava/lang/String;"];
+    aBody = [](const auto&) { return FakeJava::Value(); };
+    EXPECT_EQ(format(), " (" + aFormatter + "." + aMethod + " returned null)");
+    aBody = [&](const auto&) { return aJava.Throw("java/lang/Error"); };
+    EXPECT_EQ(format(), aWhile + "calling " + aFormatter + "." + aMethod + ")");
+    aBody = [&](const auto&) { return FakeJava::Value(&aJava.NewText(u"caf\u00e9 \u20ac")); };
+    aJava.Throw("java/lang/Error");
+    const FakeJava::Object* const aPending = aJava.GetPending();
+    EXPECT_EQ(format(), "caf\xe9 ?");
+    EXPECT_EQ(aJava.GetPending(), aPending) << "what was pending stays so";
+    aJava.ClearPending();
+    EXPECT_EQ(aJava.GetLocalCount(), 1u);
     // The text belongs to the uncopied exception alone.
-    const JavaStreamIOException anOriginal("message", DLRC_IO_ERROR, 0, itsThrowable, &itsJava);
+    const JavaStreamIOException anOriginal("message", DLRC_IO_ERROR, 0, aThrowable, &aJava);
     EXPECT_EQ(anOriginal.ToString(), "JavaStreamIOException: message\ncaf\xe9 ?");
     const JavaStreamIOException aCopy(anOriginal);
     EXPECT_EQ(aCopy.ToString(), "JavaStreamIOException: message");
-    EXPECT_EQ(aCopy.GetThrowable(), itsThrowable);
+    EXPECT_EQ(aCopy.GetThrowable(), aThrowable);
     EXPECT_EQ(anOriginal.Clone()->ToString(), "JavaStreamIOException: message");
 }
 

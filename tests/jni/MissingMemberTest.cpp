@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Applications whose classes lack what the native side looks up, and a virtual machine that refuses: what is
 // reported then.
-#include <numeric>
-
 #include "faults/FaultFiles.h"
 #include "jni/FakeDecompressor.h"
 
@@ -102,17 +100,11 @@ TEST(MissingMember, OfAListenerDoesNotKeepTheFileFromBeingRead)
 
 TEST(MissingMember, OfAQueueIsPrintedAndActsAsTheEnd)
 {
-    struct Row
-    {
-        const char* itsClass;
-        const char* itsMember;
-        std::string itsPrinted;
-        const char* itsCalls;
-    };
     const std::string aBegin = "Native JavaInputBufferQueueCompressedSource() couldn't find java ";
     const std::string anArray = aBegin + "method InputBuffer.getArray \"()[B\"\n";
     const std::string aCount = aBegin + "method InputBuffer.getBytesAvailable \"()I\"\n";
     const char* const aBuffer = "com/quorix/util/ByteArrayInputBuffer";
+    using Row = std::tuple<const char*, const char*, std::string, const char*>;
     const Row kRows[] = {
         {"Queue", "get()Lcom/quorix/util/InputBuffer;",
          aBegin + "method InputBufferQueue.get \"()Lcom/quorix/util/InputBuffer;\"\n",
@@ -128,23 +120,23 @@ TEST(MissingMember, OfAQueueIsPrintedAndActsAsTheEnd)
          "get, completed, autoFlush 1, "},
         {aBuffer, nullptr, "", "get, completed, get, completed null, autoFlush 1, "},
     };
-    for (const Row& aRow : kRows)
+    for (const auto& [aClass, aMember, aText, aCalls] : kRows)
     {
         FakeDecompressor aCall(Bytes{0xff});
-        if (aRow.itsMember != nullptr)
+        if (aMember != nullptr)
         {
-            aCall.itsJava.Remove(aRow.itsClass, aRow.itsMember);
+            aCall.itsJava.Remove(aClass, aMember);
         }
         testing::internal::CaptureStdout();
         EXPECT_FALSE(aCall.Run(Method::QUEUE, 1));
-        const std::string aPrinted = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(aPrinted, aRow.itsPrinted);
-        const auto& aCalls = aCall.itsQueue.itsCalls;
-        EXPECT_EQ(std::accumulate(aCalls.begin(), aCalls.end(), std::string(),
-                                  [](const std::string& theText, const std::string& theCall)
-                                  { return theText + theCall + ", "; }),
-                  aRow.itsCalls);
-        EXPECT_EQ(aCall.GetLostReferences(), 0u) << aRow.itsPrinted;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), aText);
+        std::string aGot;
+        for (const std::string& aName : aCall.itsQueue.itsCalls)
+        {
+            aGot += aName + ", ";
+        }
+        EXPECT_EQ(aGot, aCalls);
+        EXPECT_EQ(aCall.GetLostReferences(), 0u) << aText;
     }
 }
 } // namespace
