@@ -377,6 +377,11 @@ TEST(DataSetReader, NativePixelsAreReachedWithoutReading)
         aStream.Seek(aPixels.size() - 1);
         EXPECT_EQ(1u, aStream.Skip(50)) << "the value ends here, though the stream does not";
         EXPECT_EQ(0u, aStream.Read(aByte, 1));
+        DataSet aSet;
+        const auto aText =
+            FailureOf<DICOMLibException>([&] { aSet.ReplaceVR(std::move(aReading.itsPixelData)); });
+        EXPECT_TRUE(aText.ends_with("[6, 0]")) << "a data set that holds a stream: " << aText;
+        EXPECT_FALSE(aSet.Contains(DICOMTags::PixelData));
     }
 }
 

@@ -186,10 +186,10 @@ TEST(ImageFrameInputStream, GivesNothingForFramesThatAreNotThere)
     for (const int aFrames : {3, 1})
     {
         Fixture aFixture({Table({0, 12, 26}) + kABC, aFrames});
-        EXPECT_EQ(aFixture.itsFrames.GetCurrentFrameLength(), 0u);
         for (const int anIndex : {-1, aFrames, 0x7fffffff, -0x7fffffff})
         {
             EXPECT_EQ(aFixture.itsFrames.GetFrame(anIndex), nullptr);
+            EXPECT_EQ(aFixture.itsFrames.GetCurrentFrameLength(), 0u);
         }
         EXPECT_NE(aFixture.itsFrames.GetFrame(0), nullptr);
     }
