@@ -151,10 +151,6 @@ class DecodeOrthoTest {
         expectFailure(new ScriptedStream(new byte[10]).failingIn("length", 0), 3, null,
                 "62 0 Native NDecompressor::decodeToMemory: JavaStreamIOException: native JavaSeekableInputStream::"
                 + "Length: length() threw exception from Java");
-        expectFailure(null, 3, null, "62 0 Native NDecompressor::decodeOrtho:  StreamIOException: native "
-                + "JavaSeekableInputStream::JavaSeekableInputStream(jobject): can't get Java class for "
-                + "SeekableInputStream");
-        assertFalse(decompressor.decodeOrtho(null, 3, true, dataSet.getHandle(), null, 1, null));
         assertFalse(decompressor.decodeOrtho(zeros, 3, true, 0, "x", 1, result));
         assertEquals("Native NDecompressor::decodeOrtho: null DICOMDataObject supplied", result.Message);
     }

@@ -30,7 +30,7 @@ final class ScriptedQueue extends InputBufferQueue {
         this.buffers.addAll(List.of(buffers));
     }
 
-    /** Throws in "completed", in "autoFlush", or in "get" after the last buffer: unchecked but for the last. */
+    /** Throws in "completed", in "autoFlush", or in "get" after the last buffer: unchecked but for that. */
     ScriptedQueue failingIn(String operation, Exception exception) {
         failing = operation;
         failure = exception;
@@ -43,28 +43,26 @@ final class ScriptedQueue extends InputBufferQueue {
         if (next < buffers.size()) {
             return buffers.get(next++);
         }
-        if (failing.equals("get") && failure instanceof IOException) {
-            throw (IOException) failure;
-        }
-        failIf("get");
+        this.<IOException>failIf("get");
         return null;
     }
 
     @Override
     public void completed(InputBuffer buffer) {
         events.add("completed " + (buffer == null ? "null" : buffers.indexOf(buffer)));
-        failIf("completed");
+        this.<RuntimeException>failIf("completed");
     }
 
     @Override
     public void setAutoFlush(boolean autoFlush) {
         events.add("autoFlush " + autoFlush);
-        failIf("autoFlush");
+        this.<RuntimeException>failIf("autoFlush");
     }
 
-    private void failIf(String operation) {
+    @SuppressWarnings("unchecked")
+    private <E extends Exception> void failIf(String operation) throws E {
         if (failing.equals(operation)) {
-            throw (RuntimeException) failure;
+            throw (E) failure;
         }
     }
 }

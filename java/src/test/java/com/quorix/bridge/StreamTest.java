@@ -6,7 +6,6 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.decompression.*;
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.support.*;
-import java.io.ByteArrayOutputStream;
 import java.util.*;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -49,29 +48,16 @@ class StreamTest {
     }
 
     @Test
-    void aFrameFarBehindIsReachedWithoutReadingTheOnesBefore() {
-        ByteArrayOutputStream pixels = new ByteArrayOutputStream();
-        for (int frame = 0; frame < 10; frame++) {
-            pixels.writeBytes(Compressed.gradient16(200, 200, frame));
-        }
-        byte[] file = DicomFile.grey16(200, 200).nativeFrames(10, pixels.toByteArray()).toBytes();
-        ScriptedStream stream = new ScriptedStream(file);
-        try (Renderable image = decode(stream, NDecompressor.TYPE_DICOM, 9)) {
-            assertArrayEquals(Compressed.gradient16(200, 200, 9), Images.pixelsOf(image));
-        }
-        assertTrue(stream.readSizes.size() < 10, stream.readSizes::toString);
-        // An exception has closed the stream: Java is not asked again.
-        expectFailure(new ScriptedStream(file).failingIn("skip", 0), NDecompressor.TYPE_DICOM, 9, 0,
-                "67 native JavaSeekableInputStream::Skip: skip(int) threw exception from Java");
-    }
-
-    @Test
     void whatAStreamThrowsIsReported() {
         String thrown = " threw exception from Java";
         expectFailure(new ScriptedStream(FILE).failingIn("length", 0), 3, 0, 0,
                 "62 " + PREFIX + "  JavaStreamIOException: native JavaSeekableInputStream::Length: length()" + thrown);
         expectFailure(new ScriptedStream(FILE).failingIn("read", 0), 3, 0, 0, "38 Error reading Part10Header, possible "
                 + "corruption: native JavaSeekableInputStream::Read: read(byte[], int, int)" + thrown);
+        // An exception has closed the stream: Java is not asked again.
+        byte[] frames = DicomFile.grey16(200, 200).nativeFrames(2, new byte[160_000]).toBytes();
+        expectFailure(new ScriptedStream(frames).failingIn("skip", 0), 3, 1, 0,
+                "67 native JavaSeekableInputStream::Skip: skip(int)" + thrown);
         String closing = "\n Exception on aSource.Close(): " + PREFIX
                 + " JavaStreamIOException: native JavaSeekableInputStream::Close: close()" + thrown;
         expectFailure(new ScriptedStream(FILE).failingIn("close", 0), 3, 0, 1, "62 Completed successfully" + closing);
@@ -86,10 +72,20 @@ class StreamTest {
 
     @Test
     void nullArgumentsAreFailedLookUps() {
-        assertNull(decode(null, NDecompressor.TYPE_DICOM, 0));
-        assertEquals("62 " + PREFIX + "  StreamIOException: native JavaSeekableInputStream::"
-                + "JavaSeekableInputStream(jobject): can't get Java class for SeekableInputStream",
-                result.DLResultCode + " " + result.Message);
+        try (DICOMDataObject dataSet = new DICOMDataObject()) {
+            for (String method : List.of("SeekableInputStreamToMemory", "MultiFrameImageToMemory", "Ortho")) {
+                for (DecomprResult to : new DecomprResult[] {null, result}) {
+                    switch (method) {
+                        case "Ortho" -> decompressor.decodeOrtho(null, 3, true, dataSet.getHandle(), null, 1, to);
+                        case "MultiFrameImageToMemory" -> decompressor.decodeMultiFrameImageToMemory(null, 0, 0, to);
+                        default -> decompressor.decodeSeekableInputStreamToMemory(null, 0, 3, 0, 1, to);
+                    }
+                }
+                assertEquals("62 Native NDecompressor::decode" + method + ":  StreamIOException: native "
+                        + "JavaSeekableInputStream::JavaSeekableInputStream(jobject): can't get Java class for "
+                        + "SeekableInputStream", result.DLResultCode + " " + result.Message);
+            }
+        }
         decompressor.decodeSeekableInputStreamToMemory(new ScriptedStream(FILE), 0, 3, 0, 1, null).close();
     }
 

@@ -7,8 +7,6 @@ import com.quorix.support.DicomFile;
 import com.quorix.support.Images;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
-import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
 import java.util.function.Consumer;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
@@ -21,19 +19,19 @@ class PictureMakerTest {
     }
 
     private static DicomFile grey16(int bitsStored, boolean signed, int... values) {
-        ByteBuffer pixels = ByteBuffer.allocate(2 * values.length).order(ByteOrder.LITTLE_ENDIAN);
-        for (int value : values) {
-            pixels.putShort((short) value);
-        }
-        return DicomFile.grey16(values.length, 1).bitsStored(bitsStored, signed).nativeFrames(1, pixels.array());
+        return grey(DicomFile.grey16(values.length, 1), 2, bitsStored, signed, values);
     }
 
     private static DicomFile grey8(int bitsStored, boolean signed, int... values) {
-        byte[] pixels = new byte[values.length];
-        for (int i = 0; i < values.length; i++) {
-            pixels[i] = (byte) values[i];
+        return grey(DicomFile.grey8(values.length, 1), 1, bitsStored, signed, values);
+    }
+
+    private static DicomFile grey(DicomFile file, int bytes, int bitsStored, boolean signed, int... values) {
+        byte[] pixels = new byte[bytes * values.length];
+        for (int i = 0; i < pixels.length; i++) {
+            pixels[i] = (byte) (values[i / bytes] >> i % bytes * 8);
         }
-        return DicomFile.grey8(values.length, 1).bitsStored(bitsStored, signed).nativeFrames(1, pixels);
+        return file.bitsStored(bitsStored, signed).nativeFrames(1, pixels);
     }
 
     private static DicomFile inverted(DicomFile file) {
@@ -98,17 +96,17 @@ class PictureMakerTest {
         }
     }
 
+    private static void resize(Renderable image, int size) {
+        image.setRows(size);
+        image.setColumns(size);
+    }
+
     /** A record whose numbers do not match its pixels must not be read beyond them, nor shown wrongly. */
     @Test
     void whatDoesNotFitIsRefused() throws IOException {
         Stream<Consumer<Renderable>> spoilings = Stream.of(image -> image.setRows(5), image -> image.setHighBit(3),
-                image -> {
-                    image.setRows(65536);
-                    image.setColumns(65536);
-                }, image -> {
-                    image.setRows(-4);
-                    image.setColumns(-4);
-                }, image -> image.setPhotometricInterpretation(Renderable.getPitPaletteColor()),
+                image -> resize(image, 65536), image -> resize(image, -4),
+                image -> image.setPhotometricInterpretation(Renderable.getPitPaletteColor()),
                 image -> image.setPhotometricInterpretation(Renderable.getPitRgb()));
         spoilings.forEach(spoiling -> {
             try (Renderable image = Images.grey8(4, 4)) {

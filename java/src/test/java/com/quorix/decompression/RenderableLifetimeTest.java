@@ -8,9 +8,7 @@ import java.lang.ref.Reference;
 import java.lang.reflect.Field;
 import java.nio.Buffer;
 import java.nio.ByteBuffer;
-import java.util.ArrayList;
 import java.util.List;
-import java.util.concurrent.*;
 import java.util.function.Function;
 import org.junit.jupiter.api.*;
 
@@ -25,7 +23,7 @@ class RenderableLifetimeTest {
 
     @BeforeEach
     void lookAtTheAllocator() throws InterruptedException {
-        collectGarbage();
+        NativeMemory.collectGarbage();
         before = NativeMemory.allocatedBlocks();
     }
 
@@ -40,13 +38,6 @@ class RenderableLifetimeTest {
 
     private long held() {
         return NativeMemory.allocatedBlocks() - before;
-    }
-
-    private static void collectGarbage() throws InterruptedException {
-        for (int i = 0; i < 5; i++) {
-            System.gc();
-            Thread.sleep(10);
-        }
     }
 
     @Test
@@ -72,9 +63,11 @@ class RenderableLifetimeTest {
         for (Function<ByteBuffer, Buffer> kind : kinds) {
             Buffer view;
             try (Renderable image = image()) {
+                kind.apply(image.getPixelData());
+                NativeMemory.collectGarbage();
                 view = kind.apply(image.getPixelData());
             }
-            collectGarbage();
+            NativeMemory.collectGarbage();
             assertEquals(1, held(), "pixels freed under view " + kinds.indexOf(kind));
             if (kind == kinds.get(0)) {
                 assertEquals(PIXELS[77], ((ByteBuffer) view).get(77));
@@ -86,26 +79,11 @@ class RenderableLifetimeTest {
     }
 
     @Test
-    void droppedBuffersDoNotFreeAnOpenImage() throws Exception {
-        try (Renderable image = image()) {
-            for (int i = 0; i < 10; i++) {
-                image.getPixelData();
-                collectGarbage();
-            }
-            assertArrayEquals(PIXELS, Images.pixelsOf(image));
-        }
-    }
-
-    @Test
     void freedPixelsStayWithTheirBuffers() {
         try (Renderable image = image()) {
-            image.setCompressionRatio(17);
             ByteBuffer pixels = image.getPixelData();
             image.freePixelData();
             assertFalse(image.isPixelDataAllocated());
-            assertEquals(ROWS, image.getRows());
-            assertEquals(17, image.getCompressionRatio());
-            assertEquals(Renderable.getPitMonochrome2(), image.getPhotometricInterpretation());
             image.allocatePixelData();
             assertArrayEquals(new byte[PIXELS.length], Images.pixelsOf(image));
             assertEquals(PIXELS[1], pixels.get(1));
@@ -130,28 +108,10 @@ class RenderableLifetimeTest {
 
     @Test
     void closingWhileOthersReadIsSafe() throws Exception {
-        ExecutorService threads = Executors.newFixedThreadPool(4);
-        for (int round = 0; round < 50; round++) {
-            Renderable image = image();
-            List<Future<?>> users = new ArrayList<>();
-            for (int i = 0; i < 3; i++) {
-                users.add(threads.submit(() -> readUntilClosed(image)));
-            }
-            users.add(threads.submit(image::close));
-            for (Future<?> user : users) {
-                user.get();
-            }
-        }
-        threads.shutdown();
-    }
-
-    private static void readUntilClosed(Renderable image) {
-        assertThrows(IllegalStateException.class, () -> {
-            while (true) {
-                assertEquals(ROWS, image.getRows());
-                assertEquals(PIXELS[77], image.getPixelData().get(77));
-                assertEquals(COLUMNS, image.toBufferedImage().getWidth());
-            }
+        CloseUnderUse.run(50, RenderableLifetimeTest::image, image -> {
+            assertEquals(ROWS, image.getRows());
+            assertEquals(PIXELS[77], image.getPixelData().get(77));
+            assertEquals(COLUMNS, image.toBufferedImage().getWidth());
         });
     }
 }

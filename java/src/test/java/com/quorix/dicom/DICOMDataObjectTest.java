@@ -11,7 +11,6 @@ import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
-import java.util.concurrent.*;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
@@ -24,7 +23,6 @@ class DICOMDataObjectTest {
     private static final int PATIENT_NAME = 0x00100010;
     private static final int IMAGE_TYPE = 0x00080008;
     private static final int ROWS = 0x00280010;
-    private static final int PIXEL_DATA = 0x7FE00010;
     private static final byte[] PIXELS = Compressed.gradient16(5, 3, 0);
 
     @TempDir
@@ -44,35 +42,26 @@ class DICOMDataObjectTest {
 
     @Test
     void aFileIsLoadedChangedAndSaved() throws IOException {
-        dataSet.load(file().writeTo(folder.resolve("Bild ß 像.dcm")));
-        assertEquals("Doe^Jane", dataSet.getString(PATIENT_NAME));
+        Path file = file().writeTo(folder.resolve("Bild ß 像.dcm"));
+        dataSet.load(file);
         assertEquals("ORIGINAL\\PRIMARY\\AXIAL", dataSet.getString(IMAGE_TYPE));
-        assertEquals(3, dataSet.getInteger(ROWS, -1));
         assertEquals(17, dataSet.getInteger(0x00200013, -1));
         assertArrayEquals(PIXELS, dataSet.getPixelBytes());
         dataSet.setString(PATIENT_NAME, "PN", "Roe^Richard");
         dataSet.remove(IMAGE_TYPE);
-        Path path = folder.resolve("säved 像.dcm");
-        dataSet.save(path);
-        assertEquals("DICM", new String(Files.readAllBytes(path), 128, 4));
+        dataSet.save(folder.resolve("säved 像.dcm"));
         try (DICOMDataObject loaded = new DICOMDataObject()) {
-            loaded.load(path);
+            loaded.load(folder.resolve("säved 像.dcm"));
             assertEquals("Roe^Richard", loaded.getString(PATIENT_NAME));
             assertFalse(loaded.hasElement(IMAGE_TYPE));
             assertArrayEquals(PIXELS, loaded.getPixelBytes());
+            loaded.loadHeader(file);
+            assertEquals("Doe^Jane", loaded.getString(PATIENT_NAME));
         }
-    }
-
-    @Test
-    void aHeaderIsLoadedWithoutPixels() throws IOException {
-        try (DICOMDataObject ofFile = new DICOMDataObject()) {
-            ofFile.loadHeader(file().writeTo(folder.resolve("file.dcm")));
-            dataSet.loadHeader(new ScriptedStream(file().toBytes()));
-            for (DICOMDataObject header : List.of(ofFile, dataSet)) {
-                assertEquals("Doe^Jane", header.getString(PATIENT_NAME));
-                assertFalse(header.hasElement(PIXEL_DATA));
-                assertNull(header.getPixelBytes());
-            }
+        try (DICOMDataObject header = new DICOMDataObject()) {
+            header.loadHeader(new ScriptedStream(file().toBytes()));
+            assertEquals(3, header.getInteger(ROWS, -1));
+            assertNull(header.getPixelBytes());
         }
     }
 
@@ -167,24 +156,9 @@ class DICOMDataObjectTest {
 
     @Test
     void closingWhileOthersUseItIsSafe() throws Exception {
-        ExecutorService threads = Executors.newFixedThreadPool(3);
-        for (int round = 0; round < 200; round++) {
-            DICOMDataObject shared = new DICOMDataObject();
-            List<Future<?>> users = List.of(threads.submit(() -> useUntilClosed(shared)),
-                    threads.submit(() -> useUntilClosed(shared)), threads.submit(shared::close));
-            for (Future<?> user : users) {
-                user.get();
-            }
-        }
-        threads.shutdown();
-    }
-
-    private static void useUntilClosed(DICOMDataObject dataSet) {
-        assertThrows(IllegalStateException.class, () -> {
-            while (true) {
-                dataSet.setInteger(ROWS, "US", 7);
-                assertEquals(7, dataSet.getInteger(ROWS, 0));
-            }
+        CloseUnderUse.run(200, DICOMDataObject::new, shared -> {
+            shared.setInteger(ROWS, "US", 7);
+            assertEquals(7, shared.getInteger(ROWS, 0));
         });
     }
 }

@@ -14,14 +14,13 @@ import java.lang.ref.WeakReference;
 import java.nio.file.Path;
 import java.util.*;
 import java.util.concurrent.*;
-import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /**
- * Many requests of every kind, good and damaged, from many threads that share the data set of none: they do not
- * disturb each other, memory stays flat and nothing native is left.
+ * Many requests of every kind from many threads that share the data set of none: they do not disturb each other,
+ * memory stays flat and nothing native is left, in Java either.
  */
 @Tag("soak")
 class SoakTest {
@@ -35,33 +34,21 @@ class SoakTest {
     @TempDir
     Path folder;
 
-    private final AtomicInteger failures = new AtomicInteger();
     /** Streams and queues that were given to the library; a global reference left behind would keep one. */
     private final Queue<WeakReference<Object>> inputs = new ConcurrentLinkedQueue<>();
 
     @Test
     void memoryStaysFlat() throws Exception {
         run(REQUESTS / 4);
-        settle();
+        NativeMemory.collectGarbage();
         long blocksBefore = NativeMemory.allocatedBlocks();
         long residentBefore = NativeMemory.residentBytes();
-        failures.set(0);
         run(REQUESTS);
-        settle();
+        NativeMemory.collectGarbage();
         NativeMemory.awaitAllocatedBlocks(blocksBefore);
         assertTrue(inputs.stream().allMatch(input -> input.get() == null), "a Java object is still referred to");
         long growth = NativeMemory.residentBytes() - residentBefore;
-        System.out.println(REQUESTS + " requests, " + failures + " failed as they should; resident memory grew by "
-                + growth / 1024 + " KB");
         assertTrue(growth < GROWTH, "resident memory grew by " + growth + " bytes");
-        assertTrue(failures.get() > REQUESTS / 10, "too few of the damaged ones failed: " + failures);
-    }
-
-    private static void settle() throws InterruptedException {
-        for (int i = 0; i < 5; i++) {
-            System.gc();
-            Thread.sleep(20);
-        }
     }
 
     private void run(int requests) throws Exception {
@@ -82,13 +69,11 @@ class SoakTest {
         byte[] pixels = Compressed.gradient16(COLUMNS, ROWS, seed);
         byte[] nativeFile = DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels).toBytes();
         byte[] jpeg = Compressed.jpeg(COLUMNS, ROWS, seed % 64);
-        switch (seed % 6) {
+        switch (seed % 4) {
             case 0 -> decode(Compressed.jpeg2000(), Compressed.jpeg2000Pixels());
-            case 1 -> decodeQueue(jpeg, seed / 6 % 3 != 0);
-            case 2 -> decodeFrames(jpeg, 1 + seed / 6 % 3);
-            case 3 -> decodeIntoDataSet(nativeFile, pixels);
-            case 4 -> decodeDamaged(jpeg, seed);
-            default -> decodeDamaged(nativeFile, seed);
+            case 1 -> decodeQueue(jpeg, seed / 4 % 3 != 0);
+            case 2 -> decodeFrames(jpeg, 1 + seed / 4 % 3);
+            default -> decodeIntoDataSet(nativeFile, pixels);
         }
         return null;
     }
@@ -101,9 +86,9 @@ class SoakTest {
 
     private void decode(byte[] input, byte[] expected) throws IOException {
         Path file = folder.resolve(Thread.currentThread().getName());
-        try (Renderable image = Decompressor.decode(stream(input), DecodeOptions.DEFAULT);
-                Renderable loaded = new Renderable()) {
-            image.saveToFileLocked(file);
+        // The decoded image is left to the garbage collector.
+        Decompressor.decode(stream(input), DecodeOptions.DEFAULT).saveToFileLocked(file);
+        try (Renderable loaded = new Renderable()) {
             assertTrue(loaded.loadFromFile(file));
             assertArrayEquals(expected, Images.pixelsOf(loaded));
         }
@@ -118,21 +103,6 @@ class SoakTest {
         }
     }
 
-    /** Bytes lost or changed: the outcome does not matter, as long as there is one. */
-    private void decodeDamaged(byte[] input, int seed) throws IOException {
-        Random random = new Random(seed);
-        byte[] damaged = Arrays.copyOf(input, 1 + random.nextInt(input.length));
-        for (int i = 0; i < 4; i++) {
-            damaged[random.nextInt(damaged.length)] = (byte) random.nextInt();
-        }
-        try {
-            // The pixels are left to the garbage collector.
-            Decompressor.decode(stream(damaged), DecodeOptions.DEFAULT).getPixelData();
-        } catch (DecompressionException failure) {
-            failures.incrementAndGet();
-        }
-    }
-
     private void decodeQueue(byte[] jpeg, boolean isComplete) throws Exception {
         InputBufferQueue queue = new InputBufferQueue(2);
         inputs.add(new WeakReference<>(queue));
@@ -143,7 +113,6 @@ class SoakTest {
             assertArrayEquals(Compressed.jpegPixels(jpeg), Images.pixelsOf(image));
         } catch (DecompressionException failure) {
             assertTrue(!isComplete && failure.getCode() == DecompressionException.INTERRUPTED, failure.toString());
-            failures.incrementAndGet();
         }
     }
 

@@ -84,17 +84,13 @@ public final class DicomFile {
     }
 
     public byte[] toBytes() {
-        DicomFile meta = new DicomFile(0, 0, 1, 8, "");
-        meta.elements.clear();
-        meta.element(0x00020001, "OB", new byte[] {0, 1}).text(0x00020002, "UI", "1.2.840.10008.5.1.4.1.1.7")
-                .text(0x00020003, "UI", "1.2.826.0.1.3680043.8.498.1").text(0x00020010, "UI", transferSyntax)
-                .text(0x00020012, "UI", "1.2.826.0.1.3680043.8.498.2");
-        int size = meta.elements.values().stream().mapToInt(element -> element.length).sum();
-        meta.element(0x00020000, "UL", little(4).putInt(size).array());
+        byte[] uid = padded(transferSyntax, "\0");
+        byte[] syntax = encoded(0x00020010, "UI", uid.length, uid);
         ByteArrayOutputStream out = new ByteArrayOutputStream();
         out.writeBytes(new byte[128]);
-        out.writeBytes(new byte[] {'D', 'I', 'C', 'M'});
-        meta.elements.values().forEach(out::writeBytes);
+        out.writeBytes(padded("DICM", ""));
+        out.writeBytes(encoded(0x00020000, "UL", 4, little(4).putInt(syntax.length).array()));
+        out.writeBytes(syntax);
         elements.values().forEach(out::writeBytes);
         return out.toByteArray();
     }

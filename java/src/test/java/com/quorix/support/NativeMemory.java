@@ -29,6 +29,13 @@ public final class NativeMemory {
         }
     }
 
+    public static void collectGarbage() throws InterruptedException {
+        for (int i = 0; i < 5; i++) {
+            System.gc();
+            Thread.sleep(10);
+        }
+    }
+
     /** Collects garbage until the allocator holds as much as expected; fails when it never does. */
     public static void awaitAllocatedBlocks(long expected) throws InterruptedException {
         long end = System.currentTimeMillis() + PATIENCE_MILLIS;
