@@ -101,17 +101,15 @@ def read_png(path):
     """(columns, rows, depth, colour type, values)"""
     with open(path, "rb") as file:
         data = file.read()
-    at, packed, header = 8, b"", None
+    at, packed = 8, b""
     while at < len(data):
         length, kind = struct.unpack(">L4s", data[at:at + 8])
-        body = data[at + 8:at + 8 + length]
-        header = struct.unpack(">LLBB", body[:10]) if kind == b"IHDR" else header
-        packed += body if kind == b"IDAT" else b""
+        packed += data[at + 8:at + 8 + length] if kind == b"IDAT" else b""
         at += length + 12
-    columns, rows, depth, colour = header
+    columns, rows, depth, colour = struct.unpack(">LLBB", data[16:26])
     bits = depth * (3 if colour == 2 else 1)
     stride, step = (columns * bits + 7) // 8, max(1, bits // 8)
-    raw, values, above = zlib.decompress(packed), [], bytearray((columns * bits + 7) // 8)
+    raw, values, above = zlib.decompress(packed), [], bytes(stride)
     for row in range(rows):
         kind, line = raw[row * (stride + 1)], bytearray(raw[row * (stride + 1) + 1:(row + 1) * (stride + 1)])
         for index in range(stride):
@@ -218,6 +216,9 @@ class Program(unittest.TestCase):
         self.assertEqual(done.returncode, status, (arguments, done.stdout, done.stderr))
         return done
 
+    def dump(self, name):
+        return subprocess.run(["dcmdump", "-q", self.path(name)], capture_output=True, check=True).stdout
+
     def lines(self, *arguments, **keywords):
         return [json.loads(line) for line in self.run_it("--json", *arguments, **keywords).stdout.splitlines()]
 
@@ -312,7 +313,7 @@ class CommandLine(Program):
             with self.subTest(name):
                 self.put("in", content)
                 self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", scale)
-                dump = subprocess.run(["dcmdump", "-q", self.path("out.dcm")], capture_output=True, check=True).stdout
+                dump = self.dump("out.dcm")
                 self.assertNotIn(b"\0", dump)  # text is padded with spaces
                 values = {part.split(b"]")[0].strip(b" ") for part in dump.split(b"[")[1:]}
                 self.assertEqual(expected - values, set(), dump)
@@ -348,7 +349,7 @@ class CommandLine(Program):
             with self.subTest(name):
                 self.put("in", content)
                 self.run_it("in", "--format", "dicom", "-o", "out.dcm")
-                dump = subprocess.run(["dcmdump", "-q", self.path("out.dcm")], capture_output=True, check=True).stdout
+                dump = self.dump("out.dcm")
                 for text in (b"[01]", b"\\JPEG LOSSY", b"ISO_10918_1", b"LOSSY JPEG COMPRESSION"):
                     self.assertEqual(text in dump, lossy, (text, dump))
                 self.assertEqual(b"SourceImageSequence" in dump, name == "jpeg")

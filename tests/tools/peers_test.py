@@ -5,7 +5,7 @@
 usage: peers_test.py QUORIX_DECOMPRESS
 
 The files are those of Debian's python3-pydicom. Native and RLE data are read by pydicom itself, JPEG is
-decompressed by DCMTK's dcmdjpeg first. Colour is brought to 8-bit RGB by the plain formulas.
+decompressed by DCMTK's dcmdjpeg first. Colour is brought to RGB by pydicom, which rounds where this library cuts off.
 """
 
 import glob
@@ -18,7 +18,7 @@ import warnings
 
 import numpy
 import pydicom
-from pydicom.pixel_data_handlers.util import apply_color_lut
+from pydicom.pixel_data_handlers.util import apply_color_lut, convert_color_space
 
 # Files that pydicom reads and this library deliberately does not, with the code and why.
 REFUSED = {
@@ -36,14 +36,6 @@ RLE = "1.2.840.10008.1.2.5"
 JPEG = {"1.2.840.10008.1.2.4.50", "1.2.840.10008.1.2.4.51", "1.2.840.10008.1.2.4.57", "1.2.840.10008.1.2.4.70"}
 
 
-def ybr_to_rgb(pixels):
-    y, cb, cr = (pixels[..., k].astype(numpy.float32) for k in range(3))
-    cb, cr = cb - numpy.float32(128), cr - numpy.float32(128)
-    f = numpy.float32
-    rgb = numpy.stack([y + f(1.402) * cr, y - f(0.344136) * cb - f(0.714136) * cr, y + f(1.772) * cb], axis=-1)
-    return numpy.clip(numpy.trunc(rgb), 0, 255).astype(numpy.uint8)
-
-
 def expected(image):
     """Frames as the library delivers them, or None where there is nothing to compare with."""
     pixels = image.pixel_array
@@ -52,7 +44,7 @@ def expected(image):
     if image.PhotometricInterpretation == "PALETTE COLOR":
         pixels = numpy.stack([apply_color_lut(frame, image) for frame in pixels])
     elif image.PhotometricInterpretation.startswith("YBR_FULL"):
-        return list(ybr_to_rgb(pixels))
+        return list(convert_color_space(pixels, "YBR_FULL", "RGB"))
     if pixels.ndim == 4 and pixels.dtype.itemsize == 2:
         pixels = (pixels >> 8).astype(numpy.uint8)
     return list(pixels)
@@ -65,8 +57,7 @@ def read_by_peer(path, folder):
     syntax = image.file_meta.TransferSyntaxUID
     if syntax in JPEG:
         plain = os.path.join(folder, "plain.dcm")
-        if subprocess.run(["dcmdjpeg", "+cp", path, plain],
-                          capture_output=True).returncode != 0:
+        if subprocess.run(["dcmdjpeg", "+cp", path, plain], capture_output=True).returncode != 0:
             return None
         return pydicom.dcmread(plain)
     return image if syntax == RLE or not syntax.is_compressed else None
@@ -89,8 +80,10 @@ def check(program, path, folder):
     for result, frame in zip(results, frames):
         assert result["result_code"] == 0, result["message"]
         with open(result["output"], "rb") as file:
-            ours = file.read()
-        assert ours == frame.astype(frame.dtype.newbyteorder("<")).tobytes(), f"frame {result['frame']} differs"
+            ours = numpy.frombuffer(file.read(), frame.dtype.newbyteorder("<"))
+        most = 1 if image.PhotometricInterpretation.startswith("YBR_FULL") else 0
+        assert ours.size == frame.size and numpy.abs(ours.astype(int) - frame.ravel()).max() <= most, \
+            f"frame {result['frame']} differs"
     return len(frames)
 
 
