@@ -32,18 +32,10 @@ Bytes Part(const Bytes& theBytes, std::size_t theFrom, std::size_t theTo)
                  theBytes.begin() + static_cast<std::ptrdiff_t>(theTo));
 }
 
-JpegSpec Spec(JpegSpec::Process theProcess, int theComponents = 1, int thePrecision = 8)
-{
-    JpegSpec aSpec;
-    aSpec.itsProcess = theProcess;
-    aSpec.itsComponents = theComponents;
-    aSpec.itsPrecision = thePrecision;
-    return aSpec;
-}
-
-const JpegSpec kGreySpec = Spec(JpegSpec::Process::LOSSLESS);
-const JpegSpec kDeepSpec = Spec(JpegSpec::Process::LOSSLESS, 1, 16);
-const JpegSpec kColourSpec = Spec(JpegSpec::Process::BASELINE, 3);
+using Process = JpegSpec::Process;
+const JpegSpec kGreySpec{.itsProcess = Process::LOSSLESS};
+const JpegSpec kDeepSpec{.itsPrecision = 16, .itsProcess = Process::LOSSLESS};
+const JpegSpec kColourSpec{.itsComponents = 3};
 
 /// Frame theIndex of lossless 8 x 8 grey, and what it decodes to.
 Bytes Pixels(int theIndex)
@@ -148,14 +140,10 @@ struct FaultCase
 
 std::vector<FaultCase> ColourCases()
 {
-    JpegSpec aJFIF = kColourSpec;
-    aJFIF.itsJFIF = true;
-    JpegSpec anAdobeRGB = kColourSpec;
-    anAdobeRGB.itsAdobeTransform = 0;
-    JpegSpec anAdobeYBR = kColourSpec;
-    anAdobeYBR.itsAdobeTransform = 1;
-    JpegSpec aLettered = kColourSpec;
-    aLettered.itsComponentIds = {'R', 'G', 'B'};
+    const JpegSpec aJFIF{.itsComponents = 3, .itsJFIF = true};
+    const JpegSpec anAdobeRGB{.itsComponents = 3, .itsAdobeTransform = 0};
+    const JpegSpec anAdobeYBR{.itsComponents = 3, .itsAdobeTransform = 1};
+    const JpegSpec aLettered{.itsComponents = 3, .itsComponentIds = {'R', 'G', 'B'}};
     const auto aFile = [](const JpegSpec& theSpec, const char* theLabel)
     {
         return Encapsulated(kBaseline, theSpec, theLabel,
@@ -215,8 +203,7 @@ void Check(const std::vector<FaultCase>& theCases)
 std::vector<FaultCase> CodestreamCases()
 {
     const Bytes aGrey = Frame(0);
-    JpegSpec anOpen = kGreySpec;
-    anOpen.itsEndOfImage = false;
+    const JpegSpec anOpen{.itsProcess = Process::LOSSLESS, .itsEndOfImage = false};
     const Bytes anOpenFrame = MakeJpeg(anOpen, std::vector<std::uint16_t>(64, 77));
     // Differences of 65535, of 32768 and of 1 the other way round.
     std::vector<std::uint16_t> aJumps(64);
@@ -229,8 +216,8 @@ std::vector<FaultCase> CodestreamCases()
     }
     const Bytes aJumping = Words({aJumps.begin(), aJumps.end()});
     const Bytes aWrapped = Even(MakeJpeg(kDeepSpec, aJumps));
-    const JpegSpec aTwelve = Spec(JpegSpec::Process::EXTENDED, 1, 12);
-    const JpegSpec aLossy = Spec(JpegSpec::Process::BASELINE);
+    const JpegSpec aTwelve{.itsPrecision = 12, .itsProcess = Process::EXTENDED};
+    const JpegSpec aLossy;
     const auto aFlat = [](const JpegSpec& theSpec, int theValue)
     { return Even(MakeJpeg(theSpec, MakeFlatSamples(theSpec, {theValue}))); };
     const auto aFile =

@@ -18,18 +18,7 @@ namespace
 const RWCString& kJPEG = TransferSyntaxType::TSJPEG50UID;
 const RWCString& kRLE = TransferSyntaxType::TSRLEUID;
 
-JpegSpec Spec(int theComponents, JpegSpec::Process theProcess = JpegSpec::Process::BASELINE,
-              int thePrecision = 8)
-{
-    JpegSpec aSpec;
-    aSpec.itsWidth = 16;
-    aSpec.itsComponents = theComponents;
-    aSpec.itsProcess = theProcess;
-    aSpec.itsPrecision = thePrecision;
-    return aSpec;
-}
-
-Bytes GreyJpeg(const JpegSpec& theSpec = Spec(1))
+Bytes GreyJpeg(const JpegSpec& theSpec = {.itsWidth = 16})
 {
     return MakeJpeg(theSpec, MakeSamples(theSpec));
 }
@@ -51,7 +40,8 @@ TEST(CompressedImageStreamDecompressor, ReportsEveryFailureAndKeepsNothing)
         {"no codec", GreyJpeg(), "1.2.3", " (no Renderable at end)"},
         {"nothing to read", {}, kJPEG, kJPEGFailure + "0 bytes so far): *"},
         {"no JPEG stream", Bytes(40, 7), kJPEG, kJPEGFailure + "40 bytes so far): *"},
-        {"too deep for the 8-bit codec", GreyJpeg(Spec(1, JpegSpec::Process::EXTENDED, 12)), kJPEG,
+        {"too deep for the 8-bit codec",
+         GreyJpeg({.itsPrecision = 12, .itsProcess = JpegSpec::Process::EXTENDED}), kJPEG,
          kJPEGFailure + "*"},
         {"RLE knows nothing without a data set", RleFrame({Bytes(8, 1)}), kRLE, kStreamFailure + "*"},
     };
@@ -122,7 +112,7 @@ TEST(CompressedImageStreamDecompressor, CompletesTheRecordFromTheDataSet)
 
 TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
 {
-    const Bytes aStream = GreyJpeg(Spec(1, JpegSpec::Process::LOSSLESS));
+    const Bytes aStream = GreyJpeg({.itsProcess = JpegSpec::Process::LOSSLESS});
     for (const auto& [aText, aLossy] : {std::pair("00", false), {"01", true}, {"02", true}})
     {
         DataSet aDataSet;
@@ -138,7 +128,7 @@ TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
 
 TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
 {
-    const JpegSpec aSpec = Spec(3);
+    const JpegSpec aSpec{.itsWidth = 16, .itsComponents = 3};
     const Bytes aStream = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200, 100, 160}));
     DataSet aDataSet;
     aDataSet.SetText(DICOMTags::PhotometricInterpretation, "YBR_PARTIAL_422")

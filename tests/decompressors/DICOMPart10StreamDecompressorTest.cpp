@@ -18,14 +18,7 @@ const RWCString& kBaseline = TransferSyntaxType::TSJPEG50UID;
 const RWCString& kLossless = TransferSyntaxType::TSJPEG70UID;
 const RWCString& kRle = TransferSyntaxType::TSRLEUID;
 
-JpegSpec Spec(int theWidth, int theHeight, int theComponents = 1)
-{
-    JpegSpec aSpec;
-    aSpec.itsWidth = theWidth;
-    aSpec.itsHeight = theHeight;
-    aSpec.itsComponents = theComponents;
-    return aSpec;
-}
+const JpegSpec kSpec{.itsWidth = 16};
 
 struct FailureCase
 {
@@ -46,9 +39,8 @@ std::vector<FailureCase> FailureCases()
     const std::string kLogicError = "A logic error occurred in the Decompressor: ";
     const std::string kShort = "Failed to read the pixel data";
     const Syntax kLittle = Syntax::EXPLICIT_LITTLE;
-    const JpegSpec aSpec = Spec(16, 8);
-    const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
-    const Bytes aJpegFile = Encapsulated(kBaseline, aSpec, "MONOCHROME2", {aJpeg, aJpeg});
+    const Bytes aJpeg = MakeJpeg(kSpec, MakeSamples(kSpec));
+    const Bytes aJpegFile = Encapsulated(kBaseline, kSpec, "MONOCHROME2", {aJpeg, aJpeg});
     const Bytes anRle = RleFrame({Bytes(128), Bytes(128), Bytes(128)});
     const auto aCut = [aFile = Grey8()](std::size_t theSize) { return Bytes(&aFile[0], &aFile[theSize]); };
     const std::size_t aSize = Grey8().size(); // ends with 12 bytes before 6 pixels
@@ -69,17 +61,17 @@ std::vector<FailureCase> FailureCases()
         {"frame -2", Grey8(2), 37, kShort, {-2}},
         {"a compressed frame behind the last", aJpegFile, 38, kGetFrame + "2) failed", {2}},
         {"compressed frame -2", aJpegFile, 38, kGetFrame + "-2) failed", {-2}},
-        {"no JPEG stream", Encapsulated(kBaseline, aSpec, "MONOCHROME2", {Bytes(64, 7)}), 38,
+        {"no JPEG stream", Encapsulated(kBaseline, kSpec, "MONOCHROME2", {Bytes(64, 7)}), 38,
          kLogicError + "JPEGDecoder: error (read 64 bytes so far): *"},
         {"a codestream larger than the data set says",
-         Encapsulated(kBaseline, Spec(16, 7), "MONOCHROME2", {aJpeg}), 62,
+         Encapsulated(kBaseline, {.itsWidth = 16, .itsHeight = 7}, "MONOCHROME2", {aJpeg}), 62,
          "CompressedStreamDecoder::Decode: output buffer size 112 < decoded image size 128*"},
         {"colour that has no conversion",
          Native(kLittle, 3, "YBR_PARTIAL_420", 2, 2, 8, 0, Counting(12), "OB"), 12,
          kConversion +
              "RenderableToNonPlanar8BitRGB: PhotometricInterpretation not supported: YBR_PARTIAL_420"},
-        {"RLE keeps the label that it came with", Encapsulated(kRle, Spec(16, 8, 3), "YBR_FULL_422", {anRle}),
-         12,
+        {"RLE keeps the label that it came with",
+         Encapsulated(kRle, {.itsWidth = 16, .itsComponents = 3}, "YBR_FULL_422", {anRle}), 12,
          kConversion + "YBR_FULL_422RenderableTo8BitRGB: Renderable contains incorrect number of samples for "
                        "YBR_FULL_422 encoding"},
         {"dimensions whose size wraps to little",
@@ -150,7 +142,8 @@ TEST(DICOMPart10StreamDecompressor, ReachesALateFrameWithoutReadingTheOthers)
     aNative.AddImageAttributes(1, "MONOCHROME2", 64, 128, 8, 8, 0, kFrames);
     aNative.AddNativePixelData(Bytes(kFrames * aPixels.size(), 5), "OB");
     const std::vector<Bytes> aFrames(kFrames, RleFrame({aPixels}));
-    for (const Bytes& aFile : {aNative.Build(), Encapsulated(kRle, Spec(128, 64), "MONOCHROME2", aFrames)})
+    for (const Bytes& aFile :
+         {aNative.Build(), Encapsulated(kRle, {.itsWidth = 128, .itsHeight = 64}, "MONOCHROME2", aFrames)})
     {
         RecordingInputStream::Record aRecord;
         RecordingInputStream aStream(aFile, {}, aRecord);
@@ -232,9 +225,7 @@ TEST(DICOMPart10StreamDecompressor, BringsBigEndianWordsIntoNativeOrder)
 
 TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
 {
-    JpegSpec aDeep = Spec(16, 8);
-    aDeep.itsProcess = JpegSpec::Process::LOSSLESS;
-    aDeep.itsPrecision = 16;
+    const JpegSpec aDeep{.itsWidth = 16, .itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS};
     const auto aNative = [](Syntax theSyntax, int theBits, const Bytes& thePixels, const char* theVR)
     { return Native(theSyntax, 1, "MONOCHROME2", 1, 32 / theBits, theBits, 1, thePixels, theVR); };
     const struct
@@ -251,7 +242,7 @@ TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
          Encapsulated(kLossless, aDeep, "MONOCHROME2", {MakeJpeg(aDeep, MakeFlatSamples(aDeep, {0x7ffe}))},
                       16, 1),
          Words(std::vector<int>(128, 0xfffe))},
-        {"RLE", Encapsulated(kRle, Spec(16, 8), "MONOCHROME2", {RleFrame({Bytes(128, 0x81)})}, 8, 1),
+        {"RLE", Encapsulated(kRle, kSpec, "MONOCHROME2", {RleFrame({Bytes(128, 0x81)})}, 8, 1),
          Bytes(128, 1)}};
     for (const auto& aCase : kCases)
     {
@@ -293,9 +284,8 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
 {
     const Bytes anIndices{0, 3, 1, 9};
     const Bytes aColours{10, 20, 30, 13, 23, 33, 11, 21, 31, 13, 23, 33};
-    JpegSpec anIndexed = Spec(4, 1);
-    anIndexed.itsProcess = JpegSpec::Process::LOSSLESS;
-    const JpegSpec aColour = Spec(2, 1, 3);
+    const JpegSpec anIndexed{.itsWidth = 4, .itsHeight = 1, .itsProcess = JpegSpec::Process::LOSSLESS};
+    const JpegSpec aColour{.itsWidth = 2, .itsHeight = 1, .itsComponents = 3};
     const Bytes aJpeg = MakeJpeg(aColour, MakeFlatSamples(aColour, {200, 100, 160}));
     const Bytes anRle = RleFrame({{200, 200}, {100, 100}, {160, 160}});
     const struct
@@ -310,6 +300,9 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
         {"YCbCr",
          Native(Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 1, 1, 8, 0, {200, 100, 160}, "OB"),
          {244, 186, 150}},
+        {"4:2:2",
+         Native(Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL_422", 1, 2, 8, 0, {200, 200, 100, 160}, "OB"),
+         {244, 186, 150, 244, 186, 150}},
         {"YCbCr, JPEG",
          Encapsulated(kBaseline, aColour, "YBR_FULL", {aJpeg}),
          {245, 187, 150, 245, 187, 150}},

@@ -221,10 +221,10 @@ TEST(DecompressingPixelInputStreamVR, DoesNotShowAnEarlierFrameThroughAShortOne)
 
     Fixture aJpeg(2, 8, 8);
     aJpeg.itsUID = TransferSyntaxType::TSJPEG50UID;
-    JpegSpec aSpec;
-    aJpeg.itsFrames[0] = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200}));
-    aSpec.itsHeight = 3;
-    aJpeg.itsFrames[1] = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}));
+    const JpegSpec aSpec;
+    const JpegSpec aShort{.itsHeight = 3};
+    aJpeg.itsFrames = {MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200})),
+                       MakeJpeg(aShort, MakeFlatSamples(aShort, {100}))};
     EXPECT_EQ(ReadAll(*aJpeg.Make(), 100), Bytes(64, 200) + Bytes(24, 100) + Bytes(40, 0));
 }
 

@@ -46,11 +46,8 @@ DicomBuilder Attribute(std::size_t theSize)
 
 Bytes Fragments(std::size_t theCount)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 3;
-    aSpec.itsHeight = 2;
     return Part10Files::Encapsulated(
-        TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2",
+        TransferSyntaxType::TSRLEUID, {.itsWidth = 3, .itsHeight = 2}, "MONOCHROME2",
         std::vector<Bytes>(theCount, Part10Files::RleFrame({Part10Files::Counting(6)})));
 }
 } // namespace
@@ -147,9 +144,7 @@ Bytes ShortNative(std::uint32_t theLength, std::size_t theBytes)
 TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
 {
     const JpegSpec aSpec;
-    JpegSpec aDeepSpec;
-    aDeepSpec.itsProcess = JpegSpec::Process::LOSSLESS;
-    aDeepSpec.itsPrecision = 16;
+    const JpegSpec aDeepSpec{.itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS};
     const auto aText = [](const Bytes& theStream, const char* theRows)
     {
         const std::string aSize = std::to_string(theStream.size());
@@ -186,15 +181,11 @@ TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
 
 TEST(Limits, TheSmallestCompressedImagesAreDecoded)
 {
-    JpegSpec aGrey;
-    aGrey.itsWidth = aGrey.itsHeight = 1024;
-    JpegSpec aColour = aGrey;
-    aColour.itsComponents = 3;
-    aColour.itsSampling = {{4, 1}, {1, 4}, {1, 1}};
-    JpegSpec aLossless = aGrey;
-    aLossless.itsProcess = JpegSpec::Process::LOSSLESS;
-    aLossless.itsPrecision = 16;
-    for (const JpegSpec& aSpec : {aGrey, aColour, aLossless})
+    const JpegSpec kSpecs[] = {
+        {.itsWidth = 1024, .itsHeight = 1024},
+        {.itsWidth = 1024, .itsHeight = 1024, .itsComponents = 3, .itsSampling = {{4, 1}, {1, 4}, {1, 1}}},
+        {.itsWidth = 1024, .itsHeight = 1024, .itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS}};
+    for (const JpegSpec& aSpec : kSpecs)
     {
         const std::vector<int> aPixel(static_cast<std::size_t>(aSpec.itsComponents),
                                       1 << (aSpec.itsPrecision - 1));
@@ -207,9 +198,8 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
         EXPECT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
     }
     // RLE may end early by its definition, at any size.
-    JpegSpec aLarge;
-    aLarge.itsWidth = aLarge.itsHeight = 4096;
-    const Bytes anRle = Part10Files::Encapsulated(TransferSyntaxType::TSRLEUID, aLarge, "MONOCHROME2",
-                                                  {Part10Files::RleFrame({{1, 2, 3}})});
+    const Bytes anRle =
+        Part10Files::Encapsulated(TransferSyntaxType::TSRLEUID, {.itsWidth = 4096, .itsHeight = 4096},
+                                  "MONOCHROME2", {Part10Files::RleFrame({{1, 2, 3}})});
     EXPECT_EQ(RunPart10(anRle, nullptr).Code(), 0);
 }

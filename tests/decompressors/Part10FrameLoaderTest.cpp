@@ -14,11 +14,9 @@ using namespace Part10Files;
 // The allocator hands out used memory; none of it may reach the image.
 TEST(Part10FrameLoader, SamplesThatAnRleSegmentDoesNotBringAreZero)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 4;
-    aSpec.itsHeight = 2;
     const Bytes aFrame = RleFrame({{1, 2, 3}});
-    const Bytes aFile = Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2", {aFrame});
+    const Bytes aFile =
+        Encapsulated(TransferSyntaxType::TSRLEUID, {.itsWidth = 4, .itsHeight = 2}, "MONOCHROME2", {aFrame});
     const Bytes anExpected{1, 2, 3, 0, 0, 0, 0, 0};
     DICOMDataObject aDataSet;
     EXPECT_EQ(RunPart10(aFile, &aDataSet).Pixels(), anExpected);
@@ -29,17 +27,15 @@ TEST(Part10FrameLoader, SamplesThatAnRleSegmentDoesNotBringAreZero)
 
 TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 32;
-    aSpec.itsHeight = 32;
     const Bytes aFrame = RleFrame({Bytes(1024, 5)});
     ASSERT_EQ(aFrame.size(), 80u);
     for (const int aScaleFactor : {0, 1, 3})
     {
         DICOMDataObject aDataSet;
         const Outcome anOutcome =
-            RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2", {aFrame}), &aDataSet,
-                      {0, aScaleFactor});
+            RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, {.itsWidth = 32, .itsHeight = 32},
+                                   "MONOCHROME2", {aFrame}),
+                      &aDataSet, {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
         EXPECT_EQ(anOutcome.Pixels(), Bytes(1024, 5));
         EXPECT_EQ(Describe(*anOutcome.Image()), "MONOCHROME2 32 x 32 x 1, 8/8/7, scale 1, ratio 13")
@@ -51,14 +47,13 @@ TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
 // The image would otherwise end in bytes that no codec has written, and could not be saved.
 TEST(Part10FrameLoader, AnImageSmallerThanAnnouncedClaimsNoMore)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 16;
+    const JpegSpec aSpec{.itsWidth = 16};
     const Bytes aStream = MakeJpeg(aSpec, MakeSamples(aSpec));
-    JpegSpec anAnnounced = aSpec;
-    anAnnounced.itsHeight = 24;
     DICOMDataObject aDataSet;
-    const Outcome anOutcome = RunPart10(
-        Encapsulated(TransferSyntaxType::TSJPEG50UID, anAnnounced, "MONOCHROME2", {aStream}), &aDataSet);
+    const Outcome anOutcome =
+        RunPart10(Encapsulated(TransferSyntaxType::TSJPEG50UID, {.itsWidth = 16, .itsHeight = 24},
+                               "MONOCHROME2", {aStream}),
+                  &aDataSet);
     ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
     EXPECT_EQ(anOutcome.Image()->getRows(), 8);
     EXPECT_EQ(anOutcome.Image()->getPixelDataSize(), 128u);

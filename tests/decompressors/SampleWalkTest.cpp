@@ -14,9 +14,9 @@
 
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
+#include "support/DataSet.h"
 #include "support/SampleTable.h"
 #include "support/Sha256.h"
-#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 #include "toolkit/dicom/detail/StreamFilters.h"
 
@@ -249,21 +249,19 @@ Outcome RunJpeg(const Bytes& theStream, bool theIsPlainColour)
         aHeader = std::min(aHeader,
                            std::search(theStream.begin(), theStream.end(), aMarker.begin(), aMarker.end()));
     }
-    JpegSpec aSpec;
-    aSpec.itsPrecision = aHeader == theStream.end() ? 8 : aHeader[4];
-    if (aSpec.itsPrecision <= 8)
+    const int aPrecision = aHeader == theStream.end() ? 8 : aHeader[4];
+    if (aPrecision <= 8)
     {
         // Without markers that say so, only a data set can tell that three components are RGB already.
-        DICOMDataObject aDataSet;
-        aDataSet.ReplaceVR(
-            MVRFactory(aDataSet.GetDataDictionary(), aDataSet.GetEndian(), VR::GetDefaultMemoryAllocater())
-                .CreateString(DICOMTags::PhotometricInterpretation, "RGB"));
+        DataSet aDataSet;
+        aDataSet.SetText(DICOMTags::PhotometricInterpretation, "RGB");
         return RunBareImage(theStream, TransferSyntaxType::TSJPEG50UID,
                             theIsPlainColour ? &aDataSet : nullptr);
     }
-    aSpec.itsComponents = aHeader[9];
-    aSpec.itsHeight = aHeader[5] * 256 + aHeader[6];
-    aSpec.itsWidth = aHeader[7] * 256 + aHeader[8];
+    const JpegSpec aSpec{.itsWidth = aHeader[7] * 256 + aHeader[8],
+                         .itsHeight = aHeader[5] * 256 + aHeader[6],
+                         .itsComponents = aHeader[9],
+                         .itsPrecision = aPrecision};
     const RWCString& aUID =
         aHeader[1] == 0xc3 ? TransferSyntaxType::TSJPEG57UID : TransferSyntaxType::TSJPEG51UID;
     DICOMDataObject aDataSet;

@@ -42,12 +42,11 @@ inline void Add(std::vector<FaultFile>& theFiles, const std::string& theName, co
 inline void AddJpeg(std::vector<FaultFile>& theFiles, const std::string& theName, const RWCString& theUID,
                     JpegSpec::Process theProcess, int thePrecision, int theComponents = 1)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 9;
-    aSpec.itsHeight = 5;
-    aSpec.itsProcess = theProcess;
-    aSpec.itsPrecision = thePrecision;
-    aSpec.itsComponents = theComponents;
+    const JpegSpec aSpec{.itsWidth = 9,
+                         .itsHeight = 5,
+                         .itsComponents = theComponents,
+                         .itsPrecision = thePrecision,
+                         .itsProcess = theProcess};
     const bool isLossless = theProcess == JpegSpec::Process::LOSSLESS;
     Add(theFiles, theName, theUID, aSpec,
         theComponents == 1 ? "MONOCHROME2" : (isLossless ? "RGB" : "YBR_FULL_422"),
@@ -56,43 +55,33 @@ inline void AddJpeg(std::vector<FaultFile>& theFiles, const std::string& theName
 
 inline void AddJpeg2000(std::vector<FaultFile>& theFiles)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
-    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
-    aSpec.itsPrecision = 12;
-    Add(theFiles, "JPEG 2000 lossless", TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
-        Jpeg2000Streams::Grey12(), Jpeg2000Streams::Grey12());
-    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::kLossySize;
-    aSpec.itsPrecision = 8;
-    aSpec.itsComponents = 3;
-    Add(theFiles, "JPEG 2000 lossy", TransferSyntaxType::TSJPEG2KUID, aSpec, "YBR_ICT",
-        Jpeg2000Streams::Lossy(), Jpeg2000Streams::Lossy());
+    using namespace Jpeg2000Streams;
+    Add(theFiles, "JPEG 2000 lossless", TransferSyntaxType::TSJPEG2KLosslessUID,
+        {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight, .itsPrecision = 12}, "MONOCHROME2", Grey12(),
+        Grey12());
+    Add(theFiles, "JPEG 2000 lossy", TransferSyntaxType::TSJPEG2KUID,
+        {.itsWidth = kLossySize, .itsHeight = kLossySize, .itsComponents = 3}, "YBR_ICT", Lossy(), Lossy());
 }
 
 inline void AddRleAndNative(std::vector<FaultFile>& theFiles)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = 7;
-    aSpec.itsHeight = 5;
-    aSpec.itsPrecision = 16;
-    Add(theFiles, "RLE 16 bits", TransferSyntaxType::TSRLEUID, aSpec, "MONOCHROME2",
-        RleEncoder::Encode(Part10Files::Counting(70), 2, 1, 7),
-        RleEncoder::Encode(Part10Files::Counting(70, 70), 2, 1, 7));
-    aSpec.itsPrecision = 8;
-    aSpec.itsComponents = 3;
-    Add(theFiles, "RLE colour", TransferSyntaxType::TSRLEUID, aSpec, "RGB",
-        RleEncoder::Encode(Part10Files::Counting(105), 1, 3, 7),
-        RleEncoder::Encode(Part10Files::Counting(105, 105), 1, 3, 7));
+    using namespace Part10Files;
+    Add(theFiles, "RLE 16 bits", TransferSyntaxType::TSRLEUID,
+        {.itsWidth = 7, .itsHeight = 5, .itsPrecision = 16}, "MONOCHROME2",
+        RleEncoder::Encode(Counting(70), 2, 1, 7), RleEncoder::Encode(Counting(70, 70), 2, 1, 7));
+    Add(theFiles, "RLE colour", TransferSyntaxType::TSRLEUID,
+        {.itsWidth = 7, .itsHeight = 5, .itsComponents = 3}, "RGB",
+        RleEncoder::Encode(Counting(105), 1, 3, 7), RleEncoder::Encode(Counting(105, 105), 1, 3, 7));
     const auto aNative = [&](const char* theName, DicomBuilder::Syntax theSyntax, int theSamples,
                              const char* theInterpretation, int theBits, int theIsSigned, const char* theVR)
     {
-        const Bytes aPixels = Part10Files::Counting(30u * static_cast<unsigned>(theSamples * theBits / 8));
-        theFiles.push_back({theName,
-                            DicomBuilder::UIDOf(theSyntax),
-                            {},
-                            Part10Files::Native(theSyntax, theSamples, theInterpretation, 5, 6, theBits,
-                                                theIsSigned, aPixels, theVR),
-                            {}});
+        const Bytes aPixels = Counting(30u * static_cast<unsigned>(theSamples * theBits / 8));
+        theFiles.push_back(
+            {theName,
+             DicomBuilder::UIDOf(theSyntax),
+             {},
+             Native(theSyntax, theSamples, theInterpretation, 5, 6, theBits, theIsSigned, aPixels, theVR),
+             {}});
     };
     aNative("native", DicomBuilder::Syntax::EXPLICIT_LITTLE, 3, "YBR_FULL", 8, 0, "OB");
     aNative("deflated", DicomBuilder::Syntax::DEFLATED, 1, "MONOCHROME2", 16, 1, "OW");

@@ -66,18 +66,11 @@ private:
     std::size_t itsPosition = 0;
 };
 
-JpegSpec FlatSpec(int theComponents, int thePrecision = 8)
-{
-    JpegSpec aSpec;
-    aSpec.itsComponents = theComponents;
-    aSpec.itsPrecision = thePrecision;
-    return aSpec;
-}
-
 Bytes FlatJpeg(JpegSpec::Process theProcess, int thePrecision, const std::vector<int>& thePixel)
 {
-    JpegSpec aSpec = FlatSpec(static_cast<int>(thePixel.size()), thePrecision);
-    aSpec.itsProcess = theProcess;
+    const JpegSpec aSpec{.itsComponents = static_cast<int>(thePixel.size()),
+                         .itsPrecision = thePrecision,
+                         .itsProcess = theProcess};
     return MakeJpeg(aSpec, MakeFlatSamples(aSpec, thePixel));
 }
 
@@ -85,17 +78,17 @@ Bytes FlatJpeg(JpegSpec::Process theProcess, int thePrecision, const std::vector
 Bytes ColourCine()
 {
     const Bytes aFrame = FlatJpeg(JpegSpec::Process::BASELINE, 8, {100, 128, 128});
-    return Encapsulated(TransferSyntaxType::TSJPEG50UID, FlatSpec(3), "YBR_FULL_422", {aFrame, aFrame});
+    return Encapsulated(TransferSyntaxType::TSJPEG50UID, {.itsComponents = 3}, "YBR_FULL_422",
+                        {aFrame, aFrame});
 }
 
 /// Two frames of 13 x 11 pixels in JPEG 2000, without loss.
 Bytes ScalableCine()
 {
-    JpegSpec aSpec = FlatSpec(1, 12);
-    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
-    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
-    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
-                        {Jpeg2000Streams::Grey12(), Jpeg2000Streams::Grey12()}, 12, 1);
+    using namespace Jpeg2000Streams;
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID,
+                        {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight, .itsPrecision = 12}, "MONOCHROME2",
+                        {Grey12(), Grey12()}, 12, 1);
 }
 
 Bytes RleFile(int theFrames)
@@ -105,7 +98,7 @@ Bytes RleFile(int theFrames)
     {
         aFrames.push_back(RleFrame({Counting(64, static_cast<unsigned>(64 * i))}));
     }
-    return Encapsulated(TransferSyntaxType::TSRLEUID, FlatSpec(1), "MONOCHROME2", aFrames);
+    return Encapsulated(TransferSyntaxType::TSRLEUID, {}, "MONOCHROME2", aFrames);
 }
 
 /// What theWork throws.
@@ -175,41 +168,38 @@ TEST(Decode, TellsTypesByTheFirstBytes)
 {
     Bytes aDisguised = Grey8();
     std::copy_n("\xff\xd8\xff", 3, aDisguised.begin());
-    const Bytes aJpeg = FlatJpeg(JpegSpec::Process::BASELINE, 8, {77});
-    const Bytes aCodestream = Jpeg2000Streams::Grey12();
+    using Process = JpegSpec::Process;
+    const Bytes aJpeg = FlatJpeg(Process::BASELINE, 8, {77});
+    const Bytes aStream = Jpeg2000Streams::Grey12();
+    const Bytes aJp2 = Jpeg2000Streams::MakeJp2(aStream);
     const unsigned aFirst = static_cast<unsigned>(Jpeg2000Streams::GreyValue(0, 0)) & 0xfff;
     const struct
     {
         const char* itsName;
         Bytes itsBytes;
-        ImageType itsType;
         int itsRows;
         int itsBitsStored;
         unsigned itsFirstSample;
         bool itsIsLossy;
-    } kCases[] = {
-        {"Part 10", Grey8(), ImageType::automatic, 2, 8, 0x100, false},
-        {"Part 10 behind the start of a JPEG", aDisguised, ImageType::automatic, 2, 8, 0x100, false},
-        {"JPEG", aJpeg, ImageType::automatic, 8, 8, 0x4d4d, true},
-        {"JPEG, told", aJpeg, ImageType::jpeg, 8, 8, 0x4d4d, true},
-        {"JPEG of 12 bits", FlatJpeg(JpegSpec::Process::EXTENDED, 12, {1000}), ImageType::automatic, 8, 12,
-         1000, true},
-        {"JPEG of 16 bits", FlatJpeg(JpegSpec::Process::LOSSLESS, 16, {40000}), ImageType::automatic, 8, 16,
-         40000, false},
-        {"deep colour", FlatJpeg(JpegSpec::Process::LOSSLESS, 12, {1000, 2, 3}), ImageType::automatic, 8, 12,
-         1000, false},
-        {"lossless colour", FlatJpeg(JpegSpec::Process::LOSSLESS, 8, {10, 20, 30}), ImageType::automatic, 8,
-         8, 0x140a, false},
-        {"codestream", aCodestream, ImageType::automatic, 11, 12, aFirst, true},
-        {"JP2", Jpeg2000Streams::MakeJp2(aCodestream), ImageType::automatic, 11, 12, aFirst, true},
-        {"lossless", aCodestream, ImageType::losslessJpeg2000, 11, 12, aFirst, false}};
+        ImageType itsType = ImageType::automatic;
+    } kCases[] = {{"Part 10", Grey8(), 2, 8, 0x100, false},
+                  {"Part 10 behind the start of a JPEG", aDisguised, 2, 8, 0x100, false},
+                  {"JPEG", aJpeg, 8, 8, 0x4d4d, true},
+                  {"JPEG, told", aJpeg, 8, 8, 0x4d4d, true, ImageType::jpeg},
+                  {"12 bits", FlatJpeg(Process::EXTENDED, 12, {1000}), 8, 12, 1000, true},
+                  {"16 bits", FlatJpeg(Process::LOSSLESS, 16, {40000}), 8, 16, 40000, false},
+                  {"deep colour", FlatJpeg(Process::LOSSLESS, 12, {1000, 2, 3}), 8, 12, 1000, false},
+                  {"lossless", FlatJpeg(Process::LOSSLESS, 8, {10, 20, 30}), 8, 8, 0x140a, false},
+                  {"codestream", aStream, 11, 12, aFirst, true},
+                  {"JP2", aJp2, 11, 12, aFirst, true},
+                  {"JPEG 2000, told", aStream, 11, 12, aFirst, false, ImageType::losslessJpeg2000}};
     for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsName);
         for (const bool isSeekable : {true, false})
         {
-            TestStream aStream(aCase.itsBytes, isSeekable);
-            const Image anImage = quorix::decode(aStream, Options(0, 1, 1, aCase.itsType));
+            TestStream aSource(aCase.itsBytes, isSeekable);
+            const Image anImage = quorix::decode(aSource, Options(0, 1, 1, aCase.itsType));
             EXPECT_EQ(anImage.rows(), aCase.itsRows);
             EXPECT_EQ(anImage.bitsStored(), aCase.itsBitsStored);
             EXPECT_EQ(anImage.pixels()[0] + 256u * anImage.pixels()[1], aCase.itsFirstSample);
