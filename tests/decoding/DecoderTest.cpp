@@ -2,6 +2,7 @@
 #include "decoding/Decoder.h"
 
 #include <limits>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -48,21 +49,11 @@ TEST(Decoder, PlainDefaults)
     EXPECT_THROW(aDecoder.ReadOne(), DLRuntimeException) << "reading before SetSource must not crash";
 }
 
-struct SizeCase
-{
-    std::uint64_t itsWidth;
-    std::uint64_t itsHeight;
-    int itsSamples;
-    int itsBits;
-    int itsScaleFactor;
-    int itsBufferSize;
-    std::uint64_t itsOutputSize;
-};
-
 TEST(Decoder, SizesInBothWidths)
 {
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
-    constexpr SizeCase kCases[] = {
+    // Width, height, samples, bits and scale factor; the sizes of either accessor.
+    constexpr std::tuple<std::uint64_t, std::uint64_t, int, int, int, int, std::uint64_t> kCases[] = {
         {4, 3, 1, 8, 1, 12, 12},
         {4, 3, 3, 16, 5, 72, 72},
         {4, 3, 3, 12, 1, 36, 36},
@@ -75,14 +66,14 @@ TEST(Decoder, SizesInBothWidths)
         {std::uint64_t{1} << 32, std::uint64_t{1} << 32, 1, 8, 1, 0, kLargest},
         {std::uint64_t{1} << 31, std::uint64_t{1} << 31, 4, 16, 1, 0, kLargest},
     };
-    for (const SizeCase& aCase : kCases)
+    for (const auto& [aWidth, aHeight, aSamples, aBits, aScaleFactor, aBufferSize, anOutputSize] : kCases)
     {
-        FakeDecoder aDecoder(Decoder::COLOR_MODEL_GREY, aCase.itsSamples, aCase.itsBits);
-        aDecoder.itsWidth = aCase.itsWidth;
-        aDecoder.itsHeight = aCase.itsHeight;
-        aDecoder.SetScaleFactor(aCase.itsScaleFactor);
-        EXPECT_EQ(aDecoder.GetDecompressedBufferSize(), aCase.itsBufferSize) << aCase.itsWidth;
-        EXPECT_EQ(aDecoder.GetOutputSize(), aCase.itsOutputSize) << aCase.itsWidth;
+        FakeDecoder aDecoder(Decoder::COLOR_MODEL_GREY, aSamples, aBits);
+        aDecoder.itsWidth = aWidth;
+        aDecoder.itsHeight = aHeight;
+        aDecoder.SetScaleFactor(aScaleFactor);
+        EXPECT_EQ(aDecoder.GetDecompressedBufferSize(), aBufferSize) << aWidth;
+        EXPECT_EQ(aDecoder.GetOutputSize(), anOutputSize) << aWidth;
     }
 }
 

@@ -5,7 +5,8 @@
 
 #include <cmath>
 #include <limits>
-#include <numeric>
+#include <tuple>
+#include <utility>
 
 #include "support/ForEachTarget.h"
 #include "support/ImageMaker.h"
@@ -19,27 +20,10 @@ ImageSpec Grey(int theBits, int theRows, int theColumns, bool theSigned = false,
     return {Renderable::MONOCHROME2, 1, theBits, theRows, theColumns, false, theSigned, theLittleEndian};
 }
 
-struct Range
-{
-    unsigned itsMin;
-    unsigned itsMax;
-    friend bool operator==(const Range&, const Range&) = default;
-    friend void PrintTo(const Range& theRange, std::ostream* theStream)
-    {
-        *theStream << theRange.itsMin << " to " << theRange.itsMax;
-    }
-};
+using Range = std::pair<unsigned, unsigned>;
 
-struct RangeRow
-{
-    const char* itsName;
-    ImageSpec itsSpec;
-    Bytes itsPixels;
-    unsigned itsPadding;
-    Range itsExpected;
-};
-
-const RangeRow kRangeRows[] = {
+// The image and its pixels, the padding value, the range.
+const std::tuple<const char*, ImageSpec, Bytes, unsigned, Range> kRangeRows[] = {
     {"unsigned 16", Grey(16, 1, 3), Words({65535, 7, 300}), 0, {7, 65535}},
     {"signed 16 is sign-extended", Grey(16, 1, 3, true), Words({-5, 3, 32767}), 0, {4294967291u, 32767}},
     {"unsigned 8", Grey(8, 1, 3), {200, 3, 7}, 0, {3, 200}},
@@ -69,7 +53,7 @@ Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false
                int theShift = 0)
 {
     Range aRange{kUntouched, kUntouched};
-    DecompressionLibUtils::CalculateMinMax(theImage, thePadding, aRange.itsMin, aRange.itsMax, theRemove,
+    DecompressionLibUtils::CalculateMinMax(theImage, thePadding, aRange.first, aRange.second, theRemove,
                                            thePercent, theShift);
     return aRange;
 }
@@ -77,12 +61,12 @@ Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false
 
 TEST(PixelStatistics, CalculateMinMax)
 {
-    for (const RangeRow& aRow : kRangeRows)
+    for (const auto& [aName, aSpec, aPixels, aPadding, anExpected] : kRangeRows)
     {
-        SCOPED_TRACE(aRow.itsName);
+        SCOPED_TRACE(aName);
         CountingAllocator anAllocator;
-        const auto anImage = MakeImage(anAllocator, aRow.itsSpec, aRow.itsPixels);
-        EXPECT_EQ(GetRange(*anImage, aRow.itsPadding), aRow.itsExpected);
+        const auto anImage = MakeImage(anAllocator, aSpec, aPixels);
+        EXPECT_EQ(GetRange(*anImage, aPadding), anExpected);
     }
 }
 
@@ -210,7 +194,7 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
     {
         CountingAllocator anAllocator;
         DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*MakeBody(anAllocator, 1500, 1500, 1, theSigned),
-                                                           theRange.itsMin, theRange.itsMax, thePercent,
+                                                           theRange.first, theRange.second, thePercent,
                                                            theShift);
         return theRange;
     };
@@ -232,6 +216,6 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
     EXPECT_EQ(GetRange(*aSigned, 0, true, 1.0f, 10), (Range{5, 5}));
     const auto anImage = MakeImage(anAllocator, {}, Bytes(6));
     Range aRange{3, 200};
-    DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.itsMin, aRange.itsMax, 50.0f, 1);
+    DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.first, aRange.second, 50.0f, 1);
     EXPECT_EQ(aRange, (Range{3, 200})) << "colour images have no histogram";
 }

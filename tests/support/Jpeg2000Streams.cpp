@@ -135,12 +135,8 @@ Bytes Patch(Bytes theStream, std::size_t thePosition, const Bytes& theBytes)
 
 Bytes Box(const char* theType, const Bytes& theContents)
 {
-    const std::size_t aLength = theContents.size() + 8;
     Bytes aBox;
-    for (int aShift = 24; aShift >= 0; aShift -= 8)
-    {
-        aBox.push_back(static_cast<std::uint8_t>(aLength >> aShift));
-    }
+    PutBigEndian(aBox, theContents.size() + 8, 4);
     aBox.insert(aBox.end(), theType, theType + 4);
     return Join({aBox, theContents});
 }

@@ -17,3 +17,12 @@ inline std::vector<std::uint8_t> Words(const std::vector<int>& theWords, bool th
     }
     return aBytes;
 }
+
+/// Appends the theCount low bytes of a number, the highest one first.
+inline void PutBigEndian(std::vector<std::uint8_t>& theBytes, std::uint64_t theValue, int theCount)
+{
+    for (int i = theCount - 1; i >= 0; --i)
+    {
+        theBytes.push_back(static_cast<std::uint8_t>(theValue >> (8 * i)));
+    }
+}

@@ -17,12 +17,10 @@ constexpr std::uint64_t kMostSamples = std::uint64_t{1} << 18;
 
 EngineOptions MakeOptions(EngineMode theMode, int theDiscardLevels = 0)
 {
-    EngineOptions anOptions;
-    anOptions.itsMode = theMode;
-    anOptions.itsDiscardLevels = theDiscardLevels;
-    anOptions.itsMostSamples = kMostSamples;
-    anOptions.itsLargestRead = 97;
-    return anOptions;
+    return {.itsMode = theMode,
+            .itsDiscardLevels = theDiscardLevels,
+            .itsLargestRead = 97,
+            .itsMostSamples = kMostSamples};
 }
 
 struct Victim
@@ -37,13 +35,11 @@ Bytes MakeGrey()
     Dice aDice(1);
     OpenJpeg::Options anOptions;
     anOptions.itsResolutions = 3;
-    anOptions.itsBlockWidth = 8;
-    anOptions.itsBlockHeight = 8;
+    anOptions.itsBlockWidth = anOptions.itsBlockHeight = 8;
     anOptions.itsBlockStyle = 1 + 4 + 32;
     anOptions.itsRates = {8, 1};
     anOptions.itsPrecincts = {{16, 16}};
-    anOptions.itsSOP = true;
-    anOptions.itsEPH = true;
+    anOptions.itsSOP = anOptions.itsEPH = true;
     return OpenJpeg::Encode(MakeImage(31, 27, 1, 12, false, aDice), anOptions);
 }
 
@@ -59,12 +55,10 @@ Bytes MakeColour()
     anOptions.itsBlockHeight = 4;
     anOptions.itsBlockStyle = 2 + 8 + 16;
     anOptions.itsRates = {6, 2};
-    anOptions.itsTileWidth = 16;
-    anOptions.itsTileHeight = 16;
+    anOptions.itsTileWidth = anOptions.itsTileHeight = 16;
     anOptions.itsOrder = "RPCL";
     anOptions.itsProgressionChanges = {{"RLCP", 0, 0, 2, 1, 3}, {"CPRL", 1, 0, 2, 3, 3}};
-    anOptions.itsPLT = true;
-    anOptions.itsTLM = true;
+    anOptions.itsPLT = anOptions.itsTLM = true;
     return OpenJpeg::Encode(MakeImage(24, 24, 3, 8, false, aDice), anOptions);
 }
 
@@ -75,10 +69,8 @@ Bytes MakePacked()
     OpenJpeg::Options anOptions;
     anOptions.itsResolutions = 2;
     anOptions.itsOrder = "PCRL";
-    anOptions.itsSOP = true;
-    anOptions.itsEPH = true;
-    anOptions.itsTileWidth = 16;
-    anOptions.itsTileHeight = 16;
+    anOptions.itsSOP = anOptions.itsEPH = true;
+    anOptions.itsTileWidth = anOptions.itsTileHeight = 16;
     anOptions.itsRoiComponent = 0;
     anOptions.itsRoiShift = 5;
     CodestreamEditor anEditor(OpenJpeg::Encode(MakeImage(20, 20, 2, 8, true, aDice), anOptions));
@@ -91,21 +83,12 @@ std::vector<Victim> MakeVictims()
     return {{"grey", MakeGrey()}, {"colour", MakeColour()}, {"packed", MakePacked()}};
 }
 
-TEST(CodestreamDamage, VictimsAreWhole)
-{
-    for (const Victim& aVictim : MakeVictims())
-    {
-        SCOPED_TRACE(aVictim.itsName);
-        EXPECT_TRUE(Survives(aVictim.itsStream, MakeOptions(EngineMode::Fussy)));
-        EXPECT_LT(aVictim.itsStream.size(), 4000U);
-    }
-}
-
 TEST(CodestreamDamage, EveryTruncationSurvives)
 {
     for (const Victim& aVictim : MakeVictims())
     {
         std::size_t aDecoded = 0;
+        EXPECT_TRUE(Survives(aVictim.itsStream, MakeOptions(EngineMode::Fussy))) << "the victim is whole";
         for (std::size_t aSize = 0; aSize < aVictim.itsStream.size(); ++aSize)
         {
             SCOPED_TRACE(std::string(aVictim.itsName) + " cut to " + std::to_string(aSize) + " bytes");

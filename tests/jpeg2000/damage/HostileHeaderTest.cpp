@@ -4,20 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "support/Survival.h"
+#include "support/Words.h"
 
 namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kLargest = 0x7FFFFFFF;
-
-void Put(Bytes& theBytes, std::uint64_t theValue, int theCount)
-{
-    for (int i = theCount - 1; i >= 0; --i)
-    {
-        theBytes.push_back(static_cast<std::uint8_t>(theValue >> (8 * i)));
-    }
-}
 
 /// What a codestream's headers declare; the defaults are a harmless image of 8 x 8.
 struct Declared
@@ -48,52 +41,54 @@ Bytes MakeStream(const Declared& theDeclared, std::uint8_t theOrder, const Bytes
     const bool hasPrecincts = theDeclared.itsLog2Precinct >= 0;
     const std::uint32_t aSubbands = 3U * theDeclared.itsLevels + 1;
     Bytes aBytes;
-    Put(aBytes, 0xFF4FFF51, 4);
-    Put(aBytes, 38U + 3U * theDeclared.itsComponents, 2);
-    Put(aBytes, 0, 2);
+    const auto aPut = [&aBytes](std::uint64_t theValue, int theCount)
+    { PutBigEndian(aBytes, theValue, theCount); };
+    aPut(0xFF4FFF51, 4);
+    aPut(38U + 3U * theDeclared.itsComponents, 2);
+    aPut(0, 2);
     for (const std::uint32_t aValue :
          {theDeclared.itsX1, theDeclared.itsY1, theDeclared.itsX0, theDeclared.itsY0,
           theDeclared.itsTileWidth, theDeclared.itsTileHeight, std::uint32_t{0}, std::uint32_t{0}})
     {
-        Put(aBytes, aValue, 4);
+        aPut(aValue, 4);
     }
-    Put(aBytes, theDeclared.itsComponents, 2);
+    aPut(theDeclared.itsComponents, 2);
     for (int i = 0; i < theDeclared.itsComponents; ++i)
     {
-        Put(aBytes, theDeclared.itsDepth - 1U, 1);
-        Put(aBytes, theDeclared.itsSubsampling * 0x101U, 2);
+        aPut(theDeclared.itsDepth - 1U, 1);
+        aPut(theDeclared.itsSubsampling * 0x101U, 2);
     }
-    Put(aBytes, 0xFF52, 2);
-    Put(aBytes, 12U + (hasPrecincts ? theDeclared.itsLevels + 1U : 0U), 2);
-    Put(aBytes, hasPrecincts ? 1 : 0, 1);
-    Put(aBytes, theOrder, 1);
-    Put(aBytes, theDeclared.itsLayers, 2);
-    Put(aBytes, theDeclared.itsLevels, 2); // no component transform
-    Put(aBytes, (theDeclared.itsLog2Block - 2U) * 0x101U, 2);
-    Put(aBytes, 1, 2); // 5/3
+    aPut(0xFF52, 2);
+    aPut(12U + (hasPrecincts ? theDeclared.itsLevels + 1U : 0U), 2);
+    aPut(hasPrecincts ? 1 : 0, 1);
+    aPut(theOrder, 1);
+    aPut(theDeclared.itsLayers, 2);
+    aPut(theDeclared.itsLevels, 2); // no component transform
+    aPut((theDeclared.itsLog2Block - 2U) * 0x101U, 2);
+    aPut(1, 2); // 5/3
     for (int i = 0; hasPrecincts && i <= theDeclared.itsLevels; ++i)
     {
-        Put(aBytes, static_cast<std::uint64_t>(theDeclared.itsLog2Precinct) * 17, 1);
+        aPut(static_cast<std::uint64_t>(theDeclared.itsLog2Precinct) * 17, 1);
     }
-    Put(aBytes, 0xFF5C, 2);
-    Put(aBytes, 3 + aSubbands, 2);
-    Put(aBytes, 0x40, 1);
+    aPut(0xFF5C, 2);
+    aPut(3 + aSubbands, 2);
+    aPut(0x40, 1);
     aBytes.insert(aBytes.end(), aSubbands, 10 << 3);
     for (int i = 0; i < theDeclared.itsProgressionSegments; ++i)
     {
         constexpr std::size_t kCount = 9361;
-        Put(aBytes, 0xFF5F, 2);
-        Put(aBytes, 2 + 7 * kCount, 2);
+        aPut(0xFF5F, 2);
+        aPut(2 + 7 * kCount, 2);
         for (std::size_t k = 0; k < kCount; ++k)
         {
-            Put(aBytes, theDeclared.itsProgression, 7);
+            aPut(theDeclared.itsProgression, 7);
         }
     }
-    Put(aBytes, 0xFF90000A0000, 6);
-    Put(aBytes, 14U + theBody.size(), 4);
-    Put(aBytes, 0x0001FF93, 4);
+    aPut(0xFF90000A0000, 6);
+    aPut(14U + theBody.size(), 4);
+    aPut(0x0001FF93, 4);
     aBytes.insert(aBytes.end(), theBody.begin(), theBody.end());
-    Put(aBytes, 0xFFD9, 2);
+    aPut(0xFFD9, 2);
     return aBytes;
 }
 

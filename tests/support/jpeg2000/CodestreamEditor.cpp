@@ -6,6 +6,8 @@
 #include <map>
 #include <stdexcept>
 
+#include "support/Words.h"
+
 namespace
 {
 using Bytes = CodestreamEditor::Bytes;
@@ -38,14 +40,6 @@ std::uint32_t Get(const Bytes& theBytes, std::size_t thePosition, std::size_t th
     return aValue;
 }
 
-void Put(Bytes& theBytes, std::size_t theValue, int theCount)
-{
-    for (int i = theCount - 1; i >= 0; --i)
-    {
-        theBytes.push_back(static_cast<std::uint8_t>(theValue >> (8 * i)));
-    }
-}
-
 void Append(Bytes& theBytes, const Bytes& theMore)
 {
     theBytes.insert(theBytes.end(), theMore.begin(), theMore.end());
@@ -53,8 +47,8 @@ void Append(Bytes& theBytes, const Bytes& theMore)
 
 void PutSegment(Bytes& theBytes, const Segment& theSegment)
 {
-    Put(theBytes, theSegment.itsMarker, 2);
-    Put(theBytes, theSegment.itsContent.size() + 2, 2);
+    PutBigEndian(theBytes, theSegment.itsMarker, 2);
+    PutBigEndian(theBytes, theSegment.itsContent.size() + 2, 2);
     Append(theBytes, theSegment.itsContent);
 }
 
@@ -194,7 +188,7 @@ CodestreamEditor::Bytes CodestreamEditor::JoinHeaders(const TilePart& thePart, b
         Append(aBytes, aPacket.itsHeader);
         if (theKeepsMarkers)
         {
-            Put(aBytes, EPH, 2);
+            PutBigEndian(aBytes, EPH, 2);
         }
     }
     return aBytes;
@@ -208,14 +202,14 @@ Bytes CodestreamEditor::JoinBody(const TilePart& thePart, Headers theHeaders, bo
     {
         if (theKeepsMarkers)
         {
-            Put(aBytes, SOP, 2);
-            Put(aBytes, 4, 2);
-            Put(aBytes, thePacketNumber++ & 0xFFFF, 2);
+            PutBigEndian(aBytes, SOP, 2);
+            PutBigEndian(aBytes, 4, 2);
+            PutBigEndian(aBytes, thePacketNumber++ & 0xFFFF, 2);
         }
         if (theHeaders == Headers::InPlace)
         {
             Append(aBytes, aPacket.itsHeader);
-            Put(aBytes, EPH, theKeepsMarkers ? 2 : 0);
+            PutBigEndian(aBytes, EPH, theKeepsMarkers ? 2 : 0);
         }
         Append(aBytes, aPacket.itsBody);
     }
@@ -224,7 +218,7 @@ Bytes CodestreamEditor::JoinBody(const TilePart& thePart, Headers theHeaders, bo
 
 void CodestreamEditor::JoinMainHeader(Bytes& theStream, Headers theHeaders, bool theKeepsMarkers) const
 {
-    Put(theStream, SOC, 2);
+    PutBigEndian(theStream, SOC, 2);
     for (Segment aSegment : itsMainSegments)
     {
         if (aSegment.itsMarker == COD && !theKeepsMarkers)
@@ -239,7 +233,7 @@ void CodestreamEditor::JoinMainHeader(Bytes& theStream, Headers theHeaders, bool
         for (const TilePart& aPart : itsTileParts)
         {
             const Bytes aHeaders = JoinHeaders(aPart, theKeepsMarkers);
-            Put(aPacked, aHeaders.size(), 4);
+            PutBigEndian(aPacked, aHeaders.size(), 4);
             Append(aPacked, aHeaders);
         }
         PutPieces(theStream, PPM, aPacked);
@@ -260,16 +254,16 @@ Bytes CodestreamEditor::Join(Headers theHeaders, bool theKeepsMarkers) const
         {
             PutPieces(aRest, PPT, JoinHeaders(aPart, theKeepsMarkers));
         }
-        Put(aRest, SOD, 2);
+        PutBigEndian(aRest, SOD, 2);
         Append(aRest, JoinBody(aPart, theHeaders, theKeepsMarkers, aPacketNumbers[aPart.itsTile]));
         Segment aStart{SOT, {}};
-        Put(aStart.itsContent, aPart.itsTile, 2);
-        Put(aStart.itsContent, 12 + aRest.size(), 4);
-        Put(aStart.itsContent, aPart.itsIndex, 1);
-        Put(aStart.itsContent, aPart.itsCount, 1);
+        PutBigEndian(aStart.itsContent, aPart.itsTile, 2);
+        PutBigEndian(aStart.itsContent, 12 + aRest.size(), 4);
+        PutBigEndian(aStart.itsContent, aPart.itsIndex, 1);
+        PutBigEndian(aStart.itsContent, aPart.itsCount, 1);
         PutSegment(aStream, aStart);
         Append(aStream, aRest);
     }
-    Put(aStream, EOC, 2);
+    PutBigEndian(aStream, EOC, 2);
     return aStream;
 }

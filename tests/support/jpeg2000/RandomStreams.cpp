@@ -184,49 +184,36 @@ void RollProgressions(const PlanarImage& theImage, Options& theOptions, Dice& th
     theOptions.itsProgressionChanges = {aFirst, aRest};
 }
 
-/// The shortest side of a component's tiles along one axis, from the tiles' borders on the reference grid.
-std::uint32_t FindShortest(const std::vector<std::uint32_t>& theBorders, std::uint32_t theStep)
+/// The shortest side of a component's tiles along one axis of the reference grid. theTileSize: 0 for one
+/// tile.
+std::uint32_t FindShortest(std::uint32_t theStart, std::uint32_t theEnd, int theTileOrigin, int theTileSize,
+                           std::uint32_t theStep)
 {
-    std::uint32_t aShortest = theBorders.back();
-    for (std::size_t i = 1; i < theBorders.size(); ++i)
+    const std::uint32_t aSize = theTileSize > 0 ? static_cast<std::uint32_t>(theTileSize) : theEnd;
+    const auto anOrigin = static_cast<std::uint32_t>(theTileOrigin);
+    std::uint32_t aShortest = theEnd;
+    for (std::uint32_t aFrom = theStart; aFrom < theEnd;)
     {
-        const std::uint32_t aLength =
-            CeilDivide(theBorders[i], theStep) - CeilDivide(theBorders[i - 1], theStep);
+        const std::uint32_t aTo = std::min(theEnd, anOrigin + ((aFrom - anOrigin) / aSize + 1) * aSize);
+        const std::uint32_t aLength = CeilDivide(aTo, theStep) - CeilDivide(aFrom, theStep);
         aShortest = aLength == 0 ? aShortest : std::min(aShortest, aLength);
+        aFrom = aTo;
     }
     return aShortest;
-}
-
-std::vector<std::uint32_t> FindBorders(std::uint32_t theStart, std::uint32_t theEnd, int theTileOrigin,
-                                       int theTileSize)
-{
-    std::vector<std::uint32_t> aBorders{theStart};
-    if (theTileSize > 0)
-    {
-        const auto aSize = static_cast<std::uint32_t>(theTileSize);
-        for (auto aBorder = static_cast<std::uint32_t>(theTileOrigin) + aSize; aBorder < theEnd;
-             aBorder += aSize)
-        {
-            aBorders.push_back(aBorder);
-        }
-    }
-    aBorders.push_back(theEnd);
-    return aBorders;
 }
 
 /// The encoder goes wrong, even in memory, over the transform of a single row or column: no more resolutions
 /// than leave every tile two samples a side.
 int FindMostResolutions(const PlanarImage& theImage, const Options& theOptions)
 {
-    const auto aColumns =
-        FindBorders(theImage.itsX0, theImage.itsX1, theOptions.itsTileX, theOptions.itsTileWidth);
-    const auto aRows =
-        FindBorders(theImage.itsY0, theImage.itsY1, theOptions.itsTileY, theOptions.itsTileHeight);
     std::uint32_t aSide = theImage.itsX1;
     for (const PlanarComponent& aComponent : theImage.itsComponents)
     {
-        aSide = std::min(
-            {aSide, FindShortest(aColumns, aComponent.itsXRsiz), FindShortest(aRows, aComponent.itsYRsiz)});
+        aSide = std::min({aSide,
+                          FindShortest(theImage.itsX0, theImage.itsX1, theOptions.itsTileX,
+                                       theOptions.itsTileWidth, aComponent.itsXRsiz),
+                          FindShortest(theImage.itsY0, theImage.itsY1, theOptions.itsTileY,
+                                       theOptions.itsTileHeight, aComponent.itsYRsiz)});
     }
     int aResolutions = 1;
     while (aSide >> (aResolutions + 1) > 0)
