@@ -51,6 +51,7 @@ public:
     /// and the picture sheared.
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
+        itsDepth = std::min(theDecoder.GetPrecision(), theDecoder.GetRecommendedBitsStoredPerSample());
         constexpr std::uint64_t kMost = std::numeric_limits<std::uint16_t>::max();
         if (theDecoder.GetImageHeight() > kMost || theDecoder.GetImageWidth() > kMost)
         {
@@ -62,8 +63,12 @@ public:
         return true;
     }
 
+    /// Bits that the decoded samples have; 0 from a codec that does not know.
+    int GetDepth() const { return itsDepth; }
+
 private:
     const RWCString& itsClassName;
+    int itsDepth = 0;
 };
 
 Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName)
@@ -186,6 +191,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
+    SettleColourDepth(theFrame, aDriver.GetDepth());
     if (aRequest.isV5ConvertPixelsToUnsigned() && theFrame.itsAttributes.itsPixelRepresentation == 1)
     {
         if (aDriver.IsDecoderSupportedOutputPixelSignConversion())
@@ -245,6 +251,15 @@ void Part10FrameLoader::SettleDecodedSize(Frame& theFrame) const
     theFrame.itsSize = aDecodedSize;
 }
 
+/// A codestream of fewer bits than the data set tells has no others, and words where the data set tells of
+/// bytes are not described by it: such samples become bytes by their own depth.
+void Part10FrameLoader::SettleColourDepth(Frame& theFrame, int theDepth)
+{
+    const int aTop = std::max(theFrame.itsAttributes.itsBitsStored, theFrame.itsAttributes.itsHighBit + 1);
+    const bool isWrong = theDepth < aTop || (theDepth > 8 && theFrame.itsAttributes.itsBitsStored <= 8);
+    theFrame.itsColourDepth = isWrong ? theDepth : 0;
+}
+
 /// Deliberately counts pixels, not samples: of colour with 16 bits a sample only the first third of the
 /// words is exchanged, which callers expect of big-endian files.
 void Part10FrameLoader::ExchangeBytesIfNeeded(Frame& theFrame) const
@@ -286,6 +301,8 @@ void Part10FrameLoader::MakeUnsigned(Frame& theFrame) const
             aBytes[2 * i] ^= 0x80;
         }
     }
+    theFrame.itsColourDepth =
+        theFrame.itsAttributes.itsBitsAllocated; // bits above those stored have a meaning now
     theFrame.itsAttributes.itsPixelRepresentation = 0;
 }
 
@@ -334,6 +351,11 @@ std::int32_t Part10FrameLoader::GetRatio(const Frame& theFrame) const
 
 void Part10FrameLoader::ConvertToRGB(Frame& theFrame) const
 {
+    if (theFrame.itsInterpretation == Renderable::RGB && theFrame.itsColourDepth != 0)
+    {
+        theFrame.itsRenderable->setBitsStored(static_cast<std::int16_t>(theFrame.itsColourDepth));
+        theFrame.itsRenderable->setHighBit(static_cast<std::int16_t>(theFrame.itsColourDepth - 1));
+    }
     try
     {
         DecompressionLibUtils::ConvertRenderableToNonPlanar8BitRGB(itsFrontEnd.GetDataSet(),

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/DecompressionLibUtils.h"
 
+#include <algorithm>
+#include <array>
+
 #include "image/Renderable.h"
 #include "pixels/detail/ColourKernels.h"
 #include "pixels/detail/RenderableConversion.h"
@@ -191,35 +194,53 @@ void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, Outp
     aConversion.ReleaseInput();
 }
 
-/// The high bytes of three planes of 16-bit samples, interleaved.
-void InterleaveHighBytes(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
-                         bool isHighByteSecond)
+/// The highest eight of the stored bits; fewer are moved up. What an unsigned sample has above them makes it
+/// the brightest there is, not a dark one; above those of a signed one are copies of its sign.
+WordReduction GetReduction(const Renderable& theRenderable)
 {
-    const std::uint64_t anOffset = isHighByteSecond ? 1 : 0;
-    for (std::uint64_t p = 0; p < thePixels; ++p)
+    const int aBits = theRenderable.getBitsStored();
+    const int aStored = aBits >= 1 && aBits <= 16 ? aBits : 16;
+    const int aHighBit = theRenderable.getHighBit();
+    const int aTop = aHighBit >= aStored - 1 && aHighBit <= 15 ? aHighBit : aStored - 1;
+    const int aKept = std::min(aStored, 8);
+    WordReduction aReduction;
+    aReduction.itsIsSwapped = PixelSample::IsSwapped(theRenderable);
+    aReduction.itsIsMasked = theRenderable.isSigned();
+    aReduction.itsShiftDown = aTop + 1 - aKept;
+    aReduction.itsMost = static_cast<std::uint16_t>((1 << aKept) - 1);
+    aReduction.itsShiftUp = 8 - aKept;
+    return aReduction;
+}
+
+/// Some thousand pixels at a time, which stay in the nearest cache between the two steps.
+void InterleaveWords(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
+                     const WordReduction& theReduction)
+{
+    constexpr std::uint64_t kMost = 4096;
+    std::array<std::uint8_t, 3 * kMost> aPlanes;
+    for (std::uint64_t p = 0; p < thePixels; p += kMost)
     {
+        const std::uint64_t aCount = std::min(kMost, thePixels - p);
         for (std::uint64_t s = 0; s < 3; ++s)
         {
-            theOutput[p * 3 + s] = theInput[(s * thePixels + p) * 2 + anOffset];
+            ColourKernels::ReduceWords(theInput + 2 * (s * thePixels + p), aPlanes.data() + s * aCount,
+                                       aCount, theReduction);
         }
+        ColourKernels::InterleavePlanes(aPlanes.data(), aPlanes.data() + aCount, aPlanes.data() + 2 * aCount,
+                                        theOutput + 3 * p, aCount);
     }
 }
 
-void ConvertRGBSamples(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
-                       bool isWide, bool isPlanar, bool isHighByteSecond)
+void ConvertRGB16(const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels,
+                  bool isPlanar, const WordReduction& theReduction)
 {
-    if (!isWide)
+    if (isPlanar)
     {
-        ColourKernels::InterleavePlanes(theInput, theInput + thePixels, theInput + 2 * thePixels, theOutput,
-                                        thePixels);
-    }
-    else if (isPlanar)
-    {
-        InterleaveHighBytes(theInput, theOutput, thePixels, isHighByteSecond);
+        InterleaveWords(theInput, theOutput, thePixels, theReduction);
     }
     else
     {
-        ColourKernels::KeepHalves(theInput, theOutput, thePixels * 3, isHighByteSecond);
+        ColourKernels::ReduceWords(theInput, theOutput, thePixels * 3, theReduction);
     }
 }
 } // namespace
@@ -273,10 +294,18 @@ void DecompressionLibUtils::ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& t
     {
         return;
     }
+    const WordReduction aReduction = GetReduction(theRenderable);
     RenderableConversion aConversion(theRenderable);
+    const std::uint8_t* const anInput = aConversion.GetInput();
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, 8);
-    ConvertRGBSamples(aConversion.GetInput(), anOutput, aPixels, isWide, isPlanar,
-                      theRenderable.isPixelDataLittleEndian());
+    if (isWide)
+    {
+        ConvertRGB16(anInput, anOutput, aPixels, isPlanar, aReduction);
+    }
+    else
+    {
+        ColourKernels::InterleavePlanes(anInput, anInput + aPixels, anInput + 2 * aPixels, anOutput, aPixels);
+    }
     aConversion.ReleaseInput();
 }
 

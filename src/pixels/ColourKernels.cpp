@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pixels/detail/ColourKernels.h"
 
+#include <cstring>
+
 // This file is compiled once for each instruction set; the best one is chosen when the program runs.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "pixels/ColourKernels.cpp"
@@ -13,7 +15,7 @@ namespace ColourVectors
 {
 namespace HWY_NAMESPACE
 {
-// Every function does as many whole vectors as fit and returns how many pixels, groups or pairs that
+// Every function does as many whole vectors as fit and returns how many pixels, groups or words that
 // were; the plain loops do the rest. On machines without vectors there is nothing to do here.
 #if HWY_TARGET == HWY_SCALAR
 
@@ -33,7 +35,7 @@ size_t Interleave(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, size
 {
     return 0;
 }
-size_t KeepHalves(const uint8_t*, uint8_t*, size_t, bool)
+size_t ReduceWords(const uint8_t*, uint8_t*, size_t, const WordReduction&)
 {
     return 0;
 }
@@ -217,16 +219,27 @@ size_t Interleave(const uint8_t* theFirst, const uint8_t* theSecond, const uint8
     return p;
 }
 
-size_t KeepHalves(const uint8_t* theInput, uint8_t* theOutput, size_t thePairs, bool isSecondByte)
+size_t ReduceWords(const uint8_t* theInput, uint8_t* theOutput, size_t theWords,
+                   const WordReduction& theReduction)
 {
-    const hn::ScalableTag<uint8_t> aTag;
+    const hn::ScalableTag<uint16_t> aTag;
+    const hn::Repartition<uint8_t, decltype(aTag)> aRawTag;
+    const hn::RebindToSigned<decltype(aTag)> aSignedTag;
+    const hn::Rebind<uint8_t, decltype(aTag)> aByteTag;
+    const auto aMost = hn::Set(aTag, theReduction.itsMost);
     const size_t aStep = hn::Lanes(aTag);
     size_t i = 0;
-    for (; i + aStep <= thePairs; i += aStep)
+    for (; i + aStep <= theWords; i += aStep)
     {
-        hn::Vec<hn::ScalableTag<uint8_t>> aFirst, aSecond;
-        hn::LoadInterleaved2(aTag, theInput + 2 * i, aFirst, aSecond);
-        hn::StoreU(isSecondByte ? aSecond : aFirst, aTag, theOutput + i);
+        auto aWords = hn::BitCast(aTag, hn::LoadU(aRawTag, theInput + 2 * i));
+        if (theReduction.itsIsSwapped)
+        {
+            aWords = hn::Or(hn::ShiftLeft<8>(aWords), hn::ShiftRight<8>(aWords));
+        }
+        aWords = hn::ShiftRightSame(aWords, theReduction.itsShiftDown);
+        aWords = theReduction.itsIsMasked ? hn::And(aWords, aMost) : hn::Min(aWords, aMost);
+        aWords = hn::ShiftLeftSame(aWords, theReduction.itsShiftUp);
+        hn::StoreU(hn::DemoteTo(aByteTag, hn::BitCast(aSignedTag, aWords)), aByteTag, theOutput + i);
     }
     return i;
 }
@@ -243,7 +256,7 @@ HWY_EXPORT(ConvertTriplets);
 HWY_EXPORT(ConvertPlanes);
 HWY_EXPORT(Convert422);
 HWY_EXPORT(Interleave);
-HWY_EXPORT(KeepHalves);
+HWY_EXPORT(ReduceWords);
 } // namespace ColourVectors
 
 namespace
@@ -310,15 +323,16 @@ void ColourKernels::InterleavePlanes(const std::uint8_t* theFirst, const std::ui
     }
 }
 
-void ColourKernels::KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
-                               bool isSecondByte)
+void ColourKernels::ReduceWords(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t theWords,
+                                const WordReduction& theReduction)
 {
-    const std::size_t anOffset = isSecondByte ? 1 : 0;
     std::size_t i =
-        HWY_DYNAMIC_DISPATCH(ColourVectors::KeepHalves)(theInput, theOutput, thePairs, isSecondByte);
-    for (; i < thePairs; ++i)
+        HWY_DYNAMIC_DISPATCH(ColourVectors::ReduceWords)(theInput, theOutput, theWords, theReduction);
+    for (; i < theWords; ++i)
     {
-        theOutput[i] = theInput[2 * i + anOffset];
+        std::uint16_t aWord = 0;
+        std::memcpy(&aWord, theInput + 2 * i, sizeof(aWord));
+        theOutput[i] = theReduction(aWord);
     }
 }
 #endif

@@ -41,7 +41,8 @@ public:
     static void ConvertPaletteColorRenderableTo8BitRGB(DICOMDataObject& theDataSet,
                                                        Renderable& theRenderable);
 
-    /// RGB of 16 bits (the high byte is kept) or in planes.
+    /// RGB of 16 bits allocated (the highest eight of the stored bits are kept, fewer are moved up, and
+    /// unsigned samples beyond them become 255) or in planes.
     static void ConvertRGBRenderableToNonPlanar8BitRGB(Renderable& theRenderable);
 
     /// YBR_FULL of 8 or 16 bits, by pixel or in planes.

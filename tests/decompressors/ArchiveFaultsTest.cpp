@@ -152,9 +152,24 @@ std::vector<FaultCase> ColourCases()
     const Bytes aPlain = Flat({200, 100, 160}, 64);
     const Bytes aConverted = Flat({245, 187, 150}, 64); // as the JPEG library rounds
     const Bytes anRleFrame = RleFrame({Bytes(64, 200), Bytes(64, 100), Bytes(64, 160)});
-    DicomBuilder aDeep(Syntax::EXPLICIT_LITTLE, kRle);
-    aDeep.AddImageAttributes(3, "RGB", 8, 8, 16, 16);
-    aDeep.AddEncapsulatedPixelData({RleEncoder::Encode(Flat(Words({0xc812, 0x6434, 0xa056}), 64), 2, 3, 8)});
+    const auto aDeep = [](const std::string& theUID, std::uint16_t theBitsStored, const Bytes& theFrame)
+    {
+        DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theUID);
+        aBuilder.AddImageAttributes(3, "RGB", 8, 8, 16, theBitsStored);
+        return (theUID.empty() ? aBuilder.AddNativePixelData(theFrame, "OW")
+                               : aBuilder.AddEncapsulatedPixelData({theFrame}))
+            .Build();
+    };
+    const Bytes a16Bits = Flat(Words({0xc812, 0x6434, 0xa056}), 64);
+    const Bytes a12Bits = Flat(Words({0xc81, 0x643, 0xa05}), 64);
+    JpegSpec aDeepSpec = kColourSpec;
+    aDeepSpec.itsPrecision = 12;
+    aDeepSpec.itsComponentIds = {'R', 'G', 'B'};
+    const auto aDeepJpeg = [&](JpegSpec::Process theProcess)
+    {
+        aDeepSpec.itsProcess = theProcess;
+        return MakeJpeg(aDeepSpec, MakeFlatSamples(aDeepSpec, {0xc81, 0x643, 0xa05}));
+    };
     return {
         {"JFIF marker, labelled RGB", aFile(aJFIF, "RGB"), aConverted},
         {"Adobe marker of RGB, labelled YBR_FULL_422", aFile(anAdobeRGB, "YBR_FULL_422"), aPlain},
@@ -164,7 +179,13 @@ std::vector<FaultCase> ColourCases()
         {"RGB without markers, labelled YBR_FULL", aFile(kColourSpec, "YBR_FULL"), aConverted},
         {"RLE of YCbCr, labelled RGB", Encapsulated(kRle, kColourSpec, "RGB", {anRleFrame}), aPlain},
         {"one component, labelled RGB", Encapsulated(kLossless, kGreySpec, "RGB", {Frame(0)}), Pixels(0)},
-        {"RLE of 16-bit colour", aDeep.Build(), aPlain},
+        {"RLE of 16-bit colour", aDeep(kRle, 16, RleEncoder::Encode(a16Bits, 2, 3, 8)), aPlain},
+        {"RLE of 12-bit colour", aDeep(kRle, 12, RleEncoder::Encode(a12Bits, 2, 3, 8)), aPlain},
+        {"native 12-bit colour", aDeep("", 12, a12Bits), aPlain},
+        {"12-bit colour, labelled 16 bits", aDeep(kLossless, 16, aDeepJpeg(JpegSpec::Process::LOSSLESS)),
+         aPlain},
+        {"12-bit colour, labelled 8 bits", aDeep(kBaseline, 8, aDeepJpeg(JpegSpec::Process::EXTENDED)),
+         aPlain},
     };
 }
 } // namespace

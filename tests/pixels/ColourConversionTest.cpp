@@ -204,9 +204,43 @@ TEST(ColourConversion, RGBBecomesInterleavedBytes)
 {
     constexpr auto k = Renderable::RGB;
     const Bytes aBig = Words({0x0102, 0x0304, 0x0506, 0x0708, 0x090a, 0x0b0c}, kBigEndian);
-    ExpectPixels("12 bits in 16 give their high byte", kAny, {k, 3, 16, 1, 2},
-                 Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000}),
-                 {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80});
+    const Bytes aWords = Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000});
+    const struct
+    {
+        const char* itsName;
+        int itsStored;
+        int itsHighBit;
+        bool itsSigned;
+        Bytes itsExpected;
+    } kDepths[] = {{"16 bits", 16, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+                   {"16 bits, signed", 16, 15, true, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+                   {"12 bits, beyond them white", 12, 11, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
+                   {"12 bits, signed", 12, 11, true, {0xff, 0x80, 0x0f, 0xff, 0x23, 0x00}},
+                   {"12 bits at the top", 12, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+                   {"12 bits, no sensible high bit", 12, 7, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
+                   {"8 bits", 8, 7, false, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff}},
+                   {"5 bits at bit 12", 5, 12, false, {0x78, 0x40, 0x00, 0xf8, 0x90, 0xf8}},
+                   {"5 bits at bit 12, signed", 5, 12, true, {0x78, 0x40, 0x00, 0xf8, 0x90, 0x00}},
+                   {"no sensible bits stored", 17, 16, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}}};
+    for (const auto& aCase : kDepths)
+    {
+        ExpectPixels(aCase.itsName, kAny,
+                     {k, 3, 16, 1, 2, false, aCase.itsSigned, true, aCase.itsStored, aCase.itsHighBit},
+                     aWords, aCase.itsExpected);
+    }
+    // More than is converted at a time.
+    std::vector<int> aPlanes(3 * 9001, 0x120);
+    Bytes anRGB;
+    for (std::size_t i = 0; i < 9001; ++i)
+    {
+        aPlanes[i] = static_cast<int>(i % 4096);
+        anRGB.insert(anRGB.end(), {static_cast<std::uint8_t>(i % 4096 / 16), 0x12, 0x12});
+    }
+    ExpectPixels("large planes", kAny, {k, 3, 16, 1, 9001, kPlanar, false, true, 12, 11}, Words(aPlanes),
+                 anRGB);
+    ExpectPixels("12 bits, big-endian planes", kAny, {k, 3, 16, 1, 2, kPlanar, false, kBigEndian, 12, 11},
+                 Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000}, kBigEndian),
+                 {0xff, 0x0f, 0xff, 0x80, 0xff, 0xff});
     ExpectPixels("16 bits, big-endian", kAny, {k, 3, 16, 1, 2, false, false, kBigEndian}, aBig,
                  {1, 3, 5, 7, 9, 11});
     ExpectPixels("16 bits, big-endian planes", kAny, {k, 3, 16, 1, 2, kPlanar, false, kBigEndian}, aBig,

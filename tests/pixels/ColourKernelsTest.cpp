@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -96,12 +97,16 @@ TEST(ColourKernels, EveryLengthIsConvertedAndNothingBehindIt)
             aState = aState * 1664525u + 1013904223u;
             aByte = static_cast<std::uint8_t>(aState >> 24);
         }
-        Bytes aMix, aLow, aHigh;
+        Bytes aMix, aClamped, aMasked;
         for (std::size_t i = 0; i < n; ++i)
         {
             aMix.insert(aMix.end(), {aNoise[i], aNoise[n + i], aNoise[2 * n + i]});
-            aLow.insert(aLow.end(), {aNoise[6 * i], aNoise[6 * i + 2], aNoise[6 * i + 4]});
-            aHigh.insert(aHigh.end(), {aNoise[6 * i + 1], aNoise[6 * i + 3], aNoise[6 * i + 5]});
+            for (const std::size_t k : {6 * i, 6 * i + 2, 6 * i + 4})
+            {
+                const int aLittle = aNoise[k] + 256 * aNoise[k + 1], aBig = aNoise[k + 1] + 256 * aNoise[k];
+                aClamped.push_back(static_cast<std::uint8_t>(std::min(aLittle / 16, 255)));
+                aMasked.push_back(static_cast<std::uint8_t>(aBig / 2 % 32 * 8));
+            }
         }
         const Bytes aPixels(aNoise.data(), aNoise.data() + 3 * n);
         const Bytes aGroups(aNoise.data(), aNoise.data() + 4 * n);
@@ -114,10 +119,14 @@ TEST(ColourKernels, EveryLengthIsConvertedAndNothingBehindIt)
                [n](auto* in, auto* out) { ColourKernels::ConvertYBRFull422(in, out, n, 0); });
         Expect("interleaved", aPixels, aMix,
                [n](auto* in, auto* out) { ColourKernels::InterleavePlanes(in, in + n, in + 2 * n, out, n); });
-        Expect("low bytes", aNoise, aLow,
-               [n](auto* in, auto* out) { ColourKernels::KeepHalves(in, out, 3 * n, false); });
-        Expect("high bytes", aNoise, aHigh,
-               [n](auto* in, auto* out) { ColourKernels::KeepHalves(in, out, 3 * n, true); });
+        Expect("clamped words", aNoise, aClamped,
+               [n](auto* in, auto* out) {
+                   ColourKernels::ReduceWords(in, out, 3 * n, {false, false, 4, 255, 0});
+               });
+        Expect("masked words", aNoise, aMasked,
+               [n](auto* in, auto* out) {
+                   ColourKernels::ReduceWords(in, out, 3 * n, {true, true, 1, 31, 3});
+               });
     };
     ForEachTarget(
         [&]

@@ -25,6 +25,8 @@ struct ImageSpec
     bool itsPlanar = false;
     bool itsSigned = false;
     bool itsLittleEndian = true;
+    int itsBitsStored = 0; ///< 0: all of itsBits
+    int itsHighBit = 0;    ///< 0: the highest of itsBits
 };
 
 /// An image on theAllocator whose buffer holds exactly thePixels.
@@ -35,8 +37,10 @@ inline std::unique_ptr<Renderable> MakeImage(CountingAllocator& theAllocator, co
     anImage->setPhotometricInterpretation(theSpec.itsInterpretation);
     anImage->setSamplesPerPixel(theSpec.itsSamples);
     anImage->setBitsAllocated(static_cast<std::int16_t>(theSpec.itsBits));
-    anImage->setBitsStored(static_cast<std::int16_t>(theSpec.itsBits));
-    anImage->setHighBit(static_cast<std::int16_t>(theSpec.itsBits - 1));
+    const auto choose = [](int theValue, int theDefault)
+    { return static_cast<std::int16_t>(theValue != 0 ? theValue : theDefault); };
+    anImage->setBitsStored(choose(theSpec.itsBitsStored, theSpec.itsBits));
+    anImage->setHighBit(choose(theSpec.itsHighBit, theSpec.itsBits - 1));
     anImage->setRows(theSpec.itsRows);
     anImage->setColumns(theSpec.itsColumns);
     anImage->setPlanarConfiguration(theSpec.itsPlanar);

@@ -47,6 +47,8 @@ private:
         std::uint64_t itsCompressedSize = 0; ///< bytes that were read for them
         double itsTimeToAllocate = 0;        ///< milliseconds
         int itsScaleFactor = 1;
+        int itsColourDepth =
+            0; ///< bits that samples of colour fill, where the data set has them wrong, else 0
         bool itsLittleEndian = true;
     };
 
@@ -60,6 +62,7 @@ private:
     void SettleDecodedSize(Frame& theFrame) const;
     void ExchangeBytesIfNeeded(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
+    static void SettleColourDepth(Frame& theFrame, int theDepth);
     void Describe(Frame& theFrame) const;
     std::int32_t GetRatio(const Frame& theFrame) const;
     void ConvertToRGB(Frame& theFrame) const;

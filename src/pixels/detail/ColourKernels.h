@@ -32,6 +32,24 @@ struct YBRFormula
     }
 };
 
+/// How a word of 16 bits becomes a byte: shifted down, brought into the range of the bits that are left, and
+/// shifted up to where those are a byte's highest.
+struct WordReduction
+{
+    bool itsIsSwapped = false; ///< words are in the other byte order than this machine's
+    bool itsIsMasked = false;  ///< what lies above the bits that are left is dropped; else it gives the most
+    int itsShiftDown = 8;      ///< 0 to 15
+    std::uint16_t itsMost = 255; ///< all bits that are left, at most eight
+    int itsShiftUp = 0;          ///< 0 to 7
+
+    std::uint8_t operator()(std::uint16_t theWord) const
+    {
+        const int aWord = (itsIsSwapped ? __builtin_bswap16(theWord) : theWord) >> itsShiftDown;
+        return static_cast<std::uint8_t>((itsIsMasked ? aWord & itsMost : std::min<int>(aWord, itsMost))
+                                         << itsShiftUp);
+    }
+};
+
 /// The inner loops of colour conversion, in the best vector form that the running processor has.
 ///
 /// Every form gives the same bits as YBRFormula. Inputs and outputs never overlap and need no alignment;
@@ -61,7 +79,7 @@ public:
                                  const std::uint8_t* theThird, std::uint8_t* theOutput,
                                  std::size_t thePixels);
 
-    /// Keeps one byte of each pair: the second when isSecondByte, else the first.
-    static void KeepHalves(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t thePairs,
-                           bool isSecondByte);
+    /// theWords words to bytes.
+    static void ReduceWords(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t theWords,
+                            const WordReduction& theReduction);
 };
