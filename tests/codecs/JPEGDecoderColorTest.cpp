@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "codecs/JPEGTestHelpers.h"
 
@@ -145,32 +146,26 @@ TEST(JPEGDecoderColor, OutputColorSpaceCanBeChosenBeforeDecoding)
     JpegSpec aSpec{8, 8, 3};
     aSpec.itsJFIF = true;
     const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200}));
-    struct Choice
-    {
-        Decoder::ColorModel itsModel;
-        Decoder::ColorModel itsReported;
-        Samples itsPixel; ///< empty: refused
-        std::size_t itsComponents;
-    };
-    for (const Choice& aChoice :
-         {Choice{Decoder::COLOR_MODEL_GREY, Decoder::COLOR_MODEL_GREY, {120}, 1},
-          Choice{kRGB, kRGB, kConverted, 3}, Choice{kYBR422, kYBR422, kStored, 3}, Choice{kYBR, kNone, {}, 3},
-          Choice{Decoder::COLOR_MODEL_PALETTE_COLOR, kNone, {}, 3}})
+    // What is chosen, what is reported, the pixel, which is empty where it is refused.
+    using Choice = std::tuple<Decoder::ColorModel, Decoder::ColorModel, Samples>;
+    for (const auto& [aModel, aReported, aPixel] :
+         {Choice{Decoder::COLOR_MODEL_GREY, Decoder::COLOR_MODEL_GREY, {120}}, Choice{kRGB, kRGB, kConverted},
+          Choice{kYBR422, kYBR422, kStored}, Choice{kYBR, kNone, {}},
+          Choice{Decoder::COLOR_MODEL_PALETTE_COLOR, kNone, {}}})
     {
         const auto aDecoder = MakeDecoder(8);
         ByteSource aSource(aJpeg);
         aDecoder->SetSource(nullptr, aSource);
-        aDecoder->SetDecompressedColorspace(aChoice.itsModel);
-        EXPECT_EQ(aDecoder->GetDecompressedColorspace(), aChoice.itsReported);
-        ASSERT_EQ(aDecoder->GetOutputSize(), 64 * aChoice.itsComponents);
-        if (aChoice.itsPixel.empty())
+        aDecoder->SetDecompressedColorspace(aModel);
+        EXPECT_EQ(aDecoder->GetDecompressedColorspace(), aReported);
+        ASSERT_EQ(aDecoder->GetOutputSize(), 64 * (aPixel.empty() ? 3 : aPixel.size()));
+        if (aPixel.empty())
         {
             EXPECT_THROW(DecodeRest(*aDecoder), ExceptionBase);
             continue;
         }
         const Bytes aBuffer = DecodeRest(*aDecoder);
-        EXPECT_EQ(Samples(aBuffer.end() - static_cast<std::ptrdiff_t>(aChoice.itsComponents), aBuffer.end()),
-                  aChoice.itsPixel);
+        EXPECT_EQ(Samples(aBuffer.end() - static_cast<std::ptrdiff_t>(aPixel.size()), aBuffer.end()), aPixel);
     }
 }
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -53,25 +54,17 @@ Bytes Nested(int theDepth)
 
 const Bytes kHead = kSignature + kFileType + Box("jp2h", kImageHeader);
 
-struct GoodCase
-{
-    const char* itsName;
-    Bytes itsFile; ///< up to the codestream's first byte
-    std::uint64_t itsLength;
-};
+/// A file up to the codestream's first byte, and the codestream's length.
+using GoodCase = std::tuple<const char*, Bytes, std::uint64_t>;
 
-struct BadCase
-{
-    const char* itsName;
-    Bytes itsFile;
-    std::string itsText;
-};
+/// A file, and what is said of it.
+using BadCase = std::tuple<const char*, Bytes, std::string>;
 } // namespace
 
 TEST(Jp2Source, LeavesTheFileAtTheCodestream)
 {
     const std::uint64_t aHuge = std::uint64_t{1} << 62;
-    for (const GoodCase& aCase :
+    for (const auto& [aName, aBytes, aLength] :
          {GoodCase{"plain", kHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
           GoodCase{"to the end", kHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::kUnknownLength},
           GoodCase{"large", kHead + LargeBox(20, "jp2c", {}), 4},
@@ -88,21 +81,21 @@ TEST(Jp2Source, LeavesTheFileAtTheCodestream)
                   Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
               4}})
     {
-        SCOPED_TRACE(aCase.itsName);
-        ByteSource aSource(aCase.itsFile + kStream, 3);
+        SCOPED_TRACE(aName);
+        ByteSource aSource(aBytes + kStream, 3);
         jp2_family_src aFamily;
         aFamily.open(&aSource);
         jp2_source aFile;
         aFile.open(&aFamily, jp2_locator());
         aFile.read_header();
-        EXPECT_EQ(aFile.get_codestream_length(), aCase.itsLength);
+        EXPECT_EQ(aFile.get_codestream_length(), aLength);
         EXPECT_EQ(aFile.get_width(), 5U);
         EXPECT_EQ(aFile.get_height(), 3U);
         EXPECT_EQ(aFile.get_num_components(), 3);
         aFile.close();
         EXPECT_FALSE(aFile.exists());
-        EXPECT_EQ(aSource.GetPosition(), aCase.itsFile.size());
-        EXPECT_EQ(aFamily.get_pos(), aCase.itsFile.size());
+        EXPECT_EQ(aSource.GetPosition(), aBytes.size());
+        EXPECT_EQ(aFamily.get_pos(), aBytes.size());
         EXPECT_EQ(aSource.GetCloses(), 0);
     }
 }
@@ -114,7 +107,7 @@ TEST(Jp2Source, RefusesDamagedFilesByName)
     const std::string kNoImageHeader = "the JP2 header box does not begin with an image header box";
     const std::string at36 = " (at byte 36 of the file)";
     const Bytes kStart = kSignature + kFileType;
-    for (const BadCase& aCase :
+    for (const auto& [aName, aBytes, aText] :
          {BadCase{"empty", {}, "the file ends before the signature box"},
           BadCase{"no signature", kFileType, kNoSignature},
           BadCase{"other signature", Patch(kSignature, 8, {0x0a}), kNoSignature},
@@ -155,14 +148,14 @@ TEST(Jp2Source, RefusesDamagedFilesByName)
                   kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
                   "a box inside another has no length (at byte 66 of the file)"}})
     {
-        SCOPED_TRACE(aCase.itsName);
-        ByteSource aSource(aCase.itsFile);
+        SCOPED_TRACE(aName);
+        ByteSource aSource(aBytes);
         jp2_family_src aFamily;
         aFamily.open(&aSource);
         jp2_source aFile;
         aFile.open(&aFamily);
         EXPECT_EQ(ReportOf([&] { aFile.read_header(); }),
-                  "error: Error in Kakadu File Format Support: " + aCase.itsText);
+                  "error: Error in Kakadu File Format Support: " + aText);
     }
 }
 
@@ -212,19 +205,13 @@ TEST(Jp2BoxTextualizer, PrintsTheTree)
 
 TEST(Jp2BoxTextualizer, EndsWhereTheFileIsDamagedOrTooLong)
 {
-    struct Case
-    {
-        const char* itsName;
-        Bytes itsFile;
-        std::size_t itsLines;
-        std::string itsLast;
-    };
+    using Case = std::tuple<const char*, Bytes, std::size_t, std::string>; // lines, and the last one
     Bytes aManyBoxes;
     for (int i = 0; i < 20; ++i)
     {
         aManyBoxes = aManyBoxes + Box("free", {});
     }
-    for (const Case& aCase :
+    for (const auto& [aName, aBytes, aCount, aLast] :
          {Case{"empty boxes", kSignature + Box("ihdr", {}) + Box("pclr", {}) + Box("cdef", {}), 4,
                "cdef: channel definition, 8 bytes at 28: "},
           Case{"cut", Bytes(kHead.begin(), kHead.end() - 1), 5,
@@ -232,10 +219,10 @@ TEST(Jp2BoxTextualizer, EndsWhereTheFileIsDamagedOrTooLong)
           Case{"nested deeper than is looked at", Nested(9), 5, "        res : resolution, 62 bytes at 32"},
           Case{"too many", aManyBoxes, 11, "more boxes follow"}, Case{"nothing", {}, 0, ""}})
     {
-        SCOPED_TRACE(aCase.itsName);
-        ByteSource aSource(aCase.itsFile);
+        SCOPED_TRACE(aName);
+        ByteSource aSource(aBytes);
         const std::vector<std::string> aLines = jp2_box_textualizer::Textualize(aSource, 10);
-        ASSERT_EQ(aLines.size(), aCase.itsLines);
-        EXPECT_EQ(aLines.empty() ? "" : aLines.back(), aCase.itsLast);
+        ASSERT_EQ(aLines.size(), aCount);
+        EXPECT_EQ(aLines.empty() ? "" : aLines.back(), aLast);
     }
 }
