@@ -201,6 +201,7 @@ TEST(ArchiveFaults, Frames)
             const Outcome anOutcome = RunPart10Quietly(aFile, nullptr, {aFrame});
             EXPECT_EQ(anOutcome.Pixels(), Pixels(aFrame)) << aFrame << ": " << anOutcome.Message();
         }
+        EXPECT_EQ(RunPart10Quietly(aFile, nullptr, {-1}).Pixels(), Pixels(0)) << "without an index";
         const Outcome aNext = RunPart10Quietly(aFile, nullptr, {aCase.itsExpected});
         EXPECT_EQ(aNext.Code(), 38) << aNext.Message();
     }

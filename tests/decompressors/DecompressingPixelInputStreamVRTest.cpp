@@ -232,6 +232,9 @@ TEST(DecompressingPixelInputStreamVR, EndsWithTheLastFrameThatIsAnnounced)
 {
     Fixture aFixture(5);
     aFixture.itsDataSet.SetText(DICOMTags::NumberOfFrames, "3");
+    // A palette that an earlier decode has applied.
+    aFixture.itsDataSet.SetNumbers(DICOMTags::SamplesPerPixel, {3});
+    aFixture.itsDataSet.SetScratchpadValue("DecompOrigSamplesPerPixel", "1");
     Bytes anExpected(aFixture.itsValue.begin(), aFixture.itsValue.begin() + 27);
     anExpected.push_back(0);
     EXPECT_EQ(ReadAll(*aFixture.Make(), 5), anExpected);

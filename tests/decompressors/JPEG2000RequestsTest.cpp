@@ -13,28 +13,19 @@
 #include "support/PlainColour.h"
 
 using namespace Jpeg2000Streams;
+using Part10Files::Encapsulated;
 
 namespace
 {
 const RWCString& kLossless = TransferSyntaxType::TSJPEG2KLosslessUID;
 const RWCString& kAny = TransferSyntaxType::TSJPEG2KUID;
 
-Bytes File(const RWCString& theUID, const Bytes& theFrame, int theSamples,
-           const std::string& theInterpretation, int theWidth, int theHeight, int theBitsAllocated = 8,
-           int theBitsStored = 8, int theIsSigned = 0)
-{
-    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theUID);
-    aBuilder.AddString(DICOMTags::SOPInstanceUID, "UI", "1.2.3");
-    const auto aWord = [](int theValue) { return static_cast<std::uint16_t>(theValue); };
-    aBuilder.AddImageAttributes(aWord(theSamples), theInterpretation, aWord(theHeight), aWord(theWidth),
-                                aWord(theBitsAllocated), aWord(theBitsStored), aWord(theIsSigned));
-    return aBuilder.AddEncapsulatedPixelData({Part10Files::Even(theFrame)}).Build();
-}
+const JpegSpec kColourSpec{.itsWidth = kColourWidth, .itsHeight = kColourHeight, .itsComponents = 3};
 
-Bytes GreyFile(const Bytes& theFrame, int theBitsAllocated = 16, int theBitsStored = 12, int theIsSigned = 1)
+Bytes GreyFile(const Bytes& theFrame, int theBitsStored = 12, int theIsSigned = 1)
 {
-    return File(kLossless, theFrame, 1, "MONOCHROME2", kGreyWidth, kGreyHeight, theBitsAllocated,
-                theBitsStored, theIsSigned);
+    return Encapsulated(kLossless, {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight}, "MONOCHROME2",
+                        {theFrame}, theBitsStored, theIsSigned);
 }
 } // namespace
 
@@ -52,7 +43,7 @@ TEST(JPEG2000Requests, TheCodestreamTellsTheSignAndTheDataSetTheBits)
         {
             DataSet aDataSet;
             const Outcome anOutcome =
-                RunPart10(GreyFile(aFrame, 16, aCase.itsBitsStored, aCase.itsIsSigned), &aDataSet);
+                RunPart10(GreyFile(aFrame, aCase.itsBitsStored, aCase.itsIsSigned), &aDataSet);
             EXPECT_EQ(anOutcome.Pixels(), GreyWords([&](int theValue) { return theValue & aCase.itsMask; }));
             EXPECT_THAT(Describe(*anOutcome.Image()),
                         testing::StartsWith("MONOCHROME2 11 x 13 x 1, 16/" +
@@ -119,14 +110,16 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         int itsCode;
         std::string itsText;
     } kCases[] = {
-        {GreyFile(Grey12(), 8, 8), 1, 62, "JPEG2000Decoder::Decode Output buffer too small*"},
+        {GreyFile(Grey12(), 8), 1, 62, "JPEG2000Decoder::Decode Output buffer too small*"},
         {GreyFile(Grey12()), 0, 37, kHeader + "Invalid output scale request*"},
         {GreyFile(Pair()), 1, 37, kHeader + "Image component count not in (1, 3) as required by DICOM"},
-        {File(kAny, aWide, 3, "RGB", 1000, 1000), 1, 62,
+        {Encapsulated(kAny, {.itsWidth = 1000, .itsHeight = 1000, .itsComponents = 3}, "RGB", {aWide}), 1, 62,
          "DICOMPart10StreamDecompressor::Decode: a data set cannot describe 15 rows of 66000 pixels"},
-        {File(kLossless, Colour(), 1, "MONOCHROME2", kColourWidth, kColourHeight), 1, 6,
+        {Encapsulated(kLossless, {.itsWidth = kColourWidth, .itsHeight = kColourHeight}, "MONOCHROME2",
+                      {Colour()}),
+         1, 6,
          "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than JP2 "
-         "header for the SOP:1.2.3.*"}};
+         "header for the SOP:*"}};
     for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsText);
@@ -151,7 +144,7 @@ TEST(JPEG2000Requests, ColourComesAsRGB)
         SCOPED_TRACE(anInterpretation);
         DataSet aDataSet;
         const Outcome aPart10 =
-            RunPart10(File(kLossless, aStream, 3, anInterpretation, kColourWidth, kColourHeight), &aDataSet);
+            RunPart10(Encapsulated(kLossless, kColourSpec, anInterpretation, {aStream}), &aDataSet);
         DataSet aBareSet;
         aBareSet.SetText(DICOMTags::PhotometricInterpretation, anInterpretation);
         const Outcome aBare = RunBareImage(MakeJp2(aStream), kAny, &aBareSet);
@@ -167,13 +160,13 @@ TEST(JPEG2000Requests, ColourComesAsRGB)
 
 TEST(JPEG2000Requests, LossIsWrittenDownWhereItIsCertain)
 {
-    for (const auto& [aUID, aStream, aWidth, aHeight, aFlag] :
-         {std::tuple(kAny, Lossy(), kLossySize, kLossySize, "01"),
-          {kLossless, Lossy(), kLossySize, kLossySize, "(absent)"},
-          {kAny, Colour(), kColourWidth, kColourHeight, "(absent)"}})
+    const JpegSpec aSquare{.itsWidth = kLossySize, .itsHeight = kLossySize, .itsComponents = 3};
+    for (const auto& [aUID, aStream, aSpec, aFlag] : {std::tuple(kAny, Lossy(), aSquare, "01"),
+                                                      {kLossless, Lossy(), aSquare, "(absent)"},
+                                                      {kAny, Colour(), kColourSpec, "(absent)"}})
     {
         DataSet aDataSet;
-        const Outcome anOutcome = RunPart10(File(aUID, aStream, 3, "YBR_ICT", aWidth, aHeight), &aDataSet);
+        const Outcome anOutcome = RunPart10(Encapsulated(aUID, aSpec, "YBR_ICT", {aStream}), &aDataSet);
         ASSERT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
         EXPECT_EQ(aDataSet.Text(DICOMTags::LossyImageCompression), aFlag);
     }

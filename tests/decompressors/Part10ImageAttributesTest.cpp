@@ -75,15 +75,15 @@ TEST(Part10ImageAttributes, OnlyTheText00MeansNoLoss)
 
 TEST(Part10ImageAttributes, TheScratchPadKnowsTheOriginals)
 {
-    struct Case
+    const struct
     {
         std::uint16_t itsSamples;
         const char* itsOriginal;
         bool itsPlanar;
-    };
+    } kCases[] = {{3, "1", true}, {3, "0", false}, {3, "2", false},
+                  {3, "", false}, {1, "1", false}, {4, "1", false}};
     EXPECT_TRUE(Described(3).Read().itsPlanar);
-    for (const Case& aCase : {Case{3, "1", true}, Case{3, "0", false}, Case{3, "2", false},
-                              Case{3, "", false}, Case{1, "1", false}, Case{4, "1", false}})
+    for (const auto& aCase : kCases)
     {
         Described aDataSet(aCase.itsSamples);
         aDataSet.SetScratchpadValue("DecompOrigPlanarConfig", aCase.itsOriginal);

@@ -16,15 +16,13 @@ namespace
 {
 TEST(Renderable, StartsEmptyWithUnitRatios)
 {
-    const Renderable anImage;
-    EXPECT_TRUE(anImage.isPixelDataLittleEndian());
-    EXPECT_FALSE(anImage.isSigned() || anImage.isPlanarConfiguration());
-    EXPECT_FALSE(anImage.isLossyImageCompression() || anImage.isPixelDataAllocated());
+    Renderable anImage;
+    anImage.setScaleFactor(5); // which alone has no value yet
+    EXPECT_EQ(Describe(anImage), "INVALID 0 x 0 x 0, 0/0/0, scale 5, ratio 1");
+    EXPECT_FALSE(anImage.isPixelDataAllocated());
     EXPECT_EQ(anImage.getPixelDataSize(), 0u);
-    EXPECT_EQ(anImage.getPhotometricInterpretation(), Renderable::INVALID);
     EXPECT_EQ(anImage.getPixelAspectRatioVertical(), 1);
     EXPECT_EQ(anImage.getPixelAspectRatioHorizontal(), 1);
-    EXPECT_EQ(anImage.getCompressionRatio(), 1);
     EXPECT_EQ(&anImage.getMemoryAllocator(), &VMMemoryAllocator::GetDefaultInstance());
 }
 
@@ -50,15 +48,14 @@ TEST(Renderable, InterpretationsAndTheirTerms)
 
 TEST(Renderable, RequiredBufferSize)
 {
-    struct Case
+    constexpr std::uint64_t kWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
+    constexpr struct
     {
         int itsRows, itsColumns, itsBits, itsSamples;
         const char* itsInterpretation;
         std::uint64_t itsSize;
         const char* itsFault;
-    };
-    constexpr std::uint64_t kWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
-    constexpr Case kCases[] = {
+    } kCases[] = {
         {512, 512, 16, 1, "MONOCHROME2", 524288, "plain grey"},
         {512, 512, 16, 1, "YBR_FULL_422", 524288, "one sample takes no notice of the interpretation"},
         {3, 3, 1, 1, "MONOCHROME2", 2, "bits are rounded up to bytes"},
@@ -81,7 +78,7 @@ TEST(Renderable, RequiredBufferSize)
         {-1, 1, 8, 1, "RGB", (std::uint64_t{1} << 61) - 1, "negative rows are no size"},
         {32768, 16384, 2, 3, "YBR_FULL_422", kWrapped, "doubling wraps too"},
     };
-    for (const Case& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         EXPECT_EQ(Renderable::calculateRequiredBufferSize(aCase.itsRows, aCase.itsColumns, aCase.itsBits,
                                                           aCase.itsSamples,
@@ -98,15 +95,14 @@ ImageSpec Grey(int theBits, int theRows, int theColumns)
 
 TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
 {
-    struct Case
+    const struct
     {
         const char* itsFault;
         ImageSpec itsSpec;
         Bytes itsBefore;
         Bytes itsAfter;
         bool itsToggles;
-    };
-    const Case kCases[] = {
+    } kCases[] = {
         {"8 bits are left alone", Grey(8, 1, 2), {1, 2}, {1, 2}, false},
         {"12 allocated bits toggle only", Grey(12, 1, 1), {1, 2}, {1, 2}, true},
         {"32 allocated bits toggle only", Grey(32, 1, 1), {1, 2, 3, 4}, {1, 2, 3, 4}, true},
@@ -119,7 +115,7 @@ TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
         {"a count that wraps to nothing", Grey(16, 65536, 32768), {1, 2}, {1, 2}, false},
     };
     CountingAllocator anAllocator;
-    for (const Case& aCase : kCases)
+    for (const auto& aCase : kCases)
     {
         const auto anImage = MakeImage(anAllocator, aCase.itsSpec, aCase.itsBefore);
         anImage->swapDataEndian();
