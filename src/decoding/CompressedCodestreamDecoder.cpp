@@ -140,6 +140,7 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(cons
                                     theUID,
                                 DLRC_NO_DECODER, 0);
     }
+    aCodec->SetReadingContext(itsReadingContext);
     return aCodec;
 }
 

@@ -7,6 +7,7 @@
 #include "decoding/Decoder.h"
 
 class InputStream;
+class ReadingContext;
 class kdu_compressed_source;
 
 /// Decodes one compressed frame, read from an InputStream, into a caller's buffer.
@@ -86,6 +87,9 @@ public:
     /// told by IsDecoderSupportedOutputPixelSignConversion; one that cannot delivers them as they are.
     void SetForceUnsignedPixelOutput(bool isSet) { itsForceUnsignedPixelOutput = isSet; }
 
+    /// The context that codecs are given; borrowed, null (which it is until set) for none.
+    void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
+
     /// Whether the codec of the last Decode could deliver either sign; false before.
     bool IsDecoderSupportedOutputPixelSignConversion() const
     {
@@ -114,4 +118,5 @@ private:
     Decoder::ParsingErrorTolerance itsParsingErrorTolerance;
     bool itsForceUnsignedPixelOutput = false;
     bool itsDecoderSupportsOutputPixelSignConversion = false;
+    ReadingContext* itsReadingContext = nullptr;
 };

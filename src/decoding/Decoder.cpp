@@ -112,6 +112,14 @@ void Decoder::SetSource(DICOMDataObject* theDataSet, kdu_compressed_source& theS
     UpdateDICOMHeader();
 }
 
+void Decoder::Warn(const char* theIdentifier, const RWCString& theText) const
+{
+    if (itsReadingContext != nullptr)
+    {
+        itsReadingContext->Warn(theIdentifier, theText);
+    }
+}
+
 void Decoder::SetBitsAllocatedPerSample(std::int16_t theBits)
 {
     itsBitsAllocatedPerSample = theBits > 8 ? 16 : 8;

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 
 class DICOMDataObject;
 class MeteringKDUCompressedSource;
@@ -119,6 +120,10 @@ public:
     /// Reads the header from theSource (through a byte counter) and updates theDataSet (null allowed).
     void SetSource(DICOMDataObject* theDataSet, kdu_compressed_source& theSource);
 
+    /// The context of the request, to be told before SetSource; borrowed, null for none. Without one the
+    /// codec reads by contract and its warnings are lost.
+    void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
+
     /// Always 1.
     std::int16_t GetVersion() const { return 1; }
 
@@ -195,6 +200,12 @@ protected:
     /// The source, through the byte counter. Throws DLRuntimeException before SetSource.
     kdu_compressed_source& GetSource() const;
 
+    /// Whether the request reads by meaning.
+    bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
+
+    /// A warning for the request, see ReadingContext::Warn.
+    void Warn(const char* theIdentifier, const RWCString& theText) const;
+
     /// The data set that SetSource was given, or null. Borrowed.
     DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
 
@@ -215,4 +226,5 @@ protected:
 private:
     std::shared_ptr<MeteringKDUCompressedSource> itsSource; ///< shared by copies
     DICOMDataObject* itsDICOMDataObject = nullptr;
+    ReadingContext* itsReadingContext = nullptr;
 };

@@ -33,8 +33,10 @@ void Optional(const LookUp& theLookUp)
 }
 } // namespace
 
-BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
-    : itsRequest(theRequest), itsDataSet(theRequest.getDICOMDataObject()), itsMemoryAllocator(theAllocator)
+BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
+                                 ReadingContext& theContext)
+    : itsRequest(theRequest), itsDataSet(theRequest.getDICOMDataObject()), itsMemoryAllocator(theAllocator),
+      itsReadingContext(theContext)
 {
 }
 
@@ -49,6 +51,7 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
     {
         return nullptr;
     }
+    aCodec->SetReadingContext(&itsReadingContext);
     PrepareCodec(*aCodec);
     const double aTimeToReadHeader = itsTimer.Lap() * 1000.0;
     AllocateFor(*aCodec);

@@ -89,11 +89,12 @@ std::uint32_t LengthLeft(const InputStream& theStream)
 }
 
 std::unique_ptr<Renderable> DecodePlain(InputStream& theStream, const RWCString& theUID,
-                                        DICOMDataObject* theDataSet, int theScale)
+                                        DICOMDataObject* theDataSet, int theScale, ReadingContext& theContext)
 {
     InputStreamAdapter aSource(theStream);
     DecompressionRequest aRequest(&aSource, theDataSet, "", true, theScale, 0, theUID, false);
     aRequest.setSourceLength(LengthLeft(theStream));
+    aRequest.setReading(theContext.GetReading());
     DecompressionResult aResult;
     CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage(aResult.getRenderable());
@@ -103,10 +104,12 @@ std::unique_ptr<Renderable> DecodePlain(InputStream& theStream, const RWCString&
         throw StreamIOException(aResult.getMessage(), aResult.getDCMLibResultCode(),
                                 aResult.getSystemErrorCode());
     }
+    theContext.Add(aResult.getWarnings());
     return anImage;
 }
 
-std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader& theHeader, int theScale)
+std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader& theHeader, int theScale,
+                                       ReadingContext& theContext)
 {
     DMTickCounter aCounter;
     ImageDescription aDescription = Describe(theHeader);
@@ -117,6 +120,7 @@ std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader&
                                                                             : "MONOCHROME2");
     CompressedCodestreamDecoder aDecoder(theHeader.GetTransferSyntaxUID(), theHeader.itsPrecision, theStream,
                                          *aDataSet, theScale, Decoder::PET_FAST);
+    aDecoder.SetReadingContext(&theContext);
     aDecoder.Decode(LengthLeft(theStream), anImage->getPixelData(), anImage->getPixelDataSize());
 
     aDescription.itsScaleFactor = aDecoder.GetScaleFactor();
@@ -129,28 +133,30 @@ std::unique_ptr<Renderable> DecodeDeep(InputStream& theStream, const JPEGHeader&
     return anImage;
 }
 
-std::unique_ptr<Renderable> DecodeJPEG(InputStream& theStream, int theScale)
+std::unique_ptr<Renderable> DecodeJPEG(InputStream& theStream, int theScale, ReadingContext& theContext)
 {
     RewindableInputStream aStream(theStream);
     const std::optional<JPEGHeader> aHeader = JPEGHeader::Read(aStream);
     aStream.Rewind();
     if (!aHeader)
     {
-        return DecodePlain(aStream, CodecTable::FindImageType(IMAGE_TYPE_JPEG)->itsUID, nullptr, theScale);
+        return DecodePlain(aStream, CodecTable::FindImageType(IMAGE_TYPE_JPEG)->itsUID, nullptr, theScale,
+                           theContext);
     }
     if (aHeader->itsPrecision > 8)
     {
-        return DecodeDeep(aStream, *aHeader, theScale);
+        return DecodeDeep(aStream, *aHeader, theScale, theContext);
     }
     // Without a data set the codec itself says whether there was loss.
     const auto aDataSet = IsUnmarkedLosslessColour(*aHeader) ? MakeDataSet("RGB") : nullptr;
-    return DecodePlain(aStream, aHeader->GetTransferSyntaxUID(), aDataSet.get(), theScale);
+    return DecodePlain(aStream, aHeader->GetTransferSyntaxUID(), aDataSet.get(), theScale, theContext);
 }
 } // namespace
 
-std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImageType theType, int theScale)
+std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImageType theType, int theScale,
+                                                  ReadingContext& theContext)
 {
-    return theType == IMAGE_TYPE_JPEG
-               ? DecodeJPEG(theStream, theScale)
-               : DecodePlain(theStream, CodecTable::FindImageType(theType)->itsUID, nullptr, theScale);
+    return theType == IMAGE_TYPE_JPEG ? DecodeJPEG(theStream, theScale, theContext)
+                                      : DecodePlain(theStream, CodecTable::FindImageType(theType)->itsUID,
+                                                    nullptr, theScale, theContext);
 }

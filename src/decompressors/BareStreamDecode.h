@@ -7,6 +7,7 @@
 #include "toolkit/base/BaseTypes.h"
 
 class InputStream;
+class ReadingContext;
 class Renderable;
 
 /// Decodes a bare image as what its own header says it is. Stateless and thread-safe.
@@ -21,7 +22,8 @@ public:
     BareStreamDecode() = delete;
 
     /// The image of theStream, which is borrowed and stands at the first byte. theType: any but DICOM.
-    /// theScale: as in a DecompressionRequest. Throws StreamIOException with the code and text of a result
-    /// that failed, and what the codec throws.
-    static std::unique_ptr<Renderable> Run(InputStream& theStream, JImageType theType, int theScale);
+    /// theScale: as in a DecompressionRequest. theContext: how to read, and where warnings go. Throws
+    /// StreamIOException with the code and text of a result that failed, and what the codec throws.
+    static std::unique_ptr<Renderable> Run(InputStream& theStream, JImageType theType, int theScale,
+                                           ReadingContext& theContext);
 };

@@ -101,6 +101,7 @@ void CompressedImageStreamDecompressor::Decompress(DecompressionRequest& theRequ
     try
     {
         theResult.forgetRenderable();
+        theResult.clearWarnings();
         DecompressUnguarded(theRequest, theResult);
     }
     catch (...)
@@ -124,7 +125,8 @@ void CompressedImageStreamDecompressor::DecompressUnguarded(DecompressionRequest
         return;
     }
     DMTickCounter aTimer;
-    std::unique_ptr<Renderable> anImage = BareImageDecode(theRequest, itsMemoryAllocator).Run();
+    ReadingContext aContext(theRequest.getReading());
+    std::unique_ptr<Renderable> anImage = BareImageDecode(theRequest, itsMemoryAllocator, aContext).Run();
     if (!anImage)
     {
         // Deliberately without the words that once stood before the bracket: callers know this text.
@@ -134,6 +136,7 @@ void CompressedImageStreamDecompressor::DecompressUnguarded(DecompressionRequest
     if (ConvertToRGB(theRequest.getDICOMDataObject(), *anImage, theResult))
     {
         anImage->setTotalTimeTakenToLoad(aTimer.Total() * 1000.0);
+        theResult.addWarnings(aContext.TakeWarnings());
         theResult.setRenderable(anImage.release());
     }
 }

@@ -6,6 +6,7 @@
 
 #include "decompressors/JNIForward.h"
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 
 class DICOMDataObject;
 class InputStream;
@@ -90,6 +91,12 @@ public:
     void setSourceLength(std::uint32_t theLength) { itsSourceLength = theLength; }
     /// @}
 
+    /// How files are taken whose words and meaning part; by contract unless set.
+    /// @{
+    Reading getReading() const { return itsReading; }
+    void setReading(Reading theReading) { itsReading = theReading; }
+    /// @}
+
 private:
     InputStream* itsInputStream = nullptr;
     std::shared_ptr<JavaSeekableInputStream> itsOwnedJavaInputStream;
@@ -103,4 +110,5 @@ private:
     RWCString itsTransferSyntaxUID;
     bool itsV5ConvertPixelsToUnsigned = false;
     std::uint32_t itsSourceLength = 0;
+    Reading itsReading = Reading::BY_CONTRACT;
 };

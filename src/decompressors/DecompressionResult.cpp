@@ -47,6 +47,11 @@ Renderable* DecompressionResult::getRenderable() const
     return itsHolder ? itsHolder->itsRenderable.get() : nullptr;
 }
 
+void DecompressionResult::addWarnings(const std::vector<DecodeWarning>& theWarnings)
+{
+    itsWarnings.insert(itsWarnings.end(), theWarnings.begin(), theWarnings.end());
+}
+
 RWCString DecompressionResult::ToString() const
 {
     return "DecompressionResult:\n\titsDCMLibResultCode = " +

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "decompressors/JNIForward.h"
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/base/Reading.h"
 
 class Renderable;
 
@@ -57,6 +59,14 @@ public:
     const RWCString& getMessage() const { return itsMessage; }
     /// @}
 
+    /// What is in doubt about the picture, in the order in which it was noticed; code and message know
+    /// nothing of it. Every request begins with none; one that fails keeps those of its frames before.
+    /// @{
+    const std::vector<DecodeWarning>& getWarnings() const { return itsWarnings; }
+    void addWarnings(const std::vector<DecodeWarning>& theWarnings);
+    void clearWarnings() { itsWarnings.clear(); }
+    /// @}
+
     /// The three fields as four lines of text.
     RWCString ToString() const;
 
@@ -74,4 +84,5 @@ private:
     DLResultCode itsDCMLibResultCode = DLRC_SUCCESS;
     int itsSystemErrorCode = 0;
     RWCString itsMessage;
+    std::vector<DecodeWarning> itsWarnings;
 };

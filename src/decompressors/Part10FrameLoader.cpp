@@ -121,6 +121,7 @@ void Part10FrameLoader::Pass(int theFrameIndex)
 std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
 {
     DMTickCounter aTimer;
+    itsFrontEnd.GetReadingContext().SetFrame(std::max(theFrameIndex, 0));
     Frame aFrame = Begin();
     if (IsNative())
     {
@@ -182,6 +183,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     DICOMDataObject& aDataSet = itsFrontEnd.GetDataSet();
     InputStream& aStream = GetCompressedFrame(theFrameIndex, theFrame.itsSize);
     Driver aDriver(*this, theFrame, aStream);
+    aDriver.SetReadingContext(&itsFrontEnd.GetReadingContext());
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
     // Memory is taken when the header has been found credible, not before.
     auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);

@@ -2,7 +2,9 @@
 #include "decompressors/Part10FrameWalk.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/Part10FrameLoader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "toolkit/base/Exceptions.h"
@@ -12,41 +14,47 @@ namespace
 /// What callers of the multi-frame decompressor know from its messages.
 constexpr const char* kClassName = "MultiFramePart10StreamDecompressor";
 
-void HandOut(Part10FrameLoader& theLoader, int theFirstFrame, int theCount,
-             const Part10FrameWalk::Receiver& theReceiver)
+/// One walk: where frames come from, where they go.
+struct Walk
 {
-    for (int aFrameIndex = theFirstFrame; aFrameIndex < theCount; ++aFrameIndex)
+    Part10FrontEnd& itsFrontEnd;
+    const Part10FrameWalk::Receiver& itsReceiver;
+    DecompressionResult& itsResult;
+    Part10FrameLoader itsLoader{itsFrontEnd, kClassName};
+    int itsCount = itsLoader.CountFrames();
+
+    void HandOut(int theFirstFrame)
     {
-        if (!theReceiver(aFrameIndex, theLoader.Load(aFrameIndex)))
+        for (int aFrameIndex = theFirstFrame; aFrameIndex < itsCount; ++aFrameIndex)
         {
-            return;
+            std::unique_ptr<Renderable> anImage = itsLoader.Load(aFrameIndex);
+            const std::vector<DecodeWarning> aWarnings = itsFrontEnd.GetReadingContext().TakeWarnings();
+            itsResult.addWarnings(aWarnings);
+            if (!itsReceiver(aFrameIndex, std::move(anImage), aWarnings))
+            {
+                return;
+            }
         }
     }
-}
 
-void Walk(Part10FrontEnd& theFrontEnd, int theFirstFrame, const Part10FrameWalk::Receiver& theReceiver)
-{
-    Part10FrameLoader aLoader(theFrontEnd, kClassName);
-    const int aCount = aLoader.CountFrames();
-    for (int aFrameIndex = 0; aFrameIndex < std::min(theFirstFrame, aCount); ++aFrameIndex)
+    void PassTo(int theFirstFrame)
     {
-        aLoader.Pass(aFrameIndex);
+        for (int aFrameIndex = 0; aFrameIndex < std::min(theFirstFrame, itsCount); ++aFrameIndex)
+        {
+            itsLoader.Pass(aFrameIndex);
+        }
     }
-    HandOut(aLoader, theFirstFrame, aCount, theReceiver);
-}
 
-void WalkFrom(Part10FrontEnd& theFrontEnd, int theFirstFrame, const Part10FrameWalk::Receiver& theReceiver)
-{
-    Part10FrameLoader aLoader(theFrontEnd, kClassName);
-    const int aCount = aLoader.CountFrames();
-    if (theFirstFrame >= aCount)
+    void CheckFrame(int theFirstFrame) const
     {
-        throw StreamIOException("no frame " + std::to_string(theFirstFrame) + ": there are " +
-                                    std::to_string(aCount),
-                                DLRC_GENERAL_FAILURE, 0);
+        if (theFirstFrame >= itsCount)
+        {
+            throw StreamIOException("no frame " + std::to_string(theFirstFrame) + ": there are " +
+                                        std::to_string(itsCount),
+                                    DLRC_GENERAL_FAILURE, 0);
+        }
     }
-    HandOut(aLoader, theFirstFrame, aCount, theReceiver);
-}
+};
 } // namespace
 
 void Part10FrameWalk::Run(DecompressionRequest& theRequest, MemoryAllocater& theAllocator, int theFirstFrame,
@@ -54,7 +62,11 @@ void Part10FrameWalk::Run(DecompressionRequest& theRequest, MemoryAllocater& the
 {
     Part10FrontEnd::Serve(theRequest, theAllocator, kClassName, theResult,
                           [&](Part10FrontEnd& theFrontEnd)
-                          { Walk(theFrontEnd, theFirstFrame, theReceiver); });
+                          {
+                              Walk aWalk{theFrontEnd, theReceiver, theResult};
+                              aWalk.PassTo(theFirstFrame);
+                              aWalk.HandOut(theFirstFrame);
+                          });
 }
 
 void Part10FrameWalk::RunFrom(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
@@ -62,5 +74,9 @@ void Part10FrameWalk::RunFrom(DecompressionRequest& theRequest, MemoryAllocater&
 {
     Part10FrontEnd::Serve(theRequest, theAllocator, kClassName, theResult,
                           [&](Part10FrontEnd& theFrontEnd)
-                          { WalkFrom(theFrontEnd, theFirstFrame, theReceiver); });
+                          {
+                              Walk aWalk{theFrontEnd, theReceiver, theResult};
+                              aWalk.CheckFrame(theFirstFrame);
+                              aWalk.HandOut(theFirstFrame);
+                          });
 }

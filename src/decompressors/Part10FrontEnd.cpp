@@ -48,7 +48,7 @@ DICOMDataObject& ChooseDataSet(DICOMDataObject* theCallers, std::unique_ptr<DICO
 } // namespace
 
 Part10FrontEnd::Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
-    : itsRequest(theRequest), itsMemoryAllocator(theAllocator),
+    : itsRequest(theRequest), itsMemoryAllocator(theAllocator), itsReadingContext(theRequest.getReading()),
       itsDataSet(ChooseDataSet(theRequest.getDICOMDataObject(), itsPrivateDataSet))
 {
 }
@@ -62,6 +62,7 @@ void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& th
     try
     {
         theResult.forgetRenderable();
+        theResult.clearWarnings();
         Part10FrontEnd aFrontEnd(theRequest, theAllocator);
         if (!aFrontEnd.Open(theResult))
         {

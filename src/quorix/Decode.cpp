@@ -103,16 +103,34 @@ std::unique_ptr<Renderable> Take(DecompressionResult& theResult)
     return anImage;
 }
 
+::Reading ReadingOf(const DecodeOptions& theOptions)
+{
+    return theOptions.reading == Reading::byContract ? ::Reading::BY_CONTRACT : ::Reading::BY_MEANING;
+}
+
+std::vector<Warning> WarningsOf(const std::vector<DecodeWarning>& theWarnings)
+{
+    std::vector<Warning> aWarnings;
+    aWarnings.reserve(theWarnings.size());
+    for (const DecodeWarning& aWarning : theWarnings)
+    {
+        aWarnings.push_back({aWarning.itsIdentifier, aWarning.itsText, aWarning.itsFrame});
+    }
+    return aWarnings;
+}
+
 Image DecodePart10(::InputStream& theStream, const DecodeOptions& theOptions)
 {
     const auto aDataSet = std::make_shared<SharedDataSet>();
     DecompressionRequest aRequest(&theStream, &aDataSet->itsDataSet, "", false, theOptions.scale,
                                   theOptions.frame, "", false);
+    aRequest.setReading(ReadingOf(theOptions));
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage = Take(aResult);
     const int aScale = AppliedScale(*anImage, aRequest.getTransferSyntaxUID());
-    return ImageState::MakeImage({std::move(anImage), aDataSet, theOptions.frame, aScale});
+    return ImageState::MakeImage(
+        {std::move(anImage), aDataSet, theOptions.frame, aScale, WarningsOf(aResult.getWarnings())});
 }
 
 Image DecodeBare(::InputStream& theStream, ImageType theType, const DecodeOptions& theOptions)
@@ -122,10 +140,12 @@ Image DecodeBare(::InputStream& theStream, ImageType theType, const DecodeOption
         throw DecodeError("no frame " + std::to_string(theOptions.frame) + ": a bare image has one",
                           DLRC_GENERAL_FAILURE);
     }
+    ReadingContext aContext(ReadingOf(theOptions));
     std::unique_ptr<Renderable> anImage =
-        BareStreamDecode::Run(theStream, BareTypeOf(theType), theOptions.scale);
+        BareStreamDecode::Run(theStream, BareTypeOf(theType), theOptions.scale, aContext);
     const int aScale = anImage->getScaleFactor();
-    return ImageState::MakeImage({std::move(anImage), nullptr, 0, aScale});
+    return ImageState::MakeImage(
+        {std::move(anImage), nullptr, 0, aScale, WarningsOf(aContext.TakeWarnings())});
 }
 
 /// Where images go, one by one; false for no more.
@@ -137,11 +157,13 @@ void DecodePart10Frames(::InputStream& theStream, const DecodeOptions& theOption
     DICOMDataObject aDataSet; // which every frame's codec writes into
     std::shared_ptr<SharedDataSet> aShared;
     DecompressionRequest aRequest(&theStream, &aDataSet, "", false, theOptions.scale, 0, "", false);
+    aRequest.setReading(ReadingOf(theOptions));
     DecompressionResult aResult;
     int aLeft = theOptions.frameCount;
     Part10FrameWalk::RunFrom(
         aRequest, VMMemoryAllocator::GetDefaultInstance(), theOptions.frame,
-        [&](int theFrameIndex, std::unique_ptr<Renderable> theImage)
+        [&](int theFrameIndex, std::unique_ptr<Renderable> theImage,
+            const std::vector<DecodeWarning>& theWarnings)
         {
             if (!aShared)
             {
@@ -151,8 +173,8 @@ void DecodePart10Frames(::InputStream& theStream, const DecodeOptions& theOption
             }
             const int aScale = AppliedScale(*theImage, aRequest.getTransferSyntaxUID());
             --aLeft;
-            return theReceiver(
-                       ImageState::MakeImage({std::move(theImage), aShared, theFrameIndex, aScale})) &&
+            return theReceiver(ImageState::MakeImage(
+                       {std::move(theImage), aShared, theFrameIndex, aScale, WarningsOf(theWarnings)})) &&
                    aLeft > 0;
         },
         aResult);

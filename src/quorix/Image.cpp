@@ -124,6 +124,12 @@ int Image::frame() const noexcept
     return itsState ? itsState->itsFrame : 0;
 }
 
+const std::vector<Warning>& Image::warnings() const noexcept
+{
+    static const std::vector<Warning> kNone;
+    return itsState ? itsState->itsWarnings : kNone;
+}
+
 std::optional<std::string> Image::attribute(std::uint16_t theGroup, std::uint16_t theElement) const
 {
     return Find<std::string>(itsState, DICOMTag{theGroup, theElement},

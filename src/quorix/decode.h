@@ -21,6 +21,7 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 // The same words as in toolkit/base/Export.h: this header stands alone.
 #ifndef QUORIX_API
@@ -128,6 +129,21 @@ enum class ImageType
     losslessJpeg2000 ///< the same, known to be without loss
 };
 
+/// How a file is read whose words and whose meaning part, docs/inputs.md has the list.
+enum class Reading
+{
+    byMeaning, ///< as whoever wrote the file must have meant it
+    byContract ///< step by step as the classes behind this header do unless they are told otherwise
+};
+
+/// A doubt about a picture that was decoded all the same.
+struct Warning
+{
+    std::string identifier; ///< never changes; docs/warnings.md says what each means
+    std::string text;       ///< for people; may quote the file
+    int frame = 0;          ///< from 0
+};
+
 /// How to decode. What cannot be meant, a negative frame for instance, is refused with a DecodeError (code
 /// 6).
 struct DecodeOptions
@@ -141,6 +157,8 @@ struct DecodeOptions
     /// 1 for full size; each step more halves width and height where the codec can (JPEG 2000).
     /// Image::scale says what came of it.
     int scale = 1;
+    /// How files are taken that do not say what they mean.
+    Reading reading = Reading::byMeaning;
 };
 
 /// What the samples mean. The numbers are those of ::Renderable.
@@ -221,6 +239,10 @@ public:
 
     /// Index of this frame in its source, from 0.
     int frame() const noexcept;
+
+    /// What is in doubt about this picture, in the order in which it was noticed; valid as long as this
+    /// image.
+    const std::vector<Warning>& warnings() const noexcept;
 
     /// The data set's attribute with this tag as text: several values with backslashes between them, bytes in
     /// the data set's own character set. Nothing where there is no such attribute, where it is no text and no

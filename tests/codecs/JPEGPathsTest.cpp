@@ -149,6 +149,7 @@ public:
     void CloseInput() override {}
     void InputAccepted(int) override {}
     std::uint64_t GetInputTotal() const override { return itsSource.GetPosition(); }
+    bool Warn(const char*) override { return true; }
 
 private:
     ByteSource itsSource;

@@ -42,6 +42,7 @@ struct Wish
     int itsScaleFactor = 1;
     bool itsUnsigned = false;
     std::uint32_t itsSourceLength = 0;
+    Reading itsReading = Reading::BY_CONTRACT;
 };
 
 inline Outcome RunStream(InputStream& theStream, DICOMDataObject* theDataSet = nullptr, Wish theWish = {},
@@ -51,6 +52,7 @@ inline Outcome RunStream(InputStream& theStream, DICOMDataObject* theDataSet = n
     anOutcome.itsAllocator = theAllocator ? std::move(theAllocator) : std::move(anOutcome.itsAllocator);
     DecompressionRequest aRequest(&theStream, theDataSet, "", false, theWish.itsScaleFactor,
                                   theWish.itsFrameIndex, "", theWish.itsUnsigned);
+    aRequest.setReading(theWish.itsReading);
     DICOMPart10StreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
     return anOutcome;
 }
@@ -77,6 +79,7 @@ inline Outcome RunSource(kdu_compressed_source& theSource, const RWCString& theU
     DecompressionRequest aRequest(&theSource, theDataSet, theDemoFile, false, theWish.itsScaleFactor,
                                   theWish.itsFrameIndex, theUID, theWish.itsUnsigned);
     aRequest.setSourceLength(theWish.itsSourceLength);
+    aRequest.setReading(theWish.itsReading);
     CompressedImageStreamDecompressor(*anOutcome.itsAllocator).Decompress(aRequest, anOutcome.itsResult);
     return anOutcome;
 }

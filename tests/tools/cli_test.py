@@ -23,7 +23,7 @@ PROGRAM = ""
 IMPLICIT, EXPLICIT, BIG, RLE, J2K, BASELINE, LOSSLESS = (
     "1.2.840.10008.1.2" + end for end in ("", ".1", ".2", ".5", ".4.90", ".4.50", ".4.70"))
 
-JSON_FIELDS = """file frame result_code system_error message rows columns samples_per_pixel bits_allocated
+JSON_FIELDS = """file frame result_code system_error message warnings rows columns samples_per_pixel bits_allocated
 bits_stored high_bit signed photometric planar lossy compression_ratio scale_factor bytes sha256 output
 time_total_ms time_open_ms time_header_ms time_allocate_ms time_pixels_ms""".split()
 

@@ -137,6 +137,12 @@ public:
     void InputAccepted(int theBytes) override { itsInput.AddToTotal(theBytes); }
     std::uint64_t GetInputTotal() const override { return itsInput.GetTotal(); }
 
+    bool Warn(const char* theText) override
+    {
+        itsOwner.Decoder::Warn(WarningIdentifier::kDamaged, theText);
+        return !itsOwner.IsByMeaning();
+    }
+
 protected:
     JPEGDecoder& itsOwner;
     JPEGInputBuffer& itsInput;

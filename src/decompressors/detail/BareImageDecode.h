@@ -19,7 +19,9 @@ struct CodecRow;
 class BareImageDecode
 {
 public:
-    BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator);
+    /// theContext receives the warnings; borrowed.
+    BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
+                    ReadingContext& theContext);
 
     /// Decodes and describes the image, colour as the codec leaves it. Null when the transfer syntax has
     /// no codec. What codec and toolkit throw passes through; no memory stays behind.
@@ -36,6 +38,7 @@ private:
     DecompressionRequest& itsRequest;
     DICOMDataObject* itsDataSet; ///< may be null
     MemoryAllocater& itsMemoryAllocator;
+    ReadingContext& itsReadingContext;
     DMTickCounter itsTimer;
     const CodecRow* itsRow = nullptr;
     std::unique_ptr<Renderable> itsRenderable;

@@ -6,6 +6,7 @@
 
 #include "decompressors/detail/Part10ImageAttributes.h"
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 #include "toolkit/base/System.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
@@ -46,6 +47,9 @@ public:
     DecompressionRequest& GetRequest() { return itsRequest; }
     MemoryAllocater& GetMemoryAllocator() { return itsMemoryAllocator; }
 
+    /// The request's reading, and its warnings so far.
+    ReadingContext& GetReadingContext() { return itsReadingContext; }
+
     /// The request's data set, or the private one.
     DICOMDataObject& GetDataSet() { return itsDataSet; }
     bool IsDataSetPrivate() const { return itsPrivateDataSet != nullptr; }
@@ -75,6 +79,7 @@ private:
     DMTickCounter itsTimer;
     DecompressionRequest& itsRequest;
     MemoryAllocater& itsMemoryAllocator;
+    ReadingContext itsReadingContext;
     std::unique_ptr<DICOMDataObject> itsPrivateDataSet;
     DICOMDataObject& itsDataSet;
     Part10InputStreamInputStream itsStream;

@@ -24,6 +24,7 @@ struct ImageState
     std::shared_ptr<const SharedDataSet> itsDataSet; ///< null for bare images
     int itsFrame = 0;
     int itsScale = 1;
+    std::vector<Warning> itsWarnings{};
 
     static Image MakeImage(ImageState theState);
 };

@@ -9,6 +9,7 @@ void DecodedFrame::Take(DecompressionResult& theResult)
     itsResultCode = theResult.getDCMLibResultCode();
     itsSystemError = theResult.getSystemErrorCode();
     itsMessage = theResult.getMessage();
+    itsWarnings = theResult.getWarnings();
     itsRenderable.reset(theResult.getRenderable());
     theResult.setRenderable(nullptr);
     if (itsResultCode != DLRC_SUCCESS)

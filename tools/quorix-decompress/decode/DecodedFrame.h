@@ -2,10 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "image/Renderable.h"
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/base/Reading.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 class DecompressionResult;
@@ -17,6 +19,7 @@ struct DecodedFrame
     DLResultCode itsResultCode = DLRC_GENERAL_FAILURE;
     int itsSystemError = 0;
     RWCString itsMessage;
+    std::vector<DecodeWarning> itsWarnings;
     std::unique_ptr<Renderable> itsRenderable; ///< set exactly when the frame was decoded
 
     /// What was read of a DICOM input, made to describe the decoded pixels; null for bare images.

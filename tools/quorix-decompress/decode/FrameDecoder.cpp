@@ -19,8 +19,8 @@ namespace
 class BareImageDecoder final : public FrameDecoder
 {
 public:
-    BareImageDecoder(JImageType theKind, const InputSource& theSource, int theScale)
-        : itsKind(theKind), itsSource(theSource), itsScale(theScale)
+    BareImageDecoder(JImageType theKind, const InputSource& theSource, const DecodeSettings& theSettings)
+        : itsKind(theKind), itsSource(theSource), itsSettings(theSettings)
     {
     }
 
@@ -32,14 +32,15 @@ protected:
 private:
     JImageType itsKind;
     const InputSource& itsSource;
-    int itsScale;
+    DecodeSettings itsSettings;
 };
 
 /// Decodes frames of a DICOM Part 10 input, each from a stream of its own.
 class DICOMFrameDecoder final : public FrameDecoder
 {
 public:
-    DICOMFrameDecoder(const InputSource& theSource, int theScale) : itsSource(theSource), itsScale(theScale)
+    DICOMFrameDecoder(const InputSource& theSource, const DecodeSettings& theSettings)
+        : itsSource(theSource), itsSettings(theSettings)
     {
     }
 
@@ -51,7 +52,7 @@ protected:
 
 private:
     const InputSource& itsSource;
-    int itsScale;
+    DecodeSettings itsSettings;
 };
 
 /// Which lossy history the data set is to record; empty for none.
@@ -89,13 +90,13 @@ DecodedFrame FrameDecoder::Decode(int theFrame)
 }
 
 std::unique_ptr<FrameDecoder> FrameDecoder::Create(JImageType theKind, const InputSource& theSource,
-                                                   int theScale)
+                                                   const DecodeSettings& theSettings)
 {
     if (theKind == IMAGE_TYPE_DICOM_PART10)
     {
-        return std::make_unique<DICOMFrameDecoder>(theSource, theScale);
+        return std::make_unique<DICOMFrameDecoder>(theSource, theSettings);
     }
-    return std::make_unique<BareImageDecoder>(theKind, theSource, theScale);
+    return std::make_unique<BareImageDecoder>(theKind, theSource, theSettings);
 }
 
 void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
@@ -108,7 +109,9 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     DMTickCounter aCounter;
     const std::unique_ptr<InputStream> aStream = itsSource.Open();
     const double anOpenTime = aCounter.Lap() * 1000.0;
-    theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsScale);
+    ReadingContext aContext(itsSettings.itsReading);
+    theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, aContext);
+    theResult.itsWarnings = aContext.TakeWarnings();
     theResult.itsResultCode = DLRC_SUCCESS;
     theResult.itsMessage = "Completed successfully";
     if (theResult.itsRenderable->getTimeTakenToOpenStream() <= 0.0)
@@ -139,8 +142,9 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     const double anOpenTime = aCounter.Lap() * 1000.0;
 
     theResult.itsDataSet = std::make_unique<DICOMDataObject>();
-    DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsScale,
+    DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsSettings.itsScale,
                                   theResult.itsFrame, "", false);
+    aRequest.setReading(itsSettings.itsReading);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     theResult.Take(aResult);

@@ -7,6 +7,13 @@
 #include "inputs/InputClassifier.h"
 #include "inputs/InputSource.h"
 
+/// How frames are decoded, as the command line says.
+struct DecodeSettings
+{
+    int itsScale;
+    Reading itsReading;
+};
+
 /// Decodes frames of one input. The input is borrowed. Not thread-safe.
 class FrameDecoder
 {
@@ -21,7 +28,7 @@ public:
 
     /// The decoder for a kind of input. theSource must have been loaded.
     static std::unique_ptr<FrameDecoder> Create(JImageType theKind, const InputSource& theSource,
-                                                int theScale);
+                                                const DecodeSettings& theSettings);
 
 protected:
     /// Fills theResult, whose frame number is set. May throw.

@@ -68,7 +68,8 @@ FrameReport::ImageFacts FrameReport::FactsOf(const Renderable& theImage)
 
 FrameReport::FrameReport(const std::string& theInput, const DecodedFrame& theFrame)
     : itsInput(theInput), itsFrame(theFrame.itsFrame), itsResultCode(theFrame.itsResultCode),
-      itsSystemError(theFrame.itsSystemError), itsMessage(theFrame.itsMessage)
+      itsSystemError(theFrame.itsSystemError), itsMessage(theFrame.itsMessage),
+      itsWarnings(theFrame.itsWarnings)
 {
     if (theFrame.IsDecoded())
     {
@@ -84,6 +85,11 @@ std::string FrameReport::ToLine() const
         {"result_code", itsResultCode},
         {"system_error", itsSystemError},
         {"message", itsWriteError.empty() ? itsMessage : "output not written: " + itsWriteError}};
+    aLine["warnings"] = nlohmann::ordered_json::array();
+    for (const DecodeWarning& aWarning : itsWarnings)
+    {
+        aLine["warnings"].push_back({{"identifier", aWarning.itsIdentifier}, {"text", aWarning.itsText}});
+    }
     for (const char* const aField : kImageFields)
     {
         aLine[aField] = nullptr;

@@ -3,12 +3,14 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "decode/DecodedFrame.h"
 
 /// The JSON line of one frame.
 ///
-/// All fields are always there; what is not known of a frame that could not be decoded is null. "sha256"
+/// All fields are always there; what is not known of a frame that could not be decoded is null. "warnings" is
+/// a list of objects with "identifier" and "text". "sha256"
 /// is over the decoded bytes as they are in memory, "output" the file they were written to, or null.
 class FrameReport
 {
@@ -50,6 +52,7 @@ private:
     int itsResultCode;
     int itsSystemError;
     std::string itsMessage;
+    std::vector<DecodeWarning> itsWarnings;
     std::optional<ImageFacts> itsFacts;
     std::string itsOutput;
     std::string itsWriteError;

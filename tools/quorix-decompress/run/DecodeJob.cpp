@@ -154,7 +154,8 @@ void DecodeJob::ShowInfo(JImageType theKind)
 void DecodeJob::DecodeFrames(JImageType theKind)
 {
     const Options& anOptions = itsContext.itsOptions;
-    const auto aDecoder = FrameDecoder::Create(theKind, itsSource, anOptions.GetScale());
+    const auto aDecoder =
+        FrameDecoder::Create(theKind, itsSource, {anOptions.GetScale(), anOptions.GetReading()});
     const int aFirst = anOptions.IsAllFrames() ? 0 : anOptions.GetFrame();
     int anEnd = aFirst + 1;
     int aFailuresInARow = 0;
@@ -202,6 +203,7 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
         return;
     }
     itsContext.itsReporter.CountDecoded();
+    PrintWarnings(theFrame);
     const bool isReporting = itsContext.itsReporter.IsReporting();
     if (itsContext.itsOptions.GetFormat() == OutputFormat::DICOM)
     {
@@ -231,6 +233,16 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
         aReport->SetOutput(anOutput);
         aReport->SetWriteError(aReason);
         PrintLine(aReport->ToLine());
+    }
+}
+
+void DecodeJob::PrintWarnings(const DecodedFrame& theFrame)
+{
+    for (const DecodeWarning& aWarning : theFrame.itsWarnings)
+    {
+        itsContext.itsReporter.PrintError(itsSource.GetPath() + ": frame " +
+                                          std::to_string(theFrame.itsFrame) +
+                                          ": warning: " + aWarning.itsIdentifier + ": " + aWarning.itsText);
     }
 }
 

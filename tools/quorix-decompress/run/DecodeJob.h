@@ -47,6 +47,7 @@ private:
     void ShowInfo(JImageType theKind);
     void DecodeFrames(JImageType theKind);
     void HandleFrame(DecodedFrame theFrame, bool hasSeveral);
+    void PrintWarnings(const DecodedFrame& theFrame);
     std::string WriteFrame(const DecodedFrame& theFrame, bool hasSeveral);
     void FinishOutput(TemporaryFile& theFile, const std::string& thePath);
     bool IsStopped(int theFrame, int theEnd);

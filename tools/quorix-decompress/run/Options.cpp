@@ -175,7 +175,8 @@ std::string Options::Describe() const
     }
     return "format " + itsFormatName + ", type " + itsTypeName + ", frame " +
            (itsAllFrames ? "all" : std::to_string(itsFrame)) + ", scale " + std::to_string(itsScale) +
-           ", window " + (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow);
+           ", window " + (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow) +
+           (itsByContract ? ", by contract" : ", by meaning");
 }
 
 void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
@@ -200,6 +201,9 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
             "JP2 files; they differ in what is said of loss)")
         ->option_text("TYPE")
         ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
+    theApp.add_flag("--by-contract", itsByContract,
+                    "Take files that do not say what they mean by the letter, as the library's classes do;\n"
+                    "without it by what they must mean");
     theApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
         ->option_text("N")
         ->check(CLI::Range(1, 1024));

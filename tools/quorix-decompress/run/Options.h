@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "inputs/InputCollector.h"
+#include "toolkit/base/Reading.h"
 
 namespace CLI
 {
@@ -55,6 +56,7 @@ public:
     int GetFrame() const { return itsFrame; }
     bool IsAllFrames() const { return itsAllFrames; }
     int GetScale() const { return itsScale; }
+    Reading GetReading() const { return itsByContract ? Reading::BY_CONTRACT : Reading::BY_MEANING; }
     const std::optional<WindowOption>& GetWindow() const { return itsWindow; }
     bool IsInfo() const { return itsInfo; }
     bool IsJSON() const { return itsJSON; }
@@ -93,6 +95,7 @@ private:
     int itsFrame = 0;
     bool itsAllFrames = false;
     int itsScale = 1;
+    bool itsByContract = false;
     std::optional<WindowOption> itsWindow;
     bool itsInfo = false;
     bool itsJSON = false;

@@ -80,6 +80,10 @@ public:
 
         /// Bytes delivered so far, for messages.
         virtual std::uint64_t GetInputTotal() const = 0;
+
+        /// The library's first warning of an image. True: the library prints it on standard error as well,
+        /// as it does by itself.
+        virtual bool Warn(const char* theText) = 0;
     };
 
     /// The most bytes that one fill may deliver.

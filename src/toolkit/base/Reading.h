@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// @file
+/// How a request takes what a file says, and what it has to say about it afterwards.
+
+#include <cstdint>
+#include <vector>
+
+#include "toolkit/base/BaseTypes.h"
+
+/// How a file is read whose words and whose meaning part.
+enum class Reading : std::uint8_t
+{
+    BY_CONTRACT, ///< step by step as callers of the classes have always had it
+    BY_MEANING   ///< as whoever wrote the file must have meant it
+};
+
+/// A doubt about a picture that was delivered all the same.
+struct DecodeWarning
+{
+    RWCString itsIdentifier; ///< never changes; one of WarningIdentifier
+    RWCString itsText;       ///< for people; may quote the file
+    std::int32_t itsFrame;   ///< counted from 0
+};
+
+/// The identifiers of warnings. docs/warnings.md says what each means for whoever looks at the picture.
+struct WarningIdentifier
+{
+    static constexpr const char* kDamaged = "damaged"; ///< a codec met bytes that cannot be right
+
+    /// All of them.
+    static constexpr const char* kAll[] = {kDamaged};
+};
+
+/// What every stage of one request shares: the reading, and the place where its warnings go.
+///
+/// A codec that is used without a request has none and reads by contract. Not thread-safe: one request, one
+/// context.
+class QUORIX_API ReadingContext
+{
+public:
+    explicit ReadingContext(Reading theReading = Reading::BY_CONTRACT) : itsReading(theReading) {}
+
+    Reading GetReading() const { return itsReading; }
+    bool IsByMeaning() const { return itsReading == Reading::BY_MEANING; }
+
+    /// The frame that warnings speak of from now on, counted from 0; 0 until it is told.
+    void SetFrame(std::int32_t theFrame) { itsFrame = theFrame; }
+
+    /// theIdentifier: one of WarningIdentifier. The same words for the same frame count once. Beyond
+    /// kMostWarnings nothing is added: a file may have any number of faults.
+    void Warn(const char* theIdentifier, const RWCString& theText);
+
+    /// Warnings of a request inside this one.
+    void Add(const std::vector<DecodeWarning>& theWarnings);
+
+    /// The warnings since the last call, in their order.
+    std::vector<DecodeWarning> TakeWarnings();
+
+private:
+    static constexpr std::size_t kMostWarnings = 100;
+
+    Reading itsReading;
+    std::int32_t itsFrame = 0;
+    std::vector<DecodeWarning> itsWarnings;
+};

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <fstream>
+#include <set>
+
+#include "decompressors/DecompressorRuns.h"
+#include "decompressors/Part10Files.h"
+#include "decompressors/Part10FrameWalk.h"
+
+using namespace Part10Files;
+
+namespace
+{
+constexpr const char* kBaseline = "1.2.840.10008.1.2.4.50";
+
+/// Identifiers and frames, "damaged@1" for instance.
+std::vector<std::string> Names(const std::vector<DecodeWarning>& theWarnings)
+{
+    std::vector<std::string> aNames;
+    for (const DecodeWarning& aWarning : theWarnings)
+    {
+        EXPECT_FALSE(aWarning.itsText.empty());
+        aNames.push_back(aWarning.itsIdentifier + "@" + std::to_string(aWarning.itsFrame));
+    }
+    return aNames;
+}
+
+/// A restart marker among the coefficients, where none was announced.
+Bytes WithStrayMarker(Bytes theJpeg)
+{
+    theJpeg.insert(theJpeg.end() - 20, {0xff, 0xd3});
+    return theJpeg;
+}
+
+/// Two frames, of which the second is damaged.
+Bytes HalfDamaged()
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = aSpec.itsHeight = 32;
+    const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+    return Encapsulated(kBaseline, aSpec, "MONOCHROME2", {aJpeg, WithStrayMarker(aJpeg)});
+}
+/// What comes of a file in one reading.
+struct Expected
+{
+    int itsCode;
+    Bytes itsPixels;                        ///< the first of them; none where they do not matter
+    std::string itsDescription;             ///< "RGB 8/8/7", "MONOCHROME2 16/12/11 signed lossy"; or empty
+    std::vector<std::string> itsWarnings{}; ///< as Names gives them
+};
+
+/// A file whose words and meaning part, or may.
+struct Row
+{
+    const char* itsName;
+    Bytes itsFile; ///< Part 10
+    int itsFrame;
+    Expected itsByContract;
+    Expected itsByMeaning;
+};
+
+std::string Words(const Renderable& theImage)
+{
+    return std::string(
+               Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation())) +
+           " " + std::to_string(theImage.getBitsAllocated()) + "/" +
+           std::to_string(theImage.getBitsStored()) + "/" + std::to_string(theImage.getHighBit()) +
+           (theImage.isSigned() ? " signed" : "") + (theImage.isLossyImageCompression() ? " lossy" : "");
+}
+
+void Check(const Row& theRow, Reading theReading)
+{
+    SCOPED_TRACE(std::string(theRow.itsName) +
+                 (theReading == Reading::BY_MEANING ? " by meaning" : " by contract"));
+    const Expected& anExpected =
+        theReading == Reading::BY_MEANING ? theRow.itsByMeaning : theRow.itsByContract;
+    DICOMDataObject aDataSet;
+    Wish aWish;
+    aWish.itsFrameIndex = theRow.itsFrame;
+    aWish.itsReading = theReading;
+    const Outcome anOutcome = RunPart10Quietly(theRow.itsFile, &aDataSet, aWish);
+    EXPECT_EQ(anOutcome.Code(), anExpected.itsCode) << anOutcome.Message();
+    EXPECT_EQ(Names(anOutcome.itsResult.getWarnings()), anExpected.itsWarnings);
+    if (anOutcome.Code() != 0 || anOutcome.Image() == nullptr)
+    {
+        return;
+    }
+    if (!anExpected.itsDescription.empty())
+    {
+        EXPECT_EQ(Words(*anOutcome.Image()), anExpected.itsDescription);
+    }
+    Bytes aPixels = anOutcome.Pixels();
+    aPixels.resize(std::min(aPixels.size(), anExpected.itsPixels.size()));
+    EXPECT_EQ(aPixels, anExpected.itsPixels);
+}
+
+std::vector<Row> MakeRows()
+{
+    return {
+        {"DCT with a stray marker",
+         HalfDamaged(),
+         1,
+         {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}},
+         {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}}},
+    };
+}
+} // namespace
+
+TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
+{
+    std::set<std::string> aProvoked;
+    for (const Row& aRow : MakeRows())
+    {
+        Check(aRow, Reading::BY_CONTRACT);
+        Check(aRow, Reading::BY_MEANING);
+        for (const std::string& aName : aRow.itsByMeaning.itsWarnings)
+        {
+            aProvoked.insert(aName.substr(0, aName.find('@')));
+        }
+    }
+    EXPECT_EQ(aProvoked,
+              std::set<std::string>(std::begin(WarningIdentifier::kAll), std::end(WarningIdentifier::kAll)));
+    std::ifstream aPage(QUORIX_SOURCE_DIR "/docs/warnings.md");
+    std::set<std::string> aDocumented;
+    for (std::string aLine; std::getline(aPage, aLine);)
+    {
+        if (aLine.starts_with("| `"))
+        {
+            aDocumented.insert(aLine.substr(3, aLine.find('`', 3) - 3));
+        }
+    }
+    EXPECT_EQ(aDocumented, aProvoked);
+}
+
+TEST(Reading, DamageIsToldByFrameAndPrintedByContractOnly)
+{
+    const Bytes aFile = HalfDamaged();
+    for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+    {
+        SCOPED_TRACE(static_cast<int>(aReading));
+        MemoryInputStream aStream(aFile.data(), aFile.size());
+        DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, 0, "", false);
+        aRequest.setReading(aReading);
+        DecompressionResult aResult;
+        CountingAllocator anAllocator;
+        std::vector<std::vector<std::string>> aByFrame;
+        testing::internal::CaptureStderr();
+        Part10FrameWalk::Run(
+            aRequest, anAllocator, 0,
+            [&](int, std::unique_ptr<Renderable>, const std::vector<DecodeWarning>& theWarnings)
+            {
+                aByFrame.push_back(Names(theWarnings));
+                return true;
+            },
+            aResult);
+        const std::string aPrinted = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(aResult.getMessage(), "Completed successfully");
+        EXPECT_EQ(aByFrame, (std::vector<std::vector<std::string>>{{}, {"damaged@1"}}));
+        EXPECT_EQ(Names(aResult.getWarnings()), std::vector<std::string>{"damaged@1"});
+        EXPECT_EQ(aPrinted.empty(), aReading == Reading::BY_MEANING) << aPrinted;
+
+        // A result that is used again does not keep them.
+        DICOMPart10StreamDecompressor(anAllocator).Decompress(aRequest, aResult);
+        EXPECT_TRUE(aResult.getWarnings().empty());
+    }
+}
