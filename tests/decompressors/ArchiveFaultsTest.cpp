@@ -222,73 +222,98 @@ void Check(const std::vector<FaultCase>& theCases)
     }
 }
 
+Bytes GreyFile(const RWCString& theUID, const JpegSpec& theSpec, const Bytes& theFrame, int theBitsStored = 0)
+{
+    return Encapsulated(theUID, theSpec, "MONOCHROME2", {theFrame}, theBitsStored);
+}
+
+/// 8 bits stored in 16 allocated.
+Bytes WideFile(const RWCString& theUID, const Bytes& theFrame)
+{
+    DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theUID);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
+    return aBuilder.AddEncapsulatedPixelData({Even(theFrame)}).Build();
+}
+
+/// Samples with differences of 65535, of 32768 and of 1 the other way round.
+std::vector<std::uint16_t> Jumps()
+{
+    std::vector<std::uint16_t> aJumps(64);
+    for (std::size_t i = 0; i < aJumps.size(); ++i)
+    {
+        constexpr std::uint16_t kSteps[] = {0, 65535, 0, 32768, 65535, 32767};
+        aJumps[i] = kSteps[i % 6];
+    }
+    return aJumps;
+}
+
+const std::string kLogicError = "A logic error occurred in the Decompressor: ";
+const std::string kJpegError = kLogicError + "JPEGDecoder: error (read ";
+
 std::vector<FaultCase> CodestreamCases()
 {
     const Bytes aGrey = Frame(0);
     const JpegSpec anOpen{.itsProcess = Process::LOSSLESS, .itsEndOfImage = false};
     const Bytes anOpenFrame = MakeJpeg(anOpen, std::vector<std::uint16_t>(64, 77));
-    // Differences of 65535, of 32768 and of 1 the other way round.
-    std::vector<std::uint16_t> aJumps(64);
-    std::vector<int> aScaled;
-    for (std::size_t i = 0; i < aJumps.size(); ++i)
-    {
-        constexpr std::uint16_t kSteps[] = {0, 65535, 0, 32768, 65535, 32767};
-        aJumps[i] = kSteps[i % 6];
-        aScaled.push_back(aJumps[i] >> 4);
-    }
+    const std::vector<std::uint16_t> aJumps = Jumps();
     const Bytes aJumping = Words({aJumps.begin(), aJumps.end()});
-    const Bytes aWrapped = Even(MakeJpeg(kDeepSpec, aJumps));
-    const JpegSpec aTwelve{.itsPrecision = 12, .itsProcess = Process::EXTENDED};
-    const JpegSpec aLossy;
-    const auto aFlat = [](const JpegSpec& theSpec, int theValue)
-    { return Even(MakeJpeg(theSpec, MakeFlatSamples(theSpec, {theValue}))); };
-    const auto aFile =
-        [](const RWCString& theUID, const JpegSpec& theSpec, const Bytes& theFrame, int theBitsStored = 0)
-    { return Encapsulated(theUID, theSpec, "MONOCHROME2", {theFrame}, theBitsStored); };
-    const auto aWide = [](const RWCString& theUID, const Bytes& theFrame)
-    {
-        DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE, theUID);
-        aBuilder.AddImageAttributes(1, "MONOCHROME2", 8, 8, 16, 8);
-        return aBuilder.AddEncapsulatedPixelData({theFrame}).Build();
-    };
-    const std::string kLogicError = "A logic error occurred in the Decompressor: ";
-    const std::string kJpegError = kLogicError + "JPEGDecoder: error (read ";
+    const Bytes aWrapped = MakeJpeg(kDeepSpec, aJumps);
     return {
-        {"lossless differences that wrap", aFile(kLossless, kDeepSpec, aWrapped), aJumping},
-        {"12 bits stored, 16 in the codestream", aFile(kLossless, kDeepSpec, aWrapped, 12), aJumping},
+        {"lossless differences that wrap", GreyFile(kLossless, kDeepSpec, aWrapped), aJumping},
+        {"12 bits stored, 16 in the codestream", GreyFile(kLossless, kDeepSpec, aWrapped, 12), aJumping},
         {"8 bits stored and allocated, 16 in the codestream",
-         aFile(kLossless, kDeepSpec, aWrapped, 8),
+         GreyFile(kLossless, kDeepSpec, aWrapped, 8),
          {},
          62,
          "CompressedStreamDecoder::Decode: output buffer size 64 < decoded image size 128"},
-        {"16 bits allocated, 8 stored, 16 in the codestream", aWide(kLossless, aWrapped), aJumping},
-        {"16 bits allocated, 8 stored, lossless JPEG", aWide(kLossless, aGrey), Pixels(0)},
-        {"16 bits allocated, 8 stored, RLE of one segment", aWide(kRle, RleFrame({Pixels(0)})), Pixels(0)},
+        {"16 bits allocated, 8 stored, 16 in the codestream", WideFile(kLossless, aWrapped), aJumping},
+        {"16 bits allocated, 8 stored, lossless JPEG", WideFile(kLossless, aGrey), Pixels(0)},
+        {"16 bits allocated, 8 stored, RLE of one segment", WideFile(kRle, RleFrame({Pixels(0)})), Pixels(0)},
         {"16 bits allocated, 8 stored, RLE of two segments",
-         aWide(kRle, RleFrame({Bytes(64), Pixels(0)})),
+         WideFile(kRle, RleFrame({Bytes(64), Pixels(0)})),
          {},
          62,
          "RLEDecoder::Decode: number of segments != bytes per pixel"},
-        {"missing EOI", aFile(kLossless, kGreySpec, anOpenFrame), {}, 38, kJpegError},
-        {"truncated JPEG", aFile(kLossless, kGreySpec, Part(aGrey, 0, aGrey.size() / 2)), {}, 38, kJpegError},
-        {"baseline syntax, 12-bit codestream", aWide(kBaseline, aFlat(aTwelve, 3000)),
+        {"missing EOI", GreyFile(kLossless, kGreySpec, anOpenFrame), {}, 38, kJpegError},
+        {"truncated JPEG",
+         GreyFile(kLossless, kGreySpec, Part(aGrey, 0, aGrey.size() / 2)),
+         {},
+         38,
+         kJpegError},
+    };
+}
+
+std::vector<FaultCase> WrongSyntaxCases()
+{
+    const Bytes aGrey = Frame(0);
+    const JpegSpec aTwelve{.itsPrecision = 12, .itsProcess = Process::EXTENDED};
+    const JpegSpec aLossy;
+    const Bytes aDeep = MakeJpeg(kDeepSpec, Jumps());
+    std::vector<int> aScaled;
+    for (const int aJump : Jumps())
+    {
+        aScaled.push_back(aJump >> 4);
+    }
+    return {
+        {"baseline syntax, 12-bit codestream",
+         WideFile(kBaseline, MakeJpeg(aTwelve, MakeFlatSamples(aTwelve, {3000}))),
          Words(std::vector<int>(64, 3000))},
-        {"lossless syntax, baseline codestream", aFile(kLossless, aLossy, aFlat(aLossy, 100)),
-         Bytes(64, 100)},
-        {"baseline syntax, lossless codestream", aFile(kBaseline, kGreySpec, aGrey), Pixels(0)},
+        {"lossless syntax, baseline codestream",
+         GreyFile(kLossless, aLossy, MakeJpeg(aLossy, MakeFlatSamples(aLossy, {100}))), Bytes(64, 100)},
+        {"baseline syntax, lossless codestream", GreyFile(kBaseline, kGreySpec, aGrey), Pixels(0)},
         {"extended syntax, 16-bit lossless codestream: scaled down",
-         aFile(kExtended, kDeepSpec, aWrapped, 12), Words(aScaled)},
+         GreyFile(kExtended, kDeepSpec, aDeep, 12), Words(aScaled)},
         {"JPEG 2000 syntax, JPEG codestream",
-         aFile(kJpeg2000, kGreySpec, aGrey),
+         GreyFile(kJpeg2000, kGreySpec, aGrey),
          {},
          38,
          kLogicError + "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: "},
         {"JPEG syntax, JPEG 2000 codestream",
-         aFile(kBaseline, kGreySpec, Jpeg2000Streams::Grey12()),
+         GreyFile(kBaseline, kGreySpec, Jpeg2000Streams::Grey12()),
          {},
          38,
          kJpegError},
-        {"RLE syntax, JPEG codestream", aFile(kRle, kGreySpec, aGrey), {}, 37, "RLEDecoder::SetSource: "},
+        {"RLE syntax, JPEG codestream", GreyFile(kRle, kGreySpec, aGrey), {}, 37, "RLEDecoder::SetSource: "},
     };
 }
 
@@ -350,6 +375,7 @@ TEST(ArchiveFaults, ColourUnderTheWrongLabel)
 TEST(ArchiveFaults, Codestreams)
 {
     Check(CodestreamCases());
+    Check(WrongSyntaxCases());
 }
 
 TEST(ArchiveFaults, NativePixelsAndDataSets)
