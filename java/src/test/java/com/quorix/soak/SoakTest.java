@@ -14,6 +14,7 @@ import java.lang.ref.WeakReference;
 import java.nio.file.Path;
 import java.util.*;
 import java.util.concurrent.*;
+import java.util.stream.IntStream;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -53,11 +54,8 @@ class SoakTest {
 
     private void run(int requests) throws Exception {
         ExecutorService threads = Executors.newFixedThreadPool(THREADS);
-        List<Callable<Void>> calls = new ArrayList<>();
-        for (int request = 0; request < requests; request++) {
-            int seed = request;
-            calls.add(() -> perform(seed));
-        }
+        List<Callable<Void>> calls = IntStream.range(0, requests)
+                .<Callable<Void>>mapToObj(seed -> () -> perform(seed)).toList();
         for (Future<?> outcome : threads.invokeAll(calls)) {
             outcome.get();
         }
