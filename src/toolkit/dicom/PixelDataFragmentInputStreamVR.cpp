@@ -33,7 +33,8 @@ PixelDataFragmentInputStreamVR::PixelDataFragmentInputStreamVR(std::unique_ptr<I
                                                                std::vector<std::uint64_t> theExtendedOffsets,
                                                                std::vector<std::uint64_t> theExtendedLengths)
     : VR(DICOMTags::PixelData, VR::TYPE_OB, DLEndian::LITTLE_ENDIAN_ORDER), itsStream(std::move(theStream)),
-      itsExtendedOffsets(std::move(theExtendedOffsets)), itsExtendedLengths(std::move(theExtendedLengths))
+      itsInput(itsStream.get()), itsExtendedOffsets(std::move(theExtendedOffsets)),
+      itsExtendedLengths(std::move(theExtendedLengths))
 {
 }
 
@@ -51,7 +52,7 @@ const std::vector<std::uint32_t>& PixelDataFragmentInputStreamVR::GetBasicOffset
 // Reads an item tag and its length. False where no item begins.
 bool PixelDataFragmentInputStreamVR::ReadItemHeader(std::uint32_t& theLength)
 {
-    EndianHandlingReader aReader(*itsStream, DLEndian::LITTLE_ENDIAN_ORDER);
+    EndianHandlingReader aReader(*itsInput, DLEndian::LITTLE_ENDIAN_ORDER);
     std::uint16_t aGroup = 0;
     std::uint16_t anElement = 0;
     if (!aReader.Read(aGroup) || !aReader.Read(anElement) || !aReader.Read(theLength))
@@ -69,7 +70,7 @@ std::uint32_t PixelDataFragmentInputStreamVR::CutToStream(std::uint32_t theLengt
     {
         return theLength;
     }
-    const std::uint64_t aPosition = itsStream->GetStreamPosition();
+    const std::uint64_t aPosition = itsInput->GetStreamPosition();
     const std::uint64_t aRest = itsEndPosition > aPosition ? itsEndPosition - aPosition : 0;
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(theLength, aRest));
 }
@@ -83,7 +84,7 @@ std::vector<unsigned char> PixelDataFragmentInputStreamVR::ReadTableBytes(std::u
         const std::size_t anOldSize = aTable.size();
         const std::size_t aChunk = std::min<std::size_t>(kTableChunk, theLength - anOldSize);
         aTable.resize(anOldSize + aChunk);
-        const std::size_t aCount = itsStream->ReadFully(aTable.data() + anOldSize, aChunk);
+        const std::size_t aCount = itsInput->ReadFully(aTable.data() + anOldSize, aChunk);
         if (aCount != aChunk)
         {
             aTable.resize(anOldSize + aCount);
@@ -94,49 +95,57 @@ std::vector<unsigned char> PixelDataFragmentInputStreamVR::ReadTableBytes(std::u
 }
 
 // Some writers leave the table's item out. An item that begins like a codestream is no table (whose first
-// entry is 0) but the first fragment; a stream that can be sought goes back to it.
-bool PixelDataFragmentInputStreamVR::ReturnToFirstItem(const std::vector<unsigned char>& theTable,
-                                                       std::uint64_t thePosition)
+// entry is 0) but the first fragment, and is read once more as that.
+bool PixelDataFragmentInputStreamVR::ReturnToFirstItem(const std::vector<unsigned char>& theTable)
 {
-    if (!CodestreamSignature::BeginsCodestream(theTable.data(), theTable.size()) || !CanSeek())
+    if (!CodestreamSignature::BeginsCodestream(theTable.data(), theTable.size()))
     {
         return false;
     }
-    itsStream->Seek(static_cast<std::size_t>(thePosition));
+    itsReplay->Rewind();
     return true;
+}
+
+void PixelDataFragmentInputStreamVR::TakeTable(const std::vector<unsigned char>& theTable,
+                                               std::uint32_t theLength, std::uint32_t theLengthThere)
+{
+    itsReplay.reset(); // what it keeps is not asked for again
+    itsInput = itsStream.get();
+    itsInput->SkipFully(theLengthThere - theTable.size());
+    // Half a table is none.
+    const std::size_t aUsable = theTable.size() == theLength ? theLength : 0;
+    for (std::size_t anEntry = 0; anEntry + 4 <= aUsable; anEntry += 4)
+    {
+        itsBasicOffsets.push_back(LittleEndian32(theTable.data() + anEntry));
+    }
 }
 
 void PixelDataFragmentInputStreamVR::ReadBasicOffsetTable()
 {
     itsBasicOffsetTableRead = true;
-    const long long aStreamLength = itsStream->Length();
+    const long long aStreamLength = itsInput->Length();
     itsEndPosition = aStreamLength < 0 ? kUnknownEnd : static_cast<std::uint64_t>(aStreamLength);
-    const std::uint64_t aStart = itsStream->GetStreamPosition();
+    itsReplay.emplace(*itsStream);
+    itsInput = &*itsReplay;
     std::uint32_t aLength = 0;
     itsHasFragments = ReadItemHeader(aLength) && aLength != kUndefinedLength;
     if (itsHasFragments)
     {
         const std::uint32_t aWanted = CutToStream(aLength);
         const std::vector<unsigned char> aTable = ReadTableBytes(std::min(aWanted, kLongestTable));
-        if (!ReturnToFirstItem(aTable, aStart))
+        if (!ReturnToFirstItem(aTable))
         {
-            itsStream->SkipFully(aWanted - aTable.size());
-            // Half a table is none.
-            const std::size_t aUsable = aTable.size() == aLength ? aLength : 0;
-            for (std::size_t anEntry = 0; anEntry + 4 <= aUsable; anEntry += 4)
-            {
-                itsBasicOffsets.push_back(LittleEndian32(aTable.data() + anEntry));
-            }
+            TakeTable(aTable, aLength, aWanted);
         }
     }
     itsAtEnd = !itsHasFragments;
-    itsFirstFragmentPosition = itsStream->GetStreamPosition();
+    itsFirstFragmentPosition = itsInput->GetStreamPosition();
 }
 
 bool PixelDataFragmentInputStreamVR::NextFragment()
 {
     GetBasicOffsetTable();
-    if (itsFragmentRemaining > 0 && itsStream->SkipFully(itsFragmentRemaining) != itsFragmentRemaining)
+    if (itsFragmentRemaining > 0 && itsInput->SkipFully(itsFragmentRemaining) != itsFragmentRemaining)
     {
         itsAtEnd = itsStreamEnded = true;
     }
@@ -161,7 +170,7 @@ std::size_t PixelDataFragmentInputStreamVR::Read(unsigned char* theBuffer, std::
     {
         return 0;
     }
-    const std::size_t aCount = itsStream->Read(theBuffer, aWanted);
+    const std::size_t aCount = itsInput->Read(theBuffer, aWanted);
     itsFragmentRemaining -= static_cast<std::uint32_t>(aCount);
     if (aCount == 0)
     {
@@ -173,7 +182,7 @@ std::size_t PixelDataFragmentInputStreamVR::Read(unsigned char* theBuffer, std::
 
 bool PixelDataFragmentInputStreamVR::CanSeek() const
 {
-    return itsStream->CanSeek() != 0;
+    return itsInput->CanSeek() != 0;
 }
 
 bool PixelDataFragmentInputStreamVR::SeekToFragment(std::uint64_t theOffset)
@@ -187,7 +196,7 @@ bool PixelDataFragmentInputStreamVR::SeekToFragment(std::uint64_t theOffset)
     }
     try
     {
-        itsStream->Seek(static_cast<std::size_t>(itsFirstFragmentPosition + theOffset));
+        itsInput->Seek(static_cast<std::size_t>(itsFirstFragmentPosition + theOffset));
     }
     catch (const StreamIOException&)
     {

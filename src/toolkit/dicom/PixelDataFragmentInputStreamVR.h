@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "toolkit/dicom/VR.h"
@@ -74,9 +75,14 @@ private:
     std::uint32_t CutToStream(std::uint32_t theLength) const;
     void ReadBasicOffsetTable();
     std::vector<unsigned char> ReadTableBytes(std::uint32_t theLength);
-    bool ReturnToFirstItem(const std::vector<unsigned char>& theTable, std::uint64_t thePosition);
+    bool ReturnToFirstItem(const std::vector<unsigned char>& theTable);
+    void TakeTable(const std::vector<unsigned char>& theTable, std::uint32_t theLength,
+                   std::uint32_t theLengthThere);
 
     std::unique_ptr<InputStream> itsStream;
+    std::optional<RewindableInputStream>
+        itsReplay;         ///< the stream again from its first item, where that counts
+    InputStream* itsInput; ///< either of them: where bytes are read
     std::vector<std::uint64_t> itsExtendedOffsets;
     std::vector<std::uint64_t> itsExtendedLengths;
     std::vector<std::uint32_t> itsBasicOffsets;
