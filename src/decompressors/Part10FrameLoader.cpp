@@ -28,6 +28,12 @@ std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::u
            std::uint64_t(theAttributes.itsBitsAllocated);
 }
 
+/// Bytes of the words that a value of type OW consists of.
+std::size_t WordBytes(const Part10ImageAttributes& theAttributes)
+{
+    return theAttributes.itsBitsAllocated == 32 ? 4 : 2;
+}
+
 bool IsNativeOrder(bool isLittleEndian)
 {
     return isLittleEndian == (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
@@ -155,8 +161,12 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
 {
     if (!itsNativeFrames)
     {
-        itsNativeFrames.emplace(*itsFrontEnd.GetPixelData()->GetPixelInputStream(),
-                                NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
+        InputStream* aValue = itsFrontEnd.GetPixelData()->GetPixelInputStream();
+        if (HasForeignWords() && itsFrontEnd.GetReadingContext().IsByMeaning())
+        {
+            aValue = &itsExchangedWords.emplace(*aValue, WordBytes(theFrame.itsAttributes));
+        }
+        itsNativeFrames.emplace(*aValue, NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
     }
     const int aFrameIndex = theFrameIndex == -1 ? 0 : theFrameIndex;
     // A frame that cannot be there must not cost its memory first.
@@ -169,7 +179,10 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
 void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
 {
     theFrame.itsCompressedSize = ReadNativeBytes(theFrame, theFrameIndex);
-    ExchangeBytesIfNeeded(theFrame);
+    if (HasForeignWords())
+    {
+        SettleByteOrder(theFrame);
+    }
     if (itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned() &&
         theFrame.itsAttributes.itsPixelRepresentation == 1)
     {
@@ -217,7 +230,6 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     }
     theFrame.itsCompressedSize = aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();
-    ExchangeBytesIfNeeded(theFrame);
     theFrame.itsAttributes.itsPlanar = false;
 }
 
@@ -262,23 +274,38 @@ void Part10FrameLoader::SettleColourDepth(Frame& theFrame, int theDepth)
     theFrame.itsColourDepth = isWrong ? theDepth : 0;
 }
 
-/// Deliberately counts pixels, not samples: of colour with 16 bits a sample only the first third of the
-/// words is exchanged, which callers expect of big-endian files.
-void Part10FrameLoader::ExchangeBytesIfNeeded(Frame& theFrame) const
+bool Part10FrameLoader::HasForeignWords() const
+{
+    return itsFrontEnd.GetPixelData()->GetTypeCode() == VR::TYPE_OW &&
+           itsFrontEnd.GetDataSet().GetEndian() != DLEndian::NativeEndian();
+}
+
+/// What callers of the contract expect of big-endian files counts pixels, not samples, and from the start of
+/// the frame: of colour with 16 bits a sample only the first third of the words is exchanged.
+void Part10FrameLoader::SettleByteOrder(Frame& theFrame) const
 {
     const Part10ImageAttributes& anImage = theFrame.itsAttributes;
-    if (itsFrontEnd.GetPixelData()->GetTypeCode() != VR::TYPE_OW ||
-        itsFrontEnd.GetDataSet().GetEndian() == DLEndian::NativeEndian() || anImage.itsRows <= 0 ||
-        anImage.itsColumns <= 0)
+    const std::uint64_t aPixels =
+        std::uint64_t(std::max(anImage.itsRows, 0)) * std::uint64_t(std::max(anImage.itsColumns, 0));
+    if (aPixels == 0)
     {
         return;
     }
-    const std::uint64_t aWords =
-        std::min(std::uint64_t(anImage.itsRows) * std::uint64_t(anImage.itsColumns), theFrame.itsSize / 2);
-    auto* const aData = static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData());
-    for (std::uint64_t i = 0; i < aWords; ++i)
+    ReadingContext& aContext = itsFrontEnd.GetReadingContext();
+    if (WordBytes(anImage) != 2 || aPixels < theFrame.itsSize / 2 ||
+        NativeFrameBits(anImage, theFrame.itsSize) % 16 != 0)
     {
-        std::swap(aData[2 * i], aData[2 * i + 1]);
+        aContext.Warn(
+            WarningIdentifier::kByteOrder,
+            aContext.IsByMeaning()
+                ? "every word of the big-endian pixels was exchanged, not one for each pixel"
+                : "one word for each pixel was exchanged, which are not all of the big-endian ones");
+    }
+    if (!aContext.IsByMeaning())
+    {
+        ExchangedWordsInputStream::Exchange(
+            static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()),
+            std::min(aPixels, theFrame.itsSize / 2), 2);
     }
     theFrame.itsLittleEndian = !theFrame.itsLittleEndian;
 }

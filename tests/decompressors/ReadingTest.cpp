@@ -40,6 +40,21 @@ Bytes HalfDamaged()
     const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
     return Encapsulated(kBaseline, aSpec, "MONOCHROME2", {aJpeg, WithStrayMarker(aJpeg)});
 }
+
+/// 8 bits of grey, 1 × 3, in the words of a big-endian file: pixels count from 1 over all three frames.
+Bytes OddBigEndianFrames()
+{
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_BIG);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 1, 3, 8, 8, 0, 3);
+    return aBuilder.AddNativePixelData({2, 1, 4, 3, 6, 5, 8, 7, 0, 9}, "OW").Build();
+}
+
+Bytes BigEndian(int theSamples, int theColumns, int theBits, const Bytes& theValue)
+{
+    return Native(DicomBuilder::Syntax::EXPLICIT_BIG, theSamples, theSamples == 3 ? "RGB" : "MONOCHROME2", 1,
+                  theColumns, theBits, 0, theValue, "OW");
+}
+
 /// What comes of a file in one reading.
 struct Expected
 {
@@ -102,6 +117,36 @@ std::vector<Row> MakeRows()
          1,
          {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}},
          {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}}},
+        {"big-endian words of RGB with 16 bits",
+         BigEndian(3, 2, 16, {0x11, 1, 0x22, 2, 0x33, 3, 0x44, 4, 0x55, 5, 0x66, 6}),
+         0,
+         {0, {0x11, 0x22, 3, 4, 5, 6}, "RGB 8/8/7", {"byte-order@0"}},
+         {0, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66}, "RGB 8/8/7", {"byte-order@0"}}},
+        {"big-endian words of RGB with 8 bits",
+         BigEndian(3, 2, 8, {2, 1, 4, 3, 6, 5}),
+         0,
+         {0, {1, 2, 3, 4, 6, 5}, "RGB 8/8/7", {"byte-order@0"}},
+         {0, {1, 2, 3, 4, 5, 6}, "RGB 8/8/7", {"byte-order@0"}}},
+        {"big-endian words, a frame that begins inside one",
+         OddBigEndianFrames(),
+         1,
+         {0, {6, 3, 5}, "MONOCHROME2 8/8/7", {"byte-order@1"}},
+         {0, {4, 5, 6}, "MONOCHROME2 8/8/7", {"byte-order@1"}}},
+        {"big-endian words, a frame that ends inside one",
+         OddBigEndianFrames(),
+         2,
+         {0, {7, 8, 0}, "MONOCHROME2 8/8/7", {"byte-order@2"}},
+         {0, {7, 8, 9}, "MONOCHROME2 8/8/7", {"byte-order@2"}}},
+        {"big-endian words of 32 bits",
+         BigEndian(1, 1, 32, {0x11, 0x22, 0x33, 0x44}),
+         0,
+         {0, {0x22, 0x11, 0x33, 0x44}, "MONOCHROME2 32/32/31", {"byte-order@0"}},
+         {0, {0x44, 0x33, 0x22, 0x11}, "MONOCHROME2 32/32/31", {"byte-order@0"}}},
+        {"big-endian words, one a pixel",
+         BigEndian(1, 2, 16, {0x11, 1, 0x22, 2}),
+         0,
+         {0, {1, 0x11, 2, 0x22}, "MONOCHROME2 16/16/15"},
+         {0, {1, 0x11, 2, 0x22}, "MONOCHROME2 16/16/15"}},
     };
 }
 } // namespace

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "decompressors/detail/ExchangedWordsInputStream.h"
 #include "decompressors/detail/NativeFrameReader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "image/Renderable.h"
@@ -60,7 +61,8 @@ private:
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);
     void SettleDecodedSize(Frame& theFrame) const;
-    void ExchangeBytesIfNeeded(Frame& theFrame) const;
+    bool HasForeignWords() const;
+    void SettleByteOrder(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
     static void SettleColourDepth(Frame& theFrame, int theDepth);
     void Describe(Frame& theFrame) const;
@@ -69,6 +71,7 @@ private:
 
     Part10FrontEnd& itsFrontEnd;
     RWCString itsClassName;
+    std::optional<ExchangedWordsInputStream> itsExchangedWords;
     std::optional<NativeFrameReader> itsNativeFrames;
     std::unique_ptr<ImageFrameInputStream> itsCompressedFrames;
 };

@@ -27,10 +27,11 @@ struct DecodeWarning
 /// The identifiers of warnings. docs/warnings.md says what each means for whoever looks at the picture.
 struct WarningIdentifier
 {
-    static constexpr const char* kDamaged = "damaged"; ///< a codec met bytes that cannot be right
+    static constexpr const char* kDamaged = "damaged";      ///< a codec met bytes that cannot be right
+    static constexpr const char* kByteOrder = "byte-order"; ///< words of a big-endian file
 
     /// All of them.
-    static constexpr const char* kAll[] = {kDamaged};
+    static constexpr const char* kAll[] = {kDamaged, kByteOrder};
 };
 
 /// What every stage of one request shares: the reading, and the place where its warnings go.
