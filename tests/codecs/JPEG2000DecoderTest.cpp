@@ -306,6 +306,24 @@ TEST(JPEG2000Decoder, CopiesShareTheCodestream)
     EXPECT_EQ(DecodeAll(aCopy), ColourPixels());
 }
 
+TEST(JPEG2000Decoder, ASecondSourceEndsTheFirst)
+{
+    JPEG2000Decoder aPlain(30, Decoder::PET_FAST);
+    JPEG2000FileStreamDecoder aFile(30, Decoder::PET_FAST);
+    for (JPEG2000Decoder* const aCodec : std::initializer_list<JPEG2000Decoder*>{&aPlain, &aFile})
+    {
+        const auto aFirst = std::make_unique<ByteSource>(Lossy());
+        aCodec->SetSource(nullptr, *aFirst);
+        EXPECT_EQ(aCodec->GetCompressionReversible(), Decoder::CR_IRREVERSIBLE);
+        ByteSource aSecond(Grey12());
+        aCodec->SetSource(nullptr, aSecond);
+        Open aFresh(Grey12(), Decoder::PET_FAST, 30);
+        EXPECT_EQ(aCodec->GetCompressionReversible(), Decoder::CR_UNSPECIFIED);
+        EXPECT_EQ(aCodec->GetScaleFactor(), aFresh.itsCodec.GetScaleFactor());
+        EXPECT_EQ(DecodeAll(*aCodec), DecodeAll(aFresh.itsCodec));
+    }
+}
+
 TEST(JPEG2000Decoder, TurnsReportsIntoDecoderExceptions)
 {
     const KDUWarningMessageCallbackException aWarning("it is odd");

@@ -68,10 +68,10 @@ struct JPEG2000Decoder::State
 };
 
 JPEG2000Decoder::JPEG2000Decoder(int theScaleFactor, ParsingErrorTolerance theTolerance)
-    : itsTolerance(theTolerance), itsState(std::make_shared<State>())
+    : itsTolerance(theTolerance), itsWantedScaleFactor(theScaleFactor), itsState(std::make_shared<State>())
 {
     KDUMessagingWrapper::Register();
-    itsScaleFactor = theScaleFactor;
+    itsScaleFactor = itsWantedScaleFactor;
 }
 
 JPEG2000Decoder::~JPEG2000Decoder() = default;
@@ -144,6 +144,20 @@ void JPEG2000Decoder::OpenSource()
 }
 
 void JPEG2000Decoder::SetSourceImpl()
+{
+    Begin();
+    ReadCodestream();
+}
+
+/// What an earlier source has left and settled goes: it has itself gone already.
+void JPEG2000Decoder::Begin()
+{
+    FinishDecoding();
+    itsScaleFactor = itsWantedScaleFactor;
+    itsCompressionReversible = itsToldReversible;
+}
+
+void JPEG2000Decoder::ReadCodestream()
 {
     ReportingPhase([this] { ReadHeader(); });
 }
@@ -295,6 +309,7 @@ std::uint64_t JPEG2000Decoder::GetImageHeight() const
 
 void JPEG2000Decoder::SetCompressionReversible(CompressionReversible theValue)
 {
+    itsToldReversible = theValue;
     itsCompressionReversible = theValue;
 }
 
@@ -433,6 +448,7 @@ JPEG2000FileStreamDecoder& JPEG2000FileStreamDecoder::operator=(const JPEG2000Fi
 
 void JPEG2000FileStreamDecoder::SetSourceImpl()
 {
+    Begin();
     OpenSource();
-    JPEG2000Decoder::SetSourceImpl();
+    ReadCodestream();
 }

@@ -112,8 +112,14 @@ public:
                                                    const KDUMessageCallbackException* theReport);
 
 protected:
-    /// Reads the main header and the first tile's.
+    /// Reads the main header and the first tile's. Ends the codestream of an earlier source.
     void SetSourceImpl() override;
+
+    /// The two steps of SetSourceImpl.
+    /// @{
+    void Begin();
+    void ReadCodestream();
+    /// @}
 
     /// Finds the codestream in GetSource(), unless that was done: the source itself or a JP2 file's box.
     void OpenSource();
@@ -141,7 +147,9 @@ private:
     int GetReportedBits() const;
 
     ParsingErrorTolerance itsTolerance;
-    std::shared_ptr<State> itsState; ///< shared by copies
+    int itsWantedScaleFactor;
+    CompressionReversible itsToldReversible = CR_UNSPECIFIED; ///< SetCompressionReversible
+    std::shared_ptr<State> itsState;                          ///< shared by copies
 };
 
 /// The JPEG 2000 codec for files: walks the boxes of a JP2 file before the codestream is opened. A bare
