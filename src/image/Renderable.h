@@ -258,7 +258,7 @@ private:
     std::int32_t itsPixelAspectRatioHorizontal = 1;
     bool itsLossyImageCompression = false;
     std::int32_t itsCompressionRatio = 1;
-    std::int16_t itsScaleFactor;
+    std::int16_t itsScaleFactor = 1;
     MemoryAllocater& itsMemoryAllocator;
     double itsTotalTimeTakenToLoad = 0.0;
     double itsTimeTakenToOpenStream = 0.0;

@@ -10,6 +10,14 @@
 #include "jp2/detail/JP2BoxWalker.h"
 #include "toolkit/base/CodestreamSignature.h"
 
+namespace
+{
+[[noreturn]] void Fail(const std::string& theText)
+{
+    kdu_report_error("Error in Kakadu File Format Support: " + theText);
+}
+} // namespace
+
 void jp2_family_src::open(kdu_compressed_source* theSource)
 {
     close();
@@ -40,7 +48,11 @@ std::size_t jp2_family_src::read(std::uint8_t* theBytes, std::size_t theCount)
     {
         const auto aWanted = static_cast<int>(std::min(theCount - aGot, kLargestRead));
         const int aCount = itsSource->read(theBytes + aGot, aWanted);
-        if (aCount <= 0)
+        if (aCount < 0)
+        {
+            Fail("the source answered a read with " + std::to_string(aCount));
+        }
+        if (aCount == 0)
         {
             break;
         }
@@ -52,11 +64,6 @@ std::size_t jp2_family_src::read(std::uint8_t* theBytes, std::size_t theCount)
 
 namespace
 {
-[[noreturn]] void Fail(const std::string& theText)
-{
-    kdu_report_error("Error in Kakadu File Format Support: " + theText);
-}
-
 std::uint32_t Number(const std::uint8_t* theBytes)
 {
     return std::uint32_t{theBytes[0]} << 24 | std::uint32_t{theBytes[1]} << 16 |

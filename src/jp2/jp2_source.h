@@ -12,7 +12,8 @@
 /// A sequential source seen as a file of the JP2 family (ISO/IEC 15444-1 Annex I).
 ///
 /// Borrows the source from open to close. Bytes that a caller has looked at already can be put in front.
-/// What the source throws passes through; an error it returns counts as its end. Not thread-safe.
+/// What the source throws passes through; an error it returns is reported as one of the engine. Not
+/// thread-safe.
 class QUORIX_API jp2_family_src
 {
 public:

@@ -132,6 +132,15 @@ TEST(JPEGDecoderColor, DeepColourIsConvertedWithinItsPrecision)
         EXPECT_EQ(FirstPixel(*MakeDecoder(12), aSpec, aYBR), aRGB);
     }
     aSpec.itsPrecision = 16;
+    for (const auto& [aYBR, aRGB] :
+         {std::pair<std::vector<int>, Samples>{{24000, 16000, 48000}, {45355, 18893, 0}},
+          {{30000, 40000, 12000}, {884, 42342, 42815}}, // where the library rounds another way
+          {{65535, 0, 65535}, {65535, 53412, 7471}},
+          {{65535, 0, 0}, {19595, 65535, 7471}},
+          {{0, 65535, 65535}, {45939, 0, 58063}}})
+    {
+        EXPECT_EQ(FirstPixel(*MakeDecoder(16), aSpec, aYBR), aRGB);
+    }
     aSpec.itsDeclaredPrecision = 12;
     const Bytes aJpeg = Image(aSpec).itsJpeg;
     const Samples aDecoded = DecodeSamples(*MakeDecoder(12), aJpeg);

@@ -40,7 +40,7 @@ TEST(JPEGPaths, UsualImagesTakeTheFastPaths)
         {[](Header& theHeader) { theHeader.itsRepeatsComponent = true; }, kNone, Way::TURBO},
         {[](Header& theHeader) { theHeader.itsHSampling[0] = 2; }, kNone, Way::TURBO},
         {[](Header& theHeader) { theHeader.itsVSampling[2] = 2; }, kNone, kNone},
-        {[](Header& theHeader) { theHeader.itsPrecision = theHeader.itsBuildPrecision = 16; }, kNone, kNone},
+        {[](Header& theHeader) { theHeader.itsPrecision = theHeader.itsBuildPrecision = 16; }, kScan, kNone},
         {[](Header& theHeader) { theHeader.itsOutputColorSpace = JPEGColorSpace::GRAYSCALE; }, kNone, kNone},
     };
     int aRow = 0;

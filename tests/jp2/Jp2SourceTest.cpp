@@ -159,6 +159,22 @@ TEST(Jp2Source, RefusesDamagedFilesByName)
     }
 }
 
+TEST(Jp2Source, AnErrorOfTheSourceIsNotTheEndOfTheFile)
+{
+    const EngineReports aReports;
+    for (const std::size_t aLength : {std::size_t{0}, kSignature.size(), kHead.size() - 3})
+    {
+        ByteSource aSource(Bytes(kHead.data(), kHead.data() + aLength));
+        aSource.AtEnd([] { return -7; });
+        jp2_family_src aFamily;
+        aFamily.open(&aSource);
+        jp2_source aFile;
+        aFile.open(&aFamily);
+        EXPECT_EQ(ReportOf([&] { aFile.read_header(); }),
+                  "error: Error in Kakadu File Format Support: the source answered a read with -7");
+    }
+}
+
 TEST(Jp2Source, WantsAnOpenFileAtItsStart)
 {
     const EngineReports aReports;

@@ -40,9 +40,8 @@ bool JPEGPaths::IsUsualLossless(const JPEGFrameHeader& theHeader)
     const bool isCopied =
         aSpace == theHeader.itsOutputColorSpace &&
         (aComponents == 1 ? aSpace == Space::GRAYSCALE : aSpace == Space::RGB || aSpace == Space::YCBCR);
-    // The 16-bit build's conversion overflows its integers: nobody else should try to do that alike.
-    const bool isConverted = aComponents == 3 && aSpace == Space::YCBCR &&
-                             theHeader.itsOutputColorSpace == Space::RGB && theHeader.itsBuildPrecision < 16;
+    const bool isConverted =
+        aComponents == 3 && aSpace == Space::YCBCR && theHeader.itsOutputColorSpace == Space::RGB;
     return isSampledFully && (isCopied || isConverted);
 }
 

@@ -16,6 +16,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "codecs/jpeg/JPEGDecoders.h"
