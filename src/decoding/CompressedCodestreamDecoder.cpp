@@ -10,23 +10,32 @@
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
-/// Bytes already pulled from the stream, with their owner.
+/// Bytes already pulled from the stream, with their owner: a buffer, or the codec that did.
 struct CompressedCodestreamDecoder::HandOver
 {
     std::unique_ptr<std::uint8_t[]> itsBuffer;
     int itsBytes = 0;
+    std::unique_ptr<Decoder> itsPredecessor = nullptr;
 
-    static HandOver TakeFrom(Decoder& theCodec)
+    static HandOver From(std::unique_ptr<Decoder> thePredecessor)
     {
-        // The count belongs to the buffer, so it is asked for while the codec still knows both.
-        const int aByteCount = theCodec.GetBytesRead();
-        return {std::unique_ptr<std::uint8_t[]>(theCodec.TakeBuffer()), aByteCount};
+        return {nullptr, 0, std::move(thePredecessor)};
     }
 
     /// Gives the bytes to theCodec. One that takes none keeps reporting no bytes; the buffer then stays
     /// here and goes with this object.
     void GiveTo(Decoder& theCodec)
     {
+        if (itsPredecessor != nullptr)
+        {
+            if (theCodec.TakeInputFrom(*itsPredecessor))
+            {
+                return;
+            }
+            // The count belongs to the buffer, so it is asked for while the codec still knows both.
+            itsBytes = itsPredecessor->GetBytesRead();
+            itsBuffer.reset(itsPredecessor->TakeBuffer());
+        }
         if (itsBuffer == nullptr || itsBytes == 0)
         {
             return;
@@ -104,9 +113,7 @@ CompressedCodestreamDecoder::OpenedFrame CompressedCodestreamDecoder::Open(unsig
     {
         // Not hidden a second time: the bits stored are no longer 8.
         itsBitsStored = aCodec->GetPrecision();
-        HandOver aHandOver = HandOver::TakeFrom(*aCodec);
-        aCodec.itsDecoder.reset();
-        aCodec = OpenCodec(std::move(aHandOver));
+        aCodec = OpenCodec(HandOver::From(std::move(aCodec.itsDecoder)));
     }
     if (!CodestreamHeaderRead(*aCodec))
     {
@@ -146,8 +153,8 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(cons
 
 void CompressedCodestreamDecoder::SetSource(Decoder& theCodec, HandOver theHandOver)
 {
-    itsCompressedSource = std::make_shared<InputStreamAdapter>(*itsInputStream);
     theHandOver.GiveTo(theCodec);
+    itsCompressedSource = std::make_shared<InputStreamAdapter>(*itsInputStream);
     theCodec.SetSource(itsDICOMDataObject, *itsCompressedSource);
 }
 
@@ -169,8 +176,7 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::OpenCodec(HandOv
             throw;
         }
     }
-    HandOver aHandOver = HandOver::TakeFrom(*aCodec);
-    aCodec.itsDecoder.reset();
+    HandOver aHandOver = HandOver::From(std::move(aCodec.itsDecoder));
     aCodec = CreateCodec(aUID, aBitsStored);
     SetSource(*aCodec, std::move(aHandOver));
     return aCodec;

@@ -82,6 +82,11 @@ int Decoder::GetBytesRead()
     return 0;
 }
 
+bool Decoder::TakeInputFrom(Decoder&)
+{
+    return false;
+}
+
 int Decoder::GetHighBit() const
 {
     return itsBitsStoredPerSample - 1;

@@ -192,6 +192,11 @@ public:
     /// itself. Declared last of the virtual operations, so that those before it keep their places.
     virtual std::uint64_t GetOutputSize() const;
 
+    /// Hand-over of a header that the buffer above is too small for: takes all that thePredecessor has read,
+    /// to begin with it, and leaves it good for nothing but its destruction. False, with nothing changed,
+    /// where the buffer has it all, or either of the two keeps no more than that.
+    virtual bool TakeInputFrom(Decoder& thePredecessor);
+
 protected:
     /// Makes the data set describe the pixels that Decode will deliver and keeps what it overwrites in the
     /// scratch pad, so that a second decode still knows the original.

@@ -152,7 +152,13 @@ protected:
 class JPEGDecoder::HeaderSession final : public Session
 {
 public:
-    explicit HeaderSession(JPEGDecoder& theOwner) : Session(theOwner) { itsInput.StartKeeping(); }
+    explicit HeaderSession(JPEGDecoder& theOwner) : Session(theOwner)
+    {
+        if (!itsInput.IsKeeping() || !itsInput.IsRewound())
+        {
+            itsInput.StartKeeping();
+        }
+    }
 
     int FillInput(const std::uint8_t*& theData) override
     {
@@ -358,6 +364,24 @@ void JPEGDecoder::SetBytesRead(int theBytes)
 int JPEGDecoder::GetBytesRead()
 {
     return itsState->itsInput.GetBytesRead();
+}
+
+bool JPEGDecoder::TakeInputFrom(Decoder& thePredecessor)
+{
+    auto* const aPredecessor = dynamic_cast<JPEGDecoder*>(&thePredecessor);
+    if (aPredecessor == nullptr || !aPredecessor->itsState->itsInput.HasEarlierFills())
+    {
+        return false;
+    }
+    aPredecessor->itsState->itsLibrary->DropInput();
+    itsState->itsInput = std::move(aPredecessor->itsState->itsInput);
+    itsState->itsInput.BeginAnew();
+    return true;
+}
+
+std::uint64_t JPEGDecoder::GetBytesDelivered() const
+{
+    return itsState->itsInput.GetTotal();
 }
 
 void JPEGDecoder::SetPath(JPEGPath thePath)

@@ -105,6 +105,12 @@ public:
     int GetBytesRead() override;
     /// @}
 
+    /// Takes a header of up to 1 MiB that took more than one fill.
+    bool TakeInputFrom(Decoder& thePredecessor) override;
+
+    /// Compressed bytes that the library got so far, those handed over among them: what texts count.
+    std::uint64_t GetBytesDelivered() const;
+
     bool IsDecoderConvertsColorToRGB() override { return true; }
 
     /// Largest sample value.

@@ -8,6 +8,7 @@
 
 JPEGInputBuffer::JPEGInputBuffer() = default;
 JPEGInputBuffer::~JPEGInputBuffer() = default;
+JPEGInputBuffer& JPEGInputBuffer::operator=(JPEGInputBuffer&&) = default;
 
 std::unique_ptr<std::uint8_t[]> JPEGInputBuffer::Take()
 {

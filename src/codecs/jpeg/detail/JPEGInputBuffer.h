@@ -52,6 +52,7 @@ public:
     ~JPEGInputBuffer();
     JPEGInputBuffer(const JPEGInputBuffer&) = delete;
     JPEGInputBuffer& operator=(const JPEGInputBuffer&) = delete;
+    JPEGInputBuffer& operator=(JPEGInputBuffer&&);
 
     /// Gives up the bytes of the most recent fill, in a buffer that the caller owns from now on; null when
     /// they are gone already. Ends keeping.
@@ -81,6 +82,9 @@ public:
     void StopKeeping();
 
     bool IsKeeping() const { return itsIsKeeping; }
+
+    /// The fills of the present image are all kept, and the most recent one is not the first.
+    bool HasEarlierFills() const { return itsIsKeeping && itsKept.size() > 1; }
     bool IsRewound() const { return itsNext < itsKept.size(); }
 
     /// The memory of the kept fills.

@@ -17,6 +17,7 @@
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "codecs/jpeg/JPEGDecoders.h"
