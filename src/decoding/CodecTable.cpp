@@ -109,21 +109,17 @@ std::uint64_t CountPixels(const Decoder& theCodec)
     return theCodec.GetImageWidth() * theCodec.GetImageHeight();
 }
 
-std::uint64_t LeastSizeOfBlocks(const Decoder& theCodec)
+// By the frame's own process: a transfer syntax may hold frames of another one, which are decoded.
+std::uint64_t LeastSizeOfJPEG(const Decoder& theCodec)
 {
-    return CountPixels(theCodec) / (kPixelsPerByte * kSamplesPerBlock);
-}
-
-// The codec of 16 bits knows the lossless processes only; that of 8 bits does not tell which one it is.
-std::uint64_t LeastSizeOfLossless(const Decoder& theCodec)
-{
-    return theCodec.GetBitsAllocatedPerSample() > 8 ? CountPixels(theCodec) / kPixelsPerByte
-                                                    : LeastSizeOfBlocks(theCodec);
+    const bool isLossless = theCodec.GetCompressionReversible() == Decoder::CR_REVERSIBLE;
+    return CountPixels(theCodec) / (isLossless ? kPixelsPerByte : kPixelsPerByte * kSamplesPerBlock);
 }
 
 void FailAsJPEG(const Decoder& theCodec, const RWCString& theReason)
 {
-    throw JPEGDecoderException("JPEGDecoder: error (read " + std::to_string(theCodec.GetTotalBytesRead()) +
+    const auto& aCodec = static_cast<const JPEGDecoder&>(theCodec); // of the rows that name this function
+    throw JPEGDecoderException("JPEGDecoder: error (read " + std::to_string(aCodec.GetBytesDelivered()) +
                                    " bytes so far): " + theReason,
                                0);
 }
@@ -136,24 +132,24 @@ constexpr CodecRow kRows[] = {
      .itsTerms = &LossyCompressions::kJPEG,
      .itsIsAlwaysLossy = true,
      .itsCreate = CreateBaseline,
-     .itsLeastSize = LeastSizeOfBlocks,
+     .itsLeastSize = LeastSizeOfJPEG,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG51UID,
      .itsName = "JPEG extended (processes 2 and 4)",
      .itsTerms = &LossyCompressions::kJPEG,
      .itsIsAlwaysLossy = true,
      .itsCreate = CreateExtended,
-     .itsLeastSize = LeastSizeOfBlocks,
+     .itsLeastSize = LeastSizeOfJPEG,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG57UID,
      .itsName = "JPEG lossless (process 14)",
      .itsCreate = CreateLossless57,
-     .itsLeastSize = LeastSizeOfLossless,
+     .itsLeastSize = LeastSizeOfJPEG,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG70UID,
      .itsName = "JPEG lossless (process 14, selection value 1)",
      .itsCreate = CreateLossless70,
-     .itsLeastSize = LeastSizeOfLossless,
+     .itsLeastSize = LeastSizeOfJPEG,
      .itsFail = FailAsJPEG},
     {.itsUID = TransferSyntaxType::TSJPEG2KUID,
      .itsName = "JPEG 2000",

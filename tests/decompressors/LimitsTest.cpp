@@ -144,6 +144,9 @@ Bytes ShortNative(std::uint32_t theLength, std::size_t theBytes)
 TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
 {
     const JpegSpec aSpec;
+    // Read as what it is only by the codec that takes over from the one that does not know 16 bits.
+    const JpegSpec aRecovered{
+        .itsPrecision = 12, .itsProcess = JpegSpec::Process::EXTENDED, .itsDeclaredPrecision = 16};
     const JpegSpec aDeepSpec{.itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS};
     const auto aText = [](const Bytes& theStream, const char* theRows)
     {
@@ -167,6 +170,9 @@ TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
         {"native element that ends early", RunPart10(ShortNative(100000000, 4), nullptr), 37, kShort},
         {"JPEG", RunPart10(InflatedFile(TransferSyntaxType::TSJPEG50UID, aSpec, 10000), nullptr), 38,
          kLogicError + aBareText},
+        {"JPEG of a hidden precision",
+         RunPart10(InflatedFile(TransferSyntaxType::TSJPEG51UID, aRecovered, 10000), nullptr), 38,
+         kLogicError + aText(Inflated(aRecovered, 10000), "10000 rows of 10000")},
         {"lossless JPEG", RunPart10(InflatedFile(TransferSyntaxType::TSJPEG70UID, aDeepSpec, 500), nullptr),
          38, kLogicError + aText(Inflated(aDeepSpec, 500), "500 rows of 500")},
         {"bare JPEG", RunBareImage(aBare, TransferSyntaxType::TSJPEG50UID, nullptr, aWish), 62,
@@ -184,17 +190,24 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
     const JpegSpec kSpecs[] = {
         {.itsWidth = 1024, .itsHeight = 1024},
         {.itsWidth = 1024, .itsHeight = 1024, .itsComponents = 3, .itsSampling = {{4, 1}, {1, 4}, {1, 1}}},
+        {.itsWidth = 1024,
+         .itsHeight = 1024,
+         .itsPrecision = 12,
+         .itsProcess = JpegSpec::Process::EXTENDED,
+         .itsDeclaredPrecision = 16},
         {.itsWidth = 1024, .itsHeight = 1024, .itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS}};
     for (const JpegSpec& aSpec : kSpecs)
     {
         const std::vector<int> aPixel(static_cast<std::size_t>(aSpec.itsComponents),
                                       1 << (aSpec.itsPrecision - 1));
         const Bytes aStream = MakeJpeg(aSpec, MakeFlatSamples(aSpec, aPixel));
-        const Outcome anOutcome = RunPart10(
-            Part10Files::Encapsulated(
-                aSpec.itsPrecision == 16 ? TransferSyntaxType::TSJPEG70UID : TransferSyntaxType::TSJPEG50UID,
-                aSpec, aSpec.itsComponents == 3 ? "YBR_FULL_422" : "MONOCHROME2", {aStream}),
-            nullptr);
+        const Outcome anOutcome =
+            RunPart10(Part10Files::Encapsulated(
+                          aSpec.itsPrecision == 16   ? TransferSyntaxType::TSJPEG70UID
+                          : aSpec.itsPrecision == 12 ? TransferSyntaxType::TSJPEG51UID
+                                                     : TransferSyntaxType::TSJPEG50UID,
+                          aSpec, aSpec.itsComponents == 3 ? "YBR_FULL_422" : "MONOCHROME2", {aStream}),
+                      nullptr);
         EXPECT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
     }
     // RLE may end early by its definition, at any size.
