@@ -220,7 +220,7 @@ public:
     /// that is refused, a smaller one completed with zeros. Throws StreamIOException with code 64 (lock), 67
     /// (input and output) or 6; the file is then left as far as it was written.
     void saveToFile(const char* theName) const;
-    /// The same while holding the write lock.
+    /// The same while holding the write lock; before that the file is not touched.
     void saveToFileLocked(const char* theName) const;
     /// saveToFileLocked where isLocked is true, else the form without a lock.
     void saveToFile(const char* theName, bool isLocked) const;

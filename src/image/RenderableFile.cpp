@@ -110,6 +110,17 @@ int OpenFile(LFStream& theStream, const RWCString& theName, int theMode, bool is
     return anOpenError;
 }
 
+/// The same for writing. What another process has under its lock is left alone until the lock is ours.
+int OpenForWriting(LFStream& theStream, const RWCString& theName, bool isLocked)
+{
+    if (!isLocked)
+    {
+        return OpenFile(theStream, theName, LFStream::MODE_WRITE_BINARY, false, LFStream::LOCK_FOR_WRITING);
+    }
+    OpenFile(theStream, theName, LFStream::MODE_WRITE_SHARED, true, LFStream::LOCK_FOR_WRITING);
+    return theStream.Truncate() ? 0 : errno;
+}
+
 void WriteBytes(LFStream& theStream, const std::uint8_t* theBytes, std::uint64_t theSize,
                 const RWCString& theName)
 {
@@ -314,8 +325,7 @@ void Renderable::saveToFile(const char* theName, bool isLocked) const
 void Renderable::writeCacheFile(const RWCString& theName, bool isLocked) const
 {
     LFStream aStream(LFStream::UNBUFFERED); // gives up lock and descriptor on every way out
-    const int anOpenError =
-        OpenFile(aStream, theName, LFStream::MODE_WRITE_BINARY, isLocked, LFStream::LOCK_FOR_WRITING);
+    const int anOpenError = OpenForWriting(aStream, theName, isLocked);
     const Header aHeader = MakeHeader(*this, itsIDString);
     if (anOpenError != 0 || aStream.Write(aHeader.data(), aHeader.size()) < 0)
     {

@@ -292,14 +292,13 @@ TEST(RenderableFile, LocksKeepProcessesApart)
         EXPECT_EQ(FailureOfLoading(aFile.GetName(), true), kLoad + aLocked);
         EXPECT_EQ(FailureOfLoading(aFile.GetName()), "(nothing)") << "the lock is advisory";
         EXPECT_EQ(FailureOf([&] { anImage->saveToFileLocked(aFile.GetName()); }), kSave + aLocked);
-        EXPECT_TRUE(aFile.GetContent().empty()) << "deliberate: the file is cut before the lock is asked for";
-        anImage->saveToFile(aFile.GetName());
+        EXPECT_EQ(aFile.GetContent(), SampleFile()) << "a save that is refused leaves the file alone";
     }
     {
         const LockHolder aReader(aFile.GetName(), LFStream::LOCK_FOR_READING);
         ASSERT_TRUE(aReader.IsLocked());
-        EXPECT_TRUE(Renderable().loadFromFileLocked(aFile.GetName())) << "readers share";
         EXPECT_EQ(FailureOf([&] { anImage->saveToFileLocked(aFile.GetName()); }), kSave + aLocked);
+        EXPECT_TRUE(Renderable().loadFromFileLocked(aFile.GetName())) << "readers share";
     }
     // Every failure above gave its own lock and descriptor back.
     anImage->saveToFileLocked(aFile.GetName());

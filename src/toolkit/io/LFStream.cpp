@@ -133,6 +133,21 @@ long long LFStream::Length() const
     return fstat(itsDescriptor, &aStatus) == 0 ? static_cast<long long>(aStatus.st_size) : -1;
 }
 
+bool LFStream::Truncate()
+{
+    struct stat aStatus = {};
+    if (fstat(itsDescriptor, &aStatus) != 0)
+    {
+        return false;
+    }
+    int aResult = 0;
+    do
+    {
+        aResult = S_ISREG(aStatus.st_mode) ? ftruncate(itsDescriptor, 0) : 0;
+    } while (aResult != 0 && errno == EINTR);
+    return aResult == 0;
+}
+
 bool LFStream::close()
 {
     if (itsDescriptor < 0)

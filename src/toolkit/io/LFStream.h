@@ -20,8 +20,10 @@ public:
         MODE_OUT = 2,
         MODE_TRUNC = 16,
         MODE_BINARY = 32,
-        MODE_READ_BINARY = MODE_IN | MODE_BINARY,               ///< 33
-        MODE_WRITE_BINARY = MODE_OUT | MODE_TRUNC | MODE_BINARY ///< 50
+        MODE_READ_BINARY = MODE_IN | MODE_BINARY,                ///< 33
+        MODE_WRITE_BINARY = MODE_OUT | MODE_TRUNC | MODE_BINARY, ///< 50
+        /// For a file that others may be using under a lock: Truncate when the lock is there.
+        MODE_WRITE_SHARED = MODE_OUT | MODE_BINARY
     };
 
     /// Sharing between openers; deny-none is the only one, and what POSIX does anyway.
@@ -71,6 +73,9 @@ public:
 
     /// Bytes in the file, or -1.
     long long Length() const;
+
+    /// Leaves nothing of a regular file; others have nothing to lose. False with errno set on failure.
+    bool Truncate();
 
     /// Gives up the lock and the descriptor. Closing twice is allowed. False when the operating system
     /// reports a failure (an earlier write that could not be stored).
