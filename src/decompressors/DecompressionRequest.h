@@ -57,7 +57,8 @@ public:
     kdu_compressed_source* getCompressedSource() const { return itsCompressedSource; }
 
     /// The data set that is read, for a Part 10 stream filled, and made to describe the decoded pixels. May
-    /// be null.
+    /// be null. One data set is for one image: it remembers what the image was before decoding, which only a
+    /// Part 10 stream with another SOP Instance UID makes it forget.
     DICOMDataObject* getDICOMDataObject() const { return itsDICOMDataObject; }
 
     /// Path of a file with the header that belongs to a bare compressed image; empty for none.

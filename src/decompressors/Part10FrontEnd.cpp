@@ -6,6 +6,7 @@
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/dicom/ImageElements.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 #include "toolkit/dicom/VR.h"
@@ -147,6 +148,7 @@ void Part10FrontEnd::ReadElements()
 {
     itsDataSet.SetEndian(itsTransferSyntaxType->GetEndian());
     itsReader = itsTransferSyntaxType->CreateDataSetReader(itsStream, itsMemoryAllocator);
+    ImageElements anImage(itsDataSet);
     while (std::unique_ptr<VR> anElement = itsReader->Next())
     {
         if (anElement->GetTag() == DICOMTags::PixelData)
@@ -158,7 +160,7 @@ void Part10FrontEnd::ReadElements()
             }
             return;
         }
-        itsDataSet.ReplaceVR(std::move(anElement));
+        anImage.Put(std::move(anElement));
     }
 }
 

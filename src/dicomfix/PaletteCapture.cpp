@@ -8,27 +8,6 @@
 
 namespace
 {
-/// Everything that describes a palette, in the order of removal.
-constexpr DICOMTag kPaletteTags[] = {
-    DICOMTags::RedPaletteColorLookupTableDescriptor,
-    DICOMTags::GreenPaletteColorLookupTableDescriptor,
-    DICOMTags::BluePaletteColorLookupTableDescriptor,
-    DICOMTags::RedPaletteColorLookupTableData,
-    DICOMTags::GreenPaletteColorLookupTableData,
-    DICOMTags::BluePaletteColorLookupTableData,
-    DICOMTags::SegmentedRedPaletteColorLookupTableData,
-    DICOMTags::SegmentedGreenPaletteColorLookupTableData,
-    DICOMTags::SegmentedBluePaletteColorLookupTableData,
-    DICOMTags::PaletteColorLookupTableUID,
-    DICOMTags::LargeRedPaletteColorLookupTableDescriptor,
-    DICOMTags::LargeGreenPaletteColorLookupTableDescriptor,
-    DICOMTags::LargeBluePaletteColorLookupTableDescriptor,
-    DICOMTags::LargeRedPaletteColorLookupTableData,
-    DICOMTags::LargeGreenPaletteColorLookupTableData,
-    DICOMTags::LargeBluePaletteColorLookupTableData,
-    DICOMTags::LargePaletteColorLookupTableUID,
-};
-
 /// One channel's palette out of the attributes, or null when they make no sense.
 std::unique_ptr<ColorPalette> ReadPalette(char theChannel, const DICOMDataObject& theDataSet)
 {
@@ -43,7 +22,7 @@ void DecompressionLibUtils::CaptureAndRemoveColorPaletteAttributes(DICOMDataObje
     theDataSet.SetRedColorPalette(ReadPalette('R', theDataSet));
     theDataSet.SetGreenColorPalette(ReadPalette('G', theDataSet));
     theDataSet.SetBlueColorPalette(ReadPalette('B', theDataSet));
-    for (const DICOMTag aTag : kPaletteTags)
+    for (const DICOMTag aTag : DICOMTags::kPalette)
     {
         theDataSet.RemoveVR(aTag);
     }

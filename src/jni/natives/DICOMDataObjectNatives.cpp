@@ -13,6 +13,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
+#include "toolkit/dicom/ImageElements.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
@@ -174,9 +175,10 @@ void LoadHeader(DICOMDataObject& theDataSet, InputStream& theStream)
     theDataSet.SetEndian(aType->GetEndian());
     const auto aReader = aType->CreateDataSetReader(aPart10, VR::GetDefaultMemoryAllocater());
     aReader->SetStopTag(DICOMTags::PixelData);
+    ImageElements anImage(theDataSet);
     while (std::unique_ptr<VR> anElement = aReader->Next())
     {
-        theDataSet.ReplaceVR(std::move(anElement));
+        anImage.Put(std::move(anElement));
     }
 }
 

@@ -24,6 +24,14 @@ void DICOMDataObject::SetBlueColorPalette(std::unique_ptr<ColorPalette> thePalet
     itsBluePalette = std::move(thePalette);
 }
 
+void DICOMDataObject::ForgetDecoding()
+{
+    DICOMObject::ForgetDecoding();
+    itsRedPalette.reset();
+    itsGreenPalette.reset();
+    itsBluePalette.reset();
+}
+
 bool DICOMDataObject::IsMarkedLossy() const
 {
     RWCString aLossy;

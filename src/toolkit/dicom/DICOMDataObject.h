@@ -6,7 +6,8 @@
 
 class TransferSyntaxType;
 
-/// The data set of one image: attributes, and the colour palettes captured from them.
+/// The data set of one image: attributes, and the colour palettes captured from them. Each image that is
+/// decoded needs one of its own.
 class QUORIX_API DICOMDataObject : public DICOMObject
 {
 public:
@@ -26,6 +27,9 @@ public:
     void SetGreenColorPalette(std::unique_ptr<ColorPalette> thePalette);
     void SetBlueColorPalette(std::unique_ptr<ColorPalette> thePalette);
     /// @}
+
+    /// The palettes held in memory as well.
+    void ForgetDecoding() override;
 
     /// Whether Lossy Image Compression (0028,2110) says that pixels were lost on the way: it is there and not
     /// "00".

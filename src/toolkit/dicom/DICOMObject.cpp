@@ -10,6 +10,7 @@
 #include <dcmtk/dcmdata/dcsequen.h>
 
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/detail/DICOMObjectAccess.h"
 #include "toolkit/dicom/detail/DataSetLoader.h"
 #include "toolkit/dicom/detail/DcmtkBridge.h"
@@ -345,6 +346,16 @@ bool DICOMObject::GetScratchpadValue(const RWCString& theName, RWCString& theVal
 void DICOMObject::SetScratchpadValue(const RWCString& theName, const RWCString& theValue)
 {
     itsScratchpad[theName] = theValue;
+}
+
+void DICOMObject::ForgetDecoding()
+{
+    for (const char* aName :
+         {ScratchpadKeys::DecompOrigPhotoInterp, ScratchpadKeys::DecompOrigSamplesPerPixel,
+          ScratchpadKeys::DecompOrigPlanarConfig})
+    {
+        itsScratchpad.erase(aName);
+    }
 }
 
 void DICOMObject::CopyAttributes(const DICOMObject& theOther)

@@ -106,12 +106,16 @@ public:
     void SetScratchpadValue(const RWCString& theName, const RWCString& theValue);
     /// @}
 
+    /// Drops what decoding has kept of the image, see ScratchpadKeys; other scratch pad values stay.
+    virtual void ForgetDecoding();
+
     /// Makes elements, scratch pad and byte order those of theOther. Pixel data is not copied; what this set
     /// holds stays.
     void CopyAttributes(const DICOMObject& theOther);
 
     /// Loads a file into this set, adding to and replacing what it holds: a Part 10 file or a bare data
-    /// set. Elements at and after theStopTag are not read. Without a stop tag native Pixel Data is loaded
+    /// set; of another image than the set held as ImageElements does. Elements at and after theStopTag are
+    /// not read. Without a stop tag native Pixel Data is loaded
     /// too; encapsulated Pixel Data ends the load successfully, with the header in the set and no
     /// pixel data. Never throws: false with the reason in the two codes (3 and errno for a file that
     /// cannot be opened).

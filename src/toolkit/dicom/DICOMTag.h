@@ -73,6 +73,26 @@ inline constexpr DICOMTag LargePaletteColorLookupTableUID{0x0028, 0x1214};
 inline constexpr DICOMTag SegmentedRedPaletteColorLookupTableData{0x0028, 0x1221};
 inline constexpr DICOMTag SegmentedGreenPaletteColorLookupTableData{0x0028, 0x1222};
 inline constexpr DICOMTag SegmentedBluePaletteColorLookupTableData{0x0028, 0x1223};
+/// All of them, in the order in which they are removed.
+inline constexpr DICOMTag kPalette[] = {
+    RedPaletteColorLookupTableDescriptor,
+    GreenPaletteColorLookupTableDescriptor,
+    BluePaletteColorLookupTableDescriptor,
+    RedPaletteColorLookupTableData,
+    GreenPaletteColorLookupTableData,
+    BluePaletteColorLookupTableData,
+    SegmentedRedPaletteColorLookupTableData,
+    SegmentedGreenPaletteColorLookupTableData,
+    SegmentedBluePaletteColorLookupTableData,
+    PaletteColorLookupTableUID,
+    LargeRedPaletteColorLookupTableDescriptor,
+    LargeGreenPaletteColorLookupTableDescriptor,
+    LargeBluePaletteColorLookupTableDescriptor,
+    LargeRedPaletteColorLookupTableData,
+    LargeGreenPaletteColorLookupTableData,
+    LargeBluePaletteColorLookupTableData,
+    LargePaletteColorLookupTableUID,
+};
 /// @}
 
 /// The history of lossy compression (PS3.3 C.7.6.1.1.5).

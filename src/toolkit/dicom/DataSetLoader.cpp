@@ -30,7 +30,7 @@ public:
 } // namespace
 
 DataSetLoader::DataSetLoader(DICOMObject& theTarget, DICOMTag theStopTag)
-    : itsTarget(theTarget), itsStopTag(theStopTag)
+    : itsTarget(theTarget), itsElements(theTarget), itsStopTag(theStopTag)
 {
 }
 
@@ -107,5 +107,5 @@ void DataSetLoader::Keep(std::unique_ptr<VR> theVR)
     {
         theVR = aStream->GetVR();
     }
-    itsTarget.ReplaceVR(std::move(theVR));
+    itsElements.Put(std::move(theVR));
 }

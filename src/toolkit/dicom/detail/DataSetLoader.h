@@ -2,6 +2,7 @@
 #pragma once
 
 #include "toolkit/dicom/DICOMObject.h"
+#include "toolkit/dicom/ImageElements.h"
 #include "toolkit/io/InputStream.h"
 
 /// Loads a file into a data set: the work behind DICOMObject::LoadFromFile. Internal to this room.
@@ -20,5 +21,6 @@ private:
     void Keep(std::unique_ptr<VR> theVR);
 
     DICOMObject& itsTarget;
+    ImageElements itsElements;
     DICOMTag itsStopTag;
 };

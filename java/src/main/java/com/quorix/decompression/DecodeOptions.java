@@ -75,7 +75,10 @@ public final class DecodeOptions {
     }
 
     /**
-     * Sets the data set that describes a bare codestream, or receives the attributes of a DICOM stream.
+     * Sets the data set that describes a bare codestream, or receives the attributes of a DICOM stream. One data
+     * set is for one image, whatever number of times and frames are decoded of it: it remembers what the image was
+     * before decoding. A DICOM stream whose SOP Instance UID is another than the data set's puts an end to that; a
+     * bare codestream, which has none, cannot.
      *
      * @param newDataSet the data set, which stays the caller's; or null
      * @return options with that

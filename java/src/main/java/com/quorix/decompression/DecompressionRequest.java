@@ -61,7 +61,7 @@ public class DecompressionRequest {
     }
 
     /**
-     * Returns the data set's handle.
+     * Returns the handle of the data set, which is for one image.
      *
      * @return the handle, or 0
      */
