@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Decoder::UpdateDICOMHeader: the data set made to describe the pixels that the codec delivers.
 #include <cstdint>
+#include <limits>
+#include <string>
 
 #include "decoding/Decoder.h"
 #include "pixels/DecompressionLibUtils.h"
@@ -26,7 +28,7 @@ public:
         itsDataSet.ReplaceVR(itsFactory.CreateString(theTag, theValue));
     }
 
-    /// theValue is narrowed on purpose: the element has 16 bits.
+    /// theValue fits the 16 bits of the element.
     void Replace(DICOMTag theTag, std::uint64_t theValue)
     {
         itsDataSet.ReplaceVR(itsFactory.CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
@@ -124,6 +126,19 @@ void UpdatePlanarConfiguration(DICOMDataObject& theDataSet, HeaderUpdate& theUpd
     // Codecs deliver colour-by-pixel.
     theUpdate.Replace(DICOMTags::PlanarConfiguration, std::uint64_t{0});
 }
+/// Larger dimensions would come back from the data set, which has 16 bits for each, as smaller ones, and the
+/// picture sheared.
+void CheckDimensions(const Decoder& theDecoder)
+{
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint16_t>::max();
+    if (theDecoder.GetImageHeight() > kMost || theDecoder.GetImageWidth() > kMost)
+    {
+        throw StreamIOException("Decoder::UpdateDICOMHeader(): a data set cannot describe " +
+                                    std::to_string(theDecoder.GetImageHeight()) + " rows of " +
+                                    std::to_string(theDecoder.GetImageWidth()) + " pixels",
+                                DLRC_DECODER_ERROR, 0);
+    }
+}
 } // namespace
 
 void Decoder::UpdateDICOMHeader()
@@ -132,6 +147,7 @@ void Decoder::UpdateDICOMHeader()
     {
         return;
     }
+    CheckDimensions(*this);
     DICOMDataObject& aDataSet = *itsDICOMDataObject;
     HeaderUpdate anUpdate(aDataSet);
     if (itsCompressionReversible == CR_IRREVERSIBLE)

@@ -128,8 +128,7 @@ int FileToRenderableDecompressor::DecodeFileToRenderable(const RWCString& theFil
     theResult.setSystemErrorCode(0);
     try
     {
-        LFInputStream aFile(theFileName.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE,
-                            kBufferSize);
+        LFInputStream aFile(theFileName, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, kBufferSize);
         OpenAndLock(aFile);
         const Arguments anArguments{theSecondName, theDataSet, theFrameIndex, theScaleFactor};
         if (!DecodeByType(aFile, theImageType, theLossless != 0, anArguments, theResult))

@@ -40,7 +40,7 @@ bool IsNativeOrder(bool isLittleEndian)
 }
 } // namespace
 
-/// Refuses an image that the data set cannot describe.
+/// Looks how deep the samples are.
 class Part10FrameLoader::Driver final : public CompressedCodestreamDecoder
 {
 public:
@@ -48,24 +48,13 @@ public:
         : CompressedCodestreamDecoder(theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(),
                                       theFrame.itsAttributes.itsBitsStored, theStream,
                                       theLoader.itsFrontEnd.GetDataSet(),
-                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST),
-          itsClassName(theLoader.itsClassName)
+                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST)
     {
     }
 
-    /// Larger dimensions would come back from the data set, which has 16 bits for each, as smaller ones,
-    /// and the picture sheared.
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
         itsDepth = std::min(theDecoder.GetPrecision(), theDecoder.GetRecommendedBitsStoredPerSample());
-        constexpr std::uint64_t kMost = std::numeric_limits<std::uint16_t>::max();
-        if (theDecoder.GetImageHeight() > kMost || theDecoder.GetImageWidth() > kMost)
-        {
-            throw StreamIOException(itsClassName + "::Decode: a data set cannot describe " +
-                                        std::to_string(theDecoder.GetImageHeight()) + " rows of " +
-                                        std::to_string(theDecoder.GetImageWidth()) + " pixels",
-                                    DLRC_DECODER_ERROR, 0);
-        }
         return true;
     }
 
@@ -73,7 +62,6 @@ public:
     int GetDepth() const { return itsDepth; }
 
 private:
-    const RWCString& itsClassName;
     int itsDepth = 0;
 };
 
@@ -106,11 +94,6 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
     aFrame.itsSize =
         aFrame.itsAttributes.GetFrameSize(IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
     return aFrame;
-}
-
-int Part10FrameLoader::CountFrames() const
-{
-    return IsNative() && Begin().itsSize == 0 ? 1 : itsFrontEnd.GetAttributes().itsNumberOfFrames;
 }
 
 void Part10FrameLoader::Pass(int theFrameIndex)

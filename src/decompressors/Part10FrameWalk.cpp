@@ -21,7 +21,7 @@ struct Walk
     const Part10FrameWalk::Receiver& itsReceiver;
     DecompressionResult& itsResult;
     Part10FrameLoader itsLoader{itsFrontEnd, kClassName};
-    int itsCount = itsLoader.CountFrames();
+    int itsCount = itsFrontEnd.GetAttributes().itsNumberOfFrames;
 
     void HandOut(int theFirstFrame)
     {

@@ -229,7 +229,7 @@ auto Translate(const Work& theWork)
 template <class Work>
 auto WithFile(const std::filesystem::path& theFile, const Work& theWork)
 {
-    LFInputStream aFile(theFile.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
+    LFInputStream aFile(theFile.native(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
     std::error_code anError(aFile.IsOpen() ? 0 : errno, std::generic_category());
     std::error_code aNoMatter;
     if (!anError && std::filesystem::is_directory(theFile, aNoMatter))

@@ -114,7 +114,7 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         {GreyFile(Grey12()), 0, 37, kHeader + "Invalid output scale request*"},
         {GreyFile(Pair()), 1, 37, kHeader + "Image component count not in (1, 3) as required by DICOM"},
         {Encapsulated(kAny, {.itsWidth = 1000, .itsHeight = 1000, .itsComponents = 3}, "RGB", {aWide}), 1, 62,
-         "DICOMPart10StreamDecompressor::Decode: a data set cannot describe 15 rows of 66000 pixels"},
+         "Decoder::UpdateDICOMHeader(): a data set cannot describe 15 rows of 66000 pixels"},
         {Encapsulated(kLossless, {.itsWidth = kColourWidth, .itsHeight = kColourHeight}, "MONOCHROME2",
                       {Colour()}),
          1, 6,
@@ -127,6 +127,14 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         ExpectFailure(RunPart10(aCase.itsFile, &aDataSet, {0, aCase.itsScaleFactor}), aCase.itsCode,
                       aCase.itsText);
     }
+    DataSet aDescribed; // stays as it is
+    aDescribed.SetNumbers(DICOMTags::Columns, {1000});
+    ExpectFailure(
+        RunBareImage(aWide, kAny, &aDescribed), 62,
+        "Decoder exception: StreamIOException: StreamIOException: Decoder::UpdateDICOMHeader(): a data "
+        "set cannot describe 15 rows of 66000 pixels");
+    EXPECT_EQ(aDescribed.Number(DICOMTags::Columns), 1000);
+    EXPECT_EQ(RunBareImage(aWide, kAny, nullptr).Image()->getColumns(), 66000);
     ExpectFailure(RunBareImage(Pair(), kAny, nullptr), 62,
                   "Decoder exception: StreamIOException: StreamIOException: " + kHeader +
                       "Image component count not in (1, 3) as required by DICOM");

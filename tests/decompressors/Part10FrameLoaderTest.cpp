@@ -6,8 +6,7 @@
 
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
-#include "decompressors/detail/Part10FrameLoader.h"
-#include "decompressors/detail/Part10FrontEnd.h"
+#include "decompressors/Part10FrameWalk.h"
 
 using namespace Part10Files;
 
@@ -60,29 +59,26 @@ TEST(Part10FrameLoader, AnImageSmallerThanAnnouncedClaimsNoMore)
     EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{384});
 }
 
-TEST(Part10FrameLoader, OnlyNativeFramesWithoutBytesAreNotCounted)
+TEST(Part10FrameLoader, FramesWithoutBytesAreHandedOutLikeOthers)
 {
-    struct Case
+    for (const int aRows : {0, 2})
     {
-        const char* itsUID;
-        std::uint16_t itsBitsAllocated;
-        int itsCount;
-    };
-    const char* const kJPEG2000 = "1.2.840.10008.1.2.4.90";
-    for (const Case& aCase : {Case{"", 8, 7}, Case{"", 0, 1}, Case{kJPEG2000, 8, 7}, Case{kJPEG2000, 0, 7}})
-    {
-        DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, aCase.itsUID);
-        aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 2, aCase.itsBitsAllocated, 8, 0, 7);
-        *aCase.itsUID == '\0' ? aBuilder.AddNativePixelData({}) : aBuilder.AddEncapsulatedPixelData({});
-        const Bytes aFile = aBuilder.Build();
+        const Bytes aFile =
+            DicomBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE)
+                .AddImageAttributes(1, "MONOCHROME2", static_cast<std::uint16_t>(aRows), 2, 8, 8, 0, 7)
+                .AddNativePixelData(Counting(28))
+                .Build();
         MemoryInputStream aStream(aFile.data(), aFile.size());
         DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, 0, "", false);
         DecompressionResult aResult;
         CountingAllocator anAllocator;
-        Part10FrontEnd aFrontEnd(aRequest, anAllocator);
-        ASSERT_TRUE(aFrontEnd.Open(aResult)) << aResult.getMessage();
-        aFrontEnd.Parse();
-        EXPECT_EQ(Part10FrameLoader(aFrontEnd, "").CountFrames(), aCase.itsCount)
-            << aCase.itsUID << " " << aCase.itsBitsAllocated;
+        int aCount = 0;
+        const auto aReceiver = [&](int theFrame, const std::unique_ptr<Renderable>& theImage, const auto&)
+        {
+            EXPECT_EQ(theFrame, 3 + aCount++);
+            return theImage->getRows() == aRows;
+        };
+        Part10FrameWalk::Run(aRequest, anAllocator, 3, aReceiver, aResult);
+        EXPECT_EQ(aCount, 4) << aResult.getMessage();
     }
 }

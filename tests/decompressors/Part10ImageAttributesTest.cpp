@@ -65,7 +65,7 @@ TEST(Part10ImageAttributes, NumberOfFramesIsAtLeastOne)
 TEST(Part10ImageAttributes, OnlyTheText00MeansNoLoss)
 {
     EXPECT_FALSE(Described().Read().itsLossy);
-    for (const auto& [aText, aLossy] : {std::pair("00", false), {"01", true}, {"02", true}, {"", true}})
+    for (const auto& [aText, aLossy] : {std::pair("00", false), {"01", true}, {"02", true}, {"", false}})
     {
         Described aDataSet;
         aDataSet.SetText(DICOMTags::LossyImageCompression, aText);

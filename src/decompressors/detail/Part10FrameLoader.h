@@ -22,10 +22,6 @@ public:
     Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName);
     ~Part10FrameLoader();
 
-    /// Number of Frames; 1 for native frames without a single byte, which would never run out. Throws as
-    /// GetFrameSize of the attributes does.
-    int CountFrames() const;
-
     /// Reads or decodes frame theFrameIndex (−1: the first and only one), brings colour to interleaved
     /// 8-bit RGB and records what opening, parsing, allocating and decoding took. Native frames are asked
     /// for in ascending order. Throws StreamIOException with code and text of the failure, and whatever

@@ -53,6 +53,7 @@ private:
     bool LoadDemoFile();
     void Decode(jobject theStream);
     void PutIntoDataSet();
+    static void CheckDimensions(const Renderable& theImage);
     RWCString GetCompression() const;
     void DescribePixels(const MVRFactory& theFactory, const Renderable& theImage);
     void RefuseMultiFrame();
@@ -122,6 +123,7 @@ RWCString OrthoDecode::GetCompression() const
 void OrthoDecode::PutIntoDataSet()
 {
     Renderable& anImage = *itsCall.GetResult().getRenderable();
+    CheckDimensions(anImage);
     itsDataSet->RemoveVR(DICOMTags::PixelData);
     MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
                         VR::GetDefaultMemoryAllocater());
@@ -148,16 +150,23 @@ void OrthoDecode::PutIntoDataSet()
     RefuseMultiFrame();
 }
 
+/// The dimensions of codestreams have been looked at before they were decoded. Those of native pixels are the
+/// data set's own, which may have taken more than 16 bits for them.
+void OrthoDecode::CheckDimensions(const Renderable& theImage)
+{
+    constexpr int kMost = std::numeric_limits<std::uint16_t>::max();
+    if (theImage.getRows() > kMost || theImage.getColumns() > kMost)
+    {
+        throw DLRuntimeException("the image does not fit a DICOM data set");
+    }
+}
+
 /// What the fix-up leaves alone but a reader of the pixels needs: a conversion to 8-bit RGB changes the
 /// width of samples, and a bare codestream may come with no description at all.
 void OrthoDecode::DescribePixels(const MVRFactory& theFactory, const Renderable& theImage)
 {
     const auto aSet = [&](DICOMTag theTag, int theValue)
     {
-        if (theValue < 0 || theValue > std::numeric_limits<std::uint16_t>::max())
-        {
-            throw DLRuntimeException("the image does not fit a DICOM data set");
-        }
         std::uint16_t aPresent = 0;
         if (!itsDataSet->GetUnsignedShort(theTag, aPresent) || aPresent != theValue)
         {

@@ -9,9 +9,11 @@
 namespace
 {
 /// Runs a cache-file operation on the image behind theHandle; a file error becomes a Java IOException.
-/// False then, for handle 0 and for an empty path.
+/// False then, for handle 0 and for no path. To load from, an empty path is none; a save to it must not pass
+/// for one that succeeded. C++ would take a name with a NUL in it for a shorter one.
 template <class Operation>
-jboolean WithFile(JNIEnv* theEnv, jlong theHandle, jstring thePath, const Operation& theOperation) noexcept
+jboolean WithFile(JNIEnv* theEnv, jlong theHandle, jstring thePath, bool isToSave,
+                  const Operation& theOperation) noexcept
 {
     return NativeBoundary::Guard<jboolean>(
         JNI_FALSE,
@@ -19,13 +21,18 @@ jboolean WithFile(JNIEnv* theEnv, jlong theHandle, jstring thePath, const Operat
         {
             const RWCString aPath =
                 EncodedString(*theEnv, thePath, EncodedString::CODE_PAGE_ISO_8859_1).GetString();
-            Renderable* const anImage = aPath.empty() ? nullptr : RenderableAccess::Find(*theEnv, theHandle);
+            const bool hasPath = thePath != nullptr && (isToSave || !aPath.empty());
+            Renderable* const anImage = hasPath ? RenderableAccess::Find(*theEnv, theHandle) : nullptr;
             if (anImage == nullptr)
             {
                 return JNI_FALSE;
             }
             try
             {
+                if (aPath.find('\0') != RWCString::npos)
+                {
+                    throw StreamIOException("Renderable: no file has a NUL in its name", DLRC_IO_ERROR, 0);
+                }
                 return theOperation(*anImage, aPath.c_str()) ? JNI_TRUE : JNI_FALSE;
             }
             catch (const StreamIOException& anException)
@@ -93,7 +100,7 @@ extern "C"
     Java_com_quorix_decompression_Renderable_nativeLoadFromFile__JLjava_lang_String_2S(
         JNIEnv* theEnv, jobject, jlong theHandle, jstring thePath, jshort theScaleFactor)
     {
-        return WithFile(theEnv, theHandle, thePath,
+        return WithFile(theEnv, theHandle, thePath, false,
                         [=](Renderable& theImage, const char* theName)
                         { return theImage.loadFromFile(theName, theScaleFactor); });
     }
@@ -103,7 +110,7 @@ extern "C"
                                                                                       jlong theHandle,
                                                                                       jstring thePath)
     {
-        return WithFile(theEnv, theHandle, thePath,
+        return WithFile(theEnv, theHandle, thePath, false,
                         [](Renderable& theImage, const char* theName)
                         { return theImage.loadFromFile(theName); });
     }
@@ -112,7 +119,7 @@ extern "C"
                                                                                      jlong theHandle,
                                                                                      jstring thePath)
     {
-        WithFile(theEnv, theHandle, thePath,
+        WithFile(theEnv, theHandle, thePath, true,
                  [](Renderable& theImage, const char* theName)
                  {
                      theImage.saveToFile(theName);
@@ -125,7 +132,7 @@ extern "C"
                                                                                            jlong theHandle,
                                                                                            jstring thePath)
     {
-        WithFile(theEnv, theHandle, thePath,
+        WithFile(theEnv, theHandle, thePath, true,
                  [](Renderable& theImage, const char* theName)
                  {
                      theImage.saveToFileLocked(theName);

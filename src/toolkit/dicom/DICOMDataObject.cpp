@@ -35,7 +35,7 @@ void DICOMDataObject::ForgetDecoding()
 bool DICOMDataObject::IsMarkedLossy() const
 {
     RWCString aLossy;
-    return GetString(DICOMTags::LossyImageCompression, aLossy) && aLossy != "00";
+    return GetString(DICOMTags::LossyImageCompression, aLossy) && !aLossy.empty() && aLossy != "00";
 }
 
 bool DICOMDataObject::IsMarkedLossless() const

@@ -31,8 +31,8 @@ public:
     /// The palettes held in memory as well.
     void ForgetDecoding() override;
 
-    /// Whether Lossy Image Compression (0028,2110) says that pixels were lost on the way: it is there and not
-    /// "00".
+    /// Whether Lossy Image Compression (0028,2110) says that pixels were lost on the way: it is there, not
+    /// empty and not "00".
     bool IsMarkedLossy() const;
 
     /// Whether the private flag says that nothing was lost when the pixels were compressed.

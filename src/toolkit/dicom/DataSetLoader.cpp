@@ -65,8 +65,7 @@ bool DataSetLoader::Load(const RWCString& thePath, DLResultCode& theResultCode,
 
 bool DataSetLoader::LoadFile(const RWCString& thePath, DLResultCode& theResultCode, int& theSystemErrorCode)
 {
-    LFInputStream aStream(thePath.c_str(), LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE,
-                          kBufferSize);
+    LFInputStream aStream(thePath, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, kBufferSize);
     if (!aStream.IsOpen())
     {
         theSystemErrorCode = errno;

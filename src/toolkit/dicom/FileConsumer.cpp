@@ -15,7 +15,7 @@ constexpr std::size_t kBufferSize = 64u << 10;
 FileConsumer::FileConsumer(const RWCString& thePath) : itsFile(LFStream::UNBUFFERED), itsPath(thePath)
 {
     itsBuffer.reserve(kBufferSize);
-    if (!itsFile.open(thePath.c_str(), LFStream::MODE_WRITE_BINARY, LFStream::SHARE_DENY_NONE))
+    if (!itsFile.open(thePath, LFStream::MODE_WRITE_BINARY, LFStream::SHARE_DENY_NONE))
     {
         const int anError = errno;
         throw StreamIOException("DICOMObject::SaveToFile: error opening file " + thePath, DLRC_IO_ERROR,

@@ -63,6 +63,17 @@ bool LFStream::open(const char* theName, int theMode, int)
     return itsDescriptor >= 0;
 }
 
+bool LFStream::open(const RWCString& theName, int theMode, int theProtection)
+{
+    if (theName.find('\0') != RWCString::npos)
+    {
+        close();
+        errno = ENOENT;
+        return false;
+    }
+    return open(theName.c_str(), theMode, theProtection);
+}
+
 int LFStream::Lock(double theWaitTime, LockMode theMode)
 {
     if (itsDescriptor < 0)
@@ -171,7 +182,8 @@ void LFStream::SetDefaultLockWaitTime(double theSeconds)
     theDefaultLockWaitTime = theSeconds;
 }
 
-LFInputStream::LFInputStream(const char* theName, int theMode, int theProtection, std::size_t theBufferSize)
+LFInputStream::LFInputStream(const RWCString& theName, int theMode, int theProtection,
+                             std::size_t theBufferSize)
     : itsFile(LFStream::UNBUFFERED), itsBuffer(std::max<std::size_t>(theBufferSize, 1))
 {
     if (itsFile.open(theName, theMode, theProtection))

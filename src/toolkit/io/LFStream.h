@@ -48,8 +48,12 @@ public:
     LFStream(const LFStream&) = delete;
     LFStream& operator=(const LFStream&) = delete;
 
-    /// Opens a file. False on failure with errno telling why; fd() is then -1.
+    /// Opens a file. False on failure with errno telling why; fd() is then -1. No file has a name with a
+    /// NUL in it (ENOENT): one of another name is not opened in its place.
+    /// @{
     bool open(const char* theName, int theMode, int theProtection);
+    bool open(const RWCString& theName, int theMode, int theProtection);
+    /// @}
 
     /// Takes the lock, trying for at most theWaitTime seconds. Non-zero on success; 0 with errno set
     /// otherwise (a file that is not open included).
@@ -101,7 +105,7 @@ class QUORIX_API LFInputStream final : public InputStream
 public:
     /// Opens theName; IsOpen() tells whether that worked, with errno set where it did not.
     /// theMode and theProtection as in LFStream::open; theBufferSize in bytes, at least 1.
-    LFInputStream(const char* theName, int theMode, int theProtection, std::size_t theBufferSize);
+    LFInputStream(const RWCString& theName, int theMode, int theProtection, std::size_t theBufferSize);
     ~LFInputStream() override;
 
     /// Whether the file was opened, and has not been closed.

@@ -107,7 +107,7 @@ std::unique_ptr<InputStream> InputSource::Open() const
     {
         return std::make_unique<MemoryInputStream>(itsBytes.data(), itsBytes.size());
     }
-    auto aStream = std::make_unique<LFInputStream>(itsPath.c_str(), LFStream::MODE_READ_BINARY,
+    auto aStream = std::make_unique<LFInputStream>(itsPath, LFStream::MODE_READ_BINARY,
                                                    LFStream::SHARE_DENY_NONE, kFileBuffer);
     if (!aStream->IsOpen())
     {

@@ -136,6 +136,23 @@ class DecodeOrthoTest {
         assertArrayEquals(Arrays.copyOf(pixels, pixels.length / 2), dataSet.getPixelBytes());
     }
 
+    /** Before anything of the data set is lost. */
+    @Test
+    void imagesThatNoDataSetCanDescribeAreRefused() {
+        byte[] pixels = Compressed.gradient16(COLUMNS, ROWS, 0);
+        decode(DicomFile.grey16(COLUMNS, ROWS).nativeFrames(1, pixels).toBytes(), NDecompressor.TYPE_DICOM, true, null);
+        byte[] wide = Compressed.jpeg2000();
+        for (int position : new int[] {8, 24}) { // columns of the image and of its tile
+            wide[position + 1] = 1;
+        }
+        expectFailure(new ScriptedStream(wide), NDecompressor.TYPE_JPEG2000, null,
+                "62 0 Native NDecompressor::decodeBytes: Decompressor returned null Renderable");
+        byte[] high = DicomFile.grey8(1, 1).text(0x00280010, "IS", "70000").nativeFrames(1, new byte[70000]).toBytes();
+        expectFailure(new ScriptedStream(high), NDecompressor.TYPE_DICOM, null,
+                "62 0 Native NDecompressor::decodeToMemory: DLRuntimeException: the image does not fit a DICOM data set");
+        assertArrayEquals(pixels, dataSet.getPixelBytes());
+    }
+
     @Test
     void failuresAreNamed() {
         ScriptedStream zeros = new ScriptedStream(new byte[500]);

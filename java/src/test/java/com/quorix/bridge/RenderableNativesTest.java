@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.decompression.Renderable;
 import com.quorix.dicom.DICOMDataObject;
+import java.io.IOException;
 import java.lang.reflect.*;
 import java.util.Arrays;
 import java.util.Map;
@@ -23,6 +24,19 @@ class RenderableNativesTest {
                         && method.getParameterCount() > 0 && method.getParameterTypes()[0] == long.class);
     }
 
+    private static void expectRefusal(Method method, Object[] arguments, String path, String expected)
+            throws ReflectiveOperationException {
+        Method handle = Renderable.class.getDeclaredMethod("handle");
+        handle.setAccessible(true);
+        try (Renderable image = new Renderable()) {
+            arguments[0] = handle.invoke(image);
+            arguments[1] = path;
+            Throwable thrown = assertThrows(InvocationTargetException.class, () -> method.invoke(null, arguments));
+            assertInstanceOf(IOException.class, thrown.getCause());
+            assertEquals(expected, thrown.getCause().getMessage());
+        }
+    }
+
     @ParameterizedTest
     @MethodSource("methodsWithHandle")
     void handleZeroThrowsUnlessThereIsNoPath(Method method) throws ReflectiveOperationException {
@@ -33,9 +47,14 @@ class RenderableNativesTest {
         assertEquals("Native " + method.getDeclaringClass().getSimpleName() + " handle argument is null",
                 thrown.getCause().getMessage());
         if (method.getName().matches("native(LoadFrom|SaveTo)File.*")) {
-            for (String path : new String[] {null, ""}) {
-                arguments[1] = path;
-                assertEquals(method.getReturnType() == void.class ? null : false, method.invoke(null, arguments));
+            boolean isSave = method.getReturnType() == void.class;
+            arguments[1] = isSave ? null : "";
+            assertEquals(isSave ? null : false, method.invoke(null, arguments));
+            expectRefusal(method, arguments, "a\0b", "StreamIOException: Renderable: no file has a NUL in its name");
+            if (isSave) {
+                expectRefusal(method, arguments, "", method.getName().endsWith("Locked")
+                        ? "StreamIOException: Renderable::saveToFile: Unable to lock file "
+                        : "StreamIOException: Renderable::saveToFile: error writing header to file ");
             }
         }
     }
