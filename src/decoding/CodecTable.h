@@ -43,6 +43,8 @@ struct QUORIX_API CodecRow
     /// Whether every image has lost something, which only the image tells otherwise.
     bool itsIsAlwaysLossy = false;
 
+    /// Streams have a frame header that JPEGHeader reads.
+    bool itsHasJPEGHeader = false;
     /// The codec is chosen by bits stored, which have to be known.
     bool itsHasBitsStoredRule = true;
     /// The codec delivers lower resolutions; others deliver full size whatever is asked for.

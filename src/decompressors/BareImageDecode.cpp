@@ -12,6 +12,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/PrivateElements.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
@@ -35,18 +36,22 @@ void Optional(const LookUp& theLookUp)
 
 BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
                                  ReadingContext& theContext)
-    : itsRequest(theRequest), itsDataSet(theRequest.getDICOMDataObject()), itsMemoryAllocator(theAllocator),
-      itsReadingContext(theContext)
+    : itsRequest(theRequest), itsDataSet(theRequest.getDICOMDataObject()),
+      itsSource(theRequest.getCompressedSource()), itsUID(theRequest.getTransferSyntaxUID()),
+      itsMemoryAllocator(theAllocator), itsReadingContext(theContext)
 {
 }
 
 std::unique_ptr<Renderable> BareImageDecode::Run()
 {
-    const RWCString& aUID = itsRequest.getTransferSyntaxUID();
-    // Nobody knows the real bits stored yet; 8 is what a bare stream is taken for. It may come as a file.
+    itsRow = CodecTable::Find(itsUID);
+    if (itsReadingContext.IsByMeaning() && itsRow != nullptr && itsRow->itsHasJPEGHeader)
+    {
+        BelieveFrameHeader();
+    }
+    // A bare stream may come as a file.
     const std::unique_ptr<Decoder> aCodec(
-        DecoderFactory::Create(aUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, true, 8));
-    itsRow = CodecTable::Find(aUID);
+        DecoderFactory::Create(itsUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, true, itsBitsStored));
     if (!aCodec || itsRow == nullptr)
     {
         return nullptr;
@@ -56,7 +61,7 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
     const double aTimeToReadHeader = itsTimer.Lap() * 1000.0;
     AllocateFor(*aCodec);
     const double aTimeToAllocate = itsTimer.Lap() * 1000.0;
-    UnwrittenPixels::Blank(*itsRenderable, aUID);
+    UnwrittenPixels::Blank(*itsRenderable, itsUID);
     aCodec->Decode(itsRequest.getSourceLength(), itsRenderable->getPixelData(),
                    itsRenderable->getPixelDataSize());
     Describe(*aCodec);
@@ -67,6 +72,43 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
     return std::move(itsRenderable);
 }
 
+void BareImageDecode::BelieveFrameHeader()
+{
+    itsExaminedJPEG = std::make_unique<ExaminedJPEG>(*itsSource);
+    itsSource = &itsExaminedJPEG->GetSource();
+    const std::optional<JPEGHeader>& aHeader = itsExaminedJPEG->GetHeader();
+    if (!aHeader)
+    {
+        return; // the codec says what is wrong with it
+    }
+    itsUID = aHeader->GetTransferSyntaxUID();
+    itsRow = CodecTable::Find(itsUID);
+    itsBitsStored = std::max(aHeader->itsPrecision, 8);
+    if (aHeader->IsLossless() && aHeader->itsComponents == 3 && (IsDeepJPEG() || !aHeader->itsColourMarked))
+    {
+        AssumeInterpretation(*aHeader);
+    }
+}
+
+/// Lossless colour without a marker is RGB: a lossless coder has nothing to gain from YCbCr. The codec is
+/// told so by a data set; otherwise it guesses as for lossy streams. With a marker deep colour is what that
+/// says.
+void BareImageDecode::AssumeInterpretation(const JPEGHeader& theHeader)
+{
+    if (itsDataSet == nullptr)
+    {
+        itsPrivateDataSet = std::make_unique<DICOMDataObject>();
+        itsDataSet = itsPrivateDataSet.get();
+    }
+    if (!itsDataSet->Contains(DICOMTags::PhotometricInterpretation))
+    {
+        const MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
+                                  VR::GetDefaultMemoryAllocater());
+        itsDataSet->ReplaceVR(aFactory.CreateString(DICOMTags::PhotometricInterpretation,
+                                                    theHeader.itsColourMarked ? "YBR_FULL_422" : "RGB"));
+    }
+}
+
 void BareImageDecode::PrepareCodec(Decoder& theCodec)
 {
     const bool isLossless = itsRow->itsTerms == nullptr;
@@ -74,7 +116,7 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
     {
         theCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
     }
-    theCodec.SetSource(itsDataSet, *itsRequest.getCompressedSource());
+    theCodec.SetSource(itsDataSet, *itsSource);
     if (itsDataSet != nullptr)
     {
         Optional([this] { itsDataSet->ReservePrivateBlock(PrivateElements::Creator); });
@@ -161,23 +203,38 @@ void BareImageDecode::Describe(const Decoder& theCodec)
     aDescription.itsColumns = static_cast<std::int32_t>(theCodec.GetImageWidth());
     aDescription.itsSamplesPerPixel = theCodec.GetSamplesPerPixel();
     aDescription.itsBitsAllocated = theCodec.GetBitsAllocatedPerSample();
-    aDescription.itsBitsStored = std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored);
-    aDescription.itsHighBit = theCodec.GetHighBit();
+    aDescription.itsBitsStored =
+        IsDeepJPEG() ? itsBitsStored : std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored);
+    aDescription.itsHighBit = IsDeepJPEG() ? itsBitsStored - 1 : theCodec.GetHighBit();
     aDescription.itsIsSigned = theCodec.IsSigned() != 0;
     aDescription.itsIsLossy =
         itsDataSet != nullptr ? itsLossy : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE;
     aDescription.itsScaleFactor = theCodec.GetScaleFactor();
     aDescription.itsCompressionRatio = GetRatio(theCodec);
     aDescription.WriteTo(*itsRenderable);
+    if (IsDeepJPEG() && itsDataSet != nullptr)
+    {
+        DescribeDepth();
+    }
+}
+
+/// The codec writes down everything else that is new about the pixels.
+void BareImageDecode::DescribeDepth()
+{
+    const MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    const auto aBitsStored = static_cast<std::uint16_t>(itsBitsStored);
+    itsDataSet->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBitsStored));
+    itsDataSet->ReplaceVR(
+        aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBitsStored - 1)));
 }
 
 std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
 {
-    const RWCString& aUID = itsRequest.getTransferSyntaxUID();
     if (itsLossy || itsForcedLossless)
     {
         return itsDataSet->GetLossyImageCompressionRatio(
-            TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aUID), 0, 0, true);
+            TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(itsUID), 0, 0, true);
     }
     // A codec that cannot reduce reports 1; the ratio deliberately follows the request all the same.
     const int aScaleFactor = itsRow->itsCanReduce ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();

@@ -6,6 +6,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/BareImageDecode.h"
+#include "decompressors/detail/WarningHandOver.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/CaughtException.h"
@@ -126,17 +127,19 @@ void CompressedImageStreamDecompressor::DecompressUnguarded(DecompressionRequest
     }
     DMTickCounter aTimer;
     ReadingContext aContext(theRequest.getReading());
-    std::unique_ptr<Renderable> anImage = BareImageDecode(theRequest, itsMemoryAllocator, aContext).Run();
+    const WarningHandOver aHandOver(aContext, theResult);
+    BareImageDecode aDecode(theRequest, itsMemoryAllocator, aContext);
+    std::unique_ptr<Renderable> anImage = aDecode.Run();
     if (!anImage)
     {
         // Deliberately without the words that once stood before the bracket: callers know this text.
         SetOutcome(theResult, DLRC_DECODER_ERROR, " (no Renderable at end)");
         return;
     }
-    if (ConvertToRGB(theRequest.getDICOMDataObject(), *anImage, theResult))
+    const bool isDeepRGB = aDecode.IsDeepJPEG() && anImage->getPhotometricInterpretation() == Renderable::RGB;
+    if (isDeepRGB || ConvertToRGB(theRequest.getDICOMDataObject(), *anImage, theResult))
     {
         anImage->setTotalTimeTakenToLoad(aTimer.Total() * 1000.0);
-        theResult.addWarnings(aContext.TakeWarnings());
         theResult.setRenderable(anImage.release());
     }
 }

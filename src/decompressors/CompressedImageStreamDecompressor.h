@@ -7,6 +7,10 @@
 /// Decodes one bare compressed image (a codestream with no DICOM file around it) that the request supplies
 /// as a compressed source.
 ///
+/// By contract a JPEG stream is taken for one of 8 bits: one that is deeper is refused or cut to 8. By
+/// meaning it is what its own frame header says, and keeps its values, colour included; lossless colour that
+/// neither a marker nor the data set speaks of is taken for RGB.
+///
 /// Needs the request's compressed source and transfer syntax UID; the data set may be null. An image that
 /// the result held before is let go, not freed. Holds only the allocator of pixel buffers, which must outlive
 /// every image made. Requests on one object may run side by side.

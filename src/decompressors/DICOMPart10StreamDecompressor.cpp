@@ -43,7 +43,6 @@ void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, Decompre
         FixUpDataSet(theFrontEnd.GetDataSet(), *anImage, theResult);
     }
     anImage->setTotalTimeTakenToLoad(theFrontEnd.GetTotalTime());
-    theResult.addWarnings(theFrontEnd.GetReadingContext().TakeWarnings());
     theResult.setRenderable(anImage.release());
 }
 

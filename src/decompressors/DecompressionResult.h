@@ -60,7 +60,7 @@ public:
     /// @}
 
     /// What is in doubt about the picture, in the order in which it was noticed; code and message know
-    /// nothing of it. Every request begins with none; one that fails keeps those of its frames before.
+    /// nothing of it. Every request begins with none; one that fails has those up to there.
     /// @{
     const std::vector<DecodeWarning>& getWarnings() const { return itsWarnings; }
     void addWarnings(const std::vector<DecodeWarning>& theWarnings);

@@ -3,6 +3,7 @@
 
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
+#include "decompressors/detail/WarningHandOver.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/Exceptions.h"
@@ -65,6 +66,7 @@ void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& th
         theResult.forgetRenderable();
         theResult.clearWarnings();
         Part10FrontEnd aFrontEnd(theRequest, theAllocator);
+        const WarningHandOver aHandOver(aFrontEnd.GetReadingContext(), theResult);
         if (!aFrontEnd.Open(theResult))
         {
             return;

@@ -142,6 +142,93 @@ TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
     }
 }
 
+TEST(CompressedImageStreamDecompressor, ByMeaningAJpegIsWhatItsFrameHeaderSays)
+{
+    using Process = JpegSpec::Process;
+    const struct
+    {
+        const char* itsName;
+        JpegSpec itsSpec;
+        std::vector<int> itsPixel;
+        const char* itsLabel; ///< in the data set; null for no data set
+        const char* itsByContract;
+        const char* itsByMeaning;
+        Bytes itsFirstBytes; ///< by meaning
+    } kCases[] = {
+        {"12 bits",
+         {.itsPrecision = 12, .itsProcess = Process::LOSSLESS},
+         {0xabc},
+         nullptr,
+         "MONOCHROME2 8 x 8 x 1, 8/8/7,",
+         "MONOCHROME2 8 x 8 x 1, 16/12/11,",
+         {0xbc, 0x0a}},
+        {"14 bits, described",
+         {.itsPrecision = 14, .itsProcess = Process::LOSSLESS},
+         {0x3abc},
+         "MONOCHROME1",
+         "MONOCHROME1 8 x 8 x 1, 8/16/7 signed,",
+         "MONOCHROME1 8 x 8 x 1, 16/14/13 signed,",
+         {0xbc, 0x3a}},
+        {"DCT of 12 bits",
+         {.itsPrecision = 12, .itsProcess = Process::EXTENDED},
+         {1000},
+         nullptr,
+         "",
+         "MONOCHROME2 8 x 8 x 1, 16/12/11 lossy,",
+         {0xe8, 0x03}},
+        {"colour of 12 bits",
+         {.itsComponents = 3, .itsPrecision = 12, .itsProcess = Process::LOSSLESS},
+         {0x123, 2, 3},
+         nullptr,
+         "RGB 8 x 8 x 3, 8/8/7,",
+         "RGB 8 x 8 x 3, 16/12/11,",
+         {0x23, 1, 2, 0, 3, 0}},
+        {"colour of 8 bits",
+         {.itsComponents = 3, .itsProcess = Process::LOSSLESS},
+         {1, 2, 3},
+         nullptr,
+         "RGB 8 x 8 x 3, 8/8/7,",
+         "RGB 8 x 8 x 3, 8/8/7,",
+         {1, 2, 3}},
+    };
+    for (const auto& aCase : kCases)
+    {
+        SCOPED_TRACE(aCase.itsName);
+        const Bytes aStream = MakeJpeg(aCase.itsSpec, MakeFlatSamples(aCase.itsSpec, aCase.itsPixel));
+        for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+        {
+            DataSet aDataSet;
+            aDataSet.SetGrey(1, 1, 16, 16).SetNumber(DICOMTags::PixelRepresentation, 1);
+            aDataSet.SetText(DICOMTags::PhotometricInterpretation, aCase.itsLabel ? aCase.itsLabel : "");
+            Wish aWish;
+            aWish.itsReading = aReading;
+            const bool isByMeaning = aReading == Reading::BY_MEANING;
+            const std::string anExpected = isByMeaning ? aCase.itsByMeaning : aCase.itsByContract;
+            const Outcome anOutcome =
+                RunBareImage(aStream, kJPEG, aCase.itsLabel ? &aDataSet : nullptr, aWish);
+            EXPECT_EQ(anOutcome.Code(), anExpected.empty() ? 62 : 0) << anOutcome.Message();
+            if (anOutcome.Image() == nullptr)
+            {
+                continue;
+            }
+            EXPECT_THAT(Describe(*anOutcome.Image()), testing::StartsWith(anExpected));
+            Bytes aPixels = anOutcome.Pixels();
+            aPixels.resize(aCase.itsFirstBytes.size());
+            EXPECT_EQ(aPixels == aCase.itsFirstBytes, isByMeaning);
+            std::int32_t aHighBit = 0;
+            aDataSet.GetInteger(DICOMTags::HighBit, aHighBit);
+            EXPECT_EQ(aHighBit, isByMeaning && aCase.itsLabel != nullptr ? 13 : 15);
+        }
+    }
+    // Bytes that begin as no JPEG, or have no frame header, end as they do by contract.
+    Wish aWish;
+    aWish.itsReading = Reading::BY_MEANING;
+    ExpectFailure(RunBareImage(Bytes(40, 7), kJPEG, nullptr, aWish), 62,
+                  "Decoder exception: JPEGDecoderException: *");
+    ExpectFailure(RunBareImage({0xff, 0xd8, 0xff, 0xd9}, kJPEG, nullptr, aWish), 62,
+                  "Decoder exception: JPEGDecoderException: *");
+}
+
 TEST(CompressedImageStreamDecompressor, DecodesRleByItsDataSet)
 {
     DataSet aDataSet;

@@ -33,12 +33,12 @@ Bytes WithStrayMarker(Bytes theJpeg)
 }
 
 /// Two frames, of which the second is damaged.
-Bytes HalfDamaged()
+Bytes HalfDamaged(const char* theInterpretation = "MONOCHROME2")
 {
     JpegSpec aSpec;
     aSpec.itsWidth = aSpec.itsHeight = 32;
     const Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
-    return Encapsulated(kBaseline, aSpec, "MONOCHROME2", {aJpeg, WithStrayMarker(aJpeg)});
+    return Encapsulated(kBaseline, aSpec, theInterpretation, {aJpeg, WithStrayMarker(aJpeg)});
 }
 
 /// 8 bits of grey, 1 × 3, in the words of a big-endian file: pixels count from 1 over all three frames.
@@ -147,6 +147,11 @@ std::vector<Row> MakeRows()
          0,
          {0, {1, 0x11, 2, 0x22}, "MONOCHROME2 16/16/15"},
          {0, {1, 0x11, 2, 0x22}, "MONOCHROME2 16/16/15"}},
+        {"damaged, and then without a palette",
+         HalfDamaged("PALETTE COLOR"),
+         1,
+         {12, {}, "", {"damaged@1"}},
+         {12, {}, "", {"damaged@1"}}},
     };
 }
 } // namespace

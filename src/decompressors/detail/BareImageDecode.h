@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "decoding/Decoder.h"
+#include "decompressors/detail/ExaminedJPEG.h"
 #include "image/Renderable.h"
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/System.h"
@@ -15,7 +16,9 @@ struct CodecRow;
 
 /// One bare compressed image on its way through a codec into a Renderable.
 ///
-/// Made for one request, which is borrowed together with its source and data set. Not thread-safe.
+/// Made for one request, which is borrowed together with its source and data set. By contract the request
+/// says what the stream is, and a JPEG is taken for one of 8 bits; by meaning a JPEG is what its frame header
+/// says. Not thread-safe.
 class BareImageDecode
 {
 public:
@@ -27,7 +30,13 @@ public:
     /// no codec. What codec and toolkit throw passes through; no memory stays behind.
     std::unique_ptr<Renderable> Run();
 
+    /// Whether the image is a JPEG that keeps its more than 8 bits, in colour too. After Run.
+    bool IsDeepJPEG() const { return itsBitsStored > 8; }
+
 private:
+    void BelieveFrameHeader();
+    void AssumeInterpretation(const JPEGHeader& theHeader);
+    void DescribeDepth();
     void PrepareCodec(Decoder& theCodec);
     void ReadDataSet();
     void ChooseColour(Decoder& theCodec);
@@ -36,7 +45,12 @@ private:
     std::int32_t GetRatio(const Decoder& theCodec) const;
 
     DecompressionRequest& itsRequest;
-    DICOMDataObject* itsDataSet; ///< may be null
+    DICOMDataObject* itsDataSet; ///< the request's or the private one; may be null
+    std::unique_ptr<DICOMDataObject> itsPrivateDataSet;
+    std::unique_ptr<ExaminedJPEG> itsExaminedJPEG;
+    kdu_compressed_source* itsSource = nullptr; ///< the request's, or that of the examined JPEG
+    RWCString itsUID;
+    int itsBitsStored = 8; ///< nobody knows the real ones yet; 8 is what a bare stream is taken for
     MemoryAllocater& itsMemoryAllocator;
     ReadingContext& itsReadingContext;
     DMTickCounter itsTimer;
