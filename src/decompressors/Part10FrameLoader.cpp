@@ -54,6 +54,7 @@ public:
 
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
+        itsIsIrreversible = theDecoder.GetCompressionReversible() == Decoder::CR_IRREVERSIBLE;
         itsDepth = std::min(theDecoder.GetPrecision(), theDecoder.GetRecommendedBitsStoredPerSample());
         return true;
     }
@@ -61,7 +62,11 @@ public:
     /// Bits that the decoded samples have; 0 from a codec that does not know.
     int GetDepth() const { return itsDepth; }
 
+    /// Whether the codestream has lost something, as far as the codec knows.
+    bool IsIrreversible() const { return itsIsIrreversible; }
+
 private:
+    bool itsIsIrreversible = false;
     int itsDepth = 0;
 };
 
@@ -190,6 +195,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
     SettleColourDepth(theFrame, aDriver.GetDepth());
+    theFrame.itsIsIrreversible = itsFrontEnd.GetReadingContext().IsByMeaning() && aDriver.IsIrreversible();
     if (aRequest.isV5ConvertPixelsToUnsigned() && theFrame.itsAttributes.itsPixelRepresentation == 1)
     {
         if (aDriver.IsDecoderSupportedOutputPixelSignConversion())
@@ -331,7 +337,7 @@ void Part10FrameLoader::Describe(Frame& theFrame) const
     aDescription.itsHighBit = aSource.itsHighBit;
     aDescription.itsIsSigned = aSource.itsPixelRepresentation == 1;
     aDescription.itsIsPlanar = aSource.itsPlanar;
-    aDescription.itsIsLossy = aSource.itsLossy;
+    aDescription.itsIsLossy = aSource.itsLossy || theFrame.itsIsIrreversible;
     aDescription.itsScaleFactor = theFrame.itsScaleFactor;
     aDescription.itsCompressionRatio = GetRatio(theFrame);
     aDescription.itsIsLittleEndian = theFrame.itsLittleEndian;

@@ -116,7 +116,7 @@ std::vector<Row> MakeRows()
          HalfDamaged(),
          1,
          {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}},
-         {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}}},
+         {0, {}, "MONOCHROME2 8/8/7 lossy", {"damaged@1"}}},
         {"big-endian words of RGB with 16 bits",
          BigEndian(3, 2, 16, {0x11, 1, 0x22, 2, 0x33, 3, 0x44, 4, 0x55, 5, 0x66, 6}),
          0,

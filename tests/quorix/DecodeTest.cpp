@@ -190,8 +190,8 @@ TEST(Decode, TellsTypesByTheFirstBytes)
                   {"16 bits", FlatJpeg(Process::LOSSLESS, 16, {40000}), 8, 16, 40000, false},
                   {"deep colour", FlatJpeg(Process::LOSSLESS, 12, {1000, 2, 3}), 8, 12, 1000, false},
                   {"lossless", FlatJpeg(Process::LOSSLESS, 8, {10, 20, 30}), 8, 8, 0x140a, false},
-                  {"codestream", aStream, 11, 12, aFirst, true},
-                  {"JP2", aJp2, 11, 12, aFirst, true},
+                  {"codestream", aStream, 11, 12, aFirst, false},
+                  {"JP2", aJp2, 11, 12, aFirst, false},
                   {"JPEG 2000, told", aStream, 11, 12, aFirst, false, ImageType::losslessJpeg2000}};
     for (const auto& aCase : kCases)
     {
@@ -205,6 +205,20 @@ TEST(Decode, TellsTypesByTheFirstBytes)
             EXPECT_EQ(anImage.pixels()[0] + 256u * anImage.pixels()[1], aCase.itsFirstSample);
             EXPECT_EQ(anImage.isLossy(), aCase.itsIsLossy);
         }
+    }
+}
+
+// The codestream tells, not the type or the transfer syntax, and not a data set that is silent.
+TEST(Decode, TellsTheTruthOfLoss)
+{
+    const Bytes aStream = Jpeg2000Streams::Lossy();
+    EXPECT_TRUE(quorix::decode(aStream, Options(0, 1, 1, ImageType::losslessJpeg2000)).isLossy());
+    JpegSpec aSpec;
+    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::kLossySize;
+    aSpec.itsComponents = 3;
+    for (const char* const aUID : {TransferSyntaxType::TSJPEG2KLosslessUID, TransferSyntaxType::TSJPEG2KUID})
+    {
+        EXPECT_TRUE(quorix::decode(Encapsulated(aUID, aSpec, "RGB", {aStream})).isLossy());
     }
 }
 

@@ -252,6 +252,7 @@ class CommandLine(Program):
                 ("rescaled", dicom(words([412, 531, 532, 632]), 2, 2, extra=rescale), "40,400", [0, 127, 128, 255]),
                 ("auto", dicom(words(signed), 2, 2, signed=1), "auto", [0, 126, 190, 255]),
                 ("overlay bits", dicom(words([v | 0xa000 for v in spread]), 2, 2, stored=12), "auto", [0, 128, 254, 255]),
+                ("bits stored left too few", dicom(words(spread), 2, 2, stored=8), "auto", [0, 128, 254, 255]),
                 ("auto, rescaled", dicom(words(spread), 2, 2, extra=rescale), "auto", [0, 128, 254, 255]),
                 ("inverted", dicom(bytes([8, 100, 108, 108]), 2, 2, allocated=8, photometric="MONOCHROME1"), "auto",
                  [255, 20, 0, 0]),
@@ -337,9 +338,11 @@ class CommandLine(Program):
         text = self.run_it("--info", "in.jp2").stdout.decode()
         self.assertIn("  boxes:\n" + "".join(f"    {line}\n" for line in boxes), text)
         self.assertIsNone(self.lines("--info", self.put("in.j2k", J2K_RAMP))[0]["boxes"])
-        for kind, lossy in (("j2k", True), ("j2k-lossless", False), ("auto", True)):
+        # By meaning the codestream tells of loss, by contract the type does.
+        for kind, contract in (("j2k", True), ("j2k-lossless", False), ("auto", True)):
             for name in ("in.j2k", "in.jp2"):
-                self.assertEqual(self.lines(name, "--type", kind)[0]["lossy"], lossy)
+                self.assertEqual(self.lines(name, "--type", kind)[0]["lossy"], False)
+                self.assertEqual(self.lines(name, "--type", kind, "--by-contract")[0]["lossy"], contract)
 
     @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
     def test_lossy_history(self):

@@ -276,7 +276,12 @@ void JPEG2000Decoder::SettleColour()
 {
     itsDecompressedColorspace = itsState->itsYCC ? COLOR_MODEL_RGB : GetCompressedColorspace();
     itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
-    if (!itsState->itsReversible && itsCompressionReversible == CR_UNSPECIFIED)
+    if (IsByMeaning())
+    {
+        // Whatever the transfer syntax or the caller says: the codestream knows.
+        itsCompressionReversible = itsState->itsReversible ? CR_REVERSIBLE : CR_IRREVERSIBLE;
+    }
+    else if (!itsState->itsReversible && itsCompressionReversible == CR_UNSPECIFIED)
     {
         // The transfer syntax left it open; the 9/7 transform always loses something.
         itsCompressionReversible = CR_IRREVERSIBLE;

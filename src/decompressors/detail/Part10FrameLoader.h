@@ -47,6 +47,7 @@ private:
         int itsColourDepth =
             0; ///< bits that samples of colour fill, where the data set has them wrong, else 0
         bool itsLittleEndian = true;
+        bool itsIsIrreversible = false; ///< read by meaning: the codestream has lost something
     };
 
     Frame Begin() const;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "outputs/Picture.h"
 
+#include <algorithm>
+#include <bit>
+
 #include "outputs/OutputFile.h"
 
 namespace
@@ -52,6 +55,27 @@ SampleReader::SampleReader(const Renderable& theImage)
         itsBitsStored = itsBitsAllocated;
         itsShift = 0;
     }
+    else if (itsBitsAllocated == 16 && itsBitsStored <= 8 && itsShift == 0)
+    {
+        itsBitsStored = CountUsedBits();
+    }
+}
+
+/// A frame that was found deeper than its data set says keeps Bits Stored of 8 and fewer: its samples are to
+/// be seen whole. Otherwise what stands above the bits stored, an overlay for instance, is none of the
+/// value's.
+int SampleReader::CountUsedBits() const
+{
+    const std::uint64_t aCount = std::uint64_t{itsRows} * itsColumns * itsSamplesPerPixel;
+    std::uint64_t aUsed = 0;
+    for (std::uint64_t i = 0; i < aCount; ++i)
+    {
+        const std::uint64_t aWord = LoadWord<2>(itsBytes + i * 2, itsLittleEndian);
+        const bool isSmallNegative =
+            itsSigned && aWord >> (itsBitsStored - 1) == 0xffffU >> (itsBitsStored - 1);
+        aUsed |= isSmallNegative ? 0 : aWord;
+    }
+    return std::max(itsBitsStored, static_cast<int>(std::bit_width(aUsed)));
 }
 
 std::int64_t SampleReader::Value(std::uint64_t theWord) const

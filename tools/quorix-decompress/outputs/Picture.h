@@ -24,6 +24,8 @@ public:
     std::uint32_t GetColumns() const { return itsColumns; }
     std::uint32_t GetSamplesPerPixel() const { return itsSamplesPerPixel; }
     int GetBitsAllocated() const { return itsBitsAllocated; }
+
+    /// Bits of the values; more than the image says where that says 8 or fewer and its words have more.
     int GetBitsStored() const { return itsBitsStored; }
     bool IsSigned() const { return itsSigned; }
 
@@ -31,6 +33,7 @@ public:
     void ReadRow(std::uint32_t theRow, std::vector<std::int64_t>& theValues) const;
 
 private:
+    int CountUsedBits() const;
     std::int64_t Value(std::uint64_t theWord) const;
 
     const unsigned char* itsBytes;

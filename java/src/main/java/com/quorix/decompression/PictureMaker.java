@@ -24,14 +24,17 @@ final class PictureMaker {
         columns = image.getColumns();
         rows = image.getRows();
         bitsAllocated = image.getBitsAllocated();
-        bitsStored = image.getBitsStored();
-        highBit = image.getHighBit();
         signed = image.isSigned();
         planar = image.isPlanarConfiguration();
         int interpretation = image.getPhotometricInterpretation();
         inverted = interpretation == Renderable.getPitMonochrome1();
         colour = interpretation == Renderable.getPitRgb();
         pixels = image.getPixelData();
+        int stored = image.getBitsStored();
+        int high = image.getHighBit();
+        boolean countBits = !colour && bitsAllocated == 16 && stored >= 1 && stored <= 8 && high == stored - 1;
+        bitsStored = countBits ? usedBits(stored) : stored;
+        highBit = countBits ? bitsStored - 1 : high;
         check(image.getSamplesPerPixel(), inverted || interpretation == Renderable.getPitMonochrome2());
     }
 
@@ -55,6 +58,20 @@ final class PictureMaker {
             throw new UnsupportedOperationException(
                     "the image has " + pixels.limit() + " bytes of pixels, not " + needed);
         }
+    }
+
+    /**
+     * A frame that was found deeper than its data set says keeps bits stored of 8 and fewer: its samples are to be
+     * seen whole. Otherwise what stands above the bits stored, an overlay for instance, is none of the value's.
+     */
+    private int usedBits(int stored) {
+        int used = 0;
+        for (int pixel = 0; pixel < pixels.limit() / 2; pixel++) {
+            int sample = pixels.getShort(2 * pixel);
+            boolean smallNegative = signed && sample >> (stored - 1) == -1;
+            used |= smallNegative ? 0 : sample & 0xFFFF;
+        }
+        return Math.max(stored, Integer.SIZE - Integer.numberOfLeadingZeros(used));
     }
 
     BufferedImage makeFull() {

@@ -54,6 +54,10 @@ class PictureMakerTest {
                 new Row(grey16(12, true, -2048, 0, 2047), 0, 0, 0, 32776, 65535),
                 // Bits above those stored, an overlay say, are none of the value's.
                 new Row(grey16(12, false, 0xF000, 0x1FFF), 0, 0, 0, 65535),
+                // Unless they were left too few: words of 8 bits and fewer are shown whole.
+                new Row(grey16(8, false, 0, 255, 4095), 0, 0, 0, 4081, 65535),
+                new Row(grey16(8, true, -2048, 2047), 0, 0, 30720, 34815),
+                new Row(grey16(8, true, -128, 0, 127), 0, 256, 0, 128, 255),
                 new Row(inverted(grey8(8, false, 0, 1, 255, 7)), 0, 0, 255, 254, 0, 248),
                 new Row(inverted(grey16(12, true, -2048, 2047)), 0, 0, 65535, 0),
                 new Row(inverted(grey8(8, false, 0, 50, 100, 255)), 50.5, 101, 255, 127, 0, 0),
