@@ -116,7 +116,8 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
     {
         theCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
     }
-    theCodec.SetSource(itsDataSet, *itsSource);
+    itsLookAhead.emplace(*itsSource);
+    theCodec.SetSource(itsDataSet, *itsLookAhead);
     if (itsDataSet != nullptr)
     {
         Optional([this] { itsDataSet->ReservePrivateBlock(PrivateElements::Creator); });
@@ -182,7 +183,7 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
         throw BadAllocException(
             theCodec.Decoder::GetOutputSize()); // by the layout, whatever the codec demands
     }
-    itsRow->CheckLength(theCodec, itsRequest.getSourceLength());
+    CheckLength(theCodec);
     itsRenderable = std::make_unique<Renderable>(itsMemoryAllocator);
     itsRenderable->setPixelData(itsMemoryAllocator.Allocate(static_cast<std::uint64_t>(aSize)),
                                 static_cast<std::uint64_t>(aSize));
@@ -193,6 +194,18 @@ void BareImageDecode::AllocateFor(const Decoder& theCodec)
                                     std::to_string(aSize),
                                 DLRC_DECODER_ERROR, 0);
     }
+}
+
+/// The request's figure may be out of date or plainly wrong: where it is too small, the bytes are counted.
+void BareImageDecode::CheckLength(const Decoder& theCodec)
+{
+    std::uint64_t aLength = itsRequest.getSourceLength();
+    if (aLength != 0 && itsRow->itsLeastSize != nullptr)
+    {
+        const std::uint64_t aLeast = itsRow->itsLeastSize(theCodec);
+        aLength = aLength < aLeast ? std::max(aLength, itsLookAhead->Count(aLeast)) : aLength;
+    }
+    itsRow->CheckLength(theCodec, aLength);
 }
 
 void BareImageDecode::Describe(const Decoder& theCodec)

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 
 namespace
 {
@@ -33,18 +34,26 @@ std::size_t CallersStream::Read(unsigned char* theBuffer, std::size_t theLength)
 
 std::size_t CallersStream::Skip(std::size_t theLength)
 {
-    if (!itsCanSeek || itsLength < 0)
+    const auto anEnd = static_cast<std::size_t>(std::max(itsLength, 0LL));
+    if (!itsCanSeek || anEnd <= itsPosition)
     {
         return InputStream::Skip(theLength);
     }
-    const auto anEnd = static_cast<std::size_t>(itsLength);
-    const std::size_t aCount = anEnd > itsPosition ? std::min(theLength, anEnd - itsPosition) : 0;
+    const std::size_t aCount = std::min(theLength, anEnd - itsPosition);
     Seek(itsPosition + aCount);
     return aCount;
 }
 
 void CallersStream::Seek(std::size_t thePosition)
 {
-    itsCode.Call([&] { itsStream.seek(thePosition); });
-    itsPosition = thePosition;
+    // Callers are promised that their streams are not sought past the end.
+    const std::size_t aTarget =
+        itsLength < 0 ? thePosition : std::min(thePosition, static_cast<std::size_t>(itsLength));
+    itsCode.Call([&] { itsStream.seek(aTarget); });
+    itsPosition = aTarget;
+    if (InputStream::Skip(thePosition - aTarget) != thePosition - aTarget)
+    {
+        throw StreamIOException("the stream ends before position " + std::to_string(thePosition),
+                                DLRC_IO_ERROR, 0);
+    }
 }

@@ -115,7 +115,8 @@ public:
     /// decoding begins there. The default is 0.
     virtual std::uint64_t position() const;
 
-    /// Bytes of the whole stream, nothing where unknown, which is the default. Asked once.
+    /// Bytes of the whole stream, nothing where unknown, which is the default. Asked once. It saves reading
+    /// where the stream can seek; where the stream ends, read says.
     virtual std::optional<std::uint64_t> length() const;
 };
 

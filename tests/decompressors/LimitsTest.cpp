@@ -209,6 +209,10 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
                           aSpec, aSpec.itsComponents == 3 ? "YBR_FULL_422" : "MONOCHROME2", {aStream}),
                       nullptr);
         EXPECT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
+        // Whatever the request says of their length; the codec of 8 bits does not take 12.
+        const Outcome aBare =
+            RunBareImage(aStream, TransferSyntaxType::TSJPEG50UID, nullptr, {0, 1, false, 3});
+        EXPECT_EQ(aBare.Code() == 0, aSpec.itsPrecision != 12) << aBare.Message();
     }
     // RLE may end early by its definition, at any size.
     const Bytes anRle =

@@ -54,10 +54,11 @@ public:
     std::uint64_t position() const override { return itsPosition; }
     std::optional<std::uint64_t> length() const override
     {
-        return itsCanSeek ? std::optional<std::uint64_t>(itsBytes.size()) : std::nullopt;
+        return itsCanSeek ? std::optional(itsClaim.value_or(itsBytes.size())) : std::nullopt;
     }
 
     std::size_t itsBytesRead = 0;
+    std::optional<std::uint64_t> itsClaim; ///< a length that is not the true one
 
 private:
     Bytes itsBytes;
@@ -140,7 +141,8 @@ TEST(Decode, TakesEverySource)
     const DecodeOptions anOptions = Options(1, 1);
 
     TestStream aSeekable(aFile, true);
-    TestStream aPipe(aFile, false);
+    TestStream aPipe(aFile, false), aGrowing(aFile, true);
+    aGrowing.itsClaim = 300;
     TestStream anOffset(anEmbedded, true);
     anOffset.seek(7);
     MemoryInputStream aMemory(aFile.data(), aFile.size());
@@ -152,7 +154,7 @@ TEST(Decode, TakesEverySource)
     EXPECT_EQ(PixelsOf(quorix::decode(aFile, anOptions)), anExpected);
     EXPECT_EQ(PixelsOf(quorix::decode({aFile.data(), aFile.size()}, anOptions)), anExpected);
     for (quorix::InputStream* const aStream :
-         std::initializer_list<quorix::InputStream*>{&aSeekable, &aPipe, &anOffset, &aToolkit})
+         std::initializer_list<quorix::InputStream*>{&aSeekable, &aPipe, &aGrowing, &anOffset, &aToolkit})
     {
         EXPECT_EQ(PixelsOf(quorix::decode(*aStream, anOptions)), anExpected);
     }
@@ -196,9 +198,10 @@ TEST(Decode, TellsTypesByTheFirstBytes)
     for (const auto& aCase : kCases)
     {
         SCOPED_TRACE(aCase.itsName);
-        for (const bool isSeekable : {true, false})
+        for (const int aManner : {0, 1, 2})
         {
-            TestStream aSource(aCase.itsBytes, isSeekable);
+            TestStream aSource(aCase.itsBytes, aManner != 0);
+            aSource.itsClaim = aManner == 1 ? aCase.itsBytes.size() : 3;
             const Image anImage = quorix::decode(aSource, Options(0, 1, 1, aCase.itsType));
             EXPECT_EQ(anImage.rows(), aCase.itsRows);
             EXPECT_EQ(anImage.bitsStored(), aCase.itsBitsStored);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "engine/kdu_compressed_source.h"
 
@@ -29,6 +30,31 @@ public:
 
 private:
     InputStream* itsStream;
+};
+
+/// A compressed source that can tell, before they are wanted, whether so many bytes are there. Not
+/// thread-safe.
+class QUORIX_API LookAheadCompressedSource final : public kdu_compressed_source
+{
+public:
+    /// theSource is borrowed and must outlive this object.
+    explicit LookAheadCompressedSource(kdu_compressed_source& theSource) : itsSource(theSource) {}
+    LookAheadCompressedSource(const LookAheadCompressedSource&) = delete;
+    LookAheadCompressedSource& operator=(const LookAheadCompressedSource&) = delete;
+
+    /// Bytes that the source has in all, those delivered among them, counted as far as theMost. Those that
+    /// come ahead of time are kept until they are read.
+    std::uint64_t Count(std::uint64_t theMost);
+
+    int read(kdu_byte* theBuffer, int theCount) override;
+    bool close() override { return itsSource.close(); }
+    int get_capabilities() override { return KDU_SOURCE_CAP_SEQUENTIAL; }
+
+private:
+    kdu_compressed_source& itsSource;
+    std::uint64_t itsBytesTaken = 0; ///< from the source
+    std::vector<kdu_byte> itsAhead;
+    std::size_t itsAheadOffset = 0; ///< of the first byte in it that has not been read
 };
 
 /// Counts the bytes that a codec pulls from a compressed source.

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
+#include "codecs/sources/CompressedSources.h"
 #include "decoding/Decoder.h"
 #include "decompressors/detail/ExaminedJPEG.h"
 #include "image/Renderable.h"
@@ -22,7 +24,7 @@ struct CodecRow;
 class BareImageDecode
 {
 public:
-    /// theContext receives the warnings; borrowed.
+    /// theRequest has a source. theContext receives the warnings; borrowed.
     BareImageDecode(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
                     ReadingContext& theContext);
 
@@ -41,6 +43,7 @@ private:
     void ReadDataSet();
     void ChooseColour(Decoder& theCodec);
     void AllocateFor(const Decoder& theCodec);
+    void CheckLength(const Decoder& theCodec);
     void Describe(const Decoder& theCodec);
     std::int32_t GetRatio(const Decoder& theCodec) const;
 
@@ -48,7 +51,8 @@ private:
     DICOMDataObject* itsDataSet; ///< the request's or the private one; may be null
     std::unique_ptr<DICOMDataObject> itsPrivateDataSet;
     std::unique_ptr<ExaminedJPEG> itsExaminedJPEG;
-    kdu_compressed_source* itsSource = nullptr; ///< the request's, or that of the examined JPEG
+    kdu_compressed_source* itsSource = nullptr;            ///< the request's, or that of the examined JPEG
+    std::optional<LookAheadCompressedSource> itsLookAhead; ///< over it, for the codec
     RWCString itsUID;
     int itsBitsStored = 8; ///< nobody knows the real ones yet; 8 is what a bare stream is taken for
     MemoryAllocater& itsMemoryAllocator;

@@ -251,7 +251,8 @@ extern "C"
                     [&](DICOMDataObject& theDataSet)
                     {
                         JavaSeekableInputStream aStream(*theEnv, theStream);
-                        LoadHeader(theDataSet, aStream);
+                        UnmeasuredInputStream anUnmeasured(aStream);
+                        LoadHeader(theDataSet, anUnmeasured);
                         return true;
                     });
     }

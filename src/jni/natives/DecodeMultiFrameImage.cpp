@@ -22,6 +22,7 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
 {
     JNIEnv& anEnv = theCall.GetEnv();
     JavaSeekableInputStream aStream(anEnv, theStream);
+    UnmeasuredInputStream anUnmeasured(aStream);
     const jmethodID aMethod =
         JavaAccess::FindMethod(anEnv, JavaAccess::GetClass(anEnv, theCall.GetResultObject()).Get(),
                                "renderableAvailable", "(ILcom/quorix/decompression/Renderable;)Z");
@@ -30,14 +31,14 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
         // Deliberately no reason to stop: the data set is still filled.
         FailWithoutListener(theCall);
     }
-    theCall.Decompress(2,
-                       [&]
-                       {
-                           DecompressionRequest aRequest(&aStream, theDataSet, "", false, 1, 0, "", false);
-                           MultiFramePart10StreamDecompressor(&anEnv, theCall.GetResultObject(), aMethod,
-                                                              theFirstFrame)
-                               .Decompress(aRequest, theCall.GetResult());
-                       });
+    theCall.Decompress(
+        2,
+        [&]
+        {
+            DecompressionRequest aRequest(&anUnmeasured, theDataSet, "", false, 1, 0, "", false);
+            MultiFramePart10StreamDecompressor(&anEnv, theCall.GetResultObject(), aMethod, theFirstFrame)
+                .Decompress(aRequest, theCall.GetResult());
+        });
     LocalReference<jthrowable> anException = JavaAccess::TakeException(anEnv);
     if (anException)
     {

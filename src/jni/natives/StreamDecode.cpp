@@ -27,13 +27,14 @@ RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool isLossless)
 }
 
 StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)
-    : itsStream(theStream), itsSource(theStream)
+    : itsStream(theStream), itsUnmeasured(theStream), itsSource(theStream)
 {
     if (IsPart10(theArguments.itsImageType))
     {
         itsRequest = std::make_unique<DecompressionRequest>(
-            &itsStream, theArguments.itsDataSet, theArguments.itsDemoFile, theArguments.itsLoadDemoInfoFlag,
-            theArguments.itsScaleFactor, theArguments.itsFrameIndex, "", false);
+            &itsUnmeasured, theArguments.itsDataSet, theArguments.itsDemoFile,
+            theArguments.itsLoadDemoInfoFlag, theArguments.itsScaleFactor, theArguments.itsFrameIndex, "",
+            false);
         itsDecompressor =
             std::make_unique<DICOMPart10StreamDecompressor>(VMMemoryAllocator::itsDefaultInstance);
         return;

@@ -73,3 +73,24 @@ private:
     std::uint64_t itsBufferedCount = 0; ///< bytes that Java delivered and nobody has read yet
     std::uint64_t itsBufferOffset = 0;  ///< of the first of them in the array
 };
+
+/// A stream whose length nobody is told, over one that may say something wrong, or throw, when it is asked: a
+/// Java stream over a file that is still being written. Where it ends, reading tells.
+class QUORIX_API UnmeasuredInputStream final : public InputStream
+{
+public:
+    /// theStream is borrowed; it takes positions behind its end.
+    explicit UnmeasuredInputStream(InputStream& theStream) : itsStream(theStream) {}
+
+    std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
+    {
+        return itsStream.Read(theBuffer, theLength);
+    }
+    std::size_t Skip(std::size_t theLength) override { return itsStream.Skip(theLength); }
+    void Seek(std::size_t thePosition) override { itsStream.Seek(thePosition); }
+    int CanSeek() const override { return itsStream.CanSeek(); }
+    std::size_t GetStreamPosition() const override { return itsStream.GetStreamPosition(); }
+
+private:
+    InputStream& itsStream;
+};

@@ -6,6 +6,8 @@
 #include "toolkit/io/InputStream.h"
 
 /// A stream of the front door as one of the toolkit. What the caller's stream throws goes through theCode.
+/// What it says of its length only saves reading: it may be out of date, so where the stream ends, reading
+/// tells.
 class CallersStream final : public InputStream
 {
 public:
@@ -13,11 +15,11 @@ public:
     CallersStream(quorix::InputStream& theStream, CallersCode& theCode);
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
-    /// Without reading, where the stream can seek and knows its length.
+    /// Without reading, where the stream can seek and as far as it knows its length.
     std::size_t Skip(std::size_t theLength) override;
+    /// Throws StreamIOException (code 67) where the stream ends before thePosition.
     void Seek(std::size_t thePosition) override;
     int CanSeek() const override { return itsCanSeek ? 1 : 0; }
-    long long Length() const override { return itsLength; }
     std::size_t GetStreamPosition() const override { return itsPosition; }
 
 private:

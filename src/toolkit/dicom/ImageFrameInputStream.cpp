@@ -133,6 +133,7 @@ private:
     void StartFramesAt(Predicate thePredicate);
     bool PeekCodestream();
 
+    bool NextFragment();
     void AddToIndex(const Fragment& theFragment);
     void AppendToMemory();
     void GatherRest();
@@ -266,7 +267,7 @@ bool ImageFrameInputStream::Implementation::WalkTable(std::uint64_t theFrame)
     std::uint64_t aNextOffset = 0;
     while (aNextOffset != anEnd)
     {
-        if (!itsFragments.NextFragment())
+        if (!NextFragment())
         {
             // A file cut short has what there is of the frame.
             return !itsIndex.empty() && (anEnd == kNoOffset || itsFragments.HasReachedStreamEnd());
@@ -377,13 +378,24 @@ void ImageFrameInputStream::Implementation::BuildIndex()
     {
         itsIndex.clear();
         const bool isAtFirst = itsFragments.SeekToFragment(0);
-        while (isAtFirst && itsFragments.NextFragment())
+        while (isAtFirst && NextFragment())
         {
             const std::uint64_t anOffset = itsFragments.GetFragmentOffset();
             AddToIndex({anOffset, itsFragments.GetFragmentLength(), PeekCodestream()});
         }
         DivideIndex();
     }
+}
+
+// Goes on where fragments are listed and not read. The last one may turn out to be shorter than it says.
+bool ImageFrameInputStream::Implementation::NextFragment()
+{
+    const bool isThere = itsFragments.NextFragment();
+    if (!isThere && !itsIndex.empty())
+    {
+        itsIndex.back().itsLength -= itsFragments.GetMissingLength();
+    }
+    return isThere;
 }
 
 void ImageFrameInputStream::Implementation::AddToIndex(const Fragment& theFragment)

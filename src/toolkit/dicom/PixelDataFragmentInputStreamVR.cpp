@@ -145,9 +145,13 @@ void PixelDataFragmentInputStreamVR::ReadBasicOffsetTable()
 bool PixelDataFragmentInputStreamVR::NextFragment()
 {
     GetBasicOffsetTable();
-    if (itsFragmentRemaining > 0 && itsInput->SkipFully(itsFragmentRemaining) != itsFragmentRemaining)
+    if (itsFragmentRemaining > 0)
     {
-        itsAtEnd = itsStreamEnded = true;
+        const std::size_t aSkipped = itsInput->SkipFully(itsFragmentRemaining);
+        if (aSkipped != itsFragmentRemaining)
+        {
+            EndInside(itsFragmentRemaining - static_cast<std::uint32_t>(aSkipped));
+        }
     }
     itsFragmentLength = itsFragmentRemaining = 0;
     std::uint32_t aLength = 0;
@@ -174,10 +178,17 @@ std::size_t PixelDataFragmentInputStreamVR::Read(unsigned char* theBuffer, std::
     itsFragmentRemaining -= static_cast<std::uint32_t>(aCount);
     if (aCount == 0)
     {
+        EndInside(itsFragmentRemaining);
         itsFragmentRemaining = 0;
-        itsAtEnd = itsStreamEnded = true;
     }
     return aCount;
+}
+
+// The stream has ended theMissing bytes before the current fragment should.
+void PixelDataFragmentInputStreamVR::EndInside(std::uint32_t theMissing)
+{
+    itsMissingLength = theMissing;
+    itsAtEnd = itsStreamEnded = true;
 }
 
 bool PixelDataFragmentInputStreamVR::CanSeek() const
@@ -208,7 +219,7 @@ bool PixelDataFragmentInputStreamVR::SeekToFragment(std::uint64_t theOffset)
         return false;
     }
     itsNextOffset = theOffset;
-    itsFragmentLength = itsFragmentRemaining = 0;
+    itsFragmentLength = itsFragmentRemaining = itsMissingLength = 0;
     itsAtEnd = itsStreamEnded = false;
     return true;
 }

@@ -57,6 +57,10 @@ public:
     std::uint64_t GetNextOffset() const { return itsNextOffset; }
     /// @}
 
+    /// Bytes that the fragment before the end should still have had: known when NextFragment has found no
+    /// more, where the stream did not know its length before.
+    std::uint32_t GetMissingLength() const { return itsMissingLength; }
+
     /// Whether the fragments ended with the stream, that is with no sequence delimiter: a file cut short.
     bool HasReachedStreamEnd() const { return itsStreamEnded; }
 
@@ -75,6 +79,7 @@ private:
     std::uint32_t CutToStream(std::uint32_t theLength) const;
     void ReadBasicOffsetTable();
     std::vector<unsigned char> ReadTableBytes(std::uint32_t theLength);
+    void EndInside(std::uint32_t theMissing);
     bool ReturnToFirstItem(const std::vector<unsigned char>& theTable);
     void TakeTable(const std::vector<unsigned char>& theTable, std::uint32_t theLength,
                    std::uint32_t theLengthThere);
@@ -94,6 +99,7 @@ private:
     std::uint64_t itsFragmentOffset = 0;
     std::uint32_t itsFragmentLength = 0;
     std::uint32_t itsFragmentRemaining = 0;
+    std::uint32_t itsMissingLength = 0;
     bool itsAtEnd = false;
     bool itsStreamEnded = false;
 };

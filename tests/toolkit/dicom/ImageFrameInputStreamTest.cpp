@@ -138,7 +138,7 @@ TEST(ImageFrameInputStream, GivesFramesInOrderAndWhereOthersAreSkipped)
 {
     for (const DivisionCase& aCase : kCases)
     {
-        for (const Manner aManner : {kSeekable, kPipe, Manner{true, true, 3}})
+        for (const Manner aManner : {kSeekable, kPipe, Manner{true, true, 3}, Manner{true, false}})
         {
             SCOPED_TRACE(aCase.itsName);
             Fixture aFixture(aCase.itsDivision, aManner);

@@ -8,6 +8,7 @@
 #include "codecs/sources/CompressedSources.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/StreamDecompressor.h"
+#include "jni/streams/JavaSeekableInputStream.h"
 
 /// One image of a seekable stream on its way through the decompressor for its image type. Stream and data
 /// set are borrowed.
@@ -41,6 +42,7 @@ public:
 
 private:
     InputStream& itsStream;
+    UnmeasuredInputStream itsUnmeasured; ///< for Part 10 streams
     InputStreamAdapter itsSource;
     std::unique_ptr<DecompressionRequest> itsRequest;
     std::unique_ptr<StreamDecompressor> itsDecompressor;

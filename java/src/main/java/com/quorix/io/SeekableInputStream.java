@@ -45,7 +45,8 @@ public abstract class SeekableInputStream implements Closeable {
     public abstract int skip(int count) throws IOException;
 
     /**
-     * Returns the stream's length.
+     * Returns the stream's length. It is asked once for a single image or a bare codestream, and may be out of
+     * date: where the stream ends, {@link #read} says.
      *
      * @return the length in bytes
      * @throws IOException if it cannot be told

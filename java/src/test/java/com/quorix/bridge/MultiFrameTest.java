@@ -82,7 +82,8 @@ class MultiFrameTest {
     @CsvSource({"native, 5, 0, 0", "native, 5, 3, 3", "native, 1, 0, 0", "native, 5, -4, 0", "native, 5, 9, 5",
         "native, 1000, 0, 0", "jpeg, 5, 0, 0", "jpeg, 5, 3, 3", "jpeg, 1, 0, 0", "jpeg, 5, 5, 5"})
     void framesArriveFromTheFirstAskedFor(String kind, int frames, int argument, int first) {
-        assertTrue(decode(new ScriptedStream(file(kind, frames)), argument));
+        // Nobody asks how long the stream is.
+        assertTrue(decode(new ScriptedStream(file(kind, frames)).failingIn("length", 0), argument));
         expect("0 Completed successfully", kind, first, frames - 1);
     }
 

@@ -47,6 +47,21 @@ class StreamTest {
         }
     }
 
+    /** A file that is still being written says too little. */
+    @ParameterizedTest
+    @ValueSource(longs = {0, 3, 700, Long.MAX_VALUE, -5})
+    void whereAStreamEndsIsForItsReadsToSay(long length) {
+        byte[] jpeg = Compressed.jpeg(101, 81, 0);
+        byte[] frames = DicomFile.grey8(101, 81).jpegFrames(List.of(jpeg, jpeg)).toBytes();
+        try (Renderable grey = decode(new ScriptedStream(FILE).claiming(length), 3, 0);
+                Renderable frame = decode(new ScriptedStream(frames).claiming(length), 3, 1);
+                Renderable bare = decode(new ScriptedStream(jpeg).claiming(length), 1, 0)) {
+            assertArrayEquals(Compressed.gradient16(175, 211, 0), Images.pixelsOf(grey));
+            assertArrayEquals(Compressed.jpegPixels(jpeg), Images.pixelsOf(frame));
+            assertArrayEquals(Compressed.jpegPixels(jpeg), Images.pixelsOf(bare));
+        }
+    }
+
     @Test
     void whatAStreamThrowsIsReported() {
         String thrown = " threw exception from Java";

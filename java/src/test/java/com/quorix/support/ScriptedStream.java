@@ -17,6 +17,7 @@ public class ScriptedStream extends ByteBufferSeekableInputStream {
     private int[] mostBytes = {Integer.MAX_VALUE};
     private String failing = "";
     private int callsBefore;
+    private Long claimedLength;
 
     public ScriptedStream(byte[] bytes) {
         super(bytes);
@@ -32,6 +33,12 @@ public class ScriptedStream extends ByteBufferSeekableInputStream {
     public ScriptedStream failingIn(String operation, int after) {
         failing = operation;
         callsBefore = after;
+        return this;
+    }
+
+    /** It says that it has this length, whatever it delivers. */
+    public ScriptedStream claiming(long length) {
+        claimedLength = length;
         return this;
     }
 
@@ -51,7 +58,7 @@ public class ScriptedStream extends ByteBufferSeekableInputStream {
     @Override
     public long length() throws IOException {
         failIf("length");
-        return super.length();
+        return claimedLength != null ? claimedLength : super.length();
     }
 
     @Override
