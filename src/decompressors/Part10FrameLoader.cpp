@@ -208,15 +208,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
             MakeUnsigned(theFrame);
         }
     }
-    // The transfer syntax has a codec, or there would be no frame.
-    if (theFrame.itsAttributes.itsSamplesPerPixel == 3 &&
-        CodecTable::Find(aRequest.getTransferSyntaxUID())->itsHasOwnColour)
-    {
-        // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB.
-        RWCString aDecoded;
-        aDataSet.GetString(DICOMTags::PhotometricInterpretation, aDecoded);
-        theFrame.itsInterpretation = aDecoded == "YBR_FULL" ? Renderable::YBR_FULL : Renderable::RGB;
-    }
+    SettleInterpretation(theFrame);
     theFrame.itsCompressedSize = aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();
     theFrame.itsAttributes.itsPlanar = false;
@@ -252,6 +244,31 @@ void Part10FrameLoader::SettleDecodedSize(Frame& theFrame) const
                                  std::to_string(theFrame.itsSize));
     }
     theFrame.itsSize = aDecodedSize;
+}
+
+void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
+{
+    // The transfer syntax has a codec, or there would be no frame.
+    if (!CodecTable::Find(itsFrontEnd.GetRequest().getTransferSyntaxUID())->itsHasOwnColour)
+    {
+        return;
+    }
+    if (theFrame.itsAttributes.itsSamplesPerPixel == 3)
+    {
+        // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB.
+        RWCString aDecoded;
+        itsFrontEnd.GetDataSet().GetString(DICOMTags::PhotometricInterpretation, aDecoded);
+        theFrame.itsInterpretation = aDecoded == "YBR_FULL" ? Renderable::YBR_FULL : Renderable::RGB;
+    }
+    else if (theFrame.itsInterpretation >= Renderable::RGB)
+    {
+        ReadingContext& aContext = itsFrontEnd.GetReadingContext();
+        aContext.Warn(WarningIdentifier::kColourLabel,
+                      "the data set says " + theFrame.itsAttributes.itsPhotometricInterpretation +
+                          ", the codestream has one component");
+        theFrame.itsInterpretation =
+            aContext.IsByMeaning() ? Renderable::MONOCHROME2 : theFrame.itsInterpretation;
+    }
 }
 
 /// A codestream of fewer bits than the data set tells has no others, and words where the data set tells of

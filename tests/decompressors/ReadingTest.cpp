@@ -55,6 +55,15 @@ Bytes BigEndian(int theSamples, int theColumns, int theBits, const Bytes& theVal
                   theColumns, theBits, 0, theValue, "OW");
 }
 
+Bytes GreyJpeg(const std::string& theLabel)
+{
+    JpegSpec aSpec;
+    aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
+    aSpec.itsWidth = 2;
+    aSpec.itsHeight = 1;
+    return Encapsulated(TransferSyntaxType::TSJPEG70UID, aSpec, theLabel, {MakeJpeg(aSpec, {7, 9})});
+}
+
 /// What comes of a file in one reading.
 struct Expected
 {
@@ -152,6 +161,16 @@ std::vector<Row> MakeRows()
          1,
          {12, {}, "", {"damaged@1"}},
          {12, {}, "", {"damaged@1"}}},
+        {"one component labelled RGB",
+         GreyJpeg("RGB"),
+         0,
+         {0, {7, 9}, "RGB 8/8/7", {"colour-label@0"}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
+        {"one component labelled YBR",
+         GreyJpeg("YBR_FULL_422"),
+         0,
+         {12, {}, "", {"colour-label@0"}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
     };
 }
 } // namespace

@@ -58,6 +58,7 @@ private:
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);
     void SettleDecodedSize(Frame& theFrame) const;
+    void SettleInterpretation(Frame& theFrame) const;
     bool HasForeignWords() const;
     void SettleByteOrder(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
