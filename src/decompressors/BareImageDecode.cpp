@@ -151,12 +151,12 @@ void BareImageDecode::ChooseColour(Decoder& theCodec)
     case Decoder::COLOR_MODEL_RGB:
     case Decoder::COLOR_MODEL_YBR_PARTIAL_422:
         aModel = Decoder::COLOR_MODEL_RGB;
-        itsOutputInterpretation = "RGB";
+        itsOutputInterpretation = IsLeftAsYBR(theCodec) ? "YBR_FULL" : "RGB";
         theCodec.SetSigned(0);
         break;
     case Decoder::COLOR_MODEL_YBR_FULL_422:
     case Decoder::COLOR_MODEL_YBR_FULL:
-        itsOutputInterpretation = itsOriginalInterpretation;
+        itsOutputInterpretation = "YBR_FULL"; // no codec delivers subsampled pixels
         theCodec.SetSigned(0);
         break;
     default:
@@ -167,6 +167,22 @@ void BareImageDecode::ChooseColour(Decoder& theCodec)
     {
         itsOutputInterpretation = "PALETTE COLOR";
     }
+}
+
+/// Whether the samples of a codec that knows no colours are to be converted.
+bool BareImageDecode::IsLeftAsYBR(const Decoder& theCodec) const
+{
+    const bool isYBR =
+        !itsRow->itsHasOwnColour && theCodec.GetSamplesPerPixel() == 3 &&
+        (itsOriginalInterpretation == "YBR_FULL" || itsOriginalInterpretation == "YBR_FULL_422");
+    if (isYBR)
+    {
+        itsReadingContext.Warn(WarningIdentifier::kColourLabel,
+                               "labelled " + itsOriginalInterpretation +
+                                   (itsReadingContext.IsByMeaning() ? ": converted as YBR_FULL"
+                                                                    : ": called RGB and not converted"));
+    }
+    return isYBR && itsReadingContext.IsByMeaning();
 }
 
 void BareImageDecode::AllocateFor(const Decoder& theCodec)

@@ -248,21 +248,27 @@ void Part10FrameLoader::SettleDecodedSize(Frame& theFrame) const
 
 void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
 {
+    ReadingContext& aContext = itsFrontEnd.GetReadingContext();
     // The transfer syntax has a codec, or there would be no frame.
     if (!CodecTable::Find(itsFrontEnd.GetRequest().getTransferSyntaxUID())->itsHasOwnColour)
     {
-        return;
+        if (theFrame.itsInterpretation == Renderable::YBR_FULL_422 && aContext.IsByMeaning())
+        {
+            aContext.Warn(WarningIdentifier::kColourLabel, "labelled YBR_FULL_422: converted as YBR_FULL");
+            theFrame.itsInterpretation = Renderable::YBR_FULL;
+        }
     }
-    if (theFrame.itsAttributes.itsSamplesPerPixel == 3)
+    else if (theFrame.itsAttributes.itsSamplesPerPixel == 3)
     {
-        // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB.
+        // What the codec says of the decoded pixels counts: a JPEG file labelled YBR_FULL has become RGB. A
+        // JPEG 2000 codestream is never subsampled, whatever its label says.
         RWCString aDecoded;
         itsFrontEnd.GetDataSet().GetString(DICOMTags::PhotometricInterpretation, aDecoded);
-        theFrame.itsInterpretation = aDecoded == "YBR_FULL" ? Renderable::YBR_FULL : Renderable::RGB;
+        theFrame.itsInterpretation =
+            aDecoded == "YBR_FULL" || aDecoded == "YBR_FULL_422" ? Renderable::YBR_FULL : Renderable::RGB;
     }
     else if (theFrame.itsInterpretation >= Renderable::RGB)
     {
-        ReadingContext& aContext = itsFrontEnd.GetReadingContext();
         aContext.Warn(WarningIdentifier::kColourLabel,
                       "the data set says " + theFrame.itsAttributes.itsPhotometricInterpretation +
                           ", the codestream has one component");

@@ -6,12 +6,16 @@
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
 #include "decompressors/Part10FrameWalk.h"
+#include "support/DataSet.h"
+#include "support/Jpeg2000Streams.h"
+#include "support/PlainColour.h"
 
 using namespace Part10Files;
 
 namespace
 {
 constexpr const char* kBaseline = "1.2.840.10008.1.2.4.50";
+const RWCString kRLE = TransferSyntaxType::TSRLEUID;
 
 /// Identifiers and frames, "damaged@1" for instance.
 std::vector<std::string> Names(const std::vector<DecodeWarning>& theWarnings)
@@ -64,6 +68,24 @@ Bytes GreyJpeg(const std::string& theLabel)
     return Encapsulated(TransferSyntaxType::TSJPEG70UID, aSpec, theLabel, {MakeJpeg(aSpec, {7, 9})});
 }
 
+/// Three components without a component transform.
+Bytes PlainColourFile(const std::string& theLabel)
+{
+    JpegSpec aSpec;
+    aSpec.itsComponents = 3;
+    aSpec.itsWidth = Jpeg2000Streams::kColourWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kColourHeight;
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, theLabel,
+                        {Jpeg2000Streams::PlainColour()});
+}
+
+/// Y, Cb and Cr of two pixels, and their RLE frame.
+const Bytes kTwoYBR{100, 90, 160, 200, 128, 128};
+Bytes TwoYBR()
+{
+    return RleFrame({{100, 200}, {90, 128}, {160, 128}});
+}
+
 /// What comes of a file in one reading.
 struct Expected
 {
@@ -77,11 +99,38 @@ struct Expected
 struct Row
 {
     const char* itsName;
-    Bytes itsFile; ///< Part 10
+    Bytes itsFile; ///< Part 10, or a bare stream
     int itsFrame;
     Expected itsByContract;
     Expected itsByMeaning;
+    RWCString itsBareUID{};                      ///< of a bare stream
+    std::function<void(DataSet&)> itsDescribe{}; ///< fills the data set of a bare stream
 };
+
+Outcome Run(const Row& theRow, Reading theReading)
+{
+    Wish aWish;
+    aWish.itsFrameIndex = theRow.itsFrame;
+    aWish.itsReading = theReading;
+    DataSet aDataSet;
+    if (theRow.itsBareUID.empty())
+    {
+        return RunPart10Quietly(theRow.itsFile, &aDataSet, aWish);
+    }
+    theRow.itsDescribe(aDataSet);
+    aWish.itsSourceLength = static_cast<std::uint32_t>(theRow.itsFile.size());
+    return RunBareImage(theRow.itsFile, theRow.itsBareUID, &aDataSet, aWish);
+}
+
+/// A data set of 8-bit colour, interleaved.
+std::function<void(DataSet&)> Colour(const char* theLabel, int theRows, int theColumns)
+{
+    return [=](DataSet& theDataSet)
+    {
+        theDataSet.SetGrey(theRows, theColumns, 8, 8).SetNumber(DICOMTags::SamplesPerPixel, 3);
+        theDataSet.SetText(DICOMTags::PhotometricInterpretation, theLabel);
+    };
+}
 
 std::string Words(const Renderable& theImage)
 {
@@ -98,11 +147,7 @@ void Check(const Row& theRow, Reading theReading)
                  (theReading == Reading::BY_MEANING ? " by meaning" : " by contract"));
     const Expected& anExpected =
         theReading == Reading::BY_MEANING ? theRow.itsByMeaning : theRow.itsByContract;
-    DICOMDataObject aDataSet;
-    Wish aWish;
-    aWish.itsFrameIndex = theRow.itsFrame;
-    aWish.itsReading = theReading;
-    const Outcome anOutcome = RunPart10Quietly(theRow.itsFile, &aDataSet, aWish);
+    const Outcome anOutcome = Run(theRow, theReading);
     EXPECT_EQ(anOutcome.Code(), anExpected.itsCode) << anOutcome.Message();
     EXPECT_EQ(Names(anOutcome.itsResult.getWarnings()), anExpected.itsWarnings);
     if (anOutcome.Code() != 0 || anOutcome.Image() == nullptr)
@@ -120,6 +165,7 @@ void Check(const Row& theRow, Reading theReading)
 
 std::vector<Row> MakeRows()
 {
+    const Bytes aPlain = Jpeg2000Streams::ColourPixels();
     return {
         {"DCT with a stray marker",
          HalfDamaged(),
@@ -171,6 +217,40 @@ std::vector<Row> MakeRows()
          0,
          {12, {}, "", {"colour-label@0"}},
          {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
+        {"JPEG 2000 without a transform labelled YBR_FULL_422",
+         PlainColourFile("YBR_FULL_422"),
+         0,
+         {0, aPlain, "RGB 8/8/7", {"colour-label@0"}},
+         {0, PlainYBRToRGB(aPlain), "RGB 8/8/7", {"colour-label@0"}}},
+        {"JPEG 2000 without a transform labelled YBR_RCT",
+         PlainColourFile("YBR_RCT"),
+         0,
+         {0, aPlain, "RGB 8/8/7", {"colour-label@0"}},
+         {0, aPlain, "RGB 8/8/7", {"colour-label@0"}}},
+        {"JPEG 2000 without a transform labelled YBR_FULL",
+         PlainColourFile("YBR_FULL"),
+         0,
+         {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"},
+         {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"}},
+        {"RLE labelled YBR_FULL_422",
+         Encapsulated(kRLE, {.itsWidth = 2, .itsHeight = 1, .itsComponents = 3}, "YBR_FULL_422", {TwoYBR()}),
+         0,
+         {12, {}, ""},
+         {0, PlainYBRToRGB(kTwoYBR), "RGB 8/8/7", {"colour-label@0"}}},
+        {"bare RLE labelled YBR_FULL",
+         TwoYBR(),
+         0,
+         {0, kTwoYBR, "RGB 8/8/7", {"colour-label@0"}},
+         {0, PlainYBRToRGB(kTwoYBR), "RGB 8/8/7", {"colour-label@0"}},
+         kRLE,
+         Colour("YBR_FULL", 1, 2)},
+        {"bare JPEG 2000 labelled YBR_FULL_422",
+         Jpeg2000Streams::PlainColour(),
+         0,
+         {0, aPlain, "RGB 8/8/7", {"colour-label@0"}},
+         {0, PlainYBRToRGB(aPlain), "RGB 8/8/7", {"colour-label@0"}},
+         TransferSyntaxType::TSJPEG2KLosslessUID,
+         Colour("YBR_FULL_422", Jpeg2000Streams::kColourHeight, Jpeg2000Streams::kColourWidth)},
     };
 }
 } // namespace

@@ -276,6 +276,10 @@ void JPEG2000Decoder::SettleColour()
 {
     itsDecompressedColorspace = itsState->itsYCC ? COLOR_MODEL_RGB : GetCompressedColorspace();
     itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
+    if (itsSamplesPerPixel == 3 && !itsState->itsYCC)
+    {
+        WarnOfLabel();
+    }
     if (IsByMeaning())
     {
         // Whatever the transfer syntax or the caller says: the codestream knows.
@@ -298,8 +302,31 @@ Decoder::ColorModel JPEG2000Decoder::GetCompressedColorspace() const
     {
         return itsState->itsReversible ? COLOR_MODEL_YBR_RCT : COLOR_MODEL_YBR_ICT;
     }
-    return GetOriginalPhotometricInterpretation() == COLOR_MODEL_YBR_FULL ? COLOR_MODEL_YBR_FULL
-                                                                          : COLOR_MODEL_RGB;
+    const ColorModel aLabel = GetOriginalPhotometricInterpretation();
+    const bool isYBR =
+        aLabel == COLOR_MODEL_YBR_FULL || (IsByMeaning() && aLabel == COLOR_MODEL_YBR_FULL_422);
+    return isYBR ? COLOR_MODEL_YBR_FULL : COLOR_MODEL_RGB;
+}
+
+/// Three components without a component transform are as large as each other: subsampling is not in them, and
+/// what would have to be undone neither.
+void JPEG2000Decoder::WarnOfLabel() const
+{
+    switch (GetOriginalPhotometricInterpretation())
+    {
+    case COLOR_MODEL_YBR_FULL_422:
+        Warn(WarningIdentifier::kColourLabel,
+             IsByMeaning() ? "labelled YBR_FULL_422 and not subsampled: converted as YBR_FULL"
+                           : "labelled YBR_FULL_422 and not subsampled: taken for RGB");
+        break;
+    case COLOR_MODEL_YBR_RCT:
+    case COLOR_MODEL_YBR_ICT:
+        Warn(WarningIdentifier::kColourLabel,
+             "the label names a component transform, the codestream has none: taken for RGB");
+        break;
+    default:
+        break;
+    }
 }
 
 std::uint64_t JPEG2000Decoder::GetImageWidth() const

@@ -45,7 +45,7 @@ public:
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
     /// Grey for one component; for three YBR_RCT or YBR_ICT where the codestream has a component transform,
-    /// else YBR_FULL where the data set says so, else RGB.
+    /// else YBR_FULL where the data set says so (by meaning also where it says YBR_FULL_422), else RGB.
     ColorModel GetCompressedColorspace() const override;
     std::int16_t GetScanMode() const override { return 0; }
 
@@ -139,6 +139,7 @@ private:
     void ReadDepth();
     void OpenFirstTile();
     void SettleColour();
+    void WarnOfLabel() const;
     void SettleScaleFactor(int theLevels);
     void DecodeTiles(std::uint8_t* theBuffer);
     std::uint64_t GetOffsetOfCurrentTile() const;

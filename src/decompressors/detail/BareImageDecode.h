@@ -42,6 +42,7 @@ private:
     void PrepareCodec(Decoder& theCodec);
     void ReadDataSet();
     void ChooseColour(Decoder& theCodec);
+    bool IsLeftAsYBR(const Decoder& theCodec) const;
     void AllocateFor(const Decoder& theCodec);
     void CheckLength(const Decoder& theCodec);
     void Describe(const Decoder& theCodec);
