@@ -79,6 +79,18 @@ Bytes PlainColourFile(const std::string& theLabel)
                         {Jpeg2000Streams::PlainColour()});
 }
 
+/// Signed grey of 12 bits by the data set, unsigned by the codestream: its codes are GreyValue + 2048.
+Bytes MisdeclaredGrey(int theBitsStored)
+{
+    JpegSpec aSpec;
+    aSpec.itsPrecision = theBitsStored;
+    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
+    return Encapsulated(
+        TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
+        {Jpeg2000Streams::Patch(Jpeg2000Streams::Grey12(), Jpeg2000Streams::kDepthOfComponent0, {11})}, 0, 1);
+}
+
 /// Y, Cb and Cr of two pixels, and their RLE frame.
 const Bytes kTwoYBR{100, 90, 160, 200, 128, 128};
 Bytes TwoYBR()
@@ -105,6 +117,7 @@ struct Row
     Expected itsByMeaning;
     RWCString itsBareUID{};                      ///< of a bare stream
     std::function<void(DataSet&)> itsDescribe{}; ///< fills the data set of a bare stream
+    bool itsIsUnsigned = false;                  ///< unsigned samples are asked for
 };
 
 Outcome Run(const Row& theRow, Reading theReading)
@@ -112,6 +125,7 @@ Outcome Run(const Row& theRow, Reading theReading)
     Wish aWish;
     aWish.itsFrameIndex = theRow.itsFrame;
     aWish.itsReading = theReading;
+    aWish.itsUnsigned = theRow.itsIsUnsigned;
     DataSet aDataSet;
     if (theRow.itsBareUID.empty())
     {
@@ -166,6 +180,9 @@ void Check(const Row& theRow, Reading theReading)
 std::vector<Row> MakeRows()
 {
     const Bytes aPlain = Jpeg2000Streams::ColourPixels();
+    const Bytes aCodes = Jpeg2000Streams::GreyWords([](int theValue) { return theValue + 2048; });
+    const Bytes anExtended = Jpeg2000Streams::GreyWords(
+        [](int theValue) { return theValue >= 0 ? theValue - 2048 : theValue + 2048; });
     return {
         {"DCT with a stray marker",
          HalfDamaged(),
@@ -232,6 +249,27 @@ std::vector<Row> MakeRows()
          0,
          {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"},
          {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"}},
+        {"unsigned codestream, signed data set",
+         MisdeclaredGrey(12),
+         0,
+         {0, aCodes, "MONOCHROME2 16/12/11", {"sign@0"}},
+         {0, aCodes, "MONOCHROME2 16/12/11 signed", {"sign@0"}}},
+        {"unsigned codestream, signed data set of more bits",
+         MisdeclaredGrey(16),
+         0,
+         {0, aCodes, "MONOCHROME2 16/16/15", {"sign@0"}},
+         {0, anExtended, "MONOCHROME2 16/16/15 signed", {"sign@0"}}},
+        {"unsigned codestream, signed data set, unsigned samples wanted",
+         MisdeclaredGrey(16),
+         0,
+         {0, aCodes, "MONOCHROME2 16/16/15", {"sign@0"}},
+         {0,
+          Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 4095; }),
+          "MONOCHROME2 16/16/15",
+          {"sign@0"}},
+         "",
+         {},
+         true},
         {"RLE labelled YBR_FULL_422",
          Encapsulated(kRLE, {.itsWidth = 2, .itsHeight = 1, .itsComponents = 3}, "YBR_FULL_422", {TwoYBR()}),
          0,

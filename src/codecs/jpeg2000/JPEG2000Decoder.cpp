@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "codecs/jpeg/JPEGDecoder.h"
 #include "codecs/jpeg2000/KDUMessages.h"
@@ -31,6 +32,21 @@ namespace
 std::uint64_t Unsigned(int theCoordinate)
 {
     return static_cast<std::uint32_t>(theCoordinate);
+}
+
+/// Copies the sign of two's complement with theFrom bits up to bit theTo - 1; zeros above.
+template <class Word>
+void ExtendSign(std::uint8_t* theSamples, std::uint64_t theCount, int theFrom, int theTo)
+{
+    const unsigned aSign = 1U << (theFrom - 1);
+    const unsigned aMask = (1U << theTo) - 1;
+    for (std::uint64_t i = 0; i < theCount; ++i)
+    {
+        Word aWord = 0;
+        std::memcpy(&aWord, theSamples + i * sizeof(Word), sizeof(Word));
+        aWord = static_cast<Word>(((aWord ^ aSign) - aSign) & aMask);
+        std::memcpy(theSamples + i * sizeof(Word), &aWord, sizeof(Word));
+    }
 }
 
 bool IsSame(const kdu_dims& theFirst, const kdu_dims& theSecond)
@@ -64,6 +80,7 @@ struct JPEG2000Decoder::State
     std::array<int, 3> itsDepths{};
     bool itsYCC = false;
     bool itsReversible = false;
+    bool itsIsMisdeclared = false; ///< unsigned codes that are to be read as two's complement
     const char* itsPhase = "start";
 };
 
@@ -240,6 +257,24 @@ void JPEG2000Decoder::ReadDepth()
     itsBitsAllocatedPerSample = itsBitsStoredPerSample > 8 ? 16 : 8;
     itsRecommendedBitsStoredPerSample = itsBitsStoredPerSample;
     itsPrecision = itsBitsStoredPerSample;
+    SettleSign();
+}
+
+/// A grey codestream may have been made of two's complement as if it were unsigned codes.
+void JPEG2000Decoder::SettleSign()
+{
+    std::int32_t aRepresentation = 0;
+    if (itsSigned != 0 || itsSamplesPerPixel != 1 || GetDICOMDataObject() == nullptr ||
+        !GetDICOMDataObject()->GetInteger(DICOMTags::PixelRepresentation, aRepresentation) ||
+        aRepresentation != 1)
+    {
+        return;
+    }
+    Warn(WarningIdentifier::kSign,
+         IsByMeaning() ? "the codestream is unsigned, the data set signed: read as two's complement"
+                       : "the codestream is unsigned, the data set signed: taken for unsigned");
+    itsState->itsIsMisdeclared = IsByMeaning();
+    itsSigned = IsByMeaning() ? 1 : 0;
 }
 
 void JPEG2000Decoder::OpenFirstTile()
@@ -355,6 +390,7 @@ void JPEG2000Decoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSiz
     {
         Reporting("JPEG2000Decoder::Decode: ",
                   [this, theBuffer] { DecodeTiles(static_cast<std::uint8_t*>(theBuffer)); });
+        ExtendMisdeclared(static_cast<std::uint8_t*>(theBuffer));
     }
     catch (...)
     {
@@ -362,6 +398,16 @@ void JPEG2000Decoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSiz
         throw;
     }
     FinishDecoding();
+}
+
+void JPEG2000Decoder::ExtendMisdeclared(std::uint8_t* theBuffer) const
+{
+    if (itsState->itsIsMisdeclared && itsSigned != 0 && GetReportedBits() > itsPrecision)
+    {
+        const auto aExtend =
+            itsBitsAllocatedPerSample > 8 ? &ExtendSign<std::uint16_t> : &ExtendSign<std::uint8_t>;
+        aExtend(theBuffer, GetImageWidth() * GetImageHeight(), itsPrecision, GetReportedBits());
+    }
 }
 
 void JPEG2000Decoder::DecodeTiles(std::uint8_t* theBuffer)
@@ -458,6 +504,13 @@ JPEG2000OutputFormat JPEG2000Decoder::GetFormat(int theComponents) const
     aFormat.itsSigned = itsSigned != 0;
     aFormat.itsDepths = itsState->itsDepths;
     aFormat.itsReportedBits = GetReportedBits();
+    if (itsState->itsIsMisdeclared)
+    {
+        // The codes are the two's complement. Their unsigned codes are those with the highest bit inverted,
+        // which is what the converters make of the middle of the range as two's complement.
+        aFormat.itsSigned = !aFormat.itsSigned;
+        aFormat.itsReportedBits = itsPrecision;
+    }
     aFormat.itsRowBytes =
         GetImageWidth() * static_cast<std::uint64_t>(theComponents * aFormat.itsBytesPerSample);
     return aFormat;

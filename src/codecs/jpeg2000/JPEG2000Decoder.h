@@ -19,7 +19,8 @@ struct JPEG2000OutputFormat;
 /// order. Samples are unsigned codes, or two's complement within the bits stored with zeros above (SetSigned
 /// between SetSource and Decode chooses, whatever the codestream has). Where the data set states more bits
 /// stored than the codestream has, two's complement reaches as far as those, so that readers of the data set
-/// see the right values.
+/// see the right values. By meaning the codes of an unsigned codestream of one component are taken for two's
+/// complement where the data set says that samples are signed.
 ///
 /// Reports of the engine become JPEGDecoderExceptions, code 1 for warnings and 0 for errors; other failures
 /// are StreamIOExceptions. What the compressed source throws passes through. After a failure the codec is
@@ -137,11 +138,13 @@ private:
     void CreateCodestream();
     void ReadComponents();
     void ReadDepth();
+    void SettleSign();
     void OpenFirstTile();
     void SettleColour();
     void WarnOfLabel() const;
     void SettleScaleFactor(int theLevels);
     void DecodeTiles(std::uint8_t* theBuffer);
+    void ExtendMisdeclared(std::uint8_t* theBuffer) const;
     std::uint64_t GetOffsetOfCurrentTile() const;
     void CheckLayout(int theComponents) const;
     JPEG2000OutputFormat GetFormat(int theComponents) const;
