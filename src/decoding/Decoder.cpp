@@ -125,6 +125,22 @@ void Decoder::Warn(const char* theIdentifier, const RWCString& theText) const
     }
 }
 
+bool Decoder::WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) const
+{
+    constexpr std::uint64_t kHundredth = 100;
+    if (IsByMeaning() && (theTotal - theMissing) * kHundredth < theTotal)
+    {
+        return false;
+    }
+    // In thousandths, and nothing that is missing or there is rounded away.
+    const double aShare = static_cast<double>(theMissing) / static_cast<double>(theTotal);
+    const int aRounded = static_cast<int>(aShare * 1000 + 0.5);
+    const int aTenths = theMissing == 0 ? 0 : theMissing == theTotal ? 1000 : std::clamp(aRounded, 1, 999);
+    Warn(WarningIdentifier::kTruncated, "the data end early: " + std::to_string(aTenths / 10) + "." +
+                                            std::to_string(aTenths % 10) + " % of the picture is missing");
+    return true;
+}
+
 void Decoder::SetBitsAllocatedPerSample(std::int16_t theBits)
 {
     itsBitsAllocatedPerSample = theBits > 8 ? 16 : 8;

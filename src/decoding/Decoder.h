@@ -211,6 +211,10 @@ protected:
     /// A warning for the request, see ReadingContext::Warn.
     void Warn(const char* theIdentifier, const RWCString& theText) const;
 
+    /// The warning that the data ended early and left theMissing of theTotal pixels blank; there are some in
+    /// all. By meaning false, and no warning, where less than a hundredth is there: such a frame is refused.
+    bool WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) const;
+
     /// The data set that SetSource was given, or null. Borrowed.
     DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
 

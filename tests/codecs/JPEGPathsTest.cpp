@@ -150,6 +150,8 @@ public:
     void InputAccepted(int) override {}
     std::uint64_t GetInputTotal() const override { return itsSource.GetPosition(); }
     bool Warn(const char*) override { return true; }
+    bool MayEndEarly() const override { return false; }
+    bool AcceptMissing(std::uint64_t, std::uint64_t) override { return false; }
 
 private:
     ByteSource itsSource;

@@ -177,6 +177,68 @@ void Check(const Row& theRow, Reading theReading)
     EXPECT_EQ(aPixels, anExpected.itsPixels);
 }
 
+/// 64 × 64 pixels of which theKept bytes of the first scan's data are there. All blocks but the first of a
+/// baseline image take six bits and of a progressive one's first scan a single bit, as all pixels of a
+/// lossless one do; the first one takes 18, 9 and 9.
+Bytes CutJpeg(JpegSpec::Process theProcess, const std::string& theUID, std::size_t theKept)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = aSpec.itsHeight = 64;
+    aSpec.itsProcess = theProcess;
+    aSpec.itsOptimised = false;
+    Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}));
+    const Bytes aScan = {0xff, 0xda, 0};
+    const auto aHeader = std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end());
+    aJpeg.resize(static_cast<std::size_t>(aHeader - aJpeg.begin()) + 2 + aHeader[3] + theKept);
+    // A fill byte before the second marker, so that nothing is added to make the length even.
+    aJpeg.insert(aJpeg.begin() + 2, aJpeg.size() % 2, std::uint8_t{0xff});
+    return Encapsulated(theUID, aSpec, "MONOCHROME2", {aJpeg});
+}
+
+/// The first theCount blocks of such an image, the rest of it blank.
+Bytes FlatBlocks(int theCount, int theBlockWidth, int theBlockHeight)
+{
+    Bytes aPixels(64 * 64);
+    for (int i = 0; i < 64 * 64; ++i)
+    {
+        const int aBlock = i / 64 / theBlockHeight * (64 / theBlockWidth) + i % 64 / theBlockWidth;
+        aPixels[static_cast<std::size_t>(i)] = aBlock < theCount ? 100 : 0;
+    }
+    return aPixels;
+}
+
+/// Frames of which a part is missing.
+std::vector<Row> MakeCutRows()
+{
+    return {
+        {"JPEG without its last marker",
+         CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 50),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, FlatBlocks(64, 8, 8), "", {"truncated@0"}}},
+        {"JPEG cut in the middle of its blocks",
+         CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 28),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, FlatBlocks(35, 8, 8), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"progressive JPEG cut in its first scan",
+         CutJpeg(JpegSpec::Process::PROGRESSIVE, kBaseline, 6),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, FlatBlocks(40, 8, 8), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"lossless JPEG cut in the middle of a row",
+         CutJpeg(JpegSpec::Process::LOSSLESS, TransferSyntaxType::TSJPEG70UID, 262),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, FlatBlocks(32, 64, 1), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"JPEG of which nothing is there",
+         CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 2),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {DLRC_PARSE_ERROR, {}, "", {}}},
+    };
+}
+
 std::vector<Row> MakeRows()
 {
     const Bytes aPlain = Jpeg2000Streams::ColourPixels();
@@ -296,7 +358,9 @@ std::vector<Row> MakeRows()
 TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
 {
     std::set<std::string> aProvoked;
-    for (const Row& aRow : MakeRows())
+    std::vector<Row> aRows = MakeRows();
+    std::ranges::move(MakeCutRows(), std::back_inserter(aRows));
+    for (const Row& aRow : aRows)
     {
         Check(aRow, Reading::BY_CONTRACT);
         Check(aRow, Reading::BY_MEANING);

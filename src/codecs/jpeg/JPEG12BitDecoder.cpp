@@ -11,6 +11,10 @@ extern "C"
 
 // The markers between scans are the library's even where the scans are ours.
 #include <gdcmjpeg/jpegint.h>
+
+#include <gdcmjpeg/jlossy.h>
+
+#include <gdcmjpeg/jdhuff.h>
 }
 #include "codecs/jpeg/detail/JPEGLibraryBuild.inc"
 } // namespace quorix_jpeg12

@@ -143,6 +143,13 @@ public:
         return !itsOwner.IsByMeaning();
     }
 
+    bool MayEndEarly() const override { return itsOwner.IsByMeaning(); }
+
+    bool AcceptMissing(std::uint64_t theMissing, std::uint64_t theTotal) override
+    {
+        return itsOwner.WarnOfMissing(theMissing, theTotal);
+    }
+
 protected:
     JPEGDecoder& itsOwner;
     JPEGInputBuffer& itsInput;
@@ -169,6 +176,9 @@ public:
         }
         return Session::FillInput(theData);
     }
+
+    /// A header is there as a whole, or there is no image.
+    bool MayEndEarly() const override { return false; }
 };
 
 /// Delivers an image from its first byte, and keeps it for the library to begin anew. Data out of all

@@ -53,6 +53,7 @@ std::size_t JPEGLosslessScan::Decode()
             aRowsToGo = itsParameters.itsRestartRows;
         }
         DecodeRow(aRow);
+        itsWholeRows = itsDecoder.IsDataMissing() ? itsWholeRows : aRow + 1;
         --aRowsToGo;
     }
     return itsDecoder.Finish();

@@ -28,13 +28,16 @@ struct DecodeWarning
 struct WarningIdentifier
 {
     static constexpr const char* kDamaged = "damaged";      ///< a codec met bytes that cannot be right
+    static constexpr const char* kTruncated = "truncated";  ///< the data of a frame end before its pixels do
     static constexpr const char* kByteOrder = "byte-order"; ///< words of a big-endian file
     static constexpr const char* kColourLabel =
         "colour-label";                          ///< Photometric Interpretation is not what the pixels are
     static constexpr const char* kSign = "sign"; ///< codestream and data set contradict each other
 
     /// All of them.
-    static constexpr const char* kAll[] = {kDamaged, kByteOrder, kColourLabel, kSign};
+    static constexpr const char* kAll[] = {
+        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign,
+    };
 };
 
 /// What every stage of one request shares: the reading, and the place where its warnings go.

@@ -84,6 +84,13 @@ public:
         /// The library's first warning of an image. True: the library prints it on standard error as well,
         /// as it does by itself.
         virtual bool Warn(const char* theText) = 0;
+
+        /// Whether an image whose data end early is decoded as far as they go; otherwise that is an error.
+        virtual bool MayEndEarly() const = 0;
+
+        /// The data ended early, and theMissing of theTotal pixels are blank. False where too little is left:
+        /// that is the error after all.
+        virtual bool AcceptMissing(std::uint64_t theMissing, std::uint64_t theTotal) = 0;
     };
 
     /// The most bytes that one fill may deliver.

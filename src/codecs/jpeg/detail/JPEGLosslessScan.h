@@ -61,6 +61,9 @@ public:
     /// far as they were taken from the source.
     std::size_t Decode();
 
+    /// After Decode: rows up to the last one that the data reached to the end of.
+    std::size_t GetWholeRows() const { return itsWholeRows; }
+
 private:
     bool IsInOrder() const;
     void DecodeRow(std::size_t theRow);
@@ -73,7 +76,8 @@ private:
     const std::uint16_t itsInitial;  ///< the prediction of a first sample
     const bool itsInOrder;           ///< the samples of a pixel follow each other as in the image
     const bool itsInPlace;           ///< the rows of the image are the rows to predict from
-    bool itsFirstRow = true;         ///< the next row has none above it
+    std::size_t itsWholeRows = 0;
+    bool itsFirstRow = true; ///< the next row has none above it
     std::vector<std::uint16_t> itsDifferences;
     std::array<std::vector<std::uint16_t>, 2> itsRows; ///< samples, where the image cannot hold them
 };
