@@ -47,10 +47,14 @@ struct WarningIdentifier
 class QUORIX_API ReadingContext
 {
 public:
+    /// No warnings yet, frame 0.
     explicit ReadingContext(Reading theReading = Reading::BY_CONTRACT) : itsReading(theReading) {}
 
+    /// How the request reads.
+    /// @{
     Reading GetReading() const { return itsReading; }
     bool IsByMeaning() const { return itsReading == Reading::BY_MEANING; }
+    /// @}
 
     /// The frame that warnings speak of from now on, counted from 0; 0 until it is told.
     void SetFrame(std::int32_t theFrame) { itsFrame = theFrame; }
