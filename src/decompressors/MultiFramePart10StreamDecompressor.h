@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "decompressors/JNIForward.h"
 #include "decompressors/StreamDecompressor.h"
@@ -27,6 +29,10 @@ public:
     /// Copies deliver to the same listener.
     MultiFramePart10StreamDecompressor(const MultiFramePart10StreamDecompressor&) = default;
 
+    /// theHook is called before each frame is handed out, when the result has the frame's warnings already.
+    /// False ends the decoding as the listener's false does. None unless set.
+    void SetBeforeFrame(std::function<bool()> theHook) { itsBeforeFrame = std::move(theHook); }
+
     /// Result codes: as DICOMPart10StreamDecompressor; 62 when a Java Renderable could not be made. The
     /// failure of a frame ends the call; the frames before it stay with the listener. theResult never
     /// receives an image.
@@ -40,4 +46,5 @@ private:
     jobject itsListener;
     jmethodID itsMethod;
     std::int32_t itsFirstFrame;
+    std::function<bool()> itsBeforeFrame;
 };

@@ -3,6 +3,7 @@
 // image is decoded.
 #include <climits>
 
+#include "decompressors/Part10Files.h"
 #include "faults/FaultFiles.h"
 #include "image/VMMemoryAllocator.h"
 #include "jni/FakeDecompressor.h"
@@ -130,6 +131,40 @@ TEST_F(CallFault, AnyCallOfAStreamOrListenerThatThrows)
                           return !aName.empty();
                       });
         }
+    }
+}
+
+TEST_F(CallFault, AnyCallAroundAWarningThatThrows)
+{
+    JpegSpec aSpec;
+    aSpec.itsWidth = aSpec.itsHeight = 32;
+    Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
+    aJpeg.insert(aJpeg.end() - 20, {0xff, 0xd3}); // a restart that nothing announced
+    const Bytes aFile =
+        Part10Files::Encapsulated(TransferSyntaxType::TSJPEG50UID, aSpec, "MONOCHROME2", {aJpeg, aJpeg});
+    using Row = std::tuple<Method, const Bytes&, jint, std::vector<jlong>>;
+    const Row kRows[] = {{Method::RUN_QUEUE, aJpeg, 1, {0}},
+                         {Method::RUN_STREAM, aJpeg, 1, {0}},
+                         {Method::RUN_STREAM, aFile, 3, {0}},
+                         {Method::RUN_FRAMES, aFile, 3, {0, 1}}};
+    for (const auto& [aMethod, anImage, aType, aFrames] : kRows)
+    {
+        FakeDecompressor aSound(anImage);
+        EXPECT_TRUE(aSound.Run(aMethod, aType)) << aSound.GetReport();
+        EXPECT_EQ(aSound.itsWarnings, aFrames);
+        BreakEach("warnings", anImage, aMethod, aType,
+                  [method = aMethod](FakeDecompressor& theCall, int theNumber, jint theType, const Bytes&)
+                  {
+                      theCall.itsJava.itsCallsBeforeException = theNumber;
+                      const bool hasSucceeded = theCall.Run(method, theType);
+                      const std::string& aName = theCall.itsJava.itsFailedCall;
+                      EXPECT_FALSE(hasSucceeded && theCall.itsJava.GetPending() != nullptr) << aName;
+                      EXPECT_TRUE(aName != FakeDecompressor::kWarning ||
+                                  theCall.itsJava.GetPending() != nullptr);
+                      EXPECT_EQ(theCall.itsJava.GetGlobalCount(), 0u) << aName;
+                      EXPECT_LE(theCall.GetLostReferences(), 1u) << aName;
+                      return !aName.empty();
+                  });
     }
 }
 

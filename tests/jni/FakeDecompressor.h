@@ -18,6 +18,14 @@ extern "C"
         JNIEnv*, jobject, jobject, jlong, jint, jobject);
     JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompressor_decodeOrtho(
         JNIEnv*, jobject, jobject, jint, jboolean, jlong, jstring, jint, jobject);
+    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(JNIEnv*, jobject, jobject,
+                                                                                  jlong, jint, jboolean, jint,
+                                                                                  jboolean);
+    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeStream(JNIEnv*, jobject, jobject,
+                                                                                   jlong, jint, jint, jint,
+                                                                                   jboolean);
+    JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(JNIEnv*, jobject, jobject,
+                                                                                    jlong, jint, jboolean);
 }
 
 /// What Java has when it calls the decoding methods: an image as a queue and as a stream, a result object
@@ -32,11 +40,15 @@ public:
         QUEUE,
         STREAM,
         FRAMES,
-        ORTHO
+        ORTHO,
+        RUN_QUEUE, ///< this and the next two: by meaning, with warnings
+        RUN_STREAM,
+        RUN_FRAMES
     };
     static constexpr const char* kImageClass = "com/quorix/decompression/Renderable";
     static constexpr const char* kConstructor = "<init>(JZ)V";
     static constexpr const char* kListener = "renderableAvailable(ILcom/quorix/decompression/Renderable;)Z";
+    static constexpr const char* kWarning = "addWarning(Ljava/lang/String;Ljava/lang/String;I)V";
 
     explicit FakeDecompressor(const Bytes& theImage)
         : itsQueue(itsJava, Split(theImage)), itsStream(itsJava, 0), itsResult(itsJava.New("Result"))
@@ -55,6 +67,11 @@ public:
             TakePixels();
             return FakeJava::Value(jlong(JNI_TRUE));
         };
+        itsResult.itsClass->itsMethods[kWarning] = [this](const auto& theArguments)
+        {
+            itsWarnings.push_back(theArguments[2].itsNumber);
+            return FakeJava::Value();
+        };
     }
 
     /// True when Java is told of a success. theImageType as in Java.
@@ -72,6 +89,16 @@ public:
         case Method::FRAMES:
             return Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(
                 &itsJava, nullptr, itsStreamArgument, aDataSet, 0, itsResultArgument);
+        case Method::RUN_QUEUE:
+            return Take(Java_com_quorix_decompression_DecodeRun_decodeQueue(
+                &itsJava, itsResultArgument, itsQueueArgument, aDataSet, theImageType, JNI_TRUE, 1,
+                JNI_FALSE));
+        case Method::RUN_STREAM:
+            return Take(Java_com_quorix_decompression_DecodeRun_decodeStream(
+                &itsJava, itsResultArgument, itsStreamArgument, aDataSet, theImageType, 0, 1, JNI_FALSE));
+        case Method::RUN_FRAMES:
+            return Java_com_quorix_decompression_DecodeRun_decodeFrames(
+                &itsJava, itsResultArgument, itsStreamArgument, aDataSet, 0, JNI_FALSE);
         default:
             return Java_com_quorix_decompression_NDecompressor_decodeOrtho(
                 &itsJava, nullptr, itsStreamArgument, theImageType, JNI_TRUE, aDataSet, nullptr, 1,
@@ -99,7 +126,8 @@ public:
     FakeJava itsJava;
     FakeJavaQueue itsQueue;
     FakeJavaStream itsStream;
-    Bytes itsPixels; ///< of all images that Java got
+    Bytes itsPixels;                ///< of all images that Java got
+    std::vector<jlong> itsWarnings; ///< frames of the warnings that Java got
 
 private:
     static constexpr std::size_t kArgumentCount = 3;

@@ -26,9 +26,36 @@ DecodeCall::~DecodeCall()
     FreeImage();
 }
 
+void DecodeCall::ReadAs(Reading theReading)
+{
+    itsReading = theReading;
+    itsWarnings.emplace(itsEnv, itsResultObject);
+}
+
+bool DecodeCall::TellWarnings()
+{
+    const std::vector<DecodeWarning>& aWarnings = itsResult.getWarnings();
+    const std::size_t aFirst = std::exchange(itsToldWarnings, aWarnings.size());
+    return !itsWarnings ||
+           itsWarnings->Tell({aWarnings.begin() + static_cast<std::ptrdiff_t>(aFirst), aWarnings.end()});
+}
+
+void DecodeCall::TellLastWarnings()
+{
+    RunBody(
+        [this]
+        {
+            if (!TellWarnings())
+            {
+                KeepException(JavaAccess::TakeException(itsEnv));
+            }
+        });
+}
+
 jboolean DecodeCall::Run(const std::function<void()>& theBody)
 {
     RunBody(theBody);
+    TellLastWarnings();
     FreeImage();
     Finish();
     return itsSuccess ? JNI_TRUE : JNI_FALSE;
@@ -37,6 +64,7 @@ jboolean DecodeCall::Run(const std::function<void()>& theBody)
 jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
 {
     RunBody(theBody);
+    TellLastWarnings();
     if (itsSuccess && itsResult.getRenderable() == nullptr)
     {
         Fail(DLRC_DECODER_ERROR, GetPrefix(1) + "Decompressor returned null Renderable");

@@ -37,6 +37,7 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
                                DecompressionRequest aRequest(
                                    &aSource, theDataSet, "", false, theScaleFactor, 0,
                                    StreamDecode::GetTransferSyntaxUID(theImageType, isLossless), false);
+                               aRequest.setReading(theCall.GetReading());
                                CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
                                    .Decompress(aRequest, theCall.GetResult());
                            });
@@ -48,6 +49,22 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
     theCall.Close(2, [&] { aSource.close(); });
     KeepJavaException(theCall, aSource);
 }
+
+constexpr const char* kName = "decodeInputBufferQueueToMemory";
+
+jobject Run(DecodeCall& theCall, jobject theQueue, jlong theDataSet, jint theImageType, jboolean theLossless,
+            jint theScaleFactor)
+{
+    // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and it is the
+    // lossless type that follows the argument.
+    const bool isLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
+    return theCall.RunForImage(
+        [&]
+        {
+            Decode(theCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet), theImageType,
+                   isLossless, theScaleFactor);
+        });
+}
 } // namespace
 
 extern "C" JNIEXPORT jobject JNICALL
@@ -55,19 +72,26 @@ Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
     JNIEnv* theEnv, jobject, jobject theQueue, jlong theDataSet, jint theImageType, jboolean theLossless,
     jint theScaleFactor, jobject theResult)
 {
-    return NativeBoundary::Guard<jobject>(
-        nullptr,
-        [&]
-        {
-            DecodeCall aCall(*theEnv, theResult, "decodeInputBufferQueueToMemory");
-            // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and
-            // it is the lossless type that follows the argument.
-            const bool isLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
-            return aCall.RunForImage(
-                [&]
-                {
-                    Decode(aCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
-                           theImageType, isLossless, theScaleFactor);
-                });
-        });
+    return NativeBoundary::Guard<jobject>(nullptr,
+                                          [&]
+                                          {
+                                              DecodeCall aCall(*theEnv, theResult, kName);
+                                              return Run(aCall, theQueue, theDataSet, theImageType,
+                                                         theLossless, theScaleFactor);
+                                          });
+}
+
+/// The same for a result that has a reading and takes warnings.
+extern "C" JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(
+    JNIEnv* theEnv, jobject theRun, jobject theQueue, jlong theDataSet, jint theImageType,
+    jboolean theLossless, jint theScaleFactor, jboolean isByContract)
+{
+    return NativeBoundary::Guard<jobject>(nullptr,
+                                          [&]
+                                          {
+                                              DecodeCall aCall(*theEnv, theRun, kName);
+                                              aCall.ReadAs(NativeBoundary::ToReading(isByContract));
+                                              return Run(aCall, theQueue, theDataSet, theImageType,
+                                                         theLossless, theScaleFactor);
+                                          });
 }

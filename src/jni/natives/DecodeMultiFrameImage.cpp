@@ -31,14 +31,17 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
         // Deliberately no reason to stop: the data set is still filled.
         FailWithoutListener(theCall);
     }
-    theCall.Decompress(
-        2,
-        [&]
-        {
-            DecompressionRequest aRequest(&anUnmeasured, theDataSet, "", false, 1, 0, "", false);
-            MultiFramePart10StreamDecompressor(&anEnv, theCall.GetResultObject(), aMethod, theFirstFrame)
-                .Decompress(aRequest, theCall.GetResult());
-        });
+    theCall.Decompress(2,
+                       [&]
+                       {
+                           DecompressionRequest aRequest(&anUnmeasured, theDataSet, "", false, 1, 0, "",
+                                                         false);
+                           aRequest.setReading(theCall.GetReading());
+                           MultiFramePart10StreamDecompressor aDecompressor(&anEnv, theCall.GetResultObject(),
+                                                                            aMethod, theFirstFrame);
+                           aDecompressor.SetBeforeFrame([&] { return theCall.TellWarnings(); });
+                           aDecompressor.Decompress(aRequest, theCall.GetResult());
+                       });
     LocalReference<jthrowable> anException = JavaAccess::TakeException(anEnv);
     if (anException)
     {
@@ -50,6 +53,17 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
     }
     theCall.Close(1, [&] { aStream.Close(); });
 }
+
+constexpr const char* kName = "decodeMultiFrameImageToMemory";
+
+jboolean Run(DecodeCall& theCall, jobject theStream, jlong theDataSet, jint theFirstFrame)
+{
+    return theCall.Run(
+        [&] {
+            Decode(theCall, theStream, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
+                   theFirstFrame);
+        });
+}
 } // namespace
 
 extern "C" JNIEXPORT jboolean JNICALL
@@ -58,15 +72,24 @@ Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(JNIEnv
                                                                           jint theFrameArgument,
                                                                           jobject theResult)
 {
-    return NativeBoundary::Guard<jboolean>(
-        JNI_FALSE,
-        [&]
-        {
-            DecodeCall aCall(*theEnv, theResult, "decodeMultiFrameImageToMemory");
-            return aCall.Run(
-                [&] {
-                    Decode(aCall, theStream, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
-                           theFrameArgument);
-                });
-        });
+    return NativeBoundary::Guard<jboolean>(JNI_FALSE,
+                                           [&]
+                                           {
+                                               DecodeCall aCall(*theEnv, theResult, kName);
+                                               return Run(aCall, theStream, theDataSet, theFrameArgument);
+                                           });
+}
+
+/// The same for a result that has a reading and takes warnings.
+extern "C" JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(
+    JNIEnv* theEnv, jobject theRun, jobject theStream, jlong theDataSet, jint theFirstFrame,
+    jboolean isByContract)
+{
+    return NativeBoundary::Guard<jboolean>(JNI_FALSE,
+                                           [&]
+                                           {
+                                               DecodeCall aCall(*theEnv, theRun, kName);
+                                               aCall.ReadAs(NativeBoundary::ToReading(isByContract));
+                                               return Run(aCall, theStream, theDataSet, theFirstFrame);
+                                           });
 }

@@ -215,7 +215,8 @@ extern "C" JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompresso
                         aPath.GetString(),
                         true,
                         theScaleFactor,
-                        0};
+                        0,
+                        aCall.GetReading()};
                     OrthoDecode(aCall, anArguments, isLossless).Run(theStream);
                 });
         });

@@ -29,6 +29,12 @@ RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool isLossless)
 StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)
     : itsStream(theStream), itsUnmeasured(theStream), itsSource(theStream)
 {
+    MakeRequest(theArguments);
+    itsRequest->setReading(theArguments.itsReading);
+}
+
+void StreamDecode::MakeRequest(const Arguments& theArguments)
+{
     if (IsPart10(theArguments.itsImageType))
     {
         itsRequest = std::make_unique<DecompressionRequest>(

@@ -26,7 +26,7 @@ void MultiFramePart10StreamDecompressor::Decompress(DecompressionRequest& theReq
     Part10FrameWalk::Run(
         theRequest, itsMemoryAllocator, itsFirstFrame,
         [this](int theFrameIndex, std::unique_ptr<Renderable> theImage, const std::vector<DecodeWarning>&)
-        { return Deliver(theFrameIndex, std::move(theImage)); },
+        { return (!itsBeforeFrame || itsBeforeFrame()) && Deliver(theFrameIndex, std::move(theImage)); },
         theResult);
 }
 

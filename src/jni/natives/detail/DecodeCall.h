@@ -2,12 +2,15 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <vector>
 
 #include "decompressors/DecompressionResult.h"
 #include "jni/detail/JavaAccess.h"
+#include "jni/detail/JavaWarnings.h"
 
-/// One call of a decoding method of com.quorix.decompression.NDecompressor: what the methods have in
-/// common.
+/// One call of a decoding method of com.quorix.decompression.NDecompressor, or of its twin in DecodeRun: what
+/// the methods have in common.
 ///
 /// Run or RunForImage executes the method's own part. Whatever it throws becomes result code 62 with the
 /// method's name and two blanks in front of the text; the result is copied into the Java result object
@@ -25,6 +28,16 @@ public:
     ~DecodeCall();
     DecodeCall(const DecodeCall&) = delete;
     DecodeCall& operator=(const DecodeCall&) = delete;
+
+    /// Makes this a call of com.quorix.decompression.DecodeRun: it reads so, and its warnings go to the
+    /// result object, see JavaWarnings, before the image they speak of does; those of a call that fails as
+    /// well. All other calls read by contract and tell no warnings.
+    void ReadAs(Reading theReading);
+    Reading GetReading() const { return itsReading; }
+
+    /// Tells Java the result's warnings that it has not been told; at the end of the call this is done
+    /// anyway. False, with a Java exception pending, when Java threw one; none may be pending before.
+    bool TellWarnings();
 
     /// Executes the method's own part. True when it succeeded. Throws only for want of memory.
     jboolean Run(const std::function<void()>& theBody);
@@ -63,6 +76,7 @@ public:
 
 private:
     void RunBody(const std::function<void()>& theBody);
+    void TellLastWarnings();
     void FailWithCurrentException(const RWCString& theName, int theBlanks);
     void DescribeCurrentException(const RWCString& theName, int theBlanks);
     void Finish();
@@ -76,6 +90,9 @@ private:
     RWCString itsDecompressionName;
     DecompressionResult itsResult;
     LocalReference<jthrowable> itsException;
+    Reading itsReading = Reading::BY_CONTRACT;
+    std::optional<JavaWarnings> itsWarnings; ///< empty where none are told
+    std::size_t itsToldWarnings = 0;
     bool itsSuccess = true;
     bool itsResultIsCopied = false;
 };

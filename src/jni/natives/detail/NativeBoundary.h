@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "jni/detail/JavaAccess.h"
+#include "toolkit/base/Reading.h"
 
 /// The border between Java and native code.
 class NativeBoundary
@@ -30,6 +31,11 @@ public:
     static Native* FromHandle(jlong theHandle)
     {
         return reinterpret_cast<Native*>(static_cast<std::intptr_t>(theHandle));
+    }
+
+    static Reading ToReading(jboolean isByContract)
+    {
+        return isByContract != JNI_FALSE ? Reading::BY_CONTRACT : Reading::BY_MEANING;
     }
 
     static jlong ToHandle(const void* theObject)

@@ -24,6 +24,7 @@ public:
         bool itsLoadDemoInfoFlag;
         jint itsScaleFactor;
         jint itsFrameIndex; ///< of a Part 10 stream
+        Reading itsReading;
     };
 
     /// Image types are Java's; any number may come in.
@@ -41,6 +42,8 @@ public:
     void Run(DecompressionResult& theResult);
 
 private:
+    void MakeRequest(const Arguments& theArguments);
+
     InputStream& itsStream;
     UnmeasuredInputStream itsUnmeasured; ///< for Part 10 streams
     InputStreamAdapter itsSource;

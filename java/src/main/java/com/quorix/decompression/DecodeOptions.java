@@ -9,22 +9,27 @@ import java.util.Objects;
  * that one object may serve any number of calls and threads. A data set in it serves one call at a time.
  */
 public final class DecodeOptions {
-    /** Type found out, first frame, full size, no data set. */
-    public static final DecodeOptions DEFAULT = new DecodeOptions(ImageType.AUTOMATIC, 0, 1, true, null);
+    /** Type found out, first frame, full size, no data set; read by meaning. */
+    public static final DecodeOptions DEFAULT =
+            new DecodeOptions(ImageType.AUTOMATIC, 0, 1, true, null, false, null);
 
     private final ImageType type;
     private final int frame;
     private final int scaleFactor;
     private final boolean lossless;
     private final DICOMDataObject dataSet;
+    private final boolean byContract;
+    private final WarningListener warningListener;
 
     private DecodeOptions(ImageType type, int frame, int scaleFactor, boolean lossless,
-            DICOMDataObject dataSet) {
+            DICOMDataObject dataSet, boolean byContract, WarningListener warningListener) {
         this.type = Objects.requireNonNull(type, "type");
         this.frame = frame;
         this.scaleFactor = scaleFactor;
         this.lossless = lossless;
         this.dataSet = dataSet;
+        this.byContract = byContract;
+        this.warningListener = warningListener;
     }
 
     /**
@@ -34,7 +39,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withType(ImageType newType) {
-        return new DecodeOptions(newType, frame, scaleFactor, lossless, dataSet);
+        return new DecodeOptions(newType, frame, scaleFactor, lossless, dataSet, byContract, warningListener);
     }
 
     /**
@@ -48,7 +53,7 @@ public final class DecodeOptions {
         if (newFrame < 0) {
             throw new IllegalArgumentException("frame is " + newFrame + ", must be at least 0");
         }
-        return new DecodeOptions(type, newFrame, scaleFactor, lossless, dataSet);
+        return new DecodeOptions(type, newFrame, scaleFactor, lossless, dataSet, byContract, warningListener);
     }
 
     /**
@@ -61,7 +66,7 @@ public final class DecodeOptions {
         if (newScaleFactor < 1) {
             throw new IllegalArgumentException("scale factor is " + newScaleFactor + ", must be at least 1");
         }
-        return new DecodeOptions(type, frame, newScaleFactor, lossless, dataSet);
+        return new DecodeOptions(type, frame, newScaleFactor, lossless, dataSet, byContract, warningListener);
     }
 
     /**
@@ -71,7 +76,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withLossless(boolean newLossless) {
-        return new DecodeOptions(type, frame, scaleFactor, newLossless, dataSet);
+        return new DecodeOptions(type, frame, scaleFactor, newLossless, dataSet, byContract, warningListener);
     }
 
     /**
@@ -84,7 +89,28 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withDataSet(DICOMDataObject newDataSet) {
-        return new DecodeOptions(type, frame, scaleFactor, lossless, newDataSet);
+        return new DecodeOptions(type, frame, scaleFactor, lossless, newDataSet, byContract, warningListener);
+    }
+
+    /**
+     * Sets how files are taken whose words and whose meaning part: by contract, step by step as
+     * {@link NDecompressor} does, or, as it is unless set, by what whoever wrote the file must have meant.
+     *
+     * @param newByContract whether by contract
+     * @return options with that
+     */
+    public DecodeOptions withByContract(boolean newByContract) {
+        return new DecodeOptions(type, frame, scaleFactor, lossless, dataSet, newByContract, warningListener);
+    }
+
+    /**
+     * Sets who hears what is in doubt about images, in either reading. The images have it, too.
+     *
+     * @param newWarningListener called on the decoding thread, in order, before the image is handed out; or null
+     * @return options with that
+     */
+    public DecodeOptions withWarningListener(WarningListener newWarningListener) {
+        return new DecodeOptions(type, frame, scaleFactor, lossless, dataSet, byContract, newWarningListener);
     }
 
     /** {@return the kind of input} */
@@ -110,5 +136,15 @@ public final class DecodeOptions {
     /** {@return the data set, or null} */
     public DICOMDataObject getDataSet() {
         return dataSet;
+    }
+
+    /** {@return whether files are read by contract} */
+    public boolean isByContract() {
+        return byContract;
+    }
+
+    /** {@return who hears what is in doubt about images, or null} */
+    public WarningListener getWarningListener() {
+        return warningListener;
     }
 }

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.decompression;
 
-import com.quorix.dicom.DICOMDataObject;
 import com.quorix.io.FileSeekableInputStream;
 import com.quorix.io.SeekableInputStream;
 import com.quorix.util.InputBufferQueue;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.Objects;
-import java.util.function.LongFunction;
 
 /**
- * Decodes compressed images: {@link NDecompressor} with exceptions instead of result codes.
+ * Decodes compressed images: {@link NDecompressor} with exceptions instead of result codes, reading files by
+ * what they must mean and telling what is in doubt about their images, see {@link DecodeOptions#withByContract}
+ * and {@link DecodeOptions#withWarningListener}.
  *
  * <p>Streams are closed by the call they are given to, queues have been emptied by it; a call that refuses
  * its options, a data set that is closed for instance, leaves them to the caller. A data set given in the
@@ -48,10 +48,7 @@ public final class Decompressor {
     public static Renderable decode(SeekableInputStream in, DecodeOptions options) throws IOException {
         Objects.requireNonNull(in, "in");
         ImageType type = typeOf(in, options);
-        DecomprResult result = new DecomprResult();
-        return required(result, withDataSet(options, type, dataSet -> new NDecompressor()
-                .decodeSeekableInputStreamToMemory(in, dataSet, type.code(), options.getFrame(),
-                        options.getScaleFactor(), result)));
+        return new DecodeRun(options, null).decode(in, type);
     }
 
     /**
@@ -70,10 +67,7 @@ public final class Decompressor {
         if (type == ImageType.AUTOMATIC || type == ImageType.DICOM) {
             throw new IllegalArgumentException("a queue takes a bare codestream of a type that is told");
         }
-        DecomprResult result = new DecomprResult();
-        return required(result, withDataSet(options, type, dataSet -> new NDecompressor()
-                .decodeInputBufferQueueToMemory(queue, dataSet, type.code(), options.isLossless(),
-                        options.getScaleFactor(), result)));
+        return new DecodeRun(options, null).decode(queue, type);
     }
 
     /**
@@ -104,17 +98,7 @@ public final class Decompressor {
             throws DecompressionException {
         Objects.requireNonNull(in, "in");
         Objects.requireNonNull(listener, "listener");
-        DecomprResult result = new DecomprResult() {
-            @Override
-            public boolean renderableAvailable(int frameIndex, Renderable renderable) {
-                return listener.frameAvailable(frameIndex, renderable);
-            }
-        };
-        boolean succeeded = withDataSet(options, ImageType.DICOM, dataSet -> new NDecompressor()
-                .decodeMultiFrameImageToMemory(in, dataSet, options.getFrame(), result));
-        if (!succeeded) {
-            throw failure(result);
-        }
+        new DecodeRun(options, listener).decodeFrames(in);
     }
 
     private static ImageType typeOf(SeekableInputStream in, DecodeOptions options) throws IOException {
@@ -151,31 +135,5 @@ public final class Decompressor {
         } catch (IOException closing) {
             exception.addSuppressed(closing);
         }
-    }
-
-    /** A DICOM stream needs a data set for its attributes; a bare codestream does without. */
-    private static <T> T withDataSet(DecodeOptions options, ImageType type, LongFunction<T> call) {
-        DICOMDataObject given = options.getDataSet();
-        if (given != null) {
-            return given.withHandle(call);
-        }
-        if (type != ImageType.DICOM) {
-            return call.apply(0);
-        }
-        try (DICOMDataObject own = new DICOMDataObject()) {
-            return own.withHandle(call);
-        }
-    }
-
-    private static Renderable required(DecomprResult result, Renderable image)
-            throws DecompressionException {
-        if (image == null) {
-            throw failure(result);
-        }
-        return image;
-    }
-
-    private static DecompressionException failure(DecomprResult result) {
-        return new DecompressionException(result.DLResultCode, result.SystemError, result.Message);
     }
 }

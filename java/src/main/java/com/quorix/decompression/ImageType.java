@@ -18,7 +18,10 @@ public enum ImageType {
     DICOM(NDecompressor.TYPE_DICOM);
 
     /** So many bytes of a stream are enough to tell its type. */
-    static final int START_LENGTH = 12;
+    static final int START_LENGTH = 132;
+
+    private static final int PREAMBLE_LENGTH = 128;
+    private static final byte[] DICM = {'D', 'I', 'C', 'M'};
 
     private final int code;
     private final byte[][] starts;
@@ -35,6 +38,10 @@ public enum ImageType {
 
     /** The type that a stream's first bytes tell; whatever is no bare codestream is taken for DICOM. */
     static ImageType of(byte[] start, int count) {
+        // The preamble may hold anything, the start of another kind of file included: look behind it first.
+        if (count >= START_LENGTH && Arrays.equals(start, PREAMBLE_LENGTH, START_LENGTH, DICM, 0, DICM.length)) {
+            return DICOM;
+        }
         for (ImageType type : values()) {
             for (byte[] wanted : type.starts) {
                 if (count >= wanted.length && Arrays.equals(start, 0, wanted.length, wanted, 0, wanted.length)) {

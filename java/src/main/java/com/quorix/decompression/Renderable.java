@@ -10,6 +10,7 @@ import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.file.Path;
+import java.util.List;
 
 /**
  * A decoded image: pixels in native memory, and what they mean.
@@ -31,6 +32,7 @@ public class Renderable implements AutoCloseable {
     private NativeImage image;
     private Cleaner.Cleanable share;
     private WeakReference<ByteBuffer> root = new WeakReference<>(null);
+    private List<DecodeWarning> warnings = List.of();
 
     /** Creates an image without pixels. */
     public Renderable() {
@@ -57,6 +59,21 @@ public class Renderable implements AutoCloseable {
     /** {@return whether the image was closed} */
     public synchronized boolean isClosed() {
         return image == null;
+    }
+
+    /**
+     * Returns what is in doubt about the image, in the order in which it was noticed. Only {@link Decompressor}
+     * gives an image its warnings.
+     *
+     * @return the warnings, unmodifiable; none for most images
+     */
+    public synchronized List<DecodeWarning> getWarnings() {
+        handle();
+        return warnings;
+    }
+
+    synchronized void setWarnings(List<DecodeWarning> newWarnings) {
+        warnings = List.copyOf(newWarnings);
     }
 
     /** {@return the bits that each sample takes up} */

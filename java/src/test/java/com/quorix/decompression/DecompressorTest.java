@@ -90,6 +90,9 @@ class DecompressorTest {
     void typesAreTold(String start, ImageType expected) {
         byte[] bytes = HexFormat.of().parseHex(start);
         assertEquals(expected, ImageType.of(Arrays.copyOf(bytes, Math.max(8, bytes.length)), bytes.length));
+        byte[] disguised = jpegFile(1).toBytes();
+        System.arraycopy(bytes, 0, disguised, 0, bytes.length);
+        assertEquals(ImageType.DICOM, ImageType.of(disguised, ImageType.START_LENGTH));
     }
 
     private static DecompressionException expectFailure(byte[] bytes, DecodeOptions options, int code, String text) {
