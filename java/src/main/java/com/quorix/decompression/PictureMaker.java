@@ -45,10 +45,9 @@ final class PictureMaker {
     }
 
     private void check(int samplesPerPixel, boolean grey) {
-        boolean fits = colour ? samplesPerPixel == 3 && bitsAllocated == 8
-                : grey && samplesPerPixel == 1 && (bitsAllocated == 8 || bitsAllocated == 16);
-        if (!fits || bitsStored < 1 || bitsStored > bitsAllocated || highBit < bitsStored - 1
-                || highBit >= bitsAllocated) {
+        boolean fits = colour ? samplesPerPixel == 3 : grey && samplesPerPixel == 1;
+        if (!fits || bitsAllocated != 8 && bitsAllocated != 16 || bitsStored < 1 || bitsStored > bitsAllocated
+                || highBit < bitsStored - 1 || highBit >= bitsAllocated) {
             throw new UnsupportedOperationException("no picture can be made of " + samplesPerPixel
                     + " samples per pixel, " + bitsAllocated + " bits allocated, " + bitsStored
                     + " stored, high bit " + highBit + " and this photometric interpretation");
@@ -94,11 +93,16 @@ final class PictureMaker {
         int sampleStep = planar ? count : 1;
         for (int pixel = 0; pixel < count; pixel++) {
             int source = pixel * pixelStep;
-            target[3 * pixel] = pixels.get(source + 2 * sampleStep);
-            target[3 * pixel + 1] = pixels.get(source + sampleStep);
-            target[3 * pixel + 2] = pixels.get(source);
+            target[3 * pixel] = colourOf(source + 2 * sampleStep);
+            target[3 * pixel + 1] = colourOf(source + sampleStep);
+            target[3 * pixel + 2] = colourOf(source);
         }
         return picture;
+    }
+
+    /** A byte as it is, a deeper sample stretched to one. */
+    private byte colourOf(int sample) {
+        return bitsAllocated == 8 ? pixels.get(sample) : (byte) stretchedTo8(bitsOf(sample));
     }
 
     private BufferedImage makeGrey8(IntUnaryOperator toGrey) {

@@ -332,7 +332,7 @@ public class Renderable implements AutoCloseable {
      * Makes a picture with all values of the image. Grey images of up to 8 bits stored become
      * {@link BufferedImage#TYPE_BYTE_GRAY}, deeper ones {@link BufferedImage#TYPE_USHORT_GRAY}, stretched
      * so that the bits stored span black to white; signed values start at black with their least one, and
-     * MONOCHROME1 is inverted. RGB becomes {@link BufferedImage#TYPE_3BYTE_BGR}.
+     * MONOCHROME1 is inverted. RGB becomes {@link BufferedImage#TYPE_3BYTE_BGR}, deep one brought to 8 bits.
      *
      * <p>The raster's samples are the values to show. {@link BufferedImage#getRGB(int, int)} of a grey
      * picture is something else: Java takes grey for linear light and brightens it there.

@@ -98,6 +98,13 @@ class PictureMakerTest {
                 assertEquals(0xFF018014, image.toBufferedImage(10, 20).getRGB(1, 0));
             }
         }
+        try (Renderable deep = Images.decode(grey16(12, false, 0xFFF, 0, 0xA0, 0x10, 0x800, 0x148))) {
+            deep.setPhotometricInterpretation(Renderable.getPitRgb());
+            deep.setSamplesPerPixel(3);
+            deep.setColumns(2);
+            assertEquals(0xFFFF000A, deep.toBufferedImage().getRGB(0, 0));
+            assertEquals(0xFF018014, deep.toBufferedImage(10, 20).getRGB(1, 0));
+        }
     }
 
     private static void resize(Renderable image, int size) {
