@@ -8,7 +8,8 @@ import com.quorix.util.NativeLibrary;
 /**
  * The entry points of the native library as they are.
  *
- * <p>Failures are reported through the {@link DecomprResult} argument; the methods then return null or
+ * <p>They read files by contract, see {@link DecodeOptions#withByContract}, and keep what is in doubt to themselves.
+ * Failures are reported through the {@link DecomprResult} argument; the methods then return null or
  * false. An exception thrown by a stream, queue or listener class ends the decoding and may reach the
  * caller. {@link Decompressor} is the comfortable front. One object may be used by any number of threads;
  * the streams, queues and data sets passed to a call belong to that call until it returns.
