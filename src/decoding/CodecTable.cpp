@@ -180,6 +180,47 @@ constexpr CodecRow kRows[] = {
      .itsCreate = CreateRLE},
 };
 
+/// A JPEG transfer syntax that DICOM has withdrawn. Which process a frame has is in the frame; those with
+/// arithmetic coding or hierarchical frames end as the codec's own errors.
+struct RetiredSyntax
+{
+    const char* itsUID;
+    const char* itsName;
+    const char* itsCodecUID; ///< the one whose codec decodes it
+};
+
+constexpr const char* kLossyUID = TransferSyntaxType::TSJPEG51UID;
+constexpr const char* kLosslessUID = TransferSyntaxType::TSJPEG57UID;
+constexpr RetiredSyntax kRetired[] = {
+    {"1.2.840.10008.1.2.4.52", "JPEG extended, arithmetic (processes 3 and 5, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.53", "JPEG spectral selection (processes 6 and 8, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.54", "JPEG spectral selection, arithmetic (processes 7 and 9, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.55", "JPEG full progression (processes 10 and 12, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.56", "JPEG full progression, arithmetic (processes 11 and 13, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.58", "JPEG lossless, arithmetic (process 15, retired)", kLosslessUID},
+    {"1.2.840.10008.1.2.4.59", "JPEG extended, hierarchical (processes 16 and 18, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.60", "JPEG extended, hierarchical, arithmetic (processes 17 and 19, retired)",
+     kLossyUID},
+    {"1.2.840.10008.1.2.4.61", "JPEG spectral selection, hierarchical (processes 20 and 22, retired)",
+     kLossyUID},
+    {"1.2.840.10008.1.2.4.62",
+     "JPEG spectral selection, hierarchical, arithmetic (processes 21 and 23, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.63", "JPEG full progression, hierarchical (processes 24 and 26, retired)",
+     kLossyUID},
+    {"1.2.840.10008.1.2.4.64",
+     "JPEG full progression, hierarchical, arithmetic (processes 25 and 27, retired)", kLossyUID},
+    {"1.2.840.10008.1.2.4.65", "JPEG lossless, hierarchical (process 28, retired)", kLosslessUID},
+    {"1.2.840.10008.1.2.4.66", "JPEG lossless, hierarchical, arithmetic (process 29, retired)", kLosslessUID},
+};
+
+const RetiredSyntax* FindRetired(const RWCString& theUID)
+{
+    const auto* const aSyntax =
+        std::find_if(std::begin(kRetired), std::end(kRetired),
+                     [&](const RetiredSyntax& theSyntax) { return theUID == theSyntax.itsUID; });
+    return aSyntax != std::end(kRetired) ? aSyntax : nullptr;
+}
+
 struct NamedSyntax
 {
     const char* itsUID;
@@ -228,6 +269,13 @@ const CodecRow* CodecTable::Find(const RWCString& theTransferSyntaxUID)
     return FindRow([&](const CodecRow& theRow) { return theTransferSyntaxUID == theRow.itsUID; });
 }
 
+const CodecRow* CodecTable::Find(const RWCString& theTransferSyntaxUID, Reading theReading)
+{
+    const RetiredSyntax* const aRetired =
+        theReading == Reading::BY_MEANING ? FindRetired(theTransferSyntaxUID) : nullptr;
+    return Find(aRetired != nullptr ? aRetired->itsCodecUID : theTransferSyntaxUID);
+}
+
 const CodecRow* CodecTable::FindImageType(std::int32_t theImageType)
 {
     return FindRow([&](const CodecRow& theRow)
@@ -262,6 +310,10 @@ const char* CodecTable::GetName(const RWCString& theTransferSyntaxUID)
     if (const CodecRow* const aRow = Find(theTransferSyntaxUID))
     {
         return aRow->itsName;
+    }
+    if (const RetiredSyntax* const aRetired = FindRetired(theTransferSyntaxUID))
+    {
+        return aRetired->itsName;
     }
     const auto* const aName =
         std::find_if(std::begin(kNamesWithoutCodec), std::end(kNamesWithoutCodec),

@@ -90,6 +90,9 @@ public:
     /// Null for a transfer syntax without a codec. The comparison is exact.
     static const CodecRow* Find(const RWCString& theTransferSyntaxUID);
 
+    /// The same; by meaning a retired JPEG transfer syntax has the row of the one whose codec decodes it.
+    static const CodecRow* Find(const RWCString& theTransferSyntaxUID, Reading theReading);
+
     /// What bare streams of a JImageType are decoded as, isLossless telling which transfer syntax those of
     /// a family with and without loss get. Any number may come in; null for one that is no bare stream.
     static const CodecRow* FindBareStream(std::int32_t theImageType, bool isLossless);

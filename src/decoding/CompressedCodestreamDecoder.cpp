@@ -132,6 +132,7 @@ void CompressedCodestreamDecoder::Decode(OpenedFrame theFrame, void* theOutput)
     theFrame.itsCodec->Decode(theFrame.itsFrameLength, theOutput, theFrame.itsOutputSize);
     itsTotalBytesRead = theFrame.itsCodec->GetTotalBytesRead();
     itsScaleFactor = theFrame.itsCodec->GetScaleFactor();
+    itsHasLost = theFrame.itsCodec->GetCompressionReversible() == Decoder::CR_IRREVERSIBLE;
 }
 
 CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,

@@ -87,6 +87,10 @@ public:
     /// told by IsDecoderSupportedOutputPixelSignConversion; one that cannot delivers them as they are.
     void SetForceUnsignedPixelOutput(bool isSet) { itsForceUnsignedPixelOutput = isSet; }
 
+    /// Whether the codec of the last Decode knows that the frame is not what was compressed: by its process,
+    /// or because parts of it are missing.
+    bool HasLost() const { return itsHasLost; }
+
     /// The context that codecs are given; borrowed, null (which it is until set) for none.
     void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
 
@@ -119,4 +123,5 @@ private:
     bool itsForceUnsignedPixelOutput = false;
     bool itsDecoderSupportsOutputPixelSignConversion = false;
     ReadingContext* itsReadingContext = nullptr;
+    bool itsHasLost = false;
 };

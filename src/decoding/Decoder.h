@@ -208,6 +208,9 @@ protected:
     /// Whether the request reads by meaning.
     bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
 
+    /// The frame is not what was compressed: from now on the codec and the data set say so.
+    void MarkIrreversible();
+
     /// A warning for the request, see ReadingContext::Warn.
     void Warn(const char* theIdentifier, const RWCString& theText) const;
 

@@ -141,6 +141,15 @@ void CheckDimensions(const Decoder& theDecoder)
 }
 } // namespace
 
+void Decoder::MarkIrreversible()
+{
+    itsCompressionReversible = CR_IRREVERSIBLE;
+    if (itsDICOMDataObject != nullptr)
+    {
+        HeaderUpdate(*itsDICOMDataObject).Replace(DICOMTags::LossyImageCompression, RWCString("01"));
+    }
+}
+
 void Decoder::UpdateDICOMHeader()
 {
     if (itsDICOMDataObject == nullptr)

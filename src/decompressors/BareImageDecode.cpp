@@ -62,8 +62,10 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
     AllocateFor(*aCodec);
     const double aTimeToAllocate = itsTimer.Lap() * 1000.0;
     UnwrittenPixels::Blank(*itsRenderable, itsUID);
+    const bool wasReversible = aCodec->GetCompressionReversible() == Decoder::CR_REVERSIBLE;
     aCodec->Decode(itsRequest.getSourceLength(), itsRenderable->getPixelData(),
                    itsRenderable->getPixelDataSize());
+    itsHasLost = wasReversible && aCodec->GetCompressionReversible() == Decoder::CR_IRREVERSIBLE;
     Describe(*aCodec);
     itsRequest.getCompressedSource()->close();
     itsRenderable->setTimeTakenToLoadHeader(aTimeToReadHeader);
@@ -236,8 +238,9 @@ void BareImageDecode::Describe(const Decoder& theCodec)
         IsDeepJPEG() ? itsBitsStored : std::max<int>(theCodec.GetBitsStoredPerSample(), itsDataSetBitsStored);
     aDescription.itsHighBit = IsDeepJPEG() ? itsBitsStored - 1 : theCodec.GetHighBit();
     aDescription.itsIsSigned = theCodec.IsSigned() != 0;
-    aDescription.itsIsLossy =
-        itsDataSet != nullptr ? itsLossy : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE;
+    aDescription.itsIsLossy = itsDataSet != nullptr
+                                  ? itsLossy || itsHasLost
+                                  : theCodec.GetCompressionReversible() != Decoder::CR_REVERSIBLE;
     aDescription.itsScaleFactor = theCodec.GetScaleFactor();
     aDescription.itsCompressionRatio = GetRatio(theCodec);
     aDescription.WriteTo(*itsRenderable);

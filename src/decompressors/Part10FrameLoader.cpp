@@ -54,7 +54,6 @@ public:
 
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
-        itsIsIrreversible = theDecoder.GetCompressionReversible() == Decoder::CR_IRREVERSIBLE;
         itsDepth = std::min(theDecoder.GetPrecision(), theDecoder.GetRecommendedBitsStoredPerSample());
         return true;
     }
@@ -62,11 +61,7 @@ public:
     /// Bits that the decoded samples have; 0 from a codec that does not know.
     int GetDepth() const { return itsDepth; }
 
-    /// Whether the codestream has lost something, as far as the codec knows.
-    bool IsIrreversible() const { return itsIsIrreversible; }
-
 private:
-    bool itsIsIrreversible = false;
     int itsDepth = 0;
 };
 
@@ -195,7 +190,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
     SettleColourDepth(theFrame, aDriver.GetDepth());
-    theFrame.itsIsIrreversible = itsFrontEnd.GetReadingContext().IsByMeaning() && aDriver.IsIrreversible();
+    theFrame.itsIsIrreversible = itsFrontEnd.GetReadingContext().IsByMeaning() && aDriver.HasLost();
     if (aRequest.isV5ConvertPixelsToUnsigned() && theFrame.itsAttributes.itsPixelRepresentation == 1)
     {
         if (aDriver.IsDecoderSupportedOutputPixelSignConversion())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/detail/Part10FrontEnd.h"
 
+#include "decoding/CodecTable.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/WarningHandOver.h"
@@ -107,7 +108,7 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
             SetOutcome(theResult, DLRC_PARSE_ERROR, 0, "Unable to get transfer syntax UID");
             return false;
         }
-        itsRequest.setTransferSyntaxUID(itsStream.GetTransferSyntaxUID());
+        ChooseCodec();
         itsTimeToOpen = itsTimer.Lap() * 1000.0;
         return true;
     }
@@ -118,6 +119,21 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
     }
     itsStream.Close();
     return false;
+}
+
+/// The request names the transfer syntax whose codec decodes the frames.
+void Part10FrontEnd::ChooseCodec()
+{
+    const RWCString& aUID = itsStream.GetTransferSyntaxUID();
+    const CodecRow* const aRow = CodecTable::Find(aUID, itsReadingContext.GetReading());
+    if (aRow == nullptr || aRow->itsUID == aUID)
+    {
+        itsRequest.setTransferSyntaxUID(aUID);
+        return;
+    }
+    itsReadingContext.Warn(WarningIdentifier::kNonconformant,
+                           RWCString(CodecTable::GetName(aUID)) + " is decoded as " + aRow->itsName);
+    itsRequest.setTransferSyntaxUID(aRow->itsUID);
 }
 
 void Part10FrontEnd::Parse()

@@ -147,6 +147,16 @@ void kdu_codestream::get_valid_tiles(kdu_dims& theIndices) const
     theIndices.size = {static_cast<int>(anImage.itsTilesAcross), static_cast<int>(anImage.itsTilesDown)};
 }
 
+int kdu_codestream::get_truncated_tiles() const
+{
+    return static_cast<int>(GetState().GetReports().CountTruncatedTiles());
+}
+
+const char* kdu_codestream::get_first_damage() const
+{
+    return GetState().GetReports().GetFirstDamage().c_str();
+}
+
 kdu_tile kdu_codestream::open_tile(kdu_coords theIndex)
 {
     j2k::CodestreamState& aState = GetState();

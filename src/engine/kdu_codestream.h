@@ -91,6 +91,13 @@ public:
     /// destroy(). Tiles may be opened in any order, each one once.
     kdu_tile open_tile(kdu_coords theIndex);
 
+    /// What decoding has survived so far; of the packets of a tile that is known once it is open. Tiles whose
+    /// data end before their last packet, and the first thing met that makes samples wrong, empty for none.
+    /// @{
+    int get_truncated_tiles() const;
+    const char* get_first_damage() const;
+    /// @}
+
 private:
     j2k::CodestreamState& GetState() const;
 

@@ -207,6 +207,69 @@ Bytes FlatBlocks(int theCount, int theBlockWidth, int theBlockHeight)
     return aPixels;
 }
 
+/// theCount pixels, of which theThere are theValue and the others blank.
+Bytes Blanked(std::size_t theCount, std::size_t theThere, std::uint8_t theValue)
+{
+    Bytes aPixels(theThere, theValue);
+    aPixels.resize(theCount);
+    return aPixels;
+}
+
+/// Grey or RGB, an RLE frame put together by hand.
+Bytes RleFile(int theSamples, int theRows, int theColumns, int theAllocated, const Bytes& theFrame)
+{
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, TransferSyntaxType::TSRLEUID);
+    aBuilder.AddImageAttributes(static_cast<std::uint16_t>(theSamples),
+                                theSamples == 3 ? "RGB" : "MONOCHROME2", static_cast<std::uint16_t>(theRows),
+                                static_cast<std::uint16_t>(theColumns),
+                                static_cast<std::uint16_t>(theAllocated), 8);
+    return aBuilder.AddEncapsulatedPixelData({theFrame}).Build();
+}
+
+/// One segment of packets.
+Bytes RleSegment(const Bytes& thePackets)
+{
+    Bytes aFrame = RleEncoder::Header(1, {64});
+    aFrame.insert(aFrame.end(), thePackets.begin(), thePackets.end());
+    return aFrame;
+}
+
+/// Three segments of two samples each, three bytes long.
+Bytes OddSegments()
+{
+    Bytes aFrame = RleEncoder::Header(3, {64, 67, 70});
+    const Bytes aSegments = {1, 1, 4, 1, 2, 5, 1, 3, 6, 0};
+    aFrame.insert(aFrame.end(), aSegments.begin(), aSegments.end());
+    return aFrame;
+}
+
+/// Signed grey of 12 bits whose last tiles are missing.
+Bytes CutGrey()
+{
+    JpegSpec aSpec;
+    aSpec.itsPrecision = 12;
+    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
+    Bytes aStream = Jpeg2000Streams::Grey12();
+    aStream.resize(aStream.size() - 60);
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2", {aStream}, 0, 1);
+}
+
+/// The first row of the first tile.
+Bytes FirstGreyWords()
+{
+    Bytes aWords = Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 0xfff; });
+    aWords.resize(2 * 5);
+    return aWords;
+}
+
+Bytes RetiredJpeg(const std::string& theUID, JpegSpec::Process theProcess)
+{
+    JpegSpec aSpec;
+    aSpec.itsProcess = theProcess;
+    return Encapsulated(theUID, aSpec, "MONOCHROME2", {MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}))});
+}
+
 /// Frames of which a part is missing.
 std::vector<Row> MakeCutRows()
 {
@@ -220,12 +283,12 @@ std::vector<Row> MakeCutRows()
          CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 28),
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
-         {0, FlatBlocks(35, 8, 8), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+         {0, FlatBlocks(35, 8, 8), "MONOCHROME2 8/8/7 lossy", {"truncated@0"}}},
         {"progressive JPEG cut in its first scan",
          CutJpeg(JpegSpec::Process::PROGRESSIVE, kBaseline, 6),
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
-         {0, FlatBlocks(40, 8, 8), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+         {0, FlatBlocks(40, 8, 8), "MONOCHROME2 8/8/7 lossy", {"truncated@0"}}},
         {"lossless JPEG cut in the middle of a row",
          CutJpeg(JpegSpec::Process::LOSSLESS, TransferSyntaxType::TSJPEG70UID, 262),
          0,
@@ -236,6 +299,53 @@ std::vector<Row> MakeCutRows()
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
          {DLRC_PARSE_ERROR, {}, "", {}}},
+        {"RLE cut inside a literal run",
+         RleFile(1, 50, 4, 8, RleSegment({157, 7, 99, 5, 5, 5})),
+         0,
+         {DLRC_DECODER_ERROR, {}, "", {}},
+         {0, Blanked(200, 100, 7), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"RLE segment that ends early",
+         RleFile(1, 50, 4, 8, RleSegment({157, 7})),
+         0,
+         {0, Blanked(200, 100, 7), "MONOCHROME2 8/8/7", {"truncated@0"}},
+         {0, Blanked(200, 100, 7), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"RLE of which nearly nothing is there",
+         RleFile(1, 50, 4, 8, RleSegment({0, 7})),
+         0,
+         {0, Blanked(200, 1, 7), "MONOCHROME2 8/8/7", {"truncated@0"}},
+         {DLRC_DECODER_ERROR, {}, "", {}}},
+        {"lossless JPEG 2000 cut in the last tile",
+         CutGrey(),
+         0,
+         {0, FirstGreyWords(), "MONOCHROME2 16/12/11 signed", {"truncated@0"}},
+         {0, FirstGreyWords(), "MONOCHROME2 16/12/11 signed lossy", {"truncated@0"}}},
+    };
+}
+
+/// Frames that break a rule, or one that is no longer there.
+std::vector<Row> MakeOddRows()
+{
+    return {
+        {"RLE segments at odd offsets",
+         RleFile(3, 1, 2, 8, OddSegments()),
+         0,
+         {DLRC_DECODER_ERROR, {}, "", {}},
+         {0, {1, 2, 3, 4, 5, 6}, "RGB 8/8/7", {"nonconformant@0"}}},
+        {"RLE of two segments, 8 of 16 bits stored",
+         RleFile(1, 1, 2, 16, RleFrame({{0, 0}, {7, 9}})),
+         0,
+         {DLRC_DECODER_ERROR, {}, "", {}},
+         {0, {7, 0, 9, 0}, "MONOCHROME2 16/8/7", {}}},
+        {"retired syntax of full progression",
+         RetiredJpeg("1.2.840.10008.1.2.4.55", JpegSpec::Process::PROGRESSIVE),
+         0,
+         {DLRC_NO_DECODER, {}, "", {}},
+         {0, Flat({100}, 64), "MONOCHROME2 8/8/7 lossy", {"nonconformant@0"}}},
+        {"retired syntax of lossless JPEG",
+         RetiredJpeg("1.2.840.10008.1.2.4.58", JpegSpec::Process::LOSSLESS),
+         0,
+         {DLRC_NO_DECODER, {}, "", {}},
+         {0, Flat({100}, 64), "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
     };
 }
 
@@ -360,6 +470,7 @@ TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
     std::set<std::string> aProvoked;
     std::vector<Row> aRows = MakeRows();
     std::ranges::move(MakeCutRows(), std::back_inserter(aRows));
+    std::ranges::move(MakeOddRows(), std::back_inserter(aRows));
     for (const Row& aRow : aRows)
     {
         Check(aRow, Reading::BY_CONTRACT);

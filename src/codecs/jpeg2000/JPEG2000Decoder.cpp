@@ -390,6 +390,7 @@ void JPEG2000Decoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSiz
     {
         Reporting("JPEG2000Decoder::Decode: ",
                   [this, theBuffer] { DecodeTiles(static_cast<std::uint8_t*>(theBuffer)); });
+        TellWhatWasSurvived();
         ExtendMisdeclared(static_cast<std::uint8_t*>(theBuffer));
     }
     catch (...)
@@ -407,6 +408,29 @@ void JPEG2000Decoder::ExtendMisdeclared(std::uint8_t* theBuffer) const
         const auto aExtend =
             itsBitsAllocatedPerSample > 8 ? &ExtendSign<std::uint16_t> : &ExtendSign<std::uint8_t>;
         aExtend(theBuffer, GetImageWidth() * GetImageHeight(), itsPrecision, GetReportedBits());
+    }
+}
+
+void JPEG2000Decoder::TellWhatWasSurvived()
+{
+    const kdu_codestream& aCodestream = itsState->itsCodestream;
+    const RWCString aDamage = aCodestream.get_first_damage();
+    if (!aDamage.empty())
+    {
+        Warn(WarningIdentifier::kDamaged, aDamage);
+    }
+    const int aTruncated = aCodestream.get_truncated_tiles();
+    if (aTruncated == 0)
+    {
+        return;
+    }
+    const kdu_coords& aTiles = itsState->itsValidTiles.size;
+    Warn(WarningIdentifier::kTruncated, "the data end early in " + std::to_string(aTruncated) + " of " +
+                                            std::to_string(std::int64_t{aTiles.x} * aTiles.y) +
+                                            " tiles: detail is missing there, or all of the picture");
+    if (IsByMeaning())
+    {
+        MarkIrreversible();
     }
 }
 

@@ -143,6 +143,7 @@ private:
     void SettleColour();
     void WarnOfLabel() const;
     void SettleScaleFactor(int theLevels);
+    void TellWhatWasSurvived();
     void DecodeTiles(std::uint8_t* theBuffer);
     void ExtendMisdeclared(std::uint8_t* theBuffer) const;
     std::uint64_t GetOffsetOfCurrentTile() const;

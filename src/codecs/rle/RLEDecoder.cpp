@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/rle/RLEDecoder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 #include <utility>
@@ -57,6 +58,22 @@ void RLEDecoder::SetSourceImpl()
     if (itsComponentCount < 1)
     {
         FailSource("found no components in RLE codestream");
+    }
+    if (IsByMeaning())
+    {
+        SettleDepthBySegments();
+    }
+}
+
+/// One segment for every byte that the data set allocates is what the standard wants, however few bits of
+/// them are stored.
+void RLEDecoder::SettleDepthBySegments()
+{
+    const int aBits = ReadAttribute(GetDICOMDataObject(), DICOMTags::BitsAllocated, "BitsAllocated");
+    if (aBits % 8 == 0 && aBits > itsBitsAllocatedPerSample &&
+        itsComponentCount == aBits / 8 * itsSamplesPerPixel)
+    {
+        itsBitsAllocatedPerSample = aBits;
     }
 }
 
@@ -171,7 +188,48 @@ void RLEDecoder::DecodeChecked(unsigned int theFrameLength, void* theBuffer, std
     aLayout.itsPixelCount = aPixelCount;
     RLEFrameDecoder aDecoder(GetSource(), aLayout, itsRLEHeader.data() + 1,
                              static_cast<std::uint8_t*>(theBuffer), theSize);
-    aDecoder.Decode(RLEPath::AUTOMATIC);
+    Run(aDecoder, aLayout, theBuffer);
+}
+
+void RLEDecoder::Run(RLEFrameDecoder& theDecoder, const RLEPixelLayout& theLayout, void* theBuffer) const
+{
+    if (IsByMeaning() && HasOddOffset())
+    {
+        Warn(WarningIdentifier::kNonconformant, "RLE segments begin at odd offsets");
+        theDecoder.AllowOddOffsets();
+    }
+    RWCString aReason = "RLEDecoder::Decode: the segments hold less than a hundredth of the image";
+    try
+    {
+        theDecoder.Decode(RLEPath::AUTOMATIC);
+    }
+    catch (const StreamIOException& anException)
+    {
+        if (!IsByMeaning() || !theDecoder.IsCut())
+        {
+            throw;
+        }
+        aReason = anException.GetMessageText();
+    }
+    const std::uint64_t aWhole = theDecoder.CountWholePixels();
+    const std::uint64_t aMissing = theLayout.itsPixelCount - aWhole;
+    if ((aMissing > 0 || theDecoder.IsCut()) && !WarnOfMissing(aMissing, theLayout.itsPixelCount))
+    {
+        throw StreamIOException(aReason, DLRC_DECODER_ERROR, 0);
+    }
+    if (IsByMeaning())
+    {
+        // A pixel of which bytes are missing has a wrong value or a wrong colour.
+        std::fill_n(static_cast<std::uint8_t*>(theBuffer) + aWhole * theLayout.itsSegmentCount,
+                    aMissing * theLayout.itsSegmentCount, std::uint8_t{0});
+    }
+}
+
+bool RLEDecoder::HasOddOffset() const
+{
+    const auto aFirst = itsRLEHeader.begin() + 1;
+    return std::any_of(aFirst, aFirst + itsComponentCount,
+                       [](std::uint32_t theOffset) { return theOffset % 2 != 0; });
 }
 
 Decoder::ColorModel RLEDecoder::GetCompressedColorspace() const

@@ -6,6 +6,9 @@
 
 #include "decoding/Decoder.h"
 
+class RLEFrameDecoder;
+struct RLEPixelLayout;
+
 /// The codec for DICOM RLE Lossless (PS3.5 Annex G).
 ///
 /// Takes all geometry from the data set, the segments from the codestream, and writes little-endian,
@@ -23,6 +26,9 @@ public:
     RLEDecoder& operator=(const RLEDecoder&);
     /// @}
 
+    /// By contract a frame that ends inside a segment is an error, and so is an odd offset. By meaning the
+    /// pixels are there that every segment reaches, and the others 0; at least a hundredth must be there.
+    ///
     /// theFrameLength: bytes of the compressed frame counted from its header; the last segment ends
     /// there. Samples that a segment's data does not reach keep what theBuffer held before. Throws
     /// StreamIOException (code 62); an ExceptionBase's text also goes to standard output. After a failure
@@ -68,6 +74,9 @@ private:
     void ReadGeometry();
     void ReadSampleFormat();
     void ReadPhotometricInterpretation();
+    void SettleDepthBySegments();
+    bool HasOddOffset() const;
+    void Run(RLEFrameDecoder& theDecoder, const RLEPixelLayout& theLayout, void* theBuffer) const;
     void DecodeChecked(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize);
 
     std::uint32_t itsImageHeight = 0;

@@ -35,7 +35,7 @@ RLEFrameDecoder::RLEFrameDecoder(kdu_compressed_source& theSource, const RLEPixe
                                  const std::uint32_t* theOffsets, std::uint8_t* theOutput,
                                  std::uint64_t theSize)
     : itsInput(theSource), itsLayout(theLayout), itsOffsets(theOffsets), itsOutput(theOutput),
-      itsSize(theSize), itsPlanes(theLayout, theOutput)
+      itsSize(theSize), itsPlanes(theLayout, theOutput), itsWholePixels(theLayout.itsPixelCount)
 {
 }
 
@@ -52,9 +52,17 @@ void RLEFrameDecoder::Decode(RLEPath thePath)
     {
         // What was decoded before the failure is in the output on either path.
         itsPlanes.Spill();
+        NoteSegmentEnd();
+        itsWholePixels = itsSegment + 1 < itsLayout.itsSegmentCount ? 0 : itsWholePixels;
         throw;
     }
     ReadPadByte();
+}
+
+void RLEFrameDecoder::NoteSegmentEnd()
+{
+    const auto aMissing = static_cast<std::uint64_t>(std::max<std::int64_t>(itsRemaining, 0));
+    itsWholePixels = std::min(itsWholePixels, itsLayout.itsPixelCount - aMissing);
 }
 
 void RLEFrameDecoder::DecodeSegments()
@@ -63,6 +71,7 @@ void RLEFrameDecoder::DecodeSegments()
     {
         OpenSegment();
         DecodeSegment();
+        NoteSegmentEnd();
     }
 }
 
@@ -72,7 +81,8 @@ void RLEFrameDecoder::OpenSegment()
     const std::uint64_t anOffset = itsOffsets[itsSegment];
     const std::uint64_t aNextOffset = itsOffsets[itsSegment + 1];
     const RWCString aComponent = " for component index " + std::to_string(itsSegment);
-    if (anOffset % 2 != 0)
+    itsRemaining = static_cast<std::int64_t>(itsLayout.itsPixelCount);
+    if (anOffset % 2 != 0 && !itsAllowsOddOffsets)
     {
         Fail("Invalid component offset (" + std::to_string(anOffset) +
              ") (odd-length segment - even length required by DICOM standard)" + aComponent);
@@ -97,7 +107,6 @@ void RLEFrameDecoder::OpenSegment()
     }
     SkipTo(aStart);
     itsCursor = itsLayout.GetColumn(itsSegment);
-    itsRemaining = static_cast<std::int64_t>(itsLayout.itsPixelCount);
 }
 
 void RLEFrameDecoder::SkipTo(std::uint64_t thePosition)
@@ -110,6 +119,7 @@ void RLEFrameDecoder::SkipTo(std::uint64_t thePosition)
         const int aResult = itsInput.Read(aDiscarded.data(), aChunk);
         if (aResult != aChunk)
         {
+            itsIsCut = aResult >= 0;
             Fail(RWCString(aResult == -1 ? "error" : "EOF") + " on input during inter-segment skip. " +
                  "aSegmentIndex = " + std::to_string(itsSegment) + " aTotalBytesRead = " +
                  std::to_string(aPosition) + " bytes expected = " + std::to_string(aChunk) +
@@ -155,6 +165,7 @@ void RLEFrameDecoder::ReadPadByte()
     const int aResult = itsInput.Read(&aPad, 1);
     if (aResult != 1)
     {
+        itsIsCut = aResult == 0;
         Fail(RWCString(aResult == 0 ? "expected pad byte not present in input stream. "
                                     : "error on input during decode while reading expected pad byte. ") +
              " aTotalBytesRead = " + std::to_string(aPosition));
@@ -257,6 +268,7 @@ std::uint8_t RLEFrameDecoder::ReadControlByte()
     const int aResult = itsInput.Read(&aControl, 1);
     if (aResult != 1)
     {
+        itsIsCut = aResult == 0;
         FailInSegment(aResult == 0 ? "EOF on input during decode. " : "error on input during decode. ");
     }
     return aControl;
@@ -269,6 +281,7 @@ void RLEFrameDecoder::DecodeLiteralRun(std::uint8_t theControl)
     const int aResult = itsInput.Read(aSamples.data(), static_cast<int>(itsLiteralLength));
     if (aResult != static_cast<int>(itsLiteralLength))
     {
+        itsIsCut = aResult >= 0;
         // Deliberately never the EOF text: what is told apart there is how the control byte was read.
         FailInSegment("error on input during decode. ",
                       " bytes expected = " + std::to_string(itsLiteralLength) +
@@ -305,6 +318,7 @@ void RLEFrameDecoder::DecodeRepeatRun(std::uint8_t theControl)
     const int aResult = itsInput.Read(&aSample, 1);
     if (aResult != 1)
     {
+        itsIsCut = aResult == 0;
         // Deliberately without a full stop and without details.
         Fail(aResult == 0 ? "EOF on input during decode" : "error on input during decode");
     }

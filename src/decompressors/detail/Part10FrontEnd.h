@@ -74,6 +74,7 @@ private:
     static void ReportCurrentException(DecompressionResult& theResult);
     static void DescribeCurrentException(DecompressionResult& theResult);
 
+    void ChooseCodec();
     void ReadElements();
 
     DMTickCounter itsTimer;

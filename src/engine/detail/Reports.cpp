@@ -49,8 +49,12 @@ void Reports::Error(const std::string& theText, std::uint64_t theOffset) const
     Error(AtOffset(theText, theOffset));
 }
 
-void Reports::NonConformance(const std::string& theText, std::uint64_t theOffset)
+void Reports::NonConformance(const std::string& theText, std::uint64_t theOffset, Effect theEffect)
 {
+    if (theEffect == Effect::Damage && itsFirstDamage.empty())
+    {
+        itsFirstDamage = AtOffset(theText, theOffset);
+    }
     if (itsTolerance == Tolerance::Fussy)
     {
         Send(GetWarningHandler(), AtOffset(theText, theOffset));

@@ -30,6 +30,14 @@ enum class Tolerance
 class Reports
 {
 public:
+    /// What a departure from the standard does to the picture.
+    enum class Effect
+    {
+        None,
+        Damage,    ///< samples may be wrong
+        Truncation ///< data are missing: detail, or whole parts of the picture
+    };
+
     /// Raises the first non-conformance seen so far when theTolerance is Fussy.
     void SetTolerance(Tolerance theTolerance);
     Tolerance GetTolerance() const { return itsTolerance; }
@@ -39,11 +47,21 @@ public:
     [[noreturn]] void Error(const std::string& theText, std::uint64_t theOffset) const;
 
     /// Returns unless the mode is fussy and the warning object throws.
-    void NonConformance(const std::string& theText, std::uint64_t theOffset);
+    void NonConformance(const std::string& theText, std::uint64_t theOffset, Effect theEffect = Effect::None);
+
+    /// Whatever the mode is: the first damage met so far, empty for none, and in how many tiles data were
+    /// missing.
+    /// @{
+    const std::string& GetFirstDamage() const { return itsFirstDamage; }
+    std::uint32_t CountTruncatedTiles() const { return itsTruncatedTiles; }
+    void NoteTruncatedTile() { ++itsTruncatedTiles; }
+    /// @}
 
 private:
     Tolerance itsTolerance = Tolerance::Fast;
     std::string itsFirstNonConformance;
+    std::string itsFirstDamage;
+    std::uint32_t itsTruncatedTiles = 0;
 };
 
 } // namespace j2k

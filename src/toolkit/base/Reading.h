@@ -33,10 +33,12 @@ struct WarningIdentifier
     static constexpr const char* kColourLabel =
         "colour-label";                          ///< Photometric Interpretation is not what the pixels are
     static constexpr const char* kSign = "sign"; ///< codestream and data set contradict each other
+    static constexpr const char* kNonconformant =
+        "nonconformant"; ///< a rule was broken, and what was meant is clear
 
     /// All of them.
     static constexpr const char* kAll[] = {
-        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign,
+        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant,
     };
 };
 

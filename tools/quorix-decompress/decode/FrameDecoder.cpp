@@ -56,7 +56,7 @@ private:
 };
 
 /// Which lossy history the data set is to record; empty for none.
-RWCString LossyKind(const DICOMDataObject& theDataSet)
+RWCString LossyKind(const DICOMDataObject& theDataSet, Reading theReading)
 {
     RWCString aUID;
     theDataSet.GetString(DICOMTags::TransferSyntaxUID, aUID);
@@ -64,7 +64,7 @@ RWCString LossyKind(const DICOMDataObject& theDataSet)
     RWCString aLossy;
     const bool isMarked = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && !aLossy.empty() &&
                           theDataSet.IsMarkedLossy();
-    const CodecRow* const aRow = CodecTable::Find(aUID);
+    const CodecRow* const aRow = CodecTable::Find(aUID, theReading);
     return aRow != nullptr ? aRow->GetLossyKind(isMarked) : "";
 }
 } // namespace
@@ -150,7 +150,7 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     theResult.Take(aResult);
     if (theResult.IsDecoded())
     {
-        theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet);
+        theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet, itsSettings.itsReading);
         // Other codecs report the scale that was asked for and deliver full size.
         const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID());
         if (aRow != nullptr && aRow->itsCanReduce)

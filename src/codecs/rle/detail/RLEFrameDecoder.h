@@ -42,14 +42,25 @@ public:
     RLEFrameDecoder(kdu_compressed_source& theSource, const RLEPixelLayout& theLayout,
                     const std::uint32_t* theOffsets, std::uint8_t* theOutput, std::uint64_t theSize);
 
+    /// Segments may begin anywhere; without this an odd offset is an error.
+    void AllowOddOffsets() { itsAllowsOddOffsets = true; }
+
     /// Throws StreamIOException (code 62), and what the source throws.
     void Decode(RLEPath thePath);
+
+    /// After Decode, or what it threw: whether the source ended before the frame did.
+    bool IsCut() const { return itsIsCut; }
+
+    /// After Decode, and after an exception where IsCut: pixels, from the first one on, that every segment
+    /// reached.
+    std::uint64_t CountWholePixels() const { return itsWholePixels; }
 
 private:
     void DecodeSegments();
     void OpenSegment();
     void SkipTo(std::uint64_t thePosition);
     void DecodeSegment();
+    void NoteSegmentEnd();
     void ReadPadByte();
 
     // The fast path.
@@ -74,6 +85,9 @@ private:
     std::uint64_t itsSize;
     RLEPlanes itsPlanes;
     bool itsOnExactPath = false;
+    bool itsAllowsOddOffsets = false;
+    bool itsIsCut = false;
+    std::uint64_t itsWholePixels;
 
     unsigned int itsSegment = 0;
     std::uint64_t itsSegmentEnd = 0; ///< counted from behind the header, as all positions

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace j2k
 {
@@ -121,7 +122,7 @@ bool PacketReader::VisitPacket(const PacketPlace& thePlace)
     if (itsHeaderCursor.IsAtEnd())
     {
         itsIsCut = true;
-        Depart("Data ends before the last packet");
+        Depart("Data ends before the last packet", Reports::Effect::Truncation);
         return false;
     }
     const bool canGoOn = itsMayRecover ? ReadResilient(thePlace) : ReadPlain(thePlace);
@@ -140,7 +141,7 @@ bool PacketReader::ReadPlain(const PacketPlace& thePlace)
     }
     if (!ReadHeader(thePlace))
     {
-        Depart("Packet header contradicts itself or the data");
+        Depart("Packet header contradicts itself or the data", Reports::Effect::Damage);
         return false;
     }
     const bool canGoOn = TakeBody(thePlace);
@@ -281,7 +282,7 @@ bool PacketReader::TakeBody(const PacketPlace& thePlace)
     }
     if (isCut)
     {
-        Depart("Data ends within a packet");
+        Depart("Data ends within a packet", Reports::Effect::Truncation);
     }
     return !isCut;
 }
@@ -313,6 +314,10 @@ void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength
 
 void PacketReader::Lose(const PacketPlace& thePlace)
 {
+    if (itsReports.GetFirstDamage().empty())
+    {
+        Depart("Packets are lost", Reports::Effect::Damage);
+    }
     thePlace.itsResolution->MakePrecinct(thePlace.itsPrecinct, itsArena).itsIsDamaged = true;
 }
 
@@ -357,14 +362,19 @@ void PacketReader::CheckTileParts(std::uint64_t theStart)
     }
 }
 
-void PacketReader::Depart(const char* theText)
+void PacketReader::Depart(const char* theText, Reports::Effect theEffect)
 {
-    // In the other modes only the first non-conformance is ever of interest.
-    if (!itsHasDeparted || itsReports.GetTolerance() == Tolerance::Fussy)
+    if (theEffect == Reports::Effect::Truncation && !std::exchange(itsIsTruncated, true))
+    {
+        itsReports.NoteTruncatedTile();
+    }
+    // In the other modes only the first non-conformance is ever of interest, but for what it costs.
+    if (!itsHasDeparted || theEffect == Reports::Effect::Damage ||
+        itsReports.GetTolerance() == Tolerance::Fussy)
     {
         itsHasDeparted = true;
         itsReports.NonConformance(std::string(theText) + " in tile " + std::to_string(itsData.itsIndex),
-                                  itsBody.GetOffset(itsCursor.GetPosition()));
+                                  itsBody.GetOffset(itsCursor.GetPosition()), theEffect);
     }
 }
 

@@ -75,7 +75,7 @@ private:
     bool IsDecoded(const PacketPlace& thePlace) const;
     bool IsBehindAllDecoded(const PacketPlace& thePlace) const;
     void CheckTileParts(std::uint64_t theStart);
-    void Depart(const char* theText);
+    void Depart(const char* theText, Reports::Effect theEffect = Reports::Effect::None);
 
     const TileData& itsData;
     const TileBody& itsBody;
@@ -102,6 +102,7 @@ private:
     std::size_t itsTilePart = 0;
     bool itsIsCut = false; ///< packets are missing or not wanted
     bool itsHasDeparted = false;
+    bool itsIsTruncated = false; ///< its data end before the last packet that is wanted
 };
 
 } // namespace j2k

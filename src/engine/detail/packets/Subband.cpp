@@ -182,7 +182,7 @@ void Subband::Depart(std::uint32_t theColumn, std::uint32_t theRow, const char* 
         "Code-block " + std::to_string(theColumn) + ", " + std::to_string(theRow) + " of subband " +
             NameBand(itsBand) + " at resolution " + std::to_string(itsResolution->GetLevel()) + " in tile " +
             std::to_string(itsTile->GetIndex()) + ": " + theFinding,
-        itsTile->GetBody().GetOffset(aPiece.itsPosition));
+        itsTile->GetBody().GetOffset(aPiece.itsPosition), Reports::Effect::Damage);
 }
 
 void Subband::NoteBitPlanes(std::uint32_t theBitPlanes)
