@@ -2,6 +2,7 @@
 #include "decoding/Decoder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "codecs/sources/CompressedSources.h"
@@ -134,7 +135,7 @@ bool Decoder::WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) co
     }
     // In thousandths, and nothing that is missing or there is rounded away.
     const double aShare = static_cast<double>(theMissing) / static_cast<double>(theTotal);
-    const int aRounded = static_cast<int>(aShare * 1000 + 0.5);
+    const int aRounded = static_cast<int>(std::lround(aShare * 1000));
     const int aTenths = theMissing == 0 ? 0 : theMissing == theTotal ? 1000 : std::clamp(aRounded, 1, 999);
     Warn(WarningIdentifier::kTruncated, "the data end early: " + std::to_string(aTenths / 10) + "." +
                                             std::to_string(aTenths % 10) + " % of the picture is missing");

@@ -8,7 +8,7 @@
 
 JPEGInputBuffer::JPEGInputBuffer() = default;
 JPEGInputBuffer::~JPEGInputBuffer() = default;
-JPEGInputBuffer& JPEGInputBuffer::operator=(JPEGInputBuffer&&) = default;
+JPEGInputBuffer& JPEGInputBuffer::operator=(JPEGInputBuffer&&) noexcept = default;
 
 std::unique_ptr<std::uint8_t[]> JPEGInputBuffer::Take()
 {

@@ -52,7 +52,7 @@ public:
     ~JPEGInputBuffer();
     JPEGInputBuffer(const JPEGInputBuffer&) = delete;
     JPEGInputBuffer& operator=(const JPEGInputBuffer&) = delete;
-    JPEGInputBuffer& operator=(JPEGInputBuffer&&);
+    JPEGInputBuffer& operator=(JPEGInputBuffer&&) noexcept;
 
     /// Gives up the bytes of the most recent fill, in a buffer that the caller owns from now on; null when
     /// they are gone already. Ends keeping.
