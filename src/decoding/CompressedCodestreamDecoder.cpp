@@ -8,6 +8,7 @@
 #include "decoding/DecoderFactory.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
+#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 /// Bytes already pulled from the stream, with their owner: a buffer, or the codec that did.
@@ -108,13 +109,21 @@ CompressedCodestreamDecoder::OpenedFrame CompressedCodestreamDecoder::Open(unsig
                                                                            std::uint8_t* theHandOverBuffer,
                                                                            int theHandOverBytes)
 {
+    itsIsRecovered = false;
     Codec aCodec = OpenCodec({std::unique_ptr<std::uint8_t[]>(theHandOverBuffer), theHandOverBytes});
-    if (IsLosslessPrecisionHidden(*aCodec))
+    if (IsLosslessPrecisionHidden(*aCodec) || (IsReduced(*aCodec) && IsByMeaning()))
     {
-        // Not hidden a second time: the bits stored are no longer 8.
+        // Not hidden a second time: the bits stored are no longer fewer.
         itsBitsStored = aCodec->GetPrecision();
+        if (itsTransferSyntaxUID != TransferSyntaxType::TSJPEG57UID)
+        {
+            itsTransferSyntaxUID = TransferSyntaxType::TSJPEG70UID;
+        }
         aCodec = OpenCodec(HandOver::From(std::move(aCodec.itsDecoder)));
+        itsIsRecovered = true;
     }
+    SettleDepth(*aCodec);
+    itsOutputSize = theOutputSize;
     if (!CodestreamHeaderRead(*aCodec))
     {
         throw StreamIOException("CompressedStreamDecoder::Decode:  CodestreamHeaderRead returned false "
@@ -122,9 +131,9 @@ CompressedCodestreamDecoder::OpenedFrame CompressedCodestreamDecoder::Open(unsig
                                 DLRC_TERMINATED_BY_SUBCLASS, 0);
     }
     SettleSign(*aCodec);
-    CheckOutputSize(*aCodec, theOutputSize);
+    CheckOutputSize(*aCodec, itsOutputSize);
     aCodec.itsRow->CheckLength(*aCodec, theFrameLength);
-    return {std::move(aCodec.itsDecoder), theFrameLength, theOutputSize};
+    return {std::move(aCodec.itsDecoder), theFrameLength, itsOutputSize};
 }
 
 void CompressedCodestreamDecoder::Decode(OpenedFrame theFrame, void* theOutput)
@@ -180,6 +189,7 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::OpenCodec(HandOv
     HandOver aHandOver = HandOver::From(std::move(aCodec.itsDecoder));
     aCodec = CreateCodec(aUID, aBitsStored);
     SetSource(*aCodec, std::move(aHandOver));
+    itsIsRecovered = true;
     return aCodec;
 }
 
@@ -200,7 +210,8 @@ bool CompressedCodestreamDecoder::FindReplacement(const RWCString& theText, RWCS
     // A text that names two precisions is taken as the first one found in this order.
     if (aSays("precision 12"))
     {
-        theBitsStored = itsBitsStored < 9 ? 12 : itsBitsStored;
+        // By contract the bits of the data set count even where the transfer syntax then refuses them.
+        theBitsStored = itsBitsStored < 9 || IsByMeaning() ? 12 : itsBitsStored;
         theUID = TransferSyntaxType::TSJPEG51UID;
         return true;
     }
@@ -225,6 +236,43 @@ bool CompressedCodestreamDecoder::IsLosslessPrecisionHidden(const Decoder& theCo
     return (itsTransferSyntaxUID == TransferSyntaxType::TSJPEG70UID ||
             itsTransferSyntaxUID == TransferSyntaxType::TSJPEG57UID) &&
            theCodec.GetPrecision() >= 13 && itsBitsStored == 8;
+}
+
+bool CompressedCodestreamDecoder::IsByMeaning() const
+{
+    return itsReadingContext != nullptr && itsReadingContext->IsByMeaning();
+}
+
+// Lossless samples of more bits than the build has lose the lowest ones; frames of other processes are
+// refused by such a build.
+bool CompressedCodestreamDecoder::IsReduced(const Decoder& theCodec)
+{
+    return theCodec.GetPrecision() > theCodec.GetRecommendedBitsStoredPerSample();
+}
+
+// The depth of a frame that another codec had to take over: told, and by meaning written down.
+void CompressedCodestreamDecoder::SettleDepth(const Decoder& theCodec)
+{
+    const bool isReduced = IsReduced(theCodec);
+    if ((!itsIsRecovered && !isReduced) || itsReadingContext == nullptr)
+    {
+        return;
+    }
+    std::int32_t aStated = 0;
+    itsDICOMDataObject->GetInteger(DICOMTags::BitsStored, aStated);
+    const RWCString aText = "the data set says " + std::to_string(aStated) + " bits stored, the frame has " +
+                            std::to_string(theCodec.GetPrecision());
+    itsReadingContext->Warn(WarningIdentifier::kDepth,
+                            aText + (isReduced ? ": the lowest ones are lost" : ": none is lost"));
+    if (itsIsRecovered && IsByMeaning())
+    {
+        const MVRFactory aFactory(itsDICOMDataObject->GetDataDictionary(), itsDICOMDataObject->GetEndian(),
+                                  VR::GetDefaultMemoryAllocater());
+        const auto aBits = static_cast<std::uint16_t>(theCodec.GetPrecision());
+        itsDICOMDataObject->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBits));
+        itsDICOMDataObject->ReplaceVR(
+            aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBits - 1)));
+    }
 }
 
 void CompressedCodestreamDecoder::SettleSign(Decoder& theCodec)

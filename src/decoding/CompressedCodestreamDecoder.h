@@ -16,7 +16,8 @@ class kdu_compressed_source;
 /// was consumed: all at once with Decode, or in two steps with memory taken in between (Open, then Decode
 /// of the opened frame). When a JPEG stream's real precision contradicts what was announced, the codec is
 /// replaced by the right one and the bytes already read go along, so that the stream is never read
-/// twice. Stream and data set are borrowed. Not thread-safe: one driver, one thread.
+/// twice. By meaning so are lossless frames of more bits than the announced codec has. Stream and data set
+/// are borrowed. Not thread-safe: one driver, one thread.
 class QUORIX_API CompressedCodestreamDecoder
 {
 public:
@@ -94,11 +95,19 @@ public:
     /// The context that codecs are given; borrowed, null (which it is until set) for none.
     void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
 
+    /// Whether the frame opened last is decoded by another codec than the announced one. By meaning Bits
+    /// Stored and High Bit of the data set are the frame's then.
+    bool IsRecovered() const { return itsIsRecovered; }
+
     /// Whether the codec of the last Decode could deliver either sign; false before.
     bool IsDecoderSupportedOutputPixelSignConversion() const
     {
         return itsDecoderSupportsOutputPixelSignConversion;
     }
+
+protected:
+    /// Another size of the output than Open was told, for CodestreamHeaderRead.
+    void SetOutputSize(std::uint64_t theSize) { itsOutputSize = theSize; }
 
 private:
     struct HandOver;
@@ -109,6 +118,9 @@ private:
     void SetSource(Decoder& theCodec, HandOver theHandOver);
     bool FindReplacement(const RWCString& theText, RWCString& theUID, int& theBitsStored) const;
     bool IsLosslessPrecisionHidden(const Decoder& theCodec) const;
+    bool IsByMeaning() const;
+    static bool IsReduced(const Decoder& theCodec);
+    void SettleDepth(const Decoder& theCodec);
     void SettleSign(Decoder& theCodec);
     void CheckOutputSize(const Decoder& theCodec, std::uint64_t theOutputSize) const;
 
@@ -124,4 +136,6 @@ private:
     bool itsDecoderSupportsOutputPixelSignConversion = false;
     ReadingContext* itsReadingContext = nullptr;
     bool itsHasLost = false;
+    std::uint64_t itsOutputSize = 0; ///< of the frame being opened
+    bool itsIsRecovered = false;
 };

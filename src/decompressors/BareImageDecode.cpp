@@ -120,6 +120,12 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
     }
     itsLookAhead.emplace(*itsSource);
     theCodec.SetSource(itsDataSet, *itsLookAhead);
+    if (theCodec.GetPrecision() > theCodec.GetRecommendedBitsStoredPerSample())
+    {
+        itsReadingContext.Warn(WarningIdentifier::kDepth,
+                               "a bare stream is taken for one of 8 bits stored, the frame has " +
+                                   std::to_string(theCodec.GetPrecision()) + ": the lowest ones are lost");
+    }
     if (itsDataSet != nullptr)
     {
         Optional([this] { itsDataSet->ReservePrivateBlock(PrivateElements::Creator); });
@@ -253,6 +259,13 @@ void BareImageDecode::Describe(const Decoder& theCodec)
 /// The codec writes down everything else that is new about the pixels.
 void BareImageDecode::DescribeDepth()
 {
+    if (itsDataSetBitsStored != 0 && itsDataSetBitsStored != itsBitsStored)
+    {
+        itsReadingContext.Warn(WarningIdentifier::kDepth,
+                               "the data set says " + std::to_string(itsDataSetBitsStored) +
+                                   " bits stored, the frame has " + std::to_string(itsBitsStored) +
+                                   ": none is lost");
+    }
     const MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
                               VR::GetDefaultMemoryAllocater());
     const auto aBitsStored = static_cast<std::uint16_t>(itsBitsStored);

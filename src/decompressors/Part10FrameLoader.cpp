@@ -44,17 +44,27 @@ bool IsNativeOrder(bool isLittleEndian)
 class Part10FrameLoader::Driver final : public CompressedCodestreamDecoder
 {
 public:
-    Driver(const Part10FrameLoader& theLoader, const Frame& theFrame, InputStream& theStream)
+    Driver(const Part10FrameLoader& theLoader, Frame& theFrame, InputStream& theStream)
         : CompressedCodestreamDecoder(theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(),
                                       theFrame.itsAttributes.itsBitsStored, theStream,
                                       theLoader.itsFrontEnd.GetDataSet(),
-                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST)
+                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST),
+          itsFrame(theFrame), itsIsByMeaning(theLoader.itsFrontEnd.GetReadingContext().IsByMeaning())
     {
     }
 
     bool CodestreamHeaderRead(Decoder& theDecoder) override
     {
         itsDepth = std::min(theDecoder.GetPrecision(), theDecoder.GetRecommendedBitsStoredPerSample());
+        Part10ImageAttributes& anImage = itsFrame.itsAttributes;
+        if (itsIsByMeaning && IsRecovered() &&
+            theDecoder.GetBitsAllocatedPerSample() > anImage.itsBitsAllocated)
+        {
+            // The data set is wrong about the bits; its rows and columns still bound the frame.
+            anImage.itsBitsAllocated = theDecoder.GetBitsAllocatedPerSample();
+            itsFrame.itsSize = anImage.GetFrameSize(Renderable::RGB);
+            SetOutputSize(itsFrame.itsSize);
+        }
         return true;
     }
 
@@ -62,6 +72,8 @@ public:
     int GetDepth() const { return itsDepth; }
 
 private:
+    Frame& itsFrame;
+    bool itsIsByMeaning;
     int itsDepth = 0;
 };
 

@@ -98,6 +98,22 @@ Bytes TwoYBR()
     return RleFrame({{100, 200}, {90, 128}, {160, 128}});
 }
 
+/// 1 × 2 grey pixels of so many bits, JPEG, under a data set that has other bits.
+Bytes DeepJpeg(const char* theUID, JpegSpec::Process theProcess, int thePrecision, int theStored,
+               int theAllocated, const std::vector<std::uint16_t>& theSamples)
+{
+    JpegSpec aSpec;
+    aSpec.itsProcess = theProcess;
+    aSpec.itsPrecision = thePrecision;
+    aSpec.itsWidth = static_cast<int>(theSamples.size());
+    aSpec.itsHeight = 1;
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theUID);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 1, static_cast<std::uint16_t>(aSpec.itsWidth),
+                                static_cast<std::uint16_t>(theAllocated),
+                                static_cast<std::uint16_t>(theStored));
+    return aBuilder.AddEncapsulatedPixelData({Even(MakeJpeg(aSpec, theSamples))}).Build();
+}
+
 /// What comes of a file in one reading.
 struct Expected
 {
@@ -442,6 +458,46 @@ std::vector<Row> MakeRows()
          "",
          {},
          true},
+        {"lossless of 12 bits, 8 stored and allocated",
+         DeepJpeg(TransferSyntaxType::TSJPEG70UID, JpegSpec::Process::LOSSLESS, 12, 8, 8, {0x123, 0xfed}),
+         0,
+         {0, {0x12, 0xfe}, "MONOCHROME2 8/8/7", {"depth@0"}},
+         {0, {0x23, 1, 0xed, 0xf}, "MONOCHROME2 16/12/11", {"depth@0"}}},
+        {"lossless of 16 bits, 8 stored",
+         DeepJpeg(TransferSyntaxType::TSJPEG57UID, JpegSpec::Process::LOSSLESS, 16, 8, 16, {0x1234, 0xfedc}),
+         0,
+         {0, {0x34, 0x12, 0xdc, 0xfe}, "MONOCHROME2 16/8/7", {"depth@0"}},
+         {0, {0x34, 0x12, 0xdc, 0xfe}, "MONOCHROME2 16/16/15", {"depth@0"}}},
+        {"lossless of 16 bits under .51",
+         DeepJpeg(TransferSyntaxType::TSJPEG51UID, JpegSpec::Process::LOSSLESS, 16, 12, 16, {0x1234, 0xfedc}),
+         0,
+         {0, {0x23, 1, 0xed, 0xf}, "MONOCHROME2 16/12/11", {"depth@0"}},
+         {0, {0x34, 0x12, 0xdc, 0xfe}, "MONOCHROME2 16/16/15", {"depth@0"}}},
+        {"lossless of 9 bits under .50",
+         DeepJpeg(kBaseline, JpegSpec::Process::LOSSLESS, 9, 8, 8, {0x123, 0x1ff}),
+         0,
+         {0, {0x91, 0xff}, "MONOCHROME2 8/8/7", {"depth@0"}},
+         {0, {0x23, 1, 0xff, 1}, "MONOCHROME2 16/9/8", {"depth@0"}}},
+        {"DCT of 12 bits, 8 stored",
+         DeepJpeg(TransferSyntaxType::TSJPEG51UID, JpegSpec::Process::EXTENDED, 12, 8, 16,
+                  std::vector<std::uint16_t>(8, 0x7f0)),
+         0,
+         {0, {0xf0, 7}, "MONOCHROME2 16/8/7", {"depth@0"}},
+         {0, {0xf0, 7}, "MONOCHROME2 16/12/11 lossy", {"depth@0"}}},
+        {"DCT of 12 bits, 8 allocated",
+         DeepJpeg(kBaseline, JpegSpec::Process::EXTENDED, 12, 8, 8, std::vector<std::uint16_t>(8, 0x7f0)),
+         0,
+         {62, {}, "", {"depth@0"}},
+         {0, {0xf0, 7}, "MONOCHROME2 16/12/11 lossy", {"depth@0"}}},
+        {"bare lossless of 12 bits, 8 stored",
+         MakeJpeg(
+             {.itsWidth = 2, .itsHeight = 1, .itsPrecision = 12, .itsProcess = JpegSpec::Process::LOSSLESS},
+             {0x123, 0xfed}),
+         0,
+         {0, {0x12, 0xfe}, "MONOCHROME2 8/8/7", {"depth@0"}},
+         {0, {0x23, 1, 0xed, 0xf}, "MONOCHROME2 16/12/11", {"depth@0"}},
+         TransferSyntaxType::TSJPEG70UID,
+         [](DataSet& theDataSet) { theDataSet.SetGrey(1, 2, 8, 8); }},
         {"RLE labelled YBR_FULL_422",
          Encapsulated(kRLE, {.itsWidth = 2, .itsHeight = 1, .itsComponents = 3}, "YBR_FULL_422", {TwoYBR()}),
          0,

@@ -34,11 +34,12 @@ struct WarningIdentifier
         "colour-label";                          ///< Photometric Interpretation is not what the pixels are
     static constexpr const char* kSign = "sign"; ///< codestream and data set contradict each other
     static constexpr const char* kNonconformant =
-        "nonconformant"; ///< a rule was broken, and what was meant is clear
+        "nonconformant";                           ///< a rule was broken, and what was meant is clear
+    static constexpr const char* kDepth = "depth"; ///< the frame has other bits than the data set says
 
     /// All of them.
     static constexpr const char* kAll[] = {
-        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant,
+        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth,
     };
 };
 
