@@ -276,13 +276,19 @@ void BareImageDecode::DescribeDepth()
 
 std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
 {
+    const bool isByMeaning = itsReadingContext.IsByMeaning();
     if (itsLossy || itsForcedLossless)
     {
-        return itsDataSet->GetLossyImageCompressionRatio(
+        const int aRatio = itsDataSet->GetLossyImageCompressionRatio(
             TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(itsUID), 0, 0, true);
+        if (aRatio > 0 || !isByMeaning)
+        {
+            return aRatio;
+        }
     }
-    // A codec that cannot reduce reports 1; the ratio deliberately follows the request all the same.
-    const int aScaleFactor = itsRow->itsCanReduce ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();
+    // A codec that cannot reduce reports 1; by contract the ratio follows the request all the same.
+    const bool isReduced = itsRow->itsCanReduce || isByMeaning;
+    const int aScaleFactor = isReduced ? theCodec.GetScaleFactor() : itsRequest.getScaleFactor();
     return CompressionRatio::Calculate(itsRenderable->getPixelDataSize(), aScaleFactor,
                                        theCodec.GetTotalBytesRead());
 }

@@ -174,6 +174,10 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
 void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
 {
     theFrame.itsCompressedSize = ReadNativeBytes(theFrame, theFrameIndex);
+    if (theFrame.itsScaleFactor > 1)
+    {
+        SettleScale(theFrame);
+    }
     if (HasForeignWords())
     {
         SettleByteOrder(theFrame);
@@ -216,7 +220,10 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
         }
     }
     SettleInterpretation(theFrame);
-    theFrame.itsCompressedSize = aDriver.GetTotalBytesRead();
+    // What the announced codec had read is not among the bytes of the one that took over.
+    const bool isWholeFrame = aDriver.IsRecovered() && itsFrontEnd.GetReadingContext().IsByMeaning();
+    theFrame.itsCompressedSize =
+        isWholeFrame ? itsCompressedFrames->GetCurrentFrameLength() : aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();
     theFrame.itsAttributes.itsPlanar = false;
 }
@@ -291,6 +298,18 @@ void Part10FrameLoader::SettleColourDepth(Frame& theFrame, int theDepth)
     const int aTop = std::max(theFrame.itsAttributes.itsBitsStored, theFrame.itsAttributes.itsHighBit + 1);
     const bool isWrong = theDepth < aTop || (theDepth > 8 && theFrame.itsAttributes.itsBitsStored <= 8);
     theFrame.itsColourDepth = isWrong ? theDepth : 0;
+}
+
+/// Native pixels are never reduced. By contract the record says that they were.
+void Part10FrameLoader::SettleScale(Frame& theFrame) const
+{
+    ReadingContext& aContext = itsFrontEnd.GetReadingContext();
+    aContext.Warn(WarningIdentifier::kScale,
+                  "a reduced image was asked for, native pixels have their full size");
+    if (aContext.IsByMeaning())
+    {
+        theFrame.itsScaleFactor = 1;
+    }
 }
 
 bool Part10FrameLoader::HasForeignWords() const

@@ -133,7 +133,8 @@ struct Row
     Expected itsByMeaning;
     RWCString itsBareUID{};                      ///< of a bare stream
     std::function<void(DataSet&)> itsDescribe{}; ///< fills the data set of a bare stream
-    bool itsIsUnsigned = false;                  ///< unsigned samples are asked for
+    int itsScale = 1;
+    bool itsIsUnsigned = false; ///< unsigned samples are asked for
 };
 
 Outcome Run(const Row& theRow, Reading theReading)
@@ -141,6 +142,7 @@ Outcome Run(const Row& theRow, Reading theReading)
     Wish aWish;
     aWish.itsFrameIndex = theRow.itsFrame;
     aWish.itsReading = theReading;
+    aWish.itsScaleFactor = theRow.itsScale;
     aWish.itsUnsigned = theRow.itsIsUnsigned;
     DataSet aDataSet;
     if (theRow.itsBareUID.empty())
@@ -168,7 +170,8 @@ std::string Words(const Renderable& theImage)
                Renderable::photometricInterpretationTypeToString(theImage.getPhotometricInterpretation())) +
            " " + std::to_string(theImage.getBitsAllocated()) + "/" +
            std::to_string(theImage.getBitsStored()) + "/" + std::to_string(theImage.getHighBit()) +
-           (theImage.isSigned() ? " signed" : "") + (theImage.isLossyImageCompression() ? " lossy" : "");
+           (theImage.isSigned() ? " signed" : "") + (theImage.getScaleFactor() != 1 ? " scaled" : "") +
+           (theImage.isLossyImageCompression() ? " lossy" : "");
 }
 
 void Check(const Row& theRow, Reading theReading)
@@ -457,6 +460,7 @@ std::vector<Row> MakeRows()
           {"sign@0"}},
          "",
          {},
+         1,
          true},
         {"lossless of 12 bits, 8 stored and allocated",
          DeepJpeg(TransferSyntaxType::TSJPEG70UID, JpegSpec::Process::LOSSLESS, 12, 8, 8, {0x123, 0xfed}),
@@ -498,6 +502,14 @@ std::vector<Row> MakeRows()
          {0, {0x23, 1, 0xed, 0xf}, "MONOCHROME2 16/12/11", {"depth@0"}},
          TransferSyntaxType::TSJPEG70UID,
          [](DataSet& theDataSet) { theDataSet.SetGrey(1, 2, 8, 8); }},
+        {"native pixels asked for at a quarter",
+         Grey8(),
+         0,
+         {0, Counting(6), "MONOCHROME2 8/8/7 scaled", {"scale@0"}},
+         {0, Counting(6), "MONOCHROME2 8/8/7", {"scale@0"}},
+         "",
+         {},
+         3},
         {"RLE labelled YBR_FULL_422",
          Encapsulated(kRLE, {.itsWidth = 2, .itsHeight = 1, .itsComponents = 3}, "YBR_FULL_422", {TwoYBR()}),
          0,
@@ -548,6 +560,45 @@ TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
         }
     }
     EXPECT_EQ(aDocumented, aProvoked);
+}
+
+TEST(Reading, RatiosAreThoseOfTheWholeFrame)
+{
+    const auto aRatios = [](const auto& theDecode)
+    {
+        const auto aRatio = [&](Reading theReading)
+        {
+            const Outcome anOutcome = theDecode({.itsReading = theReading});
+            return anOutcome.Image() != nullptr ? anOutcome.Image()->getCompressionRatio() : -1;
+        };
+        return std::pair(aRatio(Reading::BY_CONTRACT), aRatio(Reading::BY_MEANING));
+    };
+    JpegSpec aSpec{
+        .itsWidth = 64, .itsHeight = 64, .itsPrecision = 12, .itsProcess = JpegSpec::Process::EXTENDED};
+    const Bytes aDeep = Even(MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100})));
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, TransferSyntaxType::TSJPEG51UID);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 64, 64, 16, 8);
+    const Bytes aFile = aBuilder.AddEncapsulatedPixelData({aDeep}).Build();
+    const auto aWhole = static_cast<int>(64.0 * 64 * 2 / static_cast<double>(aDeep.size()) + 0.5);
+    EXPECT_EQ(aRatios([&](Wish theWish) { return RunPart10(aFile, nullptr, theWish); }),
+              std::pair(0, aWhole));
+
+    const Bytes aJpeg = MakeJpeg({.itsWidth = 64, .itsHeight = 64},
+                                 MakeFlatSamples({.itsWidth = 64, .itsHeight = 64}, {100}));
+    const auto aBare = static_cast<int>(64.0 * 64 / static_cast<double>(aJpeg.size()) + 0.5);
+    const auto aDecode = [&](Wish theWish)
+    {
+        DataSet aDataSet;
+        return RunBareImage(aJpeg, kBaseline, &aDataSet, theWish);
+    };
+    EXPECT_EQ(aRatios(aDecode), std::pair(0, aBare));
+    EXPECT_EQ(aRatios(
+                  [](Wish theWish)
+                  {
+                      theWish.itsScaleFactor = 3;
+                      return RunPart10(Grey8(), nullptr, theWish);
+                  }),
+              std::pair(16, 1));
 }
 
 TEST(Reading, DamageIsToldByFrameAndPrintedByContractOnly)

@@ -59,6 +59,7 @@ private:
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);
     void SettleDecodedSize(Frame& theFrame) const;
     void SettleInterpretation(Frame& theFrame) const;
+    void SettleScale(Frame& theFrame) const;
     bool HasForeignWords() const;
     void SettleByteOrder(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;

@@ -36,10 +36,11 @@ struct WarningIdentifier
     static constexpr const char* kNonconformant =
         "nonconformant";                           ///< a rule was broken, and what was meant is clear
     static constexpr const char* kDepth = "depth"; ///< the frame has other bits than the data set says
+    static constexpr const char* kScale = "scale"; ///< not reduced as asked for, and called so by contract
 
     /// All of them.
     static constexpr const char* kAll[] = {
-        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth,
+        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth, kScale,
     };
 };
 
