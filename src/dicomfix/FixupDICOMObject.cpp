@@ -121,6 +121,15 @@ bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theD
                                                            bool isMarkedReconstituted,
                                                            DecompressionResult& /*theResult*/)
 {
+    return FixupDICOMObjectFromRenderable(theDataSet, theRenderable, theFactory, thePixelVR, theCompression,
+                                          isMarkedReconstituted, Reading::BY_CONTRACT);
+}
+
+bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet,
+                                                           Renderable* theRenderable, MVRFactory& theFactory,
+                                                           VR* thePixelVR, const RWCString& theCompression,
+                                                           bool isMarkedReconstituted, Reading theReading)
+{
     if (theDataSet == nullptr || theRenderable == nullptr)
     {
         throw DLRuntimeException(
@@ -132,10 +141,16 @@ bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theD
     FixSamplesPerPixel(*theDataSet, *theRenderable, theFactory);
     if (!theCompression.empty())
     {
-        LossyHistory(*theDataSet, theFactory, theCompression, theRenderable->getCompressionRatio()).Write();
+        LossyHistory(*theDataSet, theFactory, theCompression, theRenderable->getCompressionRatio(),
+                     theReading)
+            .Write();
     }
     if (isMarkedReconstituted)
     {
+        if (theReading == Reading::BY_MEANING)
+        {
+            ReconstitutionMark::Remove(*theDataSet);
+        }
         ReconstitutionMark::Write(*theDataSet, theFactory);
     }
     ReconstitutionMark::RemoveLosslessFlag(*theDataSet);

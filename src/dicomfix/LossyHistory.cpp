@@ -19,6 +19,12 @@ constexpr DICOMTag kValueRangeTags[] = {
     DICOMTags::SmallestImagePixelValueInPlane, DICOMTags::LargestImagePixelValueInPlane,
 };
 
+RWCString LastValue(const RWCString& theText)
+{
+    const std::size_t aBackslash = theText.rfind('\\');
+    return aBackslash == RWCString::npos ? theText : theText.substr(aBackslash + 1);
+}
+
 RWCString ToUpper(RWCString theText)
 {
     const auto upper = [](char theLetter)
@@ -29,8 +35,8 @@ RWCString ToUpper(RWCString theText)
 } // namespace
 
 LossyHistory::LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFactory,
-                           const RWCString& theCompression, int theRatio)
-    : itsDataSet(theDataSet), itsFactory(theFactory), itsRatio(theRatio)
+                           const RWCString& theCompression, int theRatio, Reading theReading)
+    : itsDataSet(theDataSet), itsFactory(theFactory), itsRatio(theRatio), itsReading(theReading)
 {
     const RWCString aKind = ToUpper(theCompression);
     for (const CompressionTerms* aTerms : LossyCompressions::kAll)
@@ -81,16 +87,25 @@ void LossyHistory::WriteMethod()
         return;
     }
     const RWCString aBefore = GetText(DICOMTags::LossyImageCompressionMethod);
+    if (IsTold(LastValue(aBefore), itsTerms.itsMethod))
+    {
+        return;
+    }
     ReplaceText(DICOMTags::LossyImageCompressionMethod,
                 aBefore + (aBefore.empty() ? "" : "\\") + itsTerms.itsMethod);
 }
 
 void LossyHistory::WriteImageType(const RWCString& theDerivedType)
 {
+    const RWCString aToken = itsTerms.itsShortName + RWCString("LOSSY");
+    if (IsTold(LastValue(theDerivedType), aToken))
+    {
+        ReplaceText(DICOMTags::ImageType, theDerivedType);
+        return;
+    }
     // Our token is the fourth value or later; an image type of two values gets an empty third.
     const auto aBackslashes = std::count(theDerivedType.begin(), theDerivedType.end(), '\\');
-    ReplaceText(DICOMTags::ImageType,
-                theDerivedType + (aBackslashes < 2 ? "\\" : "") + "\\" + itsTerms.itsShortName + "LOSSY");
+    ReplaceText(DICOMTags::ImageType, theDerivedType + (aBackslashes < 2 ? "\\" : "") + "\\" + aToken);
 }
 
 void LossyHistory::WriteDerivation()
@@ -107,6 +122,11 @@ void LossyHistory::WriteRatio()
         return;
     }
     const RWCString aBefore = GetText(DICOMTags::LossyImageCompressionRatio);
+    const int aLast = itsDataSet.GetLossyImageCompressionRatio(nullptr, 0, 0, true);
+    if (IsTold(std::to_string(aLast), std::to_string(itsRatio)))
+    {
+        return;
+    }
     ReplaceText(DICOMTags::LossyImageCompressionRatio,
                 aBefore + (aBefore.empty() ? "" : "\\") + std::to_string(itsRatio));
 }
@@ -119,7 +139,7 @@ void LossyHistory::WriteSourceImage()
     {
         anInstanceUID = GetText(DICOMTags::SOPInstanceUID);
     }
-    if (aClassUID.empty() || anInstanceUID.empty())
+    if (aClassUID.empty() || anInstanceUID.empty() || IsSourceTold(anInstanceUID))
     {
         return;
     }
@@ -129,6 +149,21 @@ void LossyHistory::WriteSourceImage()
     anItem.ReplaceVR(itsFactory.CreateUID(DICOMTags::SOPInstanceUID, anInstanceUID));
     EnsureSourceSequence();
     itsDataSet.AddSequenceItem(DICOMTags::SourceImageSequence, anItem);
+}
+
+bool LossyHistory::IsSourceTold(const RWCString& theInstanceUID) const
+{
+    const std::size_t aCount = itsDataSet.GetSequenceItemCount(DICOMTags::SourceImageSequence);
+    RWCString aLast;
+    return aCount > 0 &&
+           itsDataSet.GetSequenceItemString(DICOMTags::SourceImageSequence, aCount - 1,
+                                            DICOMTags::SOPInstanceUID, aLast) &&
+           IsTold(aLast, theInstanceUID);
+}
+
+bool LossyHistory::IsTold(const RWCString& theLast, const RWCString& theValue) const
+{
+    return itsReading == Reading::BY_MEANING && theLast == theValue;
 }
 
 void LossyHistory::EnsureSourceSequence()

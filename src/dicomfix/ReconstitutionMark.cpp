@@ -12,6 +12,13 @@ void ReconstitutionMark::Write(DICOMDataObject& theDataSet, const MVRFactory& th
                                                                PrivateElements::ReconstImageFlag, 1));
 }
 
+void ReconstitutionMark::Remove(DICOMDataObject& theDataSet)
+{
+    while (theDataSet.RemovePrivateVR(PrivateElements::Creator, PrivateElements::ReconstImageFlag) != nullptr)
+    {
+    }
+}
+
 void ReconstitutionMark::RemoveLosslessFlag(DICOMDataObject& theDataSet)
 {
     theDataSet.RemovePrivateVR(PrivateElements::Creator, PrivateElements::LosslessCmpFlag);

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 
 class DICOMDataObject;
 class DecompressionResult;
@@ -107,6 +108,13 @@ public:
                                                MVRFactory& theFactory, VR* thePixelVR,
                                                const RWCString& theCompression, bool isMarkedReconstituted,
                                                DecompressionResult& theResult);
+
+    /// The same in either reading. By meaning a history that the data set tells already, of an earlier decode
+    /// into it or as the file has it, is not told again, and there is one reconstitution mark.
+    static bool FixupDICOMObjectFromRenderable(DICOMDataObject* theDataSet, Renderable* theRenderable,
+                                               MVRFactory& theFactory, VR* thePixelVR,
+                                               const RWCString& theCompression, bool isMarkedReconstituted,
+                                               Reading theReading);
 
     /// Moves the colour palette from the attributes into the data set's palette objects; a channel that
     /// makes no sense becomes null. All palette attributes are removed.

@@ -14,6 +14,7 @@ namespace
 constexpr int NONE = DataSet::kNone;
 constexpr const char* ABSENT = "(absent)";
 constexpr DICOMTag kSources = DICOMTags::SourceImageSequence;
+constexpr std::uint16_t kPrivateGroup = 0x1021;
 constexpr const char* kClass = "1.2.840.10008.5.1.4.1.1.2";
 constexpr std::uint16_t kValueRangeElements[] = {0x0106, 0x0107, 0x0108, 0x0109, 0x0110, 0x0111};
 
@@ -35,6 +36,14 @@ struct Fixup
         EXPECT_TRUE(DecompressionLibUtils::FixupDICOMObjectFromRenderable(
             &theSet, itsImage.get(), aFactory, thePixelVR, theCompression, theMark,
             reinterpret_cast<DecompressionResult&>(aStorage)));
+    }
+
+    /// A lossy image marked as ours, in this reading.
+    void RunMarked(DataSet& theSet, Reading theReading)
+    {
+        MVRFactory aFactory = theSet.Factory();
+        EXPECT_TRUE(DecompressionLibUtils::FixupDICOMObjectFromRenderable(&theSet, itsImage.get(), aFactory,
+                                                                          nullptr, "JPG", true, theReading));
     }
 
     CountingAllocator itsAllocator;
@@ -329,6 +338,32 @@ TEST(FixupDICOMObject, SourceImageJoinsThoseThatAreThereAndReplacesWhatIsNoSeque
     another.ReplaceVR(another.Factory().CreateString(kSources, VR::MakeTypeCode('L', 'O'), "text"));
     Fixup().Run(another, "JPG");
     EXPECT_EQ(another.GetSequenceItemCount(kSources), 1u);
+}
+
+TEST(FixupDICOMObject, WhatIsToldAlreadyIsToldOnceByMeaning)
+{
+    for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+    {
+        const bool isTwice = aReading == Reading::BY_CONTRACT;
+        SCOPED_TRACE(isTwice);
+        Instance aSet;
+        Fixup().RunMarked(aSet, aReading);
+        // What the next file brings into the data set: a description of its own, and a block of ours
+        // elsewhere.
+        aSet.SetText(DICOMTags::DerivationDescription, "cropped");
+        aSet.ReplaceVR(
+            aSet.Factory().CreateString({kPrivateGroup, 0x10}, VR::MakeTypeCode('L', 'O'), "QUORIX0"));
+        Fixup().RunMarked(aSet, aReading);
+        const auto aTwice = [&](const std::string& theText, const std::string& theMore)
+        { return isTwice ? theText + "\\" + theMore : theText; };
+        EXPECT_EQ(aSet.Text(DICOMTags::ImageType), aTwice("DERIVED\\PRIMARY\\\\JPEG LOSSY", "JPEG LOSSY"));
+        EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionMethod), aTwice("ISO_10918_1", "ISO_10918_1"));
+        EXPECT_EQ(aSet.Text(DICOMTags::LossyImageCompressionRatio), aTwice("10", "10"));
+        EXPECT_EQ(aSet.GetSequenceItemCount(kSources), isTwice ? 2u : 1u);
+        EXPECT_EQ(aSet.PrivateNumber("ReconstImageFlag"), 1);
+        aSet.RemovePrivateVR("QUORIX0", "ReconstImageFlag");
+        EXPECT_EQ(aSet.PrivateNumber("ReconstImageFlag"), isTwice ? 1 : NONE);
+    }
 }
 
 TEST(FixupDICOMObject, SourceImageNeedsBothUIDs)

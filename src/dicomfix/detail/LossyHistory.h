@@ -3,6 +3,7 @@
 
 #include "dicomfix/CompressionTerms.h"
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 #include "toolkit/dicom/DICOMTag.h"
 
 class DICOMDataObject;
@@ -17,8 +18,9 @@ class LossyHistory
 public:
     /// theCompression: "JPG" or "JP2" in any case; another kind is recorded without its name. theRatio:
     /// compression ratio to one; below 1 when it is not known.
+    /// theReading: by meaning what stands at the end of a list already is not added to it once more.
     LossyHistory(DICOMDataObject& theDataSet, const MVRFactory& theFactory, const RWCString& theCompression,
-                 int theRatio);
+                 int theRatio, Reading theReading);
 
     /// Writes everything. A data set that carries our Derivation Description has been through this
     /// before: it gets nothing but the flag, the cleared value ranges and its Image Type.
@@ -33,6 +35,8 @@ private:
     void WriteRatio();
     void WriteSourceImage();
     void EnsureSourceSequence();
+    bool IsSourceTold(const RWCString& theInstanceUID) const;
+    bool IsTold(const RWCString& theLast, const RWCString& theValue) const;
 
     RWCString GetText(DICOMTag theTag) const;
     void ReplaceText(DICOMTag theTag, const RWCString& theValue);
@@ -40,5 +44,6 @@ private:
     DICOMDataObject& itsDataSet;
     const MVRFactory& itsFactory;
     int itsRatio;
+    Reading itsReading;
     CompressionTerms itsTerms{"", "", "", ""};
 };

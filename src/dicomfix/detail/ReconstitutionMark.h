@@ -15,6 +15,10 @@ public:
     /// Writes "ReconstImageFlag" with the value 1, in place of an earlier one.
     static void Write(DICOMDataObject& theDataSet, const MVRFactory& theFactory);
 
+    /// Removes every "ReconstImageFlag": a data set and the file that was read into it may each have a block
+    /// for it.
+    static void Remove(DICOMDataObject& theDataSet);
+
     /// Removes "LosslessCmpFlag", which is about the compressed pixels, when it is present.
     static void RemoveLosslessFlag(DICOMDataObject& theDataSet);
 

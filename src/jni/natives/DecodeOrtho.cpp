@@ -134,7 +134,7 @@ void OrthoDecode::PutIntoDataSet()
         anImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER : DLEndian::BIG_ENDIAN_ORDER);
     if (!DecompressionLibUtils::FixupDICOMObjectFromRenderable(itsDataSet, &anImage, aFactory, aPixels.get(),
                                                                GetCompression(), !itsLossless,
-                                                               itsCall.GetResult()))
+                                                               itsCall.GetReading()))
     {
         Fail(kDecodeToMemory + "the data set could not be brought in line with the decoded image");
         return;

@@ -20,6 +20,7 @@ struct DecodedFrame
     int itsSystemError = 0;
     RWCString itsMessage;
     std::vector<DecodeWarning> itsWarnings;
+    Reading itsReading = Reading::BY_MEANING;
     std::unique_ptr<Renderable> itsRenderable; ///< set exactly when the frame was decoded
 
     /// What was read of a DICOM input, made to describe the decoded pixels; null for bare images.

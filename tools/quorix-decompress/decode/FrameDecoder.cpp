@@ -109,6 +109,7 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     DMTickCounter aCounter;
     const std::unique_ptr<InputStream> aStream = itsSource.Open();
     const double anOpenTime = aCounter.Lap() * 1000.0;
+    theResult.itsReading = itsSettings.itsReading;
     ReadingContext aContext(itsSettings.itsReading);
     theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, aContext);
     theResult.itsWarnings = aContext.TakeWarnings();
@@ -144,6 +145,7 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     theResult.itsDataSet = std::make_unique<DICOMDataObject>();
     DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsSettings.itsScale,
                                   theResult.itsFrame, "", false);
+    theResult.itsReading = itsSettings.itsReading;
     aRequest.setReading(itsSettings.itsReading);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);

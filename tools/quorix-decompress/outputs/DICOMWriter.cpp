@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "decompressors/DecompressionResult.h"
 #include "outputs/OutputFile.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/dicom/MVRFactory.h"
@@ -86,10 +85,9 @@ void DICOMWriter::PrepareDataSet()
                      anImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER
                                                        : DLEndian::BIG_ENDIAN_ORDER,
                      anImage.getPixelData(), anImage.getPixelDataSize());
-    DecompressionResult aResult;
     const RWCString& aKind = itsFirst.itsCompressionKind;
     DecompressionLibUtils::FixupDICOMObjectFromRenderable(&aDataSet, &anImage, aFactory, &aPixels, aKind,
-                                                          !aKind.empty(), aResult);
+                                                          !aKind.empty(), itsFirst.itsReading);
     if (isBare)
     {
         // Not earlier: the lossy history would name this very image as its own source.
