@@ -5,6 +5,7 @@
 #include <random>
 
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/jpeg/detail/JPEGScanBudget.h"
 #include "support/LongRun.h"
 
 namespace
@@ -167,9 +168,19 @@ TEST_F(JPEGDamage, MissingComponentIsZero)
 // Each further scan of a progressive image costs a pass over all of it, for a dozen bytes.
 TEST_F(JPEGDamage, EndlessScansAreCutOff)
 {
+    const Bytes anEmptyScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
+    // A refinement by ends of bands alone: the code 0 and fourteen more bits are 16384 blocks without news.
+    Bytes anEndOfBands = {0xff, 0xc4, 0, 20, 0x10, 1};
+    anEndOfBands.resize(21);
+    anEndOfBands.insert(anEndOfBands.end(), {0xe0, 0xff, 0xda, 0, 8, 1, 1, 0, 1, 63, 0x10});
+    anEndOfBands.resize(anEndOfBands.size() + 30);
     // The side is written into the frame header; the data stays that of a small image.
-    for (const auto& [aSide, aScans, isTooMany] :
-         {std::tuple{16, 900, false}, {16, 1100, true}, {4000, 90, false}, {4000, 300, true}})
+    for (const auto& [aSide, aScans, aScan, isTooMany] : {std::tuple{16, 900, anEmptyScan, false},
+                                                          {16, 1100, anEmptyScan, true},
+                                                          {4000, 90, anEmptyScan, false},
+                                                          {4000, 300, anEmptyScan, true},
+                                                          {4000, 20, anEndOfBands, false},
+                                                          {4000, 300, anEndOfBands, true}})
     {
         JpegSpec aSpec{8, 8, 1, 8, Process::PROGRESSIVE};
         aSpec.itsEndOfImage = false;
@@ -178,7 +189,6 @@ TEST_F(JPEGDamage, EndlessScansAreCutOff)
         const auto aFrame = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
         aFrame[5] = aFrame[7] = static_cast<std::uint8_t>(aSide >> 8);
         aFrame[6] = aFrame[8] = static_cast<std::uint8_t>(aSide & 0xff);
-        const Bytes aScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
         for (int i = 0; i < aScans; ++i)
         {
             aJpeg.insert(aJpeg.end(), aScan.begin(), aScan.end());
@@ -186,8 +196,33 @@ TEST_F(JPEGDamage, EndlessScansAreCutOff)
         aJpeg.insert(aJpeg.end(), {0xff, 0xd9});
         ByteSource aSource(aJpeg);
         const bool isCutOff =
-            DecodeError(*MakeDecoder(8), aSource).find("bytes so far): Too many scans") != std::string::npos;
+            DecodeError(*MakeDecoder(8), aSource)
+                .find("bytes so far): Too many scans for an image of so few bytes") != std::string::npos;
         EXPECT_EQ(isCutOff, isTooMany) << aSide << " pixels a side, " << aScans;
+    }
+}
+
+// Visits to blocks are counted, so that what a file may cost does not hang on a clock.
+TEST(JPEGScans, BytesPayForScans)
+{
+    constexpr std::uint64_t kMega = 1'000'000;
+    // Scans that come evenly with the bytes, over so many blocks each.
+    for (const auto& [aScans, aBlocks, aBytes, anAllowed] :
+         {std::tuple{64, kMega / 16, kMega / 20, 64}, // four million pixels, a byte a hundred
+          {64, kMega, 10 * kMega, 64},                // 64 million, a script of many scans
+          {10, 4 * kMega, kMega, 10},                 // 268 million, next to nothing on them
+          {99, 4 * kMega, kMega / 4, 9},              // runs of ends of bands
+          {1000, std::uint64_t{1}, std::uint64_t{0}, 1000},
+          {1100, std::uint64_t{1}, kMega, 1000}})
+    {
+        JPEGScanBudget aBudget;
+        int aLast = 0;
+        for (int i = 1; i <= aScans; ++i)
+        {
+            aBudget.AddBytes(static_cast<int>(aBytes / static_cast<unsigned int>(aScans)));
+            aLast = aBudget.Allows(i, aBlocks) && aBudget.Allows(i, aBlocks) ? i : aLast;
+        }
+        EXPECT_EQ(aLast, anAllowed) << aScans << " scans of " << aBlocks << " blocks, " << aBytes << " bytes";
     }
 }
 } // namespace

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "codecs/jpeg/detail/JPEGScanBudget.h"
+
 namespace quorix_turbo
 {
 extern "C"
@@ -68,6 +70,7 @@ private:
     jpeg_error_mgr itsErrorManager{};
     jpeg_progress_mgr itsProgress{};
     jpeg_source_mgr itsSource{};
+    JPEGScanBudget itsScanBudget;
 };
 
 Decompression::Decompression(JPEGLibrary::Client& theClient, int thePrecision)
@@ -108,11 +111,15 @@ void Decompression::OnMessage(j_common_ptr theInfo, int theLevel)
     }
 }
 
-/// More scans than any encoder makes. Where they really become too many is the IJG library's matter.
+/// More scans than are usual. Where they really become too many is the IJG library's matter, which begins
+/// anew: what was spent here must not double the price of an image.
 void Decompression::WatchProgress(j_common_ptr theInfo)
 {
-    constexpr int kUsualScans = 100;
-    if (reinterpret_cast<j_decompress_ptr>(theInfo)->input_scan_number > kUsualScans)
+    constexpr std::uint64_t kShare = 4;
+    const auto* const anInfo = reinterpret_cast<j_decompress_ptr>(theInfo);
+    const std::uint64_t aBlocks = std::uint64_t{anInfo->MCUs_per_row} * anInfo->MCU_rows_in_scan *
+                                  static_cast<std::uint64_t>(anInfo->blocks_in_MCU);
+    if (!OwnerOf(theInfo->client_data).itsScanBudget.Allows(anInfo->input_scan_number, aBlocks, kShare))
     {
         GiveUp(theInfo);
     }
@@ -129,6 +136,7 @@ boolean Decompression::FillInputBuffer(j_decompress_ptr theInfo)
     }
     theInfo->src->next_input_byte = aData;
     theInfo->src->bytes_in_buffer = static_cast<std::size_t>(aCount);
+    OwnerOf(theInfo->client_data).itsScanBudget.AddBytes(aCount);
     aClient.InputAccepted(aCount);
     return TRUE;
 }

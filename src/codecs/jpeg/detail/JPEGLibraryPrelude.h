@@ -25,6 +25,7 @@
 #include "codecs/jpeg/detail/JPEGLosslessScan.h"
 #include "codecs/jpeg/detail/JPEGPaths.h"
 #include "codecs/jpeg/detail/JPEGPresence.h"
+#include "codecs/jpeg/detail/JPEGScanBudget.h"
 
 // Without this the library's headers declare its memory manager without the operation for lossless
 // images, and everything behind it in the wrong place.
