@@ -9,7 +9,7 @@ namespace j2k
 Tile& CodestreamState::OpenTile(std::uint32_t theIndex)
 {
     auto aTile = std::make_unique<Tile>(itsReader.GetImageSize(), itsReader.TakeTile(theIndex),
-                                        itsRestrictions, itsReports);
+                                        itsRestrictions, itsPasses, itsReports);
     return *(itsOpenTiles[theIndex] = std::move(aTile));
 }
 

@@ -8,6 +8,7 @@
 #include "engine/detail/Reports.h"
 #include "engine/detail/markers/CodestreamReader.h"
 #include "engine/detail/packets/Tile.h"
+#include "engine/detail/packets/WorkBudget.h"
 
 class kdu_compressed_source;
 
@@ -32,7 +33,13 @@ public:
     void CloseTile(const Tile& theTile);
 
 private:
+    /// Samples in coding passes that cost an image no bytes: four passes over each of the largest one, which
+    /// is about a second. Blocks that say more than that bring bytes for it.
+    static constexpr std::uint64_t kFreePasses = std::uint64_t{1} << 30;
+
     Reports itsReports;
+    WorkBudget itsPasses{kFreePasses, "Code-blocks declare far more coding passes than they have bytes",
+                         itsReports};
     CodestreamReader itsReader;
     TileRestrictions itsRestrictions;
     std::map<std::uint32_t, std::unique_ptr<Tile>> itsOpenTiles;

@@ -29,11 +29,13 @@ struct Declared
     std::uint16_t itsLayers = 1;
     std::uint8_t itsLevels = 1;
     std::uint8_t itsLog2Block = 6;
-    int itsLog2Precinct = -1; ///< of every resolution; -1 for the largest
+    std::uint8_t itsExponent = 10; ///< of every subband: one less than its bit-planes
+    int itsLog2Precinct = -1;      ///< of every resolution; -1 for the largest
     Bytes itsBody = Bytes(8, 0);
     int itsProgressionSegments = 0; ///< full of itsProgression
     std::uint64_t itsProgression = 0;
-    std::uint8_t itsOrders = 5; ///< how many of the progression orders are tried
+    std::uint64_t itsRoom = std::uint64_t{1} << 20; ///< samples that the caller has room for
+    std::uint8_t itsOrders = 5;                     ///< how many of the progression orders are tried
 };
 
 Bytes MakeStream(const Declared& theDeclared, std::uint8_t theOrder, const Bytes& theBody)
@@ -73,7 +75,7 @@ Bytes MakeStream(const Declared& theDeclared, std::uint8_t theOrder, const Bytes
     aPut(0xFF5C, 2);
     aPut(3 + aSubbands, 2);
     aPut(0x40, 1);
-    aBytes.insert(aBytes.end(), aSubbands, 10 << 3);
+    aBytes.insert(aBytes.end(), aSubbands, static_cast<std::uint8_t>(theDeclared.itsExponent << 3));
     for (int i = 0; i < theDeclared.itsProgressionSegments; ++i)
     {
         constexpr std::size_t kCount = 9361;
@@ -104,6 +106,17 @@ Declared Row(Declared theRest)
     theRest.itsX1 = 65535;
     theRest.itsY1 = theRest.itsTileWidth = theRest.itsTileHeight = theRest.itsOrders = 1;
     return theRest;
+}
+
+/// A packet for each of 4096 blocks that brings 88 coding passes and a byte.
+Bytes NameManyPasses()
+{
+    Bytes aBody;
+    for (int i = 0; i < 4096; ++i)
+    {
+        aBody.insert(aBody.end(), {0xFF, 0x7B, 0x30, 0x04, 0x5A});
+    }
+    return aBody;
 }
 
 /// A byte for each layer: the tag tree says that no block comes yet.
@@ -160,6 +173,13 @@ const Declared kHostiles[] = {
                   .itsLevels = 0,
                   .itsLog2Block = 2,
                   .itsBody = NameManyBlocks()}),
+    Square(4096, {.itsName = "PassesWithoutData",
+                  .itsText = "Code-blocks declare far more coding passes than they have bytes",
+                  .itsLevels = 0,
+                  .itsExponent = 29,
+                  .itsLog2Precinct = 6,
+                  .itsBody = NameManyPasses(),
+                  .itsRoom = std::uint64_t{1} << 24}),
     Square(60000, {.itsName = "LargeWithBlocks",
                    .itsText = kTooManySamples,
                    .itsLog2Block = 2,
@@ -170,10 +190,10 @@ const Declared kHostiles[] = {
 
 TEST(HostileHeader, EndsAtOnce)
 {
-    EngineOptions anOptions; // of a caller who has room for a million samples
-    anOptions.itsMostSamples = std::uint64_t{1} << 20;
     for (const Declared& aDeclared : kHostiles)
     {
+        EngineOptions anOptions;
+        anOptions.itsMostSamples = aDeclared.itsRoom;
         SCOPED_TRACE(aDeclared.itsName);
         for (int i = 0; i < aDeclared.itsOrders * 6; ++i)
         {

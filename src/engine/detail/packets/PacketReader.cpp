@@ -36,19 +36,22 @@ using Components = std::vector<std::unique_ptr<TileComponent>>;
 // A header with something in it visits every code-block of its precinct, and one bit of a tag tree can stand
 // for very many that are not in it. So the bytes of a tile pay for many more visits than they have bits, for
 // 64 each; with those that cost nothing that is beyond what the layers of real images ask for.
-constexpr unsigned int kLog2BlocksPerByte = 9;
+constexpr std::uint64_t kBlocksPerByte = 512;
 
 // Each packet that is lost was there once, with at least a byte of header and the six of its SOP. Sixteen for
 // each byte that is left let about a hundred go missing at every SOP that survived; the base is for a gap in
 // a tile of which little is left. It is small, because there may be 65,535 tiles.
 constexpr std::uint64_t kFreeLosses = std::uint64_t(1) << 12;
-constexpr unsigned int kLog2LossesPerByte = 4;
+constexpr std::uint64_t kLossesPerByte = 16;
 
-constexpr std::uint64_t MakeBudget(std::uint64_t theBase, unsigned int theLog2PerByte,
-                                   const TileData& theData)
+// A byte of a picture stands for some dozen samples in coding passes, of one that is nearly empty or nearly
+// all thrown away for a thousand. A block that declares all its passes and brings a byte asks for a hundred
+// thousand.
+constexpr std::uint64_t kPassesPerByte = 1536;
+
+std::uint64_t MakeBudget(std::uint64_t theBase, std::uint64_t thePerByte, const TileData& theData)
 {
-    const std::uint64_t aBytes = theData.itsBodyBytes + theData.itsPackedHeaders.size();
-    return theBase + (aBytes << theLog2PerByte);
+    return theBase + thePerByte * (theData.itsBodyBytes + theData.itsPackedHeaders.size());
 }
 
 /// So many visits to code-blocks cost a tile no bytes: kVisits for each that it has, which is as many quality
@@ -81,21 +84,22 @@ std::uint64_t GetFreeBlocks(const Components& theComponents)
 
 PacketReader::PacketReader(const TileData& theData, const TileBody& theBody, const Components& theComponents,
                            std::size_t theComponentCount, std::uint32_t theLayers, Arena& theArena,
-                           CodePieces& thePieces, Reports& theReports)
+                           CodePieces& thePieces, WorkBudget& thePasses, Reports& theReports)
     : itsData(theData), itsBody(theBody), itsComponents(theComponents), itsComponentCount(theComponentCount),
       itsLayers(theLayers), itsArena(theArena), itsPieces(thePieces), itsReports(theReports),
       itsVisits(theData.GetMostVisits(),
                 "POC marker segments repeat far more packets than the tile has bytes", theReports),
-      itsBlocks(MakeBudget(GetFreeBlocks(theComponents), kLog2BlocksPerByte, theData),
+      itsBlocks(MakeBudget(GetFreeBlocks(theComponents), kBlocksPerByte, theData),
                 "Packets name far more code-blocks than the tile has bytes", theReports),
-      itsLosses(MakeBudget(kFreeLosses, kLog2LossesPerByte, theData),
+      itsLosses(MakeBudget(kFreeLosses, kLossesPerByte, theData),
                 "SOP marker segments skip far more packets than the tile has bytes", theReports),
-      itsHeader(theArena, itsBlocks, theReports), itsPacked(theData.itsPackedHeaders, theBody.GetOffset(0)),
-      itsCursor(theBody), itsPackedCursor(itsPacked),
-      itsHeaderCursor(theData.itsHasPackedHeaders ? itsPackedCursor : itsCursor), itsSops(theBody),
-      itsMayRecover(theReports.GetTolerance() == Tolerance::Resilient && theData.itsCoding.itsMayHaveSOP &&
-                    !theData.itsHasPackedHeaders)
+      itsPasses(thePasses), itsHeader(theArena, itsBlocks, theReports),
+      itsPacked(theData.itsPackedHeaders, theBody.GetOffset(0)), itsCursor(theBody),
+      itsPackedCursor(itsPacked), itsHeaderCursor(theData.itsHasPackedHeaders ? itsPackedCursor : itsCursor),
+      itsSops(theBody), itsMayRecover(theReports.GetTolerance() == Tolerance::Resilient &&
+                                      theData.itsCoding.itsMayHaveSOP && !theData.itsHasPackedHeaders)
 {
+    itsPasses.Earn(MakeBudget(0, kPassesPerByte, theData));
     for (std::size_t aComponent = 0; aComponent < theComponentCount; ++aComponent)
     {
         itsResolutions = std::max(itsResolutions, theComponents[aComponent]->GetResolutionCount());
@@ -304,6 +308,7 @@ void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength
     {
         itsReports.Error("Code-block needs more than 30 magnitude bit-planes", itsBody.GetOffset(aPosition));
     }
+    itsPasses.Spend(std::uint64_t{aPasses} * theShare.itsSubband->GetMostBlockSamples());
     if (!itsPieces.Add(aBlock, {static_cast<std::uint32_t>(aPosition), static_cast<std::uint32_t>(theLength),
                                 0, static_cast<std::uint8_t>(aPasses), theShare.itsStartsSegment}))
     {

@@ -50,11 +50,12 @@ private:
 class PacketReader final : private PacketVisitor
 {
 public:
+    /// thePasses: what the codestream may spend on samples in coding passes; the tile's bytes are added.
     /// theLayers: quality layers that are used; components from theComponentCount on are not decoded.
     PacketReader(const TileData& theData, const TileBody& theBody,
                  const std::vector<std::unique_ptr<TileComponent>>& theComponents,
                  std::size_t theComponentCount, std::uint32_t theLayers, Arena& theArena,
-                 CodePieces& thePieces, Reports& theReports);
+                 CodePieces& thePieces, WorkBudget& thePasses, Reports& theReports);
 
     /// Returns the bytes of the body that were not read.
     std::uint64_t ReadAll();
@@ -90,6 +91,7 @@ private:
     WorkBudget itsVisits;
     WorkBudget itsBlocks;
     WorkBudget itsLosses;
+    WorkBudget& itsPasses;
     PacketHeader itsHeader;
     TileBody itsPacked;
     BodyCursor itsCursor;

@@ -122,6 +122,12 @@ Rect Subband::GetBlockRect(std::uint32_t theColumn, std::uint32_t theRow) const
     return aRect;
 }
 
+std::uint32_t Subband::GetMostBlockSamples() const
+{
+    return std::min(std::uint32_t{1} << itsHorizontal.itsLog2Block, itsRect.GetWidth()) *
+           std::min(std::uint32_t{1} << itsVertical.itsLog2Block, itsRect.GetHeight());
+}
+
 BlockRange Subband::GetPrecinctBlocks(std::uint32_t theColumn, std::uint32_t theRow) const
 {
     BlockRange aRange;

@@ -53,6 +53,9 @@ public:
     std::uint32_t GetBlockColumns() const { return itsBlockColumns; }
     std::uint32_t GetBlockRows() const { return itsBlockRows; }
 
+    /// Of the largest block.
+    std::uint32_t GetMostBlockSamples() const;
+
     /// A block's place inside the subband, relative to the subband's upper left corner.
     Rect GetBlockRect(std::uint32_t theColumn, std::uint32_t theRow) const;
 

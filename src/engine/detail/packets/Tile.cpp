@@ -55,7 +55,7 @@ void ShortLines::Transform(const std::array<std::uint64_t, 3>& theBounds)
 }
 
 Tile::Tile(const ImageSize& theImage, std::unique_ptr<TileData> theData,
-           const TileRestrictions& theRestrictions, Reports& theReports)
+           const TileRestrictions& theRestrictions, WorkBudget& thePasses, Reports& theReports)
     : itsReports(theReports), itsData(std::move(theData)), itsBody(itsData->itsBody)
 {
     CheckCoding();
@@ -63,7 +63,7 @@ Tile::Tile(const ImageSize& theImage, std::unique_ptr<TileData> theData,
     MakeComponents(theImage, theRestrictions);
     CheckSamples();
     SetComponentTransform();
-    ReadPackets(theRestrictions.itsMaxLayers);
+    ReadPackets(theRestrictions.itsMaxLayers, thePasses);
     ProveShortLines();
 }
 
@@ -140,13 +140,13 @@ void Tile::CheckSamples() const
     }
 }
 
-void Tile::ReadPackets(unsigned int theMaxLayers)
+void Tile::ReadPackets(unsigned int theMaxLayers, WorkBudget& thePasses)
 {
     const std::uint32_t anAllLayers = itsData->itsCoding.itsLayers;
     const std::uint32_t aLayers = theMaxLayers == 0 ? anAllLayers : theMaxLayers;
     itsLeavesLayersOut = aLayers < anAllLayers;
     PacketReader aReader(*itsData, itsBody, itsComponents, itsDecodedComponents, aLayers, itsArena, itsPieces,
-                         itsReports);
+                         thePasses, itsReports);
     itsUnreadBytes = aReader.ReadAll();
 }
 

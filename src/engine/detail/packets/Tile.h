@@ -13,6 +13,7 @@
 #include "engine/detail/packets/CodePieces.h"
 #include "engine/detail/packets/TileBody.h"
 #include "engine/detail/packets/TileComponent.h"
+#include "engine/detail/packets/WorkBudget.h"
 
 namespace j2k
 {
@@ -63,9 +64,9 @@ struct TileRestrictions
 class Tile
 {
 public:
-    /// Reads all packet headers. Reports what is wrong with them.
+    /// Reads all packet headers. Reports what is wrong with them. thePasses: see PacketReader.
     Tile(const ImageSize& theImage, std::unique_ptr<TileData> theData,
-         const TileRestrictions& theRestrictions, Reports& theReports);
+         const TileRestrictions& theRestrictions, WorkBudget& thePasses, Reports& theReports);
     ~Tile();
     Tile(const Tile&) = delete;
     Tile& operator=(const Tile&) = delete;
@@ -96,7 +97,7 @@ private:
     void DropLevelsWithoutData(unsigned int theDiscardLevels);
     void MakeComponents(const ImageSize& theImage, const TileRestrictions& theRestrictions);
     void CheckSamples() const;
-    void ReadPackets(unsigned int theMaxLayers);
+    void ReadPackets(unsigned int theMaxLayers, WorkBudget& thePasses);
     bool AllowsComponentTransform() const;
     void SetComponentTransform();
     void ProveShortLines();

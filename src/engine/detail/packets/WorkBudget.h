@@ -15,7 +15,8 @@ namespace j2k
 /// encoder ever needs, so that no stream is refused that was meant to be decoded, and still keeps the time in
 /// proportion to the length of the file. The part for nothing lets small tiles be odd; it is paid for every
 /// tile anew, so it must stay bearable 65,535 times over. Where the numbers stand their reasons stand too:
-/// TileData::GetMostVisits for packets, PacketReader.cpp for code-blocks and for packets that are lost.
+/// TileData::GetMostVisits for packets, PacketReader.cpp for code-blocks and for packets that are lost,
+/// CodestreamState.h for coding passes, whose budget all tiles share.
 class WorkBudget
 {
 public:
@@ -33,6 +34,9 @@ public:
         }
         itsLeft -= theWork;
     }
+
+    /// For bytes that came later than the budget was made.
+    void Earn(std::uint64_t theWork) { itsLeft += theWork; }
 
     /// False, and nothing spent, when there is not enough left.
     bool TrySpend(std::uint64_t theWork)
