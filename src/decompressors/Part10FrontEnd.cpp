@@ -99,6 +99,10 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
     }
     try
     {
+        if (itsReadingContext.IsByMeaning())
+        {
+            itsStream.AcceptWithoutPreamble();
+        }
         itsStream.Open(itsRequest.getInputStream(), false, Part10InputStream::DefaultsToLenientParsing());
         itsTransferSyntaxType = TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(
             itsStream.GetTransferSyntaxUID());
@@ -121,9 +125,14 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
     return false;
 }
 
-/// The request names the transfer syntax whose codec decodes the frames.
+/// Called once the stream is open. The request names the transfer syntax whose codec decodes the frames.
 void Part10FrontEnd::ChooseCodec()
 {
+    if (!itsStream.HasPreamble())
+    {
+        itsReadingContext.Warn(WarningIdentifier::kNonconformant,
+                               "the file has no preamble with \"DICM\" behind it");
+    }
     const RWCString& aUID = itsStream.GetTransferSyntaxUID();
     const CodecRow* const aRow = CodecTable::Find(aUID, itsReadingContext.GetReading());
     if (aRow == nullptr || aRow->itsUID == aUID)

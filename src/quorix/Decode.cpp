@@ -19,6 +19,7 @@
 #include "quorix/detail/ImageState.h"
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/CodestreamSignature.h"
+#include "toolkit/dicom/Part10InputStream.h"
 #include "toolkit/io/InputStream.h"
 #include "toolkit/io/LFStream.h"
 
@@ -42,7 +43,8 @@ ImageType TypeOf(const std::vector<unsigned char>& theHead)
     const CodecRow* const aRow = CodecTable::Recognise(theHead.data(), theHead.size());
     if (aRow == nullptr)
     {
-        return ImageType::automatic;
+        return Part10InputStream::LooksLikeElements(theHead.data(), theHead.size()) ? ImageType::dicom
+                                                                                    : ImageType::automatic;
     }
     return aRow->itsImageType == IMAGE_TYPE_JPEG ? ImageType::jpeg : ImageType::jpeg2000;
 }

@@ -341,6 +341,20 @@ std::vector<Row> MakeCutRows()
     };
 }
 
+/// Grey of two pixels in a file without its preamble, or without the file meta information, too.
+Bytes Headless(DicomBuilder::Syntax theSyntax, bool isMetaKept)
+{
+    DicomBuilder aBuilder(theSyntax);
+    aBuilder.AddString(DICOMTags::SOPInstanceUID, "UI", "1.2.3.4");
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 1, 2, 8, 8);
+    Bytes aFile = aBuilder.AddNativePixelData({7, 9}, "OW").Build();
+    constexpr std::size_t kPreamble = 132;
+    const std::size_t aMeta = 12 + aFile[kPreamble + 8] + 256u * aFile[kPreamble + 9];
+    aFile.erase(aFile.begin(),
+                aFile.begin() + static_cast<std::ptrdiff_t>(kPreamble + (isMetaKept ? 0 : aMeta)));
+    return aFile;
+}
+
 /// Frames that break a rule, or one that is no longer there.
 std::vector<Row> MakeOddRows()
 {
@@ -365,6 +379,21 @@ std::vector<Row> MakeOddRows()
          0,
          {DLRC_NO_DECODER, {}, "", {}},
          {0, Flat({100}, 64), "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"file meta information without a preamble",
+         Headless(DicomBuilder::Syntax::EXPLICIT_LITTLE, true),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"explicit data set alone",
+         Headless(DicomBuilder::Syntax::EXPLICIT_LITTLE, false),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"implicit data set alone",
+         Headless(DicomBuilder::Syntax::IMPLICIT_LITTLE, false),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
     };
 }
 

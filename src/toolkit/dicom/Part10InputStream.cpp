@@ -27,6 +27,14 @@ const RWCString& Part10InputStream::GetTransferSyntaxUID() const
     return itsState->itsTransferSyntaxUID;
 }
 
+bool Part10InputStream::LooksLikeElements(const unsigned char* theBytes, std::size_t theCount)
+{
+    MemoryInputStream aStream(theBytes, theCount);
+    State aState;
+    aState.Attach(aStream);
+    return aState.StandsAtElements();
+}
+
 Part10InputStreamInputStream::Part10InputStreamInputStream() = default;
 
 Part10InputStreamInputStream::~Part10InputStreamInputStream() = default;
@@ -42,7 +50,8 @@ void Part10InputStreamInputStream::Open(InputStream* theStream, bool isStreamClo
     }
     State aState;
     aState.Attach(*theStream);
-    if (!aState.ReadPreamble())
+    itsHasPreamble = aState.ReadPreamble();
+    if (!itsHasPreamble && !(itsAcceptsWithoutPreamble && aState.StandsAtElements()))
     {
         throw StreamIOException(
             "Part10InputStreamInputStream::Open: not a DICOM Part 10 stream (no preamble with \"DICM\")",
@@ -98,6 +107,26 @@ bool Part10InputStream::State::ReadPreamble()
     }
     itsSource->Skip(aPreamble + 4);
     return true;
+}
+
+bool Part10InputStream::State::StandsAtElements()
+{
+    constexpr std::uint16_t kDirectoryGroup = 0x0004;
+    constexpr std::uint16_t kIdentifyingGroup = 0x0008;
+    constexpr std::uint32_t kGroupLengthBytes = 4;
+    ElementEncoding anEncoding;
+    DICOMTag aTag;
+    if (!ElementHeader::Guess(*itsSource, anEncoding) ||
+        !ElementHeader::PeekTag(*itsSource, anEncoding.itsEndian, aTag))
+    {
+        return false;
+    }
+    const bool isFirstGroup = aTag.itsGroup == kFileMetaGroup || aTag.itsGroup == kDirectoryGroup ||
+                              aTag.itsGroup == kIdentifyingGroup;
+    const unsigned char* aData = nullptr;
+    // Small numbers begin other things as well; the length of a group has four bytes.
+    return isFirstGroup && (aTag.itsElement != 0 || anEncoding.itsExplicitVR ||
+                            (itsSource->Peek(aData, 5) == 5 && aData[4] == kGroupLengthBytes));
 }
 
 void Part10InputStream::State::ReadFileMeta()

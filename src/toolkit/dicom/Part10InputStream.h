@@ -24,6 +24,10 @@ public:
     /// The UID of the file meta information; empty while nothing is open.
     const RWCString& GetTransferSyntaxUID() const;
 
+    /// Whether theBytes, theCount of them, are how file meta information or a data set without a preamble
+    /// begin: an element of one of the first groups. Eight bytes are enough to tell.
+    static bool LooksLikeElements(const unsigned char* theBytes, std::size_t theCount);
+
 protected:
     Part10InputStream();
 
@@ -46,10 +50,19 @@ public:
     /// stream, and whatever the stream itself throws.
     void Open(InputStream* theStream, bool isStreamClosed, bool isLenient);
 
+    /// From the next Open on streams are taken, too, that begin with file meta information, or with the data
+    /// set.
+    void AcceptWithoutPreamble() { itsAcceptsWithoutPreamble = true; }
+
+    /// Whether the stream that is open has a preamble.
+    bool HasPreamble() const { return itsHasPreamble; }
+
     /// Forgets the stream. Closing twice is allowed.
     void Close();
 
 private:
     InputStream* itsStream = nullptr;
     bool itsCloseStream = false;
+    bool itsAcceptsWithoutPreamble = false;
+    bool itsHasPreamble = false;
 };

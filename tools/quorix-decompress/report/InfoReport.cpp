@@ -73,6 +73,7 @@ void InfoReport::ReadDICOM(const InputSource& theSource)
     itsType = "DICOM";
     const std::unique_ptr<InputStream> aStream = theSource.Open();
     Part10InputStreamInputStream aPart10;
+    aPart10.AcceptWithoutPreamble();
     aPart10.Open(aStream.get(), false, Part10InputStream::DefaultsToLenientParsing());
     const TransferSyntaxType* const aType =
         TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aPart10.GetTransferSyntaxUID());

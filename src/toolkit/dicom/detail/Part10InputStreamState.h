@@ -23,6 +23,9 @@ struct Part10InputStream::State
     /// Passes preamble and "DICM". False, with nothing consumed, when they are not there.
     bool ReadPreamble();
 
+    /// Whether an element of a group that files begin with stands here.
+    bool StandsAtElements();
+
     /// Reads group 0002 for as long as it goes on, whatever its group length says.
     void ReadFileMeta();
 
