@@ -164,6 +164,10 @@ void Part10FrontEnd::Parse()
     {
         ThrowParseError(anException.what(), 0);
     }
+    if (itsReader->HasPassedItems())
+    {
+        itsReadingContext.Warn(WarningIdentifier::kNonconformant, "items stand outside of a sequence");
+    }
     itsTimeToParse = itsTimer.Lap() * 1000.0;
     if (itsPixelData)
     {
@@ -175,6 +179,10 @@ void Part10FrontEnd::ReadElements()
 {
     itsDataSet.SetEndian(itsTransferSyntaxType->GetEndian());
     itsReader = itsTransferSyntaxType->CreateDataSetReader(itsStream, itsMemoryAllocator);
+    if (itsReadingContext.IsByMeaning())
+    {
+        itsReader->PassStrayItems();
+    }
     ImageElements anImage(itsDataSet);
     while (std::unique_ptr<VR> anElement = itsReader->Next())
     {

@@ -355,6 +355,20 @@ Bytes Headless(DicomBuilder::Syntax theSyntax, bool isMetaKept)
     return aFile;
 }
 
+/// An empty sequence, and behind it an item that says of two rows that they are nine.
+Bytes StrayItem()
+{
+    DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    const Bytes anItem = {8,    0,  0x40, 0x11, 'S', 'Q',  0, 0,    0, 0,   0,   0, 0xfe, 0xff, 0,
+                          0xe0, 10, 0,    0,    0,   0x28, 0, 0x10, 0, 'U', 'S', 2, 0,    9,    0};
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 1, 8, 8);
+    Bytes aFile = aBuilder.AddNativePixelData({7, 9}, "OB").Build();
+    const Bytes aFirst = {0x28, 0, 2, 0, 'U', 'S'};
+    aFile.insert(std::search(aFile.begin(), aFile.end(), aFirst.begin(), aFirst.end()), anItem.begin(),
+                 anItem.end());
+    return aFile;
+}
+
 /// Frames that break a rule, or one that is no longer there.
 std::vector<Row> MakeOddRows()
 {
@@ -379,6 +393,11 @@ std::vector<Row> MakeOddRows()
          0,
          {DLRC_NO_DECODER, {}, "", {}},
          {0, Flat({100}, 64), "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"empty sequence, and an item behind it",
+         StrayItem(),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
         {"file meta information without a preamble",
          Headless(DicomBuilder::Syntax::EXPLICIT_LITTLE, true),
          0,

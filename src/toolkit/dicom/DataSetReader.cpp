@@ -26,6 +26,8 @@ struct DataSetReader::State
     std::unique_ptr<VR> TakeElement(const ElementHeader& theHeader);
     std::unique_ptr<VR> TakePixelData(const ElementHeader& theHeader);
 
+    bool itsPassesStrayItems = false;
+    bool itsHasPassedItems = false;
     std::shared_ptr<PeekableInputStream> itsSource;
     ElementParser itsParser;
     ElementEncoding itsEncoding;
@@ -88,6 +90,16 @@ DataSetReader::DataSetReader(Part10InputStream& theStream, const TransferSyntaxT
 }
 
 DataSetReader::~DataSetReader() = default;
+
+void DataSetReader::PassStrayItems()
+{
+    itsState->itsPassesStrayItems = true;
+}
+
+bool DataSetReader::HasPassedItems() const
+{
+    return itsState->itsHasPassedItems;
+}
 
 void DataSetReader::SetStopTag(DICOMTag theTag)
 {
@@ -162,6 +174,12 @@ bool DataSetReader::State::PassPadding(DICOMTag theTag)
     const bool isDelimiter =
         (theTag == ElementHeader::ItemDelimiter || theTag == ElementHeader::SequenceDelimiter) &&
         aHeader.itsLength == 0;
+    if (theTag == ElementHeader::Item && itsPassesStrayItems && !aHeader.HasUndefinedLength())
+    {
+        itsHasPassedItems = true;
+        itsSource->Skip(aHeader.itsLength);
+        return true;
+    }
     if (!isZero && !isDelimiter)
     {
         throw StreamIOException("DataSetReader::Next: no element can have the tag " +

@@ -34,6 +34,13 @@ public:
     /// element is not read.
     void SetStopTag(DICOMTag theTag);
 
+    /// Items outside of a sequence, of a length that they state, are passed over from now on, contents and
+    /// all.
+    void PassStrayItems();
+
+    /// Whether there were any.
+    bool HasPassedItems() const;
+
 private:
     struct State;
     std::unique_ptr<State> itsState;
