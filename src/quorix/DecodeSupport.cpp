@@ -39,12 +39,14 @@ Limits limits()
 {
     const ::Limits aLimits = ::Limits::Get();
     return {aLimits.itsPixelsPerFrame,  aLimits.itsBytesPerFrame,  aLimits.itsFrames,
-            aLimits.itsNestedSequences, aLimits.itsAttributeBytes, aLimits.itsFragments};
+            aLimits.itsNestedSequences, aLimits.itsAttributeBytes, aLimits.itsFragments,
+            aLimits.itsInflatedBytes};
 }
 
 void setLimits(const Limits& theLimits)
 {
     ::Limits::Set({theLimits.pixelsPerFrame, theLimits.bytesPerFrame, theLimits.frames,
-                   theLimits.nestedSequences, theLimits.attributeBytes, theLimits.fragments});
+                   theLimits.nestedSequences, theLimits.attributeBytes, theLimits.inflatedBytes,
+                   theLimits.fragments});
 }
 } // namespace quorix

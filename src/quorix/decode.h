@@ -295,6 +295,7 @@ struct Limits
     std::uint64_t nestedSequences; ///< sequences inside sequences
     std::uint64_t attributeBytes;  ///< of all attribute values of a data set together
     std::uint64_t fragments;       ///< looked at to find a frame
+    std::uint64_t inflatedBytes;   ///< of a deflated data set before its pixel data, and 256 for each element
 };
 
 /// The limits of this process, for all calls and threads; to be changed at start-up.

@@ -32,6 +32,15 @@ Bytes Behind(const DicomBuilder& theStart)
     return aFile.AddNativePixelData(Bytes(6), "OB").Build();
 }
 
+/// A deflated file of 2 x 3 pixels with eight attributes, and what it asks for before its pixel data.
+Bytes Deflated()
+{
+    DicomBuilder aFile(DicomBuilder::Syntax::DEFLATED);
+    aFile.AddImageAttributes(1, "MONOCHROME2", 2, 3, 8, 8);
+    return aFile.AddNativePixelData(Bytes(6), "OB").Build();
+}
+constexpr std::uint64_t kInflated = 90 + 8 * 256;
+
 DicomBuilder Sequences(int theDepth)
 {
     DicomBuilder anOuter(DicomBuilder::Syntax::EXPLICIT_LITTLE);
@@ -74,6 +83,10 @@ TEST(Limits, AreCrossedByOneMoreThanAllowed)
         {&Limits::itsAttributeBytes, 1026, Behind(Attribute(1000)), 38,
          kParseError +
              "1026 bytes of attribute values, more than the limit of 1025, with element (0028,0103)"},
+        {&Limits::itsInflatedBytes, kInflated, Deflated(), 38,
+         kParseError + std::to_string(kInflated) +
+             " bytes of a deflated data set before its pixel data, more than the limit of " +
+             std::to_string(kInflated - 1) + ", with element (0028,0103)"},
         {&Limits::itsFragments, 4, Fragments(4), 38,
          "ImageFrameInputStream: the pixel data is too large: 4 fragments, more than the limit of 3"},
     };

@@ -16,6 +16,7 @@ struct SharedLimits
     std::atomic<std::uint64_t> itsFrames{Limits().itsFrames};
     std::atomic<std::uint64_t> itsNestedSequences{Limits().itsNestedSequences};
     std::atomic<std::uint64_t> itsAttributeBytes{Limits().itsAttributeBytes};
+    std::atomic<std::uint64_t> itsInflatedBytes{Limits().itsInflatedBytes};
     std::atomic<std::uint64_t> itsFragments{Limits().itsFragments};
 };
 
@@ -30,6 +31,7 @@ Limits Limits::Get()
     aCopy.itsFrames = theLimitsInForce.itsFrames;
     aCopy.itsNestedSequences = theLimitsInForce.itsNestedSequences;
     aCopy.itsAttributeBytes = theLimitsInForce.itsAttributeBytes;
+    aCopy.itsInflatedBytes = theLimitsInForce.itsInflatedBytes;
     aCopy.itsFragments = theLimitsInForce.itsFragments;
     return aCopy;
 }
@@ -41,6 +43,7 @@ void Limits::Set(const Limits& theLimits)
     theLimitsInForce.itsFrames = theLimits.itsFrames;
     theLimitsInForce.itsNestedSequences = theLimits.itsNestedSequences;
     theLimitsInForce.itsAttributeBytes = theLimits.itsAttributeBytes;
+    theLimitsInForce.itsInflatedBytes = theLimits.itsInflatedBytes;
     theLimitsInForce.itsFragments = theLimits.itsFragments;
 }
 

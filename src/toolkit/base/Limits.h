@@ -30,6 +30,10 @@ struct QUORIX_API Limits
     /// among them.
     std::uint64_t itsAttributeBytes = std::uint64_t{1} << 30;
 
+    /// Memory that a deflated data set may ask for before its pixel data: the bytes that it inflates to, and
+    /// 256 for each element and item. A hundred kilobytes could otherwise ask for gigabytes.
+    std::uint64_t itsInflatedBytes = std::uint64_t{1} << 28;
+
     /// Fragments of encapsulated pixel data that are looked at to find a frame.
     std::uint64_t itsFragments = std::uint64_t{1} << 24;
 

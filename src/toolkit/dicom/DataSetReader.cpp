@@ -76,7 +76,7 @@ std::shared_ptr<PeekableInputStream> DataSource(std::shared_ptr<PeekableInputStr
 DataSetReader::State::State(std::shared_ptr<PeekableInputStream> theSource, const TransferSyntaxType& theType,
                             MemoryAllocater& theAllocator)
     : itsSource(std::move(theSource)),
-      itsParser(*itsSource), itsEncoding{theType.IsExplicitVR(), theType.GetEndian()},
+      itsParser(*itsSource, theType.IsDeflated()), itsEncoding{theType.IsExplicitVR(), theType.GetEndian()},
       itsEncapsulated(theType.IsEncapsulated()), itsAllocator(theAllocator)
 {
 }

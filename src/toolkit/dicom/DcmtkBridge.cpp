@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 #include <dcmtk/config/osconfig.h>
 
@@ -143,18 +145,44 @@ public:
     }
 };
 
-OFCondition Fill(DcmElement& theElement, DLEndian::Endian theEndian, const void* theValue,
-                 std::size_t theLength)
+/// Makes an element and hands it its value in the pieces that theNext gives: each at least a byte of the
+/// rest, and good until the next is asked for.
+template <class Next>
+std::unique_ptr<DcmElement> MakeFilled(DcmTag theTag, DLEndian::Endian theEndian, std::size_t theLength,
+                                       const Next& theNext)
 {
-    DcmInputBufferStream aStream;
-    aStream.setBuffer(theValue, static_cast<offile_off_t>(theLength));
-    aStream.setEos();
-    theElement.transferInit();
-    const bool isBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
-    const OFCondition aStatus =
-        theElement.read(aStream, isBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
-    theElement.transferEnd();
-    return aStatus;
+    DcmtkBridge::SilenceLogging();
+    if (theLength >= 0xfffffffeu)
+    {
+        throw DICOMLibException("The value of an element is too long", DLRC_GENERAL_FAILURE, 0);
+    }
+    auto anElement = ElementMaker::Make(theTag, static_cast<Uint32>(theLength));
+    OFCondition aStatus = anElement ? EC_Normal : EC_MemoryExhausted;
+    if (anElement && theLength > 0)
+    {
+        const bool isBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
+        DcmInputBufferStream aStream;
+        anElement->transferInit();
+        aStatus = EC_StreamNotifyClient;
+        for (std::size_t aRest = theLength; aRest > 0 && aStatus == EC_StreamNotifyClient;)
+        {
+            const auto [aPiece, aCount] = theNext(aRest);
+            aRest -= aCount;
+            aStream.setBuffer(aPiece, static_cast<offile_off_t>(aCount));
+            if (aRest == 0)
+            {
+                aStream.setEos();
+            }
+            aStatus = anElement->read(aStream, isBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
+            aStream.releaseBuffer();
+        }
+        anElement->transferEnd();
+    }
+    if (aStatus.bad())
+    {
+        throw DICOMLibException("An element could not be made", DLRC_GENERAL_FAILURE, 0);
+    }
+    return anElement;
 }
 } // namespace
 
@@ -195,21 +223,23 @@ std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint1
                                                      DLEndian::Endian theEndian, const void* theValue,
                                                      std::size_t theLength)
 {
-    SilenceLogging();
-    if (theLength >= 0xfffffffeu)
+    return MakeFilled(MakeTag(theTag, theTypeCode), theEndian, theLength,
+                      [theValue](std::size_t theRest) { return std::pair(theValue, theRest); });
+}
+
+std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
+                                                     DLEndian::Endian theEndian, std::size_t theLength,
+                                                     const ValueSource& theSource)
+{
+    constexpr std::size_t kPiece = 64u << 10;
+    std::vector<std::uint8_t> aBuffer(std::min(theLength, kPiece));
+    const auto aNext = [&](std::size_t theRest)
     {
-        throw DICOMLibException("The value of an element is too long", DLRC_GENERAL_FAILURE, 0);
-    }
-    auto anElement = ElementMaker::Make(MakeTag(theTag, theTypeCode), static_cast<Uint32>(theLength));
-    if (anElement && theLength > 0 && Fill(*anElement, theEndian, theValue, theLength).bad())
-    {
-        anElement = nullptr;
-    }
-    if (!anElement)
-    {
-        throw DICOMLibException("An element could not be made", DLRC_GENERAL_FAILURE, 0);
-    }
-    return anElement;
+        const std::size_t aCount = std::min(theRest, aBuffer.size());
+        theSource(aBuffer.data(), aCount);
+        return std::pair<const void*, std::size_t>(aBuffer.data(), aCount);
+    };
+    return MakeFilled(MakeTag(theTag, theTypeCode), theEndian, theLength, aNext);
 }
 
 std::unique_ptr<DcmElement> DcmtkBridge::MakeText(DICOMTag theTag, std::uint16_t theTypeCode,

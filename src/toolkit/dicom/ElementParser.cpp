@@ -17,9 +17,6 @@ namespace
 /// Values up to this size are read without asking the stream how much it still has.
 constexpr std::size_t kSmallValue = 64u << 10;
 
-/// First allocation for a value where the stream does not know how much it still has.
-constexpr std::size_t kFirstCapacity = 1u << 20;
-
 [[noreturn]] void Fail(const RWCString& theWhat, DICOMTag theTag)
 {
     throw StreamIOException("DataSetReader::Next: " + theWhat + ElementHeader::Format(theTag),
@@ -38,20 +35,6 @@ bool IsSequence(const ElementHeader& theHeader)
            (theHeader.itsTypeCode == VR::TYPE_UN || !theHeader.itsEncoding.itsExplicitVR);
 }
 
-std::unique_ptr<DcmElement> Make(const ElementHeader& theHeader, std::uint16_t theTypeCode,
-                                 DLEndian::Endian theEndian, const std::vector<std::uint8_t>& theValue)
-{
-    try
-    {
-        return DcmtkBridge::MakeElement(theHeader.itsTag, theTypeCode, theEndian, theValue.data(),
-                                        theValue.size());
-    }
-    catch (const DICOMLibException&)
-    {
-        Fail("no value can be made for element ", theHeader.itsTag);
-    }
-}
-
 /// Whether an element is an explicit UN whose value the dictionary knows how to read.
 bool IsDisguised(const ElementHeader& theHeader, std::uint16_t theKnownCode)
 {
@@ -60,10 +43,14 @@ bool IsDisguised(const ElementHeader& theHeader, std::uint16_t theKnownCode)
 }
 } // namespace
 
-ElementParser::ElementParser(PeekableInputStream& theStream) : itsStream(theStream) {}
+ElementParser::ElementParser(PeekableInputStream& theStream, bool isInflated)
+    : itsStream(theStream), itsIsInflated(isInflated)
+{
+}
 
 std::unique_ptr<DcmElement> ElementParser::ReadElement(const ElementHeader& theHeader)
 {
+    CheckInflated(theHeader);
     if (IsSequence(theHeader))
     {
         return ReadSequence(theHeader);
@@ -78,7 +65,6 @@ std::unique_ptr<DcmElement> ElementParser::ReadElement(const ElementHeader& theH
 
 std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHeader, bool& isPixelSigned)
 {
-    const std::vector<std::uint8_t> aValue = ReadBytes(theHeader);
     std::uint16_t aCode = theHeader.itsTypeCode;
     DLEndian::Endian anEndian = theHeader.itsEncoding.itsEndian;
     if (aCode == VR::TYPE_UN)
@@ -94,7 +80,7 @@ std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHead
     {
         aCode = VR::MakeTypeCode(isPixelSigned ? 'S' : 'U', 'S');
     }
-    auto anElement = Make(theHeader, aCode, anEndian, aValue);
+    auto anElement = ReadValue(theHeader, aCode, anEndian);
     std::int64_t aNumber = 0;
     if (theHeader.itsTag == DICOMTags::PixelRepresentation && ElementValue(*anElement).GetInteger(aNumber))
     {
@@ -103,7 +89,7 @@ std::unique_ptr<DcmElement> ElementParser::ReadLeaf(const ElementHeader& theHead
     return anElement;
 }
 
-std::vector<std::uint8_t> ElementParser::ReadBytes(const ElementHeader& theHeader)
+void ElementParser::CheckValue(const ElementHeader& theHeader)
 {
     const std::size_t aLength = theHeader.itsLength;
     if (aLength > itsBytesLeft)
@@ -113,28 +99,53 @@ std::vector<std::uint8_t> ElementParser::ReadBytes(const ElementHeader& theHeade
                  ", with element ",
              theHeader.itsTag);
     }
-    std::size_t aCapacity = aLength;
-    if (aLength > kSmallValue)
-    {
-        const long long aRemaining = itsStream.GetRemaining();
-        if (aRemaining >= 0 && static_cast<std::uint64_t>(aRemaining) < aLength)
-        {
-            Fail("the stream ends inside element ", theHeader.itsTag);
-        }
-        aCapacity = aRemaining >= 0 ? aLength : std::min(aLength, kFirstCapacity);
-    }
-    std::vector<std::uint8_t> aValue;
-    while (aValue.size() < aLength)
-    {
-        const std::size_t aStart = aValue.size();
-        aValue.resize(std::min(aLength, std::max(aCapacity, aStart * 2)));
-        if (itsStream.ReadFully(aValue.data() + aStart, aValue.size() - aStart) < aValue.size() - aStart)
-        {
-            Fail("the stream ends inside element ", theHeader.itsTag);
-        }
-    }
     itsBytesLeft -= aLength;
-    return aValue;
+    const long long aRemaining = aLength > kSmallValue ? itsStream.GetRemaining() : -1;
+    if (aRemaining >= 0 && static_cast<std::uint64_t>(aRemaining) < aLength)
+    {
+        Fail("the stream ends inside element ", theHeader.itsTag);
+    }
+}
+
+std::unique_ptr<DcmElement> ElementParser::ReadValue(const ElementHeader& theHeader,
+                                                     std::uint16_t theTypeCode, DLEndian::Endian theEndian)
+{
+    CheckValue(theHeader);
+    const auto aRead = [&](std::uint8_t* theBuffer, std::size_t theLength)
+    {
+        if (itsStream.ReadFully(theBuffer, theLength) < theLength)
+        {
+            Fail("the stream ends inside element ", theHeader.itsTag);
+        }
+    };
+    try
+    {
+        return DcmtkBridge::MakeElement(theHeader.itsTag, theTypeCode, theEndian, theHeader.itsLength, aRead);
+    }
+    catch (const StreamIOException&)
+    {
+        throw;
+    }
+    catch (const DICOMLibException&)
+    {
+        Fail("no value can be made for element ", theHeader.itsTag);
+    }
+}
+
+void ElementParser::CheckInflated(const ElementHeader& theHeader)
+{
+    // An empty item takes about so much.
+    constexpr std::uint64_t kElement = 256;
+    itsElementBytes += kElement;
+    const std::uint64_t aBytes = itsStream.GetConsumed() + itsElementBytes +
+                                 (theHeader.HasUndefinedLength() ? 0 : theHeader.itsLength);
+    if (itsIsInflated && aBytes > itsLimits.itsInflatedBytes)
+    {
+        Fail(Limits::Describe(aBytes, "bytes of a deflated data set before its pixel data",
+                              itsLimits.itsInflatedBytes) +
+                 ", with element ",
+             theHeader.itsTag);
+    }
 }
 
 void ElementParser::PassFragments(DICOMTag theTag)
@@ -150,6 +161,7 @@ void ElementParser::PassFragments(DICOMTag theTag)
         {
             Fail("no fragment where one must be in element ", theTag);
         }
+        CheckInflated(aHeader);
         if (itsStream.SkipFully(aHeader.itsLength) < aHeader.itsLength)
         {
             Fail("the stream ends inside element ", theTag);
@@ -233,8 +245,9 @@ void ElementParser::Step(std::vector<Frame>& theFrames)
     }
 }
 
-void ElementParser::CountElement(Frame& theFrame)
+void ElementParser::CountElement(Frame& theFrame, const ElementHeader& theHeader)
 {
+    CheckInflated(theHeader);
     if (++theFrame.itsElementCount > MAXIMUM_ELEMENTS_OF_ITEM && theFrame.itsItem != nullptr)
     {
         Fail("too many elements in an item of sequence ", theFrame.itsTag);
@@ -268,7 +281,7 @@ void ElementParser::StepSequence(std::vector<Frame>& theFrames, const ElementHea
     {
         Fail("no item where one must be in sequence ", theFrames.back().itsTag);
     }
-    CountElement(theFrames.back());
+    CountElement(theFrames.back(), theHeader);
     Frame aFrame = theFrames.back();
     aFrame.itsEnd = EndOf(theHeader, aFrame.itsEnd);
     aFrame.itsElementCount = 0;
@@ -300,7 +313,7 @@ void ElementParser::StepItem(std::vector<Frame>& theFrames, const ElementHeader&
                          aTop);
         return;
     }
-    CountElement(aTop);
+    CountElement(aTop, theHeader);
     CheckOrder(theHeader.itsTag, aTop.itsGreatestTag);
     EndOf(theHeader, aTop.itsEnd);
     std::unique_ptr<DcmElement> anElement;

@@ -131,7 +131,7 @@ bool Part10InputStream::State::StandsAtElements()
 
 void Part10InputStream::State::ReadFileMeta()
 {
-    ElementParser aParser(*itsSource);
+    ElementParser aParser(*itsSource, false);
     DICOMTag aTag;
     while (itsFileMeta.size() < kMaximumOfMetaElements &&
            ElementHeader::PeekTag(*itsSource, DLEndian::LITTLE_ENDIAN_ORDER, aTag) &&

@@ -49,6 +49,7 @@ void MemoryLimit::Apply(const Options& theOptions)
     {
         aLimits.itsBytesPerFrame = *aMemory;
         aLimits.itsAttributeBytes = std::min(aLimits.itsAttributeBytes, *aMemory);
+        aLimits.itsInflatedBytes = std::min(aLimits.itsInflatedBytes, *aMemory);
         LimitProcess(*aMemory, static_cast<std::uint64_t>(theOptions.GetJobs()));
     }
     Limits::Set(aLimits);

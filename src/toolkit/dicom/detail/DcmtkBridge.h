@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "toolkit/base/BaseTypes.h"
@@ -34,6 +35,14 @@ public:
     static std::unique_ptr<DcmElement> MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
                                                    DLEndian::Endian theEndian, const void* theValue,
                                                    std::size_t theLength);
+
+    /// The next bytes of a value, theLength of them. What it throws is thrown on.
+    using ValueSource = std::function<void(std::uint8_t* theBuffer, std::size_t theLength)>;
+
+    /// As above, with the value asked for piece by piece: it is never in memory twice.
+    static std::unique_ptr<DcmElement> MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
+                                                   DLEndian::Endian theEndian, std::size_t theLength,
+                                                   const ValueSource& theSource);
 
     /// An element with text, padded to an even length as its type wants it.
     static std::unique_ptr<DcmElement> MakeText(DICOMTag theTag, std::uint16_t theTypeCode,

@@ -71,8 +71,8 @@ public:
     /// Each element that comes after a greater one costs a search through all before it.
     static constexpr std::size_t MAXIMUM_OUT_OF_ORDER = 1024;
 
-    /// theStream is borrowed.
-    explicit ElementParser(PeekableInputStream& theStream);
+    /// theStream is borrowed. isInflated: it comes out of deflated data, of which few bytes ask for much.
+    ElementParser(PeekableInputStream& theStream, bool isInflated);
 
     /// The element whose header has just been read. Null for one that was passed over: encapsulated
     /// pixel data inside an icon or a private element, which nobody could read from memory.
@@ -101,7 +101,10 @@ private:
 
     std::unique_ptr<DcmElement> ReadLeaf(const ElementHeader& theHeader, bool& isPixelSigned);
     std::unique_ptr<DcmElement> ReadSequence(const ElementHeader& theHeader);
-    std::vector<std::uint8_t> ReadBytes(const ElementHeader& theHeader);
+    std::unique_ptr<DcmElement> ReadValue(const ElementHeader& theHeader, std::uint16_t theTypeCode,
+                                          DLEndian::Endian theEndian);
+    void CheckValue(const ElementHeader& theHeader);
+    void CheckInflated(const ElementHeader& theHeader);
     void PassFragments(DICOMTag theTag);
 
     void Step(std::vector<Frame>& theFrames);
@@ -109,12 +112,14 @@ private:
     void StepItem(std::vector<Frame>& theFrames, const ElementHeader& theHeader);
     void PushSequence(std::vector<Frame>& theFrames, DcmSequenceOfItems& theSequence,
                       const ElementHeader& theHeader) const;
-    void CountElement(Frame& theFrame);
+    void CountElement(Frame& theFrame, const ElementHeader& theHeader);
     std::uint64_t EndOf(const ElementHeader& theHeader, std::uint64_t theOuterEnd) const;
 
     PeekableInputStream& itsStream;
     const Limits itsLimits = Limits::Get();
     std::uint64_t itsBytesLeft = itsLimits.itsAttributeBytes;
+    const bool itsIsInflated;
+    std::uint64_t itsElementBytes = 0; ///< what the elements themselves take, as far as they count
     std::size_t itsElementsLeft = MAXIMUM_ELEMENTS;
     std::size_t itsOutOfOrderLeft = MAXIMUM_OUT_OF_ORDER;
     bool itsSignedPixels = false;
