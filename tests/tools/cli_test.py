@@ -11,6 +11,7 @@ import os
 import pathlib
 import pty
 import re
+import resource
 import shutil
 import struct
 import subprocess
@@ -412,6 +413,19 @@ class CommandLine(Program):
         self.assertNotEqual(self.lines("rle.dcm", status=4)[0]["result_code"], 0)
         lines = self.lines("--all-frames", "--format", "dicom", "-o", "all.dcm", self.put("multi.dcm", MULTI))
         self.assertEqual([(line["frame"], line["output"]) for line in lines], [(n, "all.dcm") for n in range(3)])
+
+    def test_names_with_control_characters_and_files_that_may_not_grow(self):
+        name = "a\x1b[31mb.dcm"
+        self.put(name, IMAGES["grey12"][0])
+        self.assertEqual(self.run_it("--info", name).stdout.splitlines()[0], b"a [31mb.dcm")
+        limited = subprocess.run([PROGRAM, "--format", "raw", "-o", "big.raw", name], cwd=self.folder, capture_output=True,
+                                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1, 1)))
+        self.assertEqual((limited.returncode, b"File too large" in limited.stderr), (3, True))
+        self.assertFalse([entry for entry in os.listdir(self.folder) if "big" in entry or "tmp" in entry])
+        self.put("plain", b"no folder")
+        self.put("list", name.encode() + b"\n")
+        done = self.run_it("--list", "list", "-o", "plain/sub", status=3)
+        self.assertIn(b"unable to make the output folder: Not a directory", done.stderr)
 
     def test_standard_input(self):
         for name in ("grey12", "bare12", "rle16"):

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <system_error>
@@ -156,6 +157,8 @@ int Run(const Options& theOptions)
 int main(int theArgumentCount, char** theArguments)
 {
     StopSignal::Block();
+    // A file that may not grow any more is then a write error like any other.
+    std::signal(SIGXFSZ, SIG_IGN);
     try
     {
         Options anOptions;

@@ -64,7 +64,8 @@ MirroredNames::MirroredNames(const Options& theOptions)
 {
     std::error_code anError;
     std::filesystem::create_directories(itsFolder, anError);
-    const path aResolved = std::filesystem::canonical(itsFolder, anError);
+    // Why it could not be made, not that it is therefore not there.
+    const path aResolved = anError ? path() : std::filesystem::canonical(itsFolder, anError);
     if (anError || !std::filesystem::is_directory(aResolved))
     {
         throw OutputError(itsFolder + ": unable to make the output folder" +

@@ -13,6 +13,7 @@
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"
 #include "jp2/jp2_box_textualizer.h"
+#include "report/Reporter.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStream.h"
@@ -192,7 +193,7 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
     {
         return Dump(aFacts) + "\n";
     }
-    std::string aText = theInput + "\n";
+    std::string aText = Reporter::WithoutControls(theInput) + "\n";
     for (auto aFact = std::next(aFacts.begin(), 3); aFact != aFacts.end(); ++aFact)
     {
         if (aFact.value().is_array())
@@ -200,14 +201,16 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
             aText += "  " + aFact.key() + ":\n";
             for (const std::string& aLine : itsBoxes)
             {
-                aText += "    " + aLine + "\n";
+                aText += "    " + Reporter::WithoutControls(aLine) + "\n";
             }
         }
         else if (!aFact.value().is_null())
         {
             const bool isText = aFact.value().is_string();
-            aText += "  " + aFact.key() + ": " +
-                     (isText ? aFact.value().get<std::string>() : Dump(aFact.value())) + "\n";
+            aText +=
+                "  " + aFact.key() + ": " +
+                Reporter::WithoutControls(isText ? aFact.value().get<std::string>() : Dump(aFact.value())) +
+                "\n";
         }
     }
     return aText;

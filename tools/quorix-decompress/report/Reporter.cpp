@@ -133,11 +133,15 @@ void Reporter::PrintError(const std::string& theText)
 {
     const std::lock_guard aLock(itsMutex);
     itsProgress.Clear();
-    std::string aText = theText;
+    std::fprintf(stderr, "%s\n", WithoutControls(theText).c_str());
+}
+
+std::string Reporter::WithoutControls(std::string theText)
+{
     std::replace_if(
-        aText.begin(), aText.end(), [](unsigned char theByte) { return theByte < ' ' || theByte == 0x7f; },
-        ' ');
-    std::fprintf(stderr, "%s\n", aText.c_str());
+        theText.begin(), theText.end(),
+        [](unsigned char theByte) { return theByte < ' ' || theByte == 0x7f; }, ' ');
+    return theText;
 }
 
 void Reporter::PrintOutOfMemory(const std::string& theName)

@@ -63,6 +63,9 @@ public:
     /// left out.
     void PrintError(const std::string& theText);
 
+    /// theText with a blank for each control character, as terminals are to get it.
+    static std::string WithoutControls(std::string theText);
+
     /// "NAME: out of memory" on standard error, without taking any.
     void PrintOutOfMemory(const std::string& theName);
 
