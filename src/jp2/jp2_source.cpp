@@ -93,11 +93,12 @@ public:
                 itsHasHeader = true;
             }
         }
-        if (!itsHasFileType || !itsHasHeader)
+        if (!itsHasFileType || !(itsHasHeader || itsOwner.itsMayLackHeader))
         {
             Fail(std::string("there is no ") + (itsHasFileType ? "JP2 header" : "file type") +
                  " box before the codestream");
         }
+        itsOwner.itsLacksHeader = !itsHasHeader;
         itsOwner.itsCodestreamLength = itsBoxes.GetRemaining();
     }
 

@@ -82,7 +82,15 @@ public:
     int get_num_components() const { return itsComponents; }
     /// @}
 
+    /// A file without a header box is read as well: the codestream says what is needed.
+    void accept_missing_header() { itsMayLackHeader = true; }
+
+    /// After read_header: whether the file has none.
+    bool lacks_header() const { return itsLacksHeader; }
+
 private:
+    bool itsMayLackHeader = false;
+    bool itsLacksHeader = false;
     class HeaderReader;
 
     jp2_family_src* itsFile = nullptr;

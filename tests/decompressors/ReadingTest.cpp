@@ -355,6 +355,19 @@ Bytes Headless(DicomBuilder::Syntax theSyntax, bool isMetaKept)
     return aFile;
 }
 
+Bytes HeaderlessJp2()
+{
+    Bytes aFile = Jpeg2000Streams::MakeJp2(Jpeg2000Streams::Colour());
+    const Bytes aType = {'j', 'p', '2', 'h'};
+    // A box of no known type.
+    *std::search(aFile.begin(), aFile.end(), aType.begin(), aType.end()) = 'x';
+    JpegSpec aSpec;
+    aSpec.itsComponents = 3;
+    aSpec.itsWidth = Jpeg2000Streams::kColourWidth;
+    aSpec.itsHeight = Jpeg2000Streams::kColourHeight;
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "RGB", {aFile});
+}
+
 /// An empty sequence, and behind it an item that says of two rows that they are nine.
 Bytes StrayItem()
 {
@@ -393,6 +406,11 @@ std::vector<Row> MakeOddRows()
          0,
          {DLRC_NO_DECODER, {}, "", {}},
          {0, Flat({100}, 64), "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"JP2 without a header box",
+         HeaderlessJp2(),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, Jpeg2000Streams::ColourPixels(), "RGB 8/8/7", {"nonconformant@0"}}},
         {"empty sequence, and an item behind it",
          StrayItem(),
          0,

@@ -7,7 +7,7 @@
 #include "jp2/jp2_source.h"
 #include "toolkit/base/CodestreamSignature.h"
 
-void JPEG2000CodestreamSource::FindCodestream()
+void JPEG2000CodestreamSource::FindCodestream(bool isHeaderOptional)
 {
     while (itsFrontSize < itsFront.size())
     {
@@ -23,18 +23,23 @@ void JPEG2000CodestreamSource::FindCodestream()
     if (CodestreamSignature::Begins(itsFront.data(), itsFrontSize,
                                     CodestreamSignature::kJP2.substr(0, itsFront.size())))
     {
-        ReadBoxes();
+        ReadBoxes(isHeaderOptional);
     }
 }
 
-void JPEG2000CodestreamSource::ReadBoxes()
+void JPEG2000CodestreamSource::ReadBoxes(bool isHeaderOptional)
 {
     jp2_family_src aFamily;
     aFamily.open(&itsSource);
     aFamily.put_back(itsFront.data(), itsFrontSize);
     jp2_source aFile;
     aFile.open(&aFamily);
+    if (isHeaderOptional)
+    {
+        aFile.accept_missing_header();
+    }
     aFile.read_header();
+    itsLacksHeader = aFile.lacks_header();
     itsRemaining = aFile.get_codestream_length();
     aFile.close();
     aFamily.close();

@@ -157,7 +157,11 @@ void JPEG2000Decoder::OpenSource()
     }
     SetPhase("start");
     itsState->itsSource = std::make_unique<JPEG2000CodestreamSource>(GetSource());
-    ReportingPhase([this] { itsState->itsSource->FindCodestream(); });
+    ReportingPhase([this] { itsState->itsSource->FindCodestream(IsByMeaning()); });
+    if (itsState->itsSource->LacksHeader())
+    {
+        Warn(WarningIdentifier::kNonconformant, "the JP2 file has no header box");
+    }
 }
 
 void JPEG2000Decoder::SetSourceImpl()

@@ -20,17 +20,21 @@ public:
     explicit JPEG2000CodestreamSource(kdu_compressed_source& theSource) : itsSource(theSource) {}
 
     /// To be called once, before the first read. What is wrong with the boxes of a JP2 file is reported as an
-    /// error of the engine.
-    void FindCodestream();
+    /// error of the engine; isHeaderOptional: a missing header box is none.
+    void FindCodestream(bool isHeaderOptional);
+
+    /// Whether a JP2 file without a header box was found.
+    bool LacksHeader() const { return itsLacksHeader; }
 
     int read(kdu_byte* theBuffer, int theCount) override;
     int get_capabilities() override { return KDU_SOURCE_CAP_SEQUENTIAL; }
 
 private:
-    void ReadBoxes();
+    void ReadBoxes(bool isHeaderOptional);
 
     kdu_compressed_source& itsSource;
     std::array<std::uint8_t, 4> itsFront{}; ///< bytes that were looked at
+    bool itsLacksHeader = false;
     std::size_t itsFrontSize = 0;
     std::size_t itsFrontPosition = 0;
     std::uint64_t itsRemaining = std::numeric_limits<std::uint64_t>::max(); ///< that may still be read
