@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/detail/Part10FrontEnd.h"
 
+#include <new>
+
 #include "decoding/CodecTable.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
@@ -159,6 +161,14 @@ void Part10FrontEnd::Parse()
             throw;
         }
         ThrowParseError(anException.what(), anException.GetSystemErrorCode());
+    }
+    catch (const std::bad_alloc& anException)
+    {
+        if (itsReadingContext.IsByMeaning())
+        {
+            throw StreamIOException("Out of memory while the data set was read", DLRC_ALLOCATION_FAILED, 0);
+        }
+        ThrowParseError(anException.what(), 0);
     }
     catch (const std::exception& anException)
     {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -177,6 +178,10 @@ std::unique_ptr<DcmElement> MakeFilled(DcmTag theTag, DLEndian::Endian theEndian
             aStream.releaseBuffer();
         }
         anElement->transferEnd();
+    }
+    if (aStatus == EC_MemoryExhausted)
+    {
+        throw std::bad_alloc();
     }
     if (aStatus.bad())
     {
