@@ -22,7 +22,8 @@ from pydicom.pixel_data_handlers.util import apply_color_lut, convert_color_spac
 
 # Files that pydicom reads and this library deliberately does not, with the code and why.
 REFUSED = {
-    "ExplVR_BigEndNoMeta.dcm": 38, "ExplVR_LitEndNoMeta.dcm": 38, "no_meta.dcm": 38,  # no Part 10 preamble
+    "ExplVR_BigEndNoMeta.dcm": 6, "ExplVR_LitEndNoMeta.dcm": 6,  # without a preamble, and without pixels
+    "no_meta.dcm": 38,  # its first element is no element: DCMTK cannot read it either
     "SC_rgb_rle_32bit.dcm": 12, "SC_rgb_rle_32bit_2frame.dcm": 12,  # colour of 32 bits
     "MR_truncated.dcm": 37,
 }
