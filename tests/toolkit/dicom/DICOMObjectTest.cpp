@@ -17,7 +17,6 @@ using Tags = std::vector<DICOMTag>;
 
 constexpr DICOMTag kSequence = DICOMTags::SourceImageSequence;
 constexpr DICOMTag kReferenced{0x0008, 0x1150};
-constexpr auto kLittle = DLEndian::LITTLE_ENDIAN_ORDER;
 constexpr auto kBig = DLEndian::BIG_ENDIAN_ORDER;
 constexpr Syntax kUndeflated[] = {Syntax::IMPLICIT_LITTLE, Syntax::EXPLICIT_LITTLE, Syntax::EXPLICIT_BIG};
 
