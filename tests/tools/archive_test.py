@@ -132,7 +132,7 @@ class Archive(cli_test.Program):
                 (run + ["a"], {}), (run + ["--resume"], {}), (["--list", "list"], {}), (["a", "--resume"], {}),
                 (["a", "--shard", "0/2"], {}), *((["a", "--max-memory", value], {}) for value in
                                                  ("", "0", "1T", "1KK", "-1", "K", "9223372036854775808", "9007199254740992K")),
-                (["a", "--max-pixels", "0"], {}), (["a", "--report", ""], {})]:
+                (["a", "--max-pixels", "0"], {}), (["a", "--max-output", "1T"], {}), (["a", "--report", ""], {})]:
             with self.subTest((arguments, variables)):
                 self.be_task(variables)
                 self.run_it(*arguments, status=1)
@@ -389,6 +389,29 @@ class Archive(cli_test.Program):
         run = ["--list", "list", "-o", "out", "--format", "raw", "--jobs", "8"]
         self.assertGreater(self.peak(*run, statuses=(0,)), 100000)
         self.assertLess(self.peak(*run, "--max-memory", "64M", statuses=(0, 2, 3)), 100000)
+
+    def test_what_a_run_writes_has_a_limit(self):
+        self.put("small.dcm", GREY)
+        self.put_sparse("many.dcm", 64, 64, 30)
+        for kind in ("png", "pnm", "raw", "rend", "dicom"):
+            with self.subTest(kind):
+                run = ["small.dcm", "--format", kind, "-o"]
+                self.run_it(*run, "free")
+                size = os.path.getsize(self.path("free"))
+                self.run_it(*run, "enough", f"--max-output={size}")
+                self.assertEqual(len(self.get("enough")), size)
+                done = self.run_it(*run, "scarce", f"--max-output={size - 1}", status=3)
+                self.assertIn(b"small.dcm: " + (b"DICOM file" if kind == "dicom" else b"frame 0") +
+                              b": output not written: " + (b"PNG: " if kind == "png" else b"") +
+                              b"--max-output: all files together would have more than %d bytes\n" % (size - 1), done.stderr)
+                os.unlink(self.path("enough"))
+        # What was refused does not count, and is not tried for ever.
+        done = self.run_it("many.dcm", "small.dcm", "--all-frames", "--format", "raw", "-o", "out", "--max-output", "16K", status=3)
+        self.assertEqual(set(self.files()), {"many_f0000.raw", "many_f0001.raw"})
+        self.assertIn(b"given up after frame 9 of 30", done.stderr)
+        self.run_it("many.dcm", "small.dcm", "--format", "raw", "-o", "some", "--max-output", "8191", status=3)
+        self.assertEqual(self.files("some"), {"small.raw": cli_test.IMAGES["grey12"][3]})
+        self.assertEqual([name for name in os.listdir(self.folder) if name.endswith("tmp") or name == "scarce"], [])
 
 
 if __name__ == "__main__":

@@ -134,6 +134,10 @@ int Run(const Options& theOptions)
     try
     {
         MemoryLimit::Apply(theOptions);
+        if (const auto aMaximum = theOptions.GetMaximumOutput())
+        {
+            TemporaryFile::SetMaximum(*aMaximum);
+        }
         if (!theOptions.GetReport().empty())
         {
             aReporter.OpenReport(theOptions.GetReport());

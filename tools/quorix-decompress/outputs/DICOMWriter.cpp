@@ -2,6 +2,7 @@
 #include "outputs/DICOMWriter.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "outputs/OutputFile.h"
 #include "pixels/DecompressionLibUtils.h"
@@ -115,7 +116,7 @@ void DICOMWriter::DescribePixels()
     aDataSet.RemoveVR(DICOMTags::ExtendedOffsetTableLengths);
 }
 
-void DICOMWriter::Save(const std::string& thePath)
+void DICOMWriter::Save(TemporaryFile& theFile)
 {
     const Renderable& anImage = *itsFirst.itsRenderable;
     const std::uint64_t aSize = itsFrameCount == 1 ? ImageSize(anImage) : itsPixels.size();
@@ -123,6 +124,7 @@ void DICOMWriter::Save(const std::string& thePath)
     {
         throw OutputError("the image is too large for a DICOM file");
     }
+    theFile.Claim(aSize);
     PrepareDataSet();
     DescribePixels();
     DICOMDataObject& aDataSet = *itsFirst.itsDataSet;
@@ -131,5 +133,6 @@ void DICOMWriter::Save(const std::string& thePath)
         itsFrameCount == 1 ? anImage.getPixelData() : itsPixels.data(), aSize,
         anImage.getBitsAllocated() > 8 ? VR::TYPE_OW : VR::TYPE_OB,
         anImage.isPixelDataLittleEndian() ? DLEndian::LITTLE_ENDIAN_ORDER : DLEndian::BIG_ENDIAN_ORDER));
-    aDataSet.SaveToFile(thePath, TransferSyntaxType::TSExplicitLittleEndianUID);
+    aDataSet.SaveToFile(theFile.GetPath(), TransferSyntaxType::TSExplicitLittleEndianUID);
+    theFile.Claim(std::filesystem::file_size(theFile.GetPath()) - aSize);
 }

@@ -10,6 +10,8 @@
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
+class TemporaryFile;
+
 /// Writes decoded frames of one input as one uncompressed DICOM Part 10 file (explicit little endian).
 ///
 /// The data set is the first frame's, as the library fixed it up, with the lossy history when there was
@@ -23,7 +25,7 @@ public:
     void AddFrame(DecodedFrame theFrame);
 
     /// Writes the file; call once. Throws OutputError, and what the library throws.
-    void Save(const std::string& thePath);
+    void Save(TemporaryFile& theFile);
 
 private:
     void CheckAlike(const Renderable& theImage) const;

@@ -25,22 +25,23 @@ std::unique_ptr<FrameWriter> FrameWriter::Create(const Options& theOptions)
     return nullptr;
 }
 
-void RawWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+void RawWriter::Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const
 {
-    OutputFile aFile(thePath);
+    OutputFile aFile(theFile);
     aFile.Write(theFrame.itsRenderable->getPixelData(), theFrame.itsRenderable->getPixelDataSize());
     aFile.Close();
 }
 
-void RendWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+void RendWriter::Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const
 {
     constexpr std::uintmax_t kHeaderLength = 64;
-    theFrame.itsRenderable->saveToFile(thePath.c_str());
-    // A short write goes unnoticed there.
     const std::uintmax_t anExpected =
         kHeaderLength + theFrame.itsRenderable->getRequiredPixelDataBufferSize();
+    theFile.Claim(anExpected);
+    theFrame.itsRenderable->saveToFile(theFile.GetPath().c_str());
+    // A short write goes unnoticed there.
     std::error_code anError;
-    if (std::filesystem::file_size(thePath, anError) != anExpected || anError)
+    if (std::filesystem::file_size(theFile.GetPath(), anError) != anExpected || anError)
     {
         throw OutputError("the file could not be written as a whole");
     }
@@ -51,10 +52,10 @@ std::string PNMWriter::GetExtension(const DecodedFrame& theFrame) const
     return theFrame.itsRenderable->getSamplesPerPixel() == 1 ? ".pgm" : ".ppm";
 }
 
-void PNMWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+void PNMWriter::Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const
 {
     Picture aPicture(theFrame, itsWindow);
-    OutputFile aFile(thePath);
+    OutputFile aFile(theFile);
     std::string aHeader = aPicture.IsColour() ? "P6\n" : "P5\n";
     if (aPicture.GetOffset() != 0)
     {

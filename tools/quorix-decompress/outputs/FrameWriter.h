@@ -8,6 +8,8 @@
 #include "decode/DecodedFrame.h"
 #include "run/Options.h"
 
+class TemporaryFile;
+
 /// Writes one decoded frame to one file. Immutable; threads may share one.
 class FrameWriter
 {
@@ -17,9 +19,8 @@ public:
     /// The file name's ending for theFrame, with its dot.
     virtual std::string GetExtension(const DecodedFrame& theFrame) const = 0;
 
-    /// Writes theFrame, which was decoded, to a file that is there already and empty. Throws OutputError,
-    /// and what the library throws.
-    virtual void Write(const DecodedFrame& theFrame, const std::string& thePath) const = 0;
+    /// Writes theFrame, which was decoded, to an empty file. Throws OutputError, and what the library throws.
+    virtual void Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const = 0;
 
     /// The writer for a format of one file a frame; null for NONE and DICOM.
     static std::unique_ptr<FrameWriter> Create(const Options& theOptions);
@@ -30,7 +31,7 @@ class RawWriter final : public FrameWriter
 {
 public:
     std::string GetExtension(const DecodedFrame&) const override { return ".raw"; }
-    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+    void Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const override;
 };
 
 /// Writes the library's cache file.
@@ -38,7 +39,7 @@ class RendWriter final : public FrameWriter
 {
 public:
     std::string GetExtension(const DecodedFrame&) const override { return ".rend"; }
-    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+    void Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const override;
 };
 
 /// Writes binary PGM (P5) and PPM (P6) pictures, see Picture for the samples. 16-bit samples have their
@@ -49,7 +50,7 @@ public:
     explicit PNMWriter(std::optional<WindowOption> theWindow) : itsWindow(theWindow) {}
 
     std::string GetExtension(const DecodedFrame& theFrame) const override;
-    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+    void Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const override;
 
 private:
     std::optional<WindowOption> itsWindow;
@@ -62,7 +63,7 @@ public:
     explicit PNGWriter(std::optional<WindowOption> theWindow) : itsWindow(theWindow) {}
 
     std::string GetExtension(const DecodedFrame&) const override { return ".png"; }
-    void Write(const DecodedFrame& theFrame, const std::string& thePath) const override;
+    void Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const override;
 
 private:
     std::optional<WindowOption> itsWindow;

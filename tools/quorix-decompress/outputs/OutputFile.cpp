@@ -21,7 +21,8 @@ namespace
 }
 } // namespace
 
-OutputFile::OutputFile(const std::string& thePath) : itsFile(std::fopen(thePath.c_str(), "wb"))
+OutputFile::OutputFile(TemporaryFile& theFile)
+    : itsTemporary(theFile), itsFile(std::fopen(theFile.GetPath().c_str(), "wb"))
 {
     if (itsFile == nullptr)
     {
@@ -39,6 +40,7 @@ OutputFile::~OutputFile()
 
 void OutputFile::Write(const void* theBytes, std::size_t theCount)
 {
+    itsTemporary.Claim(theCount);
     if (theCount > 0 && std::fwrite(theBytes, 1, theCount, itsFile) != theCount)
     {
         ThrowSystemError();
@@ -60,11 +62,13 @@ void OutputFile::Close()
 
 namespace
 {
-std::mutex theMutex; // for the two below
+std::mutex theMutex; // for the three below
 std::set<std::string> theLiveFiles;
 unsigned theNextNumber = 0;
+std::uint64_t theClaimedBytes = 0;
 
-std::string theCommonFolder; // empty for none; constant once work begins
+std::string theCommonFolder;               // empty for none; constant once work begins
+std::uint64_t theMaximumBytes = INT64_MAX; // likewise
 
 std::string Reason(int theError)
 {
@@ -124,7 +128,20 @@ TemporaryFile::~TemporaryFile()
         const std::lock_guard aLock(theMutex);
         ::unlink(itsPath.c_str());
         theLiveFiles.erase(itsPath);
+        theClaimedBytes -= itsClaimed;
     }
+}
+
+void TemporaryFile::Claim(std::uint64_t theBytes)
+{
+    const std::lock_guard aLock(theMutex);
+    if (theBytes > theMaximumBytes - theClaimedBytes)
+    {
+        throw OutputError("--max-output: all files together would have more than " +
+                          std::to_string(theMaximumBytes) + " bytes");
+    }
+    theClaimedBytes += theBytes;
+    itsClaimed += theBytes;
 }
 
 void TemporaryFile::Sync() const
@@ -156,6 +173,11 @@ void TemporaryFile::Commit()
 void TemporaryFile::SetFolder(const std::string& theFolder)
 {
     theCommonFolder = theFolder;
+}
+
+void TemporaryFile::SetMaximum(std::uint64_t theBytes)
+{
+    theMaximumBytes = theBytes;
 }
 
 void TemporaryFile::RemoveAll()

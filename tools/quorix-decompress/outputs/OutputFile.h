@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -11,25 +12,6 @@ class OutputError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
-};
-
-/// A file being written. Every failure, a full disk found out late included, is an OutputError.
-class OutputFile
-{
-public:
-    explicit OutputFile(const std::string& thePath);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
-
-    void Write(const void* theBytes, std::size_t theCount);
-    void Close();
-
-    /// For libraries that write by themselves; they leave their errors to Close. Borrowed.
-    std::FILE* GetFile() const { return itsFile; }
-
-private:
-    std::FILE* itsFile;
 };
 
 /// A file under a temporary name: beside the one it is to become, or in a folder for all of them.
@@ -47,6 +29,10 @@ public:
 
     const std::string& GetPath() const { return itsPath; }
 
+    /// To be called before so many bytes are added to the file. Throws OutputError where that would make it
+    /// more than all files of this run may have; what is not committed does not count in the end.
+    void Claim(std::uint64_t theBytes);
+
     /// Has the contents written to the disk, so that after a crash the final name has all of them. Throws
     /// OutputError.
     void Sync() const;
@@ -58,6 +44,9 @@ public:
     /// folders are made where they are missing. To be called before work begins.
     static void SetFolder(const std::string& theFolder);
 
+    /// What all files of this run may have. To be called before work begins.
+    static void SetMaximum(std::uint64_t theBytes);
+
     /// Removes all files that are not committed and lets none be made or committed any more. For a process
     /// that ends here. Thread-safe.
     static void RemoveAll();
@@ -65,6 +54,26 @@ public:
 private:
     std::string itsTarget;
     std::string itsPath; ///< empty once committed
+    std::uint64_t itsClaimed = 0;
+};
+
+/// The contents of a temporary file being written. Every failure, a full disk found out late included, is an
+/// OutputError.
+class OutputFile
+{
+public:
+    /// theFile is borrowed.
+    explicit OutputFile(TemporaryFile& theFile);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void Write(const void* theBytes, std::size_t theCount);
+    void Close();
+
+private:
+    TemporaryFile& itsTemporary;
+    std::FILE* itsFile;
 };
 
 /// A folder of this run's own for files that are not finished, in the output folder.

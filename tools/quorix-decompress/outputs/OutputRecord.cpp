@@ -135,7 +135,7 @@ void OutputRecord::Save() const
     const std::string aText =
         Dump({{"of", ordered_json::parse(Describe())}, {"outputs", std::move(anOutputs)}}) + "\n";
     TemporaryFile aTemporary(itsPath);
-    OutputFile aFile(aTemporary.GetPath());
+    OutputFile aFile(aTemporary);
     aFile.Write(aText.data(), aText.size());
     aFile.Close();
     aTemporary.Commit();

@@ -31,7 +31,29 @@ public:
     png_infop GetInfo() const { return itsInfo; }
     const std::string& GetError() const { return itsError; }
 
+    /// Where libpng's bytes go; theFile is borrowed.
+    void SetFile(OutputFile& theFile)
+    {
+        itsFile = &theFile;
+        png_set_write_fn(itsPNG, this, WriteBytes, Flush);
+    }
+
 private:
+    static void Flush(png_structp) {} // without one libpng takes the handle for a FILE
+    static void WriteBytes(png_structp thePNG, png_bytep theBytes, std::size_t theCount)
+    {
+        auto* const aHandle = static_cast<PNGHandle*>(png_get_io_ptr(thePNG));
+        try
+        {
+            aHandle->itsFile->Write(theBytes, theCount);
+            return;
+        }
+        catch (const OutputError& anError)
+        {
+            aHandle->itsError = anError.what();
+        }
+        png_longjmp(thePNG, 1); // no exception may pass through libpng, nor a jump leave a handler
+    }
     static void OnError(png_structp thePNG, png_const_charp theText)
     {
         static_cast<PNGHandle*>(png_get_error_ptr(thePNG))->itsError = theText;
@@ -40,6 +62,7 @@ private:
     static void OnWarning(png_structp, png_const_charp) {}
 
     std::string itsError;
+    OutputFile* itsFile = nullptr;
     png_structp itsPNG;
     png_infop itsInfo;
 };
@@ -56,13 +79,12 @@ struct Header
 // libpng reports errors by longjmp. The functions between here and there hold nothing that has a
 // destructor, so none is jumped over. False on an error.
 
-bool WriteHeader(png_structp thePNG, png_infop theInfo, std::FILE* theFile, const Header& theHeader)
+bool WriteHeader(png_structp thePNG, png_infop theInfo, const Header& theHeader)
 {
     if (setjmp(png_jmpbuf(thePNG)) != 0)
     {
         return false;
     }
-    png_init_io(thePNG, theFile);
     png_set_compression_level(thePNG, kCompressionLevel);
     png_set_IHDR(thePNG, theInfo, theHeader.itsColumns, theHeader.itsRows, theHeader.itsDepth,
                  theHeader.itsColourType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
@@ -113,11 +135,11 @@ void Check(bool isGood, const PNGHandle& theHandle)
 }
 } // namespace
 
-void PNGWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) const
+void PNGWriter::Write(const DecodedFrame& theFrame, TemporaryFile& theFile) const
 {
     Picture aPicture(theFrame, itsWindow);
-    OutputFile aFile(thePath);
-    const PNGHandle aHandle;
+    OutputFile aFile(theFile);
+    PNGHandle aHandle;
     if (!aHandle.IsUsable())
     {
         throw OutputError("PNG: out of memory");
@@ -126,7 +148,8 @@ void PNGWriter::Write(const DecodedFrame& theFrame, const std::string& thePath) 
     const Header aHeader{aPicture.GetColumns(), aPicture.GetRows(), aPicture.GetDepth(),
                          aPicture.IsColour() ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY,
                          aPicture.GetOffset() != 0 ? aComment.c_str() : nullptr};
-    Check(WriteHeader(aHandle.GetPNG(), aHandle.GetInfo(), aFile.GetFile(), aHeader), aHandle);
+    aHandle.SetFile(aFile);
+    Check(WriteHeader(aHandle.GetPNG(), aHandle.GetInfo(), aHeader), aHandle);
     std::vector<unsigned char> aRow;
     for (std::uint32_t aRowIndex = 0; aRowIndex < aPicture.GetRows(); ++aRowIndex)
     {

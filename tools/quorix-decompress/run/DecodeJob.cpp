@@ -169,8 +169,8 @@ void DecodeJob::DecodeFrames(JImageType theKind)
             anEnd = aDecoder->GetNumberOfFrames(aFrame);
             itsContext.itsReporter.AddToTotal(static_cast<std::uint64_t>(anEnd) - 1);
         }
-        aFailuresInARow = aFrame.IsDecoded() ? 0 : aFailuresInARow + 1;
-        HandleFrame(std::move(aFrame), isNumbered || anEnd - aFirst > 1);
+        const bool isDone = HandleFrame(std::move(aFrame), isNumbered || anEnd - aFirst > 1);
+        aFailuresInARow = isDone ? 0 : aFailuresInARow + 1;
         itsContext.itsReporter.AddDone(1);
         if (aFailuresInARow == kMostFailuresInARow && aFrameIndex + 1 < anEnd)
         {
@@ -195,12 +195,13 @@ bool DecodeJob::IsStopped(int theFrame, int theEnd)
     return itsStopped;
 }
 
-void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
+/// False for a frame that could not be decoded, or not written.
+bool DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
 {
     if (!theFrame.IsDecoded())
     {
         ReportFailure(theFrame);
-        return;
+        return false;
     }
     itsContext.itsReporter.CountDecoded();
     PrintWarnings(theFrame);
@@ -215,7 +216,7 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
         {
             itsDICOMError = ReasonOfFailure([&] { itsDICOMWriter.AddFrame(std::move(theFrame)); });
         }
-        return;
+        return itsDICOMError.empty();
     }
     std::optional<FrameReport> aReport;
     if (isReporting)
@@ -234,6 +235,7 @@ void DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
         aReport->SetWriteError(aReason);
         PrintLine(aReport->ToLine());
     }
+    return aReason.empty();
 }
 
 void DecodeJob::PrintWarnings(const DecodedFrame& theFrame)
@@ -256,7 +258,7 @@ std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool hasSeveral)
         itsInput, hasSeveral ? std::optional<int>(theFrame.itsFrame) : std::nullopt,
         itsContext.itsWriter->GetExtension(theFrame));
     TemporaryFile aFile(aPath);
-    itsContext.itsWriter->Write(theFrame, aFile.GetPath());
+    itsContext.itsWriter->Write(theFrame, aFile);
     FinishOutput(aFile, aPath);
     return aPath;
 }
@@ -297,7 +299,7 @@ void DecodeJob::FinishDICOMFile()
                 {
                     std::string aPath = itsContext.itsNames.GetPath(itsInput, std::nullopt, ".dcm");
                     TemporaryFile aFile(aPath);
-                    itsDICOMWriter.Save(aFile.GetPath());
+                    itsDICOMWriter.Save(aFile);
                     FinishOutput(aFile, aPath);
                     anOutput = aPath;
                 });

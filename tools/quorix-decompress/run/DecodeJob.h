@@ -46,7 +46,7 @@ private:
     void PrintLine(const std::string& theLine);
     void ShowInfo(JImageType theKind);
     void DecodeFrames(JImageType theKind);
-    void HandleFrame(DecodedFrame theFrame, bool hasSeveral);
+    bool HandleFrame(DecodedFrame theFrame, bool hasSeveral);
     void PrintWarnings(const DecodedFrame& theFrame);
     std::string WriteFrame(const DecodedFrame& theFrame, bool hasSeveral);
     void FinishOutput(TemporaryFile& theFile, const std::string& thePath);

@@ -34,7 +34,7 @@ const char* const kNotes =
     "frames NAME_f0000, NAME_f0001 and so on. Inputs of the same name get -2, -3 ... in the order given.\n"
     "A file that is already there is replaced, an input never.\n"
     "\n"
-    "After 8 frames in a row that cannot be decoded the rest of an input is given up.\n"
+    "After 8 frames in a row that cannot be decoded or written the rest of an input is given up.\n"
     "With --jobs, lines come in the order in which images are finished.\n"
     "\n"
     "Lists: with --list, the output of study/1.dcm is OUT/study/1.dcm.png, of its frame 7 with --all-frames\n"
@@ -79,9 +79,13 @@ std::string CheckNotEmpty(const std::string& theText)
     return theText.empty() ? "must not be empty" : "";
 }
 
-/// A number of bytes with K, M or G (of 1024) behind it.
-std::uint64_t ParseBytes(const std::string& theText)
+/// A number of bytes with K, M or G (of 1024) behind it; none where the option is not given.
+std::optional<std::uint64_t> ParseBytes(const std::string& theOption, const std::string& theText)
 {
+    if (theText.empty())
+    {
+        return std::nullopt;
+    }
     std::uint64_t aValue = 0;
     const char* const anEnd = theText.data() + theText.size();
     const auto aResult = std::from_chars(theText.data(), anEnd, aValue);
@@ -90,7 +94,7 @@ std::uint64_t ParseBytes(const std::string& theText)
     if (aResult.ec != std::errc() || aSuffix.size() > 1 || (aPower == 0 && !aSuffix.empty()) || aValue == 0 ||
         aValue > (std::uint64_t{INT64_MAX} >> (10 * aPower)))
     {
-        throw CLI::ValidationError("--max-memory", "must be a number of bytes, or one with K, M or G");
+        throw CLI::ValidationError(theOption, "must be a number of bytes, or one with K, M or G");
     }
     return aValue << (10 * aPower);
 }
@@ -105,6 +109,7 @@ struct Options::Texts
     bool itsNoProgress = false;
     std::string itsShard;
     std::string itsMemory;
+    std::string itsMaximumOutput;
 };
 
 void Options::Check(const Texts& theTexts)
@@ -126,10 +131,8 @@ void Options::Check(const Texts& theTexts)
     {
         throw CLI::ValidationError("INPUT", "standard input (-) can be read only once");
     }
-    if (!theTexts.itsMemory.empty())
-    {
-        itsMaximumMemory = ParseBytes(theTexts.itsMemory);
-    }
+    itsMaximumMemory = ParseBytes("--max-memory", theTexts.itsMemory);
+    itsMaximumOutput = ParseBytes("--max-output", theTexts.itsMaximumOutput);
     CheckArchive(theTexts);
 }
 
@@ -259,6 +262,12 @@ void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
         .add_option("--max-memory", theTexts.itsMemory,
                     "Refuse images of more bytes, and let the process with all its jobs have no more memory\n"
                     "than this on top of what it starts with; K, M and G for KiB, MiB and GiB")
+        ->option_text("BYTES")
+        ->check(CheckNotEmpty);
+    theApp
+        .add_option("--max-output", theTexts.itsMaximumOutput,
+                    "Refuse to write files that would make all of this run more than so many bytes, as with\n"
+                    "--max-memory; files that are refused do not count, nor does the report")
         ->option_text("BYTES")
         ->check(CheckNotEmpty);
 }

@@ -72,6 +72,7 @@ public:
 
     std::optional<std::uint64_t> GetMaximumPixels() const { return itsMaximumPixels; }
     std::optional<std::uint64_t> GetMaximumMemory() const { return itsMaximumMemory; } ///< bytes
+    std::optional<std::uint64_t> GetMaximumOutput() const { return itsMaximumOutput; } ///< bytes
 
     bool HasOutputs() const { return !itsInfo && itsFormat != OutputFormat::NONE; }
     const std::string& GetFormatName() const { return itsFormatName; }
@@ -110,4 +111,5 @@ private:
     std::string itsReport;
     std::optional<std::uint64_t> itsMaximumPixels;
     std::optional<std::uint64_t> itsMaximumMemory;
+    std::optional<std::uint64_t> itsMaximumOutput;
 };
