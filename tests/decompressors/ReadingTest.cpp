@@ -196,13 +196,13 @@ void Check(const Row& theRow, Reading theReading)
     EXPECT_EQ(aPixels, anExpected.itsPixels);
 }
 
-/// 64 × 64 pixels of which theKept bytes of the first scan's data are there. All blocks but the first of a
-/// baseline image take six bits and of a progressive one's first scan a single bit, as all pixels of a
-/// lossless one do; the first one takes 18, 9 and 9.
-Bytes CutJpeg(JpegSpec::Process theProcess, const std::string& theUID, std::size_t theKept)
+/// theSide × theSide pixels of which theKept bytes of the first scan's data are there. All blocks but the
+/// first of a baseline image take six bits and of a progressive one's first scan a single bit, as all pixels
+/// of a lossless one do; the first one takes 18, 9 and 9.
+Bytes CutJpeg(JpegSpec::Process theProcess, const std::string& theUID, std::size_t theKept, int theSide = 64)
 {
     JpegSpec aSpec;
-    aSpec.itsWidth = aSpec.itsHeight = 64;
+    aSpec.itsWidth = aSpec.itsHeight = theSide;
     aSpec.itsProcess = theProcess;
     aSpec.itsOptimised = false;
     Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}));
@@ -318,6 +318,16 @@ std::vector<Row> MakeCutRows()
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
          {DLRC_PARSE_ERROR, {}, "", {}}},
+        {"JPEG of which two of 256 blocks are there",
+         CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 3, 128),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {DLRC_PARSE_ERROR, {}, "", {}}},
+        {"JPEG of which three of 256 blocks are there",
+         CutJpeg(JpegSpec::Process::BASELINE, kBaseline, 4, 128),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, Blanked(128, 24, 100), "MONOCHROME2 8/8/7 lossy", {"truncated@0"}}},
         {"RLE cut inside a literal run",
          RleFile(1, 50, 4, 8, RleSegment({157, 7, 99, 5, 5, 5})),
          0,
@@ -328,6 +338,11 @@ std::vector<Row> MakeCutRows()
          0,
          {0, Blanked(200, 100, 7), "MONOCHROME2 8/8/7", {"truncated@0"}},
          {0, Blanked(200, 100, 7), "MONOCHROME2 8/8/7", {"truncated@0"}}},
+        {"RLE of which a hundredth is there",
+         RleFile(1, 50, 4, 8, RleSegment({1, 7, 7, 128})),
+         0,
+         {0, Blanked(200, 2, 7), "MONOCHROME2 8/8/7", {"truncated@0"}},
+         {0, Blanked(200, 2, 7), "MONOCHROME2 8/8/7", {"truncated@0"}}},
         {"RLE of which nearly nothing is there",
          RleFile(1, 50, 4, 8, RleSegment({0, 7})),
          0,
