@@ -73,15 +73,20 @@ bool ConvertToRGB(DICOMDataObject* theDataSet, Renderable& theImage, Decompressi
 }
 
 /// Never throws.
-void ReportCurrentException(DecompressionResult& theResult)
+void ReportCurrentException(DecompressionResult& theResult, Reading theReading)
 {
     try
     {
-        SetDecoderFailure(theResult, CaughtException::Current());
+        const CaughtException aCaught = CaughtException::Current();
+        if (theReading == Reading::BY_MEANING && aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+        {
+            throw; // for the handler below, which says so
+        }
+        SetDecoderFailure(theResult, aCaught);
     }
     catch (...)
     {
-        theResult.setOutOfMemory(DLRC_DECODER_ERROR);
+        theResult.setOutOfMemory(DLRC_DECODER_ERROR, theReading);
     }
 }
 } // namespace
@@ -107,7 +112,7 @@ void CompressedImageStreamDecompressor::Decompress(DecompressionRequest& theRequ
     }
     catch (...)
     {
-        ReportCurrentException(theResult);
+        ReportCurrentException(theResult, theRequest.getReading());
     }
 }
 

@@ -60,9 +60,9 @@ RWCString DecompressionResult::ToString() const
            "\n\titsMessage = " + itsMessage;
 }
 
-void DecompressionResult::setOutOfMemory(DLResultCode theCode) noexcept
+void DecompressionResult::setOutOfMemory(DLResultCode theCode, Reading theReading) noexcept
 {
-    itsDCMLibResultCode = theCode;
+    itsDCMLibResultCode = theReading == Reading::BY_MEANING ? DLRC_ALLOCATION_FAILED : theCode;
     itsSystemErrorCode = 0;
     itsMessage = "Out of memory"; // short enough for every string's own storage
 }

@@ -70,8 +70,9 @@ public:
     /// The three fields as four lines of text.
     RWCString ToString() const;
 
-    /// Says that there was no memory left, not even to describe the failure. Takes none itself; never throws.
-    void setOutOfMemory(DLResultCode theCode) noexcept;
+    /// Says that there was no memory left, not even to describe the failure. By contract with theCode, by
+    /// meaning with DLRC_ALLOCATION_FAILED. Takes none itself; never throws.
+    void setOutOfMemory(DLResultCode theCode, Reading theReading = Reading::BY_CONTRACT) noexcept;
 
     /// Sets the fields int DLResultCode, int SystemError and String Message of a Java object (may be
     /// null), each where the object's class has it; the message's bytes are taken as ISO-8859-1. No Java

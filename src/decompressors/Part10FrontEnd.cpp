@@ -88,7 +88,7 @@ void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& th
     }
     catch (...)
     {
-        ReportCurrentException(theResult);
+        ReportCurrentException(theResult, theRequest.getReading());
     }
 }
 
@@ -121,6 +121,10 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
     catch (...)
     {
         const CaughtException aCaught = CaughtException::Current();
+        if (itsReadingContext.IsByMeaning() && aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+        {
+            throw;
+        }
         SetBadHeader(theResult, aCaught.itsText.c_str(), aCaught.itsSystemErrorCode);
     }
     itsStream.Close();
@@ -166,7 +170,7 @@ void Part10FrontEnd::Parse()
     {
         if (itsReadingContext.IsByMeaning())
         {
-            throw StreamIOException("Out of memory while the data set was read", DLRC_ALLOCATION_FAILED, 0);
+            throw;
         }
         ThrowParseError(anException.what(), 0);
     }
@@ -209,22 +213,26 @@ void Part10FrontEnd::ReadElements()
     }
 }
 
-void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult)
+void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult, Reading theReading)
 {
     theResult.setRenderable(nullptr);
     try
     {
-        DescribeCurrentException(theResult);
+        DescribeCurrentException(theResult, theReading);
     }
     catch (...)
     {
-        theResult.setOutOfMemory(DLRC_PARSE_ERROR);
+        theResult.setOutOfMemory(DLRC_PARSE_ERROR, theReading);
     }
 }
 
-void Part10FrontEnd::DescribeCurrentException(DecompressionResult& theResult)
+void Part10FrontEnd::DescribeCurrentException(DecompressionResult& theResult, Reading theReading)
 {
     const CaughtException aCaught = CaughtException::Current();
+    if (theReading == Reading::BY_MEANING && aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+    {
+        throw; // for the caller, who says so
+    }
     if (aCaught.itsResultCode != DLRC_SUCCESS)
     {
         SetOutcome(theResult, aCaught.itsResultCode, aCaught.itsSystemErrorCode, aCaught.itsText);

@@ -108,13 +108,15 @@ TEST_F(AllocationFault, AnyBlockOfTheAllocator)
 }
 
 /// One request during which the theNumber-th call of operator new fails, and all later ones if theLasts. True
-/// when there were so many.
-bool RunWithFailure(const FaultFile& theFile, long long theNumber, bool theLasts)
+/// when there were so many. By meaning no lack of memory passes for a damaged file.
+bool RunWithFailure(const FaultFile& theFile, long long theNumber, bool theLasts,
+                    Reading theReading = Reading::BY_CONTRACT)
 {
     Outcome anOutcome;
     DICOMDataObject aDataSet;
     MemoryInputStream aStream(theFile.itsFile.data(), theFile.itsFile.size());
     DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
+    aRequest.setReading(theReading);
     DICOMPart10StreamDecompressor aDecompressor(*anOutcome.itsAllocator);
     theHasFailed = false;
     theFailureLasts = theLasts;
@@ -122,7 +124,15 @@ bool RunWithFailure(const FaultFile& theFile, long long theNumber, bool theLasts
     aDecompressor.Decompress(aRequest, anOutcome.itsResult);
     theAllocationsLeft = -1;
     const bool hasFailed = theHasFailed;
-    FaultFiles::ExpectListed(anOutcome, theFile.itsName + ", operator new " + std::to_string(theNumber));
+    const std::string anInput = theFile.itsName + ", operator new " + std::to_string(theNumber);
+    FaultFiles::ExpectListed(anOutcome, anInput);
+    if (theReading == Reading::BY_MEANING && anOutcome.Code() != 0)
+    {
+        const bool isConversion = anOutcome.Code() == DLRC_NOT_SUPPORTED;
+        EXPECT_TRUE(isConversion || anOutcome.Code() == DLRC_ALLOCATION_FAILED) << anInput;
+        EXPECT_NE(anOutcome.Message().find(isConversion ? "Memory" : "Out of memory"), RWCString::npos)
+            << anInput << anOutcome.Message();
+    }
     return hasFailed;
 }
 
@@ -135,13 +145,15 @@ TEST_F(AllocationFault, AnyOperatorNew)
         // What is made once and kept is there before blocks are counted.
         RunWithFailure(aFile, 0, false);
         RunWithFailure(aFile, 1LL << 40, false);
-        for (const bool aLasts : {false, true})
+        for (const auto& [aLasts, aReading] :
+             {std::pair(false, Reading::BY_CONTRACT), std::pair(true, Reading::BY_CONTRACT),
+              std::pair(false, Reading::BY_MEANING), std::pair(true, Reading::BY_MEANING)})
         {
             bool hasFailed = true;
             for (long long i = 0; hasFailed && !HasFailure(); ++i)
             {
                 const long long aBlocks = theBlocks;
-                hasFailed = RunWithFailure(aFile, i, aLasts);
+                hasFailed = RunWithFailure(aFile, i, aLasts, aReading);
                 EXPECT_LE(theBlocks, aBlocks + aLoss)
                     << aFile.itsName << ", operator new " << i << ": blocks were never given back";
             }
