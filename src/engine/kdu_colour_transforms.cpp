@@ -25,24 +25,20 @@ HWY_INLINE Number* ToNumbers(Sample* theSamples)
     return reinterpret_cast<Number*>(theSamples);
 }
 
-template <class Vector>
-struct Triple
-{
-    Vector itsFirst;
-    Vector itsSecond;
-    Vector itsThird;
-};
+// Three vectors come back through references: a scalable vector (SVE) cannot be the member of a struct.
 
 /// RCT (T.800 G.2.2).
 struct ReversibleTransform
 {
     template <class Tag, class Vector = hn::Vec<Tag>>
-    HWY_INLINE Triple<Vector> operator()(Tag, Vector theY, Vector theU, Vector theV) const
+    HWY_INLINE void operator()(Tag, Vector theY, Vector theU, Vector theV, Vector& theRed, Vector& theGreen,
+                               Vector& theBlue) const
     {
         // floor((U + V) / 4), also where the sum does not fit.
         const auto anAverage = hn::Add(hn::And(theU, theV), hn::ShiftRight<1>(hn::Xor(theU, theV)));
-        const auto aGreen = hn::Sub(theY, hn::ShiftRight<1>(anAverage));
-        return {hn::Add(theV, aGreen), aGreen, hn::Add(theU, aGreen)};
+        theGreen = hn::Sub(theY, hn::ShiftRight<1>(anAverage));
+        theRed = hn::Add(theV, theGreen);
+        theBlue = hn::Add(theU, theGreen);
     }
 };
 
@@ -51,13 +47,13 @@ struct ReversibleTransform
 struct IrreversibleTransform
 {
     template <class Tag, class Vector = hn::Vec<Tag>>
-    HWY_INLINE Triple<Vector> operator()(Tag theTag, Vector theY, Vector theCb, Vector theCr) const
+    HWY_INLINE void operator()(Tag theTag, Vector theY, Vector theCb, Vector theCr, Vector& theRed,
+                               Vector& theGreen, Vector& theBlue) const
     {
-        const auto aRed = hn::Add(theY, hn::Mul(hn::Set(theTag, 1.402f), theCr));
-        const auto aGreen = hn::Sub(hn::Sub(theY, hn::Mul(hn::Set(theTag, 0.344136f), theCb)),
-                                    hn::Mul(hn::Set(theTag, 0.714136f), theCr));
-        const auto aBlue = hn::Add(theY, hn::Mul(hn::Set(theTag, 1.772f), theCb));
-        return {aRed, aGreen, aBlue};
+        theRed = hn::Add(theY, hn::Mul(hn::Set(theTag, 1.402f), theCr));
+        theGreen = hn::Sub(hn::Sub(theY, hn::Mul(hn::Set(theTag, 0.344136f), theCb)),
+                           hn::Mul(hn::Set(theTag, 0.714136f), theCr));
+        theBlue = hn::Add(theY, hn::Mul(hn::Set(theTag, 1.772f), theCb));
     }
 };
 
@@ -101,12 +97,12 @@ HWY_INLINE size_t ConvertVectors(Tag theTag, Number* theFirst, Number* theSecond
     size_t i = theBegin;
     for (; i + hn::Lanes(theTag) <= theEnd; i += hn::Lanes(theTag))
     {
-        const auto aTriple =
-            Transform()(theTag, aStorage.Load(theTag, theFirst + i), aStorage.Load(theTag, theSecond + i),
-                        aStorage.Load(theTag, theThird + i));
-        aStorage.Store(theTag, aTriple.itsFirst, theFirst + i);
-        aStorage.Store(theTag, aTriple.itsSecond, theSecond + i);
-        aStorage.Store(theTag, aTriple.itsThird, theThird + i);
+        hn::Vec<Tag> aRed, aGreen, aBlue;
+        Transform()(theTag, aStorage.Load(theTag, theFirst + i), aStorage.Load(theTag, theSecond + i),
+                    aStorage.Load(theTag, theThird + i), aRed, aGreen, aBlue);
+        aStorage.Store(theTag, aRed, theFirst + i);
+        aStorage.Store(theTag, aGreen, theSecond + i);
+        aStorage.Store(theTag, aBlue, theThird + i);
     }
     return i;
 }

@@ -3,7 +3,10 @@
 
 #include <cstring>
 
-// This file is compiled once for each instruction set; the best one is chosen when the program runs.
+// This file is compiled once for each instruction set; the best one is chosen when the program runs. Scalable
+// vectors (SVE) are left out: they cannot be members of a struct, and most of what is done here takes 16
+// bytes at once, for which NEON serves as well.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "pixels/ColourKernels.cpp"
 #include <hwy/foreach_target.h> // must come before highway.h
@@ -326,8 +329,8 @@ void ColourKernels::InterleavePlanes(const std::uint8_t* theFirst, const std::ui
 void ColourKernels::ReduceWords(const std::uint8_t* theInput, std::uint8_t* theOutput, std::size_t theWords,
                                 const WordReduction& theReduction)
 {
-    std::size_t i =
-        HWY_DYNAMIC_DISPATCH(ColourVectors::ReduceWords)(theInput, theOutput, theWords, theReduction);
+    using namespace ColourVectors;
+    std::size_t i = HWY_DYNAMIC_DISPATCH(ReduceWords)(theInput, theOutput, theWords, theReduction);
     for (; i < theWords; ++i)
     {
         std::uint16_t aWord = 0;
