@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decompressors/detail/Part10FrontEnd.h"
 
-#include <new>
-
 #include "decoding/CodecTable.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
@@ -38,6 +36,14 @@ void SetBadHeader(DecompressionResult& theResult, const char* theText, int theSy
     RWCString aMessage;
     DecompressionLibUtils::ErrMessage(aMessage, "Parse error, possible corruption: %s", theText);
     throw StreamIOException(aMessage, DLRC_PARSE_ERROR, theSystemErrorCode);
+}
+
+/// By meaning a lack of memory and an interruption say nothing of the file. By contract they are whatever
+/// they struck.
+bool HasCodeOfItsOwn(const CaughtException& theCaught, Reading theReading)
+{
+    return theReading == Reading::BY_MEANING && (theCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY ||
+                                                 theCaught.itsKind == CaughtException::Kind::INTERRUPTED);
 }
 
 /// The caller's data set, or a new one that thePrivate then owns.
@@ -121,7 +127,7 @@ bool Part10FrontEnd::Open(DecompressionResult& theResult)
     catch (...)
     {
         const CaughtException aCaught = CaughtException::Current();
-        if (itsReadingContext.IsByMeaning() && aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+        if (HasCodeOfItsOwn(aCaught, itsReadingContext.GetReading()))
         {
             throw;
         }
@@ -166,16 +172,12 @@ void Part10FrontEnd::Parse()
         }
         ThrowParseError(anException.what(), anException.GetSystemErrorCode());
     }
-    catch (const std::bad_alloc& anException)
+    catch (const std::exception& anException)
     {
-        if (itsReadingContext.IsByMeaning())
+        if (HasCodeOfItsOwn(CaughtException::Current(), itsReadingContext.GetReading()))
         {
             throw;
         }
-        ThrowParseError(anException.what(), 0);
-    }
-    catch (const std::exception& anException)
-    {
         ThrowParseError(anException.what(), 0);
     }
     if (itsReader->HasPassedItems())
@@ -229,9 +231,14 @@ void Part10FrontEnd::ReportCurrentException(DecompressionResult& theResult, Read
 void Part10FrontEnd::DescribeCurrentException(DecompressionResult& theResult, Reading theReading)
 {
     const CaughtException aCaught = CaughtException::Current();
-    if (theReading == Reading::BY_MEANING && aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+    if (HasCodeOfItsOwn(aCaught, theReading))
     {
-        throw; // for the caller, who says so
+        if (aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY)
+        {
+            throw; // for the caller, who says so
+        }
+        SetOutcome(theResult, DLRC_DECODING_INTERRUPTED, 0, aCaught.itsText);
+        return;
     }
     if (aCaught.itsResultCode != DLRC_SUCCESS)
     {

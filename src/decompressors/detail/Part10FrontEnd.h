@@ -37,7 +37,8 @@ public:
                       const std::function<void(Part10FrontEnd&)>& theDecode);
 
     /// Reads the file meta information and puts the transfer syntax into the request. False, with code
-    /// and message in theResult, when that fails. Throws nothing but std::bad_alloc.
+    /// and message in theResult, when that fails. By meaning throws what
+    /// is no fault of the file: std::bad_alloc and DecodingInterruptedException.
     bool Open(DecompressionResult& theResult);
 
     /// Reads the data set up to Pixel Data and, where there is Pixel Data, the image's attributes. Throws
@@ -70,7 +71,8 @@ public:
 private:
     /// Makes theResult describe the exception that is being handled and hold no image: a
     /// StreamIOException's (or other coded exception's) own text and codes, else a logic error, code 38; by
-    /// meaning a lack of memory has code 11. To be called in a catch block. Never throws.
+    /// meaning a lack of memory has code 11 and an interruption code 63. To be called in a catch block. Never
+    /// throws.
     static void ReportCurrentException(DecompressionResult& theResult, Reading theReading);
     static void DescribeCurrentException(DecompressionResult& theResult, Reading theReading);
 

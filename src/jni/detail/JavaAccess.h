@@ -75,6 +75,10 @@ public:
     /// Clears the pending Java exception and hands it out; null when there is none.
     static LocalReference<jthrowable> TakeException(JNIEnv& theEnv);
 
+    /// Throws DecodingInterruptedException where the calling thread is interrupted in Java, which it stays.
+    /// No Java exception may be pending.
+    static void CheckInterruption(JNIEnv& theEnv);
+
     /// Puts a Java exception of the class theName in place of the one that may be pending. theMessage is
     /// taken as ISO-8859-1.
     static void Throw(JNIEnv& theEnv, const char* theName, const RWCString& theMessage);

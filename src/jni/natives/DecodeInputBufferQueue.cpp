@@ -29,6 +29,7 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
             bool isLossless, jint theScaleFactor)
 {
     JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
+    aSource.SetReading(theCall.GetReading());
     if (StreamDecode::IsBareImage(theImageType))
     {
         theCall.Decompress(1,

@@ -22,6 +22,7 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
 {
     JNIEnv& anEnv = theCall.GetEnv();
     JavaSeekableInputStream aStream(anEnv, theStream);
+    aStream.SetReading(theCall.GetReading());
     UnmeasuredInputStream anUnmeasured(aStream);
     const jmethodID aMethod =
         JavaAccess::FindMethod(anEnv, JavaAccess::GetClass(anEnv, theCall.GetResultObject()).Get(),

@@ -23,6 +23,7 @@ void CloseSilently(InputStream& theStream)
 void Decode(DecodeCall& theCall, jobject theStream, const StreamDecode::Arguments& theArguments)
 {
     JavaSeekableInputStream aStream(theCall.GetEnv(), theStream);
+    aStream.SetReading(theCall.GetReading());
     if (!StreamDecode::IsPart10(theArguments.itsImageType) &&
         !StreamDecode::IsBareImage(theArguments.itsImageType))
     {

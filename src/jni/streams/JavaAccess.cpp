@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "jni/detail/JavaAccess.h"
 
+#include "toolkit/base/Exceptions.h"
+
 namespace
 {
 template <class Identifier>
@@ -55,6 +57,30 @@ LocalReference<jthrowable> JavaAccess::TakeException(JNIEnv& theEnv)
         theEnv.ExceptionClear();
     }
     return aThrowable;
+}
+
+void JavaAccess::CheckInterruption(JNIEnv& theEnv)
+{
+    const LocalReference<jclass> aClass = FindClass(theEnv, "java/lang/Thread");
+    const jmethodID anIsInterrupted = FindMethod(theEnv, aClass.Get(), "isInterrupted", "()Z");
+    if (anIsInterrupted == nullptr)
+    {
+        return;
+    }
+    const jmethodID aCurrentThread =
+        ClearIfNull(theEnv, theEnv.GetStaticMethodID(aClass.Get(), "currentThread", "()Ljava/lang/Thread;"));
+    const LocalReference<jobject> aThread(
+        theEnv,
+        aCurrentThread != nullptr ? theEnv.CallStaticObjectMethod(aClass.Get(), aCurrentThread) : nullptr);
+    if (ClearException(theEnv) || !aThread)
+    {
+        return;
+    }
+    const bool isInterrupted = theEnv.CallBooleanMethod(aThread.Get(), anIsInterrupted) != JNI_FALSE;
+    if (!ClearException(theEnv) && isInterrupted)
+    {
+        throw DecodingInterruptedException("Decoding interrupted", 1);
+    }
 }
 
 void JavaAccess::Throw(JNIEnv& theEnv, const char* theName, const RWCString& theMessage)

@@ -147,6 +147,10 @@ bool JavaInputBufferQueueCompressedSource::OpenCurrentBuffer()
         EndData();
         return false;
     }
+    if (itsAvailable <= 0 && itsReading == Reading::BY_MEANING)
+    {
+        JavaAccess::CheckInterruption(*itsEnv);
+    }
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include "decompressors/JNIForward.h"
 #include "engine/kdu_compressed_source.h"
+#include "toolkit/base/Reading.h"
 
 /// Feeds a codec from a com.quorix.util.InputBufferQueue, which Java may still be filling.
 ///
@@ -23,6 +24,10 @@ public:
     ~JavaInputBufferQueueCompressedSource() override;
     JavaInputBufferQueueCompressedSource(const JavaInputBufferQueueCompressedSource&) = delete;
     JavaInputBufferQueueCompressedSource& operator=(const JavaInputBufferQueueCompressedSource&) = delete;
+
+    /// By contract unless set. By meaning read() throws DecodingInterruptedException, too, where a buffer is
+    /// empty and Java has interrupted the thread.
+    void SetReading(Reading theReading) { itsReading = theReading; }
 
     /// Hands back the buffer that is being read and sets the queue to auto-flush. Always true.
     bool close() override;
@@ -65,6 +70,7 @@ private:
     bool itsClosed = false;
     bool itsAutoFlushSet = false;
     bool itsFailed = false; ///< a Java exception ended the data
+    Reading itsReading = Reading::BY_CONTRACT;
     std::uint64_t itsTotalBytesRead = 0;
     jthrowable itsException = nullptr; ///< kept for TakeJavaException
 };

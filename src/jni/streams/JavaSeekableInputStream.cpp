@@ -159,6 +159,10 @@ bool JavaSeekableInputStream::FillBuffer(std::size_t theWanted)
     {
         return false;
     }
+    if (aCount == 0 && itsReading == Reading::BY_MEANING)
+    {
+        JavaAccess::CheckInterruption(*itsEnv);
+    }
     itsBufferOffset = 0;
     itsBufferedCount = static_cast<std::uint64_t>(aCount);
     return true;

@@ -5,6 +5,7 @@
 
 #include "decompressors/JNIForward.h"
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/Reading.h"
 #include "toolkit/io/InputStream.h"
 
 /// A com.quorix.io.SeekableInputStream read as a native stream, through a Java byte array of 16384 bytes
@@ -24,6 +25,10 @@ public:
     ~JavaSeekableInputStream() override;
     JavaSeekableInputStream(const JavaSeekableInputStream&) = delete;
     JavaSeekableInputStream& operator=(const JavaSeekableInputStream&) = delete;
+
+    /// By contract unless set. By meaning Read throws DecodingInterruptedException where the Java stream
+    /// delivers 0 bytes and Java has interrupted the thread.
+    void SetReading(Reading theReading) { itsReading = theReading; }
 
     /// A short count is the end of the stream. A Java stream that delivers 0 bytes is asked again.
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
@@ -72,6 +77,7 @@ private:
     jmethodID itsFilePointerMethod = nullptr;
     std::uint64_t itsBufferedCount = 0; ///< bytes that Java delivered and nobody has read yet
     std::uint64_t itsBufferOffset = 0;  ///< of the first of them in the array
+    Reading itsReading = Reading::BY_CONTRACT;
 };
 
 /// A stream whose length nobody is told, over one that may say something wrong, or throw, when it is asked: a

@@ -16,6 +16,11 @@ import java.util.Objects;
  * <p>Streams are closed by the call they are given to, queues have been emptied by it; a call that refuses
  * its options, a data set that is closed for instance, leaves them to the caller. A data set given in the
  * options is locked while the call runs. All methods may be called from any number of threads.
+ *
+ * <p>A decoding that waits for its input is ended by {@link Thread#interrupt}: where a stream's read yields no byte
+ * or a queue an empty buffer, and while a queue is waited for, the call fails with code
+ * {@link DecompressionException#INTERRUPTED} and the thread stays interrupted. A read that blocks is the stream's
+ * own affair. Read by contract, only waiting for a queue is ended.
  */
 public final class Decompressor {
     private Decompressor() {
@@ -57,8 +62,7 @@ public final class Decompressor {
      * @param queue the compressed bytes
      * @param options how to decode; the type is to be told
      * @return the image; the caller closes it
-     * @throws DecompressionException if decoding fails or, with code
-     *     {@link DecompressionException#INTERRUPTED}, was interrupted
+     * @throws DecompressionException if decoding fails or was interrupted
      * @throws IOException what the queue's producer said to have failed
      */
     public static Renderable decode(InputBufferQueue queue, DecodeOptions options) throws IOException {
@@ -123,6 +127,9 @@ public final class Decompressor {
             int count = in.read(bytes, total, bytes.length - total);
             if (count < 0) {
                 break;
+            }
+            if (count == 0 && Thread.currentThread().isInterrupted()) {
+                throw new DecompressionException(DecompressionException.INTERRUPTED, 0, "Decoding interrupted");
             }
             total += count;
         }

@@ -21,8 +21,9 @@ public abstract class SeekableInputStream implements Closeable {
      * @param buffer where the bytes go
      * @param offset index of the first byte in the buffer
      * @param length most bytes to read
-     * @return the number of bytes read (0 only for length 0, or when the caller shall simply ask again), or a
-     *     negative value at the end of the stream
+     * @return the number of bytes read (0 only for length 0, or when the caller shall simply ask again, which
+     *     {@link com.quorix.decompression.Decompressor} does until its thread is interrupted), or a negative value at
+     *     the end of the stream
      * @throws IOException if reading fails
      */
     public abstract int read(byte[] buffer, int offset, int length) throws IOException;

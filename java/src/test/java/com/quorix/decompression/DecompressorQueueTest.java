@@ -6,6 +6,7 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.support.Compressed;
 import com.quorix.support.Images;
 import com.quorix.util.ByteArrayInputBuffer;
+import com.quorix.util.InputBuffer;
 import com.quorix.util.InputBufferQueue;
 import java.io.IOException;
 import java.util.concurrent.CompletableFuture;
@@ -67,6 +68,23 @@ class DecompressorQueueTest {
         assertEquals(DecompressionException.INTERRUPTED, failure.getCode());
         assertFalse(failure.getMessage().isEmpty());
         assertEquals(interruptThread, Thread.interrupted());
+    }
+
+    @Test
+    void emptyBuffersForEverAreLeftByInterrupting() {
+        int[] buffers = {0};
+        InputBufferQueue empty = new InputBufferQueue() {
+            @Override
+            public InputBuffer get() {
+                if (++buffers[0] == 50) {
+                    Thread.currentThread().interrupt();
+                }
+                return new ByteArrayInputBuffer(new byte[0]);
+            }
+        };
+        assertEquals(DecompressionException.INTERRUPTED,
+                assertThrows(DecompressionException.class, () -> Decompressor.decode(empty, JPEG)).getCode());
+        assertTrue(Thread.interrupted());
     }
 
     @Test

@@ -122,6 +122,48 @@ class DecompressorTest {
         assertEquals(1, broken.closeCount);
     }
 
+    /** Delivers the first bytes, then nothing: neither a byte nor the end. Its thread is interrupted some time later. */
+    private static ScriptedStream dryingUp(byte[] bytes, int count) {
+        return new ScriptedStream(bytes) {
+            private int emptyReads;
+
+            @Override
+            public int read(byte[] buffer, int offset, int length) throws IOException {
+                if (getFilePointer() < count) {
+                    return super.read(buffer, offset, Math.min(length, count - (int) getFilePointer()));
+                }
+                if (++emptyReads == 50) {
+                    Thread.currentThread().interrupt();
+                }
+                return 0;
+            }
+        };
+    }
+
+    @Test
+    void aStreamThatYieldsNothingIsLeftByInterrupting() throws IOException {
+        byte[] file = jpegFile(2).toBytes();
+        byte[] plain = DicomFile.grey8(COLUMNS, ROWS).nativeFrames(2, new byte[2 * COLUMNS * ROWS]).toBytes();
+        // While the type is found out, in preamble, file meta information, data set, pixel data.
+        for (byte[] bytes : List.of(file, plain, jpeg(0), Compressed.jpeg2000())) {
+            for (int count : new int[] {0, 100, 140, 170, 300, bytes.length / 2, bytes.length - 30}) {
+                for (boolean frames : bytes == file || bytes == plain ? new boolean[] {false, true} : new boolean[1]) {
+                    ScriptedStream stream = dryingUp(bytes, Math.min(count, bytes.length - 30));
+                    DecompressionException failure = assertThrows(DecompressionException.class, () -> {
+                        if (frames) {
+                            Decompressor.decodeFrames(stream, DEFAULT.withFrame(1), (index, image) -> true);
+                        } else {
+                            Decompressor.decode(stream, DEFAULT.withFrame(bytes == file || bytes == plain ? 1 : 0)).close();
+                        }
+                    });
+                    assertTrue(Thread.interrupted());
+                    assertEquals(DecompressionException.INTERRUPTED, failure.getCode(), count + failure.getMessage());
+                    assertEquals(1, stream.closeCount);
+                }
+            }
+        }
+    }
+
     @Test
     void optionsOutOfRangeAreRefused() {
         assertThrows(IllegalArgumentException.class, () -> DEFAULT.withFrame(-1));
