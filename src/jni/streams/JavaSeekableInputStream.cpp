@@ -227,6 +227,10 @@ long long JavaSeekableInputStream::Length() const
         return -1;
     }
     const jlong aLength = itsEnv->CallLongMethod(itsStream, itsLengthMethod);
+    if (itsReading == Reading::BY_MEANING && JavaAccess::ClearException(*itsEnv))
+    {
+        return -1;
+    }
     CheckJava("Length: length()");
     return aLength;
 }

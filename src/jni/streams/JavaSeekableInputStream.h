@@ -40,7 +40,7 @@ public:
     void Seek(std::size_t thePosition) override;
     int CanSeek() const override { return 1; }
 
-    /// -1 when closed.
+    /// -1 when closed; by meaning also when Java throws, which closes nothing then.
     long long Length() const override;
     std::size_t GetStreamPosition() const override;
     void Pushback(const unsigned char* theBuffer, std::size_t theLength) override;

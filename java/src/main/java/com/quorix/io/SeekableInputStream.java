@@ -50,7 +50,7 @@ public abstract class SeekableInputStream implements Closeable {
      * date: where the stream ends, {@link #read} says.
      *
      * @return the length in bytes
-     * @throws IOException if it cannot be told
+     * @throws IOException if it cannot be told; read by contract, the decoding of an image fails then
      */
     public abstract long length() throws IOException;
 

@@ -122,6 +122,17 @@ class DecompressorTest {
         assertEquals(1, broken.closeCount);
     }
 
+    @Test
+    void aStreamThatCannotTellItsLengthIsReadByMeaning() throws IOException {
+        for (byte[] bytes : List.of(jpegFile(1).toBytes(), jpeg(0))) {
+            try (Renderable image = Decompressor.decode(new ScriptedStream(bytes).failingIn("length", 0), DEFAULT)) {
+                assertFrame(0, image);
+            }
+            assertEquals(62, assertThrows(DecompressionException.class, () -> Decompressor.decode(
+                    new ScriptedStream(bytes).failingIn("length", 0), DEFAULT.withByContract(true))).getCode());
+        }
+    }
+
     /** Delivers the first bytes, then nothing: neither a byte nor the end. Its thread is interrupted some time later. */
     private static ScriptedStream dryingUp(byte[] bytes, int count) {
         return new ScriptedStream(bytes) {
