@@ -149,7 +149,8 @@ public:
     void CloseInput() override {}
     void InputAccepted(int) override {}
     std::uint64_t GetInputTotal() const override { return itsSource.GetPosition(); }
-    bool Warn(const char*) override { return true; }
+    void Warn(const char*, bool) override {}
+    bool IsPrinting() const override { return true; }
     bool MayEndEarly() const override { return false; }
     bool AcceptMissing(std::uint64_t, std::uint64_t) override { return false; }
 

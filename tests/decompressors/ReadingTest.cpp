@@ -612,6 +612,98 @@ std::vector<Row> MakeRows()
          Colour("YBR_FULL_422", Jpeg2000Streams::kColourHeight, Jpeg2000Streams::kColourWidth)},
     };
 }
+/// 16 × 16 pixels of one colour, which is kStored or, converted from YCbCr, kConverted.
+Bytes ColourJpeg(JpegSpec theSpec, const char* theLabel, const std::vector<int>& thePixel = {120, 90, 200})
+{
+    theSpec.itsWidth = theSpec.itsHeight = 16;
+    theSpec.itsComponents = 3;
+    const bool isLossless = theSpec.itsProcess == JpegSpec::Process::LOSSLESS;
+    return Encapsulated(isLossless ? TransferSyntaxType::TSJPEG70UID : kBaseline, theSpec, theLabel,
+                        {MakeJpeg(theSpec, MakeFlatSamples(theSpec, thePixel))});
+}
+const Bytes kStored = {120, 90, 200};
+const Bytes kConverted = {221, 82, 53};
+
+/// The spectral band of the only scan ends where it begins, which says nothing to a sequential decoder.
+Bytes WithOddBand(Bytes theJpeg)
+{
+    const Bytes aScan = {0xff, 0xda, 0, 8, 1};
+    const auto aHeader = std::search(theJpeg.begin(), theJpeg.end(), aScan.begin(), aScan.end());
+    *(aHeader + 8) = 0;
+    return theJpeg;
+}
+
+/// What JPEG says of its colours, or does not, against what the data set says.
+std::vector<Row> MakeColourRows()
+{
+    const JpegSpec aLossless{.itsProcess = JpegSpec::Process::LOSSLESS};
+    JpegSpec aNumbered = aLossless;
+    aNumbered.itsComponentIds = {0, 1, 2};
+    JpegSpec aMarked = aLossless;
+    aMarked.itsJFIF = true;
+    const JpegSpec aSubsampled{.itsSampling = {{2, 1}, {1, 1}, {1, 1}}};
+    const Expected aPlain{0, kStored, ""};
+    const Expected aDoubtful{0, kStored, "", {"colour-label@0"}};
+    const Expected aDoubtfullyConverted{0, kConverted, "", {"colour-label@0"}};
+    JpegSpec aGrey;
+    aGrey.itsWidth = aGrey.itsHeight = 32;
+    const Bytes aJpeg = WithOddBand(MakeJpeg(aGrey, MakeSamples(aGrey)));
+    const Expected aHarmless{0, {}, "", {"nonconformant@0"}};
+    const Expected aDamaged{0, {}, "", {"nonconformant@0", "damaged@0"}};
+    const Bytes aCodes = Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 0xfff; });
+    const Expected aSigned{0, aCodes, "MONOCHROME2 16/12/11 signed", {"sign@0"}};
+    JpegSpec aDeepGrey;
+    aDeepGrey.itsPrecision = 12;
+    aDeepGrey.itsWidth = Jpeg2000Streams::kGreyWidth;
+    aDeepGrey.itsHeight = Jpeg2000Streams::kGreyHeight;
+    return {
+        {"lossless YBR_FULL, nothing in the stream",
+         ColourJpeg(aNumbered, "YBR_FULL"),
+         0,
+         aDoubtful,
+         {0, kConverted, "RGB 8/8/7"}},
+        {"lossless YBR_FULL with a JFIF marker",
+         ColourJpeg(aMarked, "YBR_FULL"),
+         0,
+         aDoubtful,
+         {0, kConverted, "RGB 8/8/7"}},
+        {"lossless RGB with a JFIF marker", ColourJpeg(aMarked, "RGB"), 0, aPlain, aPlain},
+        {"JFIF labelled RGB", ColourJpeg({.itsJFIF = true}, "RGB"), 0, aDoubtfullyConverted,
+         aDoubtfullyConverted},
+        {"components R, G, B labelled YBR", ColourJpeg({.itsComponentIds = {'R', 'G', 'B'}}, "YBR_FULL_422"),
+         0, aDoubtful, aDoubtful},
+        {"grey YCbCr without a marker labelled RGB",
+         ColourJpeg({}, "RGB", {30, 128, 128}),
+         0,
+         {0, {30, 128, 128}, "", {"colour-label@0"}},
+         {0, {30, 128, 128}, "", {"colour-label@0"}}},
+        {"the same by a marker that says RGB",
+         ColourJpeg({.itsAdobeTransform = 0}, "RGB", {30, 128, 128}),
+         0,
+         {0, {30, 128, 128}, ""},
+         {0, {30, 128, 128}, ""}},
+        {"nothing but mid grey labelled RGB",
+         ColourJpeg({}, "RGB", {128, 128, 128}),
+         0,
+         {0, {128, 128, 128}, ""},
+         {0, {128, 128, 128}, ""}},
+        {"subsampled RGB", ColourJpeg(aSubsampled, "RGB"), 0, aPlain, aPlain},
+        {"subsampled YBR",
+         ColourJpeg(aSubsampled, "YBR_FULL_422"),
+         0,
+         {0, kConverted, ""},
+         {0, kConverted, ""}},
+        {"RGB without a marker", ColourJpeg({}, "RGB"), 0, aPlain, aPlain},
+        {"JPEG scan of an odd band", Encapsulated(kBaseline, aGrey, "MONOCHROME2", {aJpeg}), 0, aHarmless,
+         aHarmless},
+        {"the same, damaged", Encapsulated(kBaseline, aGrey, "MONOCHROME2", {WithStrayMarker(aJpeg)}), 0,
+         aDamaged, aDamaged},
+        {"signed codestream, unsigned data set",
+         Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aDeepGrey, "MONOCHROME2",
+                      {Jpeg2000Streams::Grey12()}),
+         0, aSigned, aSigned},
+    };
+}
 } // namespace
 
 TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
@@ -620,6 +712,7 @@ TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
     std::vector<Row> aRows = MakeRows();
     std::ranges::move(MakeCutRows(), std::back_inserter(aRows));
     std::ranges::move(MakeOddRows(), std::back_inserter(aRows));
+    std::ranges::move(MakeColourRows(), std::back_inserter(aRows));
     for (const Row& aRow : aRows)
     {
         Check(aRow, Reading::BY_CONTRACT);

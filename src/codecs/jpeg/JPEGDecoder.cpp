@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/jpeg/JPEGDecoder.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -66,33 +68,71 @@ JPEGColorSpace ToColorSpace(Decoder::ColorModel theModel)
     }
 }
 
-/// Colour space of three components. A JFIF marker outranks everything: JFIF knows YCbCr only. What is
-/// lossless is RGB unless the data set says otherwise, what is lossy YCbCr, because coding in RGB is
-/// usual there and unusual here.
-JPEGColorSpace ThreeComponentSpace(const JPEGFrameHeader& theHeader, Decoder::ColorModel theDataSetModel)
+/// What the stream itself says of three components; unknown where it is silent. A JFIF marker outranks
+/// everything: JFIF knows YCbCr only. Of what is lossless it says nothing.
+JPEGColorSpace MarkedSpace(const JPEGFrameHeader& theHeader)
 {
-    const JPEGColorSpace aLossySpace =
-        theDataSetModel == Decoder::COLOR_MODEL_RGB ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
-    const JPEGColorSpace aLosslessSpace =
-        theDataSetModel == Decoder::COLOR_MODEL_YBR_FULL_422 ? JPEGColorSpace::YCBCR : JPEGColorSpace::RGB;
-    const bool isLossless = theHeader.itsProcess == JPEGProcess::LOSSLESS;
     if (theHeader.itsJFIF)
     {
-        return isLossless ? aLosslessSpace : JPEGColorSpace::YCBCR;
+        return theHeader.itsProcess == JPEGProcess::LOSSLESS ? JPEGColorSpace::UNKNOWN
+                                                             : JPEGColorSpace::YCBCR;
     }
     if (theHeader.itsAdobe)
     {
         return theHeader.itsAdobeTransform == 0 ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
     }
-    if (theHeader.itsComponentIds == std::array<int, 3>{1, 2, 3})
+    const bool isNamed = theHeader.itsComponentIds == std::array<int, 3>{'R', 'G', 'B'};
+    return isNamed ? JPEGColorSpace::RGB : JPEGColorSpace::UNKNOWN;
+}
+
+bool IsYBR(Decoder::ColorModel theModel)
+{
+    return theModel == Decoder::COLOR_MODEL_YBR_FULL || theModel == Decoder::COLOR_MODEL_YBR_FULL_422;
+}
+
+/// Colour space of three components of which the stream says nothing. What is lossless is RGB unless the
+/// data set says otherwise, what is lossy YCbCr, because coding in RGB is usual there and unusual here. By
+/// contract YBR_FULL is not enough for the first.
+JPEGColorSpace LabelledSpace(const JPEGFrameHeader& theHeader, Decoder::ColorModel theDataSetModel,
+                             bool theIsByMeaning)
+{
+    const bool isPlain = !theHeader.itsJFIF && theHeader.itsComponentIds == std::array<int, 3>{1, 2, 3};
+    if (theHeader.itsProcess != JPEGProcess::LOSSLESS || isPlain)
     {
-        return aLossySpace;
+        return theDataSetModel == Decoder::COLOR_MODEL_RGB ? JPEGColorSpace::RGB : JPEGColorSpace::YCBCR;
     }
-    if (theHeader.itsComponentIds == std::array<int, 3>{'R', 'G', 'B'})
+    const bool isYBR =
+        theIsByMeaning ? IsYBR(theDataSetModel) : theDataSetModel == Decoder::COLOR_MODEL_YBR_FULL_422;
+    return isYBR ? JPEGColorSpace::YCBCR : JPEGColorSpace::RGB;
+}
+
+/// Why three components may be no such colour as theSpace, which they are taken for; null where nothing
+/// tells.
+const char* DoubtOfSpace(JPEGColorSpace theSpace, Decoder::ColorModel theDataSetModel)
+{
+    if (theSpace == JPEGColorSpace::RGB && IsYBR(theDataSetModel))
     {
-        return JPEGColorSpace::RGB;
+        return "the data set says YBR, the JPEG frame is taken for RGB";
     }
-    return isLossless ? aLosslessSpace : aLossySpace;
+    return theSpace == JPEGColorSpace::YCBCR && theDataSetModel == Decoder::COLOR_MODEL_RGB
+               ? "the data set says RGB, the JPEG frame YCbCr: converted"
+               : nullptr;
+}
+
+/// Whether at least half of the pixels have a green and a blue that stand for no colour in YCbCr, with a red
+/// far from them. Pictures that are grey over large parts look so when they were never converted; as RGB this
+/// is the same cyan or red in different brightness, half a picture of it.
+bool LooksUnconverted(const std::uint8_t* thePixels, std::uint64_t theCount)
+{
+    constexpr int kNeutral = 128;
+    std::uint64_t aNeutral = 0;
+    for (std::uint64_t i = 0; i < theCount; ++i)
+    {
+        const std::uint8_t* const aPixel = thePixels + 3 * i;
+        const int aSpread = std::max(std::abs(aPixel[1] - kNeutral), std::abs(aPixel[2] - kNeutral));
+        aNeutral += aSpread <= 4 && std::abs(aPixel[0] - kNeutral) >= 32 ? 1 : 0;
+    }
+    return theCount != 0 && aNeutral >= theCount - theCount / 2;
 }
 
 JPEGColorSpace FourComponentSpace(const JPEGFrameHeader& theHeader)
@@ -137,11 +177,13 @@ public:
     void InputAccepted(int theBytes) override { itsInput.AddToTotal(theBytes); }
     std::uint64_t GetInputTotal() const override { return itsInput.GetTotal(); }
 
-    bool Warn(const char* theText) override
+    void Warn(const char* theText, bool theIsDamage) override
     {
-        itsOwner.Decoder::Warn(WarningIdentifier::kDamaged, theText);
-        return !itsOwner.IsByMeaning();
+        itsOwner.Decoder::Warn(theIsDamage ? WarningIdentifier::kDamaged : WarningIdentifier::kNonconformant,
+                               theText);
     }
+
+    bool IsPrinting() const override { return !itsOwner.IsByMeaning(); }
 
     bool MayEndEarly() const override { return itsOwner.IsByMeaning(); }
 
@@ -239,7 +281,7 @@ void JPEGDecoder::CorrectCompressedColorSpace()
         aSpace = JPEGColorSpace::GRAYSCALE;
         break;
     case 3:
-        aSpace = ThreeComponentSpace(aHeader, GetOriginalPhotometricInterpretation());
+        aSpace = SettleThreeComponents(aHeader);
         break;
     case 4:
         aSpace = FourComponentSpace(aHeader);
@@ -248,6 +290,21 @@ void JPEGDecoder::CorrectCompressedColorSpace()
         break;
     }
     itsState->itsLibrary->SetColorSpace(aSpace);
+}
+
+JPEGColorSpace JPEGDecoder::SettleThreeComponents(const JPEGFrameHeader& theHeader) const
+{
+    const ColorModel aLabel = GetOriginalPhotometricInterpretation();
+    JPEGColorSpace aSpace = MarkedSpace(theHeader);
+    if (aSpace == JPEGColorSpace::UNKNOWN)
+    {
+        aSpace = LabelledSpace(theHeader, aLabel, IsByMeaning());
+    }
+    if (const char* const aDoubt = DoubtOfSpace(aSpace, aLabel))
+    {
+        Warn(WarningIdentifier::kColourLabel, aDoubt);
+    }
+    return aSpace;
 }
 
 void JPEGDecoder::SettleOutput()
@@ -270,6 +327,20 @@ void JPEGDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
         itsState->itsInput.StopKeeping();
         Session aSession(*this);
         itsState->itsLibrary->Decode(aSession, aBuffer);
+    }
+    WarnOfUnconverted(aBuffer);
+}
+
+void JPEGDecoder::WarnOfUnconverted(const std::uint8_t* thePixels) const
+{
+    const JPEGFrameHeader aHeader = itsState->itsLibrary->GetHeader();
+    if (aHeader.itsComponents == 3 && aHeader.itsColorSpace == JPEGColorSpace::RGB &&
+        aHeader.itsBuildPrecision == 8 && MarkedSpace(aHeader) == JPEGColorSpace::UNKNOWN &&
+        GetOriginalPhotometricInterpretation() == COLOR_MODEL_RGB &&
+        LooksUnconverted(thePixels, GetImageWidth() * GetImageHeight()))
+    {
+        Warn(WarningIdentifier::kColourLabel,
+             "the data set says RGB, and the pixels look like YCbCr: not converted");
     }
 }
 

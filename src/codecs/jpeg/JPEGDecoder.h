@@ -31,6 +31,8 @@ private:
 };
 
 class JPEGLibrary;
+struct JPEGFrameHeader;
+enum class JPEGColorSpace : int;
 enum class JPEGPath;
 
 /// What the three JPEG codecs share: the DICOM JPEG processes (baseline, extended, progressive and
@@ -143,8 +145,10 @@ private:
     class TurboSession;
 
     void ReadHeader();
+    JPEGColorSpace SettleThreeComponents(const JPEGFrameHeader& theHeader) const;
     void SettleOutput();
     bool DecodeWithTurbo(std::uint8_t* theBuffer);
+    void WarnOfUnconverted(const std::uint8_t* thePixels) const;
     void CheckBuffer(const void* theBuffer, std::uint64_t theSize) const;
 
     std::shared_ptr<State> itsState; ///< shared by copies

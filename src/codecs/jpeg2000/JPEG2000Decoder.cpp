@@ -264,14 +264,20 @@ void JPEG2000Decoder::ReadDepth()
     SettleSign();
 }
 
-/// A grey codestream may have been made of two's complement as if it were unsigned codes.
+/// A grey codestream may have been made of two's complement as if it were unsigned codes. One that says
+/// signed was made by somebody who knew.
 void JPEG2000Decoder::SettleSign()
 {
     std::int32_t aRepresentation = 0;
-    if (itsSigned != 0 || itsSamplesPerPixel != 1 || GetDICOMDataObject() == nullptr ||
+    if (itsSamplesPerPixel != 1 || GetDICOMDataObject() == nullptr ||
         !GetDICOMDataObject()->GetInteger(DICOMTags::PixelRepresentation, aRepresentation) ||
-        aRepresentation != 1)
+        (aRepresentation == 1) == (itsSigned != 0))
     {
+        return;
+    }
+    if (itsSigned != 0)
+    {
+        Warn(WarningIdentifier::kSign, "the codestream is signed, the data set unsigned: taken for signed");
         return;
     }
     Warn(WarningIdentifier::kSign,

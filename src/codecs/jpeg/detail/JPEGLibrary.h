@@ -81,9 +81,12 @@ public:
         /// Bytes delivered so far, for messages.
         virtual std::uint64_t GetInputTotal() const = 0;
 
-        /// The library's first warning of an image. True: the library prints it on standard error as well,
-        /// as it does by itself.
-        virtual bool Warn(const char* theText) = 0;
+        /// The library's first warning of an image that the pixels suffer from, and the first of a rule that
+        /// is broken without harm to them.
+        virtual void Warn(const char* theText, bool theIsDamage) = 0;
+
+        /// Whether the library prints the first warning of an image on standard error, as it does by itself.
+        virtual bool IsPrinting() const = 0;
 
         /// Whether an image whose data end early is decoded as far as they go; otherwise that is an error.
         virtual bool MayEndEarly() const = 0;
