@@ -96,16 +96,11 @@ private:
 };
 
 /// Images as large as a fuzzer has time for.
-inline void SetFuzzLimits()
+inline void SetFuzzLimits(std::uint64_t theBytesPerFrame = std::uint64_t{1} << 21)
 {
-    static const bool isSet = []
-    {
-        Limits aLimits;
-        aLimits.itsPixelsPerFrame = std::uint64_t{1} << 18;
-        aLimits.itsBytesPerFrame = std::uint64_t{1} << 21;
-        aLimits.itsAttributeBytes = std::uint64_t{1} << 24;
-        Limits::Set(aLimits);
-        return true;
-    }();
-    static_cast<void>(isSet);
+    Limits aLimits;
+    aLimits.itsPixelsPerFrame = std::uint64_t{1} << 18;
+    aLimits.itsBytesPerFrame = theBytesPerFrame;
+    aLimits.itsAttributeBytes = std::uint64_t{1} << 24;
+    Limits::Set(aLimits);
 }

@@ -186,6 +186,10 @@ void WriteLossyJpegs()
     WriteJpeg("baseline420", aSpec);
     WriteJpeg("progressive", Specify(17, 9, 3, 8, Process::PROGRESSIVE));
     WriteJpeg("extended12", Specify(17, 9, 1, 12, Process::EXTENDED));
+    // Large and next to empty: further scans of it cost a lot and take few bytes.
+    const JpegSpec aFlat = Specify(1024, 1024, 1, 8, Process::PROGRESSIVE);
+    Write("jpeg", "progressiveFlat", MakeJpeg(aFlat, MakeFlatSamples(aFlat, {100})),
+          Bytes{0, 0} + DescribeFrame({255, 255}));
 }
 
 void WriteLosslessJpegs()

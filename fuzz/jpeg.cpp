@@ -84,11 +84,28 @@ void ComparePaths(const FuzzFrame& theFrame)
         Require(mayWrap || HasRepeatingScan(theFrame.itsBytes), "both paths deliver the same pixels");
     }
 }
+
+/// How large an image an input may have, in samples: so many in all its scans, as each costs a pass over the
+/// image however few bytes it has. So large images are seen, too, as far as their bytes would let them past
+/// the decompressors: 1024 pixels each.
+std::uint64_t GetAreaBudget(const std::uint8_t* theData, std::size_t theSize)
+{
+    constexpr std::uint64_t kFewest = std::uint64_t{1} << 18;
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 22;
+    constexpr std::uint64_t kMostOfAllScans = std::uint64_t{1} << 28;
+    constexpr std::uint64_t kPixelsPerByte = 1024;
+    std::uint64_t aScans = 1;
+    for (std::size_t i = 1; i < theSize; ++i)
+    {
+        aScans += theData[i - 1] == 0xff && theData[i] == 0xda ? 1 : 0;
+    }
+    return std::clamp(std::min(kPixelsPerByte * theSize, kMostOfAllScans / aScans), kFewest, kMost);
+}
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
 {
-    SetFuzzLimits();
+    SetFuzzLimits(GetAreaBudget(theData, theSize));
     FuzzInput anInput(theData, theSize);
     const char* const kSyntaxes[] = {TransferSyntaxType::TSJPEG50UID, TransferSyntaxType::TSJPEG51UID,
                                      TransferSyntaxType::TSJPEG57UID, TransferSyntaxType::TSJPEG70UID};
