@@ -246,6 +246,15 @@ void WriteJpeg2000()
               Box("ftyp", Bytes{'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' '}) + Box("jp2h", aHeader) +
               Box("uuid", Ramp(20)) + Box("jp2c", Grey12()),
           {0});
+    const std::pair<const char*, Bytes> kColoured[] = {
+        {"indices", MakeJp2(Indices(), aPalette + aMapping)},
+        {"sycc", MakeJp2(Colour(), ColourBox(18))},
+        {"opacity", MakeJp2(Pair(), Box("cdef", Bytes{0, 2, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}))}};
+    for (const auto& [aName, aFile] : kColoured)
+    {
+        Write("jp2", aName, aFile, {0});
+        Write("bare", aName, aFile, {4, 0, 0, 0, 0});
+    }
 }
 
 /// A palette, its descriptors and native pixels: all elements that the colour targets read.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A bare JPEG or JPEG 2000 image, with or without a data set.
+// A bare JPEG or JPEG 2000 image, with or without a data set, in both readings.
 #include "RequestRuns.h"
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "support/ByteSource.h"
@@ -19,15 +19,19 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
     const bool hasDataSet = anInput.TakeFlag();
     const int aLargestRead = anInput.TakeFlag() ? 7 : 1 << 20;
     const Bytes aStream = anInput.GetRest();
-    RunRequestTwice(
-        [&](MemoryAllocater& theAllocator, DecompressionResult& theResult)
-        {
-            DICOMDataObject aDataSet;
-            ByteSource aSource(aStream, aLargestRead);
-            DecompressionRequest aRequest(&aSource, hasDataSet ? &aDataSet : nullptr, "", false, aScale, 0,
-                                          aUID, isUnsigned);
-            aRequest.setSourceLength(static_cast<std::uint32_t>(aStream.size()));
-            CompressedImageStreamDecompressor(theAllocator).Decompress(aRequest, theResult);
-        });
+    for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+    {
+        RunRequestTwice(
+            [&](MemoryAllocater& theAllocator, DecompressionResult& theResult)
+            {
+                DICOMDataObject aDataSet;
+                ByteSource aSource(aStream, aLargestRead);
+                DecompressionRequest aRequest(&aSource, hasDataSet ? &aDataSet : nullptr, "", false, aScale,
+                                              0, aUID, isUnsigned);
+                aRequest.setSourceLength(static_cast<std::uint32_t>(aStream.size()));
+                aRequest.setReading(aReading);
+                CompressedImageStreamDecompressor(theAllocator).Decompress(aRequest, theResult);
+            });
+    }
     return 0;
 }

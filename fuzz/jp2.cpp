@@ -1,11 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
-// The boxes of a JP2 file: as text, and up to the codestream.
+// The boxes of a JP2 file: as text, as colours, and up to the codestream.
+#include <algorithm>
 #include <exception>
 
 #include "FuzzInput.h"
 #include "jp2/jp2_box_textualizer.h"
 #include "jp2/jp2_source.h"
 #include "support/ByteSource.h"
+
+namespace
+{
+void CheckColours(const JP2Colours& theColours, std::size_t theComponents)
+{
+    RWCString aProblem;
+    const std::vector<JP2Channel> someColours = theColours.GetChannels(theComponents, aProblem);
+    Require(someColours.empty() || (aProblem.empty() && (someColours.size() == 1 || someColours.size() == 3)),
+            "colours are none, one or three");
+    for (const JP2Channel& aColour : someColours)
+    {
+        Require(aColour.itsComponent < std::min<std::size_t>(theComponents, 4), "a colour has a component");
+        for (const std::uint16_t anEntry : aColour.itsEntries)
+        {
+            Require(anEntry >> aColour.itsBits == 0, "entries have the bits that are said");
+        }
+    }
+}
+} // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
 {
@@ -34,6 +54,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
         jp2_source aJp2;
         aJp2.open(&aFamily);
         aJp2.read_header();
+        for (const std::size_t aComponents : {1U, 2U, 3U, 4U, 9U})
+        {
+            CheckColours(aJp2.get_colours(), aComponents);
+        }
         Bytes aCodestream(aFile.size() + 1);
         Require(aFamily.read(aCodestream.data(), aCodestream.size()) + aFamily.get_pos() >= aFile.size(),
                 "the codestream can be read to its end");

@@ -5,6 +5,8 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "engine/kdu_message.h"
 #include "jp2/detail/JP2BoxWalker.h"
@@ -92,6 +94,10 @@ public:
                 ReadImageHeader();
                 itsHasHeader = true;
             }
+            else if (itsBoxes.GetDepth() == 1 && JP2Colours::IsOfInterest(itsBoxes.GetType()))
+            {
+                ReadColours();
+            }
         }
         if (!itsHasFileType || !(itsHasHeader || itsOwner.itsMayLackHeader))
         {
@@ -154,6 +160,17 @@ private:
         itsOwner.itsHeight = Number(aContents.data());
         itsOwner.itsWidth = Number(aContents.data() + 4);
         itsOwner.itsComponents = aContents[8] * 256 + aContents[9];
+    }
+
+    void ReadColours()
+    {
+        // More than the largest palette has.
+        constexpr std::uint64_t kMostContents = std::uint64_t{1} << 20;
+        const std::uint32_t aType = itsBoxes.GetType();
+        std::vector<std::uint8_t> aContents(
+            static_cast<std::size_t>(std::min(itsBoxes.GetRemaining(), kMostContents)));
+        aContents.resize(itsBoxes.Read(aContents.data(), aContents.size()));
+        itsOwner.itsColours.Add(aType, std::move(aContents));
     }
 
     jp2_source& itsOwner;

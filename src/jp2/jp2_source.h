@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/kdu_compressed_source.h"
+#include "jp2/JP2Colours.h"
 #include "toolkit/base/BaseTypes.h"
 
 /// A sequential source seen as a file of the JP2 family (ISO/IEC 15444-1 Annex I).
@@ -52,8 +53,9 @@ struct jp2_locator
 /// the contents of the contiguous codestream box.
 ///
 /// What is wrong with the boxes is reported as an error of the engine, see kdu_customize_errors, with a text
-/// that begins "Error in Kakadu File Format Support:". Boxes that are not needed are skipped; colours,
-/// palettes and channels are not interpreted. Borrows the file from open to close. Not thread-safe.
+/// that begins "Error in Kakadu File Format Support:". Boxes that are not needed are skipped;
+/// those of colours, palettes and channels are kept as they are. Borrows the file from open to close. Not
+/// thread-safe.
 class QUORIX_API jp2_source
 {
 public:
@@ -82,6 +84,9 @@ public:
     int get_num_components() const { return itsComponents; }
     /// @}
 
+    /// After read_header: what the header says of colours.
+    const JP2Colours& get_colours() const { return itsColours; }
+
     /// A file without a header box is read as well: the codestream says what is needed.
     void accept_missing_header() { itsMayLackHeader = true; }
 
@@ -98,4 +103,5 @@ private:
     std::uint32_t itsWidth = 0;
     std::uint32_t itsHeight = 0;
     int itsComponents = 0;
+    JP2Colours itsColours;
 };

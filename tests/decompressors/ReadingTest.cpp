@@ -449,6 +449,125 @@ std::vector<Row> MakeOddRows()
     };
 }
 
+/// A palette of sixteen colours, red from 100, green from 200 downwards and blue twice the index; the first
+/// of its columns is green.
+Bytes PaletteBoxes(std::uint8_t theEntries)
+{
+    Bytes aPalette = {0, theEntries, 3, 7, 7, 7};
+    for (std::uint8_t i = 0; i < theEntries; ++i)
+    {
+        aPalette.insert(aPalette.end(),
+                        {static_cast<std::uint8_t>(200 - i), static_cast<std::uint8_t>(100 + i),
+                         static_cast<std::uint8_t>(2 * i)});
+    }
+    return Jpeg2000Streams::Join({Jpeg2000Streams::ColourBox(16), Jpeg2000Streams::Box("pclr", aPalette),
+                                  Jpeg2000Streams::Box("cmap", {0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 2})});
+}
+
+/// What comes of the indices 0 to 15.
+Bytes PaletteColours(int theEntries)
+{
+    Bytes aPixels;
+    for (int i = 0; i < 16; ++i)
+    {
+        const int anEntry = std::min(i, theEntries - 1);
+        for (const int aSample : {100 + anEntry, 200 - anEntry, 2 * anEntry})
+        {
+            aPixels.push_back(static_cast<std::uint8_t>(aSample));
+        }
+    }
+    return aPixels;
+}
+
+/// Blue, green and red are red, green and blue.
+const Bytes kReversal =
+    Jpeg2000Streams::Box("cdef", {0, 3, 0, 0, 0, 0, 0, 3, 0, 1, 0, 0, 0, 2, 0, 2, 0, 0, 0, 1});
+
+Bytes Reversed(Bytes thePixels)
+{
+    for (std::size_t i = 0; i + 2 < thePixels.size(); i += 3)
+    {
+        std::swap(thePixels[i], thePixels[i + 2]);
+    }
+    return thePixels;
+}
+
+/// A JP2 file that comes alone: the data set says nothing.
+Row Jp2Row(const char* theName, const Bytes& theStream, const Bytes& theBoxes, Expected theByContract,
+           Expected theByMeaning, int theScale = 1)
+{
+    return {theName,
+            Jpeg2000Streams::MakeJp2(theStream, theBoxes),
+            0,
+            std::move(theByContract),
+            std::move(theByMeaning),
+            TransferSyntaxType::TSJPEG2KLosslessUID,
+            [](DataSet&) {},
+            theScale};
+}
+
+/// A JP2 file in a frame of a data set.
+Row FramedJp2Row(const char* theName, const Bytes& theStream, const Bytes& theBoxes, int theSamples,
+                 int theColumns, int theRows, const char* theLabel, Expected theByContract,
+                 Expected theByMeaning)
+{
+    JpegSpec aSpec;
+    aSpec.itsComponents = theSamples;
+    aSpec.itsWidth = theColumns;
+    aSpec.itsHeight = theRows;
+    return {theName,
+            Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, theLabel,
+                         {Jpeg2000Streams::MakeJp2(theStream, theBoxes)}),
+            0, std::move(theByContract), std::move(theByMeaning)};
+}
+
+/// JP2 files whose boxes say what the colours are.
+std::vector<Row> MakeJp2Rows()
+{
+    using namespace Jpeg2000Streams;
+    const Bytes aPlain = ColourPixels();
+    const Bytes aCount = Counting(16);
+    const Bytes aBox = PaletteBoxes(16);
+    const std::vector<std::string> aWord = {"colour-label@0"};
+    const std::vector<std::string> twoWords = {"colour-label@0", "colour-label@0"};
+    const Expected anIndexed{0, aCount, "MONOCHROME2 8/8/7", aWord};
+    const Expected aCounted{0, aPlain, "RGB 8/8/7", aWord};
+    const Expected aPainted{0, PaletteColours(16), "RGB 8/8/7", aWord};
+    const Bytes aGrey = Box("pclr", {0, 2, 1, 11, 1, 2, 0x0f, 0xff});
+    const Bytes aSecond = Box("cdef", {0, 2, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1});
+    const Bytes anSYCC = ColourBox(18);
+    return {
+        Jp2Row("palette", Indices(), aBox, anIndexed, aPainted),
+        Jp2Row("palette and channel definition", Indices(), Join({aBox, kReversal}), anIndexed,
+               {0, Reversed(PaletteColours(16)), "RGB 8/8/7", aWord}),
+        Jp2Row("palette that is too short", Indices(), PaletteBoxes(9), anIndexed,
+               {0, PaletteColours(9), "RGB 8/8/7", twoWords}),
+        Jp2Row("grey palette of 12 bits", Indices(), Join({aGrey, Box("cmap", {0, 0, 1, 0})}), anIndexed,
+               {0, {2, 1, 0xff, 0x0f, 0xff, 0x0f}, "MONOCHROME2 16/12/11", twoWords}),
+        Jp2Row("palette without its mapping", Indices(), aGrey, anIndexed, anIndexed),
+        Jp2Row("palette, at half the size", Indices(), aBox, {0, {}, "MONOCHROME2 8/8/7 scaled", aWord},
+               {0, PaletteColours(16), "RGB 8/8/7", {"colour-label@0", "scale@0"}}, 2),
+        Jp2Row("blue first", PlainColour(), kReversal, aCounted, {0, Reversed(aPlain), "RGB 8/8/7", aWord}),
+        Jp2Row("blue first, with a component transform", Jpeg2000Streams::Colour(), kReversal, aCounted,
+               {0, Reversed(aPlain), "RGB 8/8/7", aWord}),
+        Jp2Row("opacity and grey", Pair(), aSecond, {DLRC_DECODER_ERROR, {}, "", aWord},
+               {0, {0x3c, 0x45, 0x4e}, "MONOCHROME2 8/8/7", aWord}),
+        Jp2Row("sYCC", PlainColour(), anSYCC, aCounted, {0, PlainYBRToRGB(aPlain), "RGB 8/8/7", aWord}),
+        Jp2Row("sYCC with a component transform", Jpeg2000Streams::Colour(), anSYCC, aCounted,
+               {0, PlainYBRToRGB(aPlain), "RGB 8/8/7", aWord}),
+        FramedJp2Row("blue first, in a frame", PlainColour(), kReversal, 3, kColourWidth, kColourHeight,
+                     "RGB", aCounted, {0, Reversed(aPlain), "RGB 8/8/7", aWord}),
+        FramedJp2Row("sYCC labelled RGB", PlainColour(), anSYCC, 3, kColourWidth, kColourHeight, "RGB",
+                     aCounted, aCounted),
+        FramedJp2Row("sYCC labelled YBR_FULL", PlainColour(), anSYCC, 3, kColourWidth, kColourHeight,
+                     "YBR_FULL", {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"},
+                     {0, PlainYBRToRGB(aPlain), "RGB 8/8/7"}),
+        FramedJp2Row("palette labelled grey", Indices(), aBox, 1, 4, 4, "MONOCHROME2", anIndexed, anIndexed),
+        FramedJp2Row("palette labelled RGB", Indices(), aBox, 3, 4, 4, "RGB",
+                     {0, aCount, "RGB 8/8/7", twoWords}, aPainted),
+    };
+}
+
 std::vector<Row> MakeRows()
 {
     const Bytes aPlain = Jpeg2000Streams::ColourPixels();
@@ -713,6 +832,7 @@ TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
     std::ranges::move(MakeCutRows(), std::back_inserter(aRows));
     std::ranges::move(MakeOddRows(), std::back_inserter(aRows));
     std::ranges::move(MakeColourRows(), std::back_inserter(aRows));
+    std::ranges::move(MakeJp2Rows(), std::back_inserter(aRows));
     for (const Row& aRow : aRows)
     {
         Check(aRow, Reading::BY_CONTRACT);

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "jp2/detail/JP2BoxWalker.h"
 #include "jp2/jp2_box_textualizer.h"
 #include "support/ByteSource.h"
 #include "support/EngineReports.h"
@@ -92,6 +93,9 @@ TEST(Jp2Source, LeavesTheFileAtTheCodestream)
         EXPECT_EQ(aFile.get_width(), 5U);
         EXPECT_EQ(aFile.get_height(), 3U);
         EXPECT_EQ(aFile.get_num_components(), 3);
+        RWCString aProblem;
+        EXPECT_TRUE(aFile.get_colours().GetChannels(1, aProblem).empty());
+        EXPECT_EQ(aProblem.empty(), aName != std::string("a header of boxes that are not interpreted"));
         aFile.close();
         EXPECT_FALSE(aFile.exists());
         EXPECT_EQ(aSource.GetPosition(), aBytes.size());
@@ -187,6 +191,116 @@ TEST(Jp2Source, WantsAnOpenFileAtItsStart)
     aFamily.open(&aSource);
     EXPECT_THROW(aFile.open(&aFamily, {36}), EngineReport);
     EXPECT_EQ(aSource.GetReads(), 0);
+}
+
+namespace
+{
+/// The header boxes of a codestream, and its colours: component, entries and their bits.
+struct ColourCase
+{
+    std::size_t itsComponents;
+    Bytes itsPalette;
+    Bytes itsMapping;
+    Bytes itsDefinition;
+    std::string itsColours; ///< or why there are none, or empty where the boxes change nothing
+};
+
+std::string Describe(const ColourCase& theCase)
+{
+    JP2Colours aColours;
+    for (const auto& [aType, aContents] :
+         {std::pair(JP2BoxTypes::ComponentMapping, theCase.itsMapping),
+          std::pair(JP2BoxTypes::Palette, theCase.itsPalette),
+          std::pair(JP2BoxTypes::Palette, Bytes{9, 9}), // a second one is put aside
+          std::pair(JP2BoxTypes::ChannelDefinition, theCase.itsDefinition)})
+    {
+        if (!aContents.empty() && (aContents.size() != 2 || !theCase.itsPalette.empty()))
+        {
+            aColours.Add(aType, aContents);
+        }
+    }
+    RWCString aText;
+    for (const JP2Channel& aChannel : aColours.GetChannels(theCase.itsComponents, aText))
+    {
+        aText += " " + std::to_string(aChannel.itsComponent);
+        for (const std::uint16_t anEntry : aChannel.itsEntries)
+        {
+            aText += "," + std::to_string(anEntry);
+        }
+        aText += aChannel.itsBits == 0 ? "" : "/" + std::to_string(aChannel.itsBits);
+    }
+    return aText;
+}
+} // namespace
+
+TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
+{
+    // Two entries of 8, 12 and 4 bits.
+    const Bytes aPalette = {0, 2, 3, 7, 11, 3, 1, 0x0f, 0xed, 15, 2, 0, 0x30, 0x25};
+    const Bytes aMapping = {0, 0, 1, 2, 0, 0, 1, 0, 0, 0, 1, 1};
+    const Bytes aGrey = {0, 2, 1, 11, 0x0f, 0xed, 0xff, 0xff};
+    const Bytes aReversal = {0, 3, 0, 0, 0, 0, 0, 3, 0, 1, 0, 0, 0, 2, 0, 2, 0, 0, 0, 1};
+    const Bytes anOpacity = {0, 4, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0, 3, 0, 0, 0, 3};
+    const std::string kSize = "the palette is not as long as its entries";
+    const std::string kMapping = "the mapping ";
+    const std::string kDefinition = "the definition of channels ";
+    for (const ColourCase& aCase : std::initializer_list<ColourCase>{
+             {3, {}, {}, {}, ""},
+             {1, aPalette, aMapping, {}, " 0,255,255/8 0,1,2/8 0,254,3/8"},
+             {1, aPalette, aMapping, aReversal, " 0,254,3/8 0,1,2/8 0,255,255/8"},
+             {1, aGrey, {0, 0, 1, 0}, {}, " 0,4077,4095/12"},
+             {2,
+              aGrey,
+              {0, 1, 1, 0, 0, 0, 0, 0},
+              {0, 2, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0},
+              " 1,4077,4095/12"},
+             {3, {}, {}, aReversal, " 2 1 0"},
+             {4, {}, {}, anOpacity, " 1 2 3"},
+             {2, {}, {}, {0, 2, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1}, " 1"},
+             {1, {}, {}, {0, 1, 0, 0, 0, 0, 0, 1}, ""},
+             {1, aPalette, {}, {}, "a palette and a mapping of components must be there together"},
+             {1, {}, aMapping, {}, "a palette and a mapping of components must be there together"},
+             {1, {0xff}, aMapping, {}, "the palette is too short"},
+             {1, {0, 2, 3, 7, 7}, aMapping, {}, "the palette is too short"},
+             {1, {0, 0, 1, 7}, aMapping, {}, "the palette has no valid size"},
+             {1, {4, 1, 1, 7}, aMapping, {}, "the palette has no valid size"},
+             {1, {0, 1, 0}, aMapping, {}, "the palette has no valid size"},
+             {1,
+              {0, 1, 1, 16, 0, 0, 0},
+              aMapping,
+              {},
+              "the palette has entries that are signed or of more than 16 bits"},
+             {1,
+              {0, 1, 1, 0x87, 0},
+              aMapping,
+              {},
+              "the palette has entries that are signed or of more than 16 bits"},
+             {1, {0, 2, 1, 7, 0}, aMapping, {}, kSize},
+             {1, {0, 2, 1, 7, 0, 0, 0}, aMapping, {}, kSize},
+             {1, aPalette, {0, 0, 1}, {}, kMapping + "of components has no valid size"},
+             {1, aPalette, Bytes(36), {}, kMapping + "of components has too many channels"},
+             {1, aPalette, {0, 1, 1, 0}, {}, kMapping + "names a component that is not there"},
+             {1, aPalette, {0, 0, 1, 3}, {}, kMapping + "names a column that is not there"},
+             {1, aPalette, {0, 0, 2, 0}, {}, kMapping + "has an unknown type"},
+             {1, aPalette, {0, 0, 1, 0, 0, 0, 1, 1}, {}, "there are neither one nor three colours"},
+             {3, {}, {}, {0}, kDefinition + "is not as long as there are channels"},
+             {3, {}, {}, {0, 1, 0, 0, 0, 0, 0, 1}, kDefinition + "is not as long as there are channels"},
+             {3, {}, {}, Patch(aReversal, 3, {9}), kDefinition + "does not name each channel once"},
+             {3, {}, {}, Patch(aReversal, 3, {1}), kDefinition + "does not name each channel once"},
+             {3, {}, {}, Patch(aReversal, 7, {9}), kDefinition + "does not name each colour once"},
+             {3, {}, {}, Patch(aReversal, 7, {0}), kDefinition + "does not name each colour once"},
+             {3, {}, {}, Patch(aReversal, 7, {1}), kDefinition + "does not name each colour once"},
+             {3, {}, {}, Patch(aReversal, 11, {1}), kDefinition + "leaves out a colour"},
+             {3, {}, {}, Patch(Patch(aReversal, 5, {1}), 11, {1}), "one colour of three or more components"},
+             {6,
+              {},
+              {},
+              {0, 6, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 0, 2, 0, 1, 0,
+               0, 0, 3, 0, 0, 0, 1, 0, 4, 0, 0, 0, 2, 0, 5, 0, 0, 0, 3},
+              "a colour is in a component beyond the fourth"}})
+    {
+        EXPECT_EQ(Describe(aCase), aCase.itsColours);
+    }
 }
 
 TEST(Jp2BoxTextualizer, PrintsTheTree)

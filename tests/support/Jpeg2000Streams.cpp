@@ -5,21 +5,18 @@
 
 #include "support/Words.h"
 
-namespace
+namespace Jpeg2000Streams
 {
-Jpeg2000Streams::Bytes Join(std::initializer_list<Jpeg2000Streams::Bytes> theParts)
+Bytes Join(std::initializer_list<Bytes> theParts)
 {
-    Jpeg2000Streams::Bytes aWhole;
-    for (const Jpeg2000Streams::Bytes& aPart : theParts)
+    Bytes aWhole;
+    for (const Bytes& aPart : theParts)
     {
         aWhole.insert(aWhole.end(), aPart.begin(), aPart.end());
     }
     return aWhole;
 }
-} // namespace
 
-namespace Jpeg2000Streams
-{
 Bytes FromHex(const std::string& theText)
 {
     Bytes aBytes;
@@ -96,6 +93,14 @@ Bytes ColourPixels()
     return anImage;
 }
 
+Bytes Indices()
+{
+    return FromHex(
+        "ff4fff510029000000000004000000040000000000000000000000040000000400000000000000000001070101ff5200"
+        "0c00000001000104040001ff5c00074040484850ff90000a0000000000200001ff93df80300781575a4227c010c07c21"
+        "000c0b3dffd9");
+}
+
 Bytes Pair()
 {
     return FromHex(
@@ -141,12 +146,16 @@ Bytes Box(const char* theType, const Bytes& theContents)
     return Join({aBox, theContents});
 }
 
-Bytes MakeJp2(const Bytes& theStream)
+Bytes ColourBox(std::uint8_t theSpace)
+{
+    return Box("colr", {1, 0, 0, 0, 0, 0, theSpace});
+}
+
+Bytes MakeJp2(const Bytes& theStream, const Bytes& theBoxes)
 {
     const Bytes anImageHeader = Box("ihdr", {0, 0, 0, kGreyHeight, 0, 0, 0, kGreyWidth, 0, 1, 0x8b, 7, 0, 0});
-    const Bytes aColour = Box("colr", {1, 0, 0, 0, 0, 0, 17});
     return Join({Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a}),
                  Box("ftyp", {'j', 'p', '2', ' ', 0, 0, 0, 0, 'j', 'p', '2', ' '}),
-                 Box("jp2h", Join({anImageHeader, aColour})), Box("jp2c", theStream)});
+                 Box("jp2h", Join({anImageHeader, theBoxes})), Box("jp2c", theStream)});
 }
 } // namespace Jpeg2000Streams

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@
 namespace Jpeg2000Streams
 {
 using Bytes = std::vector<std::uint8_t>;
+
+/// One behind the other.
+Bytes Join(std::initializer_list<Bytes> theParts);
 
 /// Two digits a byte.
 Bytes FromHex(const std::string& theText);
@@ -32,6 +36,9 @@ Bytes PlainColour();
 constexpr int kColourWidth = 11;
 constexpr int kColourHeight = 9;
 Bytes ColourPixels();
+
+/// One component of 8 bits, 4 x 4: its samples count from 0.
+Bytes Indices();
 
 /// Two components of 8 bits, 4 x 4.
 Bytes Pair();
@@ -54,6 +61,9 @@ constexpr std::size_t kDepthOfComponent0 = 42; ///< Ssiz, then XRsiz and YRsiz; 
 /// A box of a JP2 file.
 Bytes Box(const char* theType, const Bytes& theContents);
 
-/// A JP2 file around a codestream, with the boxes there must be.
-Bytes MakeJp2(const Bytes& theStream);
+/// The box that says grey (17) or another enumerated colour space.
+Bytes ColourBox(std::uint8_t theSpace = 17);
+
+/// A JP2 file around a codestream, with the boxes there must be. theBoxes: those behind the image header.
+Bytes MakeJp2(const Bytes& theStream, const Bytes& theBoxes = ColourBox());
 } // namespace Jpeg2000Streams

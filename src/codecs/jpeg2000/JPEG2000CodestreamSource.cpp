@@ -40,6 +40,7 @@ void JPEG2000CodestreamSource::ReadBoxes(bool isHeaderOptional)
     }
     aFile.read_header();
     itsLacksHeader = aFile.lacks_header();
+    itsColours = aFile.get_colours();
     itsRemaining = aFile.get_codestream_length();
     aFile.close();
     aFamily.close();

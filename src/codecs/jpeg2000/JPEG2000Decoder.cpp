@@ -2,15 +2,12 @@
 #include "codecs/jpeg2000/JPEG2000Decoder.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "codecs/jpeg/JPEGDecoder.h"
 #include "codecs/jpeg2000/KDUMessages.h"
-#include "codecs/jpeg2000/detail/JPEG2000CodestreamSource.h"
-#include "codecs/jpeg2000/detail/JPEG2000TileDecode.h"
+#include "codecs/jpeg2000/detail/JPEG2000DecoderState.h"
 #include "codecs/sources/CompressedSources.h"
-#include "engine/kdu_codestream.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
@@ -55,34 +52,6 @@ bool IsSame(const kdu_dims& theFirst, const kdu_dims& theSecond)
            theFirst.size.x == theSecond.size.x && theFirst.size.y == theSecond.size.y;
 }
 } // namespace
-
-/// What a codec and its copies share.
-struct JPEG2000Decoder::State
-{
-    ~State() { Finish(); }
-
-    void Finish()
-    {
-        if (itsCurrentlyOpenTile.exists())
-        {
-            itsCurrentlyOpenTile.close();
-            itsCurrentlyOpenTile = kdu_tile();
-        }
-        itsCodestream.destroy();
-        itsSource.reset();
-    }
-
-    std::unique_ptr<JPEG2000CodestreamSource> itsSource; ///< outlives the codestream
-    kdu_codestream itsCodestream;
-    kdu_tile itsCurrentlyOpenTile;
-    kdu_dims itsValidTiles;
-    kdu_dims itsDims;
-    std::array<int, 3> itsDepths{};
-    bool itsYCC = false;
-    bool itsReversible = false;
-    bool itsIsMisdeclared = false; ///< unsigned codes that are to be read as two's complement
-    const char* itsPhase = "start";
-};
 
 JPEG2000Decoder::JPEG2000Decoder(int theScaleFactor, ParsingErrorTolerance theTolerance)
     : itsTolerance(theTolerance), itsWantedScaleFactor(theScaleFactor), itsState(std::make_shared<State>())
@@ -222,19 +191,20 @@ void JPEG2000Decoder::ReadComponents()
 {
     SetPhase("itsCodestream.get_num_components()");
     kdu_codestream& aCodestream = itsState->itsCodestream;
-    itsSamplesPerPixel = aCodestream.get_num_components(false);
+    const int aDecoded = SettleChannels(aCodestream.get_num_components(false));
     if (itsSamplesPerPixel != 1 && itsSamplesPerPixel != 3)
     {
         FailHeader("Image component count not in (1, 3) as required by DICOM");
     }
     SetPhase("itsCodestream.apply_input_restrictions()");
-    aCodestream.apply_input_restrictions(0, itsSamplesPerPixel, itsScaleFactor - 1, 0, nullptr,
+    aCodestream.apply_input_restrictions(0, aDecoded, itsScaleFactor - 1, 0, nullptr,
                                          KDU_WANT_OUTPUT_COMPONENTS);
     SetPhase("itsCodestream.get_dims()");
     aCodestream.get_dims(0, itsState->itsDims);
     constexpr const char* kTexts[] = {nullptr, "Component 1 dimensions != Component 0 dimensions",
-                                      "Component 2 dimensions != Component 0 dimensions"};
-    for (int c = 1; c < itsSamplesPerPixel; ++c)
+                                      "Component 2 dimensions != Component 0 dimensions",
+                                      "Component 3 dimensions != Component 0 dimensions"};
+    for (int c = 1; c < aDecoded; ++c)
     {
         kdu_dims aDims;
         aCodestream.get_dims(c, aDims);
@@ -252,12 +222,18 @@ void JPEG2000Decoder::ReadDepth()
     itsSigned = aCodestream.get_signed(0) ? 1 : 0;
     SetPhase("itsCodestream.get_bit_depth()");
     itsBitsStoredPerSample = 0;
-    for (int c = 0; c < itsSamplesPerPixel; ++c)
+    for (std::size_t c = 0; c < static_cast<std::size_t>(itsSamplesPerPixel); ++c)
     {
-        const int aDepth = aCodestream.get_bit_depth(c);
-        itsState->itsDepths[static_cast<std::size_t>(c)] = aDepth;
-        itsBitsStoredPerSample = std::max(itsBitsStoredPerSample, aDepth);
+        const JP2Channel* const aColour = itsState->itsColours.empty() ? nullptr : &itsState->itsColours[c];
+        JPEG2000Channel& aChannel = itsState->itsChannels[c];
+        aChannel.itsComponent = aColour != nullptr ? aColour->itsComponent : c;
+        aChannel.itsDepth = aCodestream.get_bit_depth(static_cast<int>(aChannel.itsComponent));
+        const bool isMapped = aColour != nullptr && !aColour->itsEntries.empty();
+        aChannel.itsEntries = isMapped ? &aColour->itsEntries : nullptr;
+        aChannel.itsBits = isMapped ? aColour->itsBits : aChannel.itsDepth;
+        itsBitsStoredPerSample = std::max(itsBitsStoredPerSample, aChannel.itsBits);
     }
+    itsSigned = itsSigned != 0 && itsState->itsChannels[0].itsEntries == nullptr ? 1 : 0;
     itsBitsAllocatedPerSample = itsBitsStoredPerSample > 8 ? 16 : 8;
     itsRecommendedBitsStoredPerSample = itsBitsStoredPerSample;
     itsPrecision = itsBitsStoredPerSample;
@@ -269,7 +245,8 @@ void JPEG2000Decoder::ReadDepth()
 void JPEG2000Decoder::SettleSign()
 {
     std::int32_t aRepresentation = 0;
-    if (itsSamplesPerPixel != 1 || GetDICOMDataObject() == nullptr ||
+    if (itsSamplesPerPixel != 1 || itsState->itsChannels[0].itsEntries != nullptr ||
+        GetDICOMDataObject() == nullptr ||
         !GetDICOMDataObject()->GetInteger(DICOMTags::PixelRepresentation, aRepresentation) ||
         (aRepresentation == 1) == (itsSigned != 0))
     {
@@ -297,7 +274,7 @@ void JPEG2000Decoder::OpenFirstTile()
     const kdu_tile& aTile = itsState->itsCurrentlyOpenTile;
     itsState->itsYCC = itsSamplesPerPixel == 3 && aTile.get_ycc();
     itsState->itsReversible = true;
-    for (int c = 0; c < itsSamplesPerPixel; ++c)
+    for (int c = 0; c < aTile.get_num_components(); ++c)
     {
         itsState->itsReversible = itsState->itsReversible && aTile.access_component(c).get_reversible();
     }
@@ -314,63 +291,6 @@ void JPEG2000Decoder::SettleScaleFactor(int theLevels)
     if (theLevels < itsScaleFactor - 1)
     {
         itsScaleFactor = std::max(theLevels, 0) + 1;
-    }
-}
-
-void JPEG2000Decoder::SettleColour()
-{
-    itsDecompressedColorspace = itsState->itsYCC ? COLOR_MODEL_RGB : GetCompressedColorspace();
-    itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
-    if (itsSamplesPerPixel == 3 && !itsState->itsYCC)
-    {
-        WarnOfLabel();
-    }
-    if (IsByMeaning())
-    {
-        // Whatever the transfer syntax or the caller says: the codestream knows.
-        itsCompressionReversible = itsState->itsReversible ? CR_REVERSIBLE : CR_IRREVERSIBLE;
-    }
-    else if (!itsState->itsReversible && itsCompressionReversible == CR_UNSPECIFIED)
-    {
-        // The transfer syntax left it open; the 9/7 transform always loses something.
-        itsCompressionReversible = CR_IRREVERSIBLE;
-    }
-}
-
-Decoder::ColorModel JPEG2000Decoder::GetCompressedColorspace() const
-{
-    if (itsSamplesPerPixel != 3)
-    {
-        return itsSamplesPerPixel == 1 ? COLOR_MODEL_GREY : COLOR_MODEL_UNKNOWN;
-    }
-    if (itsState->itsYCC)
-    {
-        return itsState->itsReversible ? COLOR_MODEL_YBR_RCT : COLOR_MODEL_YBR_ICT;
-    }
-    const ColorModel aLabel = GetOriginalPhotometricInterpretation();
-    const bool isYBR =
-        aLabel == COLOR_MODEL_YBR_FULL || (IsByMeaning() && aLabel == COLOR_MODEL_YBR_FULL_422);
-    return isYBR ? COLOR_MODEL_YBR_FULL : COLOR_MODEL_RGB;
-}
-
-/// Three components without a component transform are as large as each other: subsampling is not in them, and
-/// what would have to be undone neither.
-void JPEG2000Decoder::WarnOfLabel() const
-{
-    switch (GetOriginalPhotometricInterpretation())
-    {
-    case COLOR_MODEL_YBR_FULL_422:
-        Warn(WarningIdentifier::kColourLabel,
-             IsByMeaning() ? "labelled YBR_FULL_422 and not subsampled: converted as YBR_FULL"
-                           : "labelled YBR_FULL_422 and not subsampled: taken for RGB");
-        break;
-    case COLOR_MODEL_YBR_RCT:
-    case COLOR_MODEL_YBR_ICT:
-        Warn(WarningIdentifier::kColourLabel,
-             "the label names a component transform, the codestream has none: taken for RGB");
-        break;
-    default:
-        break;
     }
 }
 
@@ -428,6 +348,11 @@ void JPEG2000Decoder::TellWhatWasSurvived()
     if (!aDamage.empty())
     {
         Warn(WarningIdentifier::kDamaged, aDamage);
+    }
+    if (itsState->itsIsBeyondPalette)
+    {
+        Warn(WarningIdentifier::kColourLabel,
+             "samples lie beyond the palette of the JP2 file: they have its last colour");
     }
     const int aTruncated = aCodestream.get_truncated_tiles();
     if (aTruncated == 0)
@@ -520,23 +445,25 @@ void JPEG2000Decoder::DecompressCurrentTile(void* theOutput)
               [this, &aTile, theOutput]
               {
                   const int aComponents = aTile.get_num_components();
-                  CheckLayout(aComponents);
+                  const int aSamples = itsState->itsColours.empty() ? aComponents : itsSamplesPerPixel;
+                  CheckLayout(aSamples);
                   JPEG2000TileDecode aDecode(aTile, aComponents);
                   if (!aDecode.IsUniform())
                   {
                       FailTile("mismatched dimensions between components");
                   }
-                  aDecode.Run(GetFormat(aComponents), static_cast<std::uint8_t*>(theOutput));
+                  aDecode.Run(GetFormat(aSamples), static_cast<std::uint8_t*>(theOutput));
+                  itsState->itsIsBeyondPalette = itsState->itsIsBeyondPalette || aDecode.IsBeyondPalette();
               });
 }
 
-JPEG2000OutputFormat JPEG2000Decoder::GetFormat(int theComponents) const
+JPEG2000OutputFormat JPEG2000Decoder::GetFormat(int theSamples) const
 {
     JPEG2000OutputFormat aFormat;
-    aFormat.itsComponents = theComponents;
+    aFormat.itsSamples = theSamples;
     aFormat.itsBytesPerSample = itsBitsAllocatedPerSample / 8;
     aFormat.itsSigned = itsSigned != 0;
-    aFormat.itsDepths = itsState->itsDepths;
+    aFormat.itsChannels = itsState->itsChannels;
     aFormat.itsReportedBits = GetReportedBits();
     if (itsState->itsIsMisdeclared)
     {
@@ -546,7 +473,7 @@ JPEG2000OutputFormat JPEG2000Decoder::GetFormat(int theComponents) const
         aFormat.itsReportedBits = itsPrecision;
     }
     aFormat.itsRowBytes =
-        GetImageWidth() * static_cast<std::uint64_t>(theComponents * aFormat.itsBytesPerSample);
+        GetImageWidth() * static_cast<std::uint64_t>(theSamples * aFormat.itsBytesPerSample);
     return aFormat;
 }
 

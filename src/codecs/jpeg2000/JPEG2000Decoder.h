@@ -13,14 +13,16 @@ struct JPEG2000OutputFormat;
 
 /// The codec for JPEG 2000 (ISO/IEC 15444-1): one or three components of up to 16 bits (three: up to 8).
 ///
-/// Takes a bare codestream, and a JP2 file as well, whose boxes it skips. Geometry, depth and sign come from
-/// the codestream, never from the data set. The output is rows of samples, components interleaved, a
-/// component transform undone: samples of up to 8 bits in bytes, others in 16-bit words of the machine's byte
-/// order. Samples are unsigned codes, or two's complement within the bits stored with zeros above (SetSigned
-/// between SetSource and Decode chooses, whatever the codestream has). Where the data set states more bits
-/// stored than the codestream has, two's complement reaches as far as those, so that readers of the data set
-/// see the right values. By meaning the codes of an unsigned codestream of one component are taken for two's
-/// complement where the data set says that samples are signed.
+/// Takes a bare codestream, and a JP2 file as well. What that says of its colours is applied by meaning,
+/// unless a data set says otherwise: a palette (never reduced), the definition of channels (which may make
+/// three colours of four components, and one of two), and sYCC where there is no label. Geometry, depth and
+/// sign come from the codestream, never from the data set. The output is rows of samples, components
+/// interleaved, a component transform undone: samples of up to 8 bits in bytes, others in 16-bit words of the
+/// machine's byte order. Samples are unsigned codes, or two's complement within the bits stored with zeros
+/// above (SetSigned between SetSource and Decode chooses, whatever the codestream has). Where the data set
+/// states more bits stored than the codestream has, two's complement reaches as far as those, so that readers
+/// of the data set see the right values. By meaning the codes of an unsigned codestream of one component are
+/// taken for two's complement where the data set says that samples are signed.
 ///
 /// Reports of the engine become JPEGDecoderExceptions, code 1 for warnings and 0 for errors; other failures
 /// are StreamIOExceptions. What the compressed source throws passes through. After a failure the codec is
@@ -140,7 +142,11 @@ private:
     void ReadDepth();
     void SettleSign();
     void OpenFirstTile();
+    int SettleChannels(int theComponents);
+    RWCString FindObstacle() const;
+    bool HasPalette() const;
     void SettleColour();
+    bool IsConvertedAsSYCC() const;
     void WarnOfLabel() const;
     void SettleScaleFactor(int theLevels);
     void TellWhatWasSurvived();
@@ -148,7 +154,7 @@ private:
     void ExtendMisdeclared(std::uint8_t* theBuffer) const;
     std::uint64_t GetOffsetOfCurrentTile() const;
     void CheckLayout(int theComponents) const;
-    JPEG2000OutputFormat GetFormat(int theComponents) const;
+    JPEG2000OutputFormat GetFormat(int theSamples) const;
     int GetReportedBits() const;
 
     ParsingErrorTolerance itsTolerance;

@@ -48,7 +48,7 @@ bool JPEG2000TileDecode::IsUniform() const
     for (std::size_t c = 1; c < itsCount; ++c)
     {
         if (!HasSameExtent(itsComponents[c].itsDims, itsComponents[0].itsDims) ||
-            (itsYCC && itsComponents[c].itsReversible != itsComponents[0].itsReversible))
+            (itsYCC && c < 3 && itsComponents[c].itsReversible != itsComponents[0].itsReversible))
         {
             return false;
         }
@@ -121,7 +121,7 @@ void JPEG2000TileDecode::PullLines()
 
 void JPEG2000TileDecode::UndoComponentTransform()
 {
-    if (!itsYCC || itsCount != 3)
+    if (!itsYCC || itsCount < 3)
     {
         return;
     }
@@ -140,51 +140,87 @@ void JPEG2000TileDecode::UndoComponentTransform()
         aFirst.get_buf32(), aSecond.get_buf32(), aThird.get_buf32(), aWidth);
 }
 
-void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
+void JPEG2000TileDecode::WriteRow(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow)
 {
     const bool isWritten = WriteTriplets(theFormat, theRow);
     const auto aStep = static_cast<std::size_t>(theFormat.itsBytesPerSample);
-    for (std::size_t c = 0; c < itsCount; ++c)
+    const auto aStride = static_cast<std::size_t>(theFormat.itsSamples);
+    for (std::size_t c = 0; c < aStride; ++c)
     {
-        const kdu_line_buf& aLine = itsComponents[c].itsLine;
-        const int aBits = theFormat.itsDepths[c];
+        const JPEG2000Channel& aChannel = theFormat.itsChannels[c];
+        const kdu_line_buf& aLine = itsComponents[aChannel.itsComponent].itsLine;
         std::uint8_t* const anOutput = theRow + c * aStep;
-        if (!isWritten)
+        if (aChannel.itsEntries != nullptr)
         {
-            JPEG2000LineOutput::Copy(aLine, anOutput, aBits, theFormat.itsSigned, theFormat.itsBytesPerSample,
-                                     theFormat.itsComponents);
+            WriteMapped(theFormat, aChannel, anOutput);
         }
-        if (theFormat.itsSigned && aBits < theFormat.itsReportedBits)
+        else if (!isWritten)
+        {
+            JPEG2000LineOutput::Copy(aLine, anOutput, aChannel.itsBits, theFormat.itsSigned,
+                                     theFormat.itsBytesPerSample, theFormat.itsSamples);
+        }
+        if (theFormat.itsSigned && aChannel.itsBits < theFormat.itsReportedBits)
         {
             (theFormat.itsBytesPerSample == 1
                  ? ExtendSign<std::uint8_t>
-                 : ExtendSign<std::uint16_t>)(anOutput, static_cast<std::size_t>(aLine.get_width()), itsCount,
-                                              aBits, theFormat.itsReportedBits);
+                 : ExtendSign<std::uint16_t>)(anOutput, static_cast<std::size_t>(aLine.get_width()), aStride,
+                                              aChannel.itsBits, theFormat.itsReportedBits);
         }
+    }
+}
+
+/// The entries that the samples of a component stand for, as codes like those of the converters.
+void JPEG2000TileDecode::WriteMapped(const JPEG2000OutputFormat& theFormat, const JPEG2000Channel& theChannel,
+                                     std::uint8_t* theOutput)
+{
+    const kdu_line_buf& aLine = itsComponents[theChannel.itsComponent].itsLine;
+    itsIndices.resize(static_cast<std::size_t>(aLine.get_width()));
+    JPEG2000LineOutput::Copy(aLine, itsIndices.data(), theChannel.itsDepth, false, 2, 1);
+    const std::vector<std::uint16_t>& someEntries = *theChannel.itsEntries;
+    const auto aFlip = static_cast<std::uint16_t>(theFormat.itsSigned ? 1U << (theChannel.itsBits - 1) : 0U);
+    const auto aBytes = static_cast<std::size_t>(theFormat.itsBytesPerSample);
+    for (const std::uint16_t anIndex : itsIndices)
+    {
+        const bool isBeyond = anIndex >= someEntries.size();
+        itsIsBeyondPalette = itsIsBeyondPalette || isBeyond;
+        const std::uint16_t aCode = (isBeyond ? someEntries.back() : someEntries[anIndex]) ^ aFlip;
+        if (aBytes == 1)
+        {
+            *theOutput = static_cast<std::uint8_t>(aCode);
+        }
+        else
+        {
+            std::memcpy(theOutput, &aCode, sizeof(aCode));
+        }
+        theOutput += aBytes * static_cast<std::size_t>(theFormat.itsSamples);
     }
 }
 
 /// Three alike lines as bytes in one go. False, with nothing written, where that is not so.
 bool JPEG2000TileDecode::WriteTriplets(const JPEG2000OutputFormat& theFormat, std::uint8_t* theRow) const
 {
-    const JPEG2000LineKind aKind = JPEG2000LineOutput::KindOf(itsComponents[0].itsLine);
-    if (itsCount != 3 || theFormat.itsBytesPerSample != 1)
+    if (theFormat.itsSamples != 3 || theFormat.itsBytesPerSample != 1)
     {
         return false;
     }
+    const int aBits = theFormat.itsChannels[0].itsBits;
+    const JPEG2000LineKind aKind =
+        JPEG2000LineOutput::KindOf(itsComponents[theFormat.itsChannels[0].itsComponent].itsLine);
     std::array<const void*, 3> aLines{};
     for (std::size_t c = 0; c < 3; ++c)
     {
-        const kdu_line_buf& aLine = itsComponents[c].itsLine;
-        if (JPEG2000LineOutput::KindOf(aLine) != aKind || theFormat.itsDepths[c] != theFormat.itsDepths[0])
+        const JPEG2000Channel& aChannel = theFormat.itsChannels[c];
+        const kdu_line_buf& aLine = itsComponents[aChannel.itsComponent].itsLine;
+        if (JPEG2000LineOutput::KindOf(aLine) != aKind || aChannel.itsBits != aBits ||
+            aChannel.itsEntries != nullptr)
         {
             return false;
         }
         aLines[c] = JPEG2000LineOutput::SamplesOf(aLine);
     }
-    JPEG2000LineOutput::Check(aKind, theFormat.itsDepths[0], 1);
+    JPEG2000LineOutput::Check(aKind, aBits, 1);
     JPEG2000SampleKernels::ToTriplets(aKind, aLines.data(), theRow,
-                                      static_cast<std::size_t>(itsComponents[0].itsLine.get_width()),
-                                      theFormat.itsDepths[0], theFormat.itsSigned);
+                                      static_cast<std::size_t>(itsComponents[0].itsLine.get_width()), aBits,
+                                      theFormat.itsSigned);
     return true;
 }

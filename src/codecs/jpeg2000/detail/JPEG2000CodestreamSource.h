@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "engine/kdu_compressed_source.h"
+#include "jp2/JP2Colours.h"
 
 /// The codestream inside what a codec's source delivers: the source itself, or the codestream box of a JP2
 /// file.
@@ -26,6 +27,9 @@ public:
     /// Whether a JP2 file without a header box was found.
     bool LacksHeader() const { return itsLacksHeader; }
 
+    /// What the header of a JP2 file says of colours: nothing for a bare codestream.
+    const JP2Colours& GetColours() const { return itsColours; }
+
     int read(kdu_byte* theBuffer, int theCount) override;
     int get_capabilities() override { return KDU_SOURCE_CAP_SEQUENTIAL; }
 
@@ -35,6 +39,7 @@ private:
     kdu_compressed_source& itsSource;
     std::array<std::uint8_t, 4> itsFront{}; ///< bytes that were looked at
     bool itsLacksHeader = false;
+    JP2Colours itsColours;
     std::size_t itsFrontSize = 0;
     std::size_t itsFrontPosition = 0;
     std::uint64_t itsRemaining = std::numeric_limits<std::uint64_t>::max(); ///< that may still be read
