@@ -214,7 +214,23 @@ Bytes CutJpeg(JpegSpec::Process theProcess, const std::string& theUID, std::size
     return Encapsulated(theUID, aSpec, "MONOCHROME2", {aJpeg});
 }
 
-/// The first theCount blocks of such an image, the rest of it blank.
+/// Progressive colour, the chrominance subsampled, cut in the second scan: the first one has brought the
+/// picture. Other scans come in other pieces.
+Bytes CutBehindFirstScan()
+{
+    JpegSpec aSpec{.itsWidth = 64, .itsHeight = 64, .itsComponents = 3};
+    aSpec.itsProcess = JpegSpec::Process::PROGRESSIVE;
+    aSpec.itsSampling = {{2, 2}, {1, 1}, {1, 1}};
+    Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200}));
+    const Bytes aScan = {0xff, 0xda, 0};
+    const auto aFirst = std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end());
+    const auto aSecond = std::search(aFirst + 1, aJpeg.end(), aScan.begin(), aScan.end());
+    aJpeg.erase(aSecond + 2 + aSecond[3], aJpeg.end());
+    aJpeg.insert(aJpeg.begin() + 2, aJpeg.size() % 2, std::uint8_t{0xff});
+    return Encapsulated(kBaseline, aSpec, "YBR_FULL_422", {aJpeg});
+}
+
+/// The first theCount blocks of an image of CutJpeg, the rest of it blank.
 Bytes FlatBlocks(int theCount, int theBlockWidth, int theBlockHeight)
 {
     Bytes aPixels(64 * 64);
@@ -308,6 +324,11 @@ std::vector<Row> MakeCutRows()
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
          {0, FlatBlocks(40, 8, 8), "MONOCHROME2 8/8/7 lossy", {"truncated@0"}}},
+        {"progressive colour cut behind its first scan",
+         CutBehindFirstScan(),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, Flat({221, 82, 53}, 64 * 64), "RGB 8/8/7 lossy", {"truncated@0"}}},
         {"lossless JPEG cut in the middle of a row",
          CutJpeg(JpegSpec::Process::LOSSLESS, TransferSyntaxType::TSJPEG70UID, 262),
          0,
