@@ -9,6 +9,7 @@
 #include "support/DataSet.h"
 #include "support/Jpeg2000Streams.h"
 #include "support/PlainColour.h"
+#include "toolkit/base/Limits.h"
 
 using namespace Part10Files;
 
@@ -404,12 +405,25 @@ Bytes HeaderlessJp2()
     return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "RGB", {aFile});
 }
 
-/// An empty sequence, and behind it an item that says of two rows that they are nine.
-Bytes StrayItem()
+const Bytes kUndefined = {0xff, 0xff, 0xff, 0xff};
+const Bytes kItemEnd = {0xfe, 0xff, 0x0d, 0xe0, 0, 0, 0, 0};
+const Bytes kSequenceEnd = {0xfe, 0xff, 0xdd, 0xe0, 0, 0, 0, 0};
+
+/// An empty sequence, and behind it theNested items, each in a sequence of the one before, that say of two
+/// rows that they are nine. theLength: what items and their sequences state; theEnd: what ends an item.
+Bytes StrayItem(const Bytes& theLength, const Bytes& theEnd, int theNested = 1)
 {
     DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE);
-    const Bytes anItem = {8,    0,  0x40, 0x11, 'S', 'Q',  0, 0,    0, 0,   0,   0, 0xfe, 0xff, 0,
-                          0xe0, 10, 0,    0,    0,   0x28, 0, 0x10, 0, 'U', 'S', 2, 0,    9,    0};
+    const Bytes aSequence = {8, 0, 0x40, 0x11, 'S', 'Q', 0, 0};
+    const Bytes anItemTag = {0xfe, 0xff, 0, 0xe0};
+    const Bytes aRows = {0x28, 0, 0x10, 0, 'U', 'S', 2, 0, 9, 0};
+    Bytes anItem = Jpeg2000Streams::Join({anItemTag, theLength, aRows, theEnd});
+    for (int i = 1; i < theNested; ++i)
+    {
+        anItem = Jpeg2000Streams::Join(
+            {anItemTag, theLength, aSequence, theLength, anItem, kSequenceEnd, aRows, theEnd});
+    }
+    anItem = Jpeg2000Streams::Join({aSequence, {0, 0, 0, 0}, anItem});
     aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 1, 8, 8);
     Bytes aFile = aBuilder.AddNativePixelData({7, 9}, "OB").Build();
     const Bytes aFirst = {0x28, 0, 2, 0, 'U', 'S'};
@@ -448,10 +462,25 @@ std::vector<Row> MakeOddRows()
          {DLRC_PARSE_ERROR, {}, "", {}},
          {0, Jpeg2000Streams::ColourPixels(), "RGB 8/8/7", {"nonconformant@0"}}},
         {"empty sequence, and an item behind it",
-         StrayItem(),
+         StrayItem({10, 0, 0, 0}, {}),
          0,
          {DLRC_PARSE_ERROR, {}, "", {}},
          {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"empty sequence, and behind it items of undefined length in each other",
+         StrayItem(kUndefined, kItemEnd, 9),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {0, {7, 9}, "MONOCHROME2 8/8/7", {"nonconformant@0"}}},
+        {"items in each other, more than there may be",
+         StrayItem(kUndefined, kItemEnd, static_cast<int>(Limits::Get().itsNestedSequences) + 1),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {DLRC_PARSE_ERROR, {}, "", {}}},
+        {"empty sequence, and an item without an end",
+         StrayItem(kUndefined, {}),
+         0,
+         {DLRC_PARSE_ERROR, {}, "", {}},
+         {DLRC_PARSE_ERROR, {}, "", {}}},
         {"file meta information without a preamble",
          Headless(DicomBuilder::Syntax::EXPLICIT_LITTLE, true),
          0,

@@ -174,10 +174,17 @@ bool DataSetReader::State::PassPadding(DICOMTag theTag)
     const bool isDelimiter =
         (theTag == ElementHeader::ItemDelimiter || theTag == ElementHeader::SequenceDelimiter) &&
         aHeader.itsLength == 0;
-    if (theTag == ElementHeader::Item && itsPassesStrayItems && !aHeader.HasUndefinedLength())
+    if (theTag == ElementHeader::Item && itsPassesStrayItems)
     {
         itsHasPassedItems = true;
-        itsSource->Skip(aHeader.itsLength);
+        if (aHeader.HasUndefinedLength())
+        {
+            itsParser.PassItem(aHeader, itsEncoding);
+        }
+        else
+        {
+            itsSource->Skip(aHeader.itsLength);
+        }
         return true;
     }
     if (!isZero && !isDelimiter)

@@ -34,8 +34,7 @@ public:
     /// element is not read.
     void SetStopTag(DICOMTag theTag);
 
-    /// Items outside of a sequence, of a length that they state, are passed over from now on, contents and
-    /// all.
+    /// Items outside of a sequence are passed over from now on, contents and all.
     void PassStrayItems();
 
     /// Whether there were any.

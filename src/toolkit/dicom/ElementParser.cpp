@@ -172,15 +172,38 @@ void ElementParser::PassFragments(DICOMTag theTag)
 std::unique_ptr<DcmElement> ElementParser::ReadSequence(const ElementHeader& theHeader)
 {
     auto aRoot = DcmtkBridge::MakeSequence(theHeader.itsTag);
-    std::vector<Frame> aFrames;
-    aFrames.push_back({nullptr, nullptr, theHeader.itsTag, NO_END, theHeader.itsEncoding, false,
-                       itsSignedPixels, 0, DICOMTag()});
-    PushSequence(aFrames, static_cast<DcmSequenceOfItems&>(*aRoot), theHeader);
+    std::vector<Frame> aFrames = MakeFrames(*aRoot, theHeader);
     while (aFrames.size() > 1)
     {
         Step(aFrames);
     }
     return aRoot;
+}
+
+/// The frame that stands below all, and that of a sequence.
+std::vector<ElementParser::Frame> ElementParser::MakeFrames(DcmElement& theRoot,
+                                                            const ElementHeader& theHeader) const
+{
+    std::vector<Frame> aFrames;
+    aFrames.push_back({nullptr, nullptr, theHeader.itsTag, NO_END, theHeader.itsEncoding, false,
+                       itsSignedPixels, 0, DICOMTag()});
+    PushSequence(aFrames, static_cast<DcmSequenceOfItems&>(theRoot), theHeader);
+    return aFrames;
+}
+
+void ElementParser::PassItem(const ElementHeader& theHeader, ElementEncoding theEncoding)
+{
+    // Read into a sequence that nobody keeps.
+    ElementHeader aHeader = theHeader;
+    aHeader.itsEncoding = theEncoding;
+    const auto aRoot = DcmtkBridge::MakeSequence(theHeader.itsTag);
+    std::vector<Frame> aFrames = MakeFrames(*aRoot, aHeader);
+    const std::size_t anEnd = aFrames.size();
+    StepSequence(aFrames, theHeader);
+    while (aFrames.size() > anEnd)
+    {
+        Step(aFrames);
+    }
 }
 
 std::uint64_t ElementParser::EndOf(const ElementHeader& theHeader, std::uint64_t theOuterEnd) const

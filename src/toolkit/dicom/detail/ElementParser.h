@@ -78,6 +78,11 @@ public:
     /// pixel data inside an icon or a private element, which nobody could read from memory.
     std::unique_ptr<DcmElement> ReadElement(const ElementHeader& theHeader);
 
+    /// Passes over an item of undefined length that no sequence is around, up to its delimiter. theHeader:
+    /// its own, which has just been read; theEncoding: of the elements in it. All limits of sequences hold
+    /// for it.
+    void PassItem(const ElementHeader& theHeader, ElementEncoding theEncoding);
+
     /// Counts an element of one item or data set, whose greatest tag so far is theGreatest. Throws where
     /// too many of the whole data set are out of order.
     void CheckOrder(DICOMTag theTag, DICOMTag& theGreatest);
@@ -101,6 +106,7 @@ private:
 
     std::unique_ptr<DcmElement> ReadLeaf(const ElementHeader& theHeader, bool& isPixelSigned);
     std::unique_ptr<DcmElement> ReadSequence(const ElementHeader& theHeader);
+    std::vector<Frame> MakeFrames(DcmElement& theRoot, const ElementHeader& theHeader) const;
     std::unique_ptr<DcmElement> ReadValue(const ElementHeader& theHeader, std::uint16_t theTypeCode,
                                           DLEndian::Endian theEndian);
     void CheckValue(const ElementHeader& theHeader);
