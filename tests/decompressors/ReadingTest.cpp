@@ -46,6 +46,16 @@ Bytes HalfDamaged(const char* theInterpretation = "MONOCHROME2")
     return Encapsulated(kBaseline, aSpec, theInterpretation, {aJpeg, WithStrayMarker(aJpeg)});
 }
 
+/// Two frames, of which the second has a packet header that asks for more coding passes than there can be.
+Bytes HalfDamagedJpeg2000()
+{
+    constexpr std::size_t kSecondByteOfPackets = 83;
+    const Bytes aStream = Jpeg2000Streams::Indices();
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, {.itsWidth = 4, .itsHeight = 4},
+                        "MONOCHROME2",
+                        {aStream, Jpeg2000Streams::Patch(aStream, kSecondByteOfPackets, {0xff})});
+}
+
 /// 8 bits of grey, 1 × 3, in the words of a big-endian file: pixels count from 1 over all three frames.
 Bytes OddBigEndianFrames()
 {
@@ -630,6 +640,16 @@ std::vector<Row> MakeRows()
          1,
          {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}},
          {0, {}, "MONOCHROME2 8/8/7 lossy", {"damaged@1"}}},
+        {"JPEG 2000 before a damaged frame",
+         HalfDamagedJpeg2000(),
+         0,
+         {0, Counting(16), "MONOCHROME2 8/8/7"},
+         {0, Counting(16), "MONOCHROME2 8/8/7"}},
+        {"JPEG 2000 with a packet header that cannot be right",
+         HalfDamagedJpeg2000(),
+         1,
+         {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}},
+         {0, {}, "MONOCHROME2 8/8/7", {"damaged@1"}}},
         {"big-endian words of RGB with 16 bits",
          BigEndian(3, 2, 16, {0x11, 1, 0x22, 2, 0x33, 3, 0x44, 4, 0x55, 5, 0x66, 6}),
          0,
@@ -947,10 +967,16 @@ TEST(Reading, RatiosAreThoseOfTheWholeFrame)
 
 TEST(Reading, DamageIsToldByFrameAndPrintedByContractOnly)
 {
-    const Bytes aFile = HalfDamaged();
-    for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+    // What is printed is the IJG library's.
+    const Bytes aJpeg = HalfDamaged();
+    const Bytes aJpeg2000 = HalfDamagedJpeg2000();
+    for (const auto& [aFile, aReading, isPrinted] :
+         {std::tuple(aJpeg, Reading::BY_CONTRACT, true), std::tuple(aJpeg, Reading::BY_MEANING, false),
+          std::tuple(aJpeg2000, Reading::BY_CONTRACT, false),
+          std::tuple(aJpeg2000, Reading::BY_MEANING, false)})
     {
-        SCOPED_TRACE(static_cast<int>(aReading));
+        SCOPED_TRACE(std::to_string(aFile.size()) + " bytes, reading " +
+                     std::to_string(static_cast<int>(aReading)));
         MemoryInputStream aStream(aFile.data(), aFile.size());
         DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, 0, "", false);
         aRequest.setReading(aReading);
@@ -970,7 +996,7 @@ TEST(Reading, DamageIsToldByFrameAndPrintedByContractOnly)
         EXPECT_EQ(aResult.getMessage(), "Completed successfully");
         EXPECT_EQ(aByFrame, (std::vector<std::vector<std::string>>{{}, {"damaged@1"}}));
         EXPECT_EQ(Names(aResult.getWarnings()), std::vector<std::string>{"damaged@1"});
-        EXPECT_EQ(aPrinted.empty(), aReading == Reading::BY_MEANING) << aPrinted;
+        EXPECT_EQ(aPrinted.empty(), !isPrinted) << aPrinted;
 
         // A result that is used again does not keep them.
         DICOMPart10StreamDecompressor(anAllocator).Decompress(aRequest, aResult);
