@@ -10,6 +10,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/ImageDescription.h"
 #include "decompressors/detail/UnwrittenPixels.h"
+#include "decompressors/detail/UsedBits.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/PixelDataFragmentInputStreamVR.h"
@@ -135,6 +136,10 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     Describe(aFrame);
     ConvertToRGB(aFrame);
     Renderable& anImage = *aFrame.itsRenderable;
+    if (!aFrame.itsIsDepthKnown)
+    {
+        UsedBits::Warn(anImage, itsFrontEnd.GetReadingContext());
+    }
     anImage.setTimeTakenToOpenStream(itsFrontEnd.GetTimeToOpen());
     anImage.setTimeTakenToLoadHeader(itsFrontEnd.GetTimeToParse());
     anImage.setTimeTakenToAllocateMemmory(aFrame.itsTimeToAllocate);
@@ -206,6 +211,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
     SettleColourDepth(theFrame, aDriver.GetDepth());
+    theFrame.itsIsDepthKnown = aDriver.GetDepth() != 0;
     theFrame.itsIsIrreversible = itsFrontEnd.GetReadingContext().IsByMeaning() && aDriver.HasLost();
     if (aRequest.isV5ConvertPixelsToUnsigned() && theFrame.itsAttributes.itsPixelRepresentation == 1)
     {

@@ -125,6 +125,15 @@ Bytes DeepJpeg(const char* theUID, JpegSpec::Process theProcess, int thePrecisio
     return aBuilder.AddEncapsulatedPixelData({Even(MakeJpeg(aSpec, theSamples))}).Build();
 }
 
+/// Native words of grey of which 8 bits are said to be stored.
+Bytes WordsOf8(DicomBuilder::Syntax theSyntax, std::uint16_t theIsSigned, const Bytes& theWords)
+{
+    DicomBuilder aBuilder(theSyntax);
+    aBuilder.AddImageAttributes(1, "MONOCHROME2", 1, static_cast<std::uint16_t>(theWords.size() / 2), 16, 8,
+                                theIsSigned);
+    return aBuilder.AddNativePixelData(theWords, "OW").Build();
+}
+
 /// What comes of a file in one reading.
 struct Expected
 {
@@ -772,6 +781,21 @@ std::vector<Row> MakeRows()
          {0, {0x23, 1, 0xed, 0xf}, "MONOCHROME2 16/12/11", {"depth@0"}},
          TransferSyntaxType::TSJPEG70UID,
          [](DataSet& theDataSet) { theDataSet.SetGrey(1, 2, 8, 8); }},
+        {"native words beyond the bits stored",
+         WordsOf8(DicomBuilder::Syntax::EXPLICIT_LITTLE, 0, {0x23, 1, 0xff, 0}),
+         0,
+         {0, {0x23, 1, 0xff, 0}, "MONOCHROME2 16/8/7", {"depth@0"}},
+         {0, {0x23, 1, 0xff, 0}, "MONOCHROME2 16/8/7", {"depth@0"}}},
+        {"big-endian words within the bits stored, signed",
+         WordsOf8(DicomBuilder::Syntax::EXPLICIT_BIG, 1, {0xff, 0x80, 0, 0x7f}),
+         0,
+         {0, {0x80, 0xff, 0x7f, 0}, "MONOCHROME2 16/8/7 signed"},
+         {0, {0x80, 0xff, 0x7f, 0}, "MONOCHROME2 16/8/7 signed"}},
+        {"RLE of words beyond the bits stored",
+         RleFile(1, 1, 2, 16, RleFrame({{1, 0}, {0x23, 0xff}})),
+         0,
+         {DLRC_DECODER_ERROR, {}, ""},
+         {0, {0x23, 1, 0xff, 0}, "MONOCHROME2 16/8/7", {"depth@0"}}},
         {"native pixels asked for at a quarter",
          Grey8(),
          0,

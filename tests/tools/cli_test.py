@@ -263,7 +263,8 @@ class CommandLine(Program):
                 ("colour stays", IMAGES["rgb"][0], "10,20", COLOUR)):
             with self.subTest(name):
                 self.put("w.dcm", content)
-                self.run_it("w.dcm", "--window", window)
+                done = self.run_it("w.dcm", "--window", window)
+                self.assertEqual(b"w.dcm: frame 0: warning: depth: " in done.stderr, name == "bits stored left too few")
                 self.assertEqual(read_png(self.path("w.png"))[2:], (8, 2 if len(expected) == 90 else 0, expected))
 
     def test_dicom_output_describes_what_it_holds(self):

@@ -46,6 +46,7 @@ private:
         int itsScaleFactor = 1;
         int itsColourDepth =
             0; ///< bits that samples of colour fill, where the data set has them wrong, else 0
+        bool itsIsDepthKnown = false; ///< the codec has looked, and warned where the data set says otherwise
         bool itsLittleEndian = true;
         bool itsIsIrreversible = false; ///< read by meaning: the codestream has lost something
     };
