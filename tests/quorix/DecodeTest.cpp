@@ -166,6 +166,34 @@ TEST(Decode, TakesEverySource)
     EXPECT_EQ(quorix::decodeFrames(aStream, anOptions, aTake), 1);
 }
 
+// A file that is still being written says too little. JPEG 2000 that is cut there would be decoded, less
+// sharp.
+TEST(Decode, JPEG2000EndsWhereReadsEnd)
+{
+    const Bytes aStream = Jpeg2000Streams::Grey12();
+    const JpegSpec aSpec{.itsWidth = Jpeg2000Streams::kGreyWidth,
+                         .itsHeight = Jpeg2000Streams::kGreyHeight,
+                         .itsPrecision = 12};
+    const Bytes aFile = Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
+                                     {aStream, aStream, aStream}, 0, 1);
+    const Bytes anExpected = Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 0xfff; });
+    const auto isWhole = [&](int, const Image& theImage)
+    { return PixelsOf(theImage) == anExpected && theImage.warnings().empty() && !theImage.isLossy(); };
+    for (const Bytes& aSource : {aFile, aStream, Jpeg2000Streams::MakeJp2(aStream)})
+    {
+        const bool isFile = aSource.size() > 2 * aStream.size();
+        for (const std::uint64_t aClaim : {std::uint64_t{0}, std::uint64_t{aSource.size() / 2},
+                                           std::uint64_t{aSource.size() - 1}, std::uint64_t{1} << 60})
+        {
+            SCOPED_TRACE(std::to_string(aClaim) + " of " + std::to_string(aSource.size()));
+            TestStream aGrowing(aSource, true), aWalked(aSource, true);
+            aGrowing.itsClaim = aWalked.itsClaim = aClaim;
+            EXPECT_TRUE(isWhole(0, quorix::decode(aGrowing, Options(isFile ? 2 : 0, 1))));
+            EXPECT_EQ(quorix::decodeFrames(aWalked, Options(0, kAll), isWhole), isFile ? 3 : 1);
+        }
+    }
+}
+
 TEST(Decode, TellsTypesByTheFirstBytes)
 {
     Bytes aDisguised = Grey8();
