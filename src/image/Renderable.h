@@ -31,8 +31,7 @@ public:
         YBR_RCT = 10
     };
 
-    /// An empty image on VMMemoryAllocator's default instance. The scale factor is deliberately not
-    /// initialised by either constructor: every producer sets it.
+    /// An empty image on VMMemoryAllocator's default instance, at full resolution.
     Renderable();
 
     /// An empty image on theAllocator, which must outlive it.

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/Renderable.h"
 
+#include <array>
+#include <cstddef>
 #include <limits>
+#include <memory>
+#include <new>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -16,9 +20,13 @@ namespace
 {
 TEST(Renderable, StartsEmptyWithUnitRatios)
 {
-    Renderable anImage;
-    anImage.setScaleFactor(5); // which alone has no value yet
-    EXPECT_EQ(Describe(anImage), "INVALID 0 x 0 x 0, 0/0/0, scale 5, ratio 1");
+    // Nothing of it is what its memory held before.
+    alignas(Renderable) std::array<std::byte, sizeof(Renderable)> aMemory;
+    aMemory.fill(std::byte{0xa5});
+    const std::unique_ptr<Renderable, void (*)(Renderable*)> aPlaced(
+        new (aMemory.data()) Renderable, [](Renderable* theImage) { theImage->~Renderable(); });
+    const Renderable& anImage = *aPlaced;
+    EXPECT_EQ(Describe(anImage), "INVALID 0 x 0 x 0, 0/0/0, scale 1, ratio 1");
     EXPECT_FALSE(anImage.isPixelDataAllocated());
     EXPECT_EQ(anImage.getPixelDataSize(), 0u);
     EXPECT_EQ(anImage.getPixelAspectRatioVertical(), 1);
