@@ -119,6 +119,7 @@ void BareImageDecode::PrepareCodec(Decoder& theCodec)
         theCodec.SetCompressionReversible(Decoder::CR_REVERSIBLE);
     }
     itsLookAhead.emplace(*itsSource);
+    itsWasMarkedLossy = itsDataSet != nullptr && itsDataSet->IsMarkedLossy();
     theCodec.SetSource(itsDataSet, *itsLookAhead);
     if (theCodec.GetPrecision() > theCodec.GetRecommendedBitsStoredPerSample())
     {
@@ -281,6 +282,14 @@ std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
     {
         const int aRatio = itsDataSet->GetLossyImageCompressionRatio(
             TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(itsUID), 0, 0, true);
+        // That this stream has loss does not make its own ratio a doubtful one.
+        if (aRatio <= 0 && itsLossy && (itsWasMarkedLossy || !isByMeaning))
+        {
+            itsReadingContext.Warn(
+                WarningIdentifier::kRatio,
+                RWCString("the data set tells of loss and of no ratio: ") +
+                    (isByMeaning ? "it is calculated from this stream" : "it is called 0"));
+        }
         if (aRatio > 0 || !isByMeaning)
         {
             return aRatio;

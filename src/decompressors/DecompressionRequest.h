@@ -36,7 +36,7 @@ public:
                          int theFrameIndex, const RWCString& theTransferSyntaxUID,
                          bool isV5ConvertedToUnsigned);
 
-    /// Reads the fields of a com.quorix.decompression.DecompressionRequest, and owns adapters over its
+    /// Reads the fields of a Java object by their names, and owns adapters over its
     /// stream and queue. theClass is not used. A field that is missing ends the reading and leaves the
     /// Java exception to the caller; what was not read keeps its default. Throws StreamIOException for a
     /// stream that lacks a method. The Java objects and theEnv must outlive this request. Only in a library

@@ -228,6 +228,12 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     SettleInterpretation(theFrame);
     // What the announced codec had read is not among the bytes of the one that took over.
     const bool isWholeFrame = aDriver.IsRecovered() && itsFrontEnd.GetReadingContext().IsByMeaning();
+    if (aDriver.IsRecovered() && !isWholeFrame)
+    {
+        itsFrontEnd.GetReadingContext().Warn(
+            WarningIdentifier::kRatio,
+            "the compression ratio leaves out what was read before another codec took over");
+    }
     theFrame.itsCompressedSize =
         isWholeFrame ? itsCompressedFrames->GetCurrentFrameLength() : aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();

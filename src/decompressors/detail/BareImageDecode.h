@@ -64,6 +64,7 @@ private:
     RWCString itsOriginalInterpretation;
     RWCString itsOutputInterpretation;
     bool itsLossy = false;          ///< by the data set
+    bool itsWasMarkedLossy = false; ///< the same, before the codec noted its own loss there
     bool itsHasLost = false;        ///< parts of a lossless frame are missing
     bool itsForcedLossless = false; ///< by the data set's private flag
     std::int32_t itsDataSetBitsStored = 0;

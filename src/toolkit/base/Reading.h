@@ -37,10 +37,11 @@ struct WarningIdentifier
         "nonconformant";                           ///< a rule was broken, and what was meant is clear
     static constexpr const char* kDepth = "depth"; ///< the frame has other bits than the data set says
     static constexpr const char* kScale = "scale"; ///< not reduced as asked for, and called so by contract
+    static constexpr const char* kRatio = "ratio"; ///< the compression ratio is a guess, or by contract wrong
 
     /// All of them.
     static constexpr const char* kAll[] = {
-        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth, kScale,
+        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth, kScale, kRatio,
     };
 };
 
