@@ -191,7 +191,9 @@ struct JP2Colours::Resolver
             isDefined[aChannel] = true;
             if (Pair(aBox, i + 2) == 0)
             {
-                const std::size_t aColour = Pair(aBox, i + 4);
+                // Of a single colour real files say that it stands for the whole image.
+                const std::size_t aNumber = Pair(aBox, i + 4);
+                const std::size_t aColour = aNumber == 0 && theChannels <= 2 ? 1 : aNumber;
                 Demand(aColour >= 1 && aColour <= theChannels && someChannels[aColour - 1] == theChannels,
                        "the definition of channels does not name each colour once");
                 someChannels[aColour - 1] = aChannel;

@@ -257,6 +257,7 @@ TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
              {3, {}, {}, aReversal, " 2 1 0"},
              {4, {}, {}, anOpacity, " 1 2 3"},
              {2, {}, {}, {0, 2, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1}, " 1"},
+             {2, {}, {}, {0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0}, " 0"},
              {1, {}, {}, {0, 1, 0, 0, 0, 0, 0, 1}, ""},
              {1, aPalette, {}, {}, "a palette and a mapping of components must be there together"},
              {1, {}, aMapping, {}, "a palette and a mapping of components must be there together"},
