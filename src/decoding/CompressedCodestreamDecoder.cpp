@@ -266,13 +266,18 @@ void CompressedCodestreamDecoder::SettleDepth(const Decoder& theCodec)
                             aText + (isReduced ? ": the lowest ones are lost" : ": none is lost"));
     if (itsIsRecovered && IsByMeaning())
     {
-        const MVRFactory aFactory(itsDICOMDataObject->GetDataDictionary(), itsDICOMDataObject->GetEndian(),
-                                  VR::GetDefaultMemoryAllocater());
-        const auto aBits = static_cast<std::uint16_t>(theCodec.GetPrecision());
-        itsDICOMDataObject->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBits));
-        itsDICOMDataObject->ReplaceVR(
-            aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBits - 1)));
+        WriteDepth(theCodec.GetPrecision());
     }
+}
+
+void CompressedCodestreamDecoder::WriteDepth(int theBits) const
+{
+    const MVRFactory aFactory(itsDICOMDataObject->GetDataDictionary(), itsDICOMDataObject->GetEndian(),
+                              VR::GetDefaultMemoryAllocater());
+    const auto aBits = static_cast<std::uint16_t>(theBits);
+    itsDICOMDataObject->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBits));
+    itsDICOMDataObject->ReplaceVR(
+        aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBits - 1)));
 }
 
 void CompressedCodestreamDecoder::SettleSign(Decoder& theCodec)

@@ -99,6 +99,9 @@ public:
     /// Stored and High Bit of the data set are the frame's then.
     bool IsRecovered() const { return itsIsRecovered; }
 
+    /// Writes Bits Stored and High Bit of samples of so many bits into the data set.
+    void WriteDepth(int theBits) const;
+
     /// Whether the codec of the last Decode could deliver either sign; false before.
     bool IsDecoderSupportedOutputPixelSignConversion() const
     {

@@ -2,6 +2,7 @@
 #include "decompressors/detail/Part10FrameLoader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -210,6 +211,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
+    SettleGreyDepth(theFrame, aDriver);
     SettleColourDepth(theFrame, aDriver.GetDepth());
     theFrame.itsIsDepthKnown = aDriver.GetDepth() != 0;
     theFrame.itsIsIrreversible = itsFrontEnd.GetReadingContext().IsByMeaning() && aDriver.HasLost();
@@ -300,6 +302,35 @@ void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
                           ", the codestream has one component");
         theFrame.itsInterpretation =
             aContext.IsByMeaning() ? Renderable::MONOCHROME2 : theFrame.itsInterpretation;
+    }
+}
+
+/// Many codestreams announce all bits allocated and use no more than are stored; others do use them.
+void Part10FrameLoader::SettleGreyDepth(Frame& theFrame, const Driver& theDriver) const
+{
+    Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    const int aStored = anImage.itsBitsStored;
+    const int aDepth = theDriver.GetDepth();
+    if (anImage.itsSamplesPerPixel != 1 || anImage.itsBitsAllocated != 16 || aStored < 1 ||
+        aDepth <= aStored || theDriver.IsRecovered())
+    {
+        return;
+    }
+    const bool isMadeUnsigned = itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned() &&
+                                theDriver.IsDecoderSupportedOutputPixelSignConversion();
+    const bool isSigned = anImage.itsPixelRepresentation == 1 && !isMadeUnsigned;
+    const int aUsed = UsedBits::Count(theFrame.itsRenderable->getPixelData(), theFrame.itsSize,
+                                      {std::min(aDepth, 16), aStored, isSigned, false});
+    if (aUsed <= aStored)
+    {
+        return;
+    }
+    UsedBits::Tell(itsFrontEnd.GetReadingContext(), aStored, aUsed);
+    if (itsFrontEnd.GetReadingContext().IsByMeaning())
+    {
+        anImage.itsBitsStored = aDepth;
+        anImage.itsHighBit = aDepth - 1;
+        theDriver.WriteDepth(aDepth);
     }
 }
 
@@ -428,8 +459,40 @@ std::int32_t Part10FrameLoader::GetRatio(const Frame& theFrame) const
                                                                   true);
 }
 
+/// The conversion of YCbCr takes words for 16 bits stored.
+void Part10FrameLoader::SettleYBRDepth(Frame& theFrame) const
+{
+    const Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    const bool isYBR = theFrame.itsInterpretation == Renderable::YBR_FULL ||
+                       theFrame.itsInterpretation == Renderable::YBR_FULL_422;
+    const int aUnused = 15 - std::max(anImage.itsBitsStored - 1, anImage.itsHighBit);
+    if (!isYBR || anImage.itsBitsAllocated != 16 || anImage.itsBitsStored < 1 || aUnused <= 0)
+    {
+        return;
+    }
+    if (!itsFrontEnd.GetReadingContext().IsByMeaning())
+    {
+        itsFrontEnd.GetReadingContext().Warn(WarningIdentifier::kDepth,
+                                             "YCbCr of " + std::to_string(anImage.itsBitsStored) +
+                                                 " bits stored is taken for 16: colours are wrong");
+        return;
+    }
+    auto* const aBytes = static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData());
+    const bool isNative = IsNativeOrder(theFrame.itsLittleEndian);
+    for (std::uint64_t i = 0; i + 1 < theFrame.itsSize; i += 2)
+    {
+        std::uint16_t aWord = 0;
+        std::memcpy(&aWord, aBytes + i, sizeof(aWord));
+        const int aSample = (isNative ? aWord : __builtin_bswap16(aWord)) << aUnused;
+        const auto aMoved = static_cast<std::uint16_t>(aSample);
+        aWord = isNative ? aMoved : __builtin_bswap16(aMoved);
+        std::memcpy(aBytes + i, &aWord, sizeof(aWord));
+    }
+}
+
 void Part10FrameLoader::ConvertToRGB(Frame& theFrame) const
 {
+    SettleYBRDepth(theFrame);
     if (theFrame.itsInterpretation == Renderable::RGB && theFrame.itsColourDepth != 0)
     {
         theFrame.itsRenderable->setBitsStored(static_cast<std::int16_t>(theFrame.itsColourDepth));

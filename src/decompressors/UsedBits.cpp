@@ -8,29 +8,30 @@
 #include "image/Renderable.h"
 #include "toolkit/base/Reading.h"
 
-namespace
+int UsedBits::Count(const void* theWords, std::uint64_t theSize, const Layout& theLayout)
 {
-int CountUsedBits(const Renderable& theImage)
-{
-    const auto* const aBytes = static_cast<const unsigned char*>(theImage.getPixelData());
-    const std::uint64_t aSize =
-        std::min(theImage.getPixelDataSize(), theImage.getRequiredPixelDataBufferSize());
-    const bool isForeign =
-        theImage.isPixelDataLittleEndian() != (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+    const unsigned int aMask = 0xffffU >> (16 - theLayout.itsDepth);
+    const auto* const aBytes = static_cast<const unsigned char*>(theWords);
     // A small negative number has ones in all bits from its sign on.
     const unsigned int aSigns =
-        theImage.isSigned() ? 0xffffU & (0xffffU << (theImage.getBitsStored() - 1)) : 0x10000U;
+        theLayout.itsIsSigned ? aMask & (0xffffU << (theLayout.itsStored - 1)) : 0x10000U;
     unsigned int aUsed = 0;
-    for (std::uint64_t i = 0; i + 1 < aSize; i += 2)
+    for (std::uint64_t i = 0; i + 1 < theSize; i += 2)
     {
         std::uint16_t aWord = 0;
         std::memcpy(&aWord, aBytes + i, sizeof(aWord));
-        const unsigned int aSample = isForeign ? __builtin_bswap16(aWord) : aWord;
+        const unsigned int aSample = (theLayout.itsIsForeign ? __builtin_bswap16(aWord) : aWord) & aMask;
         aUsed |= (aSample & aSigns) == aSigns ? 0 : aSample;
     }
     return static_cast<int>(std::bit_width(aUsed));
 }
-} // namespace
+
+void UsedBits::Tell(ReadingContext& theContext, int theStored, int theUsed)
+{
+    theContext.Warn(WarningIdentifier::kDepth, "the data set says " + std::to_string(theStored) +
+                                                   " bits stored, samples have " + std::to_string(theUsed) +
+                                                   ": none is lost");
+}
 
 void UsedBits::Warn(const Renderable& theImage, ReadingContext& theContext)
 {
@@ -40,11 +41,13 @@ void UsedBits::Warn(const Renderable& theImage, ReadingContext& theContext)
     {
         return;
     }
-    const int aUsed = CountUsedBits(theImage);
+    const bool isForeign =
+        theImage.isPixelDataLittleEndian() != (DLEndian::NativeEndian() == DLEndian::LITTLE_ENDIAN_ORDER);
+    const std::uint64_t aSize =
+        std::min(theImage.getPixelDataSize(), theImage.getRequiredPixelDataBufferSize());
+    const int aUsed = Count(theImage.getPixelData(), aSize, {16, aStored, theImage.isSigned(), isForeign});
     if (aUsed > aStored)
     {
-        theContext.Warn(WarningIdentifier::kDepth, "the data set says " + std::to_string(aStored) +
-                                                       " bits stored, samples have " + std::to_string(aUsed) +
-                                                       ": none is lost");
+        Tell(theContext, aStored, aUsed);
     }
 }

@@ -884,7 +884,15 @@ std::vector<Row> MakeColourRows()
     aDeepGrey.itsPrecision = 12;
     aDeepGrey.itsWidth = Jpeg2000Streams::kGreyWidth;
     aDeepGrey.itsHeight = Jpeg2000Streams::kGreyHeight;
+    DicomBuilder aDeepColour(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    aDeepColour.AddImageAttributes(3, "YBR_FULL", 1, 1, 16, 12);
+    aDeepColour.AddNativePixelData({0x80, 0x07, 0xa0, 0x05, 0x80, 0x0c}, "OW");
     return {
+        {"YCbCr of 12 bits stored",
+         aDeepColour.Build(),
+         0,
+         {0, {0, 132, 0}, "RGB 8/8/7", {"depth@0"}},
+         {0, {220, 81, 52}, "RGB 8/8/7"}},
         {"lossless YBR_FULL, nothing in the stream",
          ColourJpeg(aNumbered, "YBR_FULL"),
          0,
@@ -926,6 +934,22 @@ std::vector<Row> MakeColourRows()
          aHarmless},
         {"the same, damaged", Encapsulated(kBaseline, aGrey, "MONOCHROME2", {WithStrayMarker(aJpeg)}), 0,
          aDamaged, aDamaged},
+        {"lossless JPEG of 16 bits whose samples keep to the 12 stored",
+         DeepJpeg("1.2.840.10008.1.2.4.70", JpegSpec::Process::LOSSLESS, 16, 12, 16, {0x0fff, 7}),
+         0,
+         {0, {0xff, 0x0f, 7, 0}, "MONOCHROME2 16/12/11"},
+         {0, {0xff, 0x0f, 7, 0}, "MONOCHROME2 16/12/11"}},
+        {"lossless JPEG of 16 bits whose samples do not",
+         DeepJpeg("1.2.840.10008.1.2.4.70", JpegSpec::Process::LOSSLESS, 16, 12, 16, {0x1fff, 7}),
+         0,
+         {0, {0xff, 0x1f, 7, 0}, "MONOCHROME2 16/12/11", {"depth@0"}},
+         {0, {0xff, 0x1f, 7, 0}, "MONOCHROME2 16/16/15", {"depth@0"}}},
+        {"JPEG 2000 of 12 bits, 10 stored",
+         Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aDeepGrey, "MONOCHROME2",
+                      {Jpeg2000Streams::Grey12()}, 10, 1),
+         0,
+         {0, aCodes, "MONOCHROME2 16/10/9 signed", {"depth@0"}},
+         {0, aCodes, "MONOCHROME2 16/12/11 signed", {"depth@0"}}},
         {"signed codestream, unsigned data set",
          Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aDeepGrey, "MONOCHROME2",
                       {Jpeg2000Streams::Grey12()}),

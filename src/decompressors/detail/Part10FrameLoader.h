@@ -64,9 +64,11 @@ private:
     bool HasForeignWords() const;
     void SettleByteOrder(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
+    void SettleGreyDepth(Frame& theFrame, const Driver& theDriver) const;
     static void SettleColourDepth(Frame& theFrame, int theDepth);
     void Describe(Frame& theFrame) const;
     std::int32_t GetRatio(const Frame& theFrame) const;
+    void SettleYBRDepth(Frame& theFrame) const;
     void ConvertToRGB(Frame& theFrame) const;
 
     Part10FrontEnd& itsFrontEnd;
