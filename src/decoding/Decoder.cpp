@@ -133,13 +133,17 @@ bool Decoder::WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) co
     {
         return false;
     }
-    // In thousandths, and nothing that is missing or there is rounded away.
     const double aShare = static_cast<double>(theMissing) / static_cast<double>(theTotal);
-    const int aRounded = static_cast<int>(std::lround(aShare * 1000));
-    const int aTenths = theMissing == 0 ? 0 : theMissing == theTotal ? 1000 : std::clamp(aRounded, 1, 999);
-    Warn(WarningIdentifier::kTruncated, "the data end early: " + std::to_string(aTenths / 10) + "." +
-                                            std::to_string(aTenths % 10) + " % of the picture is missing");
+    Warn(WarningIdentifier::kTruncated,
+         "the data end early: " + Percent(aShare) + " of the picture is missing");
     return true;
+}
+
+RWCString Decoder::Percent(double theShare)
+{
+    const int aRounded = static_cast<int>(std::lround(theShare * 1000));
+    const int aTenths = theShare <= 0 ? 0 : theShare >= 1 ? 1000 : std::clamp(aRounded, 1, 999);
+    return std::to_string(aTenths / 10) + "." + std::to_string(aTenths % 10) + " %";
 }
 
 void Decoder::SetBitsAllocatedPerSample(std::int16_t theBits)

@@ -218,6 +218,9 @@ protected:
     /// all. By meaning false, and no warning, where less than a hundredth is there: such a frame is refused.
     bool WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) const;
 
+    /// A share from 0 to 1 for people, "12.5 %": nothing that is missing or there is rounded away.
+    static RWCString Percent(double theShare);
+
     /// The data set that SetSource was given, or null. Borrowed.
     DICOMDataObject* GetDICOMDataObject() const { return itsDICOMDataObject; }
 

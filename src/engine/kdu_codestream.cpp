@@ -152,6 +152,11 @@ int kdu_codestream::get_truncated_tiles() const
     return static_cast<int>(GetState().GetReports().CountTruncatedTiles());
 }
 
+double kdu_codestream::get_missing_tiles() const
+{
+    return GetState().GetReports().GetMissingTiles().value_or(-1);
+}
+
 const char* kdu_codestream::get_first_damage() const
 {
     return GetState().GetReports().GetFirstDamage().c_str();

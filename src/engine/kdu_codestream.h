@@ -92,9 +92,11 @@ public:
     kdu_tile open_tile(kdu_coords theIndex);
 
     /// What decoding has survived so far; of the packets of a tile that is known once it is open. Tiles whose
-    /// data end before their last packet, and the first thing met that makes samples wrong, empty for none.
+    /// data end before their last packet, the sum of the shares of their bytes that are missing (negative
+    /// where one of them cannot be told), and the first thing met that makes samples wrong, empty for none.
     /// @{
     int get_truncated_tiles() const;
+    double get_missing_tiles() const;
     const char* get_first_damage() const;
     /// @}
 

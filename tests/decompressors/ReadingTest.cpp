@@ -989,6 +989,32 @@ TEST(Reading, EveryRowInBothReadingsAndEveryWarningSomewhere)
     EXPECT_EQ(aDocumented, aProvoked);
 }
 
+TEST(Reading, SaysWhatShareOfJpeg2000IsMissing)
+{
+    // One tile, whose 18 bytes of packets begin at 82; four tiles, each of one tile-part.
+    const Bytes anOne = Jpeg2000Streams::Indices();
+    const Bytes aFour = Jpeg2000Streams::Grey12();
+    constexpr std::size_t kLengthOfTilePart = 74;
+    const Bytes aStart = {0xff, 0x90};
+    const auto aFirst = std::search(aFour.begin(), aFour.end(), aStart.begin(), aStart.end());
+    const auto aSecond = std::search(aFirst + 1, aFour.end(), aStart.begin(), aStart.end());
+    for (const auto& [aStream, aLength, aText] :
+         {std::tuple(anOne, std::size_t{91}, "1 of 1 tiles: 50.0 %"),
+          std::tuple(anOne, std::size_t{82}, "1 of 1 tiles: 100.0 %"),
+          std::tuple(Jpeg2000Streams::Patch(anOne, kLengthOfTilePart, {0, 0, 0, 0}), std::size_t{91},
+                     "1 of 1 tiles: an unknown share"),
+          std::tuple(aFour, static_cast<std::size_t>(aSecond - aFour.begin()), "3 of 4 tiles: 75.0 %")})
+    {
+        const Outcome anOutcome =
+            RunBareImage(Bytes(aStream.data(), aStream.data() + aLength), TransferSyntaxType::TSJPEG2KUID,
+                         nullptr, {.itsReading = Reading::BY_MEANING});
+        ASSERT_EQ(Names(anOutcome.itsResult.getWarnings()), std::vector<std::string>{"truncated@0"});
+        EXPECT_EQ(anOutcome.itsResult.getWarnings().front().itsText,
+                  std::string("the data end early in ") + aText +
+                      " of the data missing, and with it detail or all of the picture there");
+    }
+}
+
 TEST(Reading, RatiosAreThoseOfTheWholeFrame)
 {
     const auto aRatios = [](const auto& theDecode)

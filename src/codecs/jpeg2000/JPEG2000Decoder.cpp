@@ -359,10 +359,13 @@ void JPEG2000Decoder::TellWhatWasSurvived()
     {
         return;
     }
-    const kdu_coords& aTiles = itsState->itsValidTiles.size;
-    Warn(WarningIdentifier::kTruncated, "the data end early in " + std::to_string(aTruncated) + " of " +
-                                            std::to_string(std::int64_t{aTiles.x} * aTiles.y) +
-                                            " tiles: detail is missing there, or all of the picture");
+    const std::int64_t aTiles = std::int64_t{itsState->itsValidTiles.size.x} * itsState->itsValidTiles.size.y;
+    const double aMissing = aCodestream.get_missing_tiles();
+    Warn(
+        WarningIdentifier::kTruncated,
+        "the data end early in " + std::to_string(aTruncated) + " of " + std::to_string(aTiles) + " tiles: " +
+            (aMissing < 0 ? RWCString("an unknown share") : Percent(aMissing / static_cast<double>(aTiles))) +
+            " of the data missing, and with it detail or all of the picture there");
     if (IsByMeaning())
     {
         MarkIrreversible();

@@ -49,6 +49,13 @@ void Reports::Error(const std::string& theText, std::uint64_t theOffset) const
     Error(AtOffset(theText, theOffset));
 }
 
+void Reports::NoteTruncatedTile(std::optional<double> theShare)
+{
+    ++itsTruncatedTiles;
+    itsMissingTiles =
+        itsMissingTiles && theShare ? std::optional(*itsMissingTiles + *theShare) : std::nullopt;
+}
+
 void Reports::NonConformance(const std::string& theText, std::uint64_t theOffset, Effect theEffect)
 {
     if (theEffect == Effect::Damage && itsFirstDamage.empty())

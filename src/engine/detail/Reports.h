@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 class kdu_message;
@@ -49,12 +50,15 @@ public:
     /// Returns unless the mode is fussy and the warning object throws.
     void NonConformance(const std::string& theText, std::uint64_t theOffset, Effect theEffect = Effect::None);
 
-    /// Whatever the mode is: the first damage met so far, empty for none, and in how many tiles data were
-    /// missing.
-    /// @{
+    /// Whatever the mode is: the first damage met so far, empty for none.
     const std::string& GetFirstDamage() const { return itsFirstDamage; }
+
+    /// Whatever the mode is: in how many tiles data were missing so far, and the sum of the shares that were,
+    /// each of its tile's data; empty where one of them is not known.
+    /// @{
     std::uint32_t CountTruncatedTiles() const { return itsTruncatedTiles; }
-    void NoteTruncatedTile() { ++itsTruncatedTiles; }
+    std::optional<double> GetMissingTiles() const { return itsMissingTiles; }
+    void NoteTruncatedTile(std::optional<double> theShare);
     /// @}
 
 private:
@@ -62,6 +66,7 @@ private:
     std::string itsFirstNonConformance;
     std::string itsFirstDamage;
     std::uint32_t itsTruncatedTiles = 0;
+    std::optional<double> itsMissingTiles = 0.0;
 };
 
 } // namespace j2k

@@ -181,6 +181,7 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
     aResult->itsTruncated = anOwn.IsTruncated(aTile);
     if (aResult->itsTruncated)
     {
+        aResult->itsMissingShare = aTile.GetMissingShare();
         anOwn.itsReports.NonConformance("Tile " + std::to_string(theTile) + " is not complete",
                                         anOwn.itsBytes.GetOffset());
     }

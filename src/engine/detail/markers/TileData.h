@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace j2k
@@ -121,6 +122,9 @@ struct TileData
 
     /// Data is missing at the end (a short codestream); packets that are not there decode as empty.
     bool itsTruncated = false;
+
+    /// The share of the data that is missing then; empty where the tile-parts do not tell.
+    std::optional<double> itsMissingShare;
 };
 
 } // namespace j2k

@@ -35,6 +35,22 @@ std::array<std::uint8_t, kMarkerBytes> ToBytes(Marker theMarker)
 
 } // namespace
 
+std::optional<double> CollectedTile::GetMissingShare() const
+{
+    if (itsTileParts == 0)
+    {
+        return 1.0;
+    }
+    double aThere = 0;
+    for (const BodyChunk& aChunk : itsBody)
+    {
+        aThere += static_cast<double>(aChunk.itsBytes.size());
+    }
+    const std::uint32_t aParts = std::max(itsExpectedParts, itsTileParts);
+    const double aWhole = (aThere + static_cast<double>(itsMissingBytes)) * aParts / itsTileParts;
+    return itsLacksLength || aWhole <= aThere ? std::nullopt : std::optional((aWhole - aThere) / aWhole);
+}
+
 TilePartReader::TilePartReader(MarkerReader& theReader, MainHeader& theHeader, Reports& theReports)
     : itsReader(theReader), itsHeader(theHeader), itsReports(theReports), itsBodyReader(theReader.GetBytes())
 {
@@ -96,7 +112,7 @@ void TilePartReader::Read(CollectedTile& theTile)
         TakeNextMarker();
         break;
     case HeaderEnd::Truncated:
-        theTile.itsIsCutShort = true;
+        CutShort(aStart.itsLength, theTile);
         break;
     }
 }
@@ -233,7 +249,12 @@ void TilePartReader::ReadCountedBody(const TilePartStart& theStart, std::uint64_
     if (!isTooLong && !isComplete)
     {
         itsReports.NonConformance("The codestream ends inside a tile-part", itsReader.GetBytes().GetOffset());
-        theTile.itsIsCutShort = true;
+        std::uint64_t aThere = 0;
+        for (std::size_t i = aFirstChunk; i < theTile.itsBody.size(); ++i)
+        {
+            aThere += theTile.itsBody[i].itsBytes.size();
+        }
+        CutShort(theCount - aThere, theTile);
         return;
     }
     itsReports.NonConformance("SOT: the tile-part does not end where its length says", theStart.itsOffset);
@@ -253,7 +274,18 @@ void TilePartReader::ReadOpenBody(bool isTilePartStart, CollectedTile& theTile)
 {
     itsBodyReader.ReadToMarker(isTilePartStart, theTile.itsBody);
     TakeNextMarker();
-    theTile.itsIsCutShort = theTile.itsIsCutShort || (!itsNext && !itsHasSeenEnd);
+    if (!itsNext && !itsHasSeenEnd)
+    {
+        CutShort(0, theTile);
+    }
+}
+
+/// theMissing: 0 where that is not known.
+void TilePartReader::CutShort(std::uint64_t theMissing, CollectedTile& theTile)
+{
+    theTile.itsIsCutShort = true;
+    theTile.itsMissingBytes += theMissing;
+    theTile.itsLacksLength = theTile.itsLacksLength || theMissing == 0;
 }
 
 bool TilePartReader::TakeNextMarker()

@@ -22,12 +22,18 @@ struct CollectedTile
     std::uint32_t itsTileParts = 0;     ///< that came
     std::uint32_t itsExpectedParts = 0; ///< 0 while no tile-part told
     bool itsIsCutShort = false;         ///< a tile-part ended before its length was reached
+    std::uint64_t itsMissingBytes = 0;  ///< of such tile-parts, as far as they state a length
+    bool itsLacksLength = false;        ///< one of them states none
     CodingSegments itsCoding;
     std::vector<BodyChunk> itsBody;
     bool itsHasPackedHeaders = false;
     std::vector<std::uint8_t> itsPackedHeaders;
 
     bool HasAllParts() const { return itsExpectedParts > 0 && itsTileParts >= itsExpectedParts; }
+
+    /// The share of the tile's bytes that did not come: tile-parts that are announced and missing altogether
+    /// are taken to be as long as the others. Empty where nothing tells.
+    std::optional<double> GetMissingShare() const;
 };
 
 /// Reads the bodies of tile-parts: what stands between SOD and the next marker. Borrows the bytes' reader.
@@ -100,6 +106,8 @@ private:
                           CollectedTile& theTile);
     void ReadBody(const TilePartStart& theStart, CollectedTile& theTile);
     void ReadCountedBody(const TilePartStart& theStart, std::uint64_t theCount, CollectedTile& theTile);
+
+    static void CutShort(std::uint64_t theMissing, CollectedTile& theTile);
 
     /// A body whose end is told by the marker behind it.
     void ReadOpenBody(bool isTilePartStart, CollectedTile& theTile);

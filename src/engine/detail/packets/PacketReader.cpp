@@ -371,7 +371,7 @@ void PacketReader::Depart(const char* theText, Reports::Effect theEffect)
 {
     if (theEffect == Reports::Effect::Truncation && !std::exchange(itsIsTruncated, true))
     {
-        itsReports.NoteTruncatedTile();
+        itsReports.NoteTruncatedTile(itsData.itsMissingShare);
     }
     // In the other modes only the first non-conformance is ever of interest, but for what it costs.
     if (!itsHasDeparted || theEffect == Reports::Effect::Damage ||
