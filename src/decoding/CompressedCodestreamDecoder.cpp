@@ -64,8 +64,9 @@ CompressedCodestreamDecoder::CompressedCodestreamDecoder(const RWCString& theTra
                                                          int theBitsStored, InputStream& theStream,
                                                          DICOMDataObject& theDataSet, int theScaleFactor,
                                                          Decoder::ParsingErrorTolerance theTolerance)
-    : itsTransferSyntaxUID(theTransferSyntaxUID), itsInputStream(&theStream), itsBitsStored(theBitsStored),
-      itsDICOMDataObject(&theDataSet), itsScaleFactor(theScaleFactor), itsParsingErrorTolerance(theTolerance)
+    : itsTransferSyntaxUID(theTransferSyntaxUID), itsInputStream(&theStream),
+      itsStatedBitsStored(theBitsStored), itsBitsStored(theBitsStored), itsDICOMDataObject(&theDataSet),
+      itsScaleFactor(theScaleFactor), itsParsingErrorTolerance(theTolerance)
 {
 }
 
@@ -158,6 +159,10 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(cons
                                 DLRC_NO_DECODER, 0);
     }
     aCodec->SetReadingContext(itsReadingContext);
+    if (itsStatedRepresentation)
+    {
+        aCodec->SetStatedRepresentation(*itsStatedRepresentation);
+    }
     return aCodec;
 }
 
@@ -258,10 +263,8 @@ void CompressedCodestreamDecoder::SettleDepth(const Decoder& theCodec)
     {
         return;
     }
-    std::int32_t aStated = 0;
-    itsDICOMDataObject->GetInteger(DICOMTags::BitsStored, aStated);
-    const RWCString aText = "the data set says " + std::to_string(aStated) + " bits stored, the frame has " +
-                            std::to_string(theCodec.GetPrecision());
+    const RWCString aText = "the data set says " + std::to_string(itsStatedBitsStored) +
+                            " bits stored, the frame has " + std::to_string(theCodec.GetPrecision());
     itsReadingContext->Warn(WarningIdentifier::kDepth,
                             aText + (isReduced ? ": the lowest ones are lost" : ": none is lost"));
     if (itsIsRecovered && IsByMeaning())

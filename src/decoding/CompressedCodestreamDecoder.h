@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "decoding/Decoder.h"
 
@@ -95,6 +96,12 @@ public:
     /// The context that codecs are given; borrowed, null (which it is until set) for none.
     void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
 
+    /// Pixel Representation as the file has it, see Decoder; bits stored are those of the constructor.
+    void SetStatedRepresentation(std::int32_t theRepresentation)
+    {
+        itsStatedRepresentation = theRepresentation;
+    }
+
     /// Whether the frame opened last is decoded by another codec than the announced one. By meaning Bits
     /// Stored and High Bit of the data set are the frame's then.
     bool IsRecovered() const { return itsIsRecovered; }
@@ -131,7 +138,9 @@ private:
     InputStream* itsInputStream;
     std::shared_ptr<kdu_compressed_source> itsCompressedSource; ///< shared by copies
     std::uint64_t itsTotalBytesRead = 0;
-    std::int32_t itsBitsStored;
+    std::int32_t itsStatedBitsStored;
+    std::optional<std::int32_t> itsStatedRepresentation;
+    std::int32_t itsBitsStored; ///< by which the codec is chosen
     DICOMDataObject* itsDICOMDataObject;
     std::int32_t itsScaleFactor;
     Decoder::ParsingErrorTolerance itsParsingErrorTolerance;

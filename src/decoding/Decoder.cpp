@@ -126,6 +126,17 @@ void Decoder::Warn(const char* theIdentifier, const RWCString& theText) const
     }
 }
 
+bool Decoder::GetStatedRepresentation(std::int32_t& theRepresentation) const
+{
+    if (itsStatedRepresentation)
+    {
+        theRepresentation = *itsStatedRepresentation;
+        return true;
+    }
+    return itsDICOMDataObject != nullptr &&
+           itsDICOMDataObject->GetInteger(DICOMTags::PixelRepresentation, theRepresentation);
+}
+
 bool Decoder::WarnOfMissing(std::uint64_t theMissing, std::uint64_t theTotal) const
 {
     constexpr std::uint64_t kHundredth = 100;

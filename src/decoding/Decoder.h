@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/Reading.h"
@@ -124,6 +125,13 @@ public:
     /// codec reads by contract and its warnings are lost.
     void SetReadingContext(ReadingContext* theContext) { itsReadingContext = theContext; }
 
+    /// Pixel Representation as the file has it, to be told before SetSource: an earlier frame may have had it
+    /// corrected in the data set. Unless it is told the data set is believed.
+    void SetStatedRepresentation(std::int32_t theRepresentation)
+    {
+        itsStatedRepresentation = theRepresentation;
+    }
+
     /// Always 1.
     std::int16_t GetVersion() const { return 1; }
 
@@ -205,6 +213,9 @@ protected:
     /// The source, through the byte counter. Throws DLRuntimeException before SetSource.
     kdu_compressed_source& GetSource() const;
 
+    /// Pixel Representation before any frame corrected it. False where nobody says.
+    bool GetStatedRepresentation(std::int32_t& theRepresentation) const;
+
     /// Whether the request reads by meaning.
     bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
 
@@ -242,4 +253,5 @@ private:
     std::shared_ptr<MeteringKDUCompressedSource> itsSource; ///< shared by copies
     DICOMDataObject* itsDICOMDataObject = nullptr;
     ReadingContext* itsReadingContext = nullptr;
+    std::optional<std::int32_t> itsStatedRepresentation;
 };

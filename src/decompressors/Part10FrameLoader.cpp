@@ -202,6 +202,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     InputStream& aStream = GetCompressedFrame(theFrameIndex, theFrame.itsSize);
     Driver aDriver(*this, theFrame, aStream);
     aDriver.SetReadingContext(&itsFrontEnd.GetReadingContext());
+    aDriver.SetStatedRepresentation(theFrame.itsAttributes.itsPixelRepresentation);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
     // Memory is taken when the header has been found credible, not before.
     auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);

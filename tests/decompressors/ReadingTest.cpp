@@ -1054,6 +1054,68 @@ TEST(Reading, RatiosAreThoseOfTheWholeFrame)
               std::pair(16, 1));
 }
 
+/// Two frames, and the warnings and the first pixels of the second one: what the first one corrected in the
+/// data set must not look as if the file had said it.
+TEST(Reading, EveryFrameIsMeasuredByWhatTheFileSays)
+{
+    const auto aSecond = [](const RWCString& theUID, const JpegSpec& theSpec, int theStored, int theIsSigned,
+                            const std::vector<Bytes>& theFrames, Reading theReading)
+    {
+        DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theUID);
+        aBuilder.AddImageAttributes(1, "MONOCHROME2", static_cast<std::uint16_t>(theSpec.itsHeight),
+                                    static_cast<std::uint16_t>(theSpec.itsWidth), 16,
+                                    static_cast<std::uint16_t>(theStored),
+                                    static_cast<std::uint16_t>(theIsSigned), 2);
+        const Bytes aFile = aBuilder.AddEncapsulatedPixelData(theFrames).Build();
+        MemoryInputStream aStream(aFile.data(), aFile.size());
+        DICOMDataObject aDataSet;
+        DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, 0, "", false);
+        aRequest.setReading(theReading);
+        DecompressionResult aResult;
+        CountingAllocator anAllocator;
+        std::pair<std::vector<RWCString>, Bytes> anAnswer;
+        const auto aReceiver = [&](int theFrame, std::unique_ptr<Renderable> theImage,
+                                   const std::vector<DecodeWarning>& theWarnings)
+        {
+            const auto* const aBytes = static_cast<const std::uint8_t*>(theImage->getPixelData());
+            anAnswer = {{}, Bytes(aBytes, aBytes + 4)};
+            for (const DecodeWarning& aWarning : theWarnings)
+            {
+                EXPECT_EQ(aWarning.itsFrame, theFrame);
+                anAnswer.first.push_back(aWarning.itsIdentifier + ": " + aWarning.itsText);
+            }
+            return true;
+        };
+        Part10FrameWalk::Run(aRequest, anAllocator, 0, aReceiver, aResult);
+        EXPECT_EQ(aResult.getDCMLibResultCode(), DLRC_SUCCESS) << aResult.getMessage();
+        return anAnswer;
+    };
+    using namespace Jpeg2000Streams;
+    const JpegSpec aGrey{.itsWidth = kGreyWidth, .itsHeight = kGreyHeight};
+    const Bytes anUnsigned = Patch(Grey12(), kDepthOfComponent0, {11});
+    for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
+    {
+        SCOPED_TRACE(aReading == Reading::BY_MEANING);
+        EXPECT_EQ(
+            aSecond(TransferSyntaxType::TSJPEG2KLosslessUID, aGrey, 12, 1, {anUnsigned, anUnsigned}, aReading)
+                .first.size(),
+            1u);
+        // Signed is believed; the unsigned one behind it is what the file says.
+        const auto [aWarnings, aPixels] =
+            aSecond(TransferSyntaxType::TSJPEG2KLosslessUID, aGrey, 16, 0, {Grey12(), anUnsigned}, aReading);
+        EXPECT_TRUE(aWarnings.empty());
+        Bytes aCodes = GreyWords([](int theValue) { return theValue + 2048; });
+        aCodes.resize(4);
+        EXPECT_EQ(aPixels, aCodes);
+        JpegSpec aDeep{
+            .itsWidth = 8, .itsHeight = 8, .itsPrecision = 12, .itsProcess = JpegSpec::Process::EXTENDED};
+        const Bytes aJpeg = Even(MakeJpeg(aDeep, MakeFlatSamples(aDeep, {2000})));
+        EXPECT_EQ(
+            aSecond(TransferSyntaxType::TSJPEG51UID, aDeep, 8, 0, {aJpeg, aJpeg}, aReading).first.front(),
+            "depth: the data set says 8 bits stored, the frame has 12: none is lost");
+    }
+}
+
 TEST(Reading, DamageIsToldByFrameAndPrintedByContractOnly)
 {
     // What is printed is the IJG library's.

@@ -246,9 +246,7 @@ void JPEG2000Decoder::SettleSign()
 {
     std::int32_t aRepresentation = 0;
     if (itsSamplesPerPixel != 1 || itsState->itsChannels[0].itsEntries != nullptr ||
-        GetDICOMDataObject() == nullptr ||
-        !GetDICOMDataObject()->GetInteger(DICOMTags::PixelRepresentation, aRepresentation) ||
-        (aRepresentation == 1) == (itsSigned != 0))
+        !GetStatedRepresentation(aRepresentation) || (aRepresentation == 1) == (itsSigned != 0))
     {
         return;
     }
