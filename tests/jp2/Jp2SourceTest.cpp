@@ -208,13 +208,13 @@ struct ColourCase
 std::string Describe(const ColourCase& theCase)
 {
     JP2Colours aColours;
+    const Bytes aSecond = theCase.itsPalette.empty() ? Bytes() : Bytes{9, 9}; // is put aside
     for (const auto& [aType, aContents] :
          {std::pair(JP2BoxTypes::ComponentMapping, theCase.itsMapping),
-          std::pair(JP2BoxTypes::Palette, theCase.itsPalette),
-          std::pair(JP2BoxTypes::Palette, Bytes{9, 9}), // a second one is put aside
+          std::pair(JP2BoxTypes::Palette, theCase.itsPalette), std::pair(JP2BoxTypes::Palette, aSecond),
           std::pair(JP2BoxTypes::ChannelDefinition, theCase.itsDefinition)})
     {
-        if (!aContents.empty() && (aContents.size() != 2 || !theCase.itsPalette.empty()))
+        if (!aContents.empty())
         {
             aColours.Add(aType, aContents);
         }
@@ -241,7 +241,12 @@ TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
     const Bytes aGrey = {0, 2, 1, 11, 0x0f, 0xed, 0xff, 0xff};
     const Bytes aReversal = {0, 3, 0, 0, 0, 0, 0, 3, 0, 1, 0, 0, 0, 2, 0, 2, 0, 0, 0, 1};
     const Bytes anOpacity = {0, 4, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0, 3, 0, 0, 0, 3};
+    const Bytes aGreyAndOpacity = {0, 2, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0};
+    const Bytes aGap = {0, 6, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 0, 2, 0, 1, 0,
+                        0, 0, 3, 0, 0, 0, 1, 0, 4, 0, 0, 0, 2, 0, 5, 0, 0, 0, 3};
     const std::string kSize = "the palette is not as long as its entries";
+    const std::string kDepth = "the palette has entries that are signed or of more than 16 bits";
+    const std::string kPair = "a palette and a mapping of components must be there together";
     const std::string kMapping = "the mapping ";
     const std::string kDefinition = "the definition of channels ";
     for (const ColourCase& aCase : std::initializer_list<ColourCase>{
@@ -249,33 +254,21 @@ TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
              {1, aPalette, aMapping, {}, " 0,255,255/8 0,1,2/8 0,254,3/8"},
              {1, aPalette, aMapping, aReversal, " 0,254,3/8 0,1,2/8 0,255,255/8"},
              {1, aGrey, {0, 0, 1, 0}, {}, " 0,4077,4095/12"},
-             {2,
-              aGrey,
-              {0, 1, 1, 0, 0, 0, 0, 0},
-              {0, 2, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0},
-              " 1,4077,4095/12"},
+             {2, aGrey, {0, 1, 1, 0, 0, 0, 0, 0}, aGreyAndOpacity, " 1,4077,4095/12"},
              {3, {}, {}, aReversal, " 2 1 0"},
              {4, {}, {}, anOpacity, " 1 2 3"},
              {2, {}, {}, {0, 2, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1}, " 1"},
              {2, {}, {}, {0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0}, " 0"},
              {1, {}, {}, {0, 1, 0, 0, 0, 0, 0, 1}, ""},
-             {1, aPalette, {}, {}, "a palette and a mapping of components must be there together"},
-             {1, {}, aMapping, {}, "a palette and a mapping of components must be there together"},
+             {1, aPalette, {}, {}, kPair},
+             {1, {}, aMapping, {}, kPair},
              {1, {0xff}, aMapping, {}, "the palette is too short"},
              {1, {0, 2, 3, 7, 7}, aMapping, {}, "the palette is too short"},
              {1, {0, 0, 1, 7}, aMapping, {}, "the palette has no valid size"},
              {1, {4, 1, 1, 7}, aMapping, {}, "the palette has no valid size"},
              {1, {0, 1, 0}, aMapping, {}, "the palette has no valid size"},
-             {1,
-              {0, 1, 1, 16, 0, 0, 0},
-              aMapping,
-              {},
-              "the palette has entries that are signed or of more than 16 bits"},
-             {1,
-              {0, 1, 1, 0x87, 0},
-              aMapping,
-              {},
-              "the palette has entries that are signed or of more than 16 bits"},
+             {1, {0, 1, 1, 16, 0, 0, 0}, aMapping, {}, kDepth},
+             {1, {0, 1, 1, 0x87, 0}, aMapping, {}, kDepth},
              {1, {0, 2, 1, 7, 0}, aMapping, {}, kSize},
              {1, {0, 2, 1, 7, 0, 0, 0}, aMapping, {}, kSize},
              {1, aPalette, {0, 0, 1}, {}, kMapping + "of components has no valid size"},
@@ -293,12 +286,7 @@ TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
              {3, {}, {}, Patch(aReversal, 7, {1}), kDefinition + "does not name each colour once"},
              {3, {}, {}, Patch(aReversal, 11, {1}), kDefinition + "leaves out a colour"},
              {3, {}, {}, Patch(Patch(aReversal, 5, {1}), 11, {1}), "one colour of three or more components"},
-             {6,
-              {},
-              {},
-              {0, 6, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 0, 2, 0, 1, 0,
-               0, 0, 3, 0, 0, 0, 1, 0, 4, 0, 0, 0, 2, 0, 5, 0, 0, 0, 3},
-              "a colour is in a component beyond the fourth"}})
+             {6, {}, {}, aGap, "a colour is in a component beyond the fourth"}})
     {
         EXPECT_EQ(Describe(aCase), aCase.itsColours);
     }
