@@ -108,15 +108,21 @@ JPEGColorSpace LabelledSpace(const JPEGFrameHeader& theHeader, Decoder::ColorMod
 
 /// Why three components may be no such colour as theSpace, which they are taken for; null where nothing
 /// tells.
-const char* DoubtOfSpace(JPEGColorSpace theSpace, Decoder::ColorModel theDataSetModel)
+const char* DoubtOfSpace(const JPEGFrameHeader& theHeader, JPEGColorSpace theSpace,
+                         Decoder::ColorModel theDataSetModel)
 {
-    if (theSpace == JPEGColorSpace::RGB && IsYBR(theDataSetModel))
+    if (theSpace == JPEGColorSpace::RGB)
     {
-        return "the data set says YBR, the JPEG frame is taken for RGB";
+        return IsYBR(theDataSetModel) ? "the data set says YBR, the JPEG frame is taken for RGB" : nullptr;
     }
-    return theSpace == JPEGColorSpace::YCBCR && theDataSetModel == Decoder::COLOR_MODEL_RGB
-               ? "the data set says RGB, the JPEG frame YCbCr: converted"
-               : nullptr;
+    if (theDataSetModel == Decoder::COLOR_MODEL_RGB)
+    {
+        return "the data set says RGB, the JPEG frame YCbCr: converted";
+    }
+    const bool isGuessed = theDataSetModel == Decoder::COLOR_MODEL_UNKNOWN &&
+                           theHeader.itsProcess == JPEGProcess::LOSSLESS &&
+                           MarkedSpace(theHeader) == JPEGColorSpace::UNKNOWN;
+    return isGuessed ? "nothing says that the lossless JPEG frame is YCbCr: converted" : nullptr;
 }
 
 /// Whether at least half of the pixels have a green and a blue that stand for no colour in YCbCr, with a red
@@ -300,7 +306,7 @@ JPEGColorSpace JPEGDecoder::SettleThreeComponents(const JPEGFrameHeader& theHead
     {
         aSpace = LabelledSpace(theHeader, aLabel, IsByMeaning());
     }
-    if (const char* const aDoubt = DoubtOfSpace(aSpace, aLabel))
+    if (const char* const aDoubt = DoubtOfSpace(theHeader, aSpace, aLabel))
     {
         Warn(WarningIdentifier::kColourLabel, aDoubt);
     }
