@@ -3,15 +3,11 @@ package com.quorix.decompression;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.support.Compressed;
-import com.quorix.support.Images;
-import com.quorix.util.ByteArrayInputBuffer;
-import com.quorix.util.InputBuffer;
-import com.quorix.util.InputBufferQueue;
+import com.quorix.support.*;
+import com.quorix.util.*;
 import java.io.IOException;
 import java.util.concurrent.CompletableFuture;
-import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 

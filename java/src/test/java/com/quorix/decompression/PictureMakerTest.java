@@ -3,8 +3,7 @@ package com.quorix.decompression;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.support.DicomFile;
-import com.quorix.support.Images;
+import com.quorix.support.*;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.util.List;
