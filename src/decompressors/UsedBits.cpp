@@ -8,22 +8,36 @@
 #include "image/Renderable.h"
 #include "toolkit/base/Reading.h"
 
+namespace
+{
+/// Four samples. Of signed ones a bit is set where it differs from the bit below it, which in small numbers
+/// no bit from the sign on does; the lowest bits mean nothing then.
+std::uint64_t Changes(std::uint64_t theWords, const UsedBits::Layout& theLayout)
+{
+    constexpr std::uint64_t kLowBytes = 0x00ff00ff00ff00ff;
+    const std::uint64_t aSwapped = (theWords >> 8 & kLowBytes) | (theWords & kLowBytes) << 8;
+    const std::uint64_t aSamples = theLayout.itsIsForeign ? aSwapped : theWords;
+    return theLayout.itsIsSigned ? aSamples ^ aSamples << 1 : aSamples;
+}
+} // namespace
+
 int UsedBits::Count(const void* theWords, std::uint64_t theSize, const Layout& theLayout)
 {
-    const unsigned int aMask = 0xffffU >> (16 - theLayout.itsDepth);
     const auto* const aBytes = static_cast<const unsigned char*>(theWords);
-    // A small negative number has ones in all bits from its sign on.
-    const unsigned int aSigns =
-        theLayout.itsIsSigned ? aMask & (0xffffU << (theLayout.itsStored - 1)) : 0x10000U;
-    unsigned int aUsed = 0;
-    for (std::uint64_t i = 0; i + 1 < theSize; i += 2)
+    std::uint64_t aUsed = 0;
+    std::uint64_t aWords = 0;
+    std::uint64_t i = 0;
+    for (; i + sizeof(aWords) <= theSize; i += sizeof(aWords))
     {
-        std::uint16_t aWord = 0;
-        std::memcpy(&aWord, aBytes + i, sizeof(aWord));
-        const unsigned int aSample = (theLayout.itsIsForeign ? __builtin_bswap16(aWord) : aWord) & aMask;
-        aUsed |= (aSample & aSigns) == aSigns ? 0 : aSample;
+        std::memcpy(&aWords, aBytes + i, sizeof(aWords));
+        aUsed |= Changes(aWords, theLayout);
     }
-    return static_cast<int>(std::bit_width(aUsed));
+    aWords = 0;
+    std::memcpy(&aWords, aBytes + i, theSize - i);
+    aUsed |= Changes(aWords, theLayout);
+    aUsed |= aUsed >> 32;
+    aUsed |= aUsed >> 16;
+    return static_cast<int>(std::bit_width(aUsed & 0xffffU >> (16 - theLayout.itsDepth)));
 }
 
 void UsedBits::Tell(ReadingContext& theContext, int theStored, int theUsed)
