@@ -996,9 +996,17 @@ TEST(Reading, EveryFrameIsMeasuredByWhatTheFileSays)
     const Bytes aMisdeclared = aGrey(12, 1, {anUnsigned, anUnsigned});
     const Bytes aMixed = aGrey(16, 0, {Grey12(), anUnsigned});
     const std::vector<std::string> aSign{"sign@1"};
+    const JpegSpec aPlain{.itsWidth = 8, .itsHeight = 8};
+    JpegSpec aSpec = aPlain;
+    aSpec.itsPrecision = 12;
+    aSpec.itsProcess = JpegSpec::Process::EXTENDED;
+    const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {2000}));
+    const Bytes aDeep = Encapsulated(kBaseline, aPlain, "MONOCHROME2", {aJpeg, aJpeg});
     for (const auto& [aFile, aReading, anImage, aWarnings] :
          {std::tuple(aMisdeclared, Reading::BY_CONTRACT, "MONOCHROME2 16/12/11", aSign),
           std::tuple(aMisdeclared, Reading::BY_MEANING, "MONOCHROME2 16/12/11 signed", aSign),
+          std::tuple(aDeep, Reading::BY_MEANING, "MONOCHROME2 16/12/11 lossy",
+                     std::vector<std::string>{"depth@1"}),
           std::tuple(aMixed, Reading::BY_CONTRACT, "MONOCHROME2 16/16/15", std::vector<std::string>()),
           std::tuple(aMixed, Reading::BY_MEANING, "MONOCHROME2 16/16/15", std::vector<std::string>())})
     {
@@ -1010,6 +1018,10 @@ TEST(Reading, EveryFrameIsMeasuredByWhatTheFileSays)
         const Walked aWalked = Walk(aRequest, anAllocator, aResult);
         EXPECT_EQ(aWalked.itsImages.back(), anImage);
         EXPECT_EQ(aWalked.itsWarnings.back(), aWarnings);
+        if (!aWarnings.empty())
+        {
+            EXPECT_EQ(aResult.getWarnings().front().itsText, aResult.getWarnings().back().itsText);
+        }
     }
 }
 
