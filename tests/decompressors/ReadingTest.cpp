@@ -84,11 +84,10 @@ const JpegSpec kColourSpec{.itsWidth = Jpeg2000Streams::kColourWidth,
                            .itsHeight = Jpeg2000Streams::kColourHeight,
                            .itsComponents = 3};
 
-/// Three components without a component transform.
-Bytes PlainColourFile(const std::string& theLabel)
+/// Three components, unless told otherwise without a component transform.
+Bytes PlainColourFile(const std::string& theLabel, const Bytes& theStream = Jpeg2000Streams::PlainColour())
 {
-    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, kColourSpec, theLabel,
-                        {Jpeg2000Streams::PlainColour()});
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, kColourSpec, theLabel, {theStream});
 }
 
 /// Signed grey of 12 bits by the data set, unsigned by the codestream: its codes are GreyValue + 2048.
@@ -816,6 +815,7 @@ std::vector<Row> MakeContradictions()
              {"YBR, letters", {.itsComponentIds = {'R', 'G', 'B'}}, "YBR_FULL_422", "SS"},
              {"grey YBR as RGB", {}, "RGB", "SS", {30, 128, 128}},
              {"the same, marked", {.itsAdobeTransform = 0}, "RGB", "ss", {30, 128, 128}},
+             {"colour as grey", {}, "MONOCHROME2", "CC"},
              {"mid grey", {}, "RGB", "ss", {128, 128, 128}},
              {"subsampled RGB", {.itsSampling = aHalf}, "RGB", "ss"},
              {"subsampled YBR", {.itsSampling = aHalf}, "YBR_FULL_422", "cc"}})
@@ -826,10 +826,10 @@ std::vector<Row> MakeContradictions()
                           const Expected& theByMeaning = {}) {
         aRows.push_back({theName, theFile, theByContract, theByMeaning});
     };
-    DicomBuilder aColour(DicomBuilder::Syntax::EXPLICIT_LITTLE);
-    aColour.AddImageAttributes(3, "YBR_FULL", 1, 1, 16, 12);
-    aColour.AddNativePixelData({0x80, 0x07, 0xa0, 0x05, 0x80, 0x0c}, "OW");
-    aAdd("YCbCr of 12 bits", aColour.Build(), {0, {0, 132, 0}, "", {"depth@0"}}, {0, {220, 81, 52}, ""});
+    DicomBuilder aDeep(DicomBuilder::Syntax::EXPLICIT_LITTLE);
+    aDeep.AddImageAttributes(3, "YBR_FULL", 1, 1, 16, 12);
+    aDeep.AddNativePixelData({0x80, 0x07, 0xa0, 0x05, 0x80, 0x0c}, "OW");
+    aAdd("YCbCr of 12 bits", aDeep.Build(), {0, {0, 132, 0}, "", {"depth@0"}}, {0, {220, 81, 52}, ""});
     const JpegSpec aGrey{.itsWidth = 32, .itsHeight = 32};
     const Bytes aJpeg = WithOddBand(MakeJpeg(aGrey, MakeSamples(aGrey)));
     aAdd("odd band", Encapsulated(kBaseline, aGrey, "MONOCHROME2", {aJpeg}),
@@ -854,6 +854,9 @@ std::vector<Row> MakeContradictions()
     };
     aAdd("JPEG 2000 of 12 bits as 10", aSigned(10, 1), {0, aCodes, "MONOCHROME2 16/10/9 signed", {"depth@0"}},
          {0, aCodes, "MONOCHROME2 16/12/11 signed", {"depth@0"}});
+    const Expected aColour{0, Jpeg2000Streams::ColourPixels(), "RGB 8/8/7", {"colour-label@0"}};
+    aAdd("component transform of YBR", PlainColourFile("YBR_FULL", Jpeg2000Streams::Colour()), aColour);
+    aAdd("three components of a palette", PlainColourFile("PALETTE COLOR"), aColour);
     aAdd("signed JPEG 2000 as unsigned", aSigned(12, 0),
          {0, aCodes, "MONOCHROME2 16/12/11 signed", {"sign@0"}});
     return aRows;

@@ -111,6 +111,10 @@ JPEGColorSpace LabelledSpace(const JPEGFrameHeader& theHeader, Decoder::ColorMod
 const char* DoubtOfSpace(const JPEGFrameHeader& theHeader, JPEGColorSpace theSpace,
                          Decoder::ColorModel theDataSetModel)
 {
+    if (theDataSetModel == Decoder::COLOR_MODEL_GREY || theDataSetModel == Decoder::COLOR_MODEL_PALETTE_COLOR)
+    {
+        return "the data set's label is one of a single component, the JPEG frame has three";
+    }
     if (theSpace == JPEGColorSpace::RGB)
     {
         return IsYBR(theDataSetModel) ? "the data set says YBR, the JPEG frame is taken for RGB" : nullptr;

@@ -95,7 +95,7 @@ void JPEG2000Decoder::SettleColour()
         itsDecompressedColorspace = COLOR_MODEL_YBR_FULL;
     }
     itsRecommendedDecompressedColorspace = itsDecompressedColorspace;
-    if (itsSamplesPerPixel == 3 && !itsState->itsYCC)
+    if (itsSamplesPerPixel == 3)
     {
         WarnOfLabel();
     }
@@ -127,24 +127,39 @@ Decoder::ColorModel JPEG2000Decoder::GetCompressedColorspace() const
     return isYBR ? COLOR_MODEL_YBR_FULL : COLOR_MODEL_RGB;
 }
 
-/// Three components without a component transform are as large as each other: subsampling is not in them, and
-/// what would have to be undone neither.
+/// Three components are as large as each other: subsampling is not in them. A component transform is made of
+/// RGB, and where there is none, nothing of the kind would have to be undone.
 void JPEG2000Decoder::WarnOfLabel() const
 {
+    const bool isTransformed = itsState->itsYCC;
+    const char* aText = nullptr;
     switch (GetOriginalPhotometricInterpretation())
     {
+    case COLOR_MODEL_YBR_FULL:
+        aText =
+            isTransformed ? "labelled YBR_FULL and coded with a component transform: taken for RGB" : nullptr;
+        break;
     case COLOR_MODEL_YBR_FULL_422:
-        Warn(WarningIdentifier::kColourLabel,
-             IsByMeaning() ? "labelled YBR_FULL_422 and not subsampled: converted as YBR_FULL"
-                           : "labelled YBR_FULL_422 and not subsampled: taken for RGB");
+        aText = isTransformed   ? "labelled YBR_FULL_422 and coded with a component transform: taken for RGB"
+                : IsByMeaning() ? "labelled YBR_FULL_422 and not subsampled: converted as YBR_FULL"
+                                : "labelled YBR_FULL_422 and not subsampled: taken for RGB";
         break;
     case COLOR_MODEL_YBR_RCT:
     case COLOR_MODEL_YBR_ICT:
-        Warn(WarningIdentifier::kColourLabel,
-             "the label names a component transform, the codestream has none: taken for RGB");
+        aText = isTransformed
+                    ? nullptr
+                    : "the label names a component transform, the codestream has none: taken for RGB";
+        break;
+    case COLOR_MODEL_GREY:
+    case COLOR_MODEL_PALETTE_COLOR:
+        aText = "the label is one of a single component, the codestream has three: taken for RGB";
         break;
     default:
         break;
+    }
+    if (aText != nullptr)
+    {
+        Warn(WarningIdentifier::kColourLabel, aText);
     }
 }
 
