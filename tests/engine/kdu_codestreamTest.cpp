@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -161,20 +160,21 @@ TEST(KduSource, FailsInEveryPlace)
     }
 }
 
-/// Lengths that lead behind every later tile-part: going back each time would take minutes here.
+/// Lengths that lead behind every later tile-part: going back each time would run into the test's time limit.
 TEST(KduSource, ManyWrongLengthsTakeLinearTime)
 {
     Bytes aBytes = Pair();
     aBytes.resize(68);
-    for (unsigned int aPart = 0; aPart < 60000; ++aPart)
+    for (unsigned int aPart = 0; aPart < 300000; ++aPart)
     {
         const Bytes aTilePart = {0xFF, 0x90, 0, 10, 0, 0, 0x7F, 0xFF, 0xFF, 0xFF, 0, 0, 0xFF, 0x93, 7};
         aBytes.insert(aBytes.end(), aTilePart.begin(), aTilePart.end());
         aBytes[aBytes.size() - 5] = static_cast<std::uint8_t>(aPart);
     }
-    const auto aStart = std::chrono::steady_clock::now();
-    EngineDecode(aBytes);
-    EXPECT_LT(std::chrono::steady_clock::now() - aStart, std::chrono::seconds(10));
+    const PlanarImage anImage = EngineDecode(aBytes);
+    ASSERT_EQ(anImage.itsComponents.size(), 2u);
+    EXPECT_EQ(anImage.itsComponents[0].itsSamples.size(),
+              EngineDecode(Pair()).itsComponents[0].itsSamples.size());
 }
 
 struct Line

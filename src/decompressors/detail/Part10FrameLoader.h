@@ -44,8 +44,7 @@ private:
         std::uint64_t itsCompressedSize = 0; ///< bytes that were read for them
         double itsTimeToAllocate = 0;        ///< milliseconds
         int itsScaleFactor = 1;
-        int itsColourDepth =
-            0; ///< bits that samples of colour fill, where the data set has them wrong, else 0
+        int itsColourDepth = 0;       ///< bits a colour sample fills, where the data set is wrong; else 0
         bool itsIsDepthKnown = false; ///< the codec has looked, and warned where the data set says otherwise
         bool itsLittleEndian = true;
         bool itsIsIrreversible = false; ///< read by meaning: the codestream has lost something

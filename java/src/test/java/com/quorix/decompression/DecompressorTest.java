@@ -10,10 +10,12 @@ import java.io.IOException;
 import java.nio.file.*;
 import java.util.*;
 import org.junit.jupiter.api.*;
+import org.junit.jupiter.api.extension.ExtendWith;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
+@ExtendWith(NoPixelsLeft.class)
 @Timeout(60)
 class DecompressorTest {
     private static final int COLUMNS = 33;
@@ -22,18 +24,6 @@ class DecompressorTest {
 
     @TempDir
     Path folder;
-
-    private long before;
-
-    @BeforeEach
-    void lookAtTheAllocator() {
-        before = NativeMemory.allocatedBlocks();
-    }
-
-    @AfterEach
-    void nothingIsLeft() throws InterruptedException {
-        NativeMemory.awaitAllocatedBlocks(before);
-    }
 
     private static byte[] jpeg(int seed) {
         return Compressed.jpeg(COLUMNS, ROWS, seed);

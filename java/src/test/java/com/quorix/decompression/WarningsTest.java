@@ -9,11 +9,13 @@ import com.quorix.util.InputBufferQueue;
 import java.io.IOException;
 import java.util.*;
 import org.junit.jupiter.api.*;
+import org.junit.jupiter.api.extension.ExtendWith;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 /** The two readings, and what is told of images that are in doubt. */
+@ExtendWith(NoPixelsLeft.class)
 @Timeout(60)
 class WarningsTest {
     private static final byte[] SOUND = Compressed.jpeg(32, 32, 0);
@@ -22,17 +24,6 @@ class WarningsTest {
     private final List<String> events = new ArrayList<>();
     private final DecodeOptions options = DecodeOptions.DEFAULT.withWarningListener(
             warning -> events.add(warning.identifier() + "@" + warning.frame()));
-    private long before;
-
-    @BeforeEach
-    void lookAtTheAllocator() {
-        before = NativeMemory.allocatedBlocks();
-    }
-
-    @AfterEach
-    void nothingIsLeft() throws InterruptedException {
-        NativeMemory.awaitAllocatedBlocks(before);
-    }
 
     /** With a restart marker among the coefficients, where none was announced. */
     private static byte[] damaged() {

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.quorix.support;
+
+import org.junit.jupiter.api.extension.AfterEachCallback;
+import org.junit.jupiter.api.extension.BeforeEachCallback;
+import org.junit.jupiter.api.extension.ExtensionContext;
+
+/** After each test of the class the library's allocator holds as many pixel buffers as before it. */
+public final class NoPixelsLeft implements BeforeEachCallback, AfterEachCallback {
+    private long before;
+
+    @Override
+    public void beforeEach(ExtensionContext context) {
+        before = NativeMemory.allocatedBlocks();
+    }
+
+    @Override
+    public void afterEach(ExtensionContext context) throws InterruptedException {
+        NativeMemory.awaitAllocatedBlocks(before);
+    }
+}
