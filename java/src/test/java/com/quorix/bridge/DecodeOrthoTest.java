@@ -3,19 +3,14 @@ package com.quorix.bridge;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import com.quorix.decompression.DecomprResult;
-import com.quorix.decompression.NDecompressor;
+import com.quorix.decompression.*;
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.support.*;
 import java.io.IOException;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.util.Arrays;
-import java.util.List;
-import java.util.stream.Collectors;
-import java.util.stream.IntStream;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.Test;
+import java.nio.file.*;
+import java.util.*;
+import java.util.stream.*;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;

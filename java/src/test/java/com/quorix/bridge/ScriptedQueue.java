@@ -3,8 +3,7 @@ package com.quorix.bridge;
 
 import com.quorix.util.*;
 import java.io.IOException;
-import java.util.ArrayList;
-import java.util.List;
+import java.util.*;
 
 /** A queue that holds all its buffers from the start, notes what it is asked for and throws on demand. */
 final class ScriptedQueue extends InputBufferQueue {

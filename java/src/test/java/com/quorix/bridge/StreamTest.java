@@ -9,8 +9,7 @@ import com.quorix.support.*;
 import java.util.*;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.CsvSource;
-import org.junit.jupiter.params.provider.ValueSource;
+import org.junit.jupiter.params.provider.*;
 
 /** Java streams as the native library reads them, and the image types that each method takes. */
 class StreamTest {

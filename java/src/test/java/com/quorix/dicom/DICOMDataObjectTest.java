@@ -4,20 +4,16 @@ package com.quorix.dicom;
 import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.decompression.*;
-import com.quorix.io.ByteBufferSeekableInputStream;
-import com.quorix.io.SeekableInputStream;
+import com.quorix.io.*;
 import com.quorix.support.*;
 import java.io.IOException;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.nio.file.*;
 import java.util.List;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.CsvSource;
-import org.junit.jupiter.params.provider.ValueSource;
+import org.junit.jupiter.params.provider.*;
 
 class DICOMDataObjectTest {
     private static final int PATIENT_NAME = 0x00100010;

@@ -9,8 +9,7 @@ import java.nio.file.Path;
 import java.security.*;
 import java.util.*;
 import java.util.regex.*;
-import java.util.stream.Collectors;
-import java.util.stream.Stream;
+import java.util.stream.*;
 import org.junit.jupiter.api.*;
 
 /** Every DICOM file of the samples, sound or damaged: Java gets what the command line gets. */

@@ -7,16 +7,14 @@ import com.quorix.decompression.*;
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import com.quorix.support.*;
-import com.quorix.util.ByteArrayInputBuffer;
-import com.quorix.util.InputBufferQueue;
+import com.quorix.util.*;
 import java.io.IOException;
 import java.lang.ref.WeakReference;
 import java.nio.file.Path;
 import java.util.*;
 import java.util.concurrent.*;
 import java.util.stream.IntStream;
-import org.junit.jupiter.api.Tag;
-import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.io.TempDir;
 
 /**

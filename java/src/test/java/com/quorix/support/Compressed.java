@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
-import java.awt.image.BufferedImage;
-import java.awt.image.Raster;
+import java.awt.image.*;
 import java.io.*;
-import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
+import java.nio.*;
 import java.util.Base64;
 import javax.imageio.ImageIO;
 

@@ -3,8 +3,7 @@ package com.quorix.support;
 
 import com.quorix.decompression.*;
 import com.quorix.io.ByteBufferSeekableInputStream;
-import java.io.IOException;
-import java.io.UncheckedIOException;
+import java.io.*;
 import java.nio.ByteBuffer;
 
 /** Decoded images for tests, made from files in memory, and their pixels as an array. */

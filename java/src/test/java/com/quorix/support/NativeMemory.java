@@ -6,8 +6,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import com.quorix.decompression.Renderable;
 import java.io.IOException;
 import java.lang.reflect.Method;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.nio.file.*;
 
 /**
  * How much native memory is in use. {@link #allocatedBlocks} counts the pixel buffers alive in the library's

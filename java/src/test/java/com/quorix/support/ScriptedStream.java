@@ -2,10 +2,8 @@
 package com.quorix.support;
 
 import com.quorix.io.ByteBufferSeekableInputStream;
-import java.io.IOException;
-import java.io.UncheckedIOException;
-import java.util.ArrayList;
-import java.util.List;
+import java.io.*;
+import java.util.*;
 
 /** A stream over bytes that notes what it is asked for and misbehaves on demand. */
 public class ScriptedStream extends ByteBufferSeekableInputStream {

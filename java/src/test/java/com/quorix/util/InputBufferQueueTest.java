@@ -3,11 +3,9 @@ package com.quorix.util;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import java.io.IOException;
-import java.io.InterruptedIOException;
+import java.io.*;
 import java.util.concurrent.*;
-import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.*;
 
 @Timeout(60)
 class InputBufferQueueTest {

@@ -4,15 +4,12 @@ package com.quorix.util;
 import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.dicom.DICOMDataObject;
-import com.quorix.support.ChildJvm;
-import com.quorix.support.Places;
+import com.quorix.support.*;
 import java.io.IOException;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.nio.file.*;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.util.*;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.io.TempDir;
 
 class NativeLibraryTest {
