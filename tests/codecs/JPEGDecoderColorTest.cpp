@@ -33,7 +33,7 @@ const Samples kConverted = {221, 82, 53};
 /// What becomes of an image that is thePixel all over.
 Samples FirstPixel(JPEGDecoder& theDecoder, const JpegSpec& theSpec, const std::vector<int>& thePixel)
 {
-    const Samples aSamples = DecodeSamples(theDecoder, MakeJpeg(theSpec, MakeFlatSamples(theSpec, thePixel)));
+    const Samples aSamples = DecodeSamples(theDecoder, MakeFlatJpeg(theSpec, thePixel));
     return {aSamples.begin(), aSamples.begin() + 3};
 }
 
@@ -154,7 +154,7 @@ TEST(JPEGDecoderColor, OutputColorSpaceCanBeChosenBeforeDecoding)
 {
     JpegSpec aSpec{8, 8, 3};
     aSpec.itsJFIF = true;
-    const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200}));
+    const Bytes aJpeg = MakeFlatJpeg(aSpec, {120, 90, 200});
     // What is chosen, what is reported, the pixel, which is empty where it is refused.
     using Choice = std::tuple<Decoder::ColorModel, Decoder::ColorModel, Samples>;
     for (const auto& [aModel, aReported, aPixel] :

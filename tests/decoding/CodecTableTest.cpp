@@ -108,12 +108,7 @@ TEST(CodecTable, RowsAreWhole)
 
 TEST(CodecTable, ChoosesTheRowOfABareStream)
 {
-    constexpr struct
-    {
-        int itsType;
-        bool itsIsLossless;
-        const char* itsUID;
-    } kCases[] = {
+    constexpr std::tuple<int, bool, const char*> kCases[] = {
         {1, false, "1.2.840.10008.1.2.4.50"},
         {1, true, "1.2.840.10008.1.2.4.50"},
         {2, false, "1.2.840.10008.1.2.4.91"},
@@ -124,10 +119,10 @@ TEST(CodecTable, ChoosesTheRowOfABareStream)
         {0, false, nullptr},
         {-1, true, nullptr},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aType, isLossless, aUID] : kCases)
     {
-        const CodecRow* const aRow = CodecTable::FindBareStream(aCase.itsType, aCase.itsIsLossless);
-        EXPECT_STREQ(aRow != nullptr ? aRow->itsUID : nullptr, aCase.itsUID) << aCase.itsType;
+        const CodecRow* const aRow = CodecTable::FindBareStream(aType, isLossless);
+        EXPECT_STREQ(aRow != nullptr ? aRow->itsUID : nullptr, aUID) << aType;
     }
 }
 } // namespace

@@ -350,7 +350,7 @@ TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
 {
     JpegSpec aSpec;
     aSpec.itsComponents = 3;
-    const Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200}));
+    const Bytes aJpeg = MakeFlatJpeg(aSpec, {120, 90, 200});
     for (const char* const anInterpretation : {"RGB", "YBR_FULL_422", "YBR_FULL"})
     {
         Bench aBench(kUID50, 8, {});

@@ -98,6 +98,7 @@ std::vector<FramesCase> FramesCases()
     const Bytes aFirst = Frame(0);
     const Bytes aSecond = Frame(1);
     const Bytes anUnpadded(aFirst.begin(), std::find(aFirst.rbegin(), aFirst.rend(), 0xd9).base());
+    const Bytes anRle = RleFrame({Pixels(0)});
     const Bytes anOdd = anUnpadded.size() % 2 != 0 ? anUnpadded : anUnpadded + Bytes{0};
     return {
         {"several fragments a frame, empty Basic Offset Table", {Pieces()}, 2},
@@ -116,15 +117,12 @@ std::vector<FramesCase> FramesCases()
          {{aFirst, aSecond}, 0, {0, static_cast<std::uint32_t>(aFirst.size()) + 8}},
          1},
         {"RLE in two fragments",
-         {{Part(RleFrame({Pixels(0)}), 0, 70), Part(RleFrame({Pixels(0)}), 70, RleFrame({Pixels(0)}).size())},
-          1,
-          {},
-          true,
-          {},
-          kRle},
+         {.itsFragments = {Part(anRle, 0, 70), Part(anRle, 70, anRle.size())},
+          .itsFrames = 1,
+          .itsUID = kRle},
          1},
         {"bytes behind an RLE frame",
-         {{RleFrame({Pixels(0)}) + Bytes(10, 9), RleFrame({Pixels(1)}) + Bytes(2)}, 2, {}, true, {}, kRle},
+         {.itsFragments = {anRle + Bytes(10, 9), RleFrame({Pixels(1)}) + Bytes(2)}, .itsUID = kRle},
          2},
     };
 }
@@ -138,16 +136,19 @@ struct FaultCase
     std::string itsText = ""; ///< what its text begins with
 };
 
+FaultCase Refused(const char* theName, const Bytes& theFile, int theCode, const std::string& theText)
+{
+    return {theName, theFile, {}, theCode, theText};
+}
+
 std::vector<FaultCase> ColourCases()
 {
     const JpegSpec aJFIF{.itsComponents = 3, .itsJFIF = true};
     const JpegSpec anAdobeRGB{.itsComponents = 3, .itsAdobeTransform = 0};
     const JpegSpec anAdobeYBR{.itsComponents = 3, .itsAdobeTransform = 1};
     const JpegSpec aLettered{.itsComponents = 3, .itsComponentIds = {'R', 'G', 'B'}};
-    const auto aFile = [](const JpegSpec& theSpec, const char* theLabel)
-    {
-        return Encapsulated(kBaseline, theSpec, theLabel,
-                            {MakeJpeg(theSpec, MakeFlatSamples(theSpec, {200, 100, 160}))});
+    const auto aFile = [](const JpegSpec& theSpec, const char* theLabel) {
+        return Encapsulated(kBaseline, theSpec, theLabel, {MakeFlatJpeg(theSpec, {200, 100, 160})});
     };
     const Bytes aPlain = Flat({200, 100, 160}, 64);
     const Bytes aConverted = Flat({245, 187, 150}, 64); // as the JPEG library rounds
@@ -168,7 +169,7 @@ std::vector<FaultCase> ColourCases()
     const auto aDeepJpeg = [&](JpegSpec::Process theProcess)
     {
         aDeepSpec.itsProcess = theProcess;
-        return MakeJpeg(aDeepSpec, MakeFlatSamples(aDeepSpec, {0xc81, 0x643, 0xa05}));
+        return MakeFlatJpeg(aDeepSpec, {0xc81, 0x643, 0xa05});
     };
     return {
         {"JFIF marker, labelled RGB", aFile(aJFIF, "RGB"), aConverted},
@@ -261,25 +262,18 @@ std::vector<FaultCase> CodestreamCases()
     return {
         {"lossless differences that wrap", GreyFile(kLossless, kDeepSpec, aWrapped), aJumping},
         {"12 bits stored, 16 in the codestream", GreyFile(kLossless, kDeepSpec, aWrapped, 12), aJumping},
-        {"8 bits stored and allocated, 16 in the codestream",
-         GreyFile(kLossless, kDeepSpec, aWrapped, 8),
-         {},
-         62,
-         "CompressedStreamDecoder::Decode: output buffer size 64 < decoded image size 128"},
+        Refused("8 bits stored and allocated, 16 in the codestream",
+                GreyFile(kLossless, kDeepSpec, aWrapped, 8), 62,
+                "CompressedStreamDecoder::Decode: output buffer size 64 < decoded image size 128"),
         {"16 bits allocated, 8 stored, 16 in the codestream", WideFile(kLossless, aWrapped), aJumping},
         {"16 bits allocated, 8 stored, lossless JPEG", WideFile(kLossless, aGrey), Pixels(0)},
         {"16 bits allocated, 8 stored, RLE of one segment", WideFile(kRle, RleFrame({Pixels(0)})), Pixels(0)},
-        {"16 bits allocated, 8 stored, RLE of two segments",
-         WideFile(kRle, RleFrame({Bytes(64), Pixels(0)})),
-         {},
-         62,
-         "RLEDecoder::Decode: number of segments != bytes per pixel"},
-        {"missing EOI", GreyFile(kLossless, kGreySpec, anOpenFrame), {}, 38, kJpegError},
-        {"truncated JPEG",
-         GreyFile(kLossless, kGreySpec, Part(aGrey, 0, aGrey.size() / 2)),
-         {},
-         38,
-         kJpegError},
+        Refused("16 bits allocated, 8 stored, RLE of two segments",
+                WideFile(kRle, RleFrame({Bytes(64), Pixels(0)})), 62,
+                "RLEDecoder::Decode: number of segments != bytes per pixel"),
+        Refused("missing EOI", GreyFile(kLossless, kGreySpec, anOpenFrame), 38, kJpegError),
+        Refused("truncated JPEG", GreyFile(kLossless, kGreySpec, Part(aGrey, 0, aGrey.size() / 2)), 38,
+                kJpegError),
     };
 }
 
@@ -295,25 +289,19 @@ std::vector<FaultCase> WrongSyntaxCases()
         aScaled.push_back(aJump >> 4);
     }
     return {
-        {"baseline syntax, 12-bit codestream",
-         WideFile(kBaseline, MakeJpeg(aTwelve, MakeFlatSamples(aTwelve, {3000}))),
+        {"baseline syntax, 12-bit codestream", WideFile(kBaseline, MakeFlatJpeg(aTwelve, {3000})),
          Words(std::vector<int>(64, 3000))},
-        {"lossless syntax, baseline codestream",
-         GreyFile(kLossless, aLossy, MakeJpeg(aLossy, MakeFlatSamples(aLossy, {100}))), Bytes(64, 100)},
+        {"lossless syntax, baseline codestream", GreyFile(kLossless, aLossy, MakeFlatJpeg(aLossy, {100})),
+         Bytes(64, 100)},
         {"baseline syntax, lossless codestream", GreyFile(kBaseline, kGreySpec, aGrey), Pixels(0)},
         {"extended syntax, 16-bit lossless codestream: scaled down",
          GreyFile(kExtended, kDeepSpec, aDeep, 12), Words(aScaled)},
-        {"JPEG 2000 syntax, JPEG codestream",
-         GreyFile(kJpeg2000, kGreySpec, aGrey),
-         {},
-         38,
-         kLogicError + "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: "},
-        {"JPEG syntax, JPEG 2000 codestream",
-         GreyFile(kBaseline, kGreySpec, Jpeg2000Streams::Grey12()),
-         {},
-         38,
-         kJpegError},
-        {"RLE syntax, JPEG codestream", GreyFile(kRle, kGreySpec, aGrey), {}, 37, "RLEDecoder::SetSource: "},
+        Refused("JPEG 2000 syntax, JPEG codestream", GreyFile(kJpeg2000, kGreySpec, aGrey), 38,
+                kLogicError + "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: "),
+        Refused("JPEG syntax, JPEG 2000 codestream",
+                GreyFile(kBaseline, kGreySpec, Jpeg2000Streams::Grey12()), 38, kJpegError),
+        Refused("RLE syntax, JPEG codestream", GreyFile(kRle, kGreySpec, aGrey), 37,
+                "RLEDecoder::SetSource: "),
     };
 }
 
@@ -334,23 +322,15 @@ std::vector<FaultCase> NativeCases()
         {"deflated data set", aNative(Syntax::DEFLATED, "", 1, 16, aWords), aWords},
         {"implicit syntax, explicit elements",
          aNative(kLittle, DicomBuilder::UIDOf(Syntax::IMPLICIT_LITTLE), 1, 16, aWords), aWords},
-        {"native syntax, encapsulated pixels",
-         Encapsulated(DicomBuilder::UIDOf(kLittle), kGreySpec, "MONOCHROME2", {Frame(0)}),
-         {},
-         48,
-         "CompressedStreamDecoder::Decode: Unable to create Decoder for transfer syntax with UID = "},
-        {"compressed syntax, native pixels",
-         aNative(kLittle, kLossless, 1, 8, {7, 8}, "OB"),
-         {},
-         38,
-         "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(0) failed"},
+        Refused("native syntax, encapsulated pixels",
+                Encapsulated(DicomBuilder::UIDOf(kLittle), kGreySpec, "MONOCHROME2", {Frame(0)}), 48,
+                "CompressedStreamDecoder::Decode: Unable to create Decoder for transfer syntax with UID = "),
+        Refused("compressed syntax, native pixels", aNative(kLittle, kLossless, 1, 8, {7, 8}, "OB"), 38,
+                "DICOMPart10StreamDecompressor::Decode: anImageFrameInputStream->GetFrame(0) failed"),
         {"1-bit grey", aNative(kLittle, "", 1, 1, {2, 0}, "OB"), {2}},
         {"32-bit grey", aNative(kLittle, "", 1, 32, Counting(8)), Counting(8)},
-        {"32-bit colour",
-         aNative(kLittle, "", 3, 32, Counting(24)),
-         {},
-         12,
-         "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "},
+        Refused("32-bit colour", aNative(kLittle, "", 3, 32, Counting(24)), 12,
+                "DICOMPart10StreamDecompressor::Decode: unable to convert image to non-planar 8-bit RGB: "),
         {"odd length of native pixels", aNative(kLittle, "", 3, 8, Counting(7), "OB"), Counting(6)},
     };
 }

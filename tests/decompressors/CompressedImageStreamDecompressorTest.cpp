@@ -30,13 +30,7 @@ TEST(CompressedImageStreamDecompressor, ReportsEveryFailureAndKeepsNothing)
     const std::string kJPEGFailure =
         kFailure + "JPEGDecoderException: JPEGDecoderException: Error: JPEGDecoder: error (read ";
     const std::string kStreamFailure = kFailure + "StreamIOException: StreamIOException: ";
-    const struct
-    {
-        const char* itsName;
-        Bytes itsStream;
-        RWCString itsUID;
-        std::string itsText;
-    } kCases[] = {
+    const std::tuple<const char*, Bytes, RWCString, std::string> kCases[] = {
         {"no codec", GreyJpeg(), "1.2.3", " (no Renderable at end)"},
         {"nothing to read", {}, kJPEG, kJPEGFailure + "0 bytes so far): *"},
         {"no JPEG stream", Bytes(40, 7), kJPEG, kJPEGFailure + "40 bytes so far): *"},
@@ -45,10 +39,10 @@ TEST(CompressedImageStreamDecompressor, ReportsEveryFailureAndKeepsNothing)
          kJPEGFailure + "*"},
         {"RLE knows nothing without a data set", RleFrame({Bytes(8, 1)}), kRLE, kStreamFailure + "*"},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aName, aStream, aUID, aText] : kCases)
     {
-        SCOPED_TRACE(aCase.itsName);
-        ExpectFailure(RunBareImage(aCase.itsStream, aCase.itsUID, nullptr), 62, aCase.itsText);
+        SCOPED_TRACE(aName);
+        ExpectFailure(RunBareImage(aStream, aUID, nullptr), 62, aText);
     }
     DataSet aDataSet;
     aDataSet.SetText(DICOMTags::PhotometricInterpretation, "PALETTE COLOR");
@@ -129,7 +123,7 @@ TEST(CompressedImageStreamDecompressor, OnlyTheText00MeansNoLoss)
 TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
 {
     const JpegSpec aSpec{.itsWidth = 16, .itsComponents = 3};
-    const Bytes aStream = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200, 100, 160}));
+    const Bytes aStream = MakeFlatJpeg(aSpec, {200, 100, 160});
     DataSet aDataSet;
     aDataSet.SetText(DICOMTags::PhotometricInterpretation, "YBR_PARTIAL_422")
         .SetNumbers(DICOMTags::PixelRepresentation, {1});
@@ -145,67 +139,39 @@ TEST(CompressedImageStreamDecompressor, DeliversColourAsUnsignedRGB)
 TEST(CompressedImageStreamDecompressor, ByMeaningAJpegIsWhatItsFrameHeaderSays)
 {
     using Process = JpegSpec::Process;
-    const struct
+    const JpegSpec aDeep{.itsPrecision = 12, .itsProcess = Process::LOSSLESS};
+    const JpegSpec aDeeper{.itsPrecision = 14, .itsProcess = Process::LOSSLESS};
+    const JpegSpec aDct{.itsPrecision = 12, .itsProcess = Process::EXTENDED};
+    const JpegSpec aDeepColour{.itsComponents = 3, .itsPrecision = 12, .itsProcess = Process::LOSSLESS};
+    const JpegSpec aColour{.itsComponents = 3, .itsProcess = Process::LOSSLESS};
+    const std::string aGrey = "MONOCHROME2 8 x 8 x 1, ", aDark = "MONOCHROME1 8 x 8 x 1, ",
+                      anRGB = "RGB 8 x 8 x 3, ";
+    // Name, image and pixel; the label in the data set, null for no data set; what comes by contract and by
+    // meaning; the first bytes by meaning.
+    using Row =
+        std::tuple<const char*, JpegSpec, std::vector<int>, const char*, std::string, std::string, Bytes>;
+    const Row kCases[] = {
+        {"12 bits", aDeep, {0xabc}, nullptr, aGrey + "8/8/7,", aGrey + "16/12/11,", {0xbc, 0x0a}},
+        Row("14 bits, described", aDeeper, {0x3abc}, "MONOCHROME1", aDark + "8/16/7 signed,",
+            aDark + "16/14/13 signed,", {0xbc, 0x3a}),
+        {"DCT of 12 bits", aDct, {1000}, nullptr, "", aGrey + "16/12/11 lossy,", {0xe8, 0x03}},
+        Row("colour of 12 bits", aDeepColour, {0x123, 2, 3}, nullptr, anRGB + "8/8/7,", anRGB + "16/12/11,",
+            {0x23, 1, 2, 0, 3, 0}),
+        {"colour of 8 bits", aColour, {1, 2, 3}, nullptr, anRGB + "8/8/7,", anRGB + "8/8/7,", {1, 2, 3}}};
+    for (const auto& [aName, aSpec, aPixel, aLabel, aByContract, aByMeaning, aFirstBytes] : kCases)
     {
-        const char* itsName;
-        JpegSpec itsSpec;
-        std::vector<int> itsPixel;
-        const char* itsLabel; ///< in the data set; null for no data set
-        const char* itsByContract;
-        const char* itsByMeaning;
-        Bytes itsFirstBytes; ///< by meaning
-    } kCases[] = {
-        {"12 bits",
-         {.itsPrecision = 12, .itsProcess = Process::LOSSLESS},
-         {0xabc},
-         nullptr,
-         "MONOCHROME2 8 x 8 x 1, 8/8/7,",
-         "MONOCHROME2 8 x 8 x 1, 16/12/11,",
-         {0xbc, 0x0a}},
-        {"14 bits, described",
-         {.itsPrecision = 14, .itsProcess = Process::LOSSLESS},
-         {0x3abc},
-         "MONOCHROME1",
-         "MONOCHROME1 8 x 8 x 1, 8/16/7 signed,",
-         "MONOCHROME1 8 x 8 x 1, 16/14/13 signed,",
-         {0xbc, 0x3a}},
-        {"DCT of 12 bits",
-         {.itsPrecision = 12, .itsProcess = Process::EXTENDED},
-         {1000},
-         nullptr,
-         "",
-         "MONOCHROME2 8 x 8 x 1, 16/12/11 lossy,",
-         {0xe8, 0x03}},
-        {"colour of 12 bits",
-         {.itsComponents = 3, .itsPrecision = 12, .itsProcess = Process::LOSSLESS},
-         {0x123, 2, 3},
-         nullptr,
-         "RGB 8 x 8 x 3, 8/8/7,",
-         "RGB 8 x 8 x 3, 16/12/11,",
-         {0x23, 1, 2, 0, 3, 0}},
-        {"colour of 8 bits",
-         {.itsComponents = 3, .itsProcess = Process::LOSSLESS},
-         {1, 2, 3},
-         nullptr,
-         "RGB 8 x 8 x 3, 8/8/7,",
-         "RGB 8 x 8 x 3, 8/8/7,",
-         {1, 2, 3}},
-    };
-    for (const auto& aCase : kCases)
-    {
-        SCOPED_TRACE(aCase.itsName);
-        const Bytes aStream = MakeJpeg(aCase.itsSpec, MakeFlatSamples(aCase.itsSpec, aCase.itsPixel));
+        SCOPED_TRACE(aName);
+        const Bytes aStream = MakeFlatJpeg(aSpec, aPixel);
         for (const Reading aReading : {Reading::BY_CONTRACT, Reading::BY_MEANING})
         {
             DataSet aDataSet;
             aDataSet.SetGrey(1, 1, 16, 16).SetNumber(DICOMTags::PixelRepresentation, 1);
-            aDataSet.SetText(DICOMTags::PhotometricInterpretation, aCase.itsLabel ? aCase.itsLabel : "");
+            aDataSet.SetText(DICOMTags::PhotometricInterpretation, aLabel ? aLabel : "");
             Wish aWish;
             aWish.itsReading = aReading;
             const bool isByMeaning = aReading == Reading::BY_MEANING;
-            const std::string anExpected = isByMeaning ? aCase.itsByMeaning : aCase.itsByContract;
-            const Outcome anOutcome =
-                RunBareImage(aStream, kJPEG, aCase.itsLabel ? &aDataSet : nullptr, aWish);
+            const std::string anExpected = isByMeaning ? aByMeaning : aByContract;
+            const Outcome anOutcome = RunBareImage(aStream, kJPEG, aLabel ? &aDataSet : nullptr, aWish);
             EXPECT_EQ(anOutcome.Code(), anExpected.empty() ? 62 : 0) << anOutcome.Message();
             if (anOutcome.Image() == nullptr)
             {
@@ -213,11 +179,11 @@ TEST(CompressedImageStreamDecompressor, ByMeaningAJpegIsWhatItsFrameHeaderSays)
             }
             EXPECT_THAT(Describe(*anOutcome.Image()), testing::StartsWith(anExpected));
             Bytes aPixels = anOutcome.Pixels();
-            aPixels.resize(aCase.itsFirstBytes.size());
-            EXPECT_EQ(aPixels == aCase.itsFirstBytes, isByMeaning);
+            aPixels.resize(aFirstBytes.size());
+            EXPECT_EQ(aPixels == aFirstBytes, isByMeaning);
             std::int32_t aHighBit = 0;
             aDataSet.GetInteger(DICOMTags::HighBit, aHighBit);
-            EXPECT_EQ(aHighBit, isByMeaning && aCase.itsLabel != nullptr ? 13 : 15);
+            EXPECT_EQ(aHighBit, isByMeaning && aLabel != nullptr ? 13 : 15);
         }
     }
     // Bytes that begin as no JPEG, or have no frame header, end as they do by contract.

@@ -100,24 +100,20 @@ TEST(DICOMPart10StreamDecompressor, ReportsEveryFailureAndKeepsNothingButTheData
 TEST(DICOMPart10StreamDecompressor, PassesOnWhatTheStreamReports)
 {
     const Bytes aFile = Grey8();
-    const struct
-    {
-        std::size_t itsFailAt;
-        int itsCode;
-        const char* itsText;
-    } kCases[] = {{40, 38, "Error reading Part10Header, possible corruption: no more paper"},
-                  {aFile.size() - 30, 67, "no more paper"}, // in the data set
-                  {aFile.size() - 2, 67, "no more paper"}}; // in the pixels
-    for (const auto& aCase : kCases)
+    const std::tuple<std::size_t, int, const char*> kCases[] = {
+        {40, 38, "Error reading Part10Header, possible corruption: no more paper"},
+        {aFile.size() - 30, 67, "no more paper"}, // in the data set
+        {aFile.size() - 2, 67, "no more paper"}}; // in the pixels
+    for (const auto& [aPlace, aCode, aText] : kCases)
     {
         RecordingInputStream::Record aRecord;
-        RecordingInputStream aStream(Bytes(&aFile[0], &aFile[aCase.itsFailAt]),
+        RecordingInputStream aStream(Bytes(&aFile[0], &aFile[aPlace]),
                                      {.itsCanSeek = false, .itsKnowsLength = false, .itsFailsAtItsEnd = true},
                                      aRecord);
         const Outcome anOutcome = RunStream(aStream);
-        EXPECT_EQ(anOutcome.Code(), aCase.itsCode);
+        EXPECT_EQ(anOutcome.Code(), aCode);
         EXPECT_EQ(anOutcome.itsResult.getSystemErrorCode(), 42);
-        EXPECT_EQ(anOutcome.Message(), aCase.itsText);
+        EXPECT_EQ(anOutcome.Message(), aText);
     }
 }
 
@@ -173,30 +169,26 @@ TEST(DICOMPart10StreamDecompressor, DescribesANativeImage)
 
 TEST(DICOMPart10StreamDecompressor, ComputesTheRatioOnlyForImagesNotMarked)
 {
-    const struct
-    {
-        const char* itsLossy;
-        int itsForcedLossless; ///< -1: there is no data set
-        int itsScaleFactor;
-        int itsRatio;
-    } kCases[] = {{"00", 0, 1, 1},  {"00", 0, 3, 16}, {"00", -1, 0, 1}, {"01", 0, 1, 9},
-                  {"01", -1, 1, 0}, {"00", 1, 1, 9},  {"00", 2, 1, 1}};
-    for (const auto& aCase : kCases)
+    // Lossy Image Compression; our mark in the data set, or -1 without one; scale factor and ratio.
+    const std::tuple<const char*, int, int, int> kCases[] = {
+        {"00", 0, 1, 1},  {"00", 0, 3, 16}, {"00", -1, 0, 1}, {"01", 0, 1, 9},
+        {"01", -1, 1, 0}, {"00", 1, 1, 9},  {"00", 2, 1, 1}};
+    for (const auto& [aLossy, aForcedLossless, aScaleFactor, aRatio] : kCases)
     {
         DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE);
         aBuilder.AddImageAttributes(1, "MONOCHROME2", 2, 3, 8, 8);
-        aBuilder.AddString(DICOMTags::LossyImageCompression, "CS", aCase.itsLossy);
+        aBuilder.AddString(DICOMTags::LossyImageCompression, "CS", aLossy);
         aBuilder.AddString(DICOMTags::LossyImageCompressionRatio, "DS", "9");
         aBuilder.AddNativePixelData(Counting(6), "OB");
         DataSet aDataSet;
-        aDataSet.SetPrivate("LosslessCmpFlag", static_cast<std::uint16_t>(aCase.itsForcedLossless));
-        const Outcome anOutcome = RunPart10(
-            aBuilder.Build(), aCase.itsForcedLossless < 0 ? nullptr : &aDataSet, {0, aCase.itsScaleFactor});
+        aDataSet.SetPrivate("LosslessCmpFlag", static_cast<std::uint16_t>(aForcedLossless));
+        const Outcome anOutcome =
+            RunPart10(aBuilder.Build(), aForcedLossless < 0 ? nullptr : &aDataSet, {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr);
         EXPECT_EQ(Describe(*anOutcome.Image()), std::string("MONOCHROME2 2 x 3 x 1, 8/8/7") +
-                                                    (aCase.itsLossy[1] == '1' ? " lossy" : "") + ", scale " +
-                                                    std::to_string(std::max(aCase.itsScaleFactor, 1)) +
-                                                    ", ratio " + std::to_string(aCase.itsRatio));
+                                                    (aLossy[1] == '1' ? " lossy" : "") + ", scale " +
+                                                    std::to_string(std::max(aScaleFactor, 1)) + ", ratio " +
+                                                    std::to_string(aRatio));
     }
 }
 
@@ -204,22 +196,18 @@ TEST(DICOMPart10StreamDecompressor, BringsBigEndianWordsIntoNativeOrder)
 {
     const Bytes aPixels{0x12, 0x34, 0x56, 0x78};
     const Bytes aSwapped{0x34, 0x12, 0x78, 0x56};
-    const struct
-    {
-        Bytes itsFile;
-        Bytes itsExpected;
-        bool itsLittleEndian; ///< or the fix-up would exchange the bytes once more
-    } kCases[] = {
+    // isLittleEndian: or the fix-up would exchange the bytes once more.
+    const std::tuple<Bytes, Bytes, bool> kCases[] = {
         {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 0, aPixels, "OW"), aSwapped, true},
         {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 0, aPixels, "OB"), aPixels, false},
         // The exchange counts pixels but ends with the buffer: one byte a pixel makes half as many words.
         {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 2, 2, 8, 0, aPixels, "OW"), aSwapped, true}};
-    for (const auto& aCase : kCases)
+    for (const auto& [aFile, anExpected, isLittleEndian] : kCases)
     {
         DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(aCase.itsFile, &aDataSet);
-        EXPECT_EQ(anOutcome.Pixels(), aCase.itsExpected);
-        EXPECT_EQ(anOutcome.Image()->isPixelDataLittleEndian(), aCase.itsLittleEndian);
+        const Outcome anOutcome = RunPart10(aFile, &aDataSet);
+        EXPECT_EQ(anOutcome.Pixels(), anExpected);
+        EXPECT_EQ(anOutcome.Image()->isPixelDataLittleEndian(), isLittleEndian);
     }
 }
 
@@ -228,33 +216,27 @@ TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
     const JpegSpec aDeep{.itsWidth = 16, .itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS};
     const auto aNative = [](Syntax theSyntax, int theBits, const Bytes& thePixels, const char* theVR)
     { return Native(theSyntax, 1, "MONOCHROME2", 1, 32 / theBits, theBits, 1, thePixels, theVR); };
-    const struct
-    {
-        const char* itsName;
-        Bytes itsFile;
-        Bytes itsExpected;
-    } kCases[] = {
+    const std::tuple<const char*, Bytes, Bytes> kCases[] = {
         {"8 bits", aNative(Syntax::EXPLICIT_LITTLE, 8, {0x80, 0xff, 0, 0x7f}, "OB"), {0, 0x7f, 0x80, 0xff}},
         {"16 bits", aNative(Syntax::EXPLICIT_LITTLE, 16, {1, 0x80, 2, 0x7f}, "OW"), {1, 0, 2, 0xff}},
         {"big-endian words", aNative(Syntax::EXPLICIT_BIG, 16, {0x80, 1, 0x7f, 2}, "OW"), {1, 0, 2, 0xff}},
         {"big-endian still", aNative(Syntax::EXPLICIT_BIG, 16, {0x80, 1, 0x7f, 2}, "OB"), {0, 1, 0xff, 2}},
         {"lossless JPEG",
-         Encapsulated(kLossless, aDeep, "MONOCHROME2", {MakeJpeg(aDeep, MakeFlatSamples(aDeep, {0x7ffe}))},
-                      16, 1),
+         Encapsulated(kLossless, aDeep, "MONOCHROME2", {MakeFlatJpeg(aDeep, {0x7ffe})}, 16, 1),
          Words(std::vector<int>(128, 0xfffe))},
         {"RLE", Encapsulated(kRle, kSpec, "MONOCHROME2", {RleFrame({Bytes(128, 0x81)})}, 8, 1),
          Bytes(128, 1)}};
-    for (const auto& aCase : kCases)
+    for (const auto& [aName, aFile, anExpected] : kCases)
     {
-        SCOPED_TRACE(aCase.itsName);
+        SCOPED_TRACE(aName);
         DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(aCase.itsFile, &aDataSet, {0, 1, true});
-        EXPECT_EQ(anOutcome.Pixels(), aCase.itsExpected) << anOutcome.Message();
+        const Outcome anOutcome = RunPart10(aFile, &aDataSet, {0, 1, true});
+        EXPECT_EQ(anOutcome.Pixels(), anExpected) << anOutcome.Message();
         EXPECT_FALSE(anOutcome.Image()->isSigned());
         DICOMDataObject anotherDataSet;
-        const Outcome aPlain = RunPart10(aCase.itsFile, &anotherDataSet);
+        const Outcome aPlain = RunPart10(aFile, &anotherDataSet);
         EXPECT_TRUE(aPlain.Image()->isSigned());
-        EXPECT_NE(aPlain.Pixels(), aCase.itsExpected);
+        EXPECT_NE(aPlain.Pixels(), anExpected);
     }
 }
 
@@ -341,14 +323,9 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
     const Bytes aColours{10, 20, 30, 13, 23, 33, 11, 21, 31, 13, 23, 33};
     const JpegSpec anIndexed{.itsWidth = 4, .itsHeight = 1, .itsProcess = JpegSpec::Process::LOSSLESS};
     const JpegSpec aColour{.itsWidth = 2, .itsHeight = 1, .itsComponents = 3};
-    const Bytes aJpeg = MakeJpeg(aColour, MakeFlatSamples(aColour, {200, 100, 160}));
+    const Bytes aJpeg = MakeFlatJpeg(aColour, {200, 100, 160});
     const Bytes anRle = RleFrame({{200, 200}, {100, 100}, {160, 160}});
-    const struct
-    {
-        const char* itsName;
-        Bytes itsFile;
-        Bytes itsExpected;
-    } kCases[] = {
+    const std::tuple<const char*, Bytes, Bytes> kCases[] = {
         {"palette", PaletteFile("", anIndices), aColours},
         {"palette, JPEG", PaletteFile(kLossless, MakeJpeg(anIndexed, {0, 3, 1, 9})), aColours},
         {"palette, RLE", PaletteFile(kRle, RleFrame({anIndices})), aColours},
@@ -371,15 +348,15 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
         {"big-endian words",
          Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 1, {1, 2, 3, 4}, "OW"),
          {2, 1, 4, 3}}};
-    for (const auto& aCase : kCases)
+    for (const auto& [aName, aFile, anExpected] : kCases)
     {
         DataSet aDataSet;
         for (const char* const aRound : {"first", "second"})
         {
-            SCOPED_TRACE(testing::Message() << aCase.itsName << ", " << aRound);
-            const Outcome anOutcome = RunPart10(aCase.itsFile, &aDataSet);
+            SCOPED_TRACE(testing::Message() << aName << ", " << aRound);
+            const Outcome anOutcome = RunPart10(aFile, &aDataSet);
             ASSERT_EQ(anOutcome.Code(), 0) << anOutcome.Message();
-            EXPECT_EQ(anOutcome.Pixels(), aCase.itsExpected);
+            EXPECT_EQ(anOutcome.Pixels(), anExpected);
             EXPECT_FALSE(anOutcome.Image()->isPlanarConfiguration());
             const bool isGrey = anOutcome.Image()->getPhotometricInterpretation() == Renderable::MONOCHROME2;
             EXPECT_TRUE(isGrey || anOutcome.Image()->getPhotometricInterpretation() == Renderable::RGB);

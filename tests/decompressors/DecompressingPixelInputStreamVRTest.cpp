@@ -223,8 +223,7 @@ TEST(DecompressingPixelInputStreamVR, DoesNotShowAnEarlierFrameThroughAShortOne)
     aJpeg.itsUID = TransferSyntaxType::TSJPEG50UID;
     const JpegSpec aSpec;
     const JpegSpec aShort{.itsHeight = 3};
-    aJpeg.itsFrames = {MakeJpeg(aSpec, MakeFlatSamples(aSpec, {200})),
-                       MakeJpeg(aShort, MakeFlatSamples(aShort, {100}))};
+    aJpeg.itsFrames = {MakeFlatJpeg(aSpec, {200}), MakeFlatJpeg(aShort, {100})};
     EXPECT_EQ(ReadAll(*aJpeg.Make(), 100), Bytes(64, 200) + Bytes(24, 100) + Bytes(40, 0));
 }
 

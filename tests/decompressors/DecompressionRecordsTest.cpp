@@ -66,13 +66,7 @@ TEST(DecompressionResult, FreesTheImageWithTheLastCopyUnlessItWasTakenOver)
 
 TEST(CompressionRatio, ScalesBackRoundsAndStaysInRange)
 {
-    const struct
-    {
-        std::uint64_t itsDecoded;
-        int itsScaleFactor;
-        std::uint64_t itsCompressed;
-        std::int32_t itsRatio;
-    } kCases[] = {
+    const std::tuple<std::uint64_t, int, std::uint64_t, std::int32_t> kCases[] = {
         {1000, 1, 100, 10},
         {1049, 1, 100, 10},
         {1050, 1, 100, 11},
@@ -84,10 +78,9 @@ TEST(CompressionRatio, ScalesBackRoundsAndStaysInRange)
         {~std::uint64_t{0}, 1, 1, 2147483647},
         {1000, 2147483647, 100, 2147483647},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aDecoded, aScaleFactor, aCompressed, aRatio] : kCases)
     {
-        EXPECT_EQ(CompressionRatio::Calculate(aCase.itsDecoded, aCase.itsScaleFactor, aCase.itsCompressed),
-                  aCase.itsRatio)
-            << aCase.itsDecoded << " at scale " << aCase.itsScaleFactor << " from " << aCase.itsCompressed;
+        EXPECT_EQ(CompressionRatio::Calculate(aDecoded, aScaleFactor, aCompressed), aRatio)
+            << aDecoded << " at scale " << aScaleFactor << " from " << aCompressed;
     }
 }

@@ -38,7 +38,7 @@ int Decode(const RWCString& theName, int theImageType, DecompressionResult& theR
 Bytes GreyJpeg()
 {
     const JpegSpec aSpec;
-    return MakeJpeg(aSpec, MakeFlatSamples(aSpec, {77}));
+    return MakeFlatJpeg(aSpec, {77});
 }
 } // namespace
 
@@ -49,36 +49,28 @@ TEST(FileToRenderableDecompressor, DecodesByImageType)
     aBuilder.AddImageAttributes(1, "MONOCHROME1", 8, 8, 8, 8);
     const TemporaryFile aDemo(aBuilder.Build());
     const auto aFirst = static_cast<std::uint8_t>(GreyValue(0, 0));
-    const struct
-    {
-        Bytes itsContent;
-        int itsImageType;
-        int itsFrame;
-        std::uint8_t itsFirstByte;
-        int itsScaleFactor; ///< of the image, with 3 asked for
-        Renderable::PhotometricInterpretation itsInterpretation;
-    } kCases[] = {{Grey8(3), IMAGE_TYPE_DICOM_PART10, 2, 12, 3, Renderable::MONOCHROME2},
-                  {GreyJpeg(), IMAGE_TYPE_JPEG, 0, 77, 1, Renderable::MONOCHROME1},
-                  {Grey12(), IMAGE_TYPE_JPEG2000, 0, aFirst, 3, Renderable::MONOCHROME1},
-                  {MakeJp2(Grey12()), IMAGE_TYPE_JPEG2000, 0, aFirst, 3, Renderable::MONOCHROME1}};
-    for (const auto& aCase : kCases)
+    // The scale factor is that of the image, with 3 asked for.
+    const std::tuple<Bytes, int, int, std::uint8_t, int, Renderable::PhotometricInterpretation> kCases[] = {
+        {Grey8(3), IMAGE_TYPE_DICOM_PART10, 2, 12, 3, Renderable::MONOCHROME2},
+        {GreyJpeg(), IMAGE_TYPE_JPEG, 0, 77, 1, Renderable::MONOCHROME1},
+        {Grey12(), IMAGE_TYPE_JPEG2000, 0, aFirst, 3, Renderable::MONOCHROME1},
+        {MakeJp2(Grey12()), IMAGE_TYPE_JPEG2000, 0, aFirst, 3, Renderable::MONOCHROME1}};
+    for (const auto& [aContent, anImageType, aFrame, aFirstByte, aScaleFactor, anInterpretation] : kCases)
     {
         for (const int aLossless : {0, 1})
         {
-            const TemporaryFile aFile(aCase.itsContent);
+            const TemporaryFile aFile(aContent);
             DecompressionResult aResult;
-            ASSERT_EQ(Decode(aFile.GetName(), aCase.itsImageType, aResult, aCase.itsFrame, aDemo.GetName(), 3,
-                             aLossless),
-                      1)
+            ASSERT_EQ(Decode(aFile.GetName(), anImageType, aResult, aFrame, aDemo.GetName(), 3, aLossless), 1)
                 << aResult.getMessage();
             EXPECT_EQ(aResult.getDCMLibResultCode(), 0);
             EXPECT_EQ(aResult.getSystemErrorCode(), 0);
             const Renderable& anImage = *aResult.getRenderable();
-            EXPECT_EQ(anImage.getScaleFactor(), aCase.itsScaleFactor);
-            EXPECT_EQ(anImage.getPhotometricInterpretation(), aCase.itsInterpretation);
+            EXPECT_EQ(anImage.getScaleFactor(), aScaleFactor);
+            EXPECT_EQ(anImage.getPhotometricInterpretation(), anInterpretation);
             DecompressionResult aFullSize;
-            ASSERT_EQ(Decode(aFile.GetName(), aCase.itsImageType, aFullSize, aCase.itsFrame), 1);
-            EXPECT_EQ(GetPixels(*aFullSize.getRenderable()).front(), aCase.itsFirstByte);
+            ASSERT_EQ(Decode(aFile.GetName(), anImageType, aFullSize, aFrame), 1);
+            EXPECT_EQ(GetPixels(*aFullSize.getRenderable()).front(), aFirstByte);
         }
     }
 }
@@ -112,15 +104,7 @@ TEST(FileToRenderableDecompressor, ReportsEveryFailure)
     const std::string kNoImage = kPrefix + "Decompressor produced a NULL Renderable";
     const std::string kBadType = kPrefix + "Invalid compressed image type";
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
-    const struct
-    {
-        const char* itsName;
-        Bytes itsContent;
-        int itsImageType;
-        int itsFrame;
-        int itsCode;
-        std::string itsText;
-    } kCases[] = {
+    const std::tuple<const char*, Bytes, int, int, int, std::string> kCases[] = {
         {"type 0", Grey8(), 0, 0, 48, kBadType},
         {"type 7 is for other callers", GreyJpeg(), 7, 0, 48, kBadType},
         {"type -1", Grey8(), -1, 0, 48, kBadType},
@@ -128,15 +112,15 @@ TEST(FileToRenderableDecompressor, ReportsEveryFailure)
         {"no JPEG stream", Grey8(), 1, 0, 62, kNoImage},
         {"empty", {}, 3, 0, 62, kNoImage},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aName, aContent, anImageType, aFrame, aCode, aText] : kCases)
     {
-        SCOPED_TRACE(aCase.itsName);
-        const TemporaryFile aFile(aCase.itsContent);
+        SCOPED_TRACE(aName);
+        const TemporaryFile aFile(aContent);
         DecompressionResult aResult;
-        EXPECT_EQ(Decode(aFile.GetName(), aCase.itsImageType, aResult, aCase.itsFrame), 0);
+        EXPECT_EQ(Decode(aFile.GetName(), anImageType, aResult, aFrame), 0);
         EXPECT_EQ(aResult.getSystemErrorCode(), 0);
-        EXPECT_EQ(aResult.getDCMLibResultCode(), aCase.itsCode);
-        EXPECT_EQ(aResult.getMessage(), aCase.itsText);
+        EXPECT_EQ(aResult.getDCMLibResultCode(), aCode);
+        EXPECT_EQ(aResult.getMessage(), aText);
         EXPECT_EQ(aResult.getRenderable(), nullptr);
     }
     EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);

@@ -31,23 +31,19 @@ Bytes GreyFile(const Bytes& theFrame, int theBitsStored = 12, int theIsSigned = 
 
 TEST(JPEG2000Requests, TheCodestreamTellsTheSignAndTheDataSetTheBits)
 {
-    const struct
-    {
-        int itsBitsStored;
-        int itsIsSigned;
-        int itsMask; ///< what is left of two's complement
-    } kCases[] = {{12, 1, 0xfff}, {12, 0, 0xfff}, {16, 1, 0xffff}, {14, 0, 0x3fff}, {10, 1, 0xfff}};
-    for (const auto& aCase : kCases)
+    // Bits stored and sign in the data set; what is left of two's complement.
+    const std::tuple<int, int, int> kCases[] = {
+        {12, 1, 0xfff}, {12, 0, 0xfff}, {16, 1, 0xffff}, {14, 0, 0x3fff}, {10, 1, 0xfff}};
+    for (const auto& [aBitsStored, aSign, aMask] : kCases)
     {
         for (const Bytes& aFrame : {Grey12(), MakeJp2(Grey12())})
         {
             DataSet aDataSet;
-            const Outcome anOutcome =
-                RunPart10(GreyFile(aFrame, aCase.itsBitsStored, aCase.itsIsSigned), &aDataSet);
-            EXPECT_EQ(anOutcome.Pixels(), GreyWords([&](int theValue) { return theValue & aCase.itsMask; }));
-            EXPECT_THAT(Describe(*anOutcome.Image()),
-                        testing::StartsWith("MONOCHROME2 11 x 13 x 1, 16/" +
-                                            std::to_string(aCase.itsBitsStored) + "/"));
+            const Outcome anOutcome = RunPart10(GreyFile(aFrame, aBitsStored, aSign), &aDataSet);
+            EXPECT_EQ(anOutcome.Pixels(),
+                      GreyWords([aBits = aMask](int theValue) { return theValue & aBits; }));
+            EXPECT_THAT(Describe(*anOutcome.Image()), testing::StartsWith("MONOCHROME2 11 x 13 x 1, 16/" +
+                                                                          std::to_string(aBitsStored) + "/"));
             EXPECT_TRUE(anOutcome.Image()->isSigned());
             EXPECT_EQ(aDataSet.Number(DICOMTags::PixelRepresentation), 1);
         }
@@ -70,30 +66,25 @@ TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
 {
     ASSERT_EQ(Grey12().size(), 413u);
     constexpr int kMost = std::numeric_limits<int>::max();
-    const struct
-    {
-        int itsRequested;
-        int itsColumns;
-        int itsRows;
-        const char* itsDescription; ///< the ratio is that of the full size, which the codestream covers
-    } kCases[] = {{2, 6, 5, "MONOCHROME2 5 x 6 x 1, 16/12/11 signed, scale 2, ratio 1"},
-                  {3, 3, 2, "MONOCHROME2 2 x 3 x 1, 16/12/11 signed, scale 3, ratio 0"},
-                  {9, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"},
-                  {kMost, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"}};
-    for (const auto& aCase : kCases)
+    // What is requested; columns, rows and description, whose ratio is that of the full size.
+    const std::tuple<int, int, int, const char*> kCases[] = {
+        {2, 6, 5, "MONOCHROME2 5 x 6 x 1, 16/12/11 signed, scale 2, ratio 1"},
+        {3, 3, 2, "MONOCHROME2 2 x 3 x 1, 16/12/11 signed, scale 3, ratio 0"},
+        {9, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"},
+        {kMost, 1, 1, "MONOCHROME2 1 x 1 x 1, 16/12/11 signed, scale 4, ratio 0"}};
+    for (const auto& [aRequested, aColumns, aRows, aDescription] : kCases)
     {
         DataSet aDataSet;
-        const Outcome aPart10 = RunPart10(GreyFile(Grey12()), &aDataSet, {0, aCase.itsRequested});
-        const Outcome aBare = RunBareImage(Grey12(), kLossless, nullptr, {0, aCase.itsRequested});
+        const Outcome aPart10 = RunPart10(GreyFile(Grey12()), &aDataSet, {0, aRequested});
+        const Outcome aBare = RunBareImage(Grey12(), kLossless, nullptr, {0, aRequested});
         for (const Outcome* const anOutcome : {&aPart10, &aBare})
         {
             ASSERT_EQ(anOutcome->Code(), 0) << anOutcome->Message();
-            EXPECT_EQ(Describe(*anOutcome->Image()), aCase.itsDescription);
-            EXPECT_EQ(anOutcome->Pixels().size(),
-                      2u * static_cast<unsigned>(aCase.itsColumns * aCase.itsRows));
+            EXPECT_EQ(Describe(*anOutcome->Image()), aDescription);
+            EXPECT_EQ(anOutcome->Pixels().size(), 2u * static_cast<unsigned>(aColumns * aRows));
         }
-        EXPECT_EQ(aDataSet.Number(DICOMTags::Columns), aCase.itsColumns);
-        EXPECT_EQ(aDataSet.Number(DICOMTags::Rows), aCase.itsRows);
+        EXPECT_EQ(aDataSet.Number(DICOMTags::Columns), aColumns);
+        EXPECT_EQ(aDataSet.Number(DICOMTags::Rows), aRows);
     }
 }
 
@@ -103,13 +94,7 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
     // 66000 wide and 15 high, image and tile; 1000 × 1000 pixels have bytes enough for that.
     const Bytes aWide =
         Patch(Patch(Lossy(), 8, {0, 1, 1, 0xd0, 0, 0, 0, 15}), 24, {0, 1, 1, 0xd0, 0, 0, 0, 15});
-    const struct
-    {
-        Bytes itsFile;
-        int itsScaleFactor;
-        int itsCode;
-        std::string itsText;
-    } kCases[] = {
+    const std::tuple<Bytes, int, int, std::string> kCases[] = {
         {GreyFile(Grey12(), 8), 1, 62, "JPEG2000Decoder::Decode Output buffer too small*"},
         {GreyFile(Grey12()), 0, 37, kHeader + "Invalid output scale request*"},
         {GreyFile(Pair()), 1, 37, kHeader + "Image component count not in (1, 3) as required by DICOM"},
@@ -120,12 +105,11 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
          1, 6,
          "Decoder::UpdateDICOMHeader(): SamplesPerPixel value exists in DICOM header is lesser than JP2 "
          "header for the SOP:*"}};
-    for (const auto& aCase : kCases)
+    for (const auto& [aFile, aScaleFactor, aCode, aText] : kCases)
     {
-        SCOPED_TRACE(aCase.itsText);
+        SCOPED_TRACE(aText);
         DICOMDataObject aDataSet;
-        ExpectFailure(RunPart10(aCase.itsFile, &aDataSet, {0, aCase.itsScaleFactor}), aCase.itsCode,
-                      aCase.itsText);
+        ExpectFailure(RunPart10(aFile, &aDataSet, {0, aScaleFactor}), aCode, aText);
     }
     DataSet aDescribed; // stays as it is
     aDescribed.SetNumbers(DICOMTags::Columns, {1000});

@@ -64,14 +64,8 @@ Bytes Fragments(std::size_t theCount)
 TEST(Limits, AreCrossedByOneMoreThanAllowed)
 {
     const std::string kParseError = "Parse error, possible corruption: DataSetReader::Next: ";
-    const struct
-    {
-        std::uint64_t Limits::*itsLimit;
-        std::uint64_t itsEnough; ///< one less refuses the file
-        Bytes itsFile;
-        int itsCode;
-        std::string itsText;
-    } kCases[] = {
+    // The limit; how much is enough, of which one less refuses the file; code and text of the refusal.
+    const std::tuple<std::uint64_t Limits::*, std::uint64_t, Bytes, int, std::string> kCases[] = {
         {&Limits::itsPixelsPerFrame, 6, Part10Files::Grey8(), 11,
          "The image is too large: 2 rows of 3 pixels, more than the limit of 5 in all"},
         {&Limits::itsBytesPerFrame, 6, Part10Files::Grey8(), 11,
@@ -90,18 +84,18 @@ TEST(Limits, AreCrossedByOneMoreThanAllowed)
         {&Limits::itsFragments, 4, Fragments(4), 38,
          "ImageFrameInputStream: the pixel data is too large: 4 fragments, more than the limit of 3"},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aLimit, aNeed, aFile, aCode, aText] : kCases)
     {
-        SCOPED_TRACE(aCase.itsText);
+        SCOPED_TRACE(aText);
         Limits aLimits;
-        aLimits.*aCase.itsLimit = aCase.itsEnough;
+        aLimits.*aLimit = aNeed;
         {
             const TemporaryLimits aScope(aLimits);
-            EXPECT_EQ(RunPart10(aCase.itsFile, nullptr).Code(), 0);
+            EXPECT_EQ(RunPart10(aFile, nullptr).Code(), 0);
         }
-        aLimits.*aCase.itsLimit = aCase.itsEnough - 1;
+        aLimits.*aLimit = aNeed - 1;
         const TemporaryLimits aScope(aLimits);
-        ExpectFailure(RunPart10(aCase.itsFile, nullptr), aCase.itsCode, aCase.itsText);
+        ExpectFailure(RunPart10(aFile, nullptr), aCode, aText);
     }
 }
 
@@ -213,7 +207,7 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
     {
         const std::vector<int> aPixel(static_cast<std::size_t>(aSpec.itsComponents),
                                       1 << (aSpec.itsPrecision - 1));
-        const Bytes aStream = MakeJpeg(aSpec, MakeFlatSamples(aSpec, aPixel));
+        const Bytes aStream = MakeFlatJpeg(aSpec, aPixel);
         const Outcome anOutcome =
             RunPart10(Part10Files::Encapsulated(
                           aSpec.itsPrecision == 16   ? TransferSyntaxType::TSJPEG70UID

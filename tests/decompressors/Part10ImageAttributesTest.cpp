@@ -75,20 +75,14 @@ TEST(Part10ImageAttributes, OnlyTheText00MeansNoLoss)
 
 TEST(Part10ImageAttributes, TheScratchPadKnowsTheOriginals)
 {
-    const struct
-    {
-        std::uint16_t itsSamples;
-        const char* itsOriginal;
-        bool itsPlanar;
-    } kCases[] = {{3, "1", true}, {3, "0", false}, {3, "2", false},
-                  {3, "", false}, {1, "1", false}, {4, "1", false}};
+    const std::tuple<std::uint16_t, const char*, bool> kCases[] = {
+        {3, "1", true}, {3, "0", false}, {3, "2", false}, {3, "", false}, {1, "1", false}, {4, "1", false}};
     EXPECT_TRUE(Described(3).Read().itsPlanar);
-    for (const auto& aCase : kCases)
+    for (const auto& [aSamples, anOriginal, isPlanar] : kCases)
     {
-        Described aDataSet(aCase.itsSamples);
-        aDataSet.SetScratchpadValue("DecompOrigPlanarConfig", aCase.itsOriginal);
-        EXPECT_EQ(aDataSet.Read().itsPlanar, aCase.itsPlanar)
-            << aCase.itsSamples << " samples, " << aCase.itsOriginal;
+        Described aDataSet(aSamples);
+        aDataSet.SetScratchpadValue("DecompOrigPlanarConfig", anOriginal);
+        EXPECT_EQ(aDataSet.Read().itsPlanar, isPlanar) << aSamples << " samples, " << anOriginal;
     }
     Described aDataSet(3);
     aDataSet.SetScratchpadValue("DecompOrigSamplesPerPixel", "1");

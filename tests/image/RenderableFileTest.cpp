@@ -159,29 +159,24 @@ TEST(RenderableFile, BuffersThatDoNotFitTheGeometryAreRefused)
 
 TEST(RenderableFile, ScaleFactorsAccepted)
 {
-    constexpr struct
-    {
-        short itsWanted;
-        short itsInFile;
-        bool itsAccepted;
-    } kCases[] = {
+    constexpr std::tuple<short, short, bool> kCases[] = {
         {2, 1, true},   {2, 2, true},  {2, 3, false},  {1, 2, false},           {3, -4, true},
         {-2, 1, false}, {-2, 2, true}, {-2, 3, false}, {-2, -2, false},         {0, 1, true},
         {0, 3, true},   {0, -1, true}, {0, 0, true},   {-32768, -32768, false}, {32767, 32767, true},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aWanted, anInFile, isAccepted] : kCases)
     {
-        SCOPED_TRACE(testing::Message() << aCase.itsWanted << " wanted, " << aCase.itsInFile << " there");
-        const TemporaryFile aFile(WithField(SampleFile(), 1, Words({aCase.itsInFile})));
+        SCOPED_TRACE(testing::Message() << aWanted << " wanted, " << anInFile << " there");
+        const TemporaryFile aFile(WithField(SampleFile(), 1, Words({anInFile})));
         for (const bool isLocked : {false, true})
         {
             Renderable anImage;
             anImage.setScaleFactor(77);
             anImage.setRows(88);
-            EXPECT_EQ(anImage.loadFromFile(aFile.GetName(), aCase.itsWanted, isLocked), aCase.itsAccepted);
-            EXPECT_EQ(anImage.getScaleFactor(), aCase.itsAccepted ? aCase.itsInFile : 77);
-            EXPECT_EQ(anImage.getRows(), aCase.itsAccepted ? 2 : 88);
-            EXPECT_EQ(anImage.isPixelDataAllocated(), aCase.itsAccepted);
+            EXPECT_EQ(anImage.loadFromFile(aFile.GetName(), aWanted, isLocked), isAccepted);
+            EXPECT_EQ(anImage.getScaleFactor(), isAccepted ? anInFile : 77);
+            EXPECT_EQ(anImage.getRows(), isAccepted ? 2 : 88);
+            EXPECT_EQ(anImage.isPixelDataAllocated(), isAccepted);
         }
     }
 }
@@ -234,21 +229,16 @@ TEST(RenderableFile, FilesThatCannotBeOpenedReadOrWritten)
 
 TEST(RenderableFile, AbsurdGeometryFailsAtOnceAndTouchesNothing)
 {
-    const struct
-    {
-        Bytes itsRowsColumnsBits;
-        Bytes itsSamples;
-        const char* itsSize;
-    } kCases[] = {{{0x00, 0x80, 0, 0, 0x00, 0x40, 0, 0, 2}, {0xff, 0xff, 0xff, 0x7f}, "288230376017494016"},
-                  {{0xff, 0xff, 0xff, 0xff, 1, 0, 0, 0, 8}, {1, 0, 0, 0}, "2305843009213693951"}};
+    const std::tuple<Bytes, Bytes, const char*> kCases[] = {
+        {{0x00, 0x80, 0, 0, 0x00, 0x40, 0, 0, 2}, {0xff, 0xff, 0xff, 0x7f}, "288230376017494016"},
+        {{0xff, 0xff, 0xff, 0xff, 1, 0, 0, 0, 8}, {1, 0, 0, 0}, "2305843009213693951"}};
     const std::string aText = kLoad + "pixel data buffer memory allocation failed for size = ";
-    for (const auto& aCase : kCases)
+    for (const auto& [aRowsColumnsBits, aSamples, aSize] : kCases)
     {
-        const TemporaryFile aFile(
-            WithField(WithField(SampleFile(), 16, aCase.itsRowsColumnsBits), 8, aCase.itsSamples));
+        const TemporaryFile aFile(WithField(WithField(SampleFile(), 16, aRowsColumnsBits), 8, aSamples));
         Renderable anImage;
         EXPECT_EQ(FailureOfLoading(anImage, aFile.GetName()),
-                  aText + aCase.itsSize + " file = " + aFile.GetName() + " [11, 0]");
+                  aText + aSize + " file = " + aFile.GetName() + " [11, 0]");
         EXPECT_FALSE(anImage.isPixelDataAllocated());
     }
     // A file that claims more bytes than the buffer at hand has; taking over the claim would send readers

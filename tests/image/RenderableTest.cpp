@@ -57,13 +57,7 @@ TEST(Renderable, InterpretationsAndTheirTerms)
 TEST(Renderable, RequiredBufferSize)
 {
     constexpr std::uint64_t kWrapped = (std::uint64_t{0} - 0x80000000U + 7) / 8;
-    constexpr struct
-    {
-        int itsRows, itsColumns, itsBits, itsSamples;
-        const char* itsInterpretation;
-        std::uint64_t itsSize;
-        const char* itsFault;
-    } kCases[] = {
+    constexpr std::tuple<int, int, int, int, const char*, std::uint64_t, const char*> kCases[] = {
         {512, 512, 16, 1, "MONOCHROME2", 524288, "plain grey"},
         {512, 512, 16, 1, "YBR_FULL_422", 524288, "one sample takes no notice of the interpretation"},
         {3, 3, 1, 1, "MONOCHROME2", 2, "bits are rounded up to bytes"},
@@ -86,13 +80,12 @@ TEST(Renderable, RequiredBufferSize)
         {-1, 1, 8, 1, "RGB", (std::uint64_t{1} << 61) - 1, "negative rows are no size"},
         {32768, 16384, 2, 3, "YBR_FULL_422", kWrapped, "doubling wraps too"},
     };
-    for (const auto& aCase : kCases)
+    for (const auto& [aRows, aColumns, aBits, aSamples, anInterpretation, aSize, aFault] : kCases)
     {
-        EXPECT_EQ(Renderable::calculateRequiredBufferSize(aCase.itsRows, aCase.itsColumns, aCase.itsBits,
-                                                          aCase.itsSamples,
-                                                          RWCString(aCase.itsInterpretation)),
-                  aCase.itsSize)
-            << aCase.itsFault;
+        EXPECT_EQ(Renderable::calculateRequiredBufferSize(aRows, aColumns, aBits, aSamples,
+                                                          RWCString(anInterpretation)),
+                  aSize)
+            << aFault;
     }
 }
 
@@ -103,14 +96,7 @@ ImageSpec Grey(int theBits, int theRows, int theColumns)
 
 TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
 {
-    const struct
-    {
-        const char* itsFault;
-        ImageSpec itsSpec;
-        Bytes itsBefore;
-        Bytes itsAfter;
-        bool itsToggles;
-    } kCases[] = {
+    const std::tuple<const char*, ImageSpec, Bytes, Bytes, bool> kCases[] = {
         {"8 bits are left alone", Grey(8, 1, 2), {1, 2}, {1, 2}, false},
         {"12 allocated bits toggle only", Grey(12, 1, 1), {1, 2}, {1, 2}, true},
         {"32 allocated bits toggle only", Grey(32, 1, 1), {1, 2, 3, 4}, {1, 2, 3, 4}, true},
@@ -123,12 +109,12 @@ TEST(Renderable, SwapDataEndianCopiesInsideTheBuffer)
         {"a count that wraps to nothing", Grey(16, 65536, 32768), {1, 2}, {1, 2}, false},
     };
     CountingAllocator anAllocator;
-    for (const auto& aCase : kCases)
+    for (const auto& [aFault, aSpec, aBefore, anAfter, hasToggled] : kCases)
     {
-        const auto anImage = MakeImage(anAllocator, aCase.itsSpec, aCase.itsBefore);
+        const auto anImage = MakeImage(anAllocator, aSpec, aBefore);
         anImage->swapDataEndian();
-        EXPECT_EQ(GetPixels(*anImage), aCase.itsAfter) << aCase.itsFault;
-        EXPECT_EQ(anImage->isPixelDataLittleEndian(), !aCase.itsToggles) << aCase.itsFault;
+        EXPECT_EQ(GetPixels(*anImage), anAfter) << aFault;
+        EXPECT_EQ(anImage->isPixelDataLittleEndian(), !hasToggled) << aFault;
     }
     const auto anEmpty = MakeImage(anAllocator, Grey(16, 4, 4), {});
     anEmpty->freePixelData();

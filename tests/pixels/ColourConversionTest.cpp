@@ -205,28 +205,21 @@ TEST(ColourConversion, RGBBecomesInterleavedBytes)
     constexpr auto k = Renderable::RGB;
     const Bytes aBig = Words({0x0102, 0x0304, 0x0506, 0x0708, 0x090a, 0x0b0c}, kBigEndian);
     const Bytes aWords = Words({0x0fff, 0x0800, 0x00ff, 0xffff, 0x1234, 0x8000});
-    const struct
+    const std::tuple<const char*, int, int, bool, Bytes> kDepths[] = {
+        {"16 bits", 16, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+        {"16 bits, signed", 16, 15, true, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+        {"12 bits, beyond them white", 12, 11, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
+        {"12 bits, signed", 12, 11, true, {0xff, 0x80, 0x0f, 0xff, 0x23, 0x00}},
+        {"12 bits at the top", 12, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
+        {"12 bits, no sensible high bit", 12, 7, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
+        {"8 bits", 8, 7, false, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff}},
+        {"5 bits at bit 12", 5, 12, false, {0x78, 0x40, 0x00, 0xf8, 0x90, 0xf8}},
+        {"5 bits at bit 12, signed", 5, 12, true, {0x78, 0x40, 0x00, 0xf8, 0x90, 0x00}},
+        {"no sensible bits stored", 17, 16, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}}};
+    for (const auto& [aName, aStored, aHighBit, isSigned, anExpected] : kDepths)
     {
-        const char* itsName;
-        int itsStored;
-        int itsHighBit;
-        bool itsSigned;
-        Bytes itsExpected;
-    } kDepths[] = {{"16 bits", 16, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
-                   {"16 bits, signed", 16, 15, true, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
-                   {"12 bits, beyond them white", 12, 11, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
-                   {"12 bits, signed", 12, 11, true, {0xff, 0x80, 0x0f, 0xff, 0x23, 0x00}},
-                   {"12 bits at the top", 12, 15, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}},
-                   {"12 bits, no sensible high bit", 12, 7, false, {0xff, 0x80, 0x0f, 0xff, 0xff, 0xff}},
-                   {"8 bits", 8, 7, false, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff}},
-                   {"5 bits at bit 12", 5, 12, false, {0x78, 0x40, 0x00, 0xf8, 0x90, 0xf8}},
-                   {"5 bits at bit 12, signed", 5, 12, true, {0x78, 0x40, 0x00, 0xf8, 0x90, 0x00}},
-                   {"no sensible bits stored", 17, 16, false, {0x0f, 0x08, 0x00, 0xff, 0x12, 0x80}}};
-    for (const auto& aCase : kDepths)
-    {
-        ExpectPixels(aCase.itsName, kAny,
-                     {k, 3, 16, 1, 2, false, aCase.itsSigned, true, aCase.itsStored, aCase.itsHighBit},
-                     aWords, aCase.itsExpected);
+        ExpectPixels(aName, kAny, {k, 3, 16, 1, 2, false, isSigned, true, aStored, aHighBit}, aWords,
+                     anExpected);
     }
     // More than is converted at a time.
     std::vector<int> aPlanes(3 * 9001, 0x120);

@@ -72,7 +72,7 @@ Bytes FlatJpeg(JpegSpec::Process theProcess, int thePrecision, const std::vector
     const JpegSpec aSpec{.itsComponents = static_cast<int>(thePixel.size()),
                          .itsPrecision = thePrecision,
                          .itsProcess = theProcess};
-    return MakeJpeg(aSpec, MakeFlatSamples(aSpec, thePixel));
+    return MakeFlatJpeg(aSpec, thePixel);
 }
 
 /// Two frames of colour JPEG, every pixel in YCbCr (100, 128, 128), which is grey 100.
@@ -295,36 +295,30 @@ TEST(Decode, ReducesWhereTheCodecCan)
 
 TEST(Decode, DeliversRangesAndStops)
 {
-    const struct
+    const std::tuple<const char*, Bytes, DecodeOptions, int, std::vector<int>> kCases[] = {
+        {"all", Grey8(4), Options(0, kAll), kAll, {0, 1, 2, 3}},
+        {"a range", Grey8(4), Options(1, 2), kAll, {1, 2}},
+        {"beyond the end", RleFile(4), Options(2, 9), kAll, {2, 3}},
+        {"stopped", RleFile(4), Options(0, kAll), 1, {0, 1}},
+        {"one bare image", Jpeg2000Streams::Colour(), Options(0, kAll), kAll, {0}}};
+    for (const auto& [aName, aBytes, anOptions, aLast, aWanted] : kCases)
     {
-        const char* itsName;
-        Bytes itsBytes;
-        DecodeOptions itsOptions;
-        int itsLastWanted;
-        std::vector<int> itsFrames;
-    } kCases[] = {{"all", Grey8(4), Options(0, kAll), kAll, {0, 1, 2, 3}},
-                  {"a range", Grey8(4), Options(1, 2), kAll, {1, 2}},
-                  {"beyond the end", RleFile(4), Options(2, 9), kAll, {2, 3}},
-                  {"stopped", RleFile(4), Options(0, kAll), 1, {0, 1}},
-                  {"one bare image", Jpeg2000Streams::Colour(), Options(0, kAll), kAll, {0}}};
-    for (const auto& aCase : kCases)
-    {
-        SCOPED_TRACE(aCase.itsName);
+        SCOPED_TRACE(aName);
         std::vector<int> aFrames;
         const int aCount = quorix::decodeFrames(
-            aCase.itsBytes, aCase.itsOptions,
-            [&](int theFrame, const Image& theImage)
+            aBytes, anOptions,
+            [&, aLastWanted = aLast, isOne = aWanted.size() == 1](int theFrame, const Image& theImage)
             {
                 aFrames.push_back(theFrame);
-                if (aCase.itsFrames.size() > 1)
+                if (!isOne)
                 {
                     const auto aSize = theImage.pixels().size();
                     EXPECT_EQ(theImage.pixels()[1], static_cast<std::size_t>(theFrame) * aSize + 1);
                 }
-                return theFrame != aCase.itsLastWanted;
+                return theFrame != aLastWanted;
             });
-        EXPECT_EQ(aFrames, aCase.itsFrames);
-        EXPECT_EQ(aCount, static_cast<int>(aCase.itsFrames.size()));
+        EXPECT_EQ(aFrames, aWanted);
+        EXPECT_EQ(aCount, static_cast<int>(aWanted.size()));
     }
     // A late frame of a stream that can seek costs no more than itself.
     TestStream aStream(Grey8(40), true);
@@ -373,13 +367,7 @@ TEST(Decode, SaysWhatIsWrong)
     Bytes aDamaged = Jpeg2000Streams::Colour();
     aDamaged.resize(60);
     const auto aYes = [](int, const Image&) { return true; };
-    const struct
-    {
-        std::function<void()> itsCall;
-        int itsCode;
-        int itsSystemError;
-        const char* itsText;
-    } kCases[] = {
+    const std::tuple<std::function<void()>, int, int, const char*> kCases[] = {
         {[] { quorix::decode("/no/such/file"); }, 3, ENOENT, "/no/such/file: No such file"},
         {[] { quorix::decode("/"); }, 3, EISDIR, "/: Is a directory"},
         {[&] { quorix::decodeFrames("/no/such/file", {}, aYes); }, 3, ENOENT, "No such file"},
@@ -394,13 +382,13 @@ TEST(Decode, SaysWhatIsWrong)
         {[&] { quorix::decodeFrames(Grey8(), Options(0, 0), aYes); }, 6, 0, "frameCount is 0"},
         {[&] { quorix::decodeFrames(Grey8(2), Options(2, 1), aYes); }, 6, 0, "no frame 2: there are 2"},
         {[] { quorix::decode(Jpeg2000Streams::Colour(), Options(1, 1)); }, 6, 0, "no frame 1: a bare image"}};
-    for (const auto& aCase : kCases)
+    for (const auto& [aCall, aCode, aSystemError, aText] : kCases)
     {
-        const auto anError = Caught<quorix::DecodeError>(aCase.itsCall);
-        ASSERT_TRUE(anError) << aCase.itsText;
-        EXPECT_EQ(anError->code(), aCase.itsCode) << anError->what();
-        EXPECT_EQ(anError->systemError(), aCase.itsSystemError) << anError->what();
-        EXPECT_THAT(anError->what(), HasSubstr(aCase.itsText));
+        const auto anError = Caught<quorix::DecodeError>(aCall);
+        ASSERT_TRUE(anError) << aText;
+        EXPECT_EQ(anError->code(), aCode) << anError->what();
+        EXPECT_EQ(anError->systemError(), aSystemError) << anError->what();
+        EXPECT_THAT(anError->what(), HasSubstr(aText));
     }
     TestStream aPipe({}, false);
     EXPECT_EQ(Caught<quorix::DecodeError>([&] { aPipe.seek(0); })->code(), 12);

@@ -53,3 +53,9 @@ std::vector<std::uint16_t> MakeSamples(const JpegSpec& theSpec, unsigned int the
 
 /// Every pixel has the same component values. Flat images survive lossy coding exactly.
 std::vector<std::uint16_t> MakeFlatSamples(const JpegSpec& theSpec, const std::vector<int>& thePixel);
+
+/// Both in one.
+inline std::vector<std::uint8_t> MakeFlatJpeg(const JpegSpec& theSpec, const std::vector<int>& thePixel)
+{
+    return MakeJpeg(theSpec, MakeFlatSamples(theSpec, thePixel));
+}
