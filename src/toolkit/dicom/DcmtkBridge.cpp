@@ -149,8 +149,8 @@ public:
 /// Makes an element and hands it its value in the pieces that theNext gives: each at least a byte of the
 /// rest, and good until the next is asked for.
 template <class Next>
-std::unique_ptr<DcmElement> MakeFilled(DcmTag theTag, DLEndian::Endian theEndian, std::size_t theLength,
-                                       const Next& theNext)
+std::unique_ptr<DcmElement> MakeFilled(const DcmTag& theTag, DLEndian::Endian theEndian,
+                                       std::size_t theLength, const Next& theNext)
 {
     DcmtkBridge::SilenceLogging();
     if (theLength >= 0xfffffffeu)
