@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <functional>
 #include <limits>
-#include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +11,7 @@
 #include "codecs/jpeg2000/KDUMessages.h"
 #include "decoding/FakeDecoder.h"
 #include "support/Jpeg2000Streams.h"
+#include "support/SideBySide.h"
 #include "toolkit/base/Exceptions.h"
 
 using namespace Jpeg2000Streams;
@@ -263,21 +262,16 @@ TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
     const Bytes anOddStream = Patch(Grey12(), kCapabilities, {0x80, 0x01});
     const Bytes aCutStream(anOddStream.begin(), anOddStream.begin() + 20);
     const RWCString kPrefix = "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: SIZ: the codestream ";
-    std::vector<std::thread> aThreads;
-    for (const bool isWarning : {true, false, true, false})
-    {
-        aThreads.emplace_back(
-            [&, isWarning]
+    RunSideBySide(
+        [&](int theThread)
+        {
+            const bool isWarning = theThread % 2 == 0;
+            for (int aRound = 0; aRound < 100; ++aRound)
             {
-                for (int aRound = 0; aRound < 100; ++aRound)
-                {
-                    ExpectReport([&]
-                                 { Open anOpen(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
-                                 kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
-                }
-            });
-    }
-    std::for_each(aThreads.begin(), aThreads.end(), [](std::thread& theThread) { theThread.join(); });
+                ExpectReport([&] { Open anOpen(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
+                             kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
+            }
+        });
 }
 
 TEST(JPEG2000Decoder, LetsWhatTheSourceThrowsPass)

@@ -13,8 +13,8 @@
 #include "codecs/jpeg/JPEGDecoders.h"
 #include "codecs/jpeg/detail/JPEGLibrary.h"
 #include "support/ByteSource.h"
+#include "support/FailureOf.h"
 #include "support/JpegFixtures.h"
-#include "toolkit/base/Exceptions.h"
 
 using Bytes = std::vector<std::uint8_t>;
 using Samples = std::vector<std::uint16_t>;
@@ -88,15 +88,8 @@ inline Samples DecodeSamples(JPEGDecoder& theDecoder, const Bytes& theJpeg)
 template <class Operation>
 std::string DecodeErrorOf(Operation theOperation)
 {
-    try
-    {
-        theOperation();
-    }
-    catch (const ExceptionBase& anException)
-    {
-        return anException.GetMessageText();
-    }
-    return "";
+    const std::string aFailure = FailureOf<ExceptionBase>(theOperation);
+    return aFailure == "(nothing)" ? "" : aFailure;
 }
 
 inline std::string DecodeError(JPEGDecoder& theDecoder, kdu_compressed_source& theSource)

@@ -189,7 +189,6 @@ std::vector<FaultCase> ColourCases()
          aPlain},
     };
 }
-} // namespace
 
 TEST(ArchiveFaults, Frames)
 {
@@ -208,8 +207,6 @@ TEST(ArchiveFaults, Frames)
     }
 }
 
-namespace
-{
 void Check(const std::vector<FaultCase>& theCases)
 {
     for (const FaultCase& aCase : theCases)
@@ -345,7 +342,6 @@ Bytes Jpeg2000File(std::size_t theCut, const Bytes& theTail = {})
     return aBuilder.AddEncapsulatedPixelData({Even(Part(aStream, 0, aStream.size() - theCut) + theTail)})
         .Build();
 }
-} // namespace
 
 TEST(ArchiveFaults, ColourUnderTheWrongLabel)
 {
@@ -394,3 +390,4 @@ TEST(ArchiveFaults, JPEG2000OfEightBitsInSixteenAllocated)
     EXPECT_EQ(anOutcome.Image()->getBitsAllocated(), 8);
     EXPECT_TRUE(anOutcome.Image()->isSigned());
 }
+} // namespace

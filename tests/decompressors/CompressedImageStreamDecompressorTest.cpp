@@ -167,8 +167,7 @@ TEST(CompressedImageStreamDecompressor, ByMeaningAJpegIsWhatItsFrameHeaderSays)
             DataSet aDataSet;
             aDataSet.SetGrey(1, 1, 16, 16).SetNumber(DICOMTags::PixelRepresentation, 1);
             aDataSet.SetText(DICOMTags::PhotometricInterpretation, aLabel ? aLabel : "");
-            Wish aWish;
-            aWish.itsReading = aReading;
+            const Wish aWish{.itsReading = aReading};
             const bool isByMeaning = aReading == Reading::BY_MEANING;
             const std::string anExpected = isByMeaning ? aByMeaning : aByContract;
             const Outcome anOutcome = RunBareImage(aStream, kJPEG, aLabel ? &aDataSet : nullptr, aWish);
@@ -187,8 +186,7 @@ TEST(CompressedImageStreamDecompressor, ByMeaningAJpegIsWhatItsFrameHeaderSays)
         }
     }
     // Bytes that begin as no JPEG, or have no frame header, end as they do by contract.
-    Wish aWish;
-    aWish.itsReading = Reading::BY_MEANING;
+    const Wish aWish{.itsReading = Reading::BY_MEANING};
     ExpectFailure(RunBareImage(Bytes(40, 7), kJPEG, nullptr, aWish), 62,
                   "Decoder exception: JPEGDecoderException: *");
     ExpectFailure(RunBareImage({0xff, 0xd8, 0xff, 0xd9}, kJPEG, nullptr, aWish), 62,

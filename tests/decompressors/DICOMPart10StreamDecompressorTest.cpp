@@ -79,7 +79,6 @@ std::vector<FailureCase> FailureCases()
          kLogicError + "Memory allocation of 536870912 bytes failed"},
     };
 }
-} // namespace
 
 TEST(DICOMPart10StreamDecompressor, ReportsEveryFailureAndKeepsNothingButTheDataSet)
 {
@@ -121,8 +120,7 @@ TEST(DICOMPart10StreamDecompressor, DeliversTheNativeFrameAskedFor)
 {
     for (const int aFrame : {-1, 0, 1, 2})
     {
-        DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(Grey8(3), &aDataSet, {aFrame});
+        const Outcome anOutcome = RunPart10(Grey8(3), {aFrame});
         EXPECT_EQ(anOutcome.Pixels(), Counting(6, aFrame < 0 ? 0U : 6U * static_cast<unsigned>(aFrame)));
         EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{6})
             << "a grey frame is one allocation at its final size";
@@ -154,9 +152,7 @@ TEST(DICOMPart10StreamDecompressor, DescribesANativeImage)
     aBuilder.AddImageAttributes(1, "MONOCHROME1", 3, 2, 16, 12, 1);
     aBuilder.AddString(DICOMTags::LossyImageCompression, "CS", "01");
     aBuilder.AddString(DICOMTags::LossyImageCompressionRatio, "DS", "3.2\\7.6"); // the last one counts
-    DICOMDataObject aDataSet;
-    const Outcome anOutcome =
-        RunPart10(aBuilder.AddNativePixelData(Counting(12), "OW").Build(), &aDataSet, {-1, 3});
+    const Outcome anOutcome = RunPart10(aBuilder.AddNativePixelData(Counting(12), "OW").Build(), {-1, 3});
     ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
     const Renderable& anImage = *anOutcome.Image();
     EXPECT_EQ(Describe(anImage), "MONOCHROME1 3 x 2 x 1, 16/12/11 signed lossy, scale 3, ratio 8");
@@ -204,8 +200,7 @@ TEST(DICOMPart10StreamDecompressor, BringsBigEndianWordsIntoNativeOrder)
         {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 2, 2, 8, 0, aPixels, "OW"), aSwapped, true}};
     for (const auto& [aFile, anExpected, isLittleEndian] : kCases)
     {
-        DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(aFile, &aDataSet);
+        const Outcome anOutcome = RunPart10(aFile);
         EXPECT_EQ(anOutcome.Pixels(), anExpected);
         EXPECT_EQ(anOutcome.Image()->isPixelDataLittleEndian(), isLittleEndian);
     }
@@ -229,19 +224,15 @@ TEST(DICOMPart10StreamDecompressor, MakesSignedPixelsUnsignedWhenAsked)
     for (const auto& [aName, aFile, anExpected] : kCases)
     {
         SCOPED_TRACE(aName);
-        DICOMDataObject aDataSet;
-        const Outcome anOutcome = RunPart10(aFile, &aDataSet, {0, 1, true});
+        const Outcome anOutcome = RunPart10(aFile, {0, 1, true});
         EXPECT_EQ(anOutcome.Pixels(), anExpected) << anOutcome.Message();
         EXPECT_FALSE(anOutcome.Image()->isSigned());
-        DICOMDataObject anotherDataSet;
-        const Outcome aPlain = RunPart10(aFile, &anotherDataSet);
+        const Outcome aPlain = RunPart10(aFile);
         EXPECT_TRUE(aPlain.Image()->isSigned());
         EXPECT_NE(aPlain.Pixels(), anExpected);
     }
 }
 
-namespace
-{
 /// A native or RLE file's copy with Planar Configuration 1.
 Bytes Planar(Bytes theFile)
 {
@@ -258,7 +249,6 @@ Bytes PaletteFile(const std::string& theUID, const Bytes& theFrame)
                            : aBuilder.AddEncapsulatedPixelData({Even(theFrame)}))
         .Build();
 }
-} // namespace
 
 // What one data set held of another image before must not show, in whatever order elements come.
 TEST(DICOMPart10StreamDecompressor, OneDataSetServesSeveralImages)
@@ -364,3 +354,4 @@ TEST(DICOMPart10StreamDecompressor, DecodesADataSetTwice)
         }
     }
 }
+} // namespace

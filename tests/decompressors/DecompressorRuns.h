@@ -63,7 +63,14 @@ inline Outcome RunPart10(const Bytes& theFile, DICOMDataObject* theDataSet, Wish
     return RunStream(aStream, theDataSet, theWish);
 }
 
-/// The same without the text that the RLE codec writes to standard output for every failure.
+/// The same with a data set that nobody looks at afterwards.
+inline Outcome RunPart10(const Bytes& theFile, Wish theWish = {})
+{
+    DICOMDataObject aDataSet;
+    return RunPart10(theFile, &aDataSet, theWish);
+}
+
+/// The first without the text that the RLE codec writes to standard output for every failure.
 inline Outcome RunPart10Quietly(const Bytes& theFile, DICOMDataObject* theDataSet, Wish theWish = {})
 {
     testing::internal::CaptureStdout();

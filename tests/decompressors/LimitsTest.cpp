@@ -59,7 +59,6 @@ Bytes Fragments(std::size_t theCount)
         TransferSyntaxType::TSRLEUID, {.itsWidth = 3, .itsHeight = 2}, "MONOCHROME2",
         std::vector<Bytes>(theCount, Part10Files::RleFrame({Part10Files::Counting(6)})));
 }
-} // namespace
 
 TEST(Limits, AreCrossedByOneMoreThanAllowed)
 {
@@ -114,8 +113,6 @@ TEST(Limits, HoldForBareImagesBeforeTheirPixelsAreAllocated)
     EXPECT_EQ(anOutcome.itsAllocator->GetAllocations(), 0u);
 }
 
-namespace
-{
 /// A JPEG stream of one small image whose frame header declares theSize x theSize pixels.
 Bytes Inflated(JpegSpec theSpec, std::size_t theSize)
 {
@@ -146,7 +143,6 @@ Bytes ShortNative(std::uint32_t theLength, std::size_t theBytes)
     aFile.AddImageAttributes(1, "MONOCHROME2", 10000, 10000, 8, 8);
     return aFile.AddHeader(DICOMTags::PixelData, "OB", theLength).AddRaw(Bytes(theBytes)).Build();
 }
-} // namespace
 
 TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
 {
@@ -227,3 +223,4 @@ TEST(Limits, TheSmallestCompressedImagesAreDecoded)
                                   "MONOCHROME2", {Part10Files::RleFrame({{1, 2, 3}})});
     EXPECT_EQ(RunPart10(anRle, nullptr).Code(), 0);
 }
+} // namespace

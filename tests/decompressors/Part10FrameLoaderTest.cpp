@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -30,11 +29,10 @@ TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
     ASSERT_EQ(aFrame.size(), 80u);
     for (const int aScaleFactor : {0, 1, 3})
     {
-        DICOMDataObject aDataSet;
         const Outcome anOutcome =
             RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, {.itsWidth = 32, .itsHeight = 32},
                                    "MONOCHROME2", {aFrame}),
-                      &aDataSet, {0, aScaleFactor});
+                      {0, aScaleFactor});
         ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
         EXPECT_EQ(anOutcome.Pixels(), Bytes(1024, 5));
         EXPECT_EQ(Describe(*anOutcome.Image()), "MONOCHROME2 32 x 32 x 1, 8/8/7, scale 1, ratio 13")
@@ -48,11 +46,8 @@ TEST(Part10FrameLoader, AnImageSmallerThanAnnouncedClaimsNoMore)
 {
     const JpegSpec aSpec{.itsWidth = 16};
     const Bytes aStream = MakeJpeg(aSpec, MakeSamples(aSpec));
-    DICOMDataObject aDataSet;
-    const Outcome anOutcome =
-        RunPart10(Encapsulated(TransferSyntaxType::TSJPEG50UID, {.itsWidth = 16, .itsHeight = 24},
-                               "MONOCHROME2", {aStream}),
-                  &aDataSet);
+    const Outcome anOutcome = RunPart10(Encapsulated(
+        TransferSyntaxType::TSJPEG50UID, {.itsWidth = 16, .itsHeight = 24}, "MONOCHROME2", {aStream}));
     ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
     EXPECT_EQ(anOutcome.Image()->getRows(), 8);
     EXPECT_EQ(anOutcome.Image()->getPixelDataSize(), 128u);

@@ -118,41 +118,28 @@ TEST(Part10ImageAttributes, EveryNumberIsNeededAndReadAgainWhenDecodingHasChange
 
 TEST(Part10ImageAttributes, NoSizeWraps)
 {
-    struct Case
-    {
-        std::int32_t itsRows;
-        std::int32_t itsColumns;
-        std::int32_t itsBits;
-        std::int32_t itsSamples;
-        std::uint64_t itsSize;  ///< 0: refused
-        const char* itsRefusal; ///< part of the message
-    };
+    // Rows, columns, bits and samples; the size, or 0 where it is refused, and part of the refusal.
+    using Row =
+        std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::uint64_t, const char*>;
     constexpr std::int32_t kMost = 2147483647;
     constexpr const char* kUnknown = "18446744073709551615";
-    for (const Case& aCase :
-         {Case{3, 5, 1, 1, 2, ""}, Case{3, 5, 12, 1, 23, ""}, Case{3, 5, 16, 3, 90, ""},
-          Case{16384, 8191, 16, 1, 268402688, ""}, Case{16384, 8192, 16, 1, 0, "268435456"},
-          Case{46340, 46340, 8, 1, 0, "2147395600"},
-          Case{65535, 65535, 8, 1, 0, "65535 rows of 65535 pixels"},
-          Case{kMost, kMost, 32767, 1, 0, "rows of 2147483647 pixels"}, Case{-1, 5, 8, 1, 0, kUnknown},
-          Case{3, -5, 8, 1, 0, kUnknown}, Case{3, 5, -8, 1, 0, kUnknown}, Case{3, 5, 32768, 1, 0, kUnknown},
-          Case{3, 5, 8, -1, 0, kUnknown}})
+    for (const auto& [aRows, aColumns, aBits, aSamples, aSize, aRefusal] :
+         {Row{3, 5, 1, 1, 2, ""}, Row{3, 5, 12, 1, 23, ""}, Row{3, 5, 16, 3, 90, ""},
+          Row{16384, 8191, 16, 1, 268402688, ""}, Row{16384, 8192, 16, 1, 0, "268435456"},
+          Row{46340, 46340, 8, 1, 0, "2147395600"}, Row{65535, 65535, 8, 1, 0, "65535 rows of 65535 pixels"},
+          Row{kMost, kMost, 32767, 1, 0, "rows of 2147483647 pixels"}, Row{-1, 5, 8, 1, 0, kUnknown},
+          Row{3, -5, 8, 1, 0, kUnknown}, Row{3, 5, -8, 1, 0, kUnknown}, Row{3, 5, 32768, 1, 0, kUnknown},
+          Row{3, 5, 8, -1, 0, kUnknown}})
     {
         Part10ImageAttributes anAttributes;
-        anAttributes.itsRows = aCase.itsRows;
-        anAttributes.itsColumns = aCase.itsColumns;
-        anAttributes.itsBitsAllocated = aCase.itsBits;
-        anAttributes.itsSamplesPerPixel = aCase.itsSamples;
-        try
-        {
-            EXPECT_EQ(anAttributes.GetFrameSize(Renderable::RGB), aCase.itsSize);
-            EXPECT_NE(aCase.itsSize, 0u) << "should have been refused as " << aCase.itsRefusal;
-        }
-        catch (const ExceptionBase& anException)
-        {
-            EXPECT_EQ(aCase.itsSize, 0u) << anException.what();
-            EXPECT_NE(anException.GetMessageText().find(aCase.itsRefusal), RWCString::npos)
-                << anException.GetMessageText();
-        }
+        anAttributes.itsRows = aRows;
+        anAttributes.itsColumns = aColumns;
+        anAttributes.itsBitsAllocated = aBits;
+        anAttributes.itsSamplesPerPixel = aSamples;
+        std::uint64_t aGiven = 0;
+        const std::string aText =
+            FailureOf<ExceptionBase>([&] { aGiven = anAttributes.GetFrameSize(Renderable::RGB); });
+        EXPECT_EQ(aGiven, aSize) << aText;
+        EXPECT_NE(aText.find(aRefusal), std::string::npos) << aText;
     }
 }

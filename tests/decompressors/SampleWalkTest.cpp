@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -263,10 +262,8 @@ Outcome RunJpeg(const Bytes& theStream, bool theIsPlainColour)
                          .itsPrecision = aPrecision};
     const RWCString& aUID =
         aHeader[1] == 0xc3 ? TransferSyntaxType::TSJPEG57UID : TransferSyntaxType::TSJPEG51UID;
-    DICOMDataObject aDataSet;
-    return RunPart10(
-        Part10Files::Encapsulated(aUID, aSpec, aSpec.itsComponents == 1 ? "MONOCHROME2" : "RGB", {theStream}),
-        &aDataSet);
+    return RunPart10(Part10Files::Encapsulated(aUID, aSpec, aSpec.itsComponents == 1 ? "MONOCHROME2" : "RGB",
+                                               {theStream}));
 }
 
 void CheckFile(const std::string& theName, const Bytes& theFile, int theFrame, const Rows& theRows,
@@ -395,8 +392,7 @@ TEST_F(SampleWalk, ABareDataSetDecodesBehindFileMetaInformation)
     const Bytes aWrapped =
         DicomBuilder(DicomBuilder::Syntax::IMPLICIT_LITTLE).AddRaw(SampleTable::ReadFile(kName)).Build();
     const SampleTable aTable = SampleTable::Load();
-    DICOMDataObject aDataSet;
-    CheckDelivered(kName, 0, RunPart10(aWrapped, &aDataSet), aTable.GetFiles().at(kName).at(0), 1);
+    CheckDelivered(kName, 0, RunPart10(aWrapped), aTable.GetFiles().at(kName).at(0), 1);
 }
 
 TEST_F(SampleWalk, DamagedFilesEndInAnErrorOrInPixels)
@@ -412,8 +408,7 @@ TEST_F(SampleWalk, DamagedFilesEndInAnErrorOrInPixels)
         }
         for (int aFrame = -1; aFrame < 12; ++aFrame)
         {
-            DICOMDataObject aDataSet;
-            ExpectErrorOrPixels(RunPart10(aBytes, &aDataSet, {aFrame}), aName);
+            ExpectErrorOrPixels(RunPart10(aBytes, {aFrame}), aName);
             ExpectErrorOrPixels(RunPart10(aBytes, nullptr, {aFrame, 3, true}), aName);
         }
     }

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "support/ForEachTarget.h"

@@ -3,9 +3,9 @@
 // operating system's memory, cache files, limits. Made for the thread sanitizer; without it the results
 // still have to be right.
 #include "faults/PixelStreamRun.h"
-#include "faults/SideBySide.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/LongRun.h"
+#include "support/SideBySide.h"
 #include "support/TemporaryFile.h"
 
 namespace

@@ -22,8 +22,7 @@ public:
         Bytes aValue;
         for (const int aFrame : {0, 1, 2})
         {
-            DICOMDataObject aDataSet;
-            const Bytes aPixels = RunPart10(theFile.itsMovie, &aDataSet, {aFrame}).Pixels();
+            const Bytes aPixels = RunPart10(theFile.itsMovie, {aFrame}).Pixels();
             EXPECT_FALSE(aPixels.empty()) << theFile.itsName;
             aValue.insert(aValue.end(), aPixels.begin(), aPixels.end());
         }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "jp2/jp2_source.h"
 
-#include <functional>
 #include <string>
 #include <tuple>
 
@@ -60,7 +59,6 @@ using GoodCase = std::tuple<const char*, Bytes, std::uint64_t>;
 
 /// A file, and what is said of it.
 using BadCase = std::tuple<const char*, Bytes, std::string>;
-} // namespace
 
 TEST(Jp2Source, LeavesTheFileAtTheCodestream)
 {
@@ -193,8 +191,6 @@ TEST(Jp2Source, WantsAnOpenFileAtItsStart)
     EXPECT_EQ(aSource.GetReads(), 0);
 }
 
-namespace
-{
 /// The header boxes of a codestream, and its colours: component, entries and their bits.
 struct ColourCase
 {
@@ -231,7 +227,6 @@ std::string Describe(const ColourCase& theCase)
     }
     return aText;
 }
-} // namespace
 
 TEST(Jp2Source, ColoursAreWhatTheBoxesSayOrAFaultIsNamed)
 {
@@ -345,3 +340,4 @@ TEST(Jp2BoxTextualizer, EndsWhereTheFileIsDamagedOrTooLong)
         EXPECT_EQ(aLines.empty() ? "" : aLines.back(), aLast);
     }
 }
+} // namespace

@@ -60,7 +60,6 @@ const std::tuple<Conversion, const char*, Renderable::PhotometricInterpretation,
         {k422Wide, "ConvertYBR_FULL_422RenderableToRGB", Renderable::YBR_FULL_422, "YBR_FULL_422"},
         {kPalette, "ConvertPaletteColorRenderableTo8BitRGB", Renderable::PALETTE_COLOR, "PALETTE COLOR"},
 };
-} // namespace
 
 TEST(ColourConversion, DefectsHaveTheirTextsAndLeaveTheImageAlone)
 {
@@ -141,8 +140,6 @@ TEST(ColourConversion, BuffersSmallerThanTheGeometryAreRefused)
 
 // ---- Pixels --------------------------------------------------------------------------------------
 
-namespace
-{
 void ExpectPixels(const char* theName, Conversion theConversion, const ImageSpec& theSpec,
                   const Bytes& theInput, const Bytes& theExpected)
 {
@@ -163,7 +160,6 @@ void ExpectPixels(const char* theName, Conversion theConversion, const ImageSpec
 constexpr auto kYBR = Renderable::YBR_FULL;
 constexpr auto kYBR422 = Renderable::YBR_FULL_422;
 constexpr bool kPlanar = true, kSigned = true, kBigEndian = false;
-} // namespace
 
 TEST(ColourConversion, YBRBecomesRGB)
 {
@@ -301,3 +297,4 @@ TEST(ColourConversion, Planar2RGBInterleavesBothWidths)
     EXPECT_EQ(anOutput, (Bytes{1, 2, 5, 6, 9, 10, 3, 4, 7, 8, 11, 12}));
     EXPECT_THROW(DecompressionLibUtils::Planar2RGB(aPlanes, anOutput.data(), 2, 3), DLRuntimeException);
 }
+} // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <tuple>
 #include <utility>
@@ -57,7 +56,6 @@ Range GetRange(Renderable& theImage, unsigned thePadding, bool theRemove = false
                                            thePercent, theShift);
     return aRange;
 }
-} // namespace
 
 TEST(PixelStatistics, CalculateMinMax)
 {
@@ -70,8 +68,6 @@ TEST(PixelStatistics, CalculateMinMax)
     }
 }
 
-namespace
-{
 /// n samples of 100 but for 42 at a place that moves with n, and 77 at the end.
 void CheckLength(int theBits, bool theSigned, int n)
 {
@@ -90,7 +86,6 @@ void CheckLength(int theBits, bool theSigned, int n)
         EXPECT_EQ(GetRange(*anImage, 100), (Range{42, 77}));
     }
 }
-} // namespace
 
 // Vectors and the rest behind them look at every sample once, and leave padding out wherever it is.
 TEST(PixelStatistics, EveryLengthCountsEverySample)
@@ -109,8 +104,6 @@ TEST(PixelStatistics, EveryLengthCountsEverySample)
         });
 }
 
-namespace
-{
 /// The bins that samples are counted in, once for each.
 std::vector<std::size_t> GetHits(const ImageSpec& theSpec, const Bytes& thePixels)
 {
@@ -126,7 +119,6 @@ std::vector<std::size_t> GetHits(const ImageSpec& theSpec, const Bytes& thePixel
 }
 
 using Hits = std::vector<std::size_t>;
-} // namespace
 
 TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
 {
@@ -143,8 +135,6 @@ TEST(PixelStatistics, HistogramBinsAreBiasedForSignedSamples)
     EXPECT_EQ(DecompressionLibUtils::CalculateHistogram(*MakeImage(anAllocator, {}, Bytes(6))), nullptr);
 }
 
-namespace
-{
 /// A 100 x 100 image: most of it 1000 … 2000, theCount pixels at each of two extremes.
 std::unique_ptr<Renderable> MakeBody(CountingAllocator& theAllocator, int theLow, int theHigh, int theCount,
                                      bool theSigned)
@@ -165,7 +155,6 @@ Range GetBodyRange(int theLow, int theHigh, int theCount, bool theSigned, float 
     const auto anImage = MakeBody(anAllocator, theLow, theHigh, theCount, theSigned);
     return GetRange(*anImage, 0, true, thePercent, theShift);
 }
-} // namespace
 
 // About ten pixels have each value of the body, so more than 50 of them lie at 1005 and above 1995: the
 // sixth bin from either end.
@@ -219,3 +208,4 @@ TEST(PixelStatistics, AdjustTakesAnyRange)
     DecompressionLibUtils::AdjustMinMaxToRemoveBurnIns(*anImage, aRange.first, aRange.second, 50.0f, 1);
     EXPECT_EQ(aRange, (Range{3, 200})) << "colour images have no histogram";
 }
+} // namespace

@@ -2,13 +2,13 @@
 #include "quorix/decode.h"
 
 #include <cerrno>
-#include <thread>
 
 #include <gmock/gmock.h>
 
 #include "decompressors/Part10Files.h"
 #include "quorix/toolkit_stream.h"
 #include "support/Jpeg2000Streams.h"
+#include "support/SideBySide.h"
 #include "support/TemporaryFile.h"
 #include "toolkit/io/InputStream.h"
 
@@ -339,23 +339,16 @@ TEST(Decode, AnswersForAttributes)
                              return true;
                          });
     ASSERT_EQ(anImages.size(), 3u);
-    std::vector<std::thread> aThreads;
-    for (const Image& anImage : anImages)
-    {
-        aThreads.emplace_back(
-            [&]
-            {
-                EXPECT_EQ(anImage.attribute(0x0028, 0x0004), "RGB") << "as decoded, not as stored";
-                EXPECT_EQ(anImage.attribute(0x0002, 0x0010), "1.2.840.10008.1.2.4.50");
-                EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0010), 8);
-                EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0004), std::nullopt);
-                EXPECT_EQ(anImage.attribute(0x0010, 0x0010), std::nullopt);
-            });
-    }
-    for (std::thread& aThread : aThreads)
-    {
-        aThread.join();
-    }
+    RunSideBySide(
+        [&](int theThread)
+        {
+            const Image& anImage = anImages[static_cast<std::size_t>(theThread % 3)];
+            EXPECT_EQ(anImage.attribute(0x0028, 0x0004), "RGB") << "as decoded, not as stored";
+            EXPECT_EQ(anImage.attribute(0x0002, 0x0010), "1.2.840.10008.1.2.4.50");
+            EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0010), 8);
+            EXPECT_EQ(anImage.attributeAsInt(0x0028, 0x0004), std::nullopt);
+            EXPECT_EQ(anImage.attribute(0x0010, 0x0010), std::nullopt);
+        });
     EXPECT_EQ(quorix::decode(Jpeg2000Streams::Colour()).attribute(0x0028, 0x0010), std::nullopt);
 }
 

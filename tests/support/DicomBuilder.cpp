@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/DicomBuilder.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <utility>
 
 #include <zlib.h>

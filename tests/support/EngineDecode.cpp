@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <utility>
 
 #include "engine/kdu_colour_transforms.h"
 #include "engine/kdu_decoder.h"

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <vector>
 
 /// DICOM RLE (PS3.5 Annex G) for tests and benchmarks: a plain encoder, and the parts to put frames, wrong

@@ -12,10 +12,10 @@
 #include <unistd.h>
 
 #include "faults/FaultFiles.h"
-#include "faults/SideBySide.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/LongRun.h"
 #include "support/SampleTable.h"
+#include "support/SideBySide.h"
 
 namespace
 {

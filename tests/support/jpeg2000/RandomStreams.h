@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <random>
-#include <string>
 
 #include "support/PlanarImage.h"
 #include "support/jpeg2000/OpenJpeg.h"

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.examples;
 
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.support.*;
 import java.io.File;

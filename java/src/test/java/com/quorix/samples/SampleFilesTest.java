@@ -6,7 +6,7 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.decompression.*;
 import com.quorix.support.*;
 import java.nio.file.Path;
-import java.security.*;
+import java.security.MessageDigest;
 import java.util.*;
 import java.util.regex.*;
 import java.util.stream.*;
@@ -44,10 +44,8 @@ class SampleFilesTest {
 
     private static String outcome(Renderable image) {
         try (image) {
-            byte[] hash = MessageDigest.getInstance("SHA-256").digest(Images.pixelsOf(image));
-            return HexFormat.of().formatHex(hash);
-        } catch (NoSuchAlgorithmException exception) {
-            throw new AssertionError(exception);
+            MessageDigest hash = assertDoesNotThrow(() -> MessageDigest.getInstance("SHA-256"));
+            return HexFormat.of().formatHex(hash.digest(Images.pixelsOf(image)));
         }
     }
 

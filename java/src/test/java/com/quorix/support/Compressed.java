@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
+import static org.junit.jupiter.api.Assertions.*;
+
 import java.awt.image.*;
 import java.io.*;
 import java.nio.*;
@@ -55,22 +57,15 @@ public final class Compressed {
             int level = (i % columns + i / columns + seed) * 255 / (columns + rows);
             image.getRaster().setSample(i % columns, i / columns, 0, Math.min(255, level));
         }
-        try (ByteArrayOutputStream out = new ByteArrayOutputStream()) {
-            ImageIO.write(image, "jpeg", out);
-            return out.toByteArray();
-        } catch (IOException exception) {
-            throw new UncheckedIOException(exception);
-        }
+        ByteArrayOutputStream out = new ByteArrayOutputStream();
+        assertTrue(assertDoesNotThrow(() -> ImageIO.write(image, "jpeg", out)));
+        return out.toByteArray();
     }
 
     /** What Java's own decoder makes of a grey JPEG codestream. */
     public static byte[] jpegPixels(byte[] codestream) {
-        try {
-            Raster pixels = ImageIO.read(new ByteArrayInputStream(codestream)).getRaster();
-            return (byte[]) pixels.getDataElements(0, 0, pixels.getWidth(), pixels.getHeight(), null);
-        } catch (IOException exception) {
-            throw new UncheckedIOException(exception);
-        }
+        Raster pixels = assertDoesNotThrow(() -> ImageIO.read(new ByteArrayInputStream(codestream))).getRaster();
+        return (byte[]) pixels.getDataElements(0, 0, pixels.getWidth(), pixels.getHeight(), null);
     }
 
     /** A ramp of 8 bits: three levels of the reversible wavelet, one quality layer. */

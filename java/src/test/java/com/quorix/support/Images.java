@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
+import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
+
 import com.quorix.decompression.*;
 import com.quorix.io.ByteBufferSeekableInputStream;
-import java.io.*;
 import java.nio.ByteBuffer;
 
 /** Decoded images for tests, made from files in memory, and their pixels as an array. */
@@ -12,11 +13,8 @@ public final class Images {
     }
 
     public static Renderable decode(DicomFile file) {
-        try {
-            return Decompressor.decode(new ByteBufferSeekableInputStream(file.toBytes()), DecodeOptions.DEFAULT);
-        } catch (IOException exception) {
-            throw new UncheckedIOException(exception);
-        }
+        return assertDoesNotThrow(() -> Decompressor.decode(new ByteBufferSeekableInputStream(file.toBytes()),
+                DecodeOptions.DEFAULT));
     }
 
     /** An 8-bit grey gradient. */

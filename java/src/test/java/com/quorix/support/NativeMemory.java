@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.decompression.Renderable;
 import java.io.IOException;
@@ -20,13 +19,11 @@ public final class NativeMemory {
     }
 
     public static long allocatedBlocks() {
-        try {
+        return assertDoesNotThrow(() -> {
             Method method = Renderable.class.getDeclaredMethod("nativeGetAllocatedBytes");
             method.setAccessible(true);
             return (long) method.invoke(null);
-        } catch (ReflectiveOperationException exception) {
-            throw new AssertionError(exception);
-        }
+        });
     }
 
     public static void collectGarbage() throws InterruptedException {

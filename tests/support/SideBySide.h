@@ -8,13 +8,9 @@
 /// Does theWork in four threads at once; each is told its number.
 inline void RunSideBySide(const std::function<void(int theThread)>& theWork)
 {
-    std::vector<std::thread> aThreads;
+    std::vector<std::jthread> aThreads; // joined with the end
     for (int i = 0; i < 4; ++i)
     {
         aThreads.emplace_back(theWork, i);
-    }
-    for (std::thread& aThread : aThreads)
-    {
-        aThread.join();
     }
 }
