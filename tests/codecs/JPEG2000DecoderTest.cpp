@@ -266,7 +266,7 @@ TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
         [&](int theThread)
         {
             const bool isWarning = theThread % 2 == 0;
-            for (int aRound = 0; aRound < 100; ++aRound)
+            for (int aRound = 0; aRound < 3000; ++aRound)
             {
                 ExpectReport([&] { Open anOpen(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
                              kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
