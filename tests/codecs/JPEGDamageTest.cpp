@@ -182,9 +182,7 @@ TEST_F(JPEGDamage, EndlessScansAreCutOff)
                                                           {4000, 20, anEndOfBands, false},
                                                           {4000, 300, anEndOfBands, true}})
     {
-        JpegSpec aSpec{8, 8, 1, 8, Process::PROGRESSIVE};
-        aSpec.itsEndOfImage = false;
-        Bytes aJpeg = Image(aSpec).itsJpeg;
+        Bytes aJpeg = Image({.itsProcess = Process::PROGRESSIVE, .itsEndOfImage = false}).itsJpeg;
         const Bytes aMarker = {0xff, 0xc2};
         const auto aFrame = std::search(aJpeg.begin(), aJpeg.end(), aMarker.begin(), aMarker.end());
         aFrame[5] = aFrame[7] = static_cast<std::uint8_t>(aSide >> 8);

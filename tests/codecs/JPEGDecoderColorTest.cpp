@@ -92,9 +92,8 @@ TEST(JPEGDecoderColor, TwoAndFourComponentsAreRefused)
 {
     for (const auto& [aComponents, anAdobeTransform] : {std::pair{2, -1}, {4, -1}, {4, 0}, {4, 2}})
     {
-        JpegSpec aSpec{8, 8, aComponents};
-        aSpec.itsAdobeTransform = anAdobeTransform;
-        const Bytes aJpeg = Image(aSpec).itsJpeg;
+        const Bytes aJpeg =
+            Image({.itsComponents = aComponents, .itsAdobeTransform = anAdobeTransform}).itsJpeg;
         ByteSource aSource(aJpeg);
         const auto aDecoder = MakeDecoder(8);
         EXPECT_EQ(DecodeError(*aDecoder, aSource),
@@ -107,8 +106,7 @@ TEST(JPEGDecoderColor, TwoAndFourComponentsAreRefused)
 
 TEST(JPEGDecoderColor, GreyStaysGreyWhateverTheDataSetSays)
 {
-    JpegSpec aSpec;
-    aSpec.itsJFIF = true;
+    const JpegSpec aSpec{.itsJFIF = true};
     const Samples aSamples = MakeFlatSamples(aSpec, {77});
     const auto aDecoder = MakeDecoder(8, kRGB);
     EXPECT_EQ(DecodeSamples(*aDecoder, MakeJpeg(aSpec, aSamples)), aSamples);
@@ -152,9 +150,7 @@ TEST(JPEGDecoderColor, DeepColourIsConvertedWithinItsPrecision)
 // A wider output colour space must widen the announced size along with the rows.
 TEST(JPEGDecoderColor, OutputColorSpaceCanBeChosenBeforeDecoding)
 {
-    JpegSpec aSpec{8, 8, 3};
-    aSpec.itsJFIF = true;
-    const Bytes aJpeg = MakeFlatJpeg(aSpec, {120, 90, 200});
+    const Bytes aJpeg = MakeFlatJpeg({.itsComponents = 3, .itsJFIF = true}, {120, 90, 200});
     // What is chosen, what is reported, the pixel, which is empty where it is refused.
     using Choice = std::tuple<Decoder::ColorModel, Decoder::ColorModel, Samples>;
     for (const auto& [aModel, aReported, aPixel] :

@@ -337,9 +337,8 @@ Bytes Without(Bytes theJpeg, std::uint8_t theMarker, bool theRestToo)
 // or read on in its own way. The library's own warning is printed then, once.
 TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
 {
-    JpegSpec aPlainSpec{61, 61, 3};
-    aPlainSpec.itsQuality = 90;
-    aPlainSpec.itsJFIF = true;
+    const JpegSpec aPlainSpec{
+        .itsWidth = 61, .itsHeight = 61, .itsComponents = 3, .itsQuality = 90, .itsJFIF = true};
     JpegSpec aProgressiveSpec = aPlainSpec;
     aProgressiveSpec.itsProcess = Process::PROGRESSIVE;
     JpegSpec aHalvedSpec = aPlainSpec;

@@ -13,9 +13,7 @@ namespace
 TEST(InputStreamAdapter, GathersPiecesAndIsSequential)
 {
     RecordingInputStream::Record aRecord;
-    RecordingInputStream::Manner aManner;
-    aManner.itsLargestRead = 1;
-    RecordingInputStream aStream({1, 2, 3, 4, 5}, aManner, aRecord);
+    RecordingInputStream aStream({1, 2, 3, 4, 5}, {.itsLargestRead = 1}, aRecord);
     InputStreamAdapter anAdapter(aStream);
     EXPECT_EQ(anAdapter.read(nullptr, 0), 0);
     EXPECT_EQ(anAdapter.read(nullptr, -1), 0);

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,34 +39,23 @@ using Types = std::map<int, std::vector<std::string>>;
 
 Types TypesOfJava()
 {
+    using Matches = std::sregex_iterator;
+    const std::string aConstants = ReadJava("NDecompressor"), anEnum = ReadJava("ImageType");
+    const std::regex aConstant(" int (TYPE_\\w+) = (\\d+)"), aQuoted("\"([^\"]*)\"");
+    const std::regex aUse("\\(NDecompressor\\.(TYPE_\\w+)([^)]*)");
     std::map<std::string, int> aCodes;
-    std::istringstream aConstants(ReadJava("NDecompressor"));
-    for (std::string aLine; std::getline(aConstants, aLine);)
+    for (Matches i(aConstants.begin(), aConstants.end(), aConstant); i != Matches(); ++i)
     {
-        const std::size_t aName = aLine.find(" int TYPE_");
-        const std::size_t aValue = aLine.find(" = ");
-        if (aName != std::string::npos && aValue != std::string::npos)
-        {
-            aCodes[aLine.substr(aName + 5, aValue - aName - 5)] = std::stoi(aLine.substr(aValue + 3));
-        }
+        aCodes[i->str(1)] = std::stoi(i->str(2));
     }
     Types aTypes;
-    const std::string kUse = "(NDecompressor.";
-    std::istringstream anEnum(ReadJava("ImageType"));
-    for (std::string aLine; std::getline(anEnum, aLine);)
+    for (Matches i(anEnum.begin(), anEnum.end(), aUse); i != Matches(); ++i)
     {
-        const std::size_t aUse = aLine.find(kUse + "TYPE_");
-        if (aUse == std::string::npos)
+        std::vector<std::string>& aType = aTypes[aCodes.at(i->str(1))];
+        const std::string aStarts = i->str(2);
+        for (Matches k(aStarts.begin(), aStarts.end(), aQuoted); k != Matches(); ++k)
         {
-            continue;
-        }
-        const std::size_t aName = aUse + kUse.size();
-        const std::size_t anEnd = aLine.find_first_of(",)", aName);
-        std::vector<std::string>& aType = aTypes[aCodes.at(aLine.substr(aName, anEnd - aName))];
-        std::istringstream aQuoted(aLine.substr(anEnd));
-        for (std::string aStart; std::getline(aQuoted, aStart, '"') && std::getline(aQuoted, aStart, '"');)
-        {
-            aType.push_back(aStart);
+            aType.push_back(k->str(1));
         }
     }
     return aTypes;

@@ -348,9 +348,7 @@ TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
 // decode overwrites what it says.
 TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
 {
-    JpegSpec aSpec;
-    aSpec.itsComponents = 3;
-    const Bytes aJpeg = MakeFlatJpeg(aSpec, {120, 90, 200});
+    const Bytes aJpeg = MakeFlatJpeg({.itsComponents = 3}, {120, 90, 200});
     for (const char* const anInterpretation : {"RGB", "YBR_FULL_422", "YBR_FULL"})
     {
         Bench aBench(kUID50, 8, {});

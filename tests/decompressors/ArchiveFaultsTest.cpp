@@ -28,8 +28,7 @@ const RWCString& kJpeg2000 = TransferSyntaxType::TSJPEG2KLosslessUID;
 
 Bytes Part(const Bytes& theBytes, std::size_t theFrom, std::size_t theTo)
 {
-    return Bytes(theBytes.begin() + static_cast<std::ptrdiff_t>(theFrom),
-                 theBytes.begin() + static_cast<std::ptrdiff_t>(theTo));
+    return Bytes(theBytes.data() + theFrom, theBytes.data() + theTo);
 }
 
 using Process = JpegSpec::Process;

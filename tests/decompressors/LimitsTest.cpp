@@ -190,16 +190,13 @@ TEST(Limits, SmallFilesThatDeclareLargeImagesCostNoMemory)
 
 TEST(Limits, TheSmallestCompressedImagesAreDecoded)
 {
-    const JpegSpec kSpecs[] = {
-        {.itsWidth = 1024, .itsHeight = 1024},
-        {.itsWidth = 1024, .itsHeight = 1024, .itsComponents = 3, .itsSampling = {{4, 1}, {1, 4}, {1, 1}}},
-        {.itsWidth = 1024,
-         .itsHeight = 1024,
-         .itsPrecision = 12,
-         .itsProcess = JpegSpec::Process::EXTENDED,
-         .itsDeclaredPrecision = 16},
-        {.itsWidth = 1024, .itsHeight = 1024, .itsPrecision = 16, .itsProcess = JpegSpec::Process::LOSSLESS}};
-    for (const JpegSpec& aSpec : kSpecs)
+    using Process = JpegSpec::Process;
+    JpegSpec aRecovered{1024, 1024, 1, 12, Process::EXTENDED};
+    aRecovered.itsDeclaredPrecision = 16;
+    for (const JpegSpec& aSpec : {JpegSpec{1024, 1024},
+                                  {1024, 1024, 3, 8, Process::BASELINE, {}, {{4, 1}, {1, 4}, {1, 1}}},
+                                  aRecovered,
+                                  {1024, 1024, 1, 16, Process::LOSSLESS}})
     {
         const std::vector<int> aPixel(static_cast<std::size_t>(aSpec.itsComponents),
                                       1 << (aSpec.itsPrecision - 1));

@@ -42,11 +42,7 @@ inline void Add(std::vector<FaultFile>& theFiles, const std::string& theName, co
 inline void AddJpeg(std::vector<FaultFile>& theFiles, const std::string& theName, const RWCString& theUID,
                     JpegSpec::Process theProcess, int thePrecision, int theComponents = 1)
 {
-    const JpegSpec aSpec{.itsWidth = 9,
-                         .itsHeight = 5,
-                         .itsComponents = theComponents,
-                         .itsPrecision = thePrecision,
-                         .itsProcess = theProcess};
+    const JpegSpec aSpec{9, 5, theComponents, thePrecision, theProcess};
     const bool isLossless = theProcess == JpegSpec::Process::LOSSLESS;
     Add(theFiles, theName, theUID, aSpec,
         theComponents == 1 ? "MONOCHROME2" : (isLossless ? "RGB" : "YBR_FULL_422"),

@@ -25,8 +25,7 @@ TEST_F(HeaderFault, CodestreamsCutOffAnywhere)
     {
         for (std::size_t i = 0; i < aFile.itsFrame.size() && !HasFailure(); ++i)
         {
-            const Bytes aFrame(aFile.itsFrame.begin(),
-                               aFile.itsFrame.begin() + static_cast<std::ptrdiff_t>(i));
+            const Bytes aFrame(aFile.itsFrame.data(), aFile.itsFrame.data() + i);
             ExpectBounded(FaultFiles::WithFrame(aFile, aFrame), aFile.itsName + ", " + std::to_string(i));
         }
     }

@@ -36,11 +36,12 @@ public:
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
     {
-        if (itsPosition >= itsGoodBytes)
+        const std::size_t aLeft = itsPosition < itsGoodBytes ? itsGoodBytes - itsPosition : 0;
+        if (aLeft == 0 && itsFault == Fault::FAILS)
         {
-            return End();
+            throw StreamIOException("FaultyStream::Read", DLRC_IO_ERROR, EIO);
         }
-        const std::size_t aCount = std::min({theLength, itsGoodBytes - itsPosition, std::size_t{61}});
+        const std::size_t aCount = std::min({theLength, aLeft, std::size_t{61}});
         std::copy_n(itsFile.begin() + static_cast<std::ptrdiff_t>(itsPosition), aCount, theBuffer);
         itsPosition += aCount;
         return aCount;
@@ -63,15 +64,6 @@ public:
     }
 
 private:
-    std::size_t End() const
-    {
-        if (itsFault == Fault::FAILS)
-        {
-            throw StreamIOException("FaultyStream::Read", DLRC_IO_ERROR, EIO);
-        }
-        return 0;
-    }
-
     const Bytes& itsFile;
     std::size_t itsGoodBytes;
     Fault itsFault;

@@ -136,8 +136,7 @@ TEST_F(CallFault, AnyCallOfAStreamOrListenerThatThrows)
 
 TEST_F(CallFault, AnyCallAroundAWarningThatThrows)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = aSpec.itsHeight = 32;
+    const JpegSpec aSpec{32, 32};
     Bytes aJpeg = MakeJpeg(aSpec, MakeSamples(aSpec));
     aJpeg.insert(aJpeg.end() - 20, {0xff, 0xd3}); // a restart that nothing announced
     const Bytes aFile =

@@ -69,10 +69,7 @@ private:
 
 Bytes FlatJpeg(JpegSpec::Process theProcess, int thePrecision, const std::vector<int>& thePixel)
 {
-    const JpegSpec aSpec{.itsComponents = static_cast<int>(thePixel.size()),
-                         .itsPrecision = thePrecision,
-                         .itsProcess = theProcess};
-    return MakeFlatJpeg(aSpec, thePixel);
+    return MakeFlatJpeg({8, 8, static_cast<int>(thePixel.size()), thePrecision, theProcess}, thePixel);
 }
 
 /// Two frames of colour JPEG, every pixel in YCbCr (100, 128, 128), which is grey 100.
@@ -244,9 +241,8 @@ TEST(Decode, TellsTheTruthOfLoss)
 {
     const Bytes aStream = Jpeg2000Streams::Lossy();
     EXPECT_TRUE(quorix::decode(aStream, Options(0, 1, 1, ImageType::losslessJpeg2000)).isLossy());
-    JpegSpec aSpec;
-    aSpec.itsWidth = aSpec.itsHeight = Jpeg2000Streams::kLossySize;
-    aSpec.itsComponents = 3;
+    constexpr int kSize = Jpeg2000Streams::kLossySize;
+    const JpegSpec aSpec{kSize, kSize, 3};
     for (const char* const aUID : {TransferSyntaxType::TSJPEG2KLosslessUID, TransferSyntaxType::TSJPEG2KUID})
     {
         EXPECT_TRUE(quorix::decode(Encapsulated(aUID, aSpec, "RGB", {aStream})).isLossy());

@@ -159,10 +159,8 @@ TEST(T803, EveryStreamIsWithinItsLimits)
     {
         SCOPED_TRACE(aLimit.itsFile + ", class " + aLimit.itsClass + ", component " + aLimit.itsComponent +
                      ", reduced by " + std::to_string(aLimit.itsDiscardLevels));
-        EngineOptions anOptions;
-        anOptions.itsDiscardLevels = aLimit.itsDiscardLevels;
-        const PlanarImage anImage =
-            EngineDecode(SampleTable::ReadFile("jpeg2000/" + aLimit.itsFile), anOptions);
+        const PlanarImage anImage = EngineDecode(SampleTable::ReadFile("jpeg2000/" + aLimit.itsFile),
+                                                 {.itsDiscardLevels = aLimit.itsDiscardLevels});
         const std::vector<PlanarComponent> aReference = ReadReference(aLimit.itsReference);
         const std::size_t aFirst = aLimit.itsComponent == "all" ? 0 : std::stoul(aLimit.itsComponent);
         for (std::size_t i = 0; i < aReference.size(); ++i)

@@ -92,8 +92,7 @@ TEST(CodestreamDamage, EveryTruncationSurvives)
         for (std::size_t aSize = 0; aSize < aVictim.itsStream.size(); ++aSize)
         {
             SCOPED_TRACE(std::string(aVictim.itsName) + " cut to " + std::to_string(aSize) + " bytes");
-            const Bytes aCut(aVictim.itsStream.begin(),
-                             aVictim.itsStream.begin() + static_cast<std::ptrdiff_t>(aSize));
+            const Bytes aCut(aVictim.itsStream.data(), aVictim.itsStream.data() + aSize);
             const bool isDecoded = Survives(aCut, MakeOptions(EngineMode::Fast));
             aDecoded += isDecoded ? 1 : 0;
             if (isDecoded)
