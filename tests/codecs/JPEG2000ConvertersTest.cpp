@@ -125,13 +125,8 @@ Line MakeLine(Kind theKind)
     return aLine;
 }
 
-struct EndCase
-{
-    Kind itsKind;
-    double itsSource;
-    Output itsOutput;
-    int itsCode;
-};
+/// A kind of samples and one of them, how it is put out, and as what.
+using EndCase = std::tuple<Kind, double, Output, int>;
 
 // The ends of the range and beyond, half-way places, signs masked to the bits stored, and what is no number.
 const EndCase kEndCases[] = {
@@ -152,21 +147,21 @@ const EndCase kEndCases[] = {
 
 TEST(JPEG2000Converters, GiveTheirEndsTheCodesOfTheRules)
 {
-    for (const EndCase& aCase : kEndCases)
+    for (const auto& [aKind, aSource, anOutput, anExpected] : kEndCases)
     {
         kdu_sample32 aSample;
-        aSample.ival = static_cast<std::int32_t>(std::isfinite(aCase.itsSource) ? aCase.itsSource : 0);
-        Line aLine{aCase.itsKind, {{static_cast<std::int16_t>(aSample.ival)}}, {}};
-        if (aCase.itsKind == Kind::FLOATS)
+        aSample.ival = static_cast<std::int32_t>(std::isfinite(aSource) ? aSource : 0);
+        Line aLine{aKind, {{static_cast<std::int16_t>(aSample.ival)}}, {}};
+        if (aKind == Kind::FLOATS)
         {
-            aSample.fval = static_cast<float>(aCase.itsSource);
+            aSample.fval = static_cast<float>(aSource);
         }
         aLine.its32.push_back(aSample);
         std::uint16_t aCode = 0;
-        const Bytes aBytes = Converted(aLine, 1, aCase.itsOutput);
-        std::memcpy(&aCode, aBytes.data() + 1, static_cast<std::size_t>(aCase.itsOutput.itsBytes));
-        EXPECT_EQ(aCode, aCase.itsCode) << static_cast<int>(aCase.itsKind) << ": " << aCase.itsSource << ", "
-                                        << aCase.itsOutput.itsBits << " bits";
+        const Bytes aBytes = Converted(aLine, 1, anOutput);
+        std::memcpy(&aCode, aBytes.data() + 1, static_cast<std::size_t>(anOutput.itsBytes));
+        EXPECT_EQ(aCode, anExpected) << static_cast<int>(aKind) << ": " << aSource << ", " << anOutput.itsBits
+                                     << " bits";
     }
 }
 

@@ -349,37 +349,32 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
     const Bytes aProgressive = Image(aProgressiveSpec).itsJpeg;
     Bytes anOdd = Without(aPlain, 0xdb, false);
     anOdd.at(11) = 9; // JFIF 9: a warning long before the error
-    struct Row
-    {
-        const char* itsName;
-        const JpegSpec& itsSpec;
-        Bytes itsJpeg;
-        bool itsIsTaken;
-        const char* itsWarning = "";
-    };
+    // The image, whether libjpeg-turbo takes it, and the library's warning.
+    using Row = std::tuple<const char*, const JpegSpec&, Bytes, bool, const char*>;
     const Row aRows[] = {
-        {"as it is", aPlainSpec, aPlain, true},
-        {"coarse steps", aCoarseSpec, Image(aCoarseSpec).itsJpeg, false},
-        {"all scans", aProgressiveSpec, aProgressive, true},
-        {"last scan missing", aProgressiveSpec, Without(aProgressive, 0xda, true), false},
+        {"as it is", aPlainSpec, aPlain, true, ""},
+        {"coarse steps", aCoarseSpec, Image(aCoarseSpec).itsJpeg, false, ""},
+        {"all scans", aProgressiveSpec, aProgressive, true, ""},
+        {"last scan missing", aProgressiveSpec, Without(aProgressive, 0xda, true), false, ""},
         {"left-over bytes", aPlainSpec, InsertBeforeEnd(aPlain, 50, 0x55), false,
          "extraneous bytes before marker 0xd9"},
-        {"fill bytes", aPlainSpec, InsertBeforeEnd(aPlain, 5000, 0xff), true},
-        {"out of proportion", aPlainSpec, InsertBeforeEnd(aPlain, 3u << 20, 0xff), true},
-        {"table missing", aPlainSpec, Without(aPlain, 0xc4, false), false},
-        {"warning before the error", aPlainSpec, anOdd, false},
-        {"not the image of the header", aProgressiveSpec, aPlain, false},
-        {"rows of halved chroma, otherwise than the library", aHalvedSpec, Image(aHalvedSpec).itsJpeg, true},
+        {"fill bytes", aPlainSpec, InsertBeforeEnd(aPlain, 5000, 0xff), true, ""},
+        {"out of proportion", aPlainSpec, InsertBeforeEnd(aPlain, 3u << 20, 0xff), true, ""},
+        {"table missing", aPlainSpec, Without(aPlain, 0xc4, false), false, ""},
+        {"warning before the error", aPlainSpec, anOdd, false, ""},
+        {"not the image of the header", aProgressiveSpec, aPlain, false, ""},
+        {"rows of halved chroma, otherwise than the library", aHalvedSpec, Image(aHalvedSpec).itsJpeg, true,
+         ""},
     };
-    for (const Row& aRow : aRows)
+    for (const auto& [aName, aSpec, aJpeg, isTaken, aText] : aRows)
     {
         testing::internal::CaptureStderr();
-        EXPECT_TRUE(PathsAgree({8, Decoder::COLOR_MODEL_UNKNOWN, 1000}, aRow.itsJpeg, false)) << aRow.itsName;
+        EXPECT_TRUE(PathsAgree({8, Decoder::COLOR_MODEL_UNKNOWN, 1000}, aJpeg, false)) << aName;
         const std::string aWarnings = testing::internal::GetCapturedStderr();
         const std::string aWarning = aWarnings.substr(0, aWarnings.size() / 2);
         EXPECT_EQ(aWarnings, aWarning + aWarning) << "by either path the same";
-        EXPECT_NE(aWarning.find(aRow.itsWarning), std::string::npos) << aRow.itsName;
-        EXPECT_EQ(DecodeWithTurbo(aRow.itsSpec, aRow.itsJpeg).empty(), !aRow.itsIsTaken) << aRow.itsName;
+        EXPECT_NE(aWarning.find(aText), std::string::npos) << aName;
+        EXPECT_EQ(DecodeWithTurbo(aSpec, aJpeg).empty(), !isTaken) << aName;
     }
 }
 

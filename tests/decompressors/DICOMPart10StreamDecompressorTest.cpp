@@ -253,45 +253,35 @@ Bytes PaletteFile(const std::string& theUID, const Bytes& theFrame)
 // What one data set held of another image before must not show, in whatever order elements come.
 TEST(DICOMPart10StreamDecompressor, OneDataSetServesSeveralImages)
 {
-    enum Palette
-    {
-        NONE,
-        PLAIN = 0x1201,
-        SEGMENTED = 0x1221
-    };
-    struct Image
-    {
-        const char* itsInterpretation;
-        std::uint16_t itsSamples;
-        Palette itsPalette;
-        int itsShade;
-        bool itsUIDIsLast;
-    };
-    const Image kImages[] = {{"PALETTE COLOR", 1, PLAIN, 0x1000, false},
-                             {"PALETTE COLOR", 1, PLAIN, 0x2000, true},
-                             {"PALETTE COLOR", 1, SEGMENTED, 0x3000, false},
-                             {"MONOCHROME2", 1, PLAIN, 0x4000, false},
-                             {"MONOCHROME1", 1, NONE, 0, false},
-                             {"RGB", 3, NONE, 0, false}};
+    // Interpretation and samples; where the palette's data stands, if any; its shade; whether the UID comes
+    // last.
+    constexpr int kNone = 0, kPlain = 0x1201, kSegmented = 0x1221;
+    constexpr std::tuple<const char*, std::uint16_t, int, int, bool> kImages[] = {
+        {"PALETTE COLOR", 1, kPlain, 0x1000, false},
+        {"PALETTE COLOR", 1, kPlain, 0x2000, true},
+        {"PALETTE COLOR", 1, kSegmented, 0x3000, false},
+        {"MONOCHROME2", 1, kPlain, 0x4000, false},
+        {"MONOCHROME1", 1, kNone, 0, false},
+        {"RGB", 3, kNone, 0, false}};
     std::vector<Bytes> aFiles;
-    for (const Image& anImage : kImages)
+    for (const auto& [anInterpretation, aSamples, aPalette, aShade, isUIDLast] : kImages)
     {
         DicomBuilder aUID(Syntax::EXPLICIT_LITTLE), anAttributes(Syntax::EXPLICIT_LITTLE);
         aUID.AddString(DICOMTags::SOPInstanceUID, "UI", "1.2." + std::to_string(aFiles.size()));
-        anAttributes.AddImageAttributes(anImage.itsSamples, anImage.itsInterpretation, 1, 4, 8, 8);
-        for (int i = 0; anImage.itsPalette != NONE && i < 3; ++i)
+        anAttributes.AddImageAttributes(aSamples, anInterpretation, 1, 4, 8, 8);
+        for (int i = 0; aPalette != kNone && i < 3; ++i)
         {
-            std::vector<std::uint16_t> aTable{static_cast<std::uint16_t>(anImage.itsShade + 0x400 * i),
-                                              0x7000, 0x8000, 0xff00};
-            if (anImage.itsPalette == SEGMENTED)
+            std::vector<std::uint16_t> aTable{static_cast<std::uint16_t>(aShade + 0x400 * i), 0x7000, 0x8000,
+                                              0xff00};
+            if (aPalette == kSegmented)
             {
                 aTable.insert(aTable.begin(), {0, 4});
             }
             anAttributes.AddUS({0x0028, static_cast<std::uint16_t>(0x1101 + i)}, {4, 0, 16});
-            anAttributes.AddUS({0x0028, static_cast<std::uint16_t>(anImage.itsPalette + i)}, aTable, "OW");
+            anAttributes.AddUS({0x0028, static_cast<std::uint16_t>(aPalette + i)}, aTable, "OW");
         }
-        DicomBuilder& aFirst = anImage.itsUIDIsLast ? anAttributes : aUID;
-        aFirst.AddRaw((anImage.itsUIDIsLast ? aUID : anAttributes).DataSet());
+        DicomBuilder& aFirst = isUIDLast ? anAttributes : aUID;
+        aFirst.AddRaw((isUIDLast ? aUID : anAttributes).DataSet());
         aFiles.push_back(aFirst.AddNativePixelData(Counting(12), "OB").Build());
     }
     for (const Bytes& aFirst : aFiles)

@@ -65,6 +65,12 @@ Bytes Bend(Bytes theBytes, const std::vector<Edit>& theEdits)
     return theBytes;
 }
 
+constexpr const char* kNoCount = "SIZ: the number of components is not between 1 and 16384";
+constexpr const char* kNoFirstTile = "SIZ: the first tile does not meet the image area";
+constexpr const char* kManyTiles = "SIZ: more than 65535 tiles";
+constexpr const char* kNoEoc = "EOC: missing at the end of the codestream";
+constexpr const char* kWrongLength = "SOT: the tile-part does not end where its length says";
+
 const StreamCase kCases[] = {
     Make("Right", Fine, {}),
     Make("NoSoc", Error, {{0, 2, ""}}, "SOC: the codestream does not begin with it", 0),
@@ -73,19 +79,14 @@ const StreamCase kCases[] = {
     Make("Far", Error, {{8, 4, "80000000"}, {24, 4, "ffffffff"}},
          "SIZ: positions of 2147483648 and above on the reference grid are not supported", 2),
     Make("NoTileSize", Error, {{28, 4, "00000000"}}, "SIZ: the tile size is 0", 2),
-    Make("TileBehindOrigin", Error, {{32, 4, "00000004"}}, "SIZ: the first tile does not meet the image area",
-         2),
-    Make("TileBeforeImage", Error, {{24, 4, "00000003"}}, "SIZ: the first tile does not meet the image area",
-         2),
+    Make("TileBehindOrigin", Error, {{32, 4, "00000004"}}, kNoFirstTile, 2),
+    Make("TileBeforeImage", Error, {{24, 4, "00000003"}}, kNoFirstTile, 2),
     Make("ManyTiles", Error, {{8, 32, "0001000300000002000000030000000100000001000000010000000300000001"}},
-         "SIZ: more than 65535 tiles", 2),
+         kManyTiles, 2),
     // 2^32 tiles: a product in 32 bits would be 0.
-    Make("TilesWrap", Error, {{8, 24, "000100000001000000000000000000000000000100000001"}},
-         "SIZ: more than 65535 tiles", 2),
-    Make("NoComponents", Error, {{40, 2, "0000"}}, "SIZ: the number of components is not between 1 and 16384",
-         2),
-    Make("TooManyComponents", Error, {{40, 2, "4001"}},
-         "SIZ: the number of components is not between 1 and 16384", 2),
+    Make("TilesWrap", Error, {{8, 24, "000100000001000000000000000000000000000100000001"}}, kManyTiles, 2),
+    Make("NoComponents", Error, {{40, 2, "0000"}}, kNoCount, 2),
+    Make("TooManyComponents", Error, {{40, 2, "4001"}}, kNoCount, 2),
     Make("FewerEntries", Error, {{40, 2, "0002"}}, "SIZ: the marker segment is too short", 2),
     Make("MoreEntries", Odd, {{4, 2, "002c"}, {45, 0, "8b0101"}},
          "SIZ: the marker segment is longer than its contents", 2),
@@ -203,7 +204,7 @@ const StreamCase kCases[] = {
          "PPM: the packet headers of a tile-part are cut short", 84),
     Make("PpmTwice", Loss, {{kSot0, 0, "ff60000300ff60000300"}},
          "Packed packet headers: the index 0 is used twice", 79),
-    Make("NoEoc", Odd, {{kEoc, 2, ""}}, "EOC: missing at the end of the codestream", 411),
+    Make("NoEoc", Odd, {{kEoc, 2, ""}}, kNoEoc, 411),
     Make("Numbers", Odd, {{84, 2, "0100"}}, "SOT: tile 0 has a tile-part numbered 1 in the place of 0", 74),
     Make("Conflict", Odd, {{85, 1, "02"}, {kSot1, 0, "ff90000a00000000000e0103ff93"}},
          "SOT: tile 0 has two different numbers of tile-parts", 157),
@@ -226,20 +227,15 @@ const StreamCase kCases[] = {
     Make("CutInFirstSot", Error, {{kSot0 + 4, kEnd - kSot0 - 4, ""}},
          "The codestream ends before its first tile-part", 76),
     Make("NoLength", Fine, {{kSot3 + 6, 4, "00000000"}}),
-    Make("NoLengthNoEoc", Odd, {{kSot3 + 6, 4, "00000000"}, {kEoc, 2, ""}},
-         "EOC: missing at the end of the codestream", 411),
+    Make("NoLengthNoEoc", Odd, {{kSot3 + 6, 4, "00000000"}, {kEoc, 2, ""}}, kNoEoc, 411),
     Make("NoLengthBeforeLast", Odd, {{80, 4, "00000000"}},
          "SOT: a tile-part without a length is not the last one", 74),
     Make("LengthInHeader", Odd, {{80, 4, "0000000d"}}, "SOT: the length ends inside the tile-part's header",
          74),
-    Make("LengthTooShort", Odd, {{80, 4, "00000050"}},
-         "SOT: the tile-part does not end where its length says", 74),
-    Make("LengthOverNextPart", Odd, {{80, 4, "00000080"}},
-         "SOT: the tile-part does not end where its length says", 74),
-    Make("LengthOverEverything", Odd, {{80, 4, "ffffffff"}},
-         "SOT: the tile-part does not end where its length says", 74),
-    Make("LengthWithEoc", Odd, {{kSot3 + 6, 4, "00000055"}},
-         "SOT: the tile-part does not end where its length says", 328),
+    Make("LengthTooShort", Odd, {{80, 4, "00000050"}}, kWrongLength, 74),
+    Make("LengthOverNextPart", Odd, {{80, 4, "00000080"}}, kWrongLength, 74),
+    Make("LengthOverEverything", Odd, {{80, 4, "ffffffff"}}, kWrongLength, 74),
+    Make("LengthWithEoc", Odd, {{kSot3 + 6, 4, "00000055"}}, kWrongLength, 328),
 };
 
 TEST(CodestreamReports, DependOnTheTolerance)

@@ -113,13 +113,9 @@ struct FourPackets
     }
 };
 
-struct DamageCase
-{
-    const char* itsName;
-    std::vector<Edit> itsEdits;
-    std::string itsPixels; ///< after fast decoding, and after resilient
-    std::string itsFussy;  ///< the warning, its place left out; "" for none
-};
+/// Name and edits; the pixels after fast decoding and after resilient; the warning, its place left out, ""
+/// for none.
+using DamageCase = std::tuple<const char*, std::vector<Edit>, std::string, std::string>;
 
 const std::string kIn0 = " in tile 0";
 const std::string kNoEph = "EPH is missing behind a packet header" + kIn0;
@@ -160,16 +156,15 @@ const DamageCase kCases[] = {
 TEST(PacketDamage, IsSurvivedAsTheModeSays)
 {
     const FourPackets aPackets;
-    for (const DamageCase& aCase : kCases)
+    for (const auto& [aName, anEdits, aPixels, aWarning] : kCases)
     {
-        SCOPED_TRACE(aCase.itsName);
-        const Bytes aStream = aPackets.Damage(aCase.itsEdits);
+        SCOPED_TRACE(aName);
+        const Bytes aStream = aPackets.Damage(anEdits);
         EXPECT_EQ(aPackets.Describe(EngineDecode(aStream)) + ' ' +
                       aPackets.Describe(EngineDecode(aStream, {.itsMode = EngineMode::Resilient})),
-                  aCase.itsPixels);
+                  aPixels);
         const std::string aText = ReportOf([&] { EngineDecode(aStream, {.itsMode = EngineMode::Fussy}); });
-        EXPECT_EQ(aText.substr(0, aText.find(" (at byte")),
-                  aCase.itsFussy.empty() ? "" : "warning: " + aCase.itsFussy);
+        EXPECT_EQ(aText.substr(0, aText.find(" (at byte")), aWarning.empty() ? "" : "warning: " + aWarning);
     }
 }
 } // namespace

@@ -23,14 +23,9 @@ using Segments = std::vector<Segment>;
 
 constexpr EngineOptions kFussy{.itsMode = EngineMode::Fussy};
 
-struct Arrangement
-{
-    const char* itsName;
-    std::size_t itsPacketsInAPart; ///< 0: tile-parts stay as they are
-    Headers itsHeaders;
-    bool itsKeepsMarkers;
-    int itsAnnouncedLess = 0; ///< tile-parts
-};
+/// Name; packets in a tile-part, 0 where they stay as they are; where headers stand, and whether with
+/// markers; how many tile-parts fewer are announced.
+using Arrangement = std::tuple<const char*, std::size_t, Headers, bool, int>;
 
 RandomStream MakeStream(Dice& theDice)
 {
@@ -50,38 +45,37 @@ RandomStream MakeStream(Dice& theDice)
     return aStream;
 }
 
-constexpr Arrangement kArrangements[] = {{"as encoded", 0, Headers::InPlace, true},
-                                         {"no markers", 0, Headers::InPlace, false},
-                                         {"scattered", 1, Headers::InPlace, false},
-                                         {"scattered, with markers", 5, Headers::InPlace, true},
+constexpr Arrangement kArrangements[] = {{"as encoded", 0, Headers::InPlace, true, 0},
+                                         {"no markers", 0, Headers::InPlace, false, 0},
+                                         {"scattered", 1, Headers::InPlace, false, 0},
+                                         {"scattered, with markers", 5, Headers::InPlace, true, 0},
                                          {"more parts than announced", 2, Headers::InPlace, true, 1},
-                                         {"tile headers", 0, Headers::InTile, false},
-                                         {"tile headers, scattered", 3, Headers::InTile, true},
-                                         {"main header", 0, Headers::InMain, false},
-                                         {"main header, scattered", 2, Headers::InMain, true}};
+                                         {"tile headers", 0, Headers::InTile, false, 0},
+                                         {"tile headers, scattered", 3, Headers::InTile, true, 0},
+                                         {"main header", 0, Headers::InMain, false, 0},
+                                         {"main header, scattered", 2, Headers::InMain, true, 0}};
 
 TEST(RearrangedStreams, DecodeToTheSamePixels)
 {
     for (int i = 0; i < Rounds(20) * 9; ++i)
     {
-        const Arrangement& anArrangement = kArrangements[i % 9];
-        SCOPED_TRACE(testing::Message() << anArrangement.itsName << ", stream " << i / 9);
+        const auto& [aName, aPacketCount, aPlace, hasMarkers, aMissing] = kArrangements[i % 9];
+        SCOPED_TRACE(testing::Message() << aName << ", stream " << i / 9);
         Dice aDice(static_cast<std::uint32_t>(5 + i / 9));
         const RandomStream aStream = MakeStream(aDice);
         CodestreamEditor anEditor(OpenJpeg::Encode(aStream.itsImage, aStream.itsOptions));
-        if (anArrangement.itsPacketsInAPart > 0)
+        if (aPacketCount > 0)
         {
-            anEditor.Scatter(anArrangement.itsPacketsInAPart);
+            anEditor.Scatter(aPacketCount);
         }
         for (CodestreamEditor::TilePart& aPart : anEditor.GetTileParts())
         {
-            aPart.itsCount = static_cast<std::uint8_t>(
-                aPart.itsCount > 1 ? aPart.itsCount - anArrangement.itsAnnouncedLess : aPart.itsCount);
+            aPart.itsCount =
+                static_cast<std::uint8_t>(aPart.itsCount > 1 ? aPart.itsCount - aMissing : aPart.itsCount);
         }
-        const auto aBytes = anEditor.Join(anArrangement.itsHeaders, anArrangement.itsKeepsMarkers);
+        const auto aBytes = anEditor.Join(aPlace, hasMarkers);
         PlanarImage anImage;
-        ASSERT_NO_THROW(
-            anImage = EngineDecode(aBytes, anArrangement.itsAnnouncedLess > 0 ? EngineOptions() : kFussy));
+        ASSERT_NO_THROW(anImage = EngineDecode(aBytes, aMissing > 0 ? EngineOptions() : kFussy));
         ASSERT_EQ(DescribeDifference(anImage, aStream.itsImage, 0), "");
     }
 }

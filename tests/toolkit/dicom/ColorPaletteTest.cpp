@@ -21,14 +21,9 @@ ColorPalette Read(const DataSet& theSet, char theChannel = 'R')
     return aPalette;
 }
 
-struct TableCase
-{
-    const char* itsName;
-    DICOMTag itsTag;
-    Entries itsDescriptor;
-    Bytes itsData;
-    Entries itsEntries; ///< from the pixel value 0 on; empty for a palette that must not be valid
-};
+/// Name, place, descriptor and data of a table; its entries from the pixel value 0 on, none for a palette
+/// that must not be valid.
+using TableCase = std::tuple<const char*, DICOMTag, Entries, Bytes, Entries>;
 
 const TableCase kCases[] = {
     {"words", kTable, {3, 0, 16}, Words({0x1234, 0, 0xfedc}), {0x1234, 0, 0xfedc, 0xfedc}},
@@ -45,11 +40,8 @@ const TableCase kCases[] = {
     {"short descriptor", kTable, {2, 0}, Words({1, 2}), {}},
     {"no data", kTable, {2, 0, 16}, {}, {}},
     {"discrete", kSegments, {3, 0, 16}, Words({0, 2, 10, 20, 0, 1, 30}), {10, 20, 30, 30}},
-    {"linear up and down",
-     kSegments,
-     {9, 0, 16},
-     Words({0, 1, 100, 1, 4, 200, 1, 4, 0}),
-     {100, 125, 150, 175, 200, 150, 100, 50, 0}},
+    TableCase("linear up and down", kSegments, {9, 0, 16}, Words({0, 1, 100, 1, 4, 200, 1, 4, 0}),
+              {100, 125, 150, 175, 200, 150, 100, 50, 0}),
     {"whole range", kSegments, {4, 0, 16}, Words({0, 1, 0, 1, 3, 0xffff}), {0, 21845, 43690, 65535}},
     {"linear rounds", kSegments, {4, 0, 16}, Words({0, 1, 0, 1, 3, 2}), {0, 1, 1, 2}},
     // The second pass of the copied line starts from where the first ended.
@@ -58,11 +50,8 @@ const TableCase kCases[] = {
     {"indirect to odd offset", kSegments, {3, 0, 16}, Words({0, 2, 7, 7, 2, 1, 1, 0}), {}},
     {"indirect to itself", kSegments, {3, 0, 16}, Words({0, 1, 7, 2, 1, 6, 0}), {}},
     {"indirect of nothing", kSegments, {4, 0, 16}, Words({0, 1, 7, 2, 0, 0, 0, 0, 3, 1, 2, 3}), {}},
-    {"8 bits",
-     kSegments,
-     {6, 0, 8},
-     {0, 2, 0, 10, 1, 2, 20, 2, 1, 0, 0, 0, 0},
-     {0, 0xa0a, 0xf0f, 0x1414, 0, 0xa0a}},
+    TableCase("8 bits", kSegments, {6, 0, 8}, {0, 2, 0, 10, 1, 2, 20, 2, 1, 0, 0, 0, 0},
+              {0, 0xa0a, 0xf0f, 0x1414, 0, 0xa0a}),
     {"8 bits with pad", kSegments, {2, 0, 8}, {0, 2, 3, 4, 0}, {0x303, 0x404, 0x404}},
     {"more than declared", kSegments, {2, 0, 16}, Words({0, 3, 1, 2, 3, 1, 60000, 4}), {1, 2, 2}},
     {"less than declared", kSegments, {4, 0, 16}, Words({0, 3, 1, 2, 3}), {}},
@@ -74,26 +63,26 @@ const TableCase kCases[] = {
 
 TEST(ColorPalette, EveryChannelReadsItsOwnTableOrSegments)
 {
-    for (const TableCase& aCase : kCases)
+    for (const auto& [aName, aPlace, aDescription, aData, anExpected] : kCases)
     {
         for (std::uint16_t aChannel = 0; aChannel < 3; ++aChannel)
         {
-            SCOPED_TRACE(aCase.itsName);
-            DICOMTag aDescriptor = kDescriptor, aTag = aCase.itsTag;
+            SCOPED_TRACE(aName);
+            DICOMTag aDescriptor = kDescriptor, aTag = aPlace;
             aDescriptor.itsElement = static_cast<std::uint16_t>(aDescriptor.itsElement + aChannel);
             aTag.itsElement = static_cast<std::uint16_t>(aTag.itsElement + aChannel);
             DataSet aSet;
-            aSet.SetNumbers(aDescriptor, aCase.itsDescriptor).SetBytes(aTag, aCase.itsData);
+            aSet.SetNumbers(aDescriptor, aDescription).SetBytes(aTag, aData);
             const ColorPalette aPalette = Read(aSet, "RGB"[aChannel]);
             EXPECT_FALSE(Read(aSet, "GBR"[aChannel]).IsValid());
-            EXPECT_EQ(aPalette.IsValid(), !aCase.itsEntries.empty());
-            EXPECT_EQ(aPalette.isBitsEncodedBitsDiffers(), aCase.itsName == std::string("8 bits in words"));
+            EXPECT_EQ(aPalette.IsValid(), !anExpected.empty());
+            EXPECT_EQ(aPalette.isBitsEncodedBitsDiffers(), aName == std::string("8 bits in words"));
             Entries anEntries;
-            while (anEntries.size() < aCase.itsEntries.size())
+            while (anEntries.size() < anExpected.size())
             {
                 anEntries.push_back(aPalette.MapUnsignedPixel(static_cast<std::uint16_t>(anEntries.size())));
             }
-            EXPECT_EQ(anEntries, aCase.itsEntries);
+            EXPECT_EQ(anEntries, anExpected);
             EXPECT_TRUE(aPalette.IsValid() || aPalette.MapUnsignedPixel(0) == 0);
         }
     }

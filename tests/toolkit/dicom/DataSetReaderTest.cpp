@@ -329,23 +329,18 @@ TEST(DataSetReader, ImplicitSequencesWithoutItemsAreOpaque)
 
 TEST(DataSetReader, PixelTypeIsTheFilesOrWhatImplicitMeans)
 {
-    struct Case
+    using Row = std::tuple<Syntax, const char*, std::uint16_t, bool>;
+    for (const auto& [aSyntax, aVR, aTypeCode, isBig] :
+         {Row{Syntax::EXPLICIT_LITTLE, "OB", VR::TYPE_OB, false},
+          Row{Syntax::EXPLICIT_BIG, "OB", VR::TYPE_OB, true},
+          Row{Syntax::EXPLICIT_BIG, "OW", VR::TYPE_OW, true},
+          Row{Syntax::EXPLICIT_BIG, "UN", VR::TYPE_OW, false},
+          Row{Syntax::IMPLICIT_LITTLE, "", VR::TYPE_OW, false}})
     {
-        Syntax itsSyntax;
-        const char* itsVR;
-        std::uint16_t itsTypeCode;
-        bool itsIsBig;
-    };
-    for (const Case& aCase : {Case{Syntax::EXPLICIT_LITTLE, "OB", VR::TYPE_OB, false},
-                              Case{Syntax::EXPLICIT_BIG, "OB", VR::TYPE_OB, true},
-                              Case{Syntax::EXPLICIT_BIG, "OW", VR::TYPE_OW, true},
-                              Case{Syntax::EXPLICIT_BIG, "UN", VR::TYPE_OW, false},
-                              Case{Syntax::IMPLICIT_LITTLE, "", VR::TYPE_OW, false}})
-    {
-        DicomBuilder aBuilder(aCase.itsSyntax);
-        const Whole aWhole(aBuilder.AddNativePixelData({1, 2, 3}, aCase.itsVR).Build());
-        EXPECT_EQ(aCase.itsTypeCode, aWhole.itsPixelData->GetTypeCode());
-        EXPECT_EQ(aCase.itsIsBig, aWhole.itsPixelData->GetEndian() == DLEndian::BIG_ENDIAN_ORDER);
+        DicomBuilder aBuilder(aSyntax);
+        const Whole aWhole(aBuilder.AddNativePixelData({1, 2, 3}, aVR).Build());
+        EXPECT_EQ(aTypeCode, aWhole.itsPixelData->GetTypeCode());
+        EXPECT_EQ(isBig, aWhole.itsPixelData->GetEndian() == DLEndian::BIG_ENDIAN_ORDER);
         EXPECT_EQ((Bytes{1, 2, 3}), aWhole.itsPixels);
     }
 }
