@@ -245,7 +245,7 @@ TEST(LoadFromFile, AMissingDictionaryIsSurvivedInSilence)
 {
     const std::string aSelf = std::filesystem::read_symlink("/proc/self/exe").string();
     const TemporaryFile anOutput;
-    EXPECT_EQ(0, std::system(("DCMDICTPATH=/no/such/dictionary '" + aSelf +
+    EXPECT_EQ(0, std::system(("DCMDICTPATH=/no/such/dictionary " QUORIX_EMULATOR " '" + aSelf +
                               "' --gtest_brief=1 --gtest_filter='WithoutDictionary.*' >" +
                               anOutput.GetName() + " 2>&1")
                                  .c_str()));

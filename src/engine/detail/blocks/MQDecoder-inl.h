@@ -115,6 +115,8 @@ private:
         std::uint64_t aCount;
         asm("lzcntq %1, %0" : "=r"(aCount) : "r"(theValue) : "cc");
         return static_cast<int>(aCount);
+#elif HWY_COMPILER_GCC
+        return __builtin_clzll(theValue); // the standard's function asks for zero first
 #else
         return std::countl_zero(theValue);
 #endif
@@ -147,6 +149,27 @@ private:
               [less] "+&q"(isLess), [smaller] "+&q"(isSmaller)
             : [upper] "r"(anUpper), [qe] "r"(theQe), [rest] "r"(itsDistance - anUpper),
               [kept] "rm"(theState.itsKept), [lps] "rm"(theState.itsNextLps)
+            : "cc");
+        return aNext;
+#elif HWY_ARCH_ARM_A64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
+        // Conditional selects: 27 instructions a decision where masks take 32, and three fewer on the
+        // interval's way.
+        std::uint64_t isLess;
+        std::uint64_t isSmaller;
+        asm("cmp %[upper], #0\n\t"
+            "csel %[next], %[kept], %[next], mi\n\t"
+            "cmp %[upper], %[qe]\n\t"
+            "cset %[smaller], lo\n\t"
+            "cmp %[upper], %[distance]\n\t"
+            "cset %[less], lo\n\t"
+            "csel %[distance], %[rest], %[distance], lo\n\t"
+            "csel %[interval], %[qe], %[upper], lo\n\t"
+            "cmp %[smaller], %[less]\n\t"
+            "csel %[next], %[next], %[lps], eq"
+            : [interval] "=&r"(itsInterval), [distance] "+&r"(itsDistance), [next] "+&r"(aNext),
+              [less] "=&r"(isLess), [smaller] "=&r"(isSmaller)
+            : [upper] "r"(anUpper), [qe] "r"(theQe), [rest] "r"(itsDistance - anUpper),
+              [kept] "r"(theState.itsKept), [lps] "r"(theState.itsNextLps)
             : "cc");
         return aNext;
 #else
