@@ -16,16 +16,11 @@ constexpr Decoder::ColorModel kRGB = Decoder::COLOR_MODEL_RGB;
 constexpr Decoder::ColorModel kYBR422 = Decoder::COLOR_MODEL_YBR_FULL_422;
 constexpr Decoder::ColorModel kYBR = Decoder::COLOR_MODEL_YBR_FULL;
 
-struct ColorCase
-{
-    const char* itsName;
-    bool itsJFIF;
-    int itsAdobeTransform; ///< -1: no marker
-    std::vector<int> itsIds;
-    Decoder::ColorModel itsDataSetModel;
-    Decoder::ColorModel itsLossy;    ///< expected colour space of a lossy codestream
-    Decoder::ColorModel itsLossless; ///< and of a lossless one
-};
+using Model = Decoder::ColorModel;
+
+/// Name; whether there is a JFIF marker; the Adobe marker's transform, -1 for none; component identifiers;
+/// what the data set says; the colour spaces expected of a lossy codestream and of a lossless one.
+using ColorCase = std::tuple<const char*, bool, int, std::vector<int>, Model, Model, Model>;
 
 const Samples kStored = {120, 90, 200};
 const Samples kConverted = {221, 82, 53};
@@ -37,15 +32,17 @@ Samples FirstPixel(JPEGDecoder& theDecoder, const JpegSpec& theSpec, const std::
     return {aSamples.begin(), aSamples.begin() + 3};
 }
 
-void ExpectColorSpace(const ColorCase& theCase, Process theProcess, Decoder::ColorModel theExpected)
+void ExpectColorSpace(const ColorCase& theCase, Process theProcess)
 {
-    JpegSpec aSpec{8, 8, 3, 8, theProcess, theCase.itsIds};
-    aSpec.itsJFIF = theCase.itsJFIF;
-    aSpec.itsAdobeTransform = theCase.itsAdobeTransform;
-    const auto aDecoder = MakeDecoder(8, theCase.itsDataSetModel);
-    EXPECT_EQ(FirstPixel(*aDecoder, aSpec, {120, 90, 200}), theExpected == kYBR422 ? kConverted : kStored)
-        << theCase.itsName;
-    EXPECT_EQ(aDecoder->GetCompressedColorspace(), theExpected) << theCase.itsName;
+    const auto& [aName, isJFIF, anAdobeTransform, anIds, aModel, aLossy, aLossless] = theCase;
+    const Model anExpected = theProcess == Process::LOSSLESS ? aLossless : aLossy;
+    JpegSpec aSpec{8, 8, 3, 8, theProcess, anIds};
+    aSpec.itsJFIF = isJFIF;
+    aSpec.itsAdobeTransform = anAdobeTransform;
+    const auto aDecoder = MakeDecoder(8, aModel);
+    EXPECT_EQ(FirstPixel(*aDecoder, aSpec, {120, 90, 200}), anExpected == kYBR422 ? kConverted : kStored)
+        << aName;
+    EXPECT_EQ(aDecoder->GetCompressedColorspace(), anExpected) << aName;
     EXPECT_EQ(aDecoder->GetDecompressedColorspace(), kRGB);
     EXPECT_EQ(static_cast<Decoder&>(*aDecoder).GetDecompressedColorspace(), kRGB);
     EXPECT_EQ(aDecoder->GetRecommendedDecompressedColorspace(), kRGB);
@@ -81,9 +78,9 @@ TEST(JPEGDecoderColor, MarkersIdentifiersAndDataSetDecideTogether)
           ColorCase{"OtherIdsWithYBR422Data", false, -1, k012, kYBR422, kYBR422, kYBR422},
           ColorCase{"OtherIdsWithYBRFullData", false, -1, k012, kYBR, kYBR422, kRGB}})
     {
-        ExpectColorSpace(aCase, Process::BASELINE, aCase.itsLossy);
-        ExpectColorSpace(aCase, Process::PROGRESSIVE, aCase.itsLossy);
-        ExpectColorSpace(aCase, Process::LOSSLESS, aCase.itsLossless);
+        ExpectColorSpace(aCase, Process::BASELINE);
+        ExpectColorSpace(aCase, Process::PROGRESSIVE);
+        ExpectColorSpace(aCase, Process::LOSSLESS);
     }
 }
 

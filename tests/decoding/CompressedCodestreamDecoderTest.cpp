@@ -96,15 +96,9 @@ TEST(CompressedCodestreamDecoder, VirtualOperationsKeepTheirPlaces)
 }
 #endif
 
-struct DriverCase
-{
-    const char* itsFault; ///< a name, or what the first read fails with
-    const char* itsUID;
-    int itsBitsStored;
-    Process itsProcess;
-    int itsPrecision;
-    int itsBits; ///< of the codec in the end; 0: no cure, the failure passes unchanged
-};
+/// A name, or what the first read fails with; transfer syntax, bits stored, process and precision; the bits
+/// of the codec in the end, 0 where there is no cure and the failure passes unchanged.
+using DriverCase = std::tuple<const char*, const char*, int, Process, int, int>;
 
 TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
 {
@@ -125,7 +119,7 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
         {"8 bits stored only tell of hidden ones", kUID57, 7, Process::LOSSLESS, 16, 8},
         {"16 bits lossless labelled lossy", kUID51, 12, Process::LOSSLESS, 16, 12},
     };
-    for (const DriverCase& aCase : kCases)
+    for (const auto& [aFault, aUID, aBitsStored, aProcess, aPrecision, aBits] : kCases)
     {
         // Smaller and larger than the first fill, from a stream that delivers a few bytes at a time, and with
         // a header of several fills.
@@ -133,23 +127,23 @@ TEST(CompressedCodestreamDecoder, FindsTheCodecThatTheStreamNeeds)
             {16, 1 << 20, {}}, {16, 7, {}}, {304, 5000, {}}, {304, 1 << 20, {65000, 65000}}};
         for (const auto& [aSize, aLargestRead, aCommentLengths] : kStreams)
         {
-            SCOPED_TRACE(testing::Message() << aCase.itsFault << ", size " << aSize);
-            Image anImage = MakeImage(aCase.itsProcess, aCase.itsPrecision, aSize, aCommentLengths);
-            Bench aBench(aCase.itsUID, aCase.itsBitsStored, anImage.itsJpeg, aLargestRead);
+            SCOPED_TRACE(testing::Message() << aFault << ", size " << aSize);
+            Image anImage = MakeImage(aProcess, aPrecision, aSize, aCommentLengths);
+            Bench aBench(aUID, aBitsStored, anImage.itsJpeg, aLargestRead);
             testing::internal::CaptureStderr();
-            const Bytes aBuffer = aBench.Decode(anImage.itsSamples.size() * (aCase.itsBits > 8 ? 2 : 1));
-            EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), aCase.itsPrecision <= aCase.itsBits)
+            const Bytes aBuffer = aBench.Decode(anImage.itsSamples.size() * (aBits > 8 ? 2 : 1));
+            EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), aPrecision <= aBits)
                 << "the library says what it takes from the samples, and nothing else";
             for (std::uint16_t& aSample : anImage.itsSamples)
             {
-                aSample >>= std::max(aCase.itsPrecision - aCase.itsBits, 0);
+                aSample >>= std::max(aPrecision - aBits, 0);
             }
-            EXPECT_EQ(ToSamples(aBuffer, aCase.itsBits), anImage.itsSamples);
-            EXPECT_EQ(aBench.itsDriver.itsBits, aCase.itsBits);
+            EXPECT_EQ(ToSamples(aBuffer, aBits), anImage.itsSamples);
+            EXPECT_EQ(aBench.itsDriver.itsBits, aBits);
             EXPECT_EQ(aBench.itsStream.GetStreamPosition(), anImage.itsJpeg.size())
                 << "nothing is read twice";
             EXPECT_EQ(aBench.itsDriver.GetScaleFactor(), 1) << "JPEG images are not reduced";
-            EXPECT_EQ(aBench.itsDataSet.Number(DICOMTags::BitsAllocated), aCase.itsBits > 8 ? 16 : 8);
+            EXPECT_EQ(aBench.itsDataSet.Number(DICOMTags::BitsAllocated), aBits > 8 ? 16 : 8);
             EXPECT_EQ(aBench.itsDataSet.Number(DICOMTags::Rows), aSize);
         }
     }
@@ -319,28 +313,26 @@ TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
         {"unsupported JPEG data precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
         {"precision 12", kUID50, 8, Process::EXTENDED, 12, 0},
     };
-    for (const DriverCase& aCase : kCases)
+    for (const auto& [aFault, aUID, aBitsStored, aProcess, aPrecision, aBits] : kCases)
     {
-        SCOPED_TRACE(aCase.itsFault);
-        Bench aBench(aCase.itsUID, aCase.itsBitsStored,
-                     MakeImage(aCase.itsProcess, aCase.itsPrecision).itsJpeg);
-        bool isFirst = true;
-        aBench.itsReads.itsBeforeRead = [&]
+        SCOPED_TRACE(aFault);
+        Bench aBench(aUID, aBitsStored, MakeImage(aProcess, aPrecision).itsJpeg);
+        aBench.itsReads.itsBeforeRead = [aText = aFault, isFirst = true]() mutable
         {
             if (std::exchange(isFirst, false))
             {
-                throw StreamIOException(aCase.itsFault, DLRC_IO_ERROR, 0);
+                throw StreamIOException(aText, DLRC_IO_ERROR, 0);
             }
         };
-        if (aCase.itsBits == 0)
+        if (aBits == 0)
         {
-            ExpectStreamIOException([&] { aBench.Decode(16 * 16 * 2); }, aCase.itsFault, 67);
+            ExpectStreamIOException([&] { aBench.Decode(16 * 16 * 2); }, aFault, 67);
         }
         else
         {
             EXPECT_NO_THROW(aBench.Decode(16 * 16 * 2));
         }
-        EXPECT_EQ(aBench.itsDriver.itsBits, aCase.itsBits);
+        EXPECT_EQ(aBench.itsDriver.itsBits, aBits);
     }
 }
 

@@ -85,12 +85,8 @@ std::uint32_t SecondOffset()
     return static_cast<std::uint32_t>(Frame(0).size()) + 16;
 }
 
-struct FramesCase
-{
-    const char* itsName;
-    Encapsulation itsFile;
-    int itsExpected; ///< frames that come out, counting from 0; the next one is an error
-};
+/// Name and file; the frames that come out, counting from 0: the next one is an error.
+using FramesCase = std::tuple<const char*, Encapsulation, int>;
 
 std::vector<FramesCase> FramesCases()
 {
@@ -191,17 +187,17 @@ std::vector<FaultCase> ColourCases()
 
 TEST(ArchiveFaults, Frames)
 {
-    for (const FramesCase& aCase : FramesCases())
+    for (const auto& [aName, aDescription, aCount] : FramesCases())
     {
-        SCOPED_TRACE(aCase.itsName);
-        const Bytes aFile = File(aCase.itsFile);
-        for (int aFrame = 0; aFrame < aCase.itsExpected; ++aFrame)
+        SCOPED_TRACE(aName);
+        const Bytes aFile = File(aDescription);
+        for (int aFrame = 0; aFrame < aCount; ++aFrame)
         {
             const Outcome anOutcome = RunPart10Quietly(aFile, nullptr, {aFrame});
             EXPECT_EQ(anOutcome.Pixels(), Pixels(aFrame)) << aFrame << ": " << anOutcome.Message();
         }
         EXPECT_EQ(RunPart10Quietly(aFile, nullptr, {-1}).Pixels(), Pixels(0)) << "without an index";
-        const Outcome aNext = RunPart10Quietly(aFile, nullptr, {aCase.itsExpected});
+        const Outcome aNext = RunPart10Quietly(aFile, nullptr, {aCount});
         EXPECT_EQ(aNext.Code(), 38) << aNext.Message();
     }
 }

@@ -37,15 +37,9 @@ enum class Verdict
 
 using enum Verdict;
 
-struct StreamCase
-{
-    const char* itsName;
-    Verdict itsVerdict;
-    std::vector<Edit> itsEdits; ///< in the order of their places
-    const char* itsText;
-    int itsAt; ///< where the report says that it is wrong
-    Bytes (*itsBase)();
-};
+/// Name and verdict; the edits in the order of their places; the report, and where it says that it is wrong;
+/// the stream that is edited.
+using StreamCase = std::tuple<const char*, Verdict, std::vector<Edit>, const char*, int, Bytes (*)()>;
 
 StreamCase Make(const char* theName, Verdict theVerdict, const std::vector<Edit>& theEdits,
                 const char* theText = "", int theAt = kNowhere, Bytes (*theBase)() = Jpeg2000Streams::Grey12)

@@ -200,38 +200,32 @@ TEST(Decode, TellsTypesByTheFirstBytes)
     const Bytes aStream = Jpeg2000Streams::Grey12();
     const Bytes aJp2 = Jpeg2000Streams::MakeJp2(aStream);
     const unsigned aFirst = static_cast<unsigned>(Jpeg2000Streams::GreyValue(0, 0)) & 0xfff;
-    const struct
+    // The file; rows, bits stored and first sample of the image, and whether it is lossy; the type asked for.
+    constexpr auto kAny = ImageType::automatic;
+    const std::tuple<const char*, Bytes, int, int, unsigned, bool, ImageType> kCases[] = {
+        {"Part 10", Grey8(), 2, 8, 0x100, false, kAny},
+        {"Part 10 behind the start of a JPEG", aDisguised, 2, 8, 0x100, false, kAny},
+        {"JPEG", aJpeg, 8, 8, 0x4d4d, true, kAny},
+        {"JPEG, told", aJpeg, 8, 8, 0x4d4d, true, ImageType::jpeg},
+        {"12 bits", FlatJpeg(Process::EXTENDED, 12, {1000}), 8, 12, 1000, true, kAny},
+        {"16 bits", FlatJpeg(Process::LOSSLESS, 16, {40000}), 8, 16, 40000, false, kAny},
+        {"deep colour", FlatJpeg(Process::LOSSLESS, 12, {1000, 2, 3}), 8, 12, 1000, false, kAny},
+        {"lossless", FlatJpeg(Process::LOSSLESS, 8, {10, 20, 30}), 8, 8, 0x140a, false, kAny},
+        {"codestream", aStream, 11, 12, aFirst, false, kAny},
+        {"JP2", aJp2, 11, 12, aFirst, false, kAny},
+        {"JPEG 2000, told", aStream, 11, 12, aFirst, false, ImageType::losslessJpeg2000}};
+    for (const auto& [aName, aBytes, aRowCount, aDepth, aSample, isLossy, aType] : kCases)
     {
-        const char* itsName;
-        Bytes itsBytes;
-        int itsRows;
-        int itsBitsStored;
-        unsigned itsFirstSample;
-        bool itsIsLossy;
-        ImageType itsType = ImageType::automatic;
-    } kCases[] = {{"Part 10", Grey8(), 2, 8, 0x100, false},
-                  {"Part 10 behind the start of a JPEG", aDisguised, 2, 8, 0x100, false},
-                  {"JPEG", aJpeg, 8, 8, 0x4d4d, true},
-                  {"JPEG, told", aJpeg, 8, 8, 0x4d4d, true, ImageType::jpeg},
-                  {"12 bits", FlatJpeg(Process::EXTENDED, 12, {1000}), 8, 12, 1000, true},
-                  {"16 bits", FlatJpeg(Process::LOSSLESS, 16, {40000}), 8, 16, 40000, false},
-                  {"deep colour", FlatJpeg(Process::LOSSLESS, 12, {1000, 2, 3}), 8, 12, 1000, false},
-                  {"lossless", FlatJpeg(Process::LOSSLESS, 8, {10, 20, 30}), 8, 8, 0x140a, false},
-                  {"codestream", aStream, 11, 12, aFirst, false},
-                  {"JP2", aJp2, 11, 12, aFirst, false},
-                  {"JPEG 2000, told", aStream, 11, 12, aFirst, false, ImageType::losslessJpeg2000}};
-    for (const auto& aCase : kCases)
-    {
-        SCOPED_TRACE(aCase.itsName);
+        SCOPED_TRACE(aName);
         for (const int aManner : {0, 1, 2})
         {
-            TestStream aSource(aCase.itsBytes, aManner != 0);
-            aSource.itsClaim = aManner == 1 ? aCase.itsBytes.size() : 3;
-            const Image anImage = quorix::decode(aSource, Options(0, 1, 1, aCase.itsType));
-            EXPECT_EQ(anImage.rows(), aCase.itsRows);
-            EXPECT_EQ(anImage.bitsStored(), aCase.itsBitsStored);
-            EXPECT_EQ(anImage.pixels()[0] + 256u * anImage.pixels()[1], aCase.itsFirstSample);
-            EXPECT_EQ(anImage.isLossy(), aCase.itsIsLossy);
+            TestStream aSource(aBytes, aManner != 0);
+            aSource.itsClaim = aManner == 1 ? aBytes.size() : 3;
+            const Image anImage = quorix::decode(aSource, Options(0, 1, 1, aType));
+            EXPECT_EQ(anImage.rows(), aRowCount);
+            EXPECT_EQ(anImage.bitsStored(), aDepth);
+            EXPECT_EQ(anImage.pixels()[0] + 256u * anImage.pixels()[1], aSample);
+            EXPECT_EQ(anImage.isLossy(), isLossy);
         }
     }
 }
