@@ -54,6 +54,16 @@ Bytes Nested(int theDepth)
 
 const Bytes kHead = kSignature + kFileType + Box("jp2h", kImageHeader);
 
+/// What is said of a file when its header is read.
+std::string ReportOfHeader(ByteSource& theSource)
+{
+    jp2_family_src aFamily;
+    aFamily.open(&theSource);
+    jp2_source aFile;
+    aFile.open(&aFamily);
+    return ReportOf([&] { aFile.read_header(); });
+}
+
 /// A file up to the codestream's first byte, and the codestream's length.
 using GoodCase = std::tuple<const char*, Bytes, std::uint64_t>;
 
@@ -152,12 +162,7 @@ TEST(Jp2Source, RefusesDamagedFilesByName)
     {
         SCOPED_TRACE(aName);
         ByteSource aSource(aBytes);
-        jp2_family_src aFamily;
-        aFamily.open(&aSource);
-        jp2_source aFile;
-        aFile.open(&aFamily);
-        EXPECT_EQ(ReportOf([&] { aFile.read_header(); }),
-                  "error: Error in Kakadu File Format Support: " + aText);
+        EXPECT_EQ(ReportOfHeader(aSource), "error: Error in Kakadu File Format Support: " + aText);
     }
 }
 
@@ -168,11 +173,7 @@ TEST(Jp2Source, AnErrorOfTheSourceIsNotTheEndOfTheFile)
     {
         ByteSource aSource(Bytes(kHead.data(), kHead.data() + aLength));
         aSource.AtEnd([] { return -7; });
-        jp2_family_src aFamily;
-        aFamily.open(&aSource);
-        jp2_source aFile;
-        aFile.open(&aFamily);
-        EXPECT_EQ(ReportOf([&] { aFile.read_header(); }),
+        EXPECT_EQ(ReportOfHeader(aSource),
                   "error: Error in Kakadu File Format Support: the source answered a read with -7");
     }
 }

@@ -32,13 +32,8 @@ std::uint16_t Code(const char* theVR)
 
 constexpr int NONE = DataSet::kNone;
 
-struct GetterCase
-{
-    const char* itsVR;
-    Bytes itsValue; ///< little-endian
-    const char* itsString;
-    int itsInteger;
-};
+/// VR and value, little-endian; the text and the number that are read.
+using GetterCase = std::tuple<const char*, Bytes, const char*, int>;
 
 const GetterCase kGetterCases[] = {
     {"US", {0x34, 0x12}, "4660", 0x1234},
@@ -80,26 +75,26 @@ TEST(DICOMObject, GettersReadWhatAFileOrTheFactoryBrought)
     DICOMTag aTag{0x0009, 0x1000};
     DicomBuilder aBuilder(Syntax::EXPLICIT_LITTLE);
     DataSet aMade;
-    for (const GetterCase& aCase : kGetterCases)
+    for (const auto& [aVR, aValue, aString, anInteger] : kGetterCases)
     {
         ++aTag.itsElement;
-        aBuilder.AddBytes(aTag, aCase.itsVR, aCase.itsValue);
-        aMade.SetBytes(aTag, aCase.itsValue, Code(aCase.itsVR));
+        aBuilder.AddBytes(aTag, aVR, aValue);
+        aMade.SetBytes(aTag, aValue, Code(aVR));
     }
     DataSet aLoaded;
     ASSERT_EQ("(loaded)", aLoaded.Load(aBuilder.Build()));
     for (const DataSet* aSet : {&aMade, &aLoaded})
     {
         aTag.itsElement = 0x1000;
-        for (const GetterCase& aCase : kGetterCases)
+        for (const auto& [aVR, aValue, aString, anInteger] : kGetterCases)
         {
             ++aTag.itsElement;
             std::uint16_t aShort = 77;
-            EXPECT_EQ(aCase.itsString, aSet->Text(aTag));
-            EXPECT_EQ(aCase.itsInteger, aSet->Number(aTag)) << aCase.itsString;
-            const bool isShort = aCase.itsInteger >= 0 && aCase.itsInteger <= 65535;
-            EXPECT_EQ(isShort, aSet->GetUnsignedShort(aTag, aShort)) << aCase.itsString;
-            EXPECT_EQ(isShort ? aCase.itsInteger : 77, aShort) << aCase.itsString;
+            EXPECT_EQ(aString, aSet->Text(aTag));
+            EXPECT_EQ(anInteger, aSet->Number(aTag)) << aString;
+            const bool isShort = anInteger >= 0 && anInteger <= 65535;
+            EXPECT_EQ(isShort, aSet->GetUnsignedShort(aTag, aShort)) << aString;
+            EXPECT_EQ(isShort ? anInteger : 77, aShort) << aString;
         }
         EXPECT_EQ("(absent)", aSet->Text(DICOMTags::Rows));
         EXPECT_EQ(NONE, aSet->Number(DICOMTags::Rows));

@@ -72,12 +72,7 @@ const Bytes kTwo = Item(kA) + Item(kMore) + Delimiter();
 const std::vector<Bytes> kABCFrames = {kA, kB, kC};
 const std::vector<Bytes> kSplitFrames = {kA + kMore, kB + kMore + kMore};
 
-struct DivisionCase
-{
-    const char* itsName;
-    Division itsDivision;
-    std::vector<Bytes> itsFrames;
-};
+using DivisionCase = std::tuple<const char*, Division, std::vector<Bytes>>;
 
 const DivisionCase kCases[] = {
     {"basic table", {Table({0, 12, 26}) + kABC, 3}, kABCFrames},
@@ -136,15 +131,15 @@ const DivisionCase kCases[] = {
 
 TEST(ImageFrameInputStream, GivesFramesInOrderAndWhereOthersAreSkipped)
 {
-    for (const DivisionCase& aCase : kCases)
+    for (const auto& [aName, aDivision, aFrames] : kCases)
     {
         for (const Manner aManner : {kSeekable, kPipe, Manner{true, true, 3}, Manner{true, false}})
         {
-            SCOPED_TRACE(aCase.itsName);
-            Fixture aFixture(aCase.itsDivision, aManner);
-            Fixture aSkipping(aCase.itsDivision, aManner);
+            SCOPED_TRACE(aName);
+            Fixture aFixture(aDivision, aManner);
+            Fixture aSkipping(aDivision, aManner);
             bool isToSkip = true;
-            for (const Bytes& aFrame : aCase.itsFrames)
+            for (const Bytes& aFrame : aFrames)
             {
                 EXPECT_EQ(aFixture.Next(), aFrame);
                 EXPECT_TRUE(isToSkip ? aSkipping.itsFrames.SkipNextFrame() : aSkipping.Next() == aFrame);
@@ -159,17 +154,17 @@ TEST(ImageFrameInputStream, GivesFramesInOrderAndWhereOthersAreSkipped)
 
 TEST(ImageFrameInputStream, GivesAnyFrameFirstAndThenBackwards)
 {
-    for (const DivisionCase& aCase : kCases)
+    for (const auto& [aName, aDivision, aFrames] : kCases)
     {
-        for (std::size_t aStart = 0; aStart < aCase.itsFrames.size(); ++aStart)
+        for (std::size_t aStart = 0; aStart < aFrames.size(); ++aStart)
         {
-            SCOPED_TRACE(aCase.itsName);
-            Fixture aFixture(aCase.itsDivision);
+            SCOPED_TRACE(aName);
+            Fixture aFixture(aDivision);
             for (std::size_t aFrame = aStart + 1; aFrame-- > 0;)
             {
-                EXPECT_EQ(aFixture.Get(aFrame), aCase.itsFrames[aFrame]);
+                EXPECT_EQ(aFixture.Get(aFrame), aFrames[aFrame]);
             }
-            EXPECT_EQ(Fixture(aCase.itsDivision, kPipe).Get(aStart), aCase.itsFrames[aStart]);
+            EXPECT_EQ(Fixture(aDivision, kPipe).Get(aStart), aFrames[aStart]);
         }
     }
 }

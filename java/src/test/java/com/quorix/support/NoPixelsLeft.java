@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.support;
 
-import org.junit.jupiter.api.extension.AfterEachCallback;
-import org.junit.jupiter.api.extension.BeforeEachCallback;
-import org.junit.jupiter.api.extension.ExtensionContext;
+import org.junit.jupiter.api.extension.*;
 
 /** After each test of the class the library's allocator holds no more pixel buffers than before it. */
 public final class NoPixelsLeft implements BeforeEachCallback, AfterEachCallback {
