@@ -18,6 +18,20 @@ if(QUORIX_SANITIZE)
   target_link_options(quorix_options INTERFACE -fsanitize=${QUORIX_SANITIZE})
 endif()
 
+# Hardening: what a file could still reach through an error of ours shall end in a crash, not in somebody else's code.
+# Sanitizers look themselves, and the checks of the C library would hide from them.
+if(NOT QUORIX_SANITIZE)
+  target_compile_options(quorix_options INTERFACE -fstack-protector-strong
+    # -U: distributions whose compilers set a lower level. The checks want an optimised build.
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
+    target_compile_options(quorix_options INTERFACE -fcf-protection)
+  elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+    target_compile_options(quorix_options INTERFACE -mbranch-protection=standard)
+  endif()
+  target_link_options(quorix_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+endif()
+
 # quorix_add_room(<name> <folder> [FOLDERS <more folders>...] [LINK <targets>...])
 #
 # One room is a static library of all .cpp files of its folders. The shared library is made of the
