@@ -8,6 +8,7 @@
 #include "codecs/jpeg/JPEGDecoders.h"
 #include "codecs/jpeg2000/JPEG2000Decoder.h"
 #include "codecs/rle/RLEDecoder.h"
+#include "decoding/DecoderFactory.h"
 #include "decoding/ImageType.h"
 #include "dicomfix/CompressionTerms.h"
 #include "toolkit/base/CodestreamSignature.h"
@@ -236,10 +237,15 @@ constexpr NamedSyntax kNamesWithoutCodec[] = {
     {TransferSyntaxType::TSJPEGLSUID, "JPEG-LS near-lossless"},
 };
 
+/// The first row that theReading admits and of which thePredicate holds.
 template <class Predicate>
-const CodecRow* FindRow(const Predicate& thePredicate)
+const CodecRow* FindRow(Reading theReading, const Predicate& thePredicate)
 {
-    const auto* const aRow = std::find_if(std::begin(kRows), std::end(kRows), thePredicate);
+    const bool hasExtensions = theReading == Reading::BY_MEANING || DecoderFactory::HasExtensions();
+    const auto* const aRow =
+        std::find_if(std::begin(kRows), std::end(kRows),
+                     [&](const CodecRow& theRow)
+                     { return (hasExtensions || !theRow.itsIsExtension) && thePredicate(theRow); });
     return aRow != std::end(kRows) ? aRow : nullptr;
 }
 } // namespace
@@ -264,56 +270,53 @@ std::span<const CodecRow> CodecTable::GetRows()
     return kRows;
 }
 
-const CodecRow* CodecTable::Find(const RWCString& theTransferSyntaxUID)
-{
-    return FindRow([&](const CodecRow& theRow) { return theTransferSyntaxUID == theRow.itsUID; });
-}
-
 const CodecRow* CodecTable::Find(const RWCString& theTransferSyntaxUID, Reading theReading)
 {
     const RetiredSyntax* const aRetired =
         theReading == Reading::BY_MEANING ? FindRetired(theTransferSyntaxUID) : nullptr;
-    return Find(aRetired != nullptr ? aRetired->itsCodecUID : theTransferSyntaxUID);
+    const RWCString aUID = aRetired != nullptr ? aRetired->itsCodecUID : theTransferSyntaxUID;
+    return FindRow(theReading, [&](const CodecRow& theRow) { return aUID == theRow.itsUID; });
 }
 
-const CodecRow* CodecTable::FindImageType(std::int32_t theImageType)
+const CodecRow* CodecTable::FindImageType(std::int32_t theImageType, Reading theReading)
 {
-    return FindRow([&](const CodecRow& theRow)
+    return FindRow(theReading, [&](const CodecRow& theRow)
                    { return theRow.itsImageType != 0 && theRow.itsImageType == theImageType; });
 }
 
-const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool isLossless)
+const CodecRow* CodecTable::FindBareStream(std::int32_t theImageType, bool isLossless, Reading theReading)
 {
-    const CodecRow* const aNamed = FindImageType(theImageType);
+    const CodecRow* const aNamed = FindImageType(theImageType, theReading);
     if (aNamed == nullptr || aNamed->itsTwinUID == nullptr || (aNamed->itsTerms == nullptr) == isLossless)
     {
         return aNamed;
     }
-    return Find(aNamed->itsTwinUID);
+    return Find(aNamed->itsTwinUID, theReading);
 }
 
 const CodecRow* CodecTable::Recognise(const unsigned char* theBytes, std::size_t theCount)
 {
-    return FindRow(
-        [&](const CodecRow& theRow)
-        {
-            return std::any_of(theRow.itsFirstBytes.begin(), theRow.itsFirstBytes.end(),
-                               [&](std::string_view theSignature) {
-                                   return !theSignature.empty() &&
-                                          CodestreamSignature::Begins(theBytes, theCount, theSignature);
-                               });
-        });
+    return FindRow(Reading::BY_CONTRACT,
+                   [&](const CodecRow& theRow)
+                   {
+                       return std::any_of(theRow.itsFirstBytes.begin(), theRow.itsFirstBytes.end(),
+                                          [&](std::string_view theSignature) {
+                                              return !theSignature.empty() &&
+                                                     CodestreamSignature::Begins(theBytes, theCount,
+                                                                                 theSignature);
+                                          });
+                   });
 }
 
 const char* CodecTable::GetName(const RWCString& theTransferSyntaxUID)
 {
-    if (const CodecRow* const aRow = Find(theTransferSyntaxUID))
-    {
-        return aRow->itsName;
-    }
     if (const RetiredSyntax* const aRetired = FindRetired(theTransferSyntaxUID))
     {
         return aRetired->itsName;
+    }
+    if (const CodecRow* const aRow = Find(theTransferSyntaxUID, Reading::BY_MEANING))
+    {
+        return aRow->itsName;
     }
     const auto* const aName =
         std::find_if(std::begin(kNamesWithoutCodec), std::end(kNamesWithoutCodec),

@@ -55,6 +55,9 @@ struct QUORIX_API CodecRow
     bool itsHasOwnColour = true;
     /// Samples may stay unwritten without an error.
     bool itsCanLeaveSamples = false;
+    /// Not one of the transfer syntaxes that callers of the classes have always had: there for requests that
+    /// read by meaning, for others once DecoderFactory::EnableExtensions has said so.
+    bool itsIsExtension = false;
 
     /// A new codec. Throws StreamIOException (code 7) for bits stored that the transfer syntax does not
     /// allow.
@@ -77,8 +80,8 @@ struct QUORIX_API CodecRow
 };
 
 /// The transfer syntaxes that have a codec. Stateless, constant and thread-safe; rows live as long as the
-/// program. Every question goes through these operations, so a row that is to be found only on demand is left
-/// out in one place.
+/// program. Every question goes through these operations, which leave out the rows of extensions where
+/// theReading or the switch does not admit them; only GetRows and GetName know them all.
 class QUORIX_API CodecTable
 {
 public:
@@ -87,21 +90,22 @@ public:
     /// All rows. Of those with the same first bytes the first is what a bare stream is taken for.
     static std::span<const CodecRow> GetRows();
 
-    /// Null for a transfer syntax without a codec. The comparison is exact.
-    static const CodecRow* Find(const RWCString& theTransferSyntaxUID);
-
-    /// The same; by meaning a retired JPEG transfer syntax has the row of the one whose codec decodes it.
-    static const CodecRow* Find(const RWCString& theTransferSyntaxUID, Reading theReading);
+    /// Null for a transfer syntax without a codec. The comparison is exact; by meaning a retired JPEG
+    /// transfer syntax has the row of the one whose codec decodes it.
+    static const CodecRow* Find(const RWCString& theTransferSyntaxUID,
+                                Reading theReading = Reading::BY_CONTRACT);
 
     /// What bare streams of a JImageType are decoded as, isLossless telling which transfer syntax those of
     /// a family with and without loss get. Any number may come in; null for one that is no bare stream.
-    static const CodecRow* FindBareStream(std::int32_t theImageType, bool isLossless);
+    static const CodecRow* FindBareStream(std::int32_t theImageType, bool isLossless,
+                                          Reading theReading = Reading::BY_CONTRACT);
 
     /// The row of the image type itself; null for one that is no bare stream.
-    static const CodecRow* FindImageType(std::int32_t theImageType);
+    static const CodecRow* FindImageType(std::int32_t theImageType,
+                                         Reading theReading = Reading::BY_CONTRACT);
 
     /// What begins with theBytes, theCount of them, as a bare stream; null for anything else. 12 bytes are
-    /// enough to tell.
+    /// enough to tell. Extensions that begin like another row are told from it by what reads further.
     static const CodecRow* Recognise(const unsigned char* theBytes, std::size_t theCount);
 
     /// A name for people, known for some transfer syntaxes without a codec too; "unknown" for all others.

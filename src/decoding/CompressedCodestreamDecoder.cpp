@@ -148,10 +148,11 @@ void CompressedCodestreamDecoder::Decode(OpenedFrame theFrame, void* theOutput)
 CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(const RWCString& theUID,
                                                                             int theBitsStored) const
 {
+    const Reading aReading = IsByMeaning() ? Reading::BY_MEANING : Reading::BY_CONTRACT;
     Codec aCodec{std::unique_ptr<Decoder>(DecoderFactory::Create(
-                     theUID, itsScaleFactor, itsParsingErrorTolerance, false, theBitsStored)),
-                 CodecTable::Find(theUID)};
-    if (aCodec.itsDecoder == nullptr)
+                     theUID, itsScaleFactor, itsParsingErrorTolerance, false, theBitsStored, aReading)),
+                 CodecTable::Find(theUID, aReading)};
+    if (aCodec.itsDecoder == nullptr || aCodec.itsRow == nullptr)
     {
         throw StreamIOException("CompressedStreamDecoder::Decode: Unable to create Decoder for transfer "
                                 "syntax with UID = " +

@@ -3,7 +3,7 @@
 
 #include "decoding/Decoder.h"
 
-/// Chooses the codec for one compressed image. Stateless and thread-safe.
+/// Chooses the codec for one compressed image. Thread-safe; the switch for extensions is all its state.
 class QUORIX_API DecoderFactory
 {
 public:
@@ -12,4 +12,16 @@ public:
     /// transfer syntax does not allow throws StreamIOException (code 7).
     static Decoder* Create(const RWCString& theTransferSyntaxUID, int theScaleFactor,
                            Decoder::ParsingErrorTolerance theTolerance, bool isFileStream, int theBitsStored);
+
+    /// The same for a request that reads so: by meaning, transfer syntaxes that are extensions have a codec.
+    static Decoder* Create(const RWCString& theTransferSyntaxUID, int theScaleFactor,
+                           Decoder::ParsingErrorTolerance theTolerance, bool isFileStream, int theBitsStored,
+                           Reading theReading);
+
+    /// Whether the extensions (rows of CodecTable that are marked so) are there by contract too, for the
+    /// whole program; off at the start. Meant for start-up: requests that are under way may see either.
+    /// @{
+    static void EnableExtensions(bool isEnabled);
+    static bool HasExtensions();
+    /// @}
 };

@@ -44,14 +44,15 @@ BareImageDecode::BareImageDecode(DecompressionRequest& theRequest, MemoryAllocat
 
 std::unique_ptr<Renderable> BareImageDecode::Run()
 {
-    itsRow = CodecTable::Find(itsUID);
+    itsRow = CodecTable::Find(itsUID, itsReadingContext.GetReading());
     if (itsReadingContext.IsByMeaning() && itsRow != nullptr && itsRow->itsHasJPEGHeader)
     {
         BelieveFrameHeader();
     }
     // A bare stream may come as a file.
-    const std::unique_ptr<Decoder> aCodec(
-        DecoderFactory::Create(itsUID, itsRequest.getScaleFactor(), Decoder::PET_FAST, true, itsBitsStored));
+    const std::unique_ptr<Decoder> aCodec(DecoderFactory::Create(itsUID, itsRequest.getScaleFactor(),
+                                                                 Decoder::PET_FAST, true, itsBitsStored,
+                                                                 itsReadingContext.GetReading()));
     if (!aCodec || itsRow == nullptr)
     {
         return nullptr;
@@ -84,7 +85,7 @@ void BareImageDecode::BelieveFrameHeader()
         return; // the codec says what is wrong with it
     }
     itsUID = aHeader->GetTransferSyntaxUID();
-    itsRow = CodecTable::Find(itsUID);
+    itsRow = CodecTable::Find(itsUID, itsReadingContext.GetReading());
     itsBitsStored = std::max(aHeader->itsPrecision, 8);
     if (aHeader->IsLossless() && aHeader->itsComponents == 3 && (IsDeepJPEG() || !aHeader->itsColourMarked))
     {

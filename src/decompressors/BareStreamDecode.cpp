@@ -27,9 +27,14 @@ std::uint32_t LengthLeft(const InputStream& theStream)
 std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImageType theType, int theScale,
                                                   ReadingContext& theContext)
 {
+    const CodecRow* const aRow = CodecTable::FindImageType(theType, theContext.GetReading());
+    if (aRow == nullptr)
+    {
+        throw StreamIOException("BareStreamDecode::Run: no codec for image type " + std::to_string(theType),
+                                DLRC_NO_DECODER, 0);
+    }
     InputStreamAdapter aSource(theStream);
-    DecompressionRequest aRequest(&aSource, nullptr, "", true, theScale, 0,
-                                  CodecTable::FindImageType(theType)->itsUID, false);
+    DecompressionRequest aRequest(&aSource, nullptr, "", true, theScale, 0, aRow->itsUID, false);
     aRequest.setSourceLength(LengthLeft(theStream));
     aRequest.setReading(theContext.GetReading());
     DecompressionResult aResult;

@@ -99,7 +99,7 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
         Renderable::photometricInterpretationFromString(aFrame.itsAttributes.itsPhotometricInterpretation);
     aFrame.itsLittleEndian = itsFrontEnd.GetDataSet().GetEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
     aFrame.itsScaleFactor = itsFrontEnd.GetRequest().getScaleFactor();
-    const CodecRow* const aRow = CodecTable::Find(itsFrontEnd.GetRequest().getTransferSyntaxUID());
+    const CodecRow* const aRow = itsFrontEnd.GetCodec();
     if (!IsNative() && aRow != nullptr && aRow->itsCanHoldSingleBits)
     {
         // Single bits are packed in native pixels only: the codec delivers at least a byte a sample.
@@ -278,8 +278,8 @@ void Part10FrameLoader::SettleDecodedSize(Frame& theFrame) const
 void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
 {
     ReadingContext& aContext = itsFrontEnd.GetReadingContext();
-    // The transfer syntax has a codec, or there would be no frame.
-    if (!CodecTable::Find(itsFrontEnd.GetRequest().getTransferSyntaxUID())->itsHasOwnColour)
+    const CodecRow* const aRow = itsFrontEnd.GetCodec();
+    if (aRow != nullptr && !aRow->itsHasOwnColour)
     {
         if (theFrame.itsInterpretation == Renderable::YBR_FULL_422 && aContext.IsByMeaning())
         {

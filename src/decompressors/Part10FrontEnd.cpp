@@ -146,15 +146,15 @@ void Part10FrontEnd::ChooseCodec()
                                "the file has no preamble with \"DICM\" behind it");
     }
     const RWCString& aUID = itsStream.GetTransferSyntaxUID();
-    const CodecRow* const aRow = CodecTable::Find(aUID, itsReadingContext.GetReading());
-    if (aRow == nullptr || aRow->itsUID == aUID)
+    itsCodec = CodecTable::Find(aUID, itsReadingContext.GetReading());
+    if (itsCodec == nullptr || itsCodec->itsUID == aUID)
     {
         itsRequest.setTransferSyntaxUID(aUID);
         return;
     }
     itsReadingContext.Warn(WarningIdentifier::kNonconformant,
-                           RWCString(CodecTable::GetName(aUID)) + " is decoded as " + aRow->itsName);
-    itsRequest.setTransferSyntaxUID(aRow->itsUID);
+                           RWCString(CodecTable::GetName(aUID)) + " is decoded as " + itsCodec->itsName);
+    itsRequest.setTransferSyntaxUID(itsCodec->itsUID);
 }
 
 void Part10FrontEnd::Parse()

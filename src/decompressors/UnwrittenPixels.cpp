@@ -9,7 +9,7 @@
 
 bool UnwrittenPixels::MayLeaveSamples(const RWCString& theTransferSyntaxUID)
 {
-    const CodecRow* const aRow = CodecTable::Find(theTransferSyntaxUID);
+    const CodecRow* const aRow = CodecTable::Find(theTransferSyntaxUID, Reading::BY_MEANING);
     return aRow != nullptr && aRow->itsCanLeaveSamples;
 }
 

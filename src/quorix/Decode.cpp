@@ -63,9 +63,9 @@ JImageType BareTypeOf(ImageType theType)
 }
 
 /// Other codecs report the scale that was asked for and deliver full size.
-int AppliedScale(const Renderable& theImage, const RWCString& theUID)
+int AppliedScale(const Renderable& theImage, const DecompressionRequest& theRequest)
 {
-    const CodecRow* const aRow = CodecTable::Find(theUID);
+    const CodecRow* const aRow = CodecTable::Find(theRequest.getTransferSyntaxUID(), theRequest.getReading());
     return aRow != nullptr && aRow->itsCanReduce ? theImage.getScaleFactor() : 1;
 }
 
@@ -130,7 +130,7 @@ Image DecodePart10(::InputStream& theStream, const DecodeOptions& theOptions)
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage = Take(aResult);
-    const int aScale = AppliedScale(*anImage, aRequest.getTransferSyntaxUID());
+    const int aScale = AppliedScale(*anImage, aRequest);
     return ImageState::MakeImage(
         {std::move(anImage), aDataSet, theOptions.frame, aScale, WarningsOf(aResult.getWarnings())});
 }
@@ -173,7 +173,7 @@ void DecodePart10Frames(::InputStream& theStream, const DecodeOptions& theOption
                 aShared->itsDataSet.CopyAttributes(aDataSet);
                 DICOMPart10StreamDecompressor::FixUpDataSet(aShared->itsDataSet, *theImage, aResult);
             }
-            const int aScale = AppliedScale(*theImage, aRequest.getTransferSyntaxUID());
+            const int aScale = AppliedScale(*theImage, aRequest);
             --aLeft;
             return theReceiver(ImageState::MakeImage(
                        {std::move(theImage), aShared, theFrameIndex, aScale, WarningsOf(theWarnings)})) &&

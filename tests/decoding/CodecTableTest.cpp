@@ -85,7 +85,9 @@ TEST(CodecTable, RowsAreWhole)
     {
         SCOPED_TRACE(aRow.itsUID);
         EXPECT_TRUE(aUIDs.insert(aRow.itsUID).second);
-        EXPECT_EQ(CodecTable::Find(aRow.itsUID), &aRow);
+        EXPECT_EQ(CodecTable::Find(aRow.itsUID, Reading::BY_MEANING), &aRow);
+        EXPECT_EQ(CodecTable::Find(aRow.itsUID), aRow.itsIsExtension ? nullptr : &aRow);
+        EXPECT_TRUE(!aRow.itsIsExtension || aRow.itsFirstBytes[0].empty()); // by contract they are told apart
         const auto* const aType =
             TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aRow.itsUID);
         EXPECT_TRUE(aType != nullptr && aType->IsEncapsulated());

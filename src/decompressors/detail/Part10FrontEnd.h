@@ -14,6 +14,7 @@
 
 class DecompressionRequest;
 class DecompressionResult;
+struct CodecRow;
 
 /// The way from a request to a parsed Part 10 stream that stands at its Pixel Data: what every
 /// decompressor of such streams does before the first frame.
@@ -58,6 +59,9 @@ public:
     // After Open.
     const TransferSyntaxType& GetTransferSyntaxType() const { return *itsTransferSyntaxType; }
 
+    /// The row of the codec that decodes compressed frames; null where the transfer syntax has none.
+    const CodecRow* GetCodec() const { return itsCodec; }
+
     // After Parse.
     /// The Pixel Data element, native or encapsulated, or null. Owned by this object.
     VR* GetPixelData() { return itsPixelData.get(); }
@@ -87,6 +91,7 @@ private:
     DICOMDataObject& itsDataSet;
     Part10InputStreamInputStream itsStream;
     const TransferSyntaxType* itsTransferSyntaxType = nullptr;
+    const CodecRow* itsCodec = nullptr;
     std::unique_ptr<DataSetReader> itsReader;
     std::unique_ptr<VR> itsPixelData;
     Part10ImageAttributes itsAttributes;

@@ -30,18 +30,20 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
 {
     JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
     aSource.SetReading(theCall.GetReading());
-    if (StreamDecode::IsBareImage(theImageType))
+    if (StreamDecode::IsBareImage(theImageType, theCall.GetReading()))
     {
-        theCall.Decompress(1,
-                           [&]
-                           {
-                               DecompressionRequest aRequest(
-                                   &aSource, theDataSet, "", false, theScaleFactor, 0,
-                                   StreamDecode::GetTransferSyntaxUID(theImageType, isLossless), false);
-                               aRequest.setReading(theCall.GetReading());
-                               CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
-                                   .Decompress(aRequest, theCall.GetResult());
-                           });
+        theCall.Decompress(
+            1,
+            [&]
+            {
+                DecompressionRequest aRequest(
+                    &aSource, theDataSet, "", false, theScaleFactor, 0,
+                    StreamDecode::GetTransferSyntaxUID(theImageType, isLossless, theCall.GetReading()),
+                    false);
+                aRequest.setReading(theCall.GetReading());
+                CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
+                    .Decompress(aRequest, theCall.GetResult());
+            });
     }
     else
     {

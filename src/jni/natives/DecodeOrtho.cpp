@@ -86,7 +86,7 @@ void OrthoDecode::Decode(jobject theStream)
 {
     JavaSeekableInputStream aStream(itsCall.GetEnv(), theStream);
     if (!StreamDecode::IsPart10(itsArguments.itsImageType) &&
-        !StreamDecode::IsBareImage(itsArguments.itsImageType))
+        !StreamDecode::IsBareImage(itsArguments.itsImageType, itsArguments.itsReading))
     {
         itsCall.FailWithInvalidType();
         return;
@@ -108,7 +108,8 @@ void OrthoDecode::Decode(jobject theStream)
 RWCString OrthoDecode::GetCompression() const
 {
     // Deliberately the type's own transfer syntax, whatever the lossless argument says.
-    const CodecRow* const aType = CodecTable::FindImageType(itsArguments.itsImageType);
+    const CodecRow* const aType =
+        CodecTable::FindImageType(itsArguments.itsImageType, itsArguments.itsReading);
     RWCString aKind = aType != nullptr ? aType->GetLossyKind(true) : "";
     if (!aKind.empty())
     {
@@ -116,7 +117,7 @@ RWCString OrthoDecode::GetCompression() const
     }
     RWCString aUID;
     itsDataSet->GetString(DICOMTags::TransferSyntaxUID, aUID);
-    const CodecRow* const aRow = CodecTable::Find(aUID);
+    const CodecRow* const aRow = CodecTable::Find(aUID, itsArguments.itsReading);
     return aRow != nullptr ? aRow->GetLossyKind(!itsLossless) : "";
 }
 

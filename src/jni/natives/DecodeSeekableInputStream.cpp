@@ -25,7 +25,7 @@ void Decode(DecodeCall& theCall, jobject theStream, const StreamDecode::Argument
     JavaSeekableInputStream aStream(theCall.GetEnv(), theStream);
     aStream.SetReading(theCall.GetReading());
     if (!StreamDecode::IsPart10(theArguments.itsImageType) &&
-        !StreamDecode::IsBareImage(theArguments.itsImageType))
+        !StreamDecode::IsBareImage(theArguments.itsImageType, theArguments.itsReading))
     {
         theCall.FailWithInvalidType();
         theCall.CopyResult();

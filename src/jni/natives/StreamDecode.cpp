@@ -11,9 +11,9 @@
 #include "image/VMMemoryAllocator.h"
 #include "toolkit/io/InputStream.h"
 
-bool StreamDecode::IsBareImage(jint theImageType)
+bool StreamDecode::IsBareImage(jint theImageType, Reading theReading)
 {
-    return CodecTable::FindImageType(theImageType) != nullptr;
+    return CodecTable::FindImageType(theImageType, theReading) != nullptr;
 }
 
 bool StreamDecode::IsPart10(jint theImageType)
@@ -21,9 +21,10 @@ bool StreamDecode::IsPart10(jint theImageType)
     return theImageType == IMAGE_TYPE_DICOM_PART10;
 }
 
-RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool isLossless)
+RWCString StreamDecode::GetTransferSyntaxUID(jint theImageType, bool isLossless, Reading theReading)
 {
-    return CodecTable::FindBareStream(theImageType, isLossless)->itsUID;
+    const CodecRow* const aRow = CodecTable::FindBareStream(theImageType, isLossless, theReading);
+    return aRow != nullptr ? aRow->itsUID : ""; // null only where extensions were switched off meanwhile
 }
 
 StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments)
@@ -48,7 +49,8 @@ void StreamDecode::MakeRequest(const Arguments& theArguments)
     itsRequest = std::make_unique<DecompressionRequest>(
         &itsSource, theArguments.itsDataSet, theArguments.itsDemoFile, theArguments.itsLoadDemoInfoFlag,
         theArguments.itsScaleFactor, 0,
-        GetTransferSyntaxUID(theArguments.itsImageType, theArguments.itsLossless), false);
+        GetTransferSyntaxUID(theArguments.itsImageType, theArguments.itsLossless, theArguments.itsReading),
+        false);
     itsDecompressor =
         std::make_unique<CompressedImageStreamDecompressor>(VMMemoryAllocator::itsDefaultInstance);
 }

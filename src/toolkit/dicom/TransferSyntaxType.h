@@ -15,7 +15,7 @@ class Part10InputStream;
 class QUORIX_API TransferSyntaxType
 {
 public:
-    /// UIDs, to be used from the first static initialiser on. JPEG-LS has no codec here.
+    /// UIDs, to be used from the first static initialiser on.
     /// @{
     static constexpr const char* TSImplicitLittleEndianUID = "1.2.840.10008.1.2";
     static constexpr const char* TSExplicitLittleEndianUID = "1.2.840.10008.1.2.1";

@@ -154,7 +154,7 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     {
         theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet, itsSettings.itsReading);
         // Other codecs report the scale that was asked for and deliver full size.
-        const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID());
+        const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID(), aRequest.getReading());
         if (aRow != nullptr && aRow->itsCanReduce)
         {
             theResult.itsHalvings = theResult.itsRenderable->getScaleFactor() - 1;

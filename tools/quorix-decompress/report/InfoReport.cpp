@@ -59,8 +59,9 @@ void InfoReport::DescribeCodec(const std::string& theUID, int theBitsStored)
     try
     {
         const CodecRow* const aRow = CodecTable::Find(theUID, Reading::BY_MEANING);
-        const std::unique_ptr<Decoder> aCodec(DecoderFactory::Create(
-            aRow != nullptr ? aRow->itsUID : theUID, 1, Decoder::PET_FAST, false, theBitsStored));
+        const std::unique_ptr<Decoder> aCodec(DecoderFactory::Create(aRow != nullptr ? aRow->itsUID : theUID,
+                                                                     1, Decoder::PET_FAST, false,
+                                                                     theBitsStored, Reading::BY_MEANING));
         itsCodecAvailable = aCodec != nullptr;
     }
     catch (const ExceptionBase&)

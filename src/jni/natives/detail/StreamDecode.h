@@ -28,11 +28,11 @@ public:
     };
 
     /// Image types are Java's; any number may come in.
-    static bool IsBareImage(jint theImageType);
+    static bool IsBareImage(jint theImageType, Reading theReading);
     static bool IsPart10(jint theImageType);
 
     /// The image type must be one of a bare image.
-    static RWCString GetTransferSyntaxUID(jint theImageType, bool isLossless);
+    static RWCString GetTransferSyntaxUID(jint theImageType, bool isLossless, Reading theReading);
 
     /// The image type must be one of the above.
     StreamDecode(InputStream& theStream, const Arguments& theArguments);
