@@ -14,7 +14,7 @@ cmake --install "$build" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/moved"
 for file in lib/libQuorixDecompLib.so.0.1.0 lib/libQuorixDecompLib.so.0 lib/libQuorixDecompLib.so \
     lib/pkgconfig/QuorixDecompLib.pc lib/cmake/QuorixDecompLib/QuorixDecompLibConfig.cmake \
-    include/QuorixDecompLib/image/Renderable.h bin/quorix-decompress; do
+    include/QuorixDecompLib/image/Renderable.h bin/quorix-decompress share/man/man1/quorix-decompress.1; do
     [ -e "$work/moved/$file" ] || { echo "not installed: $file" >&2; exit 1; }
 done
 if grep -rl -e "$source" -e "$work/first" "$work/moved/lib/cmake" "$work/moved/lib/pkgconfig"; then

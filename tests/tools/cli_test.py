@@ -362,6 +362,12 @@ class CommandLine(Program):
                 numbers = [int(number) for number in re.findall(rb"\(0020,000[de]\) UI \[2\.25\.([0-9]+)", dump)]
                 self.assertEqual([(number >> 76 & 15, number >> 62 & 3) for number in numbers], [(4, 2)] * (2 * (name == "bare")))
 
+    def test_manual_page_has_every_option_of_the_help(self):
+        texts = [self.run_it(option).stdout.decode().replace("\\-", "-") for option in ("--help", "--man")]
+        in_help, in_page = (set(re.findall(r"(?<=[ ,B])--[a-z]+(?:-[a-z]+)*", text)) for text in texts)
+        self.assertGreater(len(in_help), 15)
+        self.assertEqual(in_help, in_page)
+
     def test_exit_status(self):
         good, j2k = IMAGES["grey12"][0], dicom([b"\xff\x4f\xff\x51"], 5, 6, syntax=J2K)
         for name, content in (("good.dcm", good), ("cut.dcm", good[:-20]), ("noise", b"\1" * 500), ("empty", b""),

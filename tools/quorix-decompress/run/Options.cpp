@@ -10,6 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "run/ManPage.h"
+
 namespace
 {
 const std::map<std::string, OutputFormat> kFormats = {
@@ -282,8 +284,12 @@ std::optional<int> Options::Parse(int theArgumentCount, const char* const* theAr
     AddOutputOptions(anApp, aTexts);
     AddInputOptions(anApp, aTexts);
     AddArchiveOptions(anApp, aTexts);
-    anApp.set_version_flag("--version", std::string("quorix-decompress ") + QUORIX_VERSION);
+    const std::string aVersion = std::string("quorix-decompress ") + QUORIX_VERSION;
+    anApp.set_version_flag("--version", aVersion);
     anApp.footer(kNotes);
+    // In no group: the build asks for it, people read what it makes.
+    anApp.add_flag_callback("--man", [&] { throw CLI::CallForVersion(MakeManPage(anApp, aVersion), 0); })
+        ->group("");
     try
     {
         anApp.parse(theArgumentCount, theArguments);
