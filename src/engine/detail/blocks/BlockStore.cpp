@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "engine/detail/blocks/BlockState.h"
+#include "engine/detail/blocks/RegionStore-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace j2k
@@ -272,31 +273,12 @@ HWY_EXPORT(ConvertToFloat);
 
 namespace
 {
-/// Blocks with a region of interest take the long way: doubled integers, scaled down one by one.
 template <class Sample>
-void StoreRegion(const BlockState& theState, Sample* theRows, const StoreTarget& theTarget)
+void StoreRegionOf(const BlockState& theState, Sample* theRows, const StoreTarget& theTarget)
 {
     std::vector<std::int32_t> aDoubled(std::size_t{theState.itsWidth} * theState.itsHeight);
     HWY_DYNAMIC_DISPATCH(ConvertToDoubled)(theState, aDoubled.data(), theState.itsWidth);
-    const std::uint64_t aThreshold = std::uint64_t{2}
-                                     << std::min(theTarget.itsRegion.itsBackgroundPlanes, 31U);
-    const unsigned int aShift = std::min(theTarget.itsRegion.itsShift, 31U);
-    for (std::size_t i = 0; i < aDoubled.size(); ++i)
-    {
-        std::int32_t aMagnitude = aDoubled[i] < 0 ? -aDoubled[i] : aDoubled[i];
-        aMagnitude >>= static_cast<std::uint64_t>(aMagnitude) >= aThreshold ? aShift : 0;
-        Sample& aSample = theRows[static_cast<std::ptrdiff_t>(i / theState.itsWidth) * theTarget.itsStride +
-                                  static_cast<std::ptrdiff_t>(i % theState.itsWidth)];
-        if constexpr (std::is_same_v<Sample, float>)
-        {
-            const float aValue = static_cast<float>(aMagnitude) * (theTarget.itsStep / 2);
-            aSample = aDoubled[i] < 0 ? -aValue : aValue;
-        }
-        else
-        {
-            aSample = static_cast<Sample>(aDoubled[i] < 0 ? -(aMagnitude >> 1) : aMagnitude >> 1);
-        }
-    }
+    StoreRegion(aDoubled, theState.itsWidth, theRows, theTarget);
 }
 } // namespace
 
@@ -304,7 +286,7 @@ void StoreBlock(const BlockState& theState, std::int16_t* theRows, const StoreTa
 {
     if (theTarget.itsRegion.itsShift > 0)
     {
-        StoreRegion(theState, theRows, theTarget);
+        StoreRegionOf(theState, theRows, theTarget);
         return;
     }
     HWY_DYNAMIC_DISPATCH(ConvertToInt16)(theState, theRows, theTarget.itsStride);
@@ -314,7 +296,7 @@ void StoreBlock(const BlockState& theState, std::int32_t* theRows, const StoreTa
 {
     if (theTarget.itsRegion.itsShift > 0)
     {
-        StoreRegion(theState, theRows, theTarget);
+        StoreRegionOf(theState, theRows, theTarget);
         return;
     }
     HWY_DYNAMIC_DISPATCH(ConvertToInt32)(theState, theRows, theTarget.itsStride);
@@ -324,7 +306,7 @@ void StoreBlock(const BlockState& theState, float* theRows, const StoreTarget& t
 {
     if (theTarget.itsRegion.itsShift > 0)
     {
-        StoreRegion(theState, theRows, theTarget);
+        StoreRegionOf(theState, theRows, theTarget);
         return;
     }
     HWY_DYNAMIC_DISPATCH(ConvertToFloat)(theState, theRows, theTarget.itsStride, theTarget.itsStep / 2);

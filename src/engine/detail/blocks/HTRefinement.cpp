@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+// The passes behind the clean-up pass (T.814 7.4 and 7.5). Both visit stripes of four rows in groups of four
+// columns, the samples of a group column by column from top to bottom: a group is a mask of sixteen bits.
+
+#include <array>
+#include <bit>
+
+#include "engine/detail/blocks/HTState.h"
+
+namespace j2k
+{
+namespace
+{
+
+constexpr std::uint32_t kTopRow = 0x111111; ///< of a group with one column more on either side
+
+/// Samples next to those of theMask, and these themselves; none beyond its columns.
+constexpr std::uint32_t Grow(std::uint32_t theMask)
+{
+    const std::uint32_t aColumn = theMask | (theMask << 1 & ~kTopRow) | (theMask >> 1 & ~(kTopRow << 3));
+    return aColumn | aColumn << 4 | aColumn >> 4;
+}
+
+/// Reads an HTBits bit by bit.
+struct BitPosition
+{
+    bool Read() { return (itsBits.Load(itsPosition++) & 1) != 0; }
+
+    const HTBits& itsBits;
+    std::size_t itsPosition = 0;
+};
+
+class Refiner
+{
+public:
+    Refiner(HTState& theState, bool isCausal)
+        : itsState(theState), itsIsCausal(isCausal), itsStripes((theState.itsHeight + 3) / 4),
+          itsGroups((theState.itsWidth + 3) / 4), itsSignificant((itsGroups + 2) * (itsStripes + 2)),
+          itsFound(itsSignificant.size())
+    {
+        FindSignificant();
+    }
+
+    /// Words become twice their value, with the half below the last plane of the pass that decided it.
+    void DoubleWords(bool isRefined)
+    {
+        // The half of what MagRef will change is one plane further down.
+        const unsigned int aShift = itsState.itsPlane;
+        for (std::uint32_t y = 0; y < itsState.itsHeight; ++y)
+        {
+            std::uint32_t* const aRow = itsState.GetWords(y);
+            for (std::uint32_t x = 0; x < itsState.itsWidth; ++x)
+            {
+                const std::uint32_t aDoubled =
+                    ((aRow[x] | 1) << aShift) - (isRefined ? 1U << (aShift - 1) : 0);
+                aRow[x] = aRow[x] == 0 ? 0 : aDoubled << 1 | (aRow[x] & 1);
+            }
+        }
+    }
+
+    void RunSigProp(const HTBits& theBits);
+    void RunMagRef(const HTBits& theBits);
+
+private:
+    std::size_t GetIndex(std::size_t theStripe, std::size_t theGroup) const
+    {
+        return (theStripe + 1) * (itsGroups + 2) + theGroup + 1;
+    }
+
+    std::uint32_t& GetWord(std::size_t theStripe, std::size_t theGroup, unsigned int theSample)
+    {
+        return itsState.GetWords(4 * theStripe + theSample % 4)[4 * theGroup + theSample / 4];
+    }
+
+    /// A group's significant samples, with the column on its left in bits 0 to 3 and that on its right above.
+    std::uint32_t GetWide(std::size_t theIndex) const
+    {
+        return std::uint32_t{itsSignificant[theIndex - 1]} >> 12 |
+               std::uint32_t{itsSignificant[theIndex]} << 4 | (itsSignificant[theIndex + 1] & 15U) << 20;
+    }
+
+    void FindSignificant();
+    std::uint32_t GetInside(std::size_t theStripe, std::size_t theGroup) const;
+    std::uint32_t GetMembers(std::size_t theIndex) const;
+
+    HTState& itsState;
+    bool itsIsCausal;
+    std::size_t itsStripes;
+    std::size_t itsGroups;
+    std::vector<std::uint16_t> itsSignificant; ///< groups, with a border all around
+    std::vector<std::uint16_t> itsFound;       ///< those that SigProp made significant
+};
+
+void Refiner::FindSignificant()
+{
+    for (std::size_t s = 0; s < itsStripes; ++s)
+    {
+        for (std::size_t g = 0; g < itsGroups; ++g)
+        {
+            std::uint32_t aMask = 0;
+            for (std::uint32_t aLeft = GetInside(s, g); aLeft != 0; aLeft &= aLeft - 1)
+            {
+                const auto aSample = static_cast<unsigned int>(std::countr_zero(aLeft));
+                aMask |= GetWord(s, g, aSample) != 0 ? 1U << aSample : 0;
+            }
+            itsSignificant[GetIndex(s, g)] = static_cast<std::uint16_t>(aMask);
+        }
+    }
+}
+
+// The samples of a group that the block has.
+std::uint32_t Refiner::GetInside(std::size_t theStripe, std::size_t theGroup) const
+{
+    const std::size_t aRows = std::min<std::size_t>(itsState.itsHeight - 4 * theStripe, 4);
+    const std::size_t aColumns = std::min<std::size_t>(itsState.itsWidth - 4 * theGroup, 4);
+    return (kTopRow * (0xFU >> (4 - aRows))) & (0xFFFFU >> (16 - 4 * aColumns));
+}
+
+// Insignificant samples with a significant neighbour; in a causal block the next stripe has none.
+std::uint32_t Refiner::GetMembers(std::size_t theIndex) const
+{
+    const std::size_t aStripe = itsGroups + 2;
+    const std::uint32_t anAbove = GetWide(theIndex - aStripe) >> 3 & kTopRow;
+    const std::uint32_t aBelow = itsIsCausal ? 0 : (GetWide(theIndex + aStripe) & kTopRow) << 3;
+    const std::uint32_t aNear =
+        Grow(GetWide(theIndex)) | anAbove | anAbove << 4 | anAbove >> 4 | aBelow | aBelow << 4 | aBelow >> 4;
+    return aNear >> 4 & ~std::uint32_t{itsSignificant[theIndex]};
+}
+
+void Refiner::RunSigProp(const HTBits& theBits)
+{
+    BitPosition aBits{theBits};
+    const std::uint32_t aNew =
+        3U << itsState.itsPlane; // one and a half of the plane below, twice and beside a sign
+    for (std::size_t s = 0; s < itsStripes; ++s)
+    {
+        for (std::size_t g = 0; g < itsGroups; ++g)
+        {
+            const std::size_t anIndex = GetIndex(s, g);
+            const std::uint32_t anOpen = GetInside(s, g) & ~std::uint32_t{itsSignificant[anIndex]};
+            std::uint32_t aFound = 0;
+            for (std::uint32_t aLeft = GetMembers(anIndex) & anOpen; aLeft != 0;)
+            {
+                const std::uint32_t aSample = aLeft & (0 - aLeft);
+                aLeft ^= aSample;
+                if (aBits.Read())
+                {
+                    aFound |= aSample;
+                    // Neighbours that come later in the group; the earlier ones are done.
+                    aLeft |= Grow(aSample << 4) >> 4 & anOpen & ~((aSample << 1) - 1);
+                }
+            }
+            itsFound[anIndex] = static_cast<std::uint16_t>(aFound);
+            itsSignificant[anIndex] = static_cast<std::uint16_t>(itsSignificant[anIndex] | aFound);
+            for (; aFound != 0; aFound &= aFound - 1)
+            {
+                GetWord(s, g, static_cast<unsigned int>(std::countr_zero(aFound))) =
+                    aNew | (aBits.Read() ? 1U : 0U);
+            }
+        }
+    }
+}
+
+void Refiner::RunMagRef(const HTBits& theBits)
+{
+    BitPosition aBits{theBits};
+    const std::uint32_t aPlane =
+        2U << itsState.itsPlane; // of the bit below the clean-up pass, twice and beside a sign
+    for (std::size_t s = 0; s < itsStripes; ++s)
+    {
+        for (std::size_t g = 0; g < itsGroups; ++g)
+        {
+            const std::size_t anIndex = GetIndex(s, g);
+            std::uint32_t aMask = itsSignificant[anIndex] & ~std::uint32_t{itsFound[anIndex]};
+            for (; aMask != 0; aMask &= aMask - 1)
+            {
+                GetWord(s, g, static_cast<unsigned int>(std::countr_zero(aMask))) +=
+                    aBits.Read() ? aPlane : 0;
+            }
+        }
+    }
+}
+
+} // namespace
+
+void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
+{
+    // A sample takes one bit of either stream, and a sign of SigProp's.
+    constexpr std::size_t kMostBytes = 4096 / 8;
+    const bool isRefined = theBlock.itsPasses > 2;
+    Refiner aRefiner(theState, theBlock.itsIsCausal);
+    aRefiner.DoubleWords(isRefined);
+    theState.itsMagSgn.TakeForwards(theBlock.itsRefinement, 0, 2 * kMostBytes);
+    aRefiner.RunSigProp(theState.itsMagSgn);
+    if (isRefined)
+    {
+        theState.itsVLC.TakeBackwards(theBlock.itsRefinement, kMostBytes);
+        aRefiner.RunMagRef(theState.itsVLC);
+    }
+    theState.itsIsRefined = true;
+}
+
+} // namespace j2k
