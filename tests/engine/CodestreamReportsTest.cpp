@@ -17,6 +17,9 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kCod = 45, kQcd = 59, kSot0 = 74, kSot1 = 157, kSot2 = 262, kSot3 = 328, kEoc = 411,
                       kEnd = 413;
 
+// And CAP of Jpeg2000Streams::HighThroughput, which has one tile.
+constexpr std::size_t kCap = 45;
+
 /// So many bytes replaced by others.
 struct Edit
 {
@@ -61,6 +64,7 @@ Bytes Bend(Bytes theBytes, const std::vector<Edit>& theEdits)
 
 constexpr const char* kNoCount = "SIZ: the number of components is not between 1 and 16384";
 constexpr const char* kNoFirstTile = "SIZ: the first tile does not meet the image area";
+constexpr const char* kOtherBlocks = "Tile 0 has code-blocks of a kind that CAP does not announce";
 constexpr const char* kManyTiles = "SIZ: more than 65535 tiles";
 constexpr const char* kNoEoc = "EOC: missing at the end of the codestream";
 constexpr const char* kWrongLength = "SOT: the tile-part does not end where its length says";
@@ -91,8 +95,7 @@ const StreamCase kCases[] = {
          kNowhere),
     Make("NoSampling", Error, {{44, 1, "00"}}, "SIZ: a component has a sampling factor of 0", 2),
     Make("Part2", Odd, {{6, 2, "8000"}}, "SIZ: the codestream announces extensions of ISO/IEC 15444-2", 2),
-    Make("Part15", Error, {{6, 2, "4000"}},
-         "SIZ: the codestream needs ISO/IEC 15444-15 (high-throughput JPEG 2000), which is not supported", 2),
+    Make("Part15", Odd, {{6, 2, "4000"}}, "CAP: missing in the main header", 74),
     Make("NoCod", Error, {{kCod, 14, ""}}, "COD: missing in the main header", 60),
     Make("NoQcd", Error, {{kQcd, 15, ""}}, "QCD: missing in the main header", 59),
     Make("TwoCod", Odd, {{kSot0, 0, "ff52000c00000001000304040001"}}, "COD: a second one in the same header",
@@ -129,8 +132,7 @@ const StreamCase kCases[] = {
     Make("Levels", Error, {{54, 1, "21"}}, "COD: more than 32 decomposition levels", 45),
     Make("WideBlocks", Error, {{55, 2, "0900"}}, "COD: a code-block is wider or higher than 1024", 45),
     Make("LargeBlocks", Error, {{55, 2, "0504"}}, "COD: code-blocks of more than 4096 samples", 45),
-    Make("HighThroughput", Error, {{57, 1, "40"}},
-         "COD: code-blocks of ISO/IEC 15444-15 (high-throughput JPEG 2000) are not supported", 45),
+    Make("HighThroughput", Loss, {{57, 1, "40"}}, kOtherBlocks, 169),
     Make("BlockStyle", Error, {{57, 1, "80"}}, "COD: unknown code-block style", 45),
     Make("SegmentationSymbols", Loss, {{57, 1, "20"}},
          "Code-block 0, 0 of subband LH at resolution 3 in tile 0: wrong segmentation symbol", 134),
@@ -180,9 +182,29 @@ const StreamCase kCases[] = {
     Make("NoMarker", Error, {{kSot0, 0, "1234"}}, "Marker 0x1234: cannot stand in the main header", 74),
     Make("Misplaced", Odd, {{kSot0, 0, "ff5800040001"}}, "PLT: does not belong into the main header", 74),
     Make("TwoSiz", Odd, {{kSot0, 0, "ff5100040001"}}, "SIZ: does not belong into the main header", 74),
-    Make("Cap", Error, {{kSot0, 0, "ff500008000200000000"}},
-         "CAP: the codestream needs ISO/IEC 15444-15 (high-throughput JPEG 2000), which is not supported",
-         74),
+    Make("Cap", Odd, {{kSot0, 0, "ff500008000200000000"}}, "CAP: not announced by SIZ", 84),
+    Make("CapOfOthers", Odd, {{6, 2, "4000"}, {kSot0, 0, "ff500008000200000000"}}, kOtherBlocks, 179),
+    Make("CapOfBoth", Fine, {{6, 2, "4000"}, {kSot0, 0, "ff50000800020000c000"}}),
+    Make("CapMissing", Odd, {{kCap, 10, ""}}, "CAP: missing in the main header", 98,
+         Jpeg2000Streams::HighThroughput),
+    Make("CapTwice", Odd, {{kCap, 0, "ff500008000200000000"}}, "CAP: a second one in the same header", 55,
+         Jpeg2000Streams::HighThroughput),
+    Make("CapOfPart2", Error, {{kCap, 10, "ff50000a4002000000000000"}},
+         "CAP: the codestream needs ISO/IEC 15444-2, which is not supported", kCap,
+         Jpeg2000Streams::HighThroughput),
+    Make("CapReserved", Odd, {{kCap + 8, 1, "40"}}, "CAP: reserved values for high-throughput code-blocks",
+         kCap, Jpeg2000Streams::HighThroughput),
+    Make("CapShort", Error, {{kCap + 2, 8, "000600020000"}}, "CAP: the marker segment is too short", kCap,
+         Jpeg2000Streams::HighThroughput),
+    Make("Profile", Fine, {{kCap, 0, "ff5900040001"}}, "", 0, Jpeg2000Streams::HighThroughput),
+    Make("HalfProfile", Odd, {{kCap, 0, "ff590005000100"}}, "CPF: wrong length of the marker segment", kCap,
+         Jpeg2000Streams::HighThroughput),
+    Make("ArithmeticAfterAll", Loss, {{kCap + 22, 1, "00"}}, kOtherBlocks, 496,
+         Jpeg2000Streams::HighThroughput),
+    Make("Suffix", Loss, {{493, 1, "ff"}},
+         "Code-block 0, 0 of subband HH at resolution 3 in tile 0: its clean-up pass is too short for the "
+         "parts that it names",
+         426, Jpeg2000Streams::HighThroughput),
     Make("Mct", Error, {{kSot0, 0, "ff7400040000"}},
          "Marker 0xFF74: the codestream needs ISO/IEC 15444-2 (extensions), which is not supported", 74),
     Make("NoTileParts", Error, {{kSot0, kEoc - kSot0, ""}}, "EOC: the codestream has no tile-part", 74),

@@ -27,6 +27,9 @@ constexpr int kGreyWidth = 13;
 constexpr int kGreyHeight = 11;
 int GreyValue(int theX, int theY);
 
+/// The same image in one tile at the origin, with high-throughput code-blocks; by OpenJPH 0.9.0.
+Bytes HighThroughput();
+
 /// The words of the grey image, as theCode makes them of the values, low byte first.
 Bytes GreyWords(const std::function<int(int)>& theCode);
 

@@ -27,17 +27,18 @@ bool IsNumber(const std::string& theText)
 }
 } // namespace
 
-std::string SampleTable::GetFolder()
+std::string SampleTable::GetFolder(SampleSet theSet)
 {
-    const std::string aFolder = QUORIX_SAMPLES_DIR;
+    const std::string aFolder =
+        QUORIX_SAMPLES_DIR + std::string(theSet == SampleSet::Images ? "" : "-codecs");
     return std::filesystem::exists(aFolder + "/expected.tsv") ? aFolder : "";
 }
 
-SampleTable SampleTable::Load(int theDiscardedLevels)
+SampleTable SampleTable::Load(int theDiscardedLevels, SampleSet theSet)
 {
     const std::string aReduction = std::to_string(theDiscardedLevels);
     SampleTable aTable;
-    std::ifstream aFile(GetFolder() + "/expected.tsv");
+    std::ifstream aFile(GetFolder(theSet) + "/expected.tsv");
     std::string aLine;
     std::getline(aFile, aLine); // the heading
     while (std::getline(aFile, aLine))
@@ -54,17 +55,18 @@ SampleTable SampleTable::Load(int theDiscardedLevels)
     return aTable;
 }
 
-std::vector<std::uint8_t> SampleTable::ReadFile(const std::string& theName)
+std::vector<std::uint8_t> SampleTable::ReadFile(const std::string& theName, SampleSet theSet)
 {
-    std::ifstream aFile(GetFolder() + "/" + theName, std::ios::binary);
+    std::ifstream aFile(GetFolder(theSet) + "/" + theName, std::ios::binary);
     return {std::istreambuf_iterator<char>(aFile), {}};
 }
 
-std::vector<std::string> SampleTable::ListFolder(const std::string& theSubfolder)
+std::vector<std::string> SampleTable::ListFolder(const std::string& theSubfolder, SampleSet theSet)
 {
     std::vector<std::string> aNames;
     std::error_code anError;
-    for (const auto& anEntry : std::filesystem::directory_iterator(GetFolder() + "/" + theSubfolder, anError))
+    for (const auto& anEntry :
+         std::filesystem::directory_iterator(GetFolder(theSet) + "/" + theSubfolder, anError))
     {
         if (anEntry.is_regular_file())
         {

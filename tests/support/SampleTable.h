@@ -18,6 +18,13 @@ struct SampleRow
     std::string itsExact;  ///< "yes", "tolerance", "alternative", "info" or "no"
 };
 
+/// The folders with samples, each with its table.
+enum class SampleSet
+{
+    Images,
+    NewCodecs ///< high-throughput JPEG 2000, JPEG-LS and others that came later
+};
+
 /// The table of expected results at one resolution, by file and frame.
 class SampleTable
 {
@@ -25,18 +32,20 @@ public:
     using Frames = std::map<int, std::vector<SampleRow>>;
 
     /// Where the sample images are; empty when the folder is missing.
-    static std::string GetFolder();
+    static std::string GetFolder(SampleSet theSet = SampleSet::Images);
 
     /// Reads the folder's table: the rows with so many resolution levels discarded.
-    static SampleTable Load(int theDiscardedLevels = 0);
+    static SampleTable Load(int theDiscardedLevels = 0, SampleSet theSet = SampleSet::Images);
 
     const std::map<std::string, Frames>& GetFiles() const { return itsFiles; }
 
     /// The bytes of a file, its name relative to the folder.
-    static std::vector<std::uint8_t> ReadFile(const std::string& theName);
+    static std::vector<std::uint8_t> ReadFile(const std::string& theName,
+                                              SampleSet theSet = SampleSet::Images);
 
     /// Relative names of all files in a subfolder, sorted; none where it is missing.
-    static std::vector<std::string> ListFolder(const std::string& theSubfolder);
+    static std::vector<std::string> ListFolder(const std::string& theSubfolder,
+                                               SampleSet theSet = SampleSet::Images);
 
 private:
     std::map<std::string, Frames> itsFiles;

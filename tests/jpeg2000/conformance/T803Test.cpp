@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The codestreams and reference images of ISO/IEC 15444-4 (ITU-T T.803).
+// The codestreams and reference images of ISO/IEC 15444-4 (ITU-T T.803), high-throughput ones included.
 
 #include <gtest/gtest.h>
 
@@ -25,10 +25,20 @@ struct Limit
     double itsMeanSquare = 0;
 };
 
-std::vector<Limit> LoadLimits()
+/// Where streams of one kind, their limits and their reference images are.
+struct Suite
+{
+    SampleSet itsSet;
+    std::string itsFolder;
+    std::string itsLimits;
+    std::size_t itsStreams;
+    std::size_t itsPlanes;
+};
+
+std::vector<Limit> LoadLimits(const Suite& theSuite)
 {
     std::vector<Limit> aLimits;
-    std::ifstream aFile(SampleTable::GetFolder() + "/jpeg2000/t803_limits.tsv");
+    std::ifstream aFile(SampleTable::GetFolder(theSuite.itsSet) + theSuite.itsFolder + theSuite.itsLimits);
     std::string aLine;
     std::getline(aFile, aLine); // the heading
     while (std::getline(aFile, aLine))
@@ -67,7 +77,8 @@ std::vector<std::string> ReadHeading(std::istream& theFile, std::size_t theCount
     return aFields;
 }
 
-std::vector<PlanarComponent> ReadPlanes(std::istream& theFile, PlanarComponent theShape, std::size_t theCount)
+std::vector<PlanarComponent> ReadPlanes(std::istream& theFile, PlanarComponent theShape, std::size_t theCount,
+                                        bool isLittle = false)
 {
     std::vector<PlanarComponent> aPlanes(theCount, theShape);
     for (std::size_t i = 0; i < std::size_t{theShape.itsWidth} * theShape.itsHeight; ++i)
@@ -75,9 +86,10 @@ std::vector<PlanarComponent> ReadPlanes(std::istream& theFile, PlanarComponent t
         for (PlanarComponent& aPlane : aPlanes)
         {
             std::int32_t aSample = theFile.get();
-            if (theShape.itsDepth > 8) // high byte first
+            if (theShape.itsDepth > 8)
             {
-                aSample = aSample << 8 | theFile.get();
+                const std::int32_t aSecond = theFile.get();
+                aSample = isLittle ? aSecond << 8 | aSample : aSample << 8 | aSecond;
                 aSample = theShape.itsSigned ? static_cast<std::int16_t>(aSample) : aSample;
             }
             else if (theShape.itsSigned)
@@ -95,7 +107,7 @@ std::uint32_t ToSize(const std::string& theText)
     return static_cast<std::uint32_t>(std::stoul(theText));
 }
 
-/// One component out of "PG ML [+-]DEPTH WIDTH HEIGHT".
+/// One component out of "PG ML [+-]DEPTH WIDTH HEIGHT"; LM instead of ML: the low byte first.
 std::vector<PlanarComponent> ReadPgx(std::istream& theFile)
 {
     std::vector<std::string> aFields = ReadHeading(theFile, 3);
@@ -110,7 +122,7 @@ std::vector<PlanarComponent> ReadPgx(std::istream& theFile)
     aShape.itsSigned = aFields[2][0] == '-';
     aShape.itsWidth = ToSize(aSizes.at(0));
     aShape.itsHeight = ToSize(aSizes.at(1));
-    return ReadPlanes(theFile, aShape, 1);
+    return ReadPlanes(theFile, aShape, 1, aFields[1] == "LM");
 }
 
 std::vector<PlanarComponent> ReadPnm(std::istream& theFile)
@@ -122,9 +134,14 @@ std::vector<PlanarComponent> ReadPnm(std::istream& theFile)
     return ReadPlanes(theFile, aShape, aFields[0] == "P6" ? 3 : 1);
 }
 
-std::vector<PlanarComponent> ReadReference(const std::string& theName)
+std::vector<PlanarComponent> ReadReference(const Suite& theSuite, const std::string& theName)
 {
-    std::ifstream aFile(SampleTable::GetFolder() + "/jpeg2000/" + theName, std::ios::binary);
+    // Both kinds of streams were made of the same images.
+    const bool isOfOthers = theName.find("../") == 0;
+    const std::string aPath = isOfOthers
+                                  ? SampleTable::GetFolder() + theName.substr(2)
+                                  : SampleTable::GetFolder(theSuite.itsSet) + theSuite.itsFolder + theName;
+    std::ifstream aFile(aPath, std::ios::binary);
     return theName.find(".pgx") != std::string::npos ? ReadPgx(aFile) : ReadPnm(aFile);
 }
 
@@ -146,22 +163,18 @@ void ExpectWithin(const Limit& theLimit, const PlanarComponent& theActual, const
     EXPECT_LE(aSum / static_cast<double>(theExpected.itsSamples.size()), theLimit.itsMeanSquare);
 }
 
-TEST(T803, EveryStreamIsWithinItsLimits)
+void ExpectSuite(const Suite& theSuite)
 {
-    if (SampleTable::GetFolder().empty())
-    {
-        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
-    }
-    const std::vector<Limit> aLimits = LoadLimits();
     std::set<std::string> aStreams;
     std::size_t aPlanes = 0;
-    for (const Limit& aLimit : aLimits)
+    for (const Limit& aLimit : LoadLimits(theSuite))
     {
         SCOPED_TRACE(aLimit.itsFile + ", class " + aLimit.itsClass + ", component " + aLimit.itsComponent +
                      ", reduced by " + std::to_string(aLimit.itsDiscardLevels));
-        const PlanarImage anImage = EngineDecode(SampleTable::ReadFile("jpeg2000/" + aLimit.itsFile),
-                                                 {.itsDiscardLevels = aLimit.itsDiscardLevels});
-        const std::vector<PlanarComponent> aReference = ReadReference(aLimit.itsReference);
+        const PlanarImage anImage =
+            EngineDecode(SampleTable::ReadFile(theSuite.itsFolder + aLimit.itsFile, theSuite.itsSet),
+                         {.itsDiscardLevels = aLimit.itsDiscardLevels});
+        const std::vector<PlanarComponent> aReference = ReadReference(theSuite, aLimit.itsReference);
         const std::size_t aFirst = aLimit.itsComponent == "all" ? 0 : std::stoul(aLimit.itsComponent);
         for (std::size_t i = 0; i < aReference.size(); ++i)
         {
@@ -172,7 +185,25 @@ TEST(T803, EveryStreamIsWithinItsLimits)
         aStreams.insert(aLimit.itsFile);
     }
     // None is left out unseen.
-    EXPECT_EQ(aStreams.size(), 19U);
-    EXPECT_EQ(aPlanes, 49U);
+    EXPECT_EQ(aStreams.size(), theSuite.itsStreams);
+    EXPECT_EQ(aPlanes, theSuite.itsPlanes);
+}
+
+TEST(T803, EveryStreamIsWithinItsLimits)
+{
+    if (SampleTable::GetFolder().empty())
+    {
+        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR;
+    }
+    ExpectSuite({SampleSet::Images, "/jpeg2000/", "t803_limits.tsv", 19, 49});
+}
+
+TEST(T803, EveryHighThroughputStreamIsWithinItsLimits)
+{
+    if (SampleTable::GetFolder().empty() || SampleTable::GetFolder(SampleSet::NewCodecs).empty())
+    {
+        GTEST_SKIP() << "no sample images in " << QUORIX_SAMPLES_DIR << " and the folder of the codecs";
+    }
+    ExpectSuite({SampleSet::NewCodecs, "/htj2k/", "htj2k_limits.tsv", 17, 34});
 }
 } // namespace

@@ -6,6 +6,7 @@
 #include "support/LongRun.h"
 #include "support/Survival.h"
 #include "support/jpeg2000/CodestreamEditor.h"
+#include "support/jpeg2000/OpenJph.h"
 #include "support/jpeg2000/RandomStreams.h"
 
 namespace
@@ -78,9 +79,27 @@ Bytes MakePacked()
     return anEditor.Join(CodestreamEditor::Headers::InMain, true);
 }
 
+/// High-throughput code-blocks, colour, tiles, precincts.
+Bytes MakeHighThroughput()
+{
+    Dice aDice(5);
+    OpenJpeg::Options anOptions;
+    anOptions.itsComponentTransform = true;
+    anOptions.itsResolutions = 3;
+    anOptions.itsBlockWidth = 16;
+    anOptions.itsBlockHeight = 8;
+    anOptions.itsPrecincts = {{16, 16}};
+    anOptions.itsTileWidth = anOptions.itsTileHeight = 24;
+    anOptions.itsOrder = "RLCP";
+    return OpenJph::Encode(MakeImage(31, 27, 3, 8, false, aDice), anOptions);
+}
+
 std::vector<Victim> MakeVictims()
 {
-    return {{"grey", MakeGrey()}, {"colour", MakeColour()}, {"packed", MakePacked()}};
+    return {{"grey", MakeGrey()},
+            {"colour", MakeColour()},
+            {"packed", MakePacked()},
+            {"high throughput", MakeHighThroughput()}};
 }
 
 TEST(CodestreamDamage, EveryTruncationSurvives)
@@ -115,7 +134,7 @@ TEST(CodestreamDamage, FlippedBitsSurvive)
     const std::vector<Victim> aVictims = MakeVictims();
     for (int i = 0; i < Rounds(20000); ++i)
     {
-        const Victim& aVictim = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))];
+        const Victim& aVictim = aVictims[static_cast<std::size_t>(aDice.Roll(0, 3))];
         Bytes aStream = aVictim.itsStream;
         std::string aTrace = aVictim.itsName;
         for (int aFlip = aDice.Roll(1, 4); aFlip > 0; --aFlip)
@@ -138,8 +157,8 @@ TEST(CodestreamDamage, SplicedStreamsSurvive)
     const std::vector<Victim> aVictims = MakeVictims();
     for (int i = 0; i < Rounds(500); ++i)
     {
-        const Bytes& aFront = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))].itsStream;
-        const Bytes& aBack = aVictims[static_cast<std::size_t>(aDice.Roll(0, 2))].itsStream;
+        const Bytes& aFront = aVictims[static_cast<std::size_t>(aDice.Roll(0, 3))].itsStream;
+        const Bytes& aBack = aVictims[static_cast<std::size_t>(aDice.Roll(0, 3))].itsStream;
         const int aFrontEnd = aDice.Roll(0, static_cast<int>(aFront.size()));
         const int aBackStart = aDice.Roll(0, static_cast<int>(aBack.size()));
         SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(aFrontEnd) + " + " +

@@ -48,6 +48,7 @@ struct Options
     bool itsTLM = false;
     int itsRoiComponent = -1;
     int itsRoiShift = 0;
+    float itsStep = 1.0F / 256; ///< of OpenJPH alone: quantization step, as a share of the samples' range
 };
 
 /// Throws std::runtime_error with the library's complaint when it cannot encode that.

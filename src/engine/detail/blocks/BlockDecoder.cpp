@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/blocks/BlockDecoder.h"
 
+#include <optional>
+
 #include "engine/detail/blocks/BlockState.h"
+#include "engine/detail/blocks/HTBlockDecoder.h"
+#include "engine/detail/markers/TileData.h"
 
 namespace j2k
 {
@@ -61,10 +65,88 @@ void BlockState::AddHalfSteps(std::uint32_t thePasses)
     }
 }
 
+namespace
+{
+
+// The last set that has a clean-up pass with bytes is all that is decoded: it replaces the ones before it.
+// Segments end with a set's clean-up pass, which may follow passes that were left out, or with the passes
+// that refine it. Returns the number of the set, none where there is no such pass.
+std::optional<std::uint32_t> FindLastSet(std::span<const CodedSegment> theSegments, HTBlock& theBlock)
+{
+    std::optional<std::uint32_t> aSet;
+    std::uint32_t aPasses = 0;
+    bool isRefinable = false;
+    for (const CodedSegment& aSegment : theSegments)
+    {
+        aPasses += aSegment.itsPasses;
+        const bool isCleanup = aPasses % 3 == 1;
+        if (isCleanup && aSegment.itsLength > 0)
+        {
+            aSet = aPasses / 3;
+            theBlock.itsCleanup = {aSegment.itsData, aSegment.itsLength};
+            theBlock.itsRefinement = {};
+            theBlock.itsPasses = 1;
+        }
+        else if (!isCleanup && isRefinable)
+        {
+            theBlock.itsRefinement = {aSegment.itsData, aSegment.itsLength};
+            theBlock.itsPasses += aSegment.itsPasses;
+        }
+        isRefinable = isCleanup && aSegment.itsLength > 0;
+    }
+    return aSet;
+}
+
+} // namespace
+
 struct BlockDecoder::Implementation
 {
+    BlockFindings DecodeArithmetic(const CodedBlock& theBlock);
+    BlockFindings DecodeHighThroughput(const CodedBlock& theBlock);
+
     BlockState itsState;
+    HTBlockDecoder itsHTDecoder;
+    bool itsIsHighThroughput = false;
 };
+
+BlockFindings BlockDecoder::Implementation::DecodeArithmetic(const CodedBlock& theBlock)
+{
+    itsState.Begin(theBlock);
+    BlockFindings aFindings;
+    std::uint32_t aPass = 0;
+    for (const CodedSegment& aSegment : theBlock.itsSegments)
+    {
+        const std::uint32_t aDone = RunSegment(itsState, aSegment, aPass, aFindings);
+        aPass += aDone;
+        if (aDone < aSegment.itsPasses)
+        {
+            break; // what follows would be read with contexts that are not the encoder's
+        }
+    }
+    itsState.AddHalfSteps(aPass);
+    return aFindings;
+}
+
+BlockFindings BlockDecoder::Implementation::DecodeHighThroughput(const CodedBlock& theBlock)
+{
+    HTBlock aBlock{};
+    aBlock.itsWidth = theBlock.itsWidth;
+    aBlock.itsHeight = theBlock.itsHeight;
+    aBlock.itsIsCausal = (theBlock.itsStyle & CBS_CAUSAL) != 0;
+    const std::optional<std::uint32_t> aSet = FindLastSet(theBlock.itsSegments, aBlock);
+    BlockFindings aFindings;
+    aFindings.itsMissingPasses = aSet && *aSet >= theBlock.itsBitPlanes;
+    if (!aSet || aFindings.itsMissingPasses)
+    {
+        aBlock.itsCleanup = {};
+        itsHTDecoder.Decode(aBlock); // to zeros: there is nothing wrong with a block that has no bytes
+        return aFindings;
+    }
+    aBlock.itsPlane = theBlock.itsBitPlanes - 1 - *aSet;
+    aBlock.itsBits = theBlock.itsMostBitPlanes - aBlock.itsPlane;
+    aFindings.itsHighThroughput = itsHTDecoder.Decode(aBlock);
+    return aFindings;
+}
 
 BlockDecoder::BlockDecoder() : itsImplementation(std::make_unique<Implementation>()) {}
 
@@ -72,38 +154,41 @@ BlockDecoder::~BlockDecoder() = default;
 
 BlockFindings BlockDecoder::Decode(const CodedBlock& theBlock)
 {
-    BlockState& aState = itsImplementation->itsState;
-    aState.Begin(theBlock);
-    BlockFindings aFindings;
-    std::uint32_t aPass = 0;
-    for (const CodedSegment& aSegment : theBlock.itsSegments)
-    {
-        const std::uint32_t aDone = RunSegment(aState, aSegment, aPass, aFindings);
-        aPass += aDone;
-        if (aDone < aSegment.itsPasses)
-        {
-            break; // what follows would be read with contexts that are not the encoder's
-        }
-    }
-    aState.AddHalfSteps(aPass);
-    return aFindings;
+    itsImplementation->itsIsHighThroughput = theBlock.itsIsHighThroughput;
+    return theBlock.itsIsHighThroughput ? itsImplementation->DecodeHighThroughput(theBlock)
+                                        : itsImplementation->DecodeArithmetic(theBlock);
 }
 
 void BlockDecoder::Store(std::int16_t* theRows, std::ptrdiff_t theStride,
                          const RegionOfInterest& theRegion) const
 {
+    if (itsImplementation->itsIsHighThroughput)
+    {
+        itsImplementation->itsHTDecoder.Store(theRows, theStride, theRegion);
+        return;
+    }
     StoreBlock(itsImplementation->itsState, theRows, {theStride, theRegion, 0});
 }
 
 void BlockDecoder::Store(std::int32_t* theRows, std::ptrdiff_t theStride,
                          const RegionOfInterest& theRegion) const
 {
+    if (itsImplementation->itsIsHighThroughput)
+    {
+        itsImplementation->itsHTDecoder.Store(theRows, theStride, theRegion);
+        return;
+    }
     StoreBlock(itsImplementation->itsState, theRows, {theStride, theRegion, 0});
 }
 
 void BlockDecoder::Store(float* theRows, std::ptrdiff_t theStride, const RegionOfInterest& theRegion,
                          float theStep) const
 {
+    if (itsImplementation->itsIsHighThroughput)
+    {
+        itsImplementation->itsHTDecoder.Store(theRows, theStride, theRegion, theStep);
+        return;
+    }
     StoreBlock(itsImplementation->itsState, theRows, {theStride, theRegion, theStep});
 }
 

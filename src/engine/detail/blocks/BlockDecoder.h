@@ -43,10 +43,16 @@ struct CodedBlock
     /// kMaxBitPlanes.
     std::uint32_t itsBitPlanes = 0;
     std::span<const CodedSegment> itsSegments;
+    /// Coded as T.814 says. itsBitPlanes is then one more than the plane that the clean-up pass of its first
+    /// set goes down to, and magnitudes have up to itsMostBitPlanes.
+    bool itsIsHighThroughput = false;
+    std::uint32_t itsMostBitPlanes = 0;
 
     /// A plane for half a step is needed below plane 0, and the sign above.
     static constexpr std::uint32_t kMaxBitPlanes = 30;
 };
+
+enum class HTFinding : std::uint8_t;
 
 /// What a block's bytes showed beyond its samples.
 struct BlockFindings
@@ -54,6 +60,7 @@ struct BlockFindings
     bool itsBadSegmentationSymbol = false;
     bool itsBadTermination = false; ///< predictable termination was announced and not found
     bool itsMissingPasses = false;  ///< more passes than bit-planes have
+    HTFinding itsHighThroughput{};  ///< what the bytes of a high-throughput block showed
 };
 
 /// Where a region of interest was scaled up by itsShift planes (T.800 Annex H), magnitudes of at least
@@ -64,8 +71,8 @@ struct RegionOfInterest
     std::uint32_t itsBackgroundPlanes = 0;
 };
 
-/// Decodes code-blocks (T.800 Annexes C and D). Holds scratch memory for the largest block and is used for
-/// one block after another. Safe against any bytes. Not thread-safe.
+/// Decodes code-blocks (T.800 Annexes C and D, and T.814). Holds scratch memory for the largest block and is
+/// used for one block after another. Safe against any bytes. Not thread-safe.
 ///
 /// Coefficients are reconstructed at the middle of the interval that the last decoded bit-plane left open
 /// (r = 1/2 of E-6); coefficients whose plane 0 is decoded are exact in integer stores.

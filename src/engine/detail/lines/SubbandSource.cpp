@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "engine/detail/blocks/HTBlockDecoder.h"
+
 namespace j2k
 {
 namespace
@@ -21,6 +23,26 @@ std::uint32_t ComputeStripeHeight(const Subband& theSubband)
         }
     }
     return aHeight;
+}
+
+const char* Describe(HTFinding theFinding)
+{
+    switch (theFinding)
+    {
+    case HTFinding::BadLength:
+        return "its clean-up pass is too short for the parts that it names";
+    case HTFinding::BadCode:
+        return "its clean-up pass ends before its last code";
+    case HTFinding::BadMagnitude:
+        return "a magnitude has more bits than its bit-planes";
+    case HTFinding::OutsideBlock:
+        return "a sample outside is significant";
+    case HTFinding::BadRefinement:
+        return "refined without bytes, or below the lowest bit-plane";
+    case HTFinding::None:
+        break;
+    }
+    return nullptr;
 }
 } // namespace
 
@@ -118,6 +140,10 @@ void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32
     if (theFindings.itsMissingPasses)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "more coding passes than its bit-planes have");
+    }
+    if (const char* const aText = Describe(theFindings.itsHighThroughput))
+    {
+        itsSubband.Depart(theColumn, itsBlockRow, aText);
     }
 }
 

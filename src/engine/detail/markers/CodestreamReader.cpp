@@ -187,6 +187,12 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
     }
     aResult->itsCoding = MergeCoding(anOwn.itsHeader.itsCoding, aTile.itsCoding,
                                      anOwn.itsHeader.itsImage.itsComponents.size(), &anOwn.itsReports);
+    if (!anOwn.itsHeader.itsHighThroughput.Allows(aResult->itsCoding))
+    {
+        anOwn.itsReports.NonConformance("Tile " + std::to_string(theTile) +
+                                            " has code-blocks of a kind that CAP does not announce",
+                                        anOwn.itsBytes.GetOffset());
+    }
     aResult->itsBody = std::move(aTile.itsBody);
     for (const BodyChunk& aChunk : aResult->itsBody)
     {

@@ -15,7 +15,6 @@ constexpr unsigned int kUserPrecincts = 1; // bits of Scod and Scoc
 constexpr unsigned int kSopBit = 2;
 constexpr unsigned int kEphBit = 4;
 constexpr unsigned int kBlockAnchorBits = 0x18;
-constexpr unsigned int kHighThroughputBit = 0x40; // of the code-block style
 
 std::uint8_t TakeBlockSize(SegmentCursor& theCursor)
 {
@@ -30,13 +29,8 @@ std::uint8_t TakeBlockSize(SegmentCursor& theCursor)
 
 std::uint8_t TakeBlockStyle(SegmentCursor& theCursor)
 {
-    constexpr unsigned int kKnownBits = 0x3F;
     const std::uint8_t aStyle = theCursor.TakeByte();
-    if ((aStyle & kHighThroughputBit) != 0)
-    {
-        theCursor.Error("code-blocks of ISO/IEC 15444-15 (high-throughput JPEG 2000) are not supported");
-    }
-    if ((aStyle & ~kKnownBits) != 0)
+    if ((aStyle & (CBS_HIGH_THROUGHPUT | CBS_MIXED)) == CBS_MIXED)
     {
         theCursor.Error("unknown code-block style");
     }

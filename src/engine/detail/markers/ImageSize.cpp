@@ -47,7 +47,6 @@ namespace
 {
 
 constexpr unsigned int kRsizPart2 = 0x8000;
-constexpr unsigned int kRsizPart15 = 0x4000;
 constexpr std::uint32_t kLargestPosition = 0x7FFFFFFF;
 constexpr unsigned int kLargestDepth = 38;
 constexpr std::size_t kMostComponents = 16384;
@@ -55,11 +54,6 @@ constexpr std::uint64_t kMostTiles = 65535;
 
 void CheckCapabilities(const ImageSize& theImage, const SegmentCursor& theCursor)
 {
-    if ((theImage.itsCapabilities & kRsizPart15) != 0)
-    {
-        theCursor.Error(
-            "the codestream needs ISO/IEC 15444-15 (high-throughput JPEG 2000), which is not supported");
-    }
     if ((theImage.itsCapabilities & kRsizPart2) != 0)
     {
         theCursor.NonConformance("the codestream announces extensions of ISO/IEC 15444-2");

@@ -88,6 +88,7 @@ bool BelongsInto(Marker theMarker, HeaderKind theHeader)
     case Marker::PLM:
     case Marker::CRG:
     case Marker::PRF:
+    case Marker::CPF:
         return theHeader == HeaderKind::Main;
     default:
         return false;
@@ -115,6 +116,8 @@ bool HasRightLength(const MarkerSegment& theSegment, std::size_t theComponents)
     case Marker::PLT:
     case Marker::PLM:
         return aLength >= 2;
+    case Marker::CPF:
+        return aLength >= 2 && aLength % 2 == 0;
     case Marker::CRG:
         return aLength == 4 * theComponents;
     case Marker::TLM:
@@ -179,6 +182,10 @@ public:
             else if (aMarker == Marker::PPM)
             {
                 itsPackedHeaders.Add(aSegment, itsReports);
+            }
+            else if (aMarker == Marker::CAP)
+            {
+                itsHeader.itsHighThroughput.ReadCap(aSegment, itsReports);
             }
             else
             {
@@ -251,6 +258,8 @@ private:
         {
             itsReports.Error("QCD: missing in the main header", anOffset);
         }
+        itsHeader.itsHighThroughput.CheckAnnouncement(itsHeader.itsImage.itsCapabilities, anOffset,
+                                                      itsReports);
         if (!itsPackedHeaders.IsEmpty())
         {
             itsHeader.itsPackedHeaders = MainPackedHeaders(itsPackedHeaders.Join(itsReports));

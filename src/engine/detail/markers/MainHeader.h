@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/detail/Reports.h"
+#include "engine/detail/markers/Capabilities.h"
 #include "engine/detail/markers/CodingSegments.h"
 #include "engine/detail/markers/ImageSize.h"
 #include "engine/detail/markers/MarkerReader.h"
@@ -70,7 +71,8 @@ enum class HeaderKind
     TilePart
 };
 
-/// Judges a marker segment that decoding does without: TLM, PLM, PLT, CRG, COM, PRF, unknown ones, and ones
+/// Judges a marker segment that decoding does without: TLM, PLM, PLT, CRG, COM, PRF, CPF, unknown ones, and
+/// ones
 /// that do not belong into this header. A wrong length or a wrong place is a non-conformance; one that
 /// announces coding that this engine does not decode is an error.
 void CheckOptionalSegment(const MarkerSegment& theSegment, HeaderKind theHeader, std::size_t theComponents,
@@ -80,6 +82,7 @@ void CheckOptionalSegment(const MarkerSegment& theSegment, HeaderKind theHeader,
 struct MainHeader
 {
     ImageSize itsImage;
+    HighThroughputUse itsHighThroughput;
     CodingSegments itsCoding;
     MainPackedHeaders itsPackedHeaders;
 };

@@ -10,13 +10,13 @@ namespace j2k
 namespace
 {
 
-constexpr std::array<std::pair<Marker, const char*>, 22> kNames{
+constexpr std::array<std::pair<Marker, const char*>, 23> kNames{
     {{Marker::SOC, "SOC"}, {Marker::CAP, "CAP"}, {Marker::SIZ, "SIZ"}, {Marker::COD, "COD"},
      {Marker::COC, "COC"}, {Marker::TLM, "TLM"}, {Marker::PRF, "PRF"}, {Marker::PLM, "PLM"},
      {Marker::PLT, "PLT"}, {Marker::QCD, "QCD"}, {Marker::QCC, "QCC"}, {Marker::RGN, "RGN"},
      {Marker::POC, "POC"}, {Marker::PPM, "PPM"}, {Marker::PPT, "PPT"}, {Marker::CRG, "CRG"},
      {Marker::COM, "COM"}, {Marker::SOT, "SOT"}, {Marker::SOP, "SOP"}, {Marker::EPH, "EPH"},
-     {Marker::SOD, "SOD"}, {Marker::EOC, "EOC"}}};
+     {Marker::SOD, "SOD"}, {Marker::EOC, "EOC"}, {Marker::CPF, "CPF"}}};
 
 const char* FindName(Marker theMarker)
 {
@@ -79,8 +79,6 @@ const char* GetUnsupportedStandard(Marker theMarker)
 {
     switch (static_cast<unsigned int>(theMarker))
     {
-    case 0xFF50:
-        return "ISO/IEC 15444-15 (high-throughput JPEG 2000)";
     case 0xFF65:
         return "ISO/IEC 15444-8 (secured codestreams)";
     case 0xFF5A: // QPD, QPC

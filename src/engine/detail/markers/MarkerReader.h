@@ -11,7 +11,7 @@
 namespace j2k
 {
 
-/// Marker codes (T.800 table A.2), and CAP, which announces ISO/IEC 15444-15.
+/// Marker codes (T.800 table A.2), and CAP and CPF of high-throughput codestreams (T.814).
 enum class Marker : std::uint16_t
 {
     SOC = 0xFF4F,
@@ -23,6 +23,7 @@ enum class Marker : std::uint16_t
     PRF = 0xFF56,
     PLM = 0xFF57,
     PLT = 0xFF58,
+    CPF = 0xFF59,
     QCD = 0xFF5C,
     QCC = 0xFF5D,
     RGN = 0xFF5E,

@@ -19,7 +19,7 @@ enum class ProgressionOrder : std::uint8_t
     CPRL = 4
 };
 
-/// Bits of the code-block style (T.800 table A.19).
+/// Bits of the code-block style (T.800 table A.19, T.814 table A.4).
 enum CodeBlockStyle : std::uint8_t
 {
     CBS_BYPASS = 1,        ///< selective arithmetic coding bypass
@@ -27,7 +27,9 @@ enum CodeBlockStyle : std::uint8_t
     CBS_TERMINATE_ALL = 4, ///< every coding pass is a segment of its own
     CBS_CAUSAL = 8,        ///< vertically causal contexts
     CBS_PREDICTABLE_TERMINATION = 16,
-    CBS_SEGMENTATION_SYMBOLS = 32
+    CBS_SEGMENTATION_SYMBOLS = 32,
+    CBS_HIGH_THROUGHPUT = 64, ///< blocks are coded as T.814 says; of the bits above only the fourth matters
+    CBS_MIXED = 128           ///< with the one above: some blocks are, their packet headers tell which
 };
 
 /// Decomposition levels the standard allows.

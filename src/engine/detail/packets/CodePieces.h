@@ -14,19 +14,27 @@ namespace j2k
 
 /// How a code-block's coding passes fall into codeword segments (T.800 D.4.2, D.6, table D.9). Passes count
 /// from 0, which is the clean-up pass of the first bit-plane.
+///
+/// High-throughput blocks (T.814) have sets of three passes: the clean-up pass is a segment, the two that
+/// refine it are the next one.
 class PassSegments
 {
 public:
     static constexpr std::uint32_t kUnlimited = 0xFFFFFFFFU;
 
-    explicit PassSegments(std::uint8_t theStyle)
-        : itsBypass((theStyle & CBS_BYPASS) != 0), itsTerminateAll((theStyle & CBS_TERMINATE_ALL) != 0)
+    PassSegments(std::uint8_t theStyle, bool isHighThroughput)
+        : itsBypass((theStyle & CBS_BYPASS) != 0), itsTerminateAll((theStyle & CBS_TERMINATE_ALL) != 0),
+          itsIsHighThroughput(isHighThroughput)
     {
     }
 
     /// Passes from thePass to the end of the segment that it belongs to, itself included.
     std::uint32_t GetPassesToEnd(std::uint32_t thePass) const
     {
+        if (itsIsHighThroughput)
+        {
+            return thePass % 3 == 1 ? 2 : 1;
+        }
         if (itsTerminateAll)
         {
             return 1;
@@ -41,6 +49,10 @@ public:
     /// Whether thePass begins a segment.
     bool IsStart(std::uint32_t thePass) const
     {
+        if (itsIsHighThroughput)
+        {
+            return thePass % 3 != 2;
+        }
         if (itsTerminateAll || thePass == 0)
         {
             return true;
@@ -57,6 +69,7 @@ private:
 
     bool itsBypass;
     bool itsTerminateAll;
+    bool itsIsHighThroughput;
 };
 
 /// What one packet brought of one codeword segment.

@@ -14,7 +14,13 @@ namespace
 // More zero bit-planes than any code-block has bit-planes, so that nonsense ends soon.
 constexpr std::uint32_t kMostZeroPlanes = 512;
 
-constexpr std::uint32_t kFirstLengthBits = 3;
+// Of the field that has the length of so many passes.
+std::uint32_t GetLengthBits(const CodeBlock& theBlock, std::uint32_t thePasses)
+{
+    constexpr std::uint32_t kFirstLengthBits = 3;
+    return kFirstLengthBits + theBlock.itsLengthBits + static_cast<std::uint32_t>(std::bit_width(thePasses)) -
+           1;
+}
 } // namespace
 
 bool PacketHeader::Read(PacketBits& theBits, const PacketPlace& thePlace, std::uint64_t theOffset)
@@ -134,24 +140,83 @@ bool PacketHeader::ReadBlock(CodeBlock& theBlock, Subband& theSubband)
             return false;
         }
     }
-    const PassSegments aSegments(theSubband.GetBlockStyle());
+    const bool isOpen =
+        theBlock.itsKind == BlockKind::Open && (theSubband.GetBlockStyle() & CBS_HIGH_THROUGHPUT) != 0;
+    if (isOpen && !ReadOpenBlock(theBlock, theSubband, aPasses))
+    {
+        return false;
+    }
+    const PassSegments aSegments(theSubband.GetBlockStyle(), theBlock.itsKind == BlockKind::HighThroughput);
     while (aPasses > 0)
     {
         const std::uint32_t aPart = std::min(aPasses, aSegments.GetPassesToEnd(theBlock.itsPasses));
-        const std::uint32_t aBits =
-            kFirstLengthBits + theBlock.itsLengthBits + static_cast<std::uint32_t>(std::bit_width(aPart)) - 1;
-        if (aBits > 32 || itsBits->HasOverrun())
+        std::uint32_t aLength = 0;
+        if (!ReadLength(theBlock, aPart, aLength))
         {
             return false;
         }
-        const std::uint32_t aLength = itsBits->ReadBits(aBits);
-        itsShares.push_back({&theBlock, &theSubband, aLength, static_cast<std::uint8_t>(aPart),
-                             aSegments.IsStart(theBlock.itsPasses)});
-        itsBodyLength += aLength;
-        theBlock.itsPasses += aPart;
+        AddShare(theBlock, theSubband, aLength, aPart, aSegments.IsStart(theBlock.itsPasses));
         aPasses -= aPart;
     }
     return true;
+}
+
+// The length of a share of thePasses passes.
+bool PacketHeader::ReadLength(const CodeBlock& theBlock, std::uint32_t thePasses, std::uint32_t& theLength)
+{
+    const std::uint32_t aBits = GetLengthBits(theBlock, thePasses);
+    if (aBits > 32 || itsBits->HasOverrun())
+    {
+        return false;
+    }
+    theLength = itsBits->ReadBits(aBits);
+    return true;
+}
+
+void PacketHeader::AddShare(CodeBlock& theBlock, Subband& theSubband, std::uint32_t theLength,
+                            std::uint32_t thePasses, bool isStart)
+{
+    itsShares.push_back({&theBlock, &theSubband, theLength, static_cast<std::uint8_t>(thePasses), isStart});
+    itsBodyLength += theLength;
+    theBlock.itsPasses += thePasses;
+}
+
+// Up to its first clean-up pass with bytes a high-throughput block is laid out as if it had one segment: the
+// passes of coarser planes that an encoder left out are counted, and have no bytes. So the first length is
+// that of the last clean-up pass among thePasses, with all before it; the passes behind that one stay in
+// thePasses. A block of the other kind has its first length, of all passes, in the same place and a few bits
+// longer; it never fits into what an encoder of high throughput makes of the field: a length of two or more,
+// with a zero on top.
+bool PacketHeader::ReadOpenBlock(CodeBlock& theBlock, Subband& theSubband, std::uint32_t& thePasses)
+{
+    const bool isMixed = (theSubband.GetBlockStyle() & CBS_MIXED) != 0;
+    const std::uint32_t aBehind = (theBlock.itsPasses + thePasses - 1) % 3;
+    const bool hasCleanup = thePasses > aBehind;
+    const std::uint32_t aPart = hasCleanup ? thePasses - aBehind : thePasses;
+    const std::uint32_t aBits = GetLengthBits(theBlock, aPart);
+    const std::uint32_t anAllBits = GetLengthBits(theBlock, thePasses);
+    std::uint32_t aLength = 0;
+    if (anAllBits > 32 || !ReadLength(theBlock, aPart, aLength))
+    {
+        return false;
+    }
+    if (hasCleanup && aLength > 1 &&
+        (!isMixed || (theBlock.itsLengthBits > 0 && aLength >> (aBits - 1) == 0)))
+    {
+        theBlock.itsKind = BlockKind::HighThroughput;
+        AddShare(theBlock, theSubband, aLength, aPart, true);
+        thePasses = aBehind;
+        return true;
+    }
+    const std::uint32_t aRest = anAllBits - aBits;
+    aLength = (aLength << aRest) | itsBits->ReadBits(aRest);
+    if (aLength != 0)
+    {
+        theBlock.itsKind = BlockKind::Arithmetic;
+    }
+    AddShare(theBlock, theSubband, aLength, thePasses, theBlock.itsPasses == 0);
+    thePasses = 0;
+    return aLength == 0 || isMixed;
 }
 
 // The codewords of T.800 table B.4.

@@ -45,6 +45,10 @@ private:
     bool ReadBand(PrecinctBand& theBand, Subband& theSubband);
     bool OpenBand(PrecinctBand& theBand);
     bool ReadBlock(CodeBlock& theBlock, Subband& theSubband);
+    bool ReadLength(const CodeBlock& theBlock, std::uint32_t thePasses, std::uint32_t& theLength);
+    bool ReadOpenBlock(CodeBlock& theBlock, Subband& theSubband, std::uint32_t& thePasses);
+    void AddShare(CodeBlock& theBlock, Subband& theSubband, std::uint32_t theLength, std::uint32_t thePasses,
+                  bool isStart);
     void SetBitPlanes(CodeBlock& theBlock, const Subband& theSubband, std::uint32_t theZeroPlanes);
     std::uint32_t ReadPasses();
 

@@ -80,6 +80,19 @@ std::uint64_t GetFreeBlocks(const Components& theComponents)
     }
     return std::min(aCount, kMost);
 }
+
+/// The passes of a share of which theLength bytes are there. Passes grow with every bit-plane, so the bytes'
+/// share of a cut segment's passes is most likely whole. High-throughput segments are read from both ends,
+/// and good for nothing without the last one.
+std::uint32_t CountWholePasses(const PacketShare& theShare, std::uint64_t theLength, bool isHighThroughput)
+{
+    if (theLength == theShare.itsLength)
+    {
+        return theShare.itsPasses;
+    }
+    return isHighThroughput ? 0
+                            : static_cast<std::uint32_t>(theShare.itsPasses * theLength / theShare.itsLength);
+}
 } // namespace
 
 PacketReader::PacketReader(const TileData& theData, const TileBody& theBody, const Components& theComponents,
@@ -293,28 +306,40 @@ bool PacketReader::TakeBody(const PacketPlace& thePlace)
 
 void PacketReader::AddPiece(const PacketShare& theShare, std::uint64_t theLength)
 {
-    // Passes grow with every bit-plane, so this share of a cut segment's passes is most likely whole.
-    const std::uint32_t aPasses =
-        theLength == theShare.itsLength
-            ? theShare.itsPasses
-            : static_cast<std::uint32_t>(theShare.itsPasses * theLength / theShare.itsLength);
     CodeBlock& aBlock = *theShare.itsBlock;
+    const bool isHighThroughput = theShare.itsSubband->IsHighThroughput(aBlock);
+    const std::uint32_t aPasses = CountWholePasses(theShare, theLength, isHighThroughput);
     if (aPasses == 0 || aBlock.itsBitPlanes == 0)
     {
         return;
     }
     const std::uint64_t aPosition = itsCursor.GetPosition();
-    if (aBlock.itsBitPlanes > CodedBlock::kMaxBitPlanes)
+    // The zero bit-planes of a high-throughput block tell where its first clean-up pass ends, and nothing of
+    // its magnitudes.
+    const std::uint32_t aBitPlanes =
+        isHighThroughput ? theShare.itsSubband->GetMostBitPlanes() : aBlock.itsBitPlanes;
+    if (aBitPlanes > CodedBlock::kMaxBitPlanes)
     {
         itsReports.Error("Code-block needs more than 30 magnitude bit-planes", itsBody.GetOffset(aPosition));
     }
-    itsPasses.Spend(std::uint64_t{aPasses} * theShare.itsSubband->GetMostBlockSamples());
+    SpendPasses(theShare, aPasses);
     if (!itsPieces.Add(aBlock, {static_cast<std::uint32_t>(aPosition), static_cast<std::uint32_t>(theLength),
                                 0, static_cast<std::uint8_t>(aPasses), theShare.itsStartsSegment}))
     {
         itsReports.Error("Tile has too many codeword segments", itsBody.GetOffset(aPosition));
     }
-    theShare.itsSubband->NoteBitPlanes(aBlock.itsBitPlanes);
+    theShare.itsSubband->NoteBitPlanes(aBitPlanes);
+}
+
+// Passes that a high-throughput block leaves out cost nothing, and what it brings in one piece is a clean-up
+// pass or the two that refine it. Where blocks are mixed this one may yet turn out to be of the other kind.
+void PacketReader::SpendPasses(const PacketShare& theShare, std::uint32_t thePasses)
+{
+    const Subband& aSubband = *theShare.itsSubband;
+    const bool isCheap =
+        (aSubband.GetBlockStyle() & (CBS_HIGH_THROUGHPUT | CBS_MIXED)) == CBS_HIGH_THROUGHPUT;
+    const std::uint64_t aPasses = isCheap ? std::min(thePasses, 2U) : thePasses;
+    itsPasses.Spend(aPasses * aSubband.GetMostBlockSamples());
 }
 
 void PacketReader::Lose(const PacketPlace& thePlace)

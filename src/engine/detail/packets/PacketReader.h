@@ -73,6 +73,7 @@ private:
     bool ReadHeader(const PacketPlace& thePlace);
     void Lose(const PacketPlace& thePlace);
     void AddPiece(const PacketShare& theShare, std::uint64_t theLength);
+    void SpendPasses(const PacketShare& theShare, std::uint32_t thePasses);
     bool IsDecoded(const PacketPlace& thePlace) const;
     bool IsBehindAllDecoded(const PacketPlace& thePlace) const;
     void CheckTileParts(std::uint64_t theStart);

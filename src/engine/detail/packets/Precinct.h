@@ -9,6 +9,15 @@
 namespace j2k
 {
 
+/// How a code-block is coded. High-throughput ones begin without a length where an encoder left their coarse
+/// passes out, and where a component has both kinds the first length that is not 0 tells.
+enum class BlockKind : std::uint8_t
+{
+    Open = 0,
+    Arithmetic,
+    HighThroughput
+};
+
 /// What the packets said about one code-block so far.
 struct CodeBlock
 {
@@ -18,6 +27,7 @@ struct CodeBlock
     std::uint8_t itsLengthBits = 0; ///< Lblock of B.10.7.1 less its initial value
     std::uint8_t itsBitPlanes = 0;  ///< magnitude bit-planes that are coded, at most 255
     bool itsIsIncluded = false;
+    BlockKind itsKind = BlockKind::Open; ///< stays so unless the component may have high-throughput blocks
 };
 
 /// The code-blocks of one subband that lie in one precinct.

@@ -165,9 +165,16 @@ bool Subband::CollectBlock(std::uint32_t theColumn, std::uint32_t theRow, Collec
     theBlock.itsBlock.itsBand = itsBand;
     theBlock.itsBlock.itsStyle = itsBlockStyle;
     theBlock.itsBlock.itsBitPlanes = aBlock->itsBitPlanes;
+    theBlock.itsBlock.itsIsHighThroughput = IsHighThroughput(*aBlock);
+    theBlock.itsBlock.itsMostBitPlanes = itsMostBitPlanes;
     CollectSegments(*aBlock, itsTile->GetPieces(), itsTile->GetBody(), theBlock);
     theBlock.itsIsCut = IsCut(*aBlock, theBlock.itsSegments);
     return true;
+}
+
+bool Subband::IsHighThroughput(const CodeBlock& theBlock) const
+{
+    return (itsBlockStyle & CBS_HIGH_THROUGHPUT) != 0 && theBlock.itsKind != BlockKind::Arithmetic;
 }
 
 bool Subband::IsCut(const CodeBlock& theBlock, const std::vector<CodedSegment>& theSegments) const
@@ -177,7 +184,7 @@ bool Subband::IsCut(const CodeBlock& theBlock, const std::vector<CodedSegment>& 
     {
         aPasses += aSegment.itsPasses;
     }
-    return !PassSegments(itsBlockStyle).IsStart(aPasses) &&
+    return !PassSegments(itsBlockStyle, IsHighThroughput(theBlock)).IsStart(aPasses) &&
            (aPasses != theBlock.itsPasses || itsTile->LeavesLayersOut());
 }
 

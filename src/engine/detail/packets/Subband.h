@@ -82,6 +82,9 @@ public:
     /// of interest.
     std::uint32_t GetMostBitPlanes() const { return itsMostBitPlanes; }
 
+    /// Whether what is decoded of a block is coded with high throughput. One that nothing came of is neither.
+    bool IsHighThroughput(const CodeBlock& theBlock) const;
+
     /// The code-blocks in a precinct, given by column and row of the resolution's precincts.
     BlockRange GetPrecinctBlocks(std::uint32_t theColumn, std::uint32_t theRow) const;
 
