@@ -10,6 +10,14 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 
+/// Matrix coefficients as ITU-T H.273 numbers them; those of BT.470 and BT.601 are the same.
+constexpr std::uint32_t kIdentity = 0;
+constexpr std::uint32_t kUnspecified = 2;
+constexpr std::uint32_t kBT470 = 5;
+constexpr std::uint32_t kBT601 = 6;
+/// Samples from 0 to their highest value; without it black and white are inside.
+constexpr std::uint32_t kFullRange = 0x10000;
+
 /// Why boxes cannot be applied.
 class Fault : public std::runtime_error
 {
@@ -232,13 +240,40 @@ void JP2Colours::Add(std::uint32_t theType, std::vector<std::uint8_t> theContent
     aTake(JP2BoxTypes::ChannelDefinition, itsDefinition);
 }
 
+/// How colours are to be had from the components: the matrix coefficients of ITU-T H.273, and kFullRange.
+/// Behind the method of a colour box precedence and approximation have a byte each. Method 1: an enumerated
+/// space in four bytes. Method 5: primaries, transfer characteristics and matrix in two bytes each, a byte
+/// with the range on top.
+std::uint32_t JP2Colours::GetMatrix() const
+{
+    constexpr std::uint8_t kEnumerated = 1;
+    constexpr std::uint8_t kParameterized = 5;
+    constexpr std::size_t kSYCC = 18;
+    if (!itsColour || itsColour->size() < 7)
+    {
+        return kUnspecified;
+    }
+    if (itsColour->front() == kEnumerated && Pair(*itsColour, 3) == 0 && Pair(*itsColour, 5) == kSYCC)
+    {
+        return kFullRange | kBT601;
+    }
+    if (itsColour->front() == kParameterized && itsColour->size() >= 10)
+    {
+        return static_cast<std::uint32_t>(Pair(*itsColour, 7)) | ((*itsColour)[9] >= 0x80 ? kFullRange : 0);
+    }
+    return kUnspecified;
+}
+
 bool JP2Colours::IsSYCC() const
 {
-    // Method 1: enumerated. Precedence and approximation, then the number, which has four bytes.
-    constexpr std::uint8_t kEnumerated = 1;
-    constexpr std::size_t kSYCC = 18;
-    return itsColour && itsColour->size() >= 7 && itsColour->front() == kEnumerated &&
-           Pair(*itsColour, 3) == 0 && Pair(*itsColour, 5) == kSYCC;
+    const std::uint32_t aMatrix = GetMatrix();
+    return aMatrix == (kFullRange | kBT601) || aMatrix == (kFullRange | kBT470);
+}
+
+bool JP2Colours::IsOtherYCC() const
+{
+    const std::uint32_t aMatrix = GetMatrix() & ~kFullRange;
+    return aMatrix != kIdentity && aMatrix != kUnspecified && !IsSYCC();
 }
 
 std::vector<JP2Channel> JP2Colours::GetChannels(std::size_t theComponents, RWCString& theProblem) const

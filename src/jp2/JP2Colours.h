@@ -17,8 +17,9 @@ struct JP2Channel
     int itsBits = 0;                         ///< of the entries: 1 to 16
 };
 
-/// What the boxes in the header of a JP2 file say of its colours (ISO/IEC 15444-1 I.5.3): the enumerated
-/// colour space, the palette with the mapping of components, and the definition of channels.
+/// What the boxes in the header of a JP2 or JPH file say of its colours (ISO/IEC 15444-1 I.5.3, ISO/IEC
+/// 15444-15 Annex D): the colour space that is enumerated or given by parameters, the palette with the
+/// mapping of components, and the definition of channels.
 ///
 /// Boxes are taken as they come and trusted in nothing: where they contradict themselves, each other or the
 /// codestream, that is told, and nothing is to be applied. Thread-safe as far as it is not changed.
@@ -32,8 +33,12 @@ public:
     /// Whether Add would keep a box of this type.
     static bool IsOfInterest(std::uint32_t theType);
 
-    /// Whether the colours are enumerated as luminance and two colour differences (sYCC).
+    /// Whether the colours are luminance and two colour differences of the usual kind: enumerated as sYCC, or
+    /// with the parameters of ITU-R BT.601 over the full range.
     bool IsSYCC() const;
+
+    /// Whether their parameters say that they are something else than RGB and IsSYCC.
+    bool IsOtherYCC() const;
 
     /// The colours of a codestream of theComponents components, in the order of colours: one or three. None
     /// where the boxes change nothing. theProblem: why they cannot be applied, and then there are none
@@ -46,6 +51,8 @@ private:
     struct Resolver;
 
     using Contents = std::optional<std::vector<std::uint8_t>>;
+
+    std::uint32_t GetMatrix() const;
 
     Contents itsColour;
     Contents itsPalette;

@@ -109,8 +109,22 @@ std::string ColourText(Contents& theContents)
                                                  : "";
         return "enumerated colour space " + std::to_string(aSpace) + aName;
     }
-    return aMethod == 2 ? "restricted ICC profile of " + theContents.Text(4) + " bytes"
-                        : "method " + std::to_string(aMethod);
+    switch (aMethod)
+    {
+    case 2:
+        return "restricted ICC profile of " + theContents.Text(4) + " bytes";
+    case 3:
+        return "ICC profile of " + theContents.Text(4) + " bytes";
+    case 5:
+    {
+        std::string aText = "parameters of ITU-T H.273: primaries " + theContents.Text(2);
+        aText += ", transfer " + theContents.Text(2);
+        aText += ", matrix " + theContents.Text(2);
+        return aText + (theContents.Take(1) >= 0x80 ? ", full range" : ", narrow range");
+    }
+    default:
+        return "method " + std::to_string(aMethod);
+    }
 }
 
 std::string PaletteText(Contents& theContents)

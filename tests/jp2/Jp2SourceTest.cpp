@@ -292,8 +292,9 @@ TEST(Jp2BoxTextualizer, PrintsTheTree)
 {
     const Bytes aHeader =
         Box("jp2h", kImageHeader + Box("bpcc", {7, 0x8b}) + Box("colr", {1, 0, 0, 0, 0, 0, 18}) +
-                        Box("colr", {2, 0, 0, 0, 0, 2, 1}) + Box("pclr", {1, 0, 2, 7, 0x87, 1, 2}) +
-                        Box("cmap", {0, 0, 1, 2, 0, 1, 0, 0}) + Box("cdef", {0, 1, 0, 2, 0, 1, 0, 3}) +
+                        Box("colr", {2, 0, 0, 0, 0, 2, 1}) + Box("colr", {5, 0, 0, 0, 1, 0, 13, 0, 6, 0x80}) +
+                        Box("pclr", {1, 0, 2, 7, 0x87, 1, 2}) + Box("cmap", {0, 0, 1, 2, 0, 1, 0, 0}) +
+                        Box("cdef", {0, 1, 0, 2, 0, 1, 0, 3}) +
                         Box("res ", Box("resd", {0, 150, 0, 1, 0, 150, 0, 2, 2, 0xfe})));
     ByteSource aSource(
         kSignature + kFileType + Box("a\x1b\x80z", {1}) + aHeader + Stated({0, 0, 0, 0}, "jp2c", kStream), 5);
@@ -301,20 +302,22 @@ TEST(Jp2BoxTextualizer, PrintsTheTree)
         "jP  : signature, 12 bytes at 0",
         "ftyp: file type, 24 bytes at 12: brand \"jp2 \", version 0, compatible with \"jp2 \" \"j.xb\"",
         "a..z: 9 bytes at 36",
-        "jp2h: JP2 header, 143 bytes at 45",
+        "jp2h: JP2 header, 161 bytes at 45",
         "  ihdr: image header, 22 bytes at 53: 5 x 3, 3 components, varying depth, compression 7, colour "
         "space "
         "known, with property rights",
         "  bpcc: bits per component, 10 bytes at 75: 8 bits unsigned, 12 bits signed",
         "  colr: colour specification, 15 bytes at 85: enumerated colour space 18 (sYCC)",
         "  colr: colour specification, 15 bytes at 100: restricted ICC profile of 513 bytes",
-        "  pclr: palette, 15 bytes at 115: 256 entries, 2 columns: 8 bits unsigned, 8 bits signed",
-        "  cmap: component mapping, 16 bytes at 130: component 0 by palette column 2, component 1 directly",
-        "  cdef: channel definition, 16 bytes at 146: channel 2 of type 1 for 3",
-        "  res : resolution, 26 bytes at 162",
-        "    resd: display resolution, 18 bytes at 170: vertically 150/1 x 10^2, horizontally 150/2 x 10^-2 "
+        "  colr: colour specification, 18 bytes at 115: parameters of ITU-T H.273: primaries 1, transfer 13, "
+        "matrix 6, full range",
+        "  pclr: palette, 15 bytes at 133: 256 entries, 2 columns: 8 bits unsigned, 8 bits signed",
+        "  cmap: component mapping, 16 bytes at 148: component 0 by palette column 2, component 1 directly",
+        "  cdef: channel definition, 16 bytes at 164: channel 2 of type 1 for 3",
+        "  res : resolution, 26 bytes at 180",
+        "    resd: display resolution, 18 bytes at 188: vertically 150/1 x 10^2, horizontally 150/2 x 10^-2 "
         "a metre",
-        "jp2c: contiguous codestream, to the end of the file at 188"};
+        "jp2c: contiguous codestream, to the end of the file at 206"};
     EXPECT_EQ(jp2_box_textualizer::Textualize(aSource), anExpected);
 }
 

@@ -167,7 +167,13 @@ void JPEG2000Decoder::WarnOfLabel() const
 /// set has a label, that is believed.
 bool JPEG2000Decoder::IsConvertedAsSYCC() const
 {
-    if (itsSamplesPerPixel != 3 || !itsState->itsSource->GetColours().IsSYCC())
+    const JP2Colours& someColours = itsState->itsSource->GetColours();
+    if (itsSamplesPerPixel == 3 && someColours.IsOtherYCC())
+    {
+        Warn(WarningIdentifier::kColourLabel,
+             "the JPH file says colour differences, of an unusual kind: taken for RGB");
+    }
+    if (itsSamplesPerPixel != 3 || !someColours.IsSYCC())
     {
         return false;
     }
