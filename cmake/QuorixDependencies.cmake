@@ -1,9 +1,15 @@
-# What the library links. Everything comes from Debian packages, see scripts/packages.txt.
+# What the library links. Everything comes from Debian packages, see scripts/packages.txt,
+# or, for what runs everywhere, out of sources that are pinned (QuorixPortable.cmake).
 
+if(QUORIX_PORTABLE)
+  include(QuorixPortable)
+endif()
 find_package(DCMTK REQUIRED)
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+if(NOT QUORIX_PORTABLE)
+  pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+endif()
 
 # The three IJG builds (8-, 12- and 16-bit samples, prefixed entry points) of libgdcm-dev. GDCM's own
 # package file would bring in all of GDCM; only these three libraries are wanted.

@@ -32,6 +32,13 @@ if(NOT QUORIX_SANITIZE)
   target_link_options(quorix_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 endif()
 
+# What runs everywhere is the same wherever it was built.
+if(QUORIX_PORTABLE)
+  target_compile_options(quorix_options INTERFACE
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build"
+    "-ffile-prefix-map=${QUORIX_THIRD_PARTY_DIR}=./third-party")
+endif()
+
 # quorix_add_room(<name> <folder> [FOLDERS <more folders>...] [LINK <targets>...])
 #
 # One room is a static library of all .cpp files of its folders. The shared library is made of the

@@ -6,7 +6,12 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUORIX_SYSROOT)
 set(QUORIX_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/arm64-sysroot" CACHE PATH "Folder of scripts/arm64-sysroot")
-file(REAL_PATH "${QUORIX_SYSROOT}" CMAKE_SYSROOT)
+# Without one there is the C library of the cross compiler, which is all that the portable build wants.
+set(theEmulatorRoot /usr/aarch64-linux-gnu)
+if(QUORIX_SYSROOT)
+  file(REAL_PATH "${QUORIX_SYSROOT}" CMAKE_SYSROOT)
+  set(theEmulatorRoot "${CMAKE_SYSROOT}")
+endif()
 
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
@@ -28,4 +33,4 @@ if(QUORIX_HOST_JAVAC)
   set(JAVA_INCLUDE_PATH2 "${theHostJava}/include/linux" CACHE PATH "jni_md.h")
 endif()
 
-set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-aarch64;-L;${CMAKE_SYSROOT}")
+set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-aarch64;-L;${theEmulatorRoot}")
