@@ -24,43 +24,37 @@ public:
     /// these are all ones. theSlack bytes of zeros at least follow.
     void TakeBackwards(std::span<const std::uint8_t> theBytes, std::size_t theSlack);
 
-    const std::uint8_t* GetBytes() const { return itsBytes.data(); }
+    /// As many bytes before the first one are readable.
+    static constexpr std::size_t kLead = 8;
+    const std::uint8_t* GetBytes() const { return itsBytes.data() + kLead; }
 
     /// How many bits there are before the slack.
     std::size_t GetEnd() const { return itsEnd; }
 
     /// The bits from theBit on, 57 at least. Eight bytes from there on must be in the slack.
-    std::uint64_t Load(std::size_t theBit) const
-    {
-        return LoadBytes(itsBytes.data() + theBit / 8) >> theBit % 8;
-    }
+    std::uint64_t Load(std::size_t theBit) const { return LoadBytes(GetBytes() + theBit / 8) >> theBit % 8; }
 
     /// Eight bytes, the first in the least significant bits.
     static std::uint64_t LoadBytes(const std::uint8_t* theBytes)
     {
-        if constexpr (std::endian::native == std::endian::little)
-        {
-            std::uint64_t aWord = 0;
-            std::memcpy(&aWord, theBytes, sizeof(aWord));
-            return aWord;
-        }
         std::uint64_t aWord = 0;
-        for (unsigned int i = 0; i < sizeof(aWord); ++i)
-        {
-            aWord |= std::uint64_t{theBytes[i]} << 8 * i;
-        }
-        return aWord;
+        std::memcpy(&aWord, theBytes, sizeof(aWord));
+        return std::endian::native == std::endian::little ? aWord : Reverse(aWord);
+    }
+
+    /// The other way round.
+    static constexpr std::uint64_t Reverse(std::uint64_t theBytes)
+    {
+        theBytes = (theBytes >> 8 & 0x00FF00FF00FF00FFU) | (theBytes & 0x00FF00FF00FF00FFU) << 8;
+        theBytes = (theBytes >> 16 & 0x0000FFFF0000FFFFU) | (theBytes & 0x0000FFFF0000FFFFU) << 16;
+        return theBytes >> 32 | theBytes << 32;
     }
 
 private:
-    void Begin(std::size_t theBytes, std::size_t theSlack);
-    void Append(std::uint64_t theBits, unsigned int theCount);
-    void Finish(std::uint8_t theFill, std::size_t theSlack);
+    /// Room for theBytes and what follows them.
+    std::uint8_t* Begin(std::size_t theBytes, std::size_t theSlack);
 
     std::vector<std::uint8_t> itsBytes;
-    std::uint8_t* itsOut = nullptr;
-    std::uint64_t itsWaiting = 0; ///< fewer than eight bits
-    unsigned int itsWaitingCount = 0;
     std::size_t itsEnd = 0;
 };
 

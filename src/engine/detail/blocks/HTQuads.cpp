@@ -1,12 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
-// The first step of a clean-up pass: MEL events and VLC codes become a word for each quad.
+// The first step of a clean-up pass: MEL events and VLC codes become a word for each quad. One long chain of
+// look-ups and shifts, compiled once for each instruction set because some shift without detours.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "engine/detail/blocks/HTQuads.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
 
 #include "engine/detail/blocks/HTState.h"
 
+HWY_BEFORE_NAMESPACE();
 namespace j2k
 {
-namespace
+namespace HWY_NAMESPACE
 {
+namespace hn = hwy::HWY_NAMESPACE;
 
 /// The MEL decoder (T.814 7.3.3): runs of zeros that may end with a one.
 class MELReader
@@ -18,7 +30,7 @@ public:
         ReadRun();
     }
 
-    bool ReadEvent()
+    HWY_INLINE bool ReadEvent()
     {
         itsRun -= 2;
         const bool isOne = itsRun == -1;
@@ -30,7 +42,7 @@ public:
     }
 
 private:
-    void ReadRun()
+    HWY_NOINLINE void ReadRun()
     {
         while (itsCount < 8)
         {
@@ -79,19 +91,20 @@ public:
     }
 
     /// At least 56 bits are there afterwards, more than a pair of quads takes.
-    void Refill()
+    HWY_INLINE void Refill()
     {
         itsBits |= HTBits::LoadBytes(itsNext) << itsCount;
         itsNext += (63 - itsCount) / 8;
         itsCount |= 56;
     }
 
-    std::uint64_t GetBits() const { return itsBits; }
+    HWY_INLINE std::uint64_t GetBits() const { return itsBits; }
 
-    void Skip(unsigned int theCount)
+    /// By the lower six bits of theCount.
+    HWY_INLINE void Skip(std::uint32_t theCount)
     {
-        itsBits >>= theCount;
-        itsCount -= theCount;
+        itsBits >>= theCount & HTQuad::kLengthMask;
+        itsCount -= theCount & HTQuad::kLengthMask;
     }
 
     /// Whether bits were taken that are not there.
@@ -105,109 +118,143 @@ private:
     unsigned int itsCount = 0;
 };
 
+/// What the row above contributes to contexts, by quad, in place of the code table's index.
+using Contexts = std::array<std::uint32_t, 512 + HTState::kBorder>;
+
+/// A row of quads after the other. Rows share no more than what is here.
 struct QuadReader
 {
-    /// What the row above contributes to contexts, by quad, in place of the code table's index.
-    using Contexts = std::array<std::uint16_t, 514>;
-
     /// theContext: the index of the code table but for the bits of the stream.
-    std::uint32_t ReadCode(std::uint32_t theContext)
+    template <bool isFirstRow>
+    HWY_INLINE std::uint32_t ReadCode(VLCReader& theVLC, std::uint32_t theContext)
     {
-        const std::uint32_t aCode = (*itsCodes)[theContext | (itsVLC.GetBits() & 0x7F)];
+        const HTCodeTable& aTable = isFirstRow ? kHTFirstRowCodes : kHTOtherRowCodes;
+        std::uint32_t aCode = aTable[theContext | (theVLC.GetBits() & 0x7F)];
         // In context 0 an event says first whether the quad is empty.
-        if (theContext == 0 && !itsMEL.ReadEvent())
+        if (HWY_UNLIKELY(theContext == 0) && !itsMEL.ReadEvent())
         {
-            return 0;
+            aCode = 0;
         }
-        itsVLC.Skip(aCode & HTQuad::kLengthMask);
+        theVLC.Skip(aCode);
         return aCode;
     }
 
-    void ReadPair(std::uint32_t* theQuads, const std::uint16_t* theAbove, bool hasSecond)
+    /// Returns the right one's code.
+    template <bool isFirstRow, bool hasSecond>
+    HWY_INLINE std::uint32_t ReadPair(VLCReader& theVLC, std::uint32_t theLeft, std::uint32_t* theQuads,
+                                      const std::uint32_t* theAbove)
     {
-        itsVLC.Refill();
-        const std::uint32_t aFirst = ReadCode((itsLeft & HTQuad::kContextMask) | theAbove[0]);
-        const std::uint32_t aSecond = hasSecond ? ReadCode((aFirst & HTQuad::kContextMask) | theAbove[1]) : 0;
-        itsLeft = aSecond;
+        theVLC.Refill();
+        const std::uint32_t aFirst =
+            ReadCode<isFirstRow>(theVLC, (theLeft & HTQuad::kContextMask) | theAbove[0]);
+        const std::uint32_t aSecond =
+            hasSecond ? ReadCode<isFirstRow>(theVLC, (aFirst & HTQuad::kContextMask) | theAbove[1]) : 0;
         std::uint32_t aMode =
             (aFirst >> HTQuad::kHasResidualShift & 1) | (aSecond >> (HTQuad::kHasResidualShift - 1) & 2);
-        if (itsIsFirstRow && aMode == RESIDUALS_BOTH && itsMEL.ReadEvent())
+        if (isFirstRow && aMode == RESIDUALS_BOTH && itsMEL.ReadEvent())
         {
             aMode = RESIDUALS_BOTH_LARGE;
         }
-        std::uint32_t aPair = (*itsResiduals)[aMode << 8 | (itsVLC.GetBits() & 0xFF)];
-        if (aPair == kHTLongResiduals)
+        const HTResidualTable& aTable = isFirstRow ? kHTFirstRowResiduals : kHTOtherRowResiduals;
+        std::uint32_t aPair = aTable[aMode << 8 | (theVLC.GetBits() & 0xFF)];
+        if (HWY_UNLIKELY(aPair == kHTLongResiduals))
         {
-            const HTResiduals aLong = ReadHTResiduals(itsVLC.GetBits(), aMode, itsIsFirstRow);
+            const HTResiduals aLong = ReadHTResiduals(theVLC.GetBits(), aMode, isFirstRow);
             aPair = aLong.itsLength | aLong.itsFirst << 8 | aLong.itsSecond << 16;
         }
-        itsVLC.Skip(aPair & HTQuad::kLengthMask);
+        theVLC.Skip(aPair);
         theQuads[0] = (aFirst & HTQuad::kKeptMask) | (aPair >> 8 & 0xFF);
         theQuads[1] = (aSecond & HTQuad::kKeptMask) | (aPair >> 16 & 0xFF);
+        return aSecond;
     }
 
-    void ReadRow(std::uint32_t* theQuads, std::size_t theColumns, const Contexts& theAbove)
+    template <bool isFirstRow>
+    void ReadRow(std::uint32_t* theQuads, std::size_t theColumns)
     {
-        itsLeft = 0;
+        VLCReader aVLC = itsVLC;
+        std::uint32_t aLeft = 0;
         std::size_t q = 0;
         for (; q + 1 < theColumns; q += 2)
         {
-            ReadPair(theQuads + q, theAbove.data() + q, true);
+            aLeft = ReadPair<isFirstRow, true>(aVLC, aLeft, theQuads + q, itsContexts.data() + q);
         }
         if (q < theColumns)
         {
-            ReadPair(theQuads + q, theAbove.data() + q, false);
+            ReadPair<isFirstRow, false>(aVLC, aLeft, theQuads + q, itsContexts.data() + q);
         }
+        itsVLC = aVLC;
     }
+
+    void FindContexts(const std::uint32_t* theQuads, std::size_t theColumns);
 
     VLCReader itsVLC;
     MELReader itsMEL;
-    const HTCodeTable* itsCodes = &kHTFirstRowCodes;
-    const HTResidualTable* itsResiduals = &kHTFirstRowResiduals;
-    bool itsIsFirstRow = true;
-    std::uint32_t itsLeft = 0;
+    Contexts itsContexts{};
 };
 
 /// Bottom samples of three quads, numbers 1 and 3: the lowest bit of the context is north-west or north, the
 /// highest north-east or far.
-void FindContexts(const std::uint32_t* theQuads, std::size_t theColumns, QuadReader::Contexts& theContexts)
+void QuadReader::FindContexts(const std::uint32_t* theQuads, std::size_t theColumns)
 {
-    constexpr unsigned int kLeft = HTQuad::kRhoShift + 1;
-    constexpr unsigned int kRight = HTQuad::kRhoShift + 3;
-    for (std::size_t q = 0; q < theColumns; ++q)
+    constexpr int kLeft = HTQuad::kRhoShift + 1;
+    constexpr int kRight = HTQuad::kRhoShift + 3;
+    constexpr int kLow = HTQuad::kContextShift;
+    constexpr int kHigh = HTQuad::kContextShift + 2;
+    const hn::CappedTag<std::uint32_t, HTState::kBorder> aTag;
+    const auto aLow = hn::Set(aTag, 1U << kLow);
+    const auto aHigh = hn::Set(aTag, 1U << kHigh);
+    for (std::size_t q = 0; q < theColumns; q += hn::Lanes(aTag))
     {
-        const std::uint32_t* const aQuad = theQuads + q;
-        const std::uint32_t aLow = (aQuad[-1] >> kRight | aQuad[0] >> kLeft) & 1;
-        const std::uint32_t aHigh = (aQuad[0] >> kRight | aQuad[1] >> kLeft) & 1;
-        theContexts[q] = static_cast<std::uint16_t>((aLow | aHigh << 2) << HTQuad::kContextShift);
+        const auto aWest = hn::ShiftRight<kRight - kLow>(hn::LoadU(aTag, theQuads + q - 1));
+        const auto aQuad = hn::LoadU(aTag, theQuads + q);
+        const auto anEast = hn::ShiftRight<kLeft - kHigh>(hn::LoadU(aTag, theQuads + q + 1));
+        const auto aLeft = hn::And(hn::Or(aWest, hn::ShiftRight<kLeft - kLow>(aQuad)), aLow);
+        const auto aRight = hn::And(hn::Or(anEast, hn::ShiftRight<kRight - kHigh>(aQuad)), aHigh);
+        hn::StoreU(hn::Or(aLeft, aRight), aTag, itsContexts.data() + q);
     }
 }
 
-} // namespace
-
-bool ReadHTQuads(HTState& theState)
+bool ReadQuads(HTState& theState)
 {
     // Beyond the end of the codes nothing but zeros are read, a row's worth at most.
     constexpr std::size_t kPairBytes = 5;
     theState.itsVLC.TakeBackwards(theState.itsSuffix, (theState.itsQuadColumns / 2 + 2) * kPairBytes + 8);
     QuadReader aReader{VLCReader(theState.itsVLC), MELReader(theState.itsSuffix)};
-    QuadReader::Contexts aContexts{};
+    const std::size_t aColumns = theState.itsQuadColumns;
     std::fill_n(theState.GetQuads(0) - HTState::kBorder, HTState::kBorder, 0U);
     for (std::size_t r = 0; r < theState.itsQuadRows; ++r)
     {
         std::uint32_t* const aRow = theState.GetQuads(r);
-        aReader.ReadRow(aRow, theState.itsQuadColumns, aContexts);
+        if (r == 0)
+        {
+            aReader.ReadRow<true>(aRow, aColumns);
+        }
+        else
+        {
+            aReader.ReadRow<false>(aRow, aColumns);
+        }
         if (aReader.itsVLC.HasOverrun())
         {
             return false;
         }
-        std::fill(aRow + theState.itsQuadColumns, aRow + theState.itsStride, 0U);
-        FindContexts(aRow, theState.itsQuadColumns, aContexts);
-        aReader.itsCodes = &kHTOtherRowCodes;
-        aReader.itsResiduals = &kHTOtherRowResiduals;
-        aReader.itsIsFirstRow = false;
+        std::fill(aRow + aColumns, aRow + theState.itsStride, 0U);
+        aReader.FindContexts(aRow, aColumns);
     }
     return true;
 }
 
+} // namespace HWY_NAMESPACE
 } // namespace j2k
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace j2k
+{
+HWY_EXPORT(ReadQuads);
+
+bool ReadHTQuads(HTState& theState)
+{
+    return HWY_DYNAMIC_DISPATCH(ReadQuads)(theState);
+}
+} // namespace j2k
+#endif

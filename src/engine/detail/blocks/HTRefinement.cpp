@@ -38,26 +38,28 @@ public:
           itsGroups((theState.itsWidth + 3) / 4), itsSignificant((itsGroups + 2) * (itsStripes + 2)),
           itsFound(itsSignificant.size())
     {
-        FindSignificant();
     }
 
     /// Words become twice their value, with the half below the last plane of the pass that decided it.
-    void DoubleWords(bool isRefined)
+    template <class Word>
+    void DoubleWords(const Word* theWords, bool isRefined)
     {
         // The half of what MagRef will change is one plane further down.
         const unsigned int aShift = itsState.itsPlane;
-        for (std::uint32_t y = 0; y < itsState.itsHeight; ++y)
+        const std::uint32_t aLess = isRefined ? 1U << (aShift - 1) : 0;
+        for (std::uint32_t y = 0; y < itsState.itsHeight; ++y, theWords += itsState.GetWordStride())
         {
             std::uint32_t* const aRow = itsState.GetWords(y);
             for (std::uint32_t x = 0; x < itsState.itsWidth; ++x)
             {
-                const std::uint32_t aDoubled =
-                    ((aRow[x] | 1) << aShift) - (isRefined ? 1U << (aShift - 1) : 0);
-                aRow[x] = aRow[x] == 0 ? 0 : aDoubled << 1 | (aRow[x] & 1);
+                const std::uint32_t aWord = theWords[x];
+                const std::uint32_t aDoubled = ((aWord | 1) << aShift) - aLess;
+                aRow[x] = aWord == 0 ? 0 : aDoubled << 1 | (aWord & 1);
             }
         }
     }
 
+    void FindSignificant();
     void RunSigProp(const HTBits& theBits);
     void RunMagRef(const HTBits& theBits);
 
@@ -79,7 +81,6 @@ private:
                std::uint32_t{itsSignificant[theIndex]} << 4 | (itsSignificant[theIndex + 1] & 15U) << 20;
     }
 
-    void FindSignificant();
     std::uint32_t GetInside(std::size_t theStripe, std::size_t theGroup) const;
     std::uint32_t GetMembers(std::size_t theIndex) const;
 
@@ -189,7 +190,15 @@ void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
     constexpr std::size_t kMostBytes = 4096 / 8;
     const bool isRefined = theBlock.itsPasses > 2;
     Refiner aRefiner(theState, theBlock.itsIsCausal);
-    aRefiner.DoubleWords(isRefined);
+    if (theState.itsIsNarrow)
+    {
+        aRefiner.DoubleWords(theState.GetNarrowWords(0), isRefined);
+    }
+    else
+    {
+        aRefiner.DoubleWords(theState.GetWords(0), isRefined);
+    }
+    aRefiner.FindSignificant();
     theState.itsMagSgn.TakeForwards(theBlock.itsRefinement, 0, 2 * kMostBytes);
     aRefiner.RunSigProp(theState.itsMagSgn);
     if (isRefined)
@@ -198,6 +207,7 @@ void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
         aRefiner.RunMagRef(theState.itsVLC);
     }
     theState.itsIsRefined = true;
+    theState.itsIsNarrow = false;
 }
 
 } // namespace j2k

@@ -21,7 +21,7 @@ namespace j2k
 ///
 /// Samples are words, 2m + s with magnitude m and sign s (1 for negative), 0 where nothing is significant: m
 /// counts itsPlane, and half of that is to be added. Words of refined blocks hold twice the value, the half
-/// included, instead.
+/// included, instead. Words are narrow, 16 bits, where the second step finds that they suffice.
 struct HTState
 {
     /// Quads that a row of words may be read beyond its ends.
@@ -43,11 +43,16 @@ struct HTState
         {
             itsQuads.resize(aSize);
             itsWords.resize(4 * aSize);
+            itsNarrowWords.resize(4 * aSize);
         }
     }
 
     /// The block is zero from now on.
-    void Clear() { std::fill(itsWords.begin(), itsWords.end(), 0U); }
+    void Clear()
+    {
+        itsIsNarrow = false;
+        std::fill(itsWords.begin(), itsWords.end(), 0U);
+    }
 
     /// A row of quads.
     std::uint32_t* GetQuads(std::size_t theRow)
@@ -58,6 +63,11 @@ struct HTState
     /// A row of samples. Rows are GetWordStride() apart, and there is one above the first.
     std::uint32_t* GetWords(std::size_t theRow) { return itsWords.data() + GetWordIndex(theRow); }
     const std::uint32_t* GetWords(std::size_t theRow) const { return itsWords.data() + GetWordIndex(theRow); }
+    std::uint16_t* GetNarrowWords(std::size_t theRow) { return itsNarrowWords.data() + GetWordIndex(theRow); }
+    const std::uint16_t* GetNarrowWords(std::size_t theRow) const
+    {
+        return itsNarrowWords.data() + GetWordIndex(theRow);
+    }
     std::size_t GetWordIndex(std::size_t theRow) const
     {
         return (theRow + 1) * GetWordStride() + 2 * kBorder;
@@ -75,6 +85,9 @@ struct HTState
     std::size_t itsStride = 0; ///< of quads
     std::vector<std::uint32_t> itsQuads;
     std::vector<std::uint32_t> itsWords;
+    std::vector<std::uint16_t> itsNarrowWords;
+    bool itsIsNarrow = false;
+    std::vector<std::uint32_t> itsPlaces; ///< scratch of the second step
 
     std::vector<std::uint8_t> itsSuffix; ///< MEL and VLC
     HTBits itsVLC;
