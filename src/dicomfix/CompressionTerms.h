@@ -18,6 +18,9 @@ inline constexpr CompressionTerms kJPEG{"JPG", "ISO_10918_1", "JPEG", "JPEG "};
 /// ISO/IEC 15444-1.
 inline constexpr CompressionTerms kJPEG2000{"JP2", "ISO_15444_1", "JPEG 2000", "JP2K "};
 
-/// Both of them.
-inline constexpr const CompressionTerms* kAll[] = {&kJPEG, &kJPEG2000};
+/// ISO/IEC 15444-15.
+inline constexpr CompressionTerms kHTJ2K{"HTJ2K", "ISO_15444_15", "HTJ2K", "HTJ2K "};
+
+/// All of them.
+inline constexpr const CompressionTerms* kAll[] = {&kJPEG, &kJPEG2000, &kHTJ2K};
 } // namespace LossyCompressions

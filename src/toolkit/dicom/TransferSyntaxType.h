@@ -29,6 +29,9 @@ public:
     static constexpr const char* TSJPEGLSUID = "1.2.840.10008.1.2.4.81";
     static constexpr const char* TSJPEG2KLosslessUID = "1.2.840.10008.1.2.4.90";
     static constexpr const char* TSJPEG2KUID = "1.2.840.10008.1.2.4.91";
+    static constexpr const char* TSHTJ2KLosslessUID = "1.2.840.10008.1.2.4.201";
+    static constexpr const char* TSHTJ2KLosslessRPCLUID = "1.2.840.10008.1.2.4.202";
+    static constexpr const char* TSHTJ2KUID = "1.2.840.10008.1.2.4.203";
     static constexpr const char* TSRLEUID = "1.2.840.10008.1.2.5";
     /// @}
 

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <string>
 
@@ -94,88 +92,27 @@ Bytes Pack(const std::vector<PlanarComponent>& theComponents, int theBytesPerSam
     return aBytes;
 }
 
-/// The samples of another decoder; empty where the table has none.
-Bytes ReadReference(const std::string& theName)
-{
-    Bytes aBytes;
-    const std::string aPath =
-        SampleTable::GetFolder(SampleSet::NewCodecs) + "/reference/" + theName + ".raw.gz";
-    if (const gzFile aFile = gzopen(aPath.c_str(), "rb"))
-    {
-        for (int aByte = gzgetc(aFile); aByte >= 0; aByte = gzgetc(aFile))
-        {
-            aBytes.push_back(static_cast<std::uint8_t>(aByte));
-        }
-        gzclose(aFile);
-    }
-    return aBytes;
-}
-
-std::int32_t GetSample(const Bytes& theBytes, std::size_t theIndex, const PlanarComponent& theComponent,
-                       int theBytesPerSample)
-{
-    const std::size_t aStart = theIndex * static_cast<std::size_t>(theBytesPerSample);
-    std::int32_t aSample = theBytes.at(aStart);
-    if (theBytesPerSample == 2)
-    {
-        aSample |= theBytes.at(aStart + 1) << 8;
-        return theComponent.itsSigned ? static_cast<std::int16_t>(aSample) : aSample;
-    }
-    return theComponent.itsSigned ? static_cast<std::int8_t>(aSample) : aSample;
-}
-
-/// How far two images in the form of the table lie apart, at most.
-std::int32_t GetPeak(const Bytes& theActual, const Bytes& theExpected, const PlanarComponent& theComponent,
-                     int theBytesPerSample)
-{
-    EXPECT_EQ(theActual.size(), theExpected.size());
-    std::int32_t aPeak = 0;
-    for (std::size_t i = 0; i < theExpected.size() / static_cast<std::size_t>(theBytesPerSample); ++i)
-    {
-        aPeak = std::max(aPeak, std::abs(GetSample(theActual, i, theComponent, theBytesPerSample) -
-                                         GetSample(theExpected, i, theComponent, theBytesPerSample)));
-    }
-    return aPeak;
-}
-
-/// How many rows of the table were compared, by the hash and sample by sample.
-struct Compared
-{
-    int itsExact = 0;
-    int itsNear = 0;
-};
-
-void ExpectRows(const std::string& theName, int theDiscardLevels, const std::vector<SampleRow>& theRows,
-                Compared& theCount)
+/// Returns how many rows were compared: those whose samples are known for sure.
+int ExpectRows(const std::string& theName, int theDiscardLevels, const std::vector<SampleRow>& theRows)
 {
     const PlanarImage anImage = EngineDecode(Unbox(SampleTable::ReadFile(theName, SampleSet::NewCodecs)),
                                              {.itsDiscardLevels = theDiscardLevels});
+    int aCount = 0;
     for (const SampleRow& aRow : theRows)
     {
         const bool isOne = aRow.itsColourSpace.find("component ") == 0;
-        const std::size_t aNumber = isOne ? std::stoul(aRow.itsColourSpace.substr(10)) : 0;
-        const PlanarComponent& aFirst = anImage.itsComponents.at(aNumber);
-        if (aRow.itsWidth != aFirst.itsWidth)
+        const PlanarComponent& aFirst =
+            anImage.itsComponents.at(isOne ? std::stoul(aRow.itsColourSpace.substr(10)) : 0);
+        // An image off the origin has a column more there than T.800 B-15 gives it, see OpenJpeg::Decode.
+        if (aRow.itsExact == "yes" && aRow.itsWidth == aFirst.itsWidth)
         {
-            continue; // a column more than T.800 B-15 gives an image off the origin, see OpenJpeg::Decode
-        }
-        const Bytes aBytes =
-            Pack(isOne ? std::vector{aFirst} : anImage.itsComponents, aRow.itsBytesPerSample);
-        const Bytes aReference = ReadReference(theName + (isOne ? ".c" + std::to_string(aNumber) : ""));
-        if (aRow.itsExact == "yes")
-        {
+            const Bytes aBytes =
+                Pack(isOne ? std::vector{aFirst} : anImage.itsComponents, aRow.itsBytesPerSample);
             EXPECT_EQ(Sha256(aBytes.data(), aBytes.size()), aRow.itsSHA256);
-            ++theCount.itsExact;
-        }
-        else if (theDiscardLevels == 0 && !aReference.empty() && theName.find("_06_b1") == std::string::npos)
-        {
-            // The decoders differ by that among themselves. The one that reads the streams left out is
-            // further away from the image with its region of interest than their limits' tests show us to be.
-            EXPECT_LE(GetPeak(aBytes, aReference, aFirst, aRow.itsBytesPerSample),
-                      aFirst.itsDepth > 12 ? 3 : 1);
-            ++theCount.itsNear;
+            ++aCount;
         }
     }
+    return aCount;
 }
 
 TEST(SampleStreams, OfHighThroughputAreAsExpected)
@@ -184,7 +121,7 @@ TEST(SampleStreams, OfHighThroughputAreAsExpected)
     {
         GTEST_SKIP() << "no samples of the codecs beside " << QUORIX_SAMPLES_DIR;
     }
-    Compared aCount;
+    int aCount = 0;
     for (const int aDiscardLevels : {0, 1, 2})
     {
         const SampleTable aTable = SampleTable::Load(aDiscardLevels, SampleSet::NewCodecs);
@@ -193,11 +130,10 @@ TEST(SampleStreams, OfHighThroughputAreAsExpected)
             if (!aFrames.empty() && aName.find("htj2k/") == 0)
             {
                 SCOPED_TRACE(aName + ", reduced by " + std::to_string(aDiscardLevels));
-                ExpectRows(aName, aDiscardLevels, aFrames.at(0), aCount);
+                aCount += ExpectRows(aName, aDiscardLevels, aFrames.at(0));
             }
         }
     }
-    EXPECT_EQ(aCount.itsExact, 98);
-    EXPECT_EQ(aCount.itsNear, 22);
+    EXPECT_EQ(aCount, 98);
 }
 } // namespace
