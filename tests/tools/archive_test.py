@@ -70,7 +70,7 @@ class Archive(cli_test.Program):
     def report(self, name="report"):
         content = self.get(name)
         self.assertTrue(content.endswith(b"\n"))
-        return [json.loads(line) for line in content.splitlines()]
+        return [line for line in map(json.loads, content.splitlines()) if "summary" not in line]
 
     def start(self, *arguments, program=None, **keywords):
         process = subprocess.Popen([program or cli_test.PROGRAM, *arguments], cwd=self.folder, stderr=subprocess.PIPE,
@@ -167,9 +167,9 @@ class Archive(cli_test.Program):
         os.mkfifo(self.path("pipe"))
         head = b"in/x.dcm\n" * 2000
         for name, content, status, text in (
-                ("both kinds", b"in/x.dcm\n/etc/hostname\n", 3, b"both absolute and relative"),
-                ("input among outputs", b"in/x.dcm\nout/y\n", 3, b"in the output folder"),
-                ("own files", b"in/x.dcm\n.quorix/x\n", 3, b"own files"),
+                ("both kinds", b"in/x.dcm\n/etc/hostname\n", 2, b"both absolute and relative"),
+                ("input among outputs", b"in/x.dcm\nout/y\n", 2, b"in the output folder"),
+                ("own files", b"in/x.dcm\n.quorix/x\n", 2, b"own files"),
                 ("folder", b"in/x.dcm\nin\n", 2, b"code 67"),
                 ("pipe", b"in/x.dcm\npipe\n", 2, b"code 67"),
                 ("too long", b"in/x.dcm\n" + b"a/" * 500000 + b"\nin/x.dcm\n", 2, b"File name too long"),
@@ -223,11 +223,11 @@ class Archive(cli_test.Program):
                     self.assertEqual(len(expected), 15)
                 change()
                 self.put("report", b"")
-                done = self.run_it(*run, "--resume", *more, status=3 if what.startswith("folder") else 2)
+                done = self.run_it(*run, "--resume", *more, status=2)
                 self.assertEqual(list(dict.fromkeys(line["file"] for line in self.report())),
                                  [names[index] for index in again] + ["in/gone.dcm"])
                 skipped = 13 - len(again)
-                self.assertEqual(b"%d inputs skipped" % skipped in done.stderr, skipped > 0)
+                self.assertEqual(b", %d skipped" % skipped in done.stderr, skipped > 0)
                 if not more and not what.startswith("folder"):
                     self.assertEqual(self.files(), expected)
         # What was made of an input that can no longer be decoded must not pass for it.
@@ -256,7 +256,7 @@ class Archive(cli_test.Program):
                     self.assert_nothing_unfinished()
                 again = self.run_it(*run)
                 # A killed process may have finished a file and not said so.
-                skipped = int(again.stderr.split()[0])
+                skipped = int(again.stderr.split(b" skipped")[0].split()[-1])
                 self.assertLessEqual(abs(skipped - len(done)), 0 if status == 5 else 2)
                 self.assertEqual(self.files(), expected)
                 self.assert_nothing_unfinished()
@@ -299,7 +299,7 @@ class Archive(cli_test.Program):
         run = ["--list", "list", "--format", "none", "--report"]
         self.assertIn(b"is no report", self.run_it(*run, names[0], status=3).stderr)
         self.assertIn(b"No space left", self.run_it(*run, "/dev/full", status=3).stderr)
-        self.assertEqual(self.run_it(*run, "/dev/stderr").stderr.count(b"\n"), 40)
+        self.assertEqual(self.run_it(*run, "/dev/stderr", "--quiet").stderr.count(b"\n"), 40)
         # What could not be reported is not taken for done.
         self.run_it("--list", "list", "-o", "out", "--report", "/dev/full", status=3)
         self.run_it("--list", "list", "-o", "out", "--report", "all", "--resume")
@@ -400,16 +400,16 @@ class Archive(cli_test.Program):
                 size = os.path.getsize(self.path("free"))
                 self.run_it(*run, "enough", f"--max-output={size}")
                 self.assertEqual(len(self.get("enough")), size)
-                done = self.run_it(*run, "scarce", f"--max-output={size - 1}", status=3)
+                done = self.run_it(*run, "scarce", f"--max-output={size - 1}", status=2)
                 self.assertIn(b"small.dcm: " + (b"DICOM file" if kind == "dicom" else b"frame 0") +
-                              b": output not written: " + (b"PNG: " if kind == "png" else b"") +
+                              b": output not written: "
                               b"--max-output: all files together would have more than %d bytes\n" % (size - 1), done.stderr)
                 os.unlink(self.path("enough"))
         # What was refused does not count, and is not tried for ever.
-        done = self.run_it("many.dcm", "small.dcm", "--all-frames", "--format", "raw", "-o", "out", "--max-output", "16K", status=3)
+        done = self.run_it("many.dcm", "small.dcm", "--all-frames", "--format", "raw", "-o", "out", "--max-output", "16K", status=2)
         self.assertEqual(set(self.files()), {"many_f0000.raw", "many_f0001.raw"})
         self.assertIn(b"given up after frame 9 of 30", done.stderr)
-        self.run_it("many.dcm", "small.dcm", "--format", "raw", "-o", "some", "--max-output", "8191", status=3)
+        self.run_it("many.dcm", "small.dcm", "--format", "raw", "-o", "some", "--max-output", "8191", status=2)
         self.assertEqual(self.files("some"), {"small.raw": cli_test.IMAGES["grey12"][3]})
         self.assertEqual([name for name in os.listdir(self.folder) if name.endswith("tmp") or name == "scarce"], [])
 

@@ -24,8 +24,9 @@ PROGRAM = ""
 IMPLICIT, EXPLICIT, BIG, RLE, J2K, BASELINE, LOSSLESS = (
     "1.2.840.10008.1.2" + end for end in ("", ".1", ".2", ".5", ".4.90", ".4.50", ".4.70"))
 
-JSON_FIELDS = """file frame result_code system_error message warnings rows columns samples_per_pixel bits_allocated
-bits_stored high_bit signed photometric planar lossy compression_ratio scale_factor bytes sha256 output
+JSON_FIELDS = """file frame outcome result_code system_error message warnings sop_class_uid sop_instance_uid transfer_syntax
+codec lossless rows columns samples_per_pixel bits_allocated bits_stored high_bit signed photometric planar lossy
+compression_ratio scale_factor bytes sha256 output
 time_total_ms time_open_ms time_header_ms time_allocate_ms time_pixels_ms""".split()
 
 
@@ -79,6 +80,15 @@ def dicom(pixels, rows, columns, *, allocated=16, stored=None, signed=0, photome
         elements.append((0x7fe00010, word, pixels + b"\0" * (len(pixels) % 2)))
     body = b"".join(element(*one, order=order, implicit=implicit) for one in sorted(elements, key=lambda e: e[0]))
     return b"\0" * 128 + b"DICM" + meta + body
+
+
+def without_pixels(content):
+    return content[:content.index(b"\xe0\x7f\x10\0")]
+
+
+def without_image(content):
+    """Neither Pixel Data nor what describes it."""
+    return content[:content.index(b"\x28\0\x02\0")]
 
 
 def box(kind, contents):
@@ -221,7 +231,7 @@ class Program(unittest.TestCase):
         return subprocess.run(["dcmdump", "-q", self.path(name)], capture_output=True, check=True).stdout
 
     def lines(self, *arguments, **keywords):
-        return [json.loads(line) for line in self.run_it("--json", *arguments, **keywords).stdout.splitlines()]
+        return [json.loads(line) for line in self.run_it("--json", "--quiet", *arguments, **keywords).stdout.splitlines()]
 
 
 class CommandLine(Program):
@@ -324,7 +334,7 @@ class CommandLine(Program):
                 self.assertEqual({tag for tag in kept if b"(" + tag in dump}, elements, dump)
         groups = ((0x52009229, "SQ", b""),)
         self.put("in", dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K, extra=groups))
-        self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", "2", status=3)
+        self.run_it("in", "--format", "dicom", "-o", "out.dcm", "--scale", "2", status=2)
         self.run_it("in", "--format", "dicom", "-o", "out.dcm", status=0)
 
     def test_info_prints_the_boxes_of_a_jp2_file(self):
@@ -382,10 +392,11 @@ class CommandLine(Program):
                  ["good.dcm", "--scale", "0"], ["good.dcm", "--window", "1"], ["good.dcm", "--window", "40,0.5"],
                  ["good.dcm", "--window", "nan,5"], ["good.dcm", "--window", "auto", "--format", "raw"], ["-", "-"],
                  ["good.dcm", "--list", ""]]),
-            (2, [["good.dcm", "missing.dcm"], ["cut.dcm", "good.dcm"], ["good.dcm", "tree"], ["--info", "good.dcm", "noise"]]),
-            (3, [["good.dcm", "-o", "noise/x.png"], ["good.dcm", "bare.jpg", "-o", "noise"], ["wide.dcm"],
-                 ["good.dcm", "missing.dcm", "wide.dcm"], ["good.dcm", "-o", "no/such/folder.png"],
-                 ["good.dcm", "--format", "dicom", "-o", "good.dcm"], ["good.dcm", "-o", "/dev/null"]]),
+            (2, [["good.dcm", "missing.dcm"], ["cut.dcm", "good.dcm"], ["good.dcm", "tree"], ["--info", "good.dcm", "noise"],
+                 ["wide.dcm"], ["good.dcm", "missing.dcm", "wide.dcm"], ["good.dcm", "--format", "dicom", "-o", "good.dcm"],
+                 ["good.dcm", "-o", "/dev/null"]]),
+            (3, [["good.dcm", "-o", "noise/x.png"], ["good.dcm", "bare.jpg", "-o", "noise"],
+                 ["good.dcm", "missing.dcm", "-o", "noise"], ["good.dcm", "-o", "no/such/folder.png"]]),
             (4, [["missing.dcm"], ["noise"], ["empty"], ["cut.dcm"], ["j2k.dcm"], ["tree"], ["multi.dcm", "--frame", "3"],
                  ["bare.jpg", "--frame", "1"], ["good.dcm", "--type", "jpeg"], ["good.dcm", "--type", "j2k"]]),
         ]
@@ -396,12 +407,46 @@ class CommandLine(Program):
         left = [name for _, _, names in os.walk(self.folder) for name in names if name.endswith(".tmp")]
         self.assertEqual(left, [])
 
+    def test_outcomes_of_an_archive(self):
+        image = IMAGES["grey12"][0]
+        spectrum = ((0x56000020, "UN", bytes(8)),)
+        cases = {"image": ("decoded", image), "bare": ("decoded", image[132:]), "no meta": ("decoded", dicom(b"\7", 1, 1, allocated=8,
+                 syntax=IMPLICIT)[132:].split(IMPLICIT.encode() + b"\0")[1]),
+                 "plan": ("no-image", without_image(image)), "DICOMDIR": ("no-image", without_image(image)),
+                 "spectra": ("no-image", without_pixels(dicom(b"", 5, 6, extra=spectrum))),
+                 "text": ("not-dicom", b"text\n" * 40), "nothing": ("not-dicom", b""),
+                 "lost": ("failed", without_pixels(image)), "cut": ("failed", image[:-20]), "torn": ("failed", without_image(image)[:-3]),
+                 "wide": ("failed", dicom(bytes(120), 5, 6, allocated=32))}
+        for name, (_, content) in cases.items():
+            self.put("tree/" + name, content)
+        for more, status in (([], 2), (["--strict"], 2)):
+            done = self.run_it("--json", "tree", "-o", "out", *more, status=status)
+            *lines, last = map(json.loads, done.stdout.splitlines())
+            self.assertEqual({os.path.basename(line["file"]): line["outcome"] for line in lines},
+                             {name: outcome for name, (outcome, _) in cases.items()})
+            self.assertEqual(last["summary"]["inputs"], {"decoded": 3, "no-image": 3, "not-dicom": 2, "failed": 4, "skipped": 0})
+            self.assertEqual(last["summary"]["bytes_written"], sum(os.path.getsize(self.path("out/" + name))
+                                                                   for name in os.listdir(self.path("out"))))
+            self.assertEqual(b"plan" in done.stderr, bool(more))
+            self.assertIn(b"12 inputs: 3 decoded, 3 without an image, 2 not DICOM, 4 failed\n4 frames: ", done.stderr)
+        for arguments, status, hasSummary in ((["tree/plan", "tree/image"], 0, True), (["tree/plan"], 0, False),
+                                              (["tree/plan", "--strict"], 4, False), (["tree/text"], 4, False),
+                                              (["tree/image", "tree/plan", "--strict", "--quiet"], 2, False)):
+            done = self.run_it("--format", "none", *arguments, status=status)
+            self.assertEqual(b" inputs: " in done.stderr, hasSummary, arguments)
+        self.put("list", b"tree/plan\n")
+        for skipped in (0, 1):
+            done = self.run_it("--list", "list", "-o", "kept", "--resume", "--json")
+            self.assertEqual(json.loads(done.stdout.splitlines()[-1])["summary"]["inputs"]["skipped"], skipped)
+
     def test_json_and_errors_name_input_frame_and_code(self):
         self.put("good.dcm", IMAGES["signed16"][0])
         good, bad = self.lines("good.dcm", "bad.dcm", status=2)
         self.assertEqual(list(good), JSON_FIELDS)
         self.assertEqual(list(bad), JSON_FIELDS)
         expected = {"file": "good.dcm", "frame": 0, "result_code": 0, "system_error": 0,
+                    "outcome": "decoded", "sop_class_uid": "1.2.840.10008.5.1.4.1.1.7", "sop_instance_uid": "1.2.3.4",
+                    "transfer_syntax": EXPLICIT, "codec": "native, explicit little endian", "lossless": True,
                     "message": "Completed successfully", "rows": 5, "columns": 6, "samples_per_pixel": 1,
                     "bits_allocated": 16, "bits_stored": 16, "high_bit": 15, "signed": True,
                     "photometric": "MONOCHROME2", "planar": False, "lossy": False, "compression_ratio": 1,
@@ -455,7 +500,7 @@ class CommandLine(Program):
         for jobs in ("1", "4"):
             self.run_it("x.jpg", "a", "x_f0001.dcm", "-o", "out", "--jobs", jobs)
             names = sorted(os.listdir(self.path("out")))
-            self.assertEqual(names, ["1.2.840.7.png", "x-2.png", "x-3.png", "x.png", "x_f0001.png"])
+            self.assertEqual(names, ["1.2.840.7.png", "DICOMDIR.png", "x-2.png", "x-3.png", "x.png", "x_f0001.png"])
             self.assertEqual(read_png(self.path("out/x.png"))[4], STEPS)
             self.assertEqual(read_png(self.path("out/x-3.png"))[4], RAMP)
         self.run_it("a/x.dcm", "x_f0001.dcm", "-o", "all", "--all-frames")

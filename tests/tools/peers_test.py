@@ -67,7 +67,7 @@ def check(program, path, folder):
     image = None if name in SKIPPED or name in REFUSED else read_by_peer(path, folder)
     if name not in REFUSED and (image is None or image.get("BitsAllocated", 1) == 1):
         return 0
-    run = subprocess.run([program, "--format", "raw", "--all-frames", "--json", "-o", folder + "/", path],
+    run = subprocess.run([program, "--format", "raw", "--all-frames", "--json", "--quiet", "-o", folder + "/", path],
                          capture_output=True, text=True, check=False)
     results = [json.loads(line) for line in run.stdout.splitlines()]
     if name in REFUSED:

@@ -14,6 +14,7 @@
 #include "outputs/OutputFile.h"
 #include "outputs/OutputNames.h"
 #include "outputs/OutputPlanner.h"
+#include "report/FrameReport.h"
 #include "report/Reporter.h"
 #include "run/DecodeJob.h"
 #include "run/MemoryLimit.h"
@@ -51,7 +52,7 @@ void Work(const DecodeJob::Context& theContext, InputQueue& theQueue)
     catch (const std::exception& anException)
     {
         theContext.itsReporter.PrintError(anException.what());
-        theContext.itsReporter.CountFailedInput();
+        theContext.itsReporter.CountInput(Outcome::FAILED, 0, true);
     }
 }
 
@@ -81,7 +82,13 @@ void RunInputs(const Options& theOptions, Reporter& theReporter, StopSignal& the
     for (const InputCollector::Failure& aFailure : anInputs.GetFailures())
     {
         theReporter.PrintError(aFailure.itsPath + ": " + aFailure.itsMessage);
-        theReporter.CountFailedInput();
+        theReporter.CountInput(Outcome::FAILED, 0, true);
+    }
+    for (const std::string& aPath : anInputs.GetPassedOver())
+    {
+        theReporter.CountInput(Outcome::NOT_DICOM, 0, false);
+        theReporter.PrintLine(
+            FrameReport(aPath, Outcome::NOT_DICOM, "passed over: not a DICOM file").ToLine());
     }
     const OutputPlanner aPlanner(theOptions, anInputs);
     const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
@@ -104,7 +111,7 @@ void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theSt
     catch (const OutputError& anError)
     {
         theReporter.PrintError(anError.what());
-        theReporter.CountFailedInput();
+        theReporter.CountInput(Outcome::FAILED, 0, true);
         return;
     }
     const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
@@ -153,7 +160,7 @@ int Run(const Options& theOptions)
     {
         aReporter.PrintError("stopped by a signal");
     }
-    const int aStatus = aReporter.Finish();
+    const int aStatus = aReporter.Finish(theOptions.IsQuiet());
     return aStop.IsRaised() ? StopSignal::kExitStatus : aStatus;
 }
 } // namespace

@@ -26,6 +26,9 @@ struct DecodedFrame
     /// What was read of a DICOM input, made to describe the decoded pixels; null for bare images.
     std::unique_ptr<DICOMDataObject> itsDataSet;
 
+    /// Of the input; empty where nobody knows.
+    RWCString itsTransferSyntaxUID;
+
     /// How often the codec has halved the resolution.
     int itsHalvings = 0;
 
@@ -33,6 +36,9 @@ struct DecodedFrame
     RWCString itsCompressionKind;
 
     bool IsDecoded() const { return itsRenderable != nullptr; }
+
+    /// Whether this is a DICOM object that has no image, and was read to its end.
+    bool IsWithoutImage() const;
 
     /// Takes image and outcome over from theResult.
     void Take(DecompressionResult& theResult);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "codecs/jpeg/JPEGHeader.h"
 #include "decoding/CodecTable.h"
 #include "decompressors/BareStreamDecode.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
@@ -30,6 +31,9 @@ protected:
     void DecodeInto(DecodedFrame& theResult) override;
 
 private:
+    /// The transfer syntax that a DICOM file with this codestream would have; empty where nobody knows.
+    RWCString FindTransferSyntax() const;
+
     JImageType itsKind;
     const InputSource& itsSource;
     DecodeSettings itsSettings;
@@ -55,16 +59,22 @@ private:
     DecodeSettings itsSettings;
 };
 
-/// Which lossy history the data set is to record; empty for none.
-RWCString LossyKind(const DICOMDataObject& theDataSet, Reading theReading)
+/// What a data set says of its transfer syntax, else what the request found.
+RWCString FindTransferSyntax(const DICOMDataObject& theDataSet, const DecompressionRequest& theRequest)
 {
     RWCString aUID;
     theDataSet.GetString(DICOMTags::TransferSyntaxUID, aUID);
+    return aUID.empty() ? theRequest.getTransferSyntaxUID() : aUID;
+}
+
+/// Which lossy history the data set is to record; empty for none.
+RWCString LossyKind(const DICOMDataObject& theDataSet, const RWCString& theUID, Reading theReading)
+{
     // Where the transfer syntax allows both, the codec has marked the data set when there was loss.
     RWCString aLossy;
     const bool isMarked = theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy) && !aLossy.empty() &&
                           theDataSet.IsMarkedLossy();
-    const CodecRow* const aRow = CodecTable::Find(aUID, theReading);
+    const CodecRow* const aRow = CodecTable::Find(theUID, theReading);
     return aRow != nullptr ? aRow->GetLossyKind(isMarked) : "";
 }
 } // namespace
@@ -99,6 +109,17 @@ std::unique_ptr<FrameDecoder> FrameDecoder::Create(JImageType theKind, const Inp
     return std::make_unique<BareImageDecoder>(theKind, theSource, theSettings);
 }
 
+RWCString BareImageDecoder::FindTransferSyntax() const
+{
+    const CodecRow* const aRow = CodecTable::FindImageType(itsKind, itsSettings.itsReading);
+    if (aRow == nullptr || !aRow->itsHasJPEGHeader)
+    {
+        return aRow != nullptr ? aRow->itsUID : "";
+    }
+    const std::optional<JPEGHeader> aHeader = JPEGHeader::Read(*itsSource.Open());
+    return aHeader ? aHeader->GetTransferSyntaxUID() : "";
+}
+
 void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
 {
     if (theResult.itsFrame != 0)
@@ -109,6 +130,7 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     DMTickCounter aCounter;
     const std::unique_ptr<InputStream> aStream = itsSource.Open();
     const double anOpenTime = aCounter.Lap() * 1000.0;
+    theResult.itsTransferSyntaxUID = FindTransferSyntax();
     theResult.itsReading = itsSettings.itsReading;
     ReadingContext aContext(itsSettings.itsReading);
     theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, aContext);
@@ -150,9 +172,11 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     theResult.Take(aResult);
+    theResult.itsTransferSyntaxUID = FindTransferSyntax(*theResult.itsDataSet, aRequest);
     if (theResult.IsDecoded())
     {
-        theResult.itsCompressionKind = LossyKind(*theResult.itsDataSet, itsSettings.itsReading);
+        theResult.itsCompressionKind =
+            LossyKind(*theResult.itsDataSet, theResult.itsTransferSyntaxUID, itsSettings.itsReading);
         // Other codecs report the scale that was asked for and deliver full size.
         const CodecRow* const aRow = CodecTable::Find(aRequest.getTransferSyntaxUID(), aRequest.getReading());
         if (aRow != nullptr && aRow->itsCanReduce)

@@ -3,6 +3,7 @@
 
 #include "decoding/CodecTable.h"
 #include "toolkit/base/CodestreamSignature.h"
+#include "toolkit/dicom/Part10InputStream.h"
 
 namespace
 {
@@ -14,6 +15,11 @@ bool InputClassifier::IsPart10(const std::vector<unsigned char>& theHead)
     return theHead.size() > kPreambleLength &&
            CodestreamSignature::Begins(theHead.data() + kPreambleLength, theHead.size() - kPreambleLength,
                                        "DICM");
+}
+
+bool InputClassifier::IsDICOM(const std::vector<unsigned char>& theHead)
+{
+    return IsPart10(theHead) || Part10InputStream::LooksLikeElements(theHead.data(), theHead.size());
 }
 
 bool InputClassifier::IsJP2(const std::vector<unsigned char>& theHead)

@@ -16,6 +16,9 @@ public:
     /// "DICM" after a preamble: a DICOM Part 10 stream.
     static bool IsPart10(const std::vector<unsigned char>& theHead);
 
+    /// A DICOM stream, Part 10 or one that begins with its file meta information or its data set.
+    static bool IsDICOM(const std::vector<unsigned char>& theHead);
+
     /// The signature box of a JP2 file.
     static bool IsJP2(const std::vector<unsigned char>& theHead);
 

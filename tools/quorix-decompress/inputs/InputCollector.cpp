@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include <strings.h>
-
 #include "inputs/InputClassifier.h"
 #include "inputs/InputSource.h"
 #include "toolkit/base/Exceptions.h"
@@ -14,14 +12,10 @@ namespace
 {
 bool IsDICOMFile(const std::filesystem::path& thePath)
 {
-    if (::strcasecmp(thePath.filename().c_str(), "DICOMDIR") == 0)
-    {
-        return false;
-    }
     try
     {
         const InputSource aSource(thePath.string());
-        return InputClassifier::IsPart10(aSource.ReadHead(InputClassifier::kHeadLength));
+        return InputClassifier::IsDICOM(aSource.ReadHead(InputClassifier::kHeadLength));
     }
     catch (const ExceptionBase&)
     {
@@ -80,9 +74,9 @@ void InputCollector::CollectFolder(const std::string& theFolder)
             {
                 aSubfolders.push_back(anEntry.path());
             }
-            else if (anEntry.is_regular_file(anIgnored) && IsDICOMFile(anEntry.path()))
+            else if (anEntry.is_regular_file(anIgnored))
             {
-                itsFiles.push_back(anEntry.path().string());
+                (IsDICOMFile(anEntry.path()) ? itsFiles : itsPassedOver).push_back(anEntry.path().string());
             }
         }
         if (anError)

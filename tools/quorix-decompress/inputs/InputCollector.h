@@ -24,8 +24,8 @@ struct Shard
 
 /// Turns the inputs of the command line into a list of files, folders searched.
 ///
-/// Folders are searched with their subfolders for files that have a DICOM preamble, in the order of
-/// their names; links to folders are not followed, and DICOMDIR, which has no images, is left out.
+/// Folders are searched with their subfolders for DICOM files, with a preamble or without, in the order of
+/// their names; links to folders are not followed.
 class InputCollector
 {
 public:
@@ -40,6 +40,9 @@ public:
     /// Paths in order, "-" for standard input. Existence has not been checked.
     const std::vector<std::string>& GetFiles() const { return itsFiles; }
 
+    /// Files of folders that are no DICOM files.
+    const std::vector<std::string>& GetPassedOver() const { return itsPassedOver; }
+
     /// Folders that could not be read or had no DICOM file.
     const std::vector<Failure>& GetFailures() const { return itsFailures; }
 
@@ -49,6 +52,7 @@ private:
     void CollectFolder(const std::string& theFolder);
 
     std::vector<std::string> itsFiles;
+    std::vector<std::string> itsPassedOver;
     std::vector<Failure> itsFailures;
     bool itsHasFolders = false;
 };

@@ -38,12 +38,12 @@ void DICOMWriter::CheckAlike(const Renderable& theImage) const
         theImage.getPhotometricInterpretation() != aFirst.getPhotometricInterpretation() ||
         ImageSize(theImage) != ImageSize(aFirst))
     {
-        throw OutputError("frames that differ in size or layout do not fit one file");
+        throw RefusedOutput("frames that differ in size or layout do not fit one file");
     }
     if (theImage.getBitsAllocated() < 8 &&
         ImageSize(theImage) * 8 != std::uint64_t(theImage.getRows()) * std::uint64_t(theImage.getColumns()))
     {
-        throw OutputError("frames of single bits that end inside a byte are not joined");
+        throw RefusedOutput("frames of single bits that end inside a byte are not joined");
     }
 }
 
@@ -59,7 +59,7 @@ void DICOMWriter::AddFrame(DecodedFrame theFrame)
     const std::uint64_t aSize = ImageSize(*theFrame.itsRenderable);
     if ((itsFrameCount + 1) * aSize > kMaximumLength)
     {
-        throw OutputError("the frames are too large for one file");
+        throw RefusedOutput("the frames are too large for one file");
     }
     if (itsFrameCount == 1)
     {
@@ -122,7 +122,7 @@ void DICOMWriter::Save(TemporaryFile& theFile)
     const std::uint64_t aSize = itsFrameCount == 1 ? ImageSize(anImage) : itsPixels.size();
     if (aSize > kMaximumLength || anImage.getRows() > 65535 || anImage.getColumns() > 65535)
     {
-        throw OutputError("the image is too large for a DICOM file");
+        throw RefusedOutput("the image is too large for a DICOM file");
     }
     theFile.Claim(aSize);
     PrepareDataSet();

@@ -107,7 +107,7 @@ TemporaryFile::TemporaryFile(const std::string& theTarget) : itsTarget(theTarget
     const auto aStatus = std::filesystem::status(theTarget, anError);
     if (std::filesystem::exists(aStatus) && !std::filesystem::is_regular_file(aStatus))
     {
-        throw OutputError("there is something by that name that is no file");
+        throw RefusedOutput("there is something by that name that is no file");
     }
     const std::filesystem::path aParent = std::filesystem::path(theTarget).parent_path();
     if (!theCommonFolder.empty())
@@ -137,8 +137,8 @@ void TemporaryFile::Claim(std::uint64_t theBytes)
     const std::lock_guard aLock(theMutex);
     if (theBytes > theMaximumBytes - theClaimedBytes)
     {
-        throw OutputError("--max-output: all files together would have more than " +
-                          std::to_string(theMaximumBytes) + " bytes");
+        throw RefusedOutput("--max-output: all files together would have more than " +
+                            std::to_string(theMaximumBytes) + " bytes");
     }
     theClaimedBytes += theBytes;
     itsClaimed += theBytes;

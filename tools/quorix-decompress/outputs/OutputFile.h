@@ -7,11 +7,19 @@
 #include <stdexcept>
 #include <string>
 
-/// An output could not be written, or an image cannot be held by the format asked for.
+/// An output could not be written.
 class OutputError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// An output that is not to be written, whatever the system says: the format asked for cannot hold the image,
+/// a name or a limit stands against it. A fault of the input, or of what was asked for.
+class RefusedOutput : public OutputError
+{
+public:
+    using OutputError::OutputError;
 };
 
 /// A file under a temporary name: beside the one it is to become, or in a folder for all of them.
@@ -28,6 +36,9 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::string& GetPath() const { return itsPath; }
+
+    /// Bytes that were claimed for it.
+    std::uint64_t GetSize() const { return itsClaimed; }
 
     /// To be called before so many bytes are added to the file. Throws OutputError where that would make it
     /// more than all files of this run may have; what is not committed does not count in the end.

@@ -37,11 +37,11 @@ path Mirrored(const std::string& theName)
     }
     if (aResult.empty() || aName.filename().empty() || aName.filename() == "." || aName.filename() == "..")
     {
-        throw OutputError("this is no file's name");
+        throw RefusedOutput("this is no file's name");
     }
     if (*aResult.begin() == MirroredNames::kOwnName)
     {
-        throw OutputError("the output would be among the program's own files");
+        throw RefusedOutput("the output would be among the program's own files");
     }
     return aResult;
 }
@@ -88,7 +88,7 @@ std::string MirroredNames::GetRecordPath(const Input& theInput) const
     const path anInput = std::filesystem::weakly_canonical(theInput.itsPath, anError);
     if (!anError && anInput.string().starts_with(itsResolvedFolder))
     {
-        throw OutputError("the input is in the output folder");
+        throw RefusedOutput("the input is in the output folder");
     }
     return GetOwnFolder() + "/records/" + Mirrored(theInput.itsPath).string() + "." + itsFormat + ".json";
 }

@@ -158,7 +158,7 @@ std::string OutputPlanner::GetPath(const Input& theInput, std::optional<int> the
     }
     if (IsInput(aPath))
     {
-        throw OutputError("the output would overwrite an input");
+        throw RefusedOutput("the output would overwrite an input");
     }
     return aPath;
 }

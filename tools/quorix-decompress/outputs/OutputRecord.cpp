@@ -55,8 +55,8 @@ std::string OutputRecord::Describe() const
                  {"time", itsTime}});
 }
 
-/// False for no record or a damaged one. theOutputs are those up to where it could be understood.
-bool OutputRecord::Read(std::string& theDescription, std::vector<Output>& theOutputs) const
+/// False for no record or a damaged one. Its outputs are then those up to where it could be understood.
+bool OutputRecord::Read(Contents& theContents) const
 {
     std::ifstream aFile(itsPath, std::ios::binary);
     const ordered_json aRecord = ordered_json::parse(aFile, nullptr, false);
@@ -66,7 +66,8 @@ bool OutputRecord::Read(std::string& theDescription, std::vector<Output>& theOut
     }
     try
     {
-        theDescription = Dump(aRecord["of"]);
+        theContents.itsDescription = Dump(aRecord["of"]);
+        theContents.itsOutcome = aRecord.value("outcome", "");
         for (const ordered_json& anOutput : aRecord["outputs"])
         {
             Output anEntry{anOutput.at("suffix").get<std::string>(), anOutput.at("size").get<std::uint64_t>(),
@@ -75,7 +76,7 @@ bool OutputRecord::Read(std::string& theDescription, std::vector<Output>& theOut
             {
                 return false;
             }
-            theOutputs.push_back(std::move(anEntry));
+            theContents.itsOutputs.push_back(std::move(anEntry));
         }
     }
     catch (const ordered_json::exception&)
@@ -87,10 +88,10 @@ bool OutputRecord::Read(std::string& theDescription, std::vector<Output>& theOut
 
 bool OutputRecord::IsCurrent() const
 {
-    std::string aDescription;
-    std::vector<Output> anOutputs;
-    return Read(aDescription, anOutputs) && aDescription == Describe() && !anOutputs.empty() &&
-           std::all_of(anOutputs.begin(), anOutputs.end(),
+    Contents aRecord;
+    return Read(aRecord) && aRecord.itsDescription == Describe() &&
+           aRecord.itsOutputs.empty() == (aRecord.itsOutcome == GetName(Outcome::NO_IMAGE)) &&
+           std::all_of(aRecord.itsOutputs.begin(), aRecord.itsOutputs.end(),
                        [&](const Output& theOutput)
                        {
                            struct stat aStatus = {};
@@ -103,10 +104,9 @@ bool OutputRecord::IsCurrent() const
 
 void OutputRecord::Discard() const
 {
-    std::string aDescription;
-    std::vector<Output> anOutputs;
-    Read(aDescription, anOutputs);
-    for (const Output& anOutput : anOutputs)
+    Contents aRecord;
+    Read(aRecord);
+    for (const Output& anOutput : aRecord.itsOutputs)
     {
         ::unlink((itsBase + anOutput.itsSuffix).c_str());
     }
@@ -124,7 +124,7 @@ void OutputRecord::AddOutput(const std::string& thePath, const std::string& theF
         {thePath.substr(itsBase.size()), static_cast<std::uint64_t>(aStatus.st_size), TimeOf(aStatus)});
 }
 
-void OutputRecord::Save() const
+void OutputRecord::Save(Outcome theOutcome) const
 {
     ordered_json anOutputs = ordered_json::array();
     for (const Output& anOutput : itsOutputs)
@@ -132,8 +132,10 @@ void OutputRecord::Save() const
         anOutputs.push_back(
             {{"suffix", anOutput.itsSuffix}, {"size", anOutput.itsSize}, {"time", anOutput.itsTime}});
     }
-    const std::string aText =
-        Dump({{"of", ordered_json::parse(Describe())}, {"outputs", std::move(anOutputs)}}) + "\n";
+    const std::string aText = Dump({{"of", ordered_json::parse(Describe())},
+                                    {"outcome", GetName(theOutcome)},
+                                    {"outputs", std::move(anOutputs)}}) +
+                              "\n";
     TemporaryFile aTemporary(itsPath);
     OutputFile aFile(aTemporary);
     aFile.Write(aText.data(), aText.size());

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "report/RunSummary.h"
 #include "run/Options.h"
 
 /// What was made of one input, kept in a small file: from which state of the input, with which options and
@@ -20,7 +21,7 @@ public:
                  const Options& theOptions);
 
     /// Whether there is a record, everything is as it says, and the outputs are all there and unchanged in
-    /// size and time.
+    /// size and time. An input without an image has a record without outputs.
     bool IsCurrent() const;
 
     /// Removes the record and what it lists: outputs of another state of the input must not be taken for
@@ -32,7 +33,7 @@ public:
     void AddOutput(const std::string& thePath, const std::string& theFile);
 
     /// Throws OutputError.
-    void Save() const;
+    void Save(Outcome theOutcome) const;
 
 private:
     struct Output
@@ -42,8 +43,15 @@ private:
         std::int64_t itsTime = 0; ///< nanoseconds
     };
 
+    struct Contents
+    {
+        std::string itsDescription;
+        std::string itsOutcome;
+        std::vector<Output> itsOutputs;
+    };
+
     std::string Describe() const;
-    bool Read(std::string& theDescription, std::vector<Output>& theOutputs) const;
+    bool Read(Contents& theContents) const;
 
     std::string itsPath;
     std::string itsBase;

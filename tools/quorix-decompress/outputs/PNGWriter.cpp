@@ -2,6 +2,7 @@
 #include "outputs/FrameWriter.h"
 
 #include <csetjmp>
+#include <exception>
 
 #include <png.h>
 
@@ -29,7 +30,15 @@ public:
     bool IsUsable() const { return itsInfo != nullptr; }
     png_structp GetPNG() const { return itsPNG; }
     png_infop GetInfo() const { return itsInfo; }
-    const std::string& GetError() const { return itsError; }
+    /// Throws what the file did, or else what libpng said.
+    [[noreturn]] void Throw() const
+    {
+        if (itsFailure != nullptr)
+        {
+            std::rethrow_exception(itsFailure);
+        }
+        throw OutputError("PNG: " + itsError);
+    }
 
     /// Where libpng's bytes go; theFile is borrowed.
     void SetFile(OutputFile& theFile)
@@ -48,9 +57,9 @@ private:
             aHandle->itsFile->Write(theBytes, theCount);
             return;
         }
-        catch (const OutputError& anError)
+        catch (...)
         {
-            aHandle->itsError = anError.what();
+            aHandle->itsFailure = std::current_exception();
         }
         png_longjmp(thePNG, 1); // no exception may pass through libpng, nor a jump leave a handler
     }
@@ -62,6 +71,7 @@ private:
     static void OnWarning(png_structp, png_const_charp) {}
 
     std::string itsError;
+    std::exception_ptr itsFailure;
     OutputFile* itsFile = nullptr;
     png_structp itsPNG;
     png_infop itsInfo;
@@ -130,7 +140,7 @@ void Check(bool isGood, const PNGHandle& theHandle)
 {
     if (!isGood)
     {
-        throw OutputError("PNG: " + theHandle.GetError());
+        theHandle.Throw();
     }
 }
 } // namespace

@@ -33,21 +33,21 @@ SampleReader::SampleReader(const Renderable& theImage)
     if (theImage.getRows() < 1 || theImage.getColumns() < 1 || theImage.getRows() > kLimit ||
         theImage.getColumns() > kLimit)
     {
-        throw OutputError("the image has no usable size");
+        throw RefusedOutput("the image has no usable size");
     }
     if ((itsSamplesPerPixel != 1 && itsSamplesPerPixel != 3) ||
         (itsBitsAllocated != 1 && itsBitsAllocated != 8 && itsBitsAllocated != 16 &&
          itsBitsAllocated != 32) ||
         (itsSamplesPerPixel == 3 && theImage.isPlanarConfiguration()))
     {
-        throw OutputError("no picture of " + std::to_string(theImage.getSamplesPerPixel()) + " samples of " +
-                          std::to_string(itsBitsAllocated) + " bits");
+        throw RefusedOutput("no picture of " + std::to_string(theImage.getSamplesPerPixel()) +
+                            " samples of " + std::to_string(itsBitsAllocated) + " bits");
     }
     const std::uint64_t aBits = std::uint64_t{itsRows} * itsColumns * itsSamplesPerPixel *
                                 static_cast<std::uint64_t>(itsBitsAllocated);
     if (itsBytes == nullptr || (aBits + 7) / 8 > theImage.getPixelDataSize())
     {
-        throw OutputError("the image has fewer bytes than its size needs");
+        throw RefusedOutput("the image has fewer bytes than its size needs");
     }
     if (itsBitsStored < 1 || itsShift < 0 || itsShift + itsBitsStored > itsBitsAllocated)
     {
@@ -122,8 +122,8 @@ Picture::Picture(const DecodedFrame& theFrame, const std::optional<WindowOption>
     }
     if (itsReader.GetBitsStored() > 16)
     {
-        throw OutputError("samples of " + std::to_string(itsReader.GetBitsStored()) +
-                          " bits do not fit a picture file; use --window, or --format raw, rend or dicom");
+        throw RefusedOutput("samples of " + std::to_string(itsReader.GetBitsStored()) +
+                            " bits do not fit a picture file; use --window, or --format raw, rend or dicom");
     }
     itsDepth = itsReader.GetBitsAllocated() > 16 ? 16 : itsReader.GetBitsAllocated();
     itsOffset = itsReader.IsSigned() ? 1 << (itsDepth - 1) : 0;

@@ -129,8 +129,9 @@ void ReducedDataSet::Adapt(DICOMDataObject& theDataSet, int theHalvings)
     }
     if (theDataSet.Contains(kSharedFunctionalGroups) || theDataSet.Contains(kFunctionalGroupsOfFrames))
     {
-        throw OutputError("a reduced image cannot be written: the pixel spacing in functional groups is not "
-                          "adapted");
+        throw RefusedOutput(
+            "a reduced image cannot be written: the pixel spacing in functional groups is not "
+            "adapted");
     }
     for (const DICOMTag aTag : theDataSet.GetTags())
     {

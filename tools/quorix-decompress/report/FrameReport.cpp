@@ -4,6 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <openssl/evp.h>
 
+#include "decoding/CodecTable.h"
+#include "toolkit/dicom/DICOMTag.h"
+
 namespace
 {
 const char* const kImageFields[] = {"rows",
@@ -66,22 +69,38 @@ FrameReport::ImageFacts FrameReport::FactsOf(const Renderable& theImage)
              theImage.getTimeTakenToLoadPixelData()}};
 }
 
-FrameReport::FrameReport(const std::string& theInput, const DecodedFrame& theFrame)
-    : itsInput(theInput), itsFrame(theFrame.itsFrame), itsResultCode(theFrame.itsResultCode),
-      itsSystemError(theFrame.itsSystemError), itsMessage(theFrame.itsMessage),
-      itsWarnings(theFrame.itsWarnings)
+FrameReport::FrameReport(const std::string& theInput, const DecodedFrame& theFrame, Outcome theOutcome)
+    : itsInput(theInput), itsOutcome(theOutcome), itsFrame(theFrame.itsFrame),
+      itsResultCode(theFrame.itsResultCode), itsSystemError(theFrame.itsSystemError),
+      itsMessage(theFrame.itsMessage), itsWarnings(theFrame.itsWarnings),
+      itsTransferSyntaxUID(theFrame.itsTransferSyntaxUID)
 {
+    if (theFrame.itsDataSet != nullptr)
+    {
+        theFrame.itsDataSet->GetString(DICOMTags::SOPClassUID, itsSOPClassUID);
+        theFrame.itsDataSet->GetString(DICOMTags::SOPInstanceUID, itsSOPInstanceUID);
+    }
     if (theFrame.IsDecoded())
     {
+        itsIsLossless = theFrame.itsCompressionKind.empty();
         itsFacts = FactsOf(*theFrame.itsRenderable);
     }
 }
 
+FrameReport::FrameReport(const std::string& theInput, Outcome theOutcome, const std::string& theMessage)
+    : itsInput(theInput), itsOutcome(theOutcome), itsResultCode(DLRC_GENERAL_FAILURE), itsSystemError(0),
+      itsMessage(theMessage)
+{
+}
+
 std::string FrameReport::ToLine() const
 {
+    const auto OrNull = [](const auto& theValue, bool isKnown)
+    { return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json(); };
     nlohmann::ordered_json aLine = {
         {"file", itsInput},
-        {"frame", itsFrame},
+        {"frame", OrNull(itsFrame.value_or(0), itsFrame.has_value())},
+        {"outcome", GetName(itsWriteError.empty() ? itsOutcome : Outcome::FAILED)},
         {"result_code", itsResultCode},
         {"system_error", itsSystemError},
         {"message", itsWriteError.empty() ? itsMessage : "output not written: " + itsWriteError}};
@@ -90,6 +109,12 @@ std::string FrameReport::ToLine() const
     {
         aLine["warnings"].push_back({{"identifier", aWarning.itsIdentifier}, {"text", aWarning.itsText}});
     }
+    aLine["sop_class_uid"] = OrNull(itsSOPClassUID, !itsSOPClassUID.empty());
+    aLine["sop_instance_uid"] = OrNull(itsSOPInstanceUID, !itsSOPInstanceUID.empty());
+    const bool hasTransferSyntax = !itsTransferSyntaxUID.empty();
+    aLine["transfer_syntax"] = OrNull(itsTransferSyntaxUID, hasTransferSyntax);
+    aLine["codec"] = OrNull(CodecTable::GetName(itsTransferSyntaxUID), hasTransferSyntax);
+    aLine["lossless"] = OrNull(itsIsLossless.value_or(false), itsIsLossless.has_value());
     for (const char* const aField : kImageFields)
     {
         aLine[aField] = nullptr;

@@ -6,16 +6,21 @@
 #include <vector>
 
 #include "decode/DecodedFrame.h"
+#include "report/RunSummary.h"
 
 /// The JSON line of one frame.
 ///
 /// All fields are always there; what is not known of a frame that could not be decoded is null. "warnings" is
 /// a list of objects with "identifier" and "text". "sha256"
 /// is over the decoded bytes as they are in memory, "output" the file they were written to, or null.
+/// "lossless" is about this compression, "lossy" about all that became of the image so far.
 class FrameReport
 {
 public:
-    FrameReport(const std::string& theInput, const DecodedFrame& theFrame);
+    FrameReport(const std::string& theInput, const DecodedFrame& theFrame, Outcome theOutcome);
+
+    /// An input of which no frame was asked for.
+    FrameReport(const std::string& theInput, Outcome theOutcome, const std::string& theMessage);
 
     void SetOutput(const std::string& thePath) { itsOutput = thePath; }
 
@@ -48,11 +53,16 @@ private:
     static ImageFacts FactsOf(const Renderable& theImage);
 
     std::string itsInput;
-    int itsFrame;
+    Outcome itsOutcome;
+    std::optional<int> itsFrame;
     int itsResultCode;
     int itsSystemError;
     std::string itsMessage;
     std::vector<DecodeWarning> itsWarnings;
+    RWCString itsTransferSyntaxUID;
+    RWCString itsSOPClassUID;
+    RWCString itsSOPInstanceUID;
+    std::optional<bool> itsIsLossless;
     std::optional<ImageFacts> itsFacts;
     std::string itsOutput;
     std::string itsWriteError;

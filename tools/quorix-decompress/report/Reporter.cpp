@@ -110,6 +110,11 @@ void Reporter::PrintResult(const std::string& theText)
 bool Reporter::PrintLine(const std::string& theLine)
 {
     const std::lock_guard aLock(itsMutex);
+    return PrintLineUnlocked(theLine);
+}
+
+bool Reporter::PrintLineUnlocked(const std::string& theLine)
+{
     if (itsLines)
     {
         Print(theLine);
@@ -151,22 +156,35 @@ void Reporter::PrintOutOfMemory(const std::string& theName)
     std::fprintf(stderr, "%s: out of memory\n", theName.c_str());
 }
 
-void Reporter::CountDecoded()
+void Reporter::CountInput(Outcome theOutcome, std::uint64_t theSize, bool isFailure)
 {
     const std::lock_guard aLock(itsMutex);
-    ++itsDecoded;
+    itsFailures += isFailure ? 1 : 0;
+    itsSummary.CountInput(theOutcome, theSize);
 }
 
 void Reporter::CountSkipped()
 {
     const std::lock_guard aLock(itsMutex);
-    ++itsSkipped;
+    itsSummary.CountSkipped();
 }
 
-void Reporter::CountFailedInput()
+void Reporter::CountFrame(const std::string& theCodec, std::uint64_t theSize)
 {
     const std::lock_guard aLock(itsMutex);
-    ++itsFailedInputs;
+    itsSummary.CountFrame(theCodec, theSize);
+}
+
+void Reporter::CountWarning(const std::string& theIdentifier)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsSummary.CountWarning(theIdentifier);
+}
+
+void Reporter::CountWritten(std::uint64_t theSize)
+{
+    const std::lock_guard aLock(itsMutex);
+    itsSummary.CountWritten(theSize);
 }
 
 void Reporter::CountUnwritten()
@@ -193,21 +211,32 @@ void Reporter::AddDone(std::uint64_t theCount)
     itsProgress.AddDone(theCount);
 }
 
-int Reporter::Finish()
+void Reporter::PrintSummary()
+{
+    PrintLineUnlocked(itsSummary.ToLine());
+    if (itsSummary.GetInputs() > 1)
+    {
+        itsProgress.Clear();
+        std::fputs(itsSummary.ToText().c_str(), stderr);
+    }
+}
+
+int Reporter::Finish(bool isQuiet)
 {
     const std::lock_guard aLock(itsMutex);
     itsProgress.Clear();
+    if (!isQuiet)
+    {
+        PrintSummary();
+    }
     if (std::fflush(itsOutput) != 0 || std::ferror(itsOutput) != 0)
     {
         std::fputs("standard output: the results could not be written\n", stderr);
         ++itsUnwritten;
     }
-    if (itsSkipped > 0)
-    {
-        std::fprintf(stderr, "%llu inputs skipped: their outputs are current\n",
-                     static_cast<unsigned long long>(itsSkipped));
-    }
-    if (itsDecoded == 0 && itsSkipped == 0 && itsFailedInputs + itsUnwritten > 0)
+    const bool isNothingDecoded = itsSummary.GetFrames() == 0 && itsSummary.GetSkipped() == 0 &&
+                                  itsSummary.GetInputs(Outcome::DECODED) == 0;
+    if (isNothingDecoded && itsFailures + itsUnwritten > 0)
     {
         return 4;
     }
@@ -215,5 +244,5 @@ int Reporter::Finish()
     {
         return 3;
     }
-    return itsFailedInputs > 0 ? 2 : 0;
+    return itsFailures > 0 ? 2 : 0;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "report/ReportFile.h"
+#include "report/RunSummary.h"
 #include "toolkit/base/System.h"
 
 /// A line on a terminal's standard error: how many images are done, how fast, how long it still takes.
@@ -69,30 +70,39 @@ public:
     /// "NAME: out of memory" on standard error, without taking any.
     void PrintOutOfMemory(const std::string& theName);
 
-    void CountDecoded();
+    /// What the summary is made of. isFailure counts for the exit status, as CountUnwritten does.
+    /// @{
+    void CountInput(Outcome theOutcome, std::uint64_t theSize, bool isFailure);
     void CountSkipped();
-    void CountFailedInput();
+    void CountFrame(const std::string& theCodec, std::uint64_t theSize);
+    void CountWarning(const std::string& theIdentifier);
+    void CountWritten(std::uint64_t theSize);
+    /// @}
+
+    /// The system did not let an output be written.
     void CountUnwritten();
 
     void SetTotal(std::uint64_t theTotal);
     void AddToTotal(std::uint64_t theCount);
     void AddDone(std::uint64_t theCount);
 
-    /// Takes the progress bar away, tells how many inputs were skipped and finds out whether all results
-    /// could be printed. The exit status.
-    int Finish();
+    /// Takes the progress bar away, gives the summary and finds out whether all results could be printed.
+    /// isQuiet: without the summary. The exit status.
+    int Finish(bool isQuiet);
 
 private:
-    std::mutex itsMutex;
     void Print(const std::string& theText);
+    bool PrintLineUnlocked(const std::string& theLine);
+    void PrintSummary();
+
+    std::mutex itsMutex;
 
     std::FILE* itsOutput;
     bool itsLines;
     std::unique_ptr<ReportFile> itsReport;
     bool itsReportFailed = false;
     ProgressBar itsProgress;
-    std::uint64_t itsDecoded = 0;
-    std::uint64_t itsSkipped = 0;
-    std::uint64_t itsFailedInputs = 0;
+    RunSummary itsSummary;
+    std::uint64_t itsFailures = 0;
     std::uint64_t itsUnwritten = 0;
 };

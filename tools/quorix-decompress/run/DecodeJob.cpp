@@ -3,6 +3,7 @@
 
 #include <system_error>
 
+#include "decoding/CodecTable.h"
 #include "outputs/OutputFile.h"
 #include "report/InfoReport.h"
 #include "toolkit/base/CaughtException.h"
@@ -12,22 +13,27 @@ namespace
 /// A file may claim any number of frames; what it does not have fails frame by frame.
 constexpr int kMostFailuresInARow = 8;
 
-/// Runs theAction. The reason where it failed, empty where it did not.
+} // namespace
+
+/// Runs theAction, which may write.
 template <class Action>
-std::string ReasonOfFailure(Action theAction)
+DecodeJob::Failure DecodeJob::Try(Action theAction)
 {
     try
     {
         theAction();
-        return "";
+        return {};
+    }
+    catch (const RefusedOutput& anError)
+    {
+        return {anError.what(), true};
     }
     catch (...)
     {
         const CaughtException aCaught = CaughtException::Current();
-        return aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY ? "out of memory" : aCaught.itsText;
+        return {aCaught.itsKind == CaughtException::Kind::OUT_OF_MEMORY ? "out of memory" : aCaught.itsText};
     }
 }
-} // namespace
 
 DecodeJob::DecodeJob(const Context& theContext, const Input& theInput)
     : itsContext(theContext), itsSource(theInput.itsPath), itsInput(theInput)
@@ -43,12 +49,17 @@ void DecodeJob::Run()
     catch (const std::exception&)
     {
         // Not even the error could be told.
-        itsFailed = true;
+        itsIsBegun = true;
+        itsOutcome = Outcome::FAILED;
         itsContext.itsReporter.PrintOutOfMemory(itsInput.itsPath);
     }
-    if (itsFailed)
+    if (itsIsBegun)
     {
-        itsContext.itsReporter.CountFailedInput();
+        const Outcome anOutcome = itsUnwritten || itsStopped ? Outcome::FAILED : itsOutcome;
+        // Somebody named what is not DICOM; what is only found in a folder never gets here.
+        const bool isForgiven = anOutcome == Outcome::DECODED ||
+                                (anOutcome == Outcome::NO_IMAGE && !itsContext.itsOptions.IsStrict());
+        itsContext.itsReporter.CountInput(anOutcome, itsSize, !isForgiven);
     }
 }
 
@@ -58,7 +69,7 @@ void DecodeJob::RunUnguarded()
     {
         if (!itsInput.itsRefusal.empty())
         {
-            throw OutputError(itsInput.itsRefusal);
+            throw RefusedOutput(itsInput.itsRefusal);
         }
         if (IsDoneBefore())
         {
@@ -67,19 +78,23 @@ void DecodeJob::RunUnguarded()
             return;
         }
         itsSource.Load();
+        itsSize = itsSource.GetLength();
         const StopSignal::Work aWork(itsContext.itsStop);
-        if (aWork.IsBegun())
+        itsIsBegun = aWork.IsBegun();
+        if (itsIsBegun)
         {
             Decode();
         }
     }
     catch (const OutputError& anError)
     {
-        ReportUnwritten("input", anError.what());
+        itsIsBegun = true;
+        ReportUnwritten("input", {anError.what(), dynamic_cast<const RefusedOutput*>(&anError) != nullptr});
         itsContext.itsReporter.AddDone(1);
     }
     catch (...)
     {
+        itsIsBegun = true;
         DecodedFrame aFrame;
         aFrame.itsFrame = itsContext.itsOptions.GetFrame();
         aFrame.FailWithCurrentException();
@@ -102,8 +117,9 @@ bool DecodeJob::IsDoneBefore()
 
 void DecodeJob::Decode()
 {
-    const JImageType aKind = InputClassifier::Classify(itsSource.ReadHead(InputClassifier::kHeadLength),
-                                                       itsContext.itsOptions.GetType());
+    const std::vector<unsigned char> aHead = itsSource.ReadHead(InputClassifier::kHeadLength);
+    const JImageType aKind = InputClassifier::Classify(aHead, itsContext.itsOptions.GetType());
+    itsIsNotDICOM = aKind == IMAGE_TYPE_DICOM_PART10 && !InputClassifier::IsDICOM(aHead);
     if (itsContext.itsOptions.IsInfo())
     {
         ShowInfo(aKind);
@@ -120,14 +136,14 @@ void DecodeJob::Decode()
 /// Comes after the lines of the report: what is on record has been reported.
 void DecodeJob::SaveRecord()
 {
-    if (!itsRecord || itsFailed || itsUnwritten || itsStopped)
+    if (!itsRecord || itsOutcome == Outcome::FAILED || itsUnwritten || itsStopped)
     {
         return;
     }
-    const std::string aReason = ReasonOfFailure([&] { itsRecord->Save(); });
-    if (!aReason.empty())
+    const Failure aFailure = Try([&] { itsRecord->Save(itsOutcome); });
+    if (!aFailure.itsReason.empty())
     {
-        ReportUnwritten("record", aReason);
+        ReportUnwritten("record", aFailure);
     }
 }
 
@@ -139,7 +155,6 @@ void DecodeJob::PrintLine(const std::string& theLine)
 void DecodeJob::ShowInfo(JImageType theKind)
 {
     const InfoReport aReport(itsSource, theKind);
-    itsContext.itsReporter.CountDecoded();
     if (itsContext.itsReporter.IsReporting())
     {
         PrintLine(aReport.ToText(itsSource.GetPath(), true));
@@ -203,45 +218,47 @@ bool DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
         ReportFailure(theFrame);
         return false;
     }
-    itsContext.itsReporter.CountDecoded();
+    itsContext.itsReporter.CountFrame(CodecTable::GetName(theFrame.itsTransferSyntaxUID),
+                                      theFrame.itsRenderable->getPixelDataSize());
     PrintWarnings(theFrame);
     const bool isReporting = itsContext.itsReporter.IsReporting();
     if (itsContext.itsOptions.GetFormat() == OutputFormat::DICOM)
     {
         if (isReporting)
         {
-            itsReports.emplace_back(itsSource.GetPath(), theFrame);
+            itsReports.emplace_back(itsSource.GetPath(), theFrame, Outcome::DECODED);
         }
-        if (itsDICOMError.empty() && !itsFailed)
+        if (itsDICOMError.itsReason.empty() && itsOutcome == Outcome::DECODED)
         {
-            itsDICOMError = ReasonOfFailure([&] { itsDICOMWriter.AddFrame(std::move(theFrame)); });
+            itsDICOMError = Try([&] { itsDICOMWriter.AddFrame(std::move(theFrame)); });
         }
-        return itsDICOMError.empty();
+        return itsDICOMError.itsReason.empty();
     }
     std::optional<FrameReport> aReport;
     if (isReporting)
     {
-        aReport.emplace(itsSource.GetPath(), theFrame);
+        aReport.emplace(itsSource.GetPath(), theFrame, Outcome::DECODED);
     }
     std::string anOutput;
-    const std::string aReason = ReasonOfFailure([&] { anOutput = WriteFrame(theFrame, hasSeveral); });
-    if (!aReason.empty())
+    const Failure aFailure = Try([&] { anOutput = WriteFrame(theFrame, hasSeveral); });
+    if (!aFailure.itsReason.empty())
     {
-        ReportUnwritten("frame " + std::to_string(theFrame.itsFrame), aReason);
+        ReportUnwritten("frame " + std::to_string(theFrame.itsFrame), aFailure);
     }
     if (aReport)
     {
         aReport->SetOutput(anOutput);
-        aReport->SetWriteError(aReason);
+        aReport->SetWriteError(aFailure.itsReason);
         PrintLine(aReport->ToLine());
     }
-    return aReason.empty();
+    return aFailure.itsReason.empty();
 }
 
 void DecodeJob::PrintWarnings(const DecodedFrame& theFrame)
 {
     for (const DecodeWarning& aWarning : theFrame.itsWarnings)
     {
+        itsContext.itsReporter.CountWarning(aWarning.itsIdentifier);
         itsContext.itsReporter.PrintError(itsSource.GetPath() + ": frame " +
                                           std::to_string(theFrame.itsFrame) +
                                           ": warning: " + aWarning.itsIdentifier + ": " + aWarning.itsText);
@@ -265,6 +282,7 @@ std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool hasSeveral)
 
 void DecodeJob::FinishOutput(TemporaryFile& theFile, const std::string& thePath)
 {
+    itsContext.itsReporter.CountWritten(theFile.GetSize());
     if (!itsRecord)
     {
         theFile.Commit();
@@ -282,7 +300,7 @@ void DecodeJob::FinishDICOMFile()
     {
         return;
     }
-    if (itsFailed)
+    if (itsOutcome != Outcome::DECODED)
     {
         // A file with frames left out would number the others wrongly.
         if (!itsDICOMWriter.IsEmpty())
@@ -292,9 +310,9 @@ void DecodeJob::FinishDICOMFile()
     }
     else if (!itsDICOMWriter.IsEmpty())
     {
-        if (itsDICOMError.empty())
+        if (itsDICOMError.itsReason.empty())
         {
-            itsDICOMError = ReasonOfFailure(
+            itsDICOMError = Try(
                 [&]
                 {
                     std::string aPath = itsContext.itsNames.GetPath(itsInput, std::nullopt, ".dcm");
@@ -304,7 +322,7 @@ void DecodeJob::FinishDICOMFile()
                     anOutput = aPath;
                 });
         }
-        if (!itsDICOMError.empty())
+        if (!itsDICOMError.itsReason.empty())
         {
             ReportUnwritten("DICOM file", itsDICOMError);
         }
@@ -312,31 +330,47 @@ void DecodeJob::FinishDICOMFile()
     for (FrameReport& aReport : itsReports)
     {
         aReport.SetOutput(anOutput);
-        aReport.SetWriteError(itsDICOMError);
+        aReport.SetWriteError(itsDICOMError.itsReason);
         PrintLine(aReport.ToLine());
     }
 }
 
+/// Of a frame that could not be decoded.
+Outcome DecodeJob::FindOutcome(const DecodedFrame& theFrame) const
+{
+    if (theFrame.IsWithoutImage())
+    {
+        return Outcome::NO_IMAGE;
+    }
+    return itsIsNotDICOM ? Outcome::NOT_DICOM : Outcome::FAILED;
+}
+
 void DecodeJob::ReportFailure(const DecodedFrame& theFrame)
 {
-    itsFailed = true;
-    std::string aText = itsSource.GetPath() + ": frame " + std::to_string(theFrame.itsFrame) + ": code " +
-                        std::to_string(theFrame.itsResultCode) + ": " + theFrame.itsMessage;
-    if (theFrame.itsSystemError != 0)
+    itsOutcome = FindOutcome(theFrame);
+    if (itsOutcome != Outcome::NO_IMAGE || itsContext.itsOptions.IsStrict())
     {
-        aText += " (" + std::generic_category().message(theFrame.itsSystemError) + ")";
+        std::string aText = itsSource.GetPath() + ": frame " + std::to_string(theFrame.itsFrame) + ": code " +
+                            std::to_string(theFrame.itsResultCode) + ": " + theFrame.itsMessage;
+        if (theFrame.itsSystemError != 0)
+        {
+            aText += " (" + std::generic_category().message(theFrame.itsSystemError) + ")";
+        }
+        itsContext.itsReporter.PrintError(aText);
     }
-    itsContext.itsReporter.PrintError(aText);
     if (itsContext.itsReporter.IsReporting())
     {
-        PrintLine(FrameReport(itsSource.GetPath(), theFrame).ToLine());
+        PrintLine(FrameReport(itsSource.GetPath(), theFrame, itsOutcome).ToLine());
     }
 }
 
-void DecodeJob::ReportUnwritten(const std::string& theWhat, const std::string& theReason)
+void DecodeJob::ReportUnwritten(const std::string& theWhat, const Failure& theFailure)
 {
     itsUnwritten = true;
-    itsContext.itsReporter.CountUnwritten();
+    if (!theFailure.itsIsRefusal)
+    {
+        itsContext.itsReporter.CountUnwritten();
+    }
     itsContext.itsReporter.PrintError(itsSource.GetPath() + ": " + theWhat +
-                                      ": output not written: " + theReason);
+                                      ": output not written: " + theFailure.itsReason);
 }

@@ -39,9 +39,20 @@ public:
     void Run();
 
 private:
+    /// Why an output was not written.
+    struct Failure
+    {
+        std::string itsReason; ///< empty where it was
+        bool itsIsRefusal = false;
+    };
+
+    template <class Action>
+    static Failure Try(Action theAction);
+
     void RunUnguarded();
     bool IsDoneBefore();
     void Decode();
+    Outcome FindOutcome(const DecodedFrame& theFrame) const;
     void SaveRecord();
     void PrintLine(const std::string& theLine);
     void ShowInfo(JImageType theKind);
@@ -53,18 +64,21 @@ private:
     bool IsStopped(int theFrame, int theEnd);
     void FinishDICOMFile();
     void ReportFailure(const DecodedFrame& theFrame);
-    void ReportUnwritten(const std::string& theWhat, const std::string& theReason);
+    void ReportUnwritten(const std::string& theWhat, const Failure& theFailure);
 
     const Context& itsContext;
     InputSource itsSource;
     const Input& itsInput;
     std::optional<OutputRecord> itsRecord; ///< of a list's input
-    bool itsFailed = false;                ///< a frame could not be decoded
+    bool itsIsNotDICOM = false;            ///< nor anything else that has a decoder
+    bool itsIsBegun = false;
+    std::uint64_t itsSize = 0;
+    Outcome itsOutcome = Outcome::DECODED; ///< so far; of all frames
     bool itsUnwritten = false;
     bool itsStopped = false;
 
     // For a DICOM file: its frames, and the reports that wait for it.
     DICOMWriter itsDICOMWriter;
     std::vector<FrameReport> itsReports;
-    std::string itsDICOMError;
+    Failure itsDICOMError;
 };

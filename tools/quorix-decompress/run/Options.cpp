@@ -46,8 +46,16 @@ const char* const kNotes =
     "SIGTERM, SIGINT and SIGHUP: the frames in hand are finished, or removed when that takes more than five\n"
     "seconds; nothing unfinished is left.\n"
     "\n"
-    "Exit status: 0 all decoded; 1 wrong use; 2 some input could not be decoded; 3 an output could not be\n"
-    "written; 4 nothing decoded; 5 stopped by a signal. The highest that applies wins.";
+    "Outcomes: an input is decoded, has no image (plans, reports, directories and the like), is not DICOM, "
+    "or\n"
+    "failed. The summary at the end counts them, and so does the last line of --json and --report. An input\n"
+    "without an image is no failure unless --strict is given; files of folders that are not DICOM never "
+    "are.\n"
+    "\n"
+    "Exit status: 0 all decoded; 1 wrong use; 2 some input failed, or was named and is not DICOM; 3 the "
+    "system\n"
+    "did not let an output be written; 4 nothing decoded; 5 stopped by a signal. The highest that applies "
+    "wins.";
 
 /// A whole text as a finite number.
 bool ParseNumber(const std::string& theText, double& theValue)
@@ -232,6 +240,9 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
     theApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
     theApp.add_flag("--no-progress", theTexts.itsNoProgress,
                     "No progress bar (there is one on a terminal only)");
+    theApp.add_flag("--quiet", itsQuiet, "No summary at the end");
+    theApp.add_flag("--strict", itsStrict,
+                    "Count DICOM objects without an image (plans, reports, directories ...) as failures");
 }
 
 void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)

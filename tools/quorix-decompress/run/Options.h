@@ -62,6 +62,8 @@ public:
     bool IsJSON() const { return itsJSON; }
     int GetJobs() const { return itsJobs; }
     bool IsProgress() const { return itsProgress; }
+    bool IsQuiet() const { return itsQuiet; }
+    bool IsStrict() const { return itsStrict; }
 
     /// A file with the names of the inputs, "-" for standard input; empty where they are on the command line.
     const std::string& GetList() const { return itsList; }
@@ -102,6 +104,8 @@ private:
     bool itsJSON = false;
     int itsJobs = 1;
     bool itsProgress = true;
+    bool itsQuiet = false;
+    bool itsStrict = false;
     std::string itsFormatName;
     std::string itsTypeName;
     std::string itsList;

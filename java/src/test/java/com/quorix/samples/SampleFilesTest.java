@@ -27,7 +27,7 @@ class SampleFilesTest {
     /** The outcomes of all frames of each file: the hash of the pixels, or the code and the message. */
     private static Map<Path, List<String>> decodeByCommandLine() throws Exception {
         List<String> command = new ArrayList<>(List.of(Places.tool().toString(), "--format", "none", "--all-frames",
-                "--json", "--no-progress"));
+                "--json", "--quiet"));
         Places.filesBelow(Places.samples()).stream().map(Path::toString).filter(file -> file.endsWith(".dcm"))
                 .forEach(command::add);
         Process tool = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.DISCARD).start();
