@@ -186,7 +186,7 @@ void Refiner::RunMagRef(const HTBits& theBits)
 
 void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
 {
-    // A sample takes one bit of either stream, and a sign of SigProp's.
+    // A sample takes one bit of either stream, and a sign of SigProp's; eight bytes are read for each.
     constexpr std::size_t kMostBytes = 4096 / 8;
     const bool isRefined = theBlock.itsPasses > 2;
     Refiner aRefiner(theState, theBlock.itsIsCausal);
@@ -199,11 +199,11 @@ void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
         aRefiner.DoubleWords(theState.GetWords(0), isRefined);
     }
     aRefiner.FindSignificant();
-    theState.itsMagSgn.TakeForwards(theBlock.itsRefinement, 0, 2 * kMostBytes);
+    theState.itsMagSgn.TakeForwards(theBlock.itsRefinement, 0, 2 * kMostBytes + 8);
     aRefiner.RunSigProp(theState.itsMagSgn);
     if (isRefined)
     {
-        theState.itsVLC.TakeBackwards(theBlock.itsRefinement, kMostBytes);
+        theState.itsVLC.TakeBackwards(theBlock.itsRefinement, kMostBytes + 8);
         aRefiner.RunMagRef(theState.itsVLC);
     }
     theState.itsIsRefined = true;
