@@ -225,7 +225,9 @@ void WriteJpeg2000()
                          {"plain", PlainColour(), {kColourWidth, kColourHeight, 3, 8, "RGB", 1}},
                          {"lossy", Lossy(), {kLossySize, kLossySize, 3, 8, "YBR_ICT", 6}},
                          {"deep", DeepColour(), {4, 4, 3, 12, "RGB", 1}},
-                         {"pair", Pair(), {4, 4}}};
+                         {"pair", Pair(), {4, 4}},
+                         {"highThroughput", HighThroughput(), {kGreyWidth, kGreyHeight, 1, 12}},
+                         {"highThroughputBlock", HighThroughputBlock(), {4, 4}}};
     for (const auto& [aName, aStream, aFrame] : kRows)
     {
         const std::string aJp2Name = std::string(aName) + "_jp2";

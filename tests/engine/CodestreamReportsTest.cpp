@@ -201,6 +201,18 @@ const StreamCase kCases[] = {
          Jpeg2000Streams::HighThroughput),
     Make("ArithmeticAfterAll", Loss, {{kCap + 22, 1, "00"}}, kOtherBlocks, 496,
          Jpeg2000Streams::HighThroughput),
+    // Every way to tell the same block: six passes of coarser planes left out, half of them in a layer
+    // before, and a length that says which kind of block it is.
+    Make("PassesLeftOut", Fine, {{113, 3, "c0f857"}}, "", 0, Jpeg2000Streams::HighThroughputBlock),
+    Make("LayerLeftOut", Fine, {{61, 2, "0002"}, {105, 4, "0000002a"}, {113, 3, "c07000dae0"}}, "", 0,
+         Jpeg2000Streams::HighThroughputBlock),
+    Make("MixedHighThroughput", Fine, {{53, 1, "c0"}, {67, 1, "c0"}, {113, 3, "c02e5c"}}, "", 0,
+         Jpeg2000Streams::HighThroughputBlock),
+    Make("MixedArithmetic", Fine, {{6, 2, "4000"}, {57, 1, "c0"}, {kSot0, 0, "ff50000800020000c000"}}),
+    Make("LengthOfOne", Loss, {{113, 3, "c02c10"}}, "Packet header contradicts itself or the data in tile 0",
+         116, Jpeg2000Streams::HighThroughputBlock),
+    Make("SixBitsTooMany", Error, {{74, 1, "f8"}}, "Code-block needs more than 30 magnitude bit-planes", 116,
+         Jpeg2000Streams::HighThroughputBlock),
     Make("Suffix", Loss, {{493, 1, "ff"}},
          "Code-block 0, 0 of subband HH at resolution 3 in tile 0: its clean-up pass is too short for the "
          "parts that it names",

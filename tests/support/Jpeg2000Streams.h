@@ -30,6 +30,9 @@ int GreyValue(int theX, int theY);
 /// The same image in one tile at the origin, with high-throughput code-blocks; by OpenJPH 0.9.0.
 Bytes HighThroughput();
 
+/// 4 x 4 samples of 8 bits that are a single high-throughput code-block; likewise.
+Bytes HighThroughputBlock();
+
 /// The words of the grey image, as theCode makes them of the values, low byte first.
 Bytes GreyWords(const std::function<int(int)>& theCode);
 
