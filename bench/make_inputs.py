@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: Apache-2.0
-"""Makes the input files of the benchmarks: drawn images, compressed by DCMTK's and OpenJPEG's programs.
+"""Makes the input files of the benchmarks: drawn images, compressed by the programs of DCMTK, OpenJPEG and OpenJPH.
 
 usage: make_inputs.py FOLDER
 
@@ -70,6 +70,20 @@ def encode_jpeg2000(folder, name, image, *options):
     os.remove(raw + "l")
 
 
+def encode_high_throughput(folder, name, image, *options):
+    """One codestream out of a numpy array of 8 or 12 bits, by OpenJPH's program."""
+    components = 1 if image.ndim == 2 else 3
+    picture = os.path.join(folder, "image." + ("pgm" if components == 1 else "ppm"))
+    target = os.path.join(folder, name + ".j2c")
+    with open(picture, "wb") as file:
+        most = 255 if image.dtype.itemsize == 1 else 4095
+        file.write(f"P{5 if components == 1 else 6} {image.shape[1]} {image.shape[0]} {most}\n".encode())
+        file.write(image.astype(image.dtype.newbyteorder(">")).tobytes())
+    subprocess.run(["ojph_compress", "-i", picture, "-o", target, *options], check=True, stdout=subprocess.DEVNULL)
+    os.remove(picture)
+    os.replace(target, os.path.join(folder, name + ".j2k"))
+
+
 def save_jpeg2000(folder, name, pixels):
     """A grey image as a DICOM file with one JPEG 2000 frame."""
     encode_jpeg2000(folder, name, pixels)
@@ -106,6 +120,13 @@ def make_jpeg2000(folder):
         encode_jpeg2000(folder, "rgb_2048" + suffix, rgb(2048), "-mct", "1", *options)
 
 
+def make_high_throughput(folder):
+    for name, image, step in (("cr_512", grey12(512), "0.002"), ("cr_2048", grey12(2048), "0.002"),
+                              ("rgb_2048", rgb(2048), "0.008")):
+        encode_high_throughput(folder, f"ht_{name}", image, "-reversible", "true")
+        encode_high_throughput(folder, f"ht_{name}_lossy", image, "-qstep", step)
+
+
 def make_rle(folder):
     for side in SIDES:
         for kind, pixels in (("grey8", grey8(side)), ("grey16", grey16(side)), ("rgb", rgb(side))):
@@ -125,14 +146,34 @@ def make_frames(folder):
     compress(folder, "dcmcrle", "frames1000", "frames1000_rle", "--offset-table-empty")
 
 
+def make_tiles(folder):
+    """The tiles of a slide: 2,000 frames of 256 x 256 in an order of their own, without an offset table."""
+    slide = rgb(2048)
+    tiles = [slide[row:row + 256, column:column + 256] for row in range(0, 2048, 512) for column in range(0, 2048, 512)]
+    codestreams = []
+    for tile in tiles:
+        encode_high_throughput(folder, "tile", tile, "-reversible", "true")
+        with open(os.path.join(folder, "tile.j2k"), "rb") as file:
+            codestreams.append(file.read())
+    os.remove(os.path.join(folder, "tile.j2k"))
+    image = data_set(tiles[0], "YBR_RCT")
+    image.NumberOfFrames = 2000
+    image.PixelData = encapsulate([codestreams[number * 7 % len(tiles)] for number in range(2000)], has_bot=False)
+    image["PixelData"].is_undefined_length = True
+    image.file_meta.TransferSyntaxUID = JPEG2000Lossless  # of the new ones pydicom does not know yet
+    save(folder, "tiles2000_htj2k", image)
+
+
 def main():
     folder = sys.argv[1]
     os.makedirs(folder, exist_ok=True)
     make_rle(folder)
     make_jpeg2000(os.path.join(folder, "jpeg2000"))
+    make_high_throughput(os.path.join(folder, "jpeg2000"))
     save_jpeg2000(folder, "grey16_2048_jpeg2000", grey16(2048))
     save(folder, "ybr_full_2048", data_set(to_ybr_full(rgb(2048)), "YBR_FULL"))
     make_frames(folder)
+    make_tiles(folder)
     # It takes images and encoders from here.
     script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "jpeg", "jpeg_inputs.py")
     subprocess.run([sys.executable, script, folder], check=True)

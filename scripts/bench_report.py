@@ -19,14 +19,15 @@ import textwrap
 
 import bench_charts
 
-PEERS = ["library", "ijg8", "ijg12", "ijg16", "turbo", "dcmtk", "plain", "openjpeg", "grok"]
+PEERS = ["library", "ijg8", "ijg12", "ijg16", "turbo", "dcmtk", "plain", "openjph", "openjpeg", "grok"]
 STAGES = ["packets", "blocks", "lines", "all"]
 # The tables of speeds: group, and what the names of their cases match.
 SPEEDS = {"frame": ("frame", ""), "jpeg-dct": ("jpeg", "baseline|progressive|extended"),
-          "jpeg-lossless": ("jpeg", "lossless"), "jpeg2000": ("jpeg2000", ""), "file": ("file", ""),
+          "jpeg-lossless": ("jpeg", "lossless"), "jpeg2000": ("jpeg2000", ""), "htj2k": ("htj2k", ""),
+          "file": ("file", ""),
           "colour": ("colour", ""), "wavelet": ("wavelet", ""), "components": ("components", "")}
-PACKAGES = ["libdcmtk-dev", "libgdcm-dev", "libjpeg62-turbo-dev", "libopenjp2-7-dev", "grokj2k-tools", "libhwy-dev",
-            "libbenchmark-dev", "default-jdk-headless"]
+PACKAGES = ["libdcmtk-dev", "libgdcm-dev", "libjpeg62-turbo-dev", "libopenjp2-7-dev", "libopenjph-dev", "grokj2k-tools",
+            "libhwy-dev", "libbenchmark-dev", "default-jdk-headless"]
 
 
 def natural(text):
@@ -110,14 +111,14 @@ def memory_table(results):
     return table(["case", "pixels and codestream", "ours above that", "ours", "openjpeg"], rows)
 
 
-def stages_table(results):
+def stages_table(results, group, contestant):
     rows = []
-    for case, stages in results.cases("jpeg2000_stages").items():
+    for case, stages in results.cases(group + "_stages").items():
         sums = [stages.get(stage, {}).get("time_ms", 0.0) for stage in STAGES]
         steps = [after - before for before, after in zip([0, *sums], sums)]
-        peer = results.groups.get("jpeg2000", {}).get(case, {}).get("openjpeg", {}).get("time_ms", 0.0)
+        peer = results.groups.get(group, {}).get(case, {}).get(contestant, {}).get("time_ms", 0.0)
         rows.append([case, *(f"{step:.1f}" for step in steps), f"{sums[-1]:.1f}", f"{peer:.1f}"])
-    return table(["case", "packets", "blocks", "wavelet", "pixels", "all", "openjpeg"], rows)
+    return table(["case", "packets", "blocks", "wavelet", "pixels", "all", contestant], rows)
 
 
 def threads_table(results):
@@ -175,10 +176,12 @@ def make_tables(results):
     tables["jpeg-whole"] = ("jpeg-whole: ms", "jpeg_whole", whole_table(results))
     tables["jpeg2000-memory"] = ("jpeg2000: MiB that a process grows by over one decode", "jpeg2000",
                                  memory_table(results))
-    tables["jpeg2000-stages"] = ("jpeg2000: ms of each stage of ours", "jpeg2000_stages", stages_table(results))
+    for group, contestant in (("jpeg2000", "openjpeg"), ("htj2k", "openjph")):
+        tables[group + "-stages"] = (f"{group}: ms of each stage of ours", group + "_stages",
+                                     stages_table(results, group, contestant))
     tables["threads"] = ("threads: MB/s of decoded pixels, all requests together (times one request in brackets)",
                          "threads", threads_table(results))
-    tables["seek"] = ("seek: one frame of a thousand, from opening the file to the finished image, µs", "seek",
+    tables["seek"] = ("seek: one frame of a thousand or two, from opening the file to the finished image, µs", "seek",
                       seek_table(results))
     measured = {name: entry for name, entry in tables.items() if entry[2].count("\n") > 1}
     if results.java:

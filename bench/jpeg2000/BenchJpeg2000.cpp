@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// One codestream into a buffer of pixels that is there already, ours beside OpenJPEG; and where ours spends
-// its time.
+// One codestream into a buffer of pixels that is there already, ours beside OpenJPEG and OpenJPH; and where
+// ours spends its time.
 
 #include <benchmark/benchmark.h>
 
@@ -144,20 +144,33 @@ void Register(const std::string& theName, Arguments&&... theArguments)
         ->MeasureProcessCPUTime();
 }
 
+/// How far ours gets in the time, for images of which every stage can be told from noise.
+void RegisterStages(const std::string& theGroup, const Jpeg2000Case& theCase)
+{
+    if (theCase.itsScale == 1 && theCase.itsFile.find("4096") == std::string::npos)
+    {
+        const std::string aName = theGroup + "_stages/" + theCase.itsName;
+        Register(aName + "/packets", RunStages, theCase.itsFile, Stage::Packets);
+        Register(aName + "/blocks", RunStages, theCase.itsFile, Stage::Blocks);
+        Register(aName + "/lines", RunStages, theCase.itsFile, Stage::Lines);
+        Register(aName + "/all", Run, theCase, DecodeWithOurs);
+    }
+}
+
 [[maybe_unused]] const bool isRegistered = []
 {
     for (const Jpeg2000Case& aCase : GetJpeg2000Cases())
     {
         Register("jpeg2000/" + aCase.itsName + "/ours", Run, aCase, DecodeWithOurs);
         Register("jpeg2000/" + aCase.itsName + "/openjpeg", Run, aCase, DecodeWithOpenJpeg);
-        if (aCase.itsScale == 1 && aCase.itsFile.find("4096") == std::string::npos)
-        {
-            const std::string aName = "jpeg2000_stages/" + aCase.itsFile;
-            Register(aName + "/packets", RunStages, aCase.itsFile, Stage::Packets);
-            Register(aName + "/blocks", RunStages, aCase.itsFile, Stage::Blocks);
-            Register(aName + "/lines", RunStages, aCase.itsFile, Stage::Lines);
-            Register(aName + "/all", Run, aCase, DecodeWithOurs);
-        }
+        RegisterStages("jpeg2000", aCase);
+    }
+    for (const Jpeg2000Case& aCase : GetHighThroughputCases())
+    {
+        Register("htj2k/" + aCase.itsName + "/ours", Run, aCase, DecodeWithOurs);
+        Register("htj2k/" + aCase.itsName + "/openjph", Run, aCase, DecodeWithOpenJph);
+        Register("htj2k/" + aCase.itsName + "/openjpeg", Run, aCase, DecodeWithOpenJpeg);
+        RegisterStages("htj2k", aCase);
     }
     return true;
 }();

@@ -48,6 +48,17 @@ std::vector<Jpeg2000Case> GetJpeg2000Cases()
     return aCases;
 }
 
+std::vector<Jpeg2000Case> GetHighThroughputCases()
+{
+    std::vector<Jpeg2000Case> aCases;
+    for (const char* aName : {"cr_512", "cr_2048", "cr_2048_lossy", "rgb_2048", "rgb_2048_lossy"})
+    {
+        aCases.push_back({aName, std::string("ht_") + aName, 1});
+    }
+    aCases.push_back({"cr_2048_scale3", "ht_cr_2048", 3});
+    return aCases;
+}
+
 std::size_t DecodeWithOurs(const Bytes& theStream, int theScale, Bytes& theOutput)
 {
     try
