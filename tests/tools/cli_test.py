@@ -377,6 +377,13 @@ class CommandLine(Program):
         in_help, in_page = (set(re.findall(r"(?<=[ ,B])--[a-z]+(?:-[a-z]+)*", text)) for text in texts)
         self.assertGreater(len(in_help), 15)
         self.assertEqual(in_help, in_page)
+        # Bash gets the same options, and knows the words that some of them take.
+        self.put("completion", self.run_it("--bash-completion").stdout)
+        script = ". ./completion; COMP_WORDS=(x {}); COMP_CWORD=$((${{#COMP_WORDS[@]}} - 1)); _quorix_decompress; echo ${{COMPREPLY[@]}}"
+        for words, expected in (("--", in_help), ("--format p", {"png", "pnm"}), ("--list comp", {"completion"}),
+                                ("comp", {"completion"})):
+            done = subprocess.run(["bash", "-c", script.format(words)], capture_output=True, cwd=self.folder, check=True)
+            self.assertEqual(set(done.stdout.decode().split()), expected, words)
 
     def test_exit_status(self):
         good, j2k = IMAGES["grey12"][0], dicom([b"\xff\x4f\xff\x51"], 5, 6, syntax=J2K)

@@ -73,10 +73,19 @@ std::string MakeManPage(const CLI::App& theApp, const std::string& theVersion)
           << Escape(theApp.get_name()) << " \\- decompress medical images\n.SH SYNOPSIS\n.B "
           << Escape(theApp.get_name()) << "\n.RI [ OPTIONS \"] [\" INPUT ...]\n.SH DESCRIPTION\n"
           << Escape(theApp.get_description()) << "\n.SH OPTIONS\n";
-    for (const CLI::Option* anOption :
-         theApp.get_options([](const CLI::Option* theOption) { return !theOption->get_group().empty(); }))
+    for (const std::string& aGroup : theApp.get_groups())
     {
-        AddOption(aPage, *anOption);
+        const auto aMembers =
+            theApp.get_options([&](const CLI::Option* theOption)
+                               { return !aGroup.empty() && theOption->get_group() == aGroup; });
+        if (!aMembers.empty())
+        {
+            aPage << ".SS " << Escape(aGroup) << '\n';
+        }
+        for (const CLI::Option* anOption : aMembers)
+        {
+            AddOption(aPage, *anOption);
+        }
     }
     const std::string aFooter = theApp.get_footer();
     for (std::size_t aStart = 0; aStart < aFooter.size();)

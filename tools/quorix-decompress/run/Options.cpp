@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "run/Completion.h"
 #include "run/ManPage.h"
 
 namespace
@@ -194,6 +195,7 @@ std::string Options::Describe() const
 
 void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
 {
+    theApp.option_defaults()->group("Input");
     theApp.add_option("INPUT", itsInputs,
                       "Files, folders (searched for DICOM files, subfolders too) or - for standard input");
     CLI::Option* const aFrame =
@@ -224,6 +226,7 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
 
 void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
 {
+    theApp.option_defaults()->group("Output");
     theApp.add_option("-o,--output", itsOutput,
                       "A file for one input, else a folder (made when missing; end it with / for one input)");
     theApp
@@ -247,6 +250,7 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
 
 void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
 {
+    theApp.option_defaults()->group("Archives and limits");
     theApp
         .add_option("--list", itsList,
                     "A file with the names of the inputs, one a line or each ended by NUL; - for standard\n"
@@ -292,15 +296,20 @@ std::optional<int> Options::Parse(int theArgumentCount, const char* const* theAr
         "streams and JP2 files.",
         "quorix-decompress");
     Texts aTexts;
-    AddOutputOptions(anApp, aTexts);
     AddInputOptions(anApp, aTexts);
+    AddOutputOptions(anApp, aTexts);
     AddArchiveOptions(anApp, aTexts);
+    anApp.option_defaults()->group("Options");
     const std::string aVersion = std::string("quorix-decompress ") + QUORIX_VERSION;
     anApp.set_version_flag("--version", aVersion);
     anApp.footer(kNotes);
-    // In no group: the build asks for it, people read what it makes.
-    anApp.add_flag_callback("--man", [&] { throw CLI::CallForVersion(MakeManPage(anApp, aVersion), 0); })
-        ->group("");
+    // In no group: the build asks for these, people use what it makes.
+    const auto Offer = [&](const char* theName, auto theMaker) {
+        anApp.add_flag_callback(theName, [theMaker] { throw CLI::CallForVersion(theMaker(), 0); })->group("");
+    };
+    Offer("--man", [&] { return MakeManPage(anApp, aVersion); });
+    Offer("--bash-completion", [&] { return MakeBashCompletion(anApp); });
+    Offer("--zsh-completion", [&] { return MakeZshCompletion(anApp); });
     try
     {
         anApp.parse(theArgumentCount, theArguments);
