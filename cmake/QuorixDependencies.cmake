@@ -26,6 +26,12 @@ endforeach()
 # libjpeg-turbo, for the DCT images that it decodes as the 8-bit IJG build does.
 find_package(JPEG REQUIRED)
 
+# JPEG-LS.
+find_package(charls REQUIRED CONFIG)
+
+# Deflated image frames.
+find_package(ZLIB REQUIRED)
+
 # Java: the headers of JNI alone, as whoever loads the library brings the virtual machine. Where the Java side
 # is built its compiler says where they are: Debian's layout is only found from where javac really is.
 if(QUORIX_BUILD_JAVA)

@@ -33,6 +33,23 @@ struct Outcome
     int Code() const { return itsResult.getDCMLibResultCode(); }
     const RWCString& Message() const { return itsResult.getMessage(); }
     Bytes Pixels() const { return Image() == nullptr ? Bytes() : GetPixels(*Image()); }
+
+    /// The same; of packed single bits a byte for each, the lowest of a byte first.
+    Bytes UnpackedPixels() const
+    {
+        const Bytes aPixels = Pixels();
+        if (Image() == nullptr || Image()->getBitsAllocated() != 1)
+        {
+            return aPixels;
+        }
+        Bytes aBits(static_cast<std::size_t>(Image()->getRows()) *
+                    static_cast<std::size_t>(Image()->getColumns()));
+        for (std::size_t i = 0; i < aBits.size(); ++i)
+        {
+            aBits[i] = aPixels[i / 8] >> (i % 8) & 1;
+        }
+        return aBits;
+    }
 };
 
 /// How a request differs from the plainest one.

@@ -184,17 +184,6 @@ void CheckComponents(const std::string& theName, const Renderable& theImage, con
     }
 }
 
-/// A byte for each bit, the lowest of a byte first.
-Bytes UnpackBits(const Bytes& thePacked, std::uint64_t thePixels)
-{
-    Bytes aBits(thePixels);
-    for (std::size_t i = 0; i < aBits.size(); ++i)
-    {
-        aBits[i] = thePacked[i / 8] >> (i % 8) & 1;
-    }
-    return aBits;
-}
-
 void CheckPixels(const std::string& theName, int theFrame, const Outcome& theOutcome, const Rows& theRows)
 {
     const Bytes aPixels = theOutcome.Pixels();
@@ -211,9 +200,7 @@ void CheckPixels(const std::string& theName, int theFrame, const Outcome& theOut
     EXPECT_EQ(theOutcome.Image()->getRows(), static_cast<int>(theRows.front().itsHeight));
     EXPECT_EQ(theOutcome.Image()->getColumns(), static_cast<int>(theRows.front().itsWidth));
     ASSERT_NE(aRow, nullptr);
-    const bool isPacked = theOutcome.Image()->getBitsAllocated() == 1;
-    EXPECT_EQ(Hash(isPacked ? UnpackBits(aPixels, aRow->itsWidth * aRow->itsHeight) : aPixels),
-              aRow->itsSHA256);
+    EXPECT_EQ(Hash(theOutcome.UnpackedPixels()), aRow->itsSHA256);
 }
 
 /// The description of any image that was delivered, and its pixels.
