@@ -27,7 +27,9 @@ endforeach()
 find_package(JPEG REQUIRED)
 
 # JPEG-LS.
-find_package(charls REQUIRED CONFIG)
+if(QUORIX_WITH_CHARLS)
+  find_package(charls REQUIRED CONFIG)
+endif()
 
 # Deflated image frames.
 find_package(ZLIB REQUIRED)

@@ -40,6 +40,8 @@ quorix_third_party("" PkgConfig::HWY libhwy.a)
 quorix_third_party(JPEG JPEG::JPEG libjpeg.a)
 quorix_third_party(PNG PNG::PNG libpng16.a ZLIB::ZLIB m)
 quorix_third_party(OpenSSL OpenSSL::Crypto libcrypto.a Threads::Threads)
+# No static CharLS among those libraries: JPEG-LS ends with code 48.
+set(QUORIX_WITH_CHARLS OFF)
 quorix_third_party(CLI11 CLI11::CLI11)
 quorix_third_party(nlohmann_json nlohmann_json::nlohmann_json)
 

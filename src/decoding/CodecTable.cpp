@@ -7,7 +7,9 @@
 #include "codecs/jpeg/JPEGDecoder.h"
 #include "codecs/jpeg/JPEGDecoders.h"
 #include "codecs/jpeg2000/JPEG2000Decoder.h"
+#include "codecs/jpegls/JPEGLSDecoder.h"
 #include "codecs/rle/RLEDecoder.h"
+#include "codecs/stored/StoredFrameDecoder.h"
 #include "decoding/DecoderFactory.h"
 #include "decoding/ImageType.h"
 #include "dicomfix/CompressionTerms.h"
@@ -97,6 +99,31 @@ std::unique_ptr<Decoder> CreateRLE(const CodecArguments&)
     return std::make_unique<RLEDecoder>();
 }
 
+std::unique_ptr<Decoder> CreateJPEGLS(const CodecArguments&)
+{
+    return JPEGLSDecoder::IsThere() ? std::make_unique<JPEGLSDecoder>() : nullptr;
+}
+
+std::unique_ptr<Decoder> CreateJPEGLSLossless(const CodecArguments& theArguments)
+{
+    std::unique_ptr<Decoder> aCodec = CreateJPEGLS(theArguments);
+    if (aCodec != nullptr)
+    {
+        aCodec->SetCompressionReversible(Decoder::CR_REVERSIBLE);
+    }
+    return aCodec;
+}
+
+std::unique_ptr<Decoder> CreateUncompressed(const CodecArguments&)
+{
+    return std::make_unique<UncompressedFrameDecoder>();
+}
+
+std::unique_ptr<Decoder> CreateDeflated(const CodecArguments&)
+{
+    return std::make_unique<DeflatedFrameDecoder>();
+}
+
 // Every block of 8 x 8 samples, in the lossless processes every sample, takes at least one bit (ITU-T T.81,
 // Huffman coding). The component with the most samples across and the one with the most down have together at
 // least half as many as the image has pixels. The other codecs have no such bound: RLE segments may end early
@@ -123,6 +150,23 @@ void FailAsJPEG(const Decoder& theCodec, const RWCString& theReason)
     throw JPEGDecoderException("JPEGDecoder: error (read " + std::to_string(aCodec.GetBytesDelivered()) +
                                    " bytes so far): " + theReason,
                                0);
+}
+
+std::uint64_t LeastSizeOfDeflated(const Decoder& theCodec)
+{
+    return static_cast<const DeflatedFrameDecoder&>(theCodec).GetLeastSize(); // of the row that names this
+}
+
+// No code word reaches beyond its row (ITU-T T.87, run mode): a bit for each row of all components together.
+std::uint64_t LeastSizeOfJPEGLS(const Decoder& theCodec)
+{
+    return theCodec.GetImageHeight() / 8;
+}
+
+// How a frame fails that is shorter than it can be, in a codec without texts of its own for that.
+void FailAsShort(const Decoder&, const RWCString& theReason)
+{
+    throw StreamIOException("CompressedStreamDecoder::Decode: " + theReason, DLRC_PIXEL_DATA_TOO_SHORT, 0);
 }
 
 constexpr CodecRow kRows[] = {
@@ -201,6 +245,40 @@ constexpr CodecRow kRows[] = {
      .itsHasOwnColour = false,
      .itsCanLeaveSamples = true, // a segment that ends early leaves the rest of its byte plane as it was
      .itsCreate = CreateRLE},
+    {.itsUID = TransferSyntaxType::TSJPEGLSUID,
+     .itsName = "JPEG-LS near-lossless",
+     .itsImageType = IMAGE_TYPE_JPEGLS, // bare streams begin as JPEG does; the frame header tells them apart
+     .itsTerms = &LossyCompressions::kJPEGLS,
+     .itsHasJPEGHeader = true,
+     .itsHasBitsStoredRule = false,
+     .itsHasOwnColour = false,
+     .itsIsExtension = true,
+     .itsCreate = CreateJPEGLS,
+     .itsLeastSize = LeastSizeOfJPEGLS,
+     .itsFail = FailAsShort},
+    {.itsUID = TransferSyntaxType::TSJPEGLSLosslessUID,
+     .itsName = "JPEG-LS lossless",
+     .itsHasJPEGHeader = true,
+     .itsHasBitsStoredRule = false,
+     .itsHasOwnColour = false,
+     .itsIsExtension = true,
+     .itsCreate = CreateJPEGLSLossless,
+     .itsLeastSize = LeastSizeOfJPEGLS,
+     .itsFail = FailAsShort},
+    {.itsUID = TransferSyntaxType::TSEncapsulatedUncompressedUID,
+     .itsName = "encapsulated uncompressed",
+     .itsHasOwnColour = false,
+     .itsIsExtension = true,
+     .itsCreate = CreateUncompressed,
+     .itsLeastSize = [](const Decoder& theCodec) { return theCodec.GetOutputSize(); },
+     .itsFail = FailAsShort},
+    {.itsUID = TransferSyntaxType::TSDeflatedImageFrameUID,
+     .itsName = "deflated image frame",
+     .itsHasOwnColour = false,
+     .itsIsExtension = true,
+     .itsCreate = CreateDeflated,
+     .itsLeastSize = LeastSizeOfDeflated,
+     .itsFail = FailAsShort},
 };
 
 /// A JPEG transfer syntax that DICOM has withdrawn. Which process a frame has is in the frame; those with
@@ -255,8 +333,6 @@ constexpr NamedSyntax kNamesWithoutCodec[] = {
     {TransferSyntaxType::TSExplicitLittleEndianUID, "native, explicit little endian"},
     {TransferSyntaxType::TSDeflatedUID, "native, deflated explicit little endian"},
     {TransferSyntaxType::TSExplicitBigEndianUID, "native, explicit big endian"},
-    {TransferSyntaxType::TSJPEGLSLosslessUID, "JPEG-LS lossless"},
-    {TransferSyntaxType::TSJPEGLSUID, "JPEG-LS near-lossless"},
 };
 
 /// The first row that theReading admits and of which thePredicate holds.

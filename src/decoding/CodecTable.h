@@ -59,7 +59,7 @@ struct QUORIX_API CodecRow
     /// read by meaning, for others once DecoderFactory::EnableExtensions has said so.
     bool itsIsExtension = false;
 
-    /// A new codec. Throws StreamIOException (code 7) for bits stored that the transfer syntax does not
+    /// A new codec; null in a build without the library behind it. Throws StreamIOException (code 7) for bits stored that the transfer syntax does not
     /// allow.
     std::unique_ptr<Decoder> (*itsCreate)(const CodecArguments& theArguments);
 

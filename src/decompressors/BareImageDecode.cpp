@@ -87,7 +87,9 @@ void BareImageDecode::BelieveFrameHeader()
     itsUID = aHeader->GetTransferSyntaxUID();
     itsRow = CodecTable::Find(itsUID, itsReadingContext.GetReading());
     itsBitsStored = std::max(aHeader->itsPrecision, 8);
-    if (aHeader->IsLossless() && aHeader->itsComponents == 3 && (IsDeepJPEG() || !aHeader->itsColourMarked))
+    itsRequest.setTransferSyntaxUID(itsUID);
+    if (!aHeader->IsJPEGLS() && aHeader->IsLossless() && aHeader->itsComponents == 3 &&
+        (IsDeepJPEG() || !aHeader->itsColourMarked))
     {
         AssumeInterpretation(*aHeader);
     }

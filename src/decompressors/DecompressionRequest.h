@@ -73,8 +73,8 @@ public:
     /// Counted from 0; -1 is the first and only frame.
     int getFrameIndex() const { return itsFrameIndex; }
 
-    /// What a bare compressed image is, said by the caller; what a Part 10 stream has, said by the
-    /// decompressor once it is open.
+    /// What a bare compressed image is, said by the caller, of one with JPEG's markers by meaning corrected
+    /// by the decompressor; what a Part 10 stream has, said by the decompressor once it is open.
     /// @{
     const RWCString& getTransferSyntaxUID() const { return itsTransferSyntaxUID; }
     void setTransferSyntaxUID(const RWCString& theUID) { itsTransferSyntaxUID = theUID; }

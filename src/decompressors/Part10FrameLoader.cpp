@@ -279,7 +279,15 @@ void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
 {
     ReadingContext& aContext = itsFrontEnd.GetReadingContext();
     const CodecRow* const aRow = itsFrontEnd.GetCodec();
-    if (aRow != nullptr && !aRow->itsHasOwnColour)
+    if (theFrame.itsAttributes.itsSamplesPerPixel == 1 && theFrame.itsInterpretation >= Renderable::RGB)
+    {
+        aContext.Warn(WarningIdentifier::kColourLabel,
+                      "the data set says " + theFrame.itsAttributes.itsPhotometricInterpretation +
+                          ", the codestream has one component");
+        theFrame.itsInterpretation =
+            aContext.IsByMeaning() ? Renderable::MONOCHROME2 : theFrame.itsInterpretation;
+    }
+    else if (aRow != nullptr && !aRow->itsHasOwnColour)
     {
         if (theFrame.itsInterpretation == Renderable::YBR_FULL_422 && aContext.IsByMeaning())
         {
@@ -295,14 +303,6 @@ void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
         itsFrontEnd.GetDataSet().GetString(DICOMTags::PhotometricInterpretation, aDecoded);
         theFrame.itsInterpretation =
             aDecoded == "YBR_FULL" || aDecoded == "YBR_FULL_422" ? Renderable::YBR_FULL : Renderable::RGB;
-    }
-    else if (theFrame.itsInterpretation >= Renderable::RGB)
-    {
-        aContext.Warn(WarningIdentifier::kColourLabel,
-                      "the data set says " + theFrame.itsAttributes.itsPhotometricInterpretation +
-                          ", the codestream has one component");
-        theFrame.itsInterpretation =
-            aContext.IsByMeaning() ? Renderable::MONOCHROME2 : theFrame.itsInterpretation;
     }
 }
 

@@ -21,6 +21,9 @@ inline constexpr CompressionTerms kJPEG2000{"JP2", "ISO_15444_1", "JPEG 2000", "
 /// ISO/IEC 15444-15.
 inline constexpr CompressionTerms kHTJ2K{"HTJ2K", "ISO_15444_15", "HTJ2K", "HTJ2K "};
 
+/// ISO/IEC 14495-1, near-lossless.
+inline constexpr CompressionTerms kJPEGLS{"JLS", "ISO_14495_1", "JPEG-LS", "JPLS "};
+
 /// All of them.
-inline constexpr const CompressionTerms* kAll[] = {&kJPEG, &kJPEG2000, &kHTJ2K};
+inline constexpr const CompressionTerms* kAll[] = {&kJPEG, &kJPEG2000, &kHTJ2K, &kJPEGLS};
 } // namespace LossyCompressions

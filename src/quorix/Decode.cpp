@@ -57,6 +57,8 @@ JImageType BareTypeOf(ImageType theType)
         return IMAGE_TYPE_JPEG2000;
     case ImageType::losslessJpeg2000:
         return IMAGE_TYPE_JPEG2000_LOSSLESS;
+    case ImageType::jpegLs:
+        return IMAGE_TYPE_JPEGLS;
     default:
         return IMAGE_TYPE_JPEG;
     }

@@ -123,11 +123,12 @@ public:
 /// What a source is.
 enum class ImageType
 {
-    automatic,       ///< told by the first bytes
-    dicom,           ///< a DICOM Part 10 stream
-    jpeg,            ///< a bare JPEG stream
-    jpeg2000,        ///< a JPEG 2000 codestream or a JP2 file
-    losslessJpeg2000 ///< the same, known to be without loss
+    automatic,        ///< told by the first bytes
+    dicom,            ///< a DICOM Part 10 stream
+    jpeg,             ///< a bare JPEG stream
+    jpeg2000,         ///< a JPEG 2000 codestream or a JP2 file
+    losslessJpeg2000, ///< the same, known to be without loss
+    jpegLs            ///< a JPEG-LS codestream; automatic and jpeg find these, too
 };
 
 /// How a file is read whose words and whose meaning part, docs/inputs.md has the list.

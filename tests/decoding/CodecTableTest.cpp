@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "codecs/jpegls/JPEGLSDecoder.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace
@@ -93,7 +94,8 @@ TEST(CodecTable, RowsAreWhole)
         EXPECT_TRUE(aType != nullptr && aType->IsEncapsulated());
         EXPECT_TRUE(aRow.itsTerms != nullptr || !aRow.itsIsAlwaysLossy);
         EXPECT_EQ(aRow.itsLeastSize == nullptr, aRow.itsFail == nullptr);
-        EXPECT_NE(aRow.itsCreate({1, Decoder::PET_FAST, false, 8}), nullptr);
+        const bool isMissing = !JPEGLSDecoder::IsThere() && std::string(aRow.itsName).starts_with("JPEG-LS");
+        EXPECT_EQ(aRow.itsCreate({1, Decoder::PET_FAST, false, 8}) == nullptr, isMissing);
     }
 }
 

@@ -9,6 +9,7 @@
 namespace
 {
 constexpr int kEndOfStream = -1;
+constexpr int kFirstFrame = 0xc0, kStartOfScan = 0xda;
 
 int ReadByte(InputStream& theStream)
 {
@@ -38,8 +39,9 @@ int ReadMarker(InputStream& theStream)
 
 bool IsFrameHeader(int theMarker)
 {
-    return theMarker >= 0xc0 && theMarker <= 0xcf && theMarker != 0xc4 && theMarker != 0xc8 &&
-           theMarker != 0xcc;
+    return theMarker == kFirstFrame + JPEGHeader::kJPEGLS ||
+           (theMarker >= 0xc0 && theMarker <= 0xcf && theMarker != 0xc4 && theMarker != 0xc8 &&
+            theMarker != 0xcc);
 }
 
 bool HasNoLength(int theMarker)
@@ -61,6 +63,10 @@ bool IsColourMarker(int theMarker, const unsigned char* theBody, std::size_t the
 
 const char* JPEGHeader::GetTransferSyntaxUID() const
 {
+    if (IsJPEGLS())
+    {
+        return TransferSyntaxType::TSJPEGLSUID;
+    }
     if (IsLossless())
     {
         return TransferSyntaxType::TSJPEG57UID;
@@ -80,6 +86,8 @@ const char* JPEGHeader::GetProcessName() const
         return "JPEG progressive";
     case 3:
         return "JPEG lossless";
+    case kJPEGLS:
+        return "JPEG-LS";
     default:
         return "JPEG (hierarchical or arithmetic coding)";
     }
@@ -88,7 +96,7 @@ const char* JPEGHeader::GetProcessName() const
 std::optional<JPEGHeader> JPEGHeader::Read(InputStream& theStream)
 {
     JPEGHeader aHeader;
-    for (int aMarker = ReadMarker(theStream); aMarker != kEndOfStream && aMarker != 0xd9 && aMarker != 0xda;
+    for (int aMarker = ReadMarker(theStream); aMarker != kEndOfStream && aMarker != 0xd9;
          aMarker = ReadMarker(theStream))
     {
         if (HasNoLength(aMarker))
@@ -98,25 +106,39 @@ std::optional<JPEGHeader> JPEGHeader::Read(InputStream& theStream)
         unsigned char aBody[8] = {};
         if (theStream.ReadFully(aBody, 2) != 2 || Word(aBody) < 2)
         {
-            return std::nullopt;
+            break;
         }
         const std::size_t aLength = static_cast<std::size_t>(Word(aBody)) - 2;
         const std::size_t aWanted = std::min(aLength, sizeof(aBody));
         if (theStream.ReadFully(aBody, aWanted) != aWanted)
         {
-            return std::nullopt;
+            break;
+        }
+        if (aMarker == kStartOfScan)
+        {
+            aHeader.ReadNear(aBody);
+            break;
         }
         if (IsFrameHeader(aMarker) && aWanted >= 6)
         {
-            aHeader.itsProcess = static_cast<std::uint8_t>(aMarker - 0xc0);
+            aHeader.itsProcess = static_cast<std::uint8_t>(aMarker - kFirstFrame);
             aHeader.itsPrecision = aBody[0];
             aHeader.itsRows = Word(aBody + 1);
             aHeader.itsColumns = Word(aBody + 3);
             aHeader.itsComponents = aBody[5];
-            return aHeader;
+            if (!aHeader.IsJPEGLS())
+            {
+                return aHeader;
+            }
         }
         aHeader.itsColourMarked = aHeader.itsColourMarked || IsColourMarker(aMarker, aBody, aWanted);
         theStream.SkipFully(aLength - aWanted);
     }
-    return std::nullopt;
+    return aHeader.IsJPEGLS() ? std::optional(aHeader) : std::nullopt;
+}
+
+void JPEGHeader::ReadNear(const unsigned char (&theScanHeader)[8])
+{
+    const std::size_t aPosition = std::size_t{theScanHeader[0]} * 2 + 1; // behind the components
+    itsNear = aPosition < sizeof(theScanHeader) ? theScanHeader[aPosition] : 0;
 }

@@ -18,6 +18,14 @@ constexpr std::uint64_t kItemHeaderSize = 8;
 constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
 constexpr std::size_t kGatherChunk = 0x10000;
 
+/// Where a frame is a fragment by the definition of its transfer syntax.
+bool HasOneFragmentAFrame(const RWCString& theTransferSyntaxUID)
+{
+    return theTransferSyntaxUID == TransferSyntaxType::TSRLEUID ||
+           theTransferSyntaxUID == TransferSyntaxType::TSEncapsulatedUncompressedUID ||
+           theTransferSyntaxUID == TransferSyntaxType::TSDeflatedImageFrameUID;
+}
+
 /// One fragment; 16 bytes, because hostile files have millions of them.
 struct Fragment
 {
@@ -95,7 +103,7 @@ class ImageFrameInputStream::Implementation
 public:
     Implementation(PixelDataFragmentInputStreamVR& theFragments, const RWCString& theTransferSyntaxUID,
                    int theNumberOfFrames)
-        : itsFragments(theFragments), itsIsRLE(theTransferSyntaxUID == TransferSyntaxType::TSRLEUID),
+        : itsFragments(theFragments), itsHasOneFragmentAFrame(HasOneFragmentAFrame(theTransferSyntaxUID)),
           itsNumberOfFrames(static_cast<std::uint64_t>(std::max(theNumberOfFrames, 1)))
     {
     }
@@ -139,7 +147,7 @@ private:
     void GatherRest();
 
     PixelDataFragmentInputStreamVR& itsFragments;
-    const bool itsIsRLE;
+    const bool itsHasOneFragmentAFrame; ///< what fragments begin with says nothing then
     const std::uint64_t itsNumberOfFrames;
     const std::uint64_t itsMostFragments = Limits::Get().itsFragments;
 
@@ -420,7 +428,7 @@ bool ImageFrameInputStream::Implementation::PeekCodestream()
         aStep = itsFragments.Read(aStart.data() + aCount, aStart.size() - aCount);
         aCount += aStep;
     } while (aStep > 0 && aCount < aStart.size());
-    return CodestreamSignature::BeginsCodestream(aStart.data(), aCount);
+    return !itsHasOneFragmentAFrame && CodestreamSignature::BeginsCodestream(aStart.data(), aCount);
 }
 
 // Divides the complete index into frames.
@@ -443,7 +451,7 @@ void ImageFrameInputStream::Implementation::DivideIndex()
     {
         StartFramesAt(isAny);
     }
-    else if ((aFilled == itsNumberOfFrames && !IsCutShort(aCodestreams, aFilled)) || itsIsRLE)
+    else if ((aFilled == itsNumberOfFrames && !IsCutShort(aCodestreams, aFilled)) || itsHasOneFragmentAFrame)
     {
         StartFramesAt(isFilled);
     }
@@ -488,7 +496,8 @@ void ImageFrameInputStream::Implementation::AppendToMemory()
     } while (aCount > 0);
     const std::size_t aLength = itsGathered.size() - aStart;
     AddToIndex({aStart, static_cast<std::uint32_t>(aLength),
-                CodestreamSignature::BeginsCodestream(itsGathered.data() + aStart, aLength)});
+                !itsHasOneFragmentAFrame &&
+                    CodestreamSignature::BeginsCodestream(itsGathered.data() + aStart, aLength)});
 }
 
 // Takes all fragments that are left into memory, behind those of the first frame that are there already.

@@ -12,9 +12,10 @@
 /// Frames are found by the Extended Offset Table, else by the Basic Offset Table, else one fragment a
 /// frame when the counts agree, else all fragments together when there is one frame, else at each
 /// fragment that begins with a codestream's first marker (JPEG SOI, JPEG 2000 SOC, or the signature of a JP2
-/// file); RLE, which has no such marker and one fragment a frame by its definition, goes by the fragments
-/// that are not empty. A table that does not lead to fragments, or that has another number of entries
-/// than there are frames, is put aside in favour of the next way.
+/// file); RLE, encapsulated uncompressed and deflated frames, which have no such marker and one fragment a
+/// frame by their definition, go by the fragments that are not empty. A table that does not lead to
+/// fragments, or that has another number of entries than there are frames, is put aside in favour of the next
+/// way.
 ///
 /// A stream that can be sought is never read ahead: without a usable table the item headers are read
 /// once, hopping from one to the next, and kept. From a stream that cannot be sought, frames come in

@@ -6,12 +6,20 @@ namespace
 /// Encapsulated transfer syntaxes of PS3.6 Annex A, explicit little endian around compressed frames: those
 /// with a name in this library, and the others.
 constexpr const char* kNamedUIDs[] = {
-    TransferSyntaxType::TSJPEG50UID,         TransferSyntaxType::TSJPEG51UID,
-    TransferSyntaxType::TSJPEG57UID,         TransferSyntaxType::TSJPEG70UID,
-    TransferSyntaxType::TSJPEGLSLosslessUID, TransferSyntaxType::TSJPEGLSUID,
-    TransferSyntaxType::TSJPEG2KLosslessUID, TransferSyntaxType::TSJPEG2KUID,
-    TransferSyntaxType::TSHTJ2KLosslessUID,  TransferSyntaxType::TSHTJ2KLosslessRPCLUID,
-    TransferSyntaxType::TSHTJ2KUID,          TransferSyntaxType::TSRLEUID,
+    TransferSyntaxType::TSJPEG50UID,
+    TransferSyntaxType::TSJPEG51UID,
+    TransferSyntaxType::TSJPEG57UID,
+    TransferSyntaxType::TSJPEG70UID,
+    TransferSyntaxType::TSJPEGLSLosslessUID,
+    TransferSyntaxType::TSJPEGLSUID,
+    TransferSyntaxType::TSJPEG2KLosslessUID,
+    TransferSyntaxType::TSJPEG2KUID,
+    TransferSyntaxType::TSHTJ2KLosslessUID,
+    TransferSyntaxType::TSHTJ2KLosslessRPCLUID,
+    TransferSyntaxType::TSHTJ2KUID,
+    TransferSyntaxType::TSRLEUID,
+    TransferSyntaxType::TSEncapsulatedUncompressedUID,
+    TransferSyntaxType::TSDeflatedImageFrameUID,
 };
 constexpr const char* kOtherUIDs[] = {
     "1.2.840.10008.1.2.4.52",    "1.2.840.10008.1.2.4.53",    "1.2.840.10008.1.2.4.54",
@@ -26,7 +34,7 @@ constexpr const char* kOtherUIDs[] = {
     "1.2.840.10008.1.2.4.105",   "1.2.840.10008.1.2.4.105.1", "1.2.840.10008.1.2.4.106",
     "1.2.840.10008.1.2.4.106.1", "1.2.840.10008.1.2.4.107",   "1.2.840.10008.1.2.4.108",
     "1.2.840.10008.1.2.4.110",   "1.2.840.10008.1.2.4.111",   "1.2.840.10008.1.2.4.112",
-    "1.2.840.10008.1.2.4.204",   "1.2.840.10008.1.2.8.1",     "1.2.840.10008.1.2.1.98",
+    "1.2.840.10008.1.2.4.204",
 };
 
 /// Those whose data set is deflated as a whole (JPIP Referenced Deflate).

@@ -33,6 +33,8 @@ public:
     static constexpr const char* TSHTJ2KLosslessRPCLUID = "1.2.840.10008.1.2.4.202";
     static constexpr const char* TSHTJ2KUID = "1.2.840.10008.1.2.4.203";
     static constexpr const char* TSRLEUID = "1.2.840.10008.1.2.5";
+    static constexpr const char* TSEncapsulatedUncompressedUID = "1.2.840.10008.1.2.1.98";
+    static constexpr const char* TSDeflatedImageFrameUID = "1.2.840.10008.1.2.8.1";
     /// @}
 
     /// For TransferSyntaxManager; what the arguments mean the accessors tell.

@@ -35,6 +35,8 @@ JImageType InputClassifier::Classify(const std::vector<unsigned char>& theHead, 
         return IMAGE_TYPE_DICOM_PART10;
     case InputType::JPEG:
         return IMAGE_TYPE_JPEG;
+    case InputType::JPEGLS:
+        return IMAGE_TYPE_JPEGLS;
     case InputType::J2K:
         return IMAGE_TYPE_JPEG2000;
     case InputType::J2K_LOSSLESS:

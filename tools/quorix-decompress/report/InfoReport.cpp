@@ -36,6 +36,7 @@ InfoReport::InfoReport(const InputSource& theSource, JImageType theKind)
         ReadDICOM(theSource);
         break;
     case IMAGE_TYPE_JPEG:
+    case IMAGE_TYPE_JPEGLS:
         ReadJPEG(theSource);
         break;
     case IMAGE_TYPE_JPEG2000:
@@ -81,6 +82,12 @@ void InfoReport::ReadDICOM(const InputSource& theSource)
         TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aPart10.GetTransferSyntaxUID());
     if (aType == nullptr)
     {
+        itsTransferSyntax = aPart10.GetTransferSyntaxUID();
+        itsCodec = CodecTable::GetName(itsTransferSyntax);
+        if (itsCodec != "unknown")
+        {
+            return;
+        }
         throw StreamIOException("Unable to get transfer syntax UID", DLRC_PARSE_ERROR, 0);
     }
     DICOMDataObject aDataSet;
@@ -128,12 +135,12 @@ void InfoReport::DescribeSamples(const Header& theHeader)
 
 void InfoReport::ReadJPEG(const InputSource& theSource)
 {
-    itsType = "JPEG";
     const std::optional<JPEGHeader> aHeader = JPEGHeader::Read(*theSource.Open());
     if (!aHeader)
     {
         throw StreamIOException("no JPEG frame header found", DLRC_DECODER_ERROR, 0);
     }
+    itsType = aHeader->IsJPEGLS() ? "JPEG-LS" : "JPEG";
     DescribeSamples(*aHeader);
     itsSigned = 0;
     itsLossy = aHeader->IsLossless() ? 0 : 1;

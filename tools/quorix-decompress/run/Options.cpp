@@ -19,11 +19,9 @@ const std::map<std::string, OutputFormat> kFormats = {
     {"png", OutputFormat::PNG},   {"pnm", OutputFormat::PNM},     {"raw", OutputFormat::RAW},
     {"rend", OutputFormat::REND}, {"dicom", OutputFormat::DICOM}, {"none", OutputFormat::NONE}};
 
-const std::map<std::string, InputType> kTypes = {{"auto", InputType::AUTO},
-                                                 {"dicom", InputType::DICOM},
-                                                 {"jpeg", InputType::JPEG},
-                                                 {"j2k", InputType::J2K},
-                                                 {"j2k-lossless", InputType::J2K_LOSSLESS}};
+const std::map<std::string, InputType> kTypes = {
+    {"auto", InputType::AUTO},     {"dicom", InputType::DICOM}, {"jpeg", InputType::JPEG},
+    {"jpegls", InputType::JPEGLS}, {"j2k", InputType::J2K},     {"j2k-lossless", InputType::J2K_LOSSLESS}};
 
 const char* const kNotes =
     "Pictures: png and pnm hold the real values, the bits stored of each sample: 16-bit images have 16 "

@@ -29,6 +29,7 @@ enum class InputType
     AUTO,
     DICOM,
     JPEG,
+    JPEGLS,
     J2K,
     J2K_LOSSLESS
 };

@@ -8,8 +8,10 @@ import java.util.HexFormat;
 public enum ImageType {
     /** Found out from the first bytes; not for queues. */
     AUTOMATIC(0),
-    /** A JPEG codestream. */
+    /** A JPEG codestream. Unless files are read by contract, it may be a JPEG-LS one: its frame header tells. */
     JPEG(NDecompressor.TYPE_JPEG, "FFD8FF"),
+    /** A JPEG-LS codestream; none by contract. */
+    JPEG_LS(NDecompressor.TYPE_JPEGLS),
     /** A JPEG 2000 codestream or JP2 file. */
     JPEG2000(NDecompressor.TYPE_JPEG2000, "FF4FFF51", "0000000C6A5020200D0A870A"),
     /** A JPEG 2000 codestream or JP2 file that is known to be without loss. */

@@ -27,6 +27,8 @@ public class NDecompressor {
     public static final int TYPE_DICOM = 3;
     /** A lossless JPEG 2000 codestream. */
     public static final int TYPE_JPEG2000_LOSSLESS = 7;
+    /** A JPEG-LS codestream: for {@link Decompressor} alone; the methods here refuse it. */
+    static final int TYPE_JPEGLS = 9;
 
     static {
         NativeLibrary.load();

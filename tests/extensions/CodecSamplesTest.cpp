@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// Decodes the samples of the newer codecs by meaning and holds every frame against the table of expected
+// results, bit for bit. What cannot be delivered is listed here with its failure.
+#include <map>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "decompressors/DecompressorRuns.h"
+#include "support/SampleTable.h"
+#include "support/Sha256.h"
+#include "toolkit/dicom/TransferSyntaxType.h"
+
+namespace
+{
+constexpr const char* kTwoComponents = "images of 2 components are not supported";
+constexpr const char* kFourComponents = "images of 4 components are not supported";
+constexpr const char* kSubsampled = "components of different size are not supported";
+
+/// Images that no record here can hold, by how the JPEG-LS codec refuses them; damaged ones by their whole
+/// text.
+const std::map<std::string, std::string> kRefused = {
+    {"jpegls/gen_2comp_ilv0.jls", kTwoComponents},
+    {"jpegls/gen_4comp_ilv2.jls", kFourComponents},
+    {"jpegls/rgba.u1.jls", kFourComponents},
+    {"jpegls/t8sse0.jls", kSubsampled},
+    {"jpegls/t8sse3.jls", kSubsampled},
+};
+
+const std::string kLibrary =
+    "Decoder exception: StreamIOException: StreamIOException: JPEGLSDecoder::Decode: ";
+const std::string kBroken = kLibrary + "Invalid JPEG-LS stream, the encoded bit stream contains a general "
+                                       "structural problem";
+const std::map<std::string, std::string> kDamaged = {
+    {"charls_fuzzy-input-bad-run-mode-golomb-code.jls",
+     kLibrary +
+         "The JPEG-LS stream is encoded with a parameter value that is not supported by the CharLS decoder"},
+    {"charls_no_start_byte_after_encoded_scan.jls",
+     kLibrary + "Invalid JPEG-LS stream, the decoding process is ready but the source buffer still contains "
+                "encoded data"},
+    {"gen_defl_bomb.dcm", "DeflatedFrameDecoder::Decode: the deflated frame has more than 4096 bytes"},
+    {"gen_defl_corrupt.dcm",
+     "DeflatedFrameDecoder::Decode: the deflated frame is damaged behind byte 0 of 1320"},
+    {"gen_defl_short.dcm", "DeflatedFrameDecoder::Decode: the frame has 2560 bytes of 4096"},
+    {"gen_defl_truncated.dcm", ""}, // the first frame is whole
+    {"gen_encap98_short.dcm",
+     "CompressedStreamDecoder::Decode: 16 rows of 16 pixels cannot come from 200 bytes"},
+    {"gen_jls_bits0.jls", kBroken},
+    {"gen_jls_bits1.jls", kBroken},
+    {"gen_jls_bits2.jls", kBroken},
+    {"gen_t16e0_65535.jls", "Decoder exception: StreamIOException: StreamIOException: The image is too "
+                            "large: 65535 rows of 65535 pixels, "
+                            "more than the limit of 2147483648 in all"},
+    {"gen_t8c1e0_truncated.jls", "truncated: the data end early: 49.6 % of the picture is missing"},
+    {"pwnlab_TC0957_jpegls_huge_near.dcm", "JPEGLSDecoder::SetSource: the frame header is damaged"},
+    {"pwnlab_TC0961_jpegls_truncated.dcm", "JPEGLSDecoder::SetSource: a header ends early"},
+};
+
+/// By meaning. Bare streams are said to be JPEG, as their first bytes say: the frame header tells.
+Outcome Decode(const std::string& theName, int theFrame)
+{
+    const Bytes aFile = SampleTable::ReadFile(theName, SampleSet::NewCodecs);
+    const Wish aWish{.itsFrameIndex = theFrame, .itsReading = Reading::BY_MEANING};
+    return theName.ends_with(".dcm") ? RunPart10(aFile, aWish)
+                                     : RunBareImage(aFile, TransferSyntaxType::TSJPEG50UID, nullptr, aWish);
+}
+
+bool IsJPEG2000(const std::string& theName)
+{
+    return theName.starts_with("htj2k/") || theName.find("htj2k") != std::string::npos ||
+           theName.find("HTJ2K") != std::string::npos;
+}
+
+void CheckFrame(const Outcome& theOutcome, const std::vector<SampleRow>& theRows)
+{
+    ASSERT_EQ(theOutcome.Code(), 0) << theOutcome.Message();
+    EXPECT_EQ(theOutcome.Image()->getColumns(), static_cast<int>(theRows[0].itsWidth));
+    EXPECT_EQ(theOutcome.Image()->getRows(), static_cast<int>(theRows[0].itsHeight));
+    EXPECT_EQ(theOutcome.Image()->getSamplesPerPixel(), theRows[0].itsComponents);
+    const Bytes aPixels = theOutcome.UnpackedPixels();
+    EXPECT_EQ(Sha256(aPixels.data(), aPixels.size()), theRows[0].itsSHA256);
+    const bool isNearLossless = theRows[0].itsColourSpace.find("NEAR") != std::string::npos;
+    EXPECT_TRUE(theOutcome.Image()->isLossyImageCompression() || !isNearLossless);
+}
+
+class CodecSamples : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (SampleTable::GetFolder(SampleSet::NewCodecs).empty())
+        {
+            GTEST_SKIP() << "no samples of the newer codecs beside " << QUORIX_SAMPLES_DIR;
+        }
+    }
+};
+
+TEST_F(CodecSamples, EveryFrameMatchesOrIsRefusedAsListed)
+{
+    int aFrameCount = 0;
+    const SampleTable aTable = SampleTable::Load(0, SampleSet::NewCodecs);
+    for (const auto& [aName, aFrames] : aTable.GetFiles())
+    {
+        for (const auto& [aFrame, aRows] : aFrames)
+        {
+            SCOPED_TRACE(aName + " frame " + std::to_string(aFrame));
+            if (IsJPEG2000(aName))
+            {
+                continue;
+            }
+            ++aFrameCount;
+            const Outcome anOutcome = Decode(aName, aFrame);
+            if (const auto aRefused = kRefused.find(aName); aRefused != kRefused.end())
+            {
+                ExpectFailure(anOutcome, 62,
+                              "Decoder exception: StreamIOException: StreamIOException: "
+                              "JPEGLSDecoder::SetSource: " +
+                                  aRefused->second);
+                continue;
+            }
+            CheckFrame(anOutcome, aRows);
+        }
+    }
+    EXPECT_GE(aFrameCount, 109);
+}
+
+TEST_F(CodecSamples, DamagedOnesEndAsListed)
+{
+    for (const auto& [aName, aText] : kDamaged)
+    {
+        SCOPED_TRACE(aName);
+        const Outcome anOutcome = Decode("damaged/" + aName, 0);
+        ExpectErrorOrPixels(anOutcome, aName);
+        const std::vector<DecodeWarning>& aWarnings = anOutcome.itsResult.getWarnings();
+        const RWCString aDelivered =
+            aWarnings.empty() ? "" : aWarnings[0].itsIdentifier + ": " + aWarnings[0].itsText;
+        EXPECT_EQ(anOutcome.Code() != 0 ? anOutcome.Message() : aDelivered, aText);
+    }
+}
+} // namespace
