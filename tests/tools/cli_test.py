@@ -281,6 +281,7 @@ class CommandLine(Program):
         cases = [
             ("several frames", MULTI, ["--all-frames"], {"frames": 3, "bits_allocated": 8}, b"\n" * 6),
             ("one of them", MULTI, ["--frame", "1"], {"frames": 1}, b"\x14" * 6),
+            ("the last ones", MULTI, ["--frames", "1-"], {"frames": 2}, b"\x14" * 6),
             ("big endian", IMAGES["bigendian"][0], [], {"bits_stored": 12}, IMAGES["bigendian"][3]),
             ("palette", IMAGES["palette"][0], [], {"photometric": "RGB", "samples_per_pixel": 3}, bytes(MAPPED)),
             ("bare, 12 bits", IMAGES["bare12"][0], [], {"bits_stored": 12, "lossy": None}, words(RAMP)),
@@ -295,6 +296,9 @@ class CommandLine(Program):
                 self.assertEqual(info["transfer_syntax"], EXPLICIT)
                 self.assertEqual({key: info[key] for key in attributes}, attributes)
                 self.assertEqual(self.lines("out.dcm", "--format", "none")[0]["sha256"], hashlib.sha256(first).hexdigest())
+        self.put("in", MULTI)
+        for frames, expected in (("0,2", [0, 2]), ("1-2", [1, 2]), ("0-0,1-", [0, 1, 2]), ("2-", [2])):
+            self.assertEqual([line["frame"] for line in self.lines("in", "--format", "none", "--frames", frames)], expected)
         self.put("in", MULTI[:-6])
         done = self.run_it("in", "--format", "dicom", "--all-frames", "-o", "no.dcm", status=2)
         self.assertIn(b"frames are missing", done.stderr)
@@ -396,7 +400,8 @@ class CommandLine(Program):
                  ["bare.jpg", "--type", "jpeg"], ["--info", "j2k.dcm"], ["--info", "cut.dcm"], ["multi.dcm", "--frame", "2"]]),
             (1, [[], ["--frobnicate", "good.dcm"], ["good.dcm", "--format", "gif"], ["good.dcm", "--frame", "-1"],
                  ["good.dcm", "--frame", "x"], ["good.dcm", "--frame", "0", "--all-frames"], ["good.dcm", "--jobs", "0"],
-                 ["good.dcm", "--scale", "0"], ["good.dcm", "--window", "1"], ["good.dcm", "--window", "40,0.5"],
+                 ["good.dcm", "--scale", "0"], ["good.dcm", "--frames", "1-0"], ["good.dcm", "--frames", "0,,1"],
+                 ["good.dcm", "--frames", "0-,3"], ["good.dcm", "--frames", "-1"], ["good.dcm", "--frames", "1 2"], ["good.dcm", "--window", "1"], ["good.dcm", "--window", "40,0.5"],
                  ["good.dcm", "--window", "nan,5"], ["good.dcm", "--window", "auto", "--format", "raw"], ["-", "-"],
                  ["good.dcm", "--list", ""]]),
             (2, [["good.dcm", "missing.dcm"], ["cut.dcm", "good.dcm"], ["good.dcm", "tree"], ["--info", "good.dcm", "noise"],

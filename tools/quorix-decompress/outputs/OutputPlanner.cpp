@@ -118,7 +118,7 @@ void OutputPlanner::PlanNames(const std::vector<std::string>& theFiles, const Op
     {
         const std::string aPath = (std::filesystem::path(itsFolder) / theName).string();
         // "a_f0001" must not meet frame 1 of "a".
-        const bool isFrameOfAnother = theOptions.IsAllFrames() && aStems.contains(BeforeFrameSuffix(theName));
+        const bool isFrameOfAnother = theOptions.GetFrames().HasSeveral() && aStems.contains(BeforeFrameSuffix(theName));
         return !aTaken.contains(theName) && !isFrameOfAnother &&
                std::none_of(anExtensions.begin(), anExtensions.end(),
                             [&](const std::string& theExtension) { return IsInput(aPath + theExtension); });

@@ -96,7 +96,7 @@ void DecodeJob::RunUnguarded()
     {
         itsIsBegun = true;
         DecodedFrame aFrame;
-        aFrame.itsFrame = itsContext.itsOptions.GetFrame();
+        aFrame.itsFrame = itsContext.itsOptions.GetFrames().GetFirst();
         aFrame.FailWithCurrentException();
         ReportFailure(aFrame);
         itsContext.itsReporter.AddDone(1);
@@ -171,27 +171,30 @@ void DecodeJob::DecodeFrames(JImageType theKind)
     const Options& anOptions = itsContext.itsOptions;
     const auto aDecoder =
         FrameDecoder::Create(theKind, itsSource, {anOptions.GetScale(), anOptions.GetReading()});
-    const int aFirst = anOptions.IsAllFrames() ? 0 : anOptions.GetFrame();
-    int anEnd = aFirst + 1;
+    const FrameSelection& aFrames = anOptions.GetFrames();
+    int aCount = 1;
     int aFailuresInARow = 0;
     // Names in a list's output folder do not depend on how many frames there are.
-    const bool isNumbered = itsRecord && anOptions.IsAllFrames();
-    for (int aFrameIndex = aFirst; aFrameIndex < anEnd && !IsStopped(aFrameIndex, anEnd); ++aFrameIndex)
+    bool hasSeveral = itsRecord && aFrames.HasSeveral();
+    for (std::optional<int> anIndex = aFrames.GetFirst(); anIndex && !IsStopped(*anIndex, aCount);
+         anIndex = aFrames.GetNext(*anIndex, aCount))
     {
-        DecodedFrame aFrame = aDecoder->Decode(aFrameIndex);
-        if (anOptions.IsAllFrames() && aFrameIndex == 0)
+        DecodedFrame aFrame = aDecoder->Decode(*anIndex);
+        if (*anIndex == aFrames.GetFirst())
         {
-            anEnd = aDecoder->GetNumberOfFrames(aFrame);
-            itsContext.itsReporter.AddToTotal(static_cast<std::uint64_t>(anEnd) - 1);
+            aCount = aDecoder->GetNumberOfFrames(aFrame);
+            const std::uint64_t aMore = aFrames.CountBehind(*anIndex, aCount);
+            hasSeveral = hasSeveral || aMore > 0;
+            itsContext.itsReporter.AddToTotal(aMore);
         }
-        const bool isDone = HandleFrame(std::move(aFrame), isNumbered || anEnd - aFirst > 1);
+        const bool isDone = HandleFrame(std::move(aFrame), hasSeveral);
         aFailuresInARow = isDone ? 0 : aFailuresInARow + 1;
         itsContext.itsReporter.AddDone(1);
-        if (aFailuresInARow == kMostFailuresInARow && aFrameIndex + 1 < anEnd)
+        if (aFailuresInARow == kMostFailuresInARow && aFrames.GetNext(*anIndex, aCount))
         {
             itsContext.itsReporter.PrintError(itsSource.GetPath() + ": given up after frame " +
-                                              std::to_string(aFrameIndex) + " of " + std::to_string(anEnd));
-            itsContext.itsReporter.AddDone(static_cast<std::uint64_t>(anEnd - aFrameIndex - 1));
+                                              std::to_string(*anIndex) + " of " + std::to_string(aCount));
+            itsContext.itsReporter.AddDone(aFrames.CountBehind(*anIndex, aCount));
             break;
         }
     }
@@ -201,7 +204,7 @@ void DecodeJob::DecodeFrames(JImageType theKind)
 /// What was begun is finished; frames after a signal are not begun.
 bool DecodeJob::IsStopped(int theFrame, int theEnd)
 {
-    itsStopped = theFrame != itsContext.itsOptions.GetFrame() && itsContext.itsStop.IsRaised();
+    itsStopped = theFrame != itsContext.itsOptions.GetFrames().GetFirst() && itsContext.itsStop.IsRaised();
     if (itsStopped)
     {
         itsContext.itsReporter.PrintError(itsSource.GetPath() + ": stopped before frame " +

@@ -114,6 +114,8 @@ struct Options::Texts
 {
     std::string itsFormat = "png";
     std::string itsType = "auto";
+    std::string itsFrames = "0";
+    bool itsAllFrames = false;
     std::string itsWindow;
     bool itsNoProgress = false;
     std::string itsShard;
@@ -128,6 +130,14 @@ void Options::Check(const Texts& theTexts)
     itsFormatName = theTexts.itsFormat;
     itsTypeName = theTexts.itsType;
     itsProgress = !theTexts.itsNoProgress;
+    try
+    {
+        itsFrames = FrameSelection::Parse(theTexts.itsAllFrames ? "0-" : theTexts.itsFrames);
+    }
+    catch (const std::invalid_argument& anError)
+    {
+        throw CLI::ValidationError("--frames", anError.what());
+    }
     if (!theTexts.itsWindow.empty())
     {
         itsWindow = ParseWindow(theTexts.itsWindow);
@@ -185,9 +195,9 @@ std::string Options::Describe() const
     {
         std::snprintf(aWindow, sizeof(aWindow), "%.17g,%.17g", itsWindow->itsCenter, itsWindow->itsWidth);
     }
-    return "format " + itsFormatName + ", type " + itsTypeName + ", frame " +
-           (itsAllFrames ? "all" : std::to_string(itsFrame)) + ", scale " + std::to_string(itsScale) +
-           ", window " + (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow) +
+    return "format " + itsFormatName + ", type " + itsTypeName + ", frame " + itsFrames.ToText() +
+           ", scale " + std::to_string(itsScale) + ", window " +
+           (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow) +
            (itsByContract ? ", by contract" : ", by meaning");
 }
 
@@ -196,11 +206,13 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
     theApp.option_defaults()->group("Input");
     theApp.add_option("INPUT", itsInputs,
                       "Files, folders (searched for DICOM files, subfolders too) or - for standard input");
-    CLI::Option* const aFrame =
-        theApp.add_option("--frame", itsFrame, "The frame to decode, counted from 0 (default 0)")
-            ->option_text("N")
-            ->check(CLI::Range(0, 2147483647));
-    theApp.add_flag("--all-frames", itsAllFrames, "Decode every frame")->excludes(aFrame);
+    CLI::Option* const aFrames =
+        theApp
+            .add_option("--frame,--frames", theTexts.itsFrames,
+                        "The frames to decode, counted from 0, as in 7 or 0-9,20 or 5- (default 0)")
+            ->option_text("N[-M][,...]")
+            ->check(CheckNotEmpty);
+    theApp.add_flag("--all-frames", theTexts.itsAllFrames, "Decode every frame")->excludes(aFrames);
     theApp
         .add_option("--scale", itsScale,
                     "Reduce the resolution where the codec can (JPEG 2000): 1 is full size, each step more\n"

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "inputs/InputCollector.h"
+#include "run/FrameSelection.h"
 #include "toolkit/base/Reading.h"
 
 namespace CLI
@@ -54,8 +55,7 @@ public:
     const std::string& GetOutput() const { return itsOutput; }
     OutputFormat GetFormat() const { return itsFormat; }
     InputType GetType() const { return itsType; }
-    int GetFrame() const { return itsFrame; }
-    bool IsAllFrames() const { return itsAllFrames; }
+    const FrameSelection& GetFrames() const { return itsFrames; }
     int GetScale() const { return itsScale; }
     Reading GetReading() const { return itsByContract ? Reading::BY_CONTRACT : Reading::BY_MEANING; }
     const std::optional<WindowOption>& GetWindow() const { return itsWindow; }
@@ -96,8 +96,7 @@ private:
     std::string itsOutput;
     OutputFormat itsFormat = OutputFormat::PNG;
     InputType itsType = InputType::AUTO;
-    int itsFrame = 0;
-    bool itsAllFrames = false;
+    FrameSelection itsFrames;
     int itsScale = 1;
     bool itsByContract = false;
     std::optional<WindowOption> itsWindow;
