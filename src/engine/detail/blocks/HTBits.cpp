@@ -1,20 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/blocks/HTBits.h"
 
+#include <array>
+
 namespace j2k
 {
 namespace
 {
 constexpr std::uint64_t kOnes = 0x0101010101010101U;
 constexpr std::uint64_t kTops = kOnes << 7;
+constexpr std::uint64_t kTop = std::uint64_t{1} << 63;
 
-/// Bytes of 0xFF, by their top bits; behind the first one there may be more than there are.
+/// The top bits of bytes of 0xFF.
 constexpr std::uint64_t FindFull(std::uint64_t theBytes)
 {
     return theBytes & ((theBytes & ~kTops) + kOnes) & kTops;
 }
 
-/// Bytes with seven ones at the lower end behind one above 0x8F, by their top bits.
+/// The top bits of bytes whose other bits are all ones and that follow one above 0x8F. theBefore: the byte
+/// before them.
 constexpr std::uint64_t FindStuffed(std::uint64_t theBytes, std::uint64_t theBefore)
 {
     const std::uint64_t aBefore = theBytes << 8 | theBefore;
@@ -28,21 +32,21 @@ class BitWriter
 public:
     explicit BitWriter(std::uint8_t* theOut) : itsOut(theOut) {}
 
-    void AppendWord(std::uint64_t theBits)
+    /// theCount bytes without the bits of theStuffed. Bits behind them are zero.
+    void Append(std::uint64_t theBytes, unsigned int theCount, std::uint64_t theStuffed)
     {
-        Store(itsWaiting | theBits << itsCount);
-        itsOut += sizeof(theBits);
-        itsWaiting = theBits >> 1 >> (63 - itsCount);
-    }
-
-    void AppendByte(unsigned int theByte, unsigned int theCount)
-    {
-        itsWaiting |= std::uint64_t{theByte} << itsCount;
-        itsCount += theCount;
-        *itsOut = static_cast<std::uint8_t>(itsWaiting);
-        itsOut += itsCount / 8;
-        itsWaiting >>= itsCount & 8;
-        itsCount %= 8;
+        unsigned int aCount = 8 * theCount;
+        for (; theStuffed != 0; --aCount) // from the last one on
+        {
+            const std::uint64_t aBelow = (kTop >> std::countl_zero(theStuffed)) - 1;
+            theBytes = (theBytes & aBelow) | (theBytes >> 1 & ~aBelow);
+            theStuffed &= aBelow;
+        }
+        Store(itsWaiting | theBytes << itsCount);
+        const unsigned int aWaiting = (itsCount + aCount) % 8;
+        itsOut += (itsCount + aCount) / 8;
+        itsWaiting = aWaiting == 0 ? 0 : theBytes >> (aCount - aWaiting);
+        itsCount = aWaiting;
     }
 
     /// Fills up the last byte and theSlack more. Returns how many bits there are behind theBegin without
@@ -65,6 +69,14 @@ private:
     std::uint64_t itsWaiting = 0; ///< fewer than eight bits
     unsigned int itsCount = 0;
 };
+
+/// Up to eight bytes, zeros behind them.
+std::uint64_t LoadSome(const std::uint8_t* theBytes, std::size_t theCount)
+{
+    std::array<std::uint8_t, 8> aBytes{};
+    std::memcpy(aBytes.data(), theBytes, theCount);
+    return HTBits::LoadBytes(aBytes.data());
+}
 } // namespace
 
 std::uint8_t* HTBits::Begin(std::size_t theBytes, std::size_t theSlack)
@@ -77,32 +89,25 @@ std::uint8_t* HTBits::Begin(std::size_t theBytes, std::size_t theSlack)
     return itsBytes.data() + kLead;
 }
 
-// Eight bytes at a time where none of them is stuffed.
 void HTBits::TakeForwards(std::span<const std::uint8_t> theBytes, std::uint8_t theFill, std::size_t theSlack)
 {
     BitWriter aWriter(Begin(theBytes.size(), theSlack));
-    const std::uint8_t* aNext = theBytes.data();
-    const std::uint8_t* const anEnd = aNext + theBytes.size();
-    bool isStuffed = false;
-    while (aNext != anEnd)
+    std::uint64_t aCarry = 0;
+    const auto aTake = [&](std::uint64_t theWord, unsigned int theCount)
     {
-        if (!isStuffed && anEnd - aNext >= 8)
-        {
-            const std::uint64_t aWord = LoadBytes(aNext);
-            if (FindFull(aWord) == 0)
-            {
-                aWriter.AppendWord(aWord);
-                aNext += 8;
-                continue;
-            }
-        }
-        // At most to the byte behind the first 0xFF.
-        for (int i = 0; i < 8 && aNext != anEnd; ++i)
-        {
-            const std::uint8_t aByte = *aNext++;
-            aWriter.AppendByte(isStuffed ? aByte & 0x7FU : aByte, isStuffed ? 7 : 8);
-            isStuffed = aByte == 0xFF;
-        }
+        const std::uint64_t aFull = FindFull(theWord);
+        aWriter.Append(theWord, theCount, (aFull << 8 | aCarry) & ~std::uint64_t{0} >> (64 - 8 * theCount));
+        aCarry = aFull >> 56;
+    };
+    std::size_t i = 0;
+    for (; i + 8 <= theBytes.size(); i += 8)
+    {
+        aTake(LoadBytes(theBytes.data() + i), 8);
+    }
+    if (i < theBytes.size())
+    {
+        aTake(LoadSome(theBytes.data() + i, theBytes.size() - i),
+              static_cast<unsigned int>(theBytes.size() - i));
     }
     itsEnd = aWriter.Finish(GetBytes(), theFill, theSlack);
 }
@@ -110,29 +115,21 @@ void HTBits::TakeForwards(std::span<const std::uint8_t> theBytes, std::uint8_t t
 void HTBits::TakeBackwards(std::span<const std::uint8_t> theBytes, std::size_t theSlack)
 {
     BitWriter aWriter(Begin(theBytes.size(), theSlack));
-    const std::uint8_t* const aBegin = theBytes.data();
-    std::size_t aLeft = theBytes.size();
-    unsigned int aBefore = 0xFF; // as if it came first
-    while (aLeft > 0)
+    std::uint64_t aBefore = 0xFF; // as if it came first
+    const auto aTake = [&](std::uint64_t theWord, unsigned int theCount)
     {
-        if (aLeft >= 8)
-        {
-            const std::uint64_t aWord = Reverse(LoadBytes(aBegin + aLeft - 8));
-            if (FindStuffed(aWord, aBefore) == 0)
-            {
-                aWriter.AppendWord(aWord);
-                aLeft -= 8;
-                aBefore = static_cast<unsigned int>(aWord >> 56);
-                continue;
-            }
-        }
-        for (int i = 0; i < 8 && aLeft > 0; ++i)
-        {
-            const unsigned int aByte = aBegin[--aLeft];
-            const bool isStuffed = aBefore > 0x8F && (aByte & 0x7F) == 0x7F;
-            aWriter.AppendByte(isStuffed ? 0x7F : aByte, isStuffed ? 7 : 8);
-            aBefore = aByte;
-        }
+        aWriter.Append(theWord, theCount, FindStuffed(theWord, aBefore));
+        aBefore = theWord >> 56;
+    };
+    std::size_t aLeft = theBytes.size();
+    for (; aLeft >= 8; aLeft -= 8)
+    {
+        aTake(Reverse(LoadBytes(theBytes.data() + aLeft - 8)), 8);
+    }
+    if (aLeft > 0)
+    {
+        aTake(Reverse(LoadSome(theBytes.data(), aLeft)) >> (64 - 8 * aLeft),
+              static_cast<unsigned int>(aLeft));
     }
     itsEnd = aWriter.Finish(GetBytes(), 0, theSlack);
 }

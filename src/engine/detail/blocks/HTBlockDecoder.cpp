@@ -52,19 +52,15 @@ HTFinding DecodeCleanup(HTState& theState, std::span<const std::uint8_t> theSegm
     const std::span<const std::uint8_t> aTail = theSegment.last(aSuffix).first(aSuffix - 1);
     theState.itsSuffix.assign(aTail.begin(), aTail.end());
     theState.itsSuffix.back() |= 0x0F;
-    if (!ReadHTQuads(theState))
-    {
-        return HTFinding::BadCode;
-    }
-    if (!IsInside(theState))
-    {
-        return HTFinding::OutsideBlock;
-    }
-    // Behind the end nothing but ones are read, a row's worth at most.
-    constexpr std::size_t kQuadBytes = 16;
+    // Behind the end of either stream nothing but fill is read, a row's worth at most.
+    constexpr std::size_t kCodeBytes = 3; // of a quad
+    constexpr std::size_t kMagnitudeBytes = 16;
+    constexpr std::size_t kMore = 16; // of a reader's register
+    theState.itsVLC.TakeBackwards(theState.itsSuffix, (theState.itsQuadColumns + 1) * kCodeBytes + kMore);
     theState.itsMagSgn.TakeForwards(theSegment.first(theSegment.size() - aSuffix), 0xFF,
-                                    theState.itsQuadColumns * kQuadBytes + 8);
-    return ReadHTMagnitudes(theState) ? HTFinding::None : HTFinding::BadMagnitude;
+                                    theState.itsQuadColumns * kMagnitudeBytes + kMore);
+    const HTFinding aFinding = RunHTCleanup(theState);
+    return aFinding == HTFinding::BadCode || IsInside(theState) ? aFinding : HTFinding::OutsideBlock;
 }
 } // namespace
 

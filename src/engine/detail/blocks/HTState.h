@@ -87,18 +87,14 @@ struct HTState
     std::vector<std::uint32_t> itsWords;
     std::vector<std::uint16_t> itsNarrowWords;
     bool itsIsNarrow = false;
-    std::vector<std::uint32_t> itsPlaces; ///< scratch of the second step
 
     std::vector<std::uint8_t> itsSuffix; ///< MEL and VLC
     HTBits itsVLC;
     HTBits itsMagSgn;
 };
 
-/// The first step: the quads out of itsSuffix. False where it does not have enough bits.
-bool ReadHTQuads(HTState& theState);
-
-/// The second step: the words out of the quads and itsMagSgn. False where a magnitude has too many bits.
-bool ReadHTMagnitudes(HTState& theState);
+/// Both steps of the clean-up pass, from itsSuffix, itsVLC and itsMagSgn: to BadCode, BadMagnitude or None.
+HTFinding RunHTCleanup(HTState& theState);
 
 /// The passes behind the clean-up pass, one or two, from theSegment. Plane at least 1.
 void RefineHTBlock(HTState& theState, const HTBlock& theBlock);

@@ -21,9 +21,11 @@ constexpr std::uint32_t MakeQuad(std::uint32_t theCode, bool isFirstRow)
     const std::uint32_t aLength = theCode >> 8 & 7;
     const std::uint32_t aHasResidual = theCode >> 11 & 1;
     // First row: either left sample, top right, bottom right. Others: either right sample, as the middle bit.
-    const std::uint32_t aContext = isFirstRow ? (aRho & 1) | aRho >> 1 : (aRho >> 2) != 0 ? 2 : 0;
-    return aLength | aContext << HTQuad::kContextShift | aHasResidual << HTQuad::kHasResidualShift |
-           aRho << HTQuad::kRhoShift | anOnes << HTQuad::kOnesShift | aKnown << HTQuad::kKnownShift |
+    const std::uint32_t aContext = isFirstRow ? ((aRho & 1) | aRho >> 1) << HTQuad::kFirstRowContextShift
+                                   : aRho >> 2 != 0 ? HTQuad::kIsWest
+                                                    : 0;
+    return aLength | aContext | aHasResidual * HTQuad::kHasResidual | aRho << HTQuad::kRhoShift |
+           anOnes << HTQuad::kOnesShift | aKnown << HTQuad::kKnownShift |
            static_cast<std::uint32_t>(std::popcount(aRho)) << HTQuad::kRhoCountShift |
            static_cast<std::uint32_t>(std::popcount(aKnown)) << HTQuad::kKnownCountShift;
 }

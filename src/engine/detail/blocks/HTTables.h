@@ -10,29 +10,32 @@ namespace j2k
 /// What a look-up says of a quad, one word. Samples of a quad are numbered top left, bottom left, top right,
 /// bottom right; bit n of each mask is sample n.
 ///
-/// Bits 0 to 5 are the code word's length, so that a shift by the word is a shift by them. Bits 7 to 9 are
-/// what the quad contributes to the context of the one on its right, in place of the next look-up's index. A
-/// decoded quad has its residual u in bits 0 to 9 instead of both.
+/// The lowest bits are the code word's length, so that a shift by the word is a shift by it. What the next
+/// look-ups depend on lies where it is an offset in bytes without being shifted. A decoded quad has its
+/// residual u in place of the length.
 struct HTQuad
 {
-    static constexpr unsigned int kLengthMask = 0x3F;
-    static constexpr unsigned int kContextShift = 7;
-    static constexpr std::uint32_t kContextMask = 7U << kContextShift;
-    static constexpr std::uint32_t kResidualMask = 0x3FF;
-    static constexpr unsigned int kKnownCountShift = 10; ///< number of bits in e_k
-    static constexpr unsigned int kHasResidualShift = 13;
-    static constexpr std::uint32_t kHasResidual = 1U << kHasResidualShift;
-    static constexpr unsigned int kRhoShift = 16;   ///< significant samples
-    static constexpr unsigned int kOnesShift = 20;  ///< e_1: the value of the top bit where it is known
-    static constexpr unsigned int kKnownShift = 24; ///< e_k: samples with a known top bit
-    static constexpr unsigned int kRhoCountShift = 28;
+    static constexpr std::uint32_t kLengthMask = 0x3F;
+    static constexpr std::uint32_t kResidualMask = 0x7F;
+    static constexpr int kKnownCountShift = 7; ///< number of bits in e_k
+    static constexpr std::uint32_t kCountMask = 7;
+    /// What the quad is to the context of the one on its right, but for those of the first row.
+    static constexpr std::uint32_t kIsWest = 1U << 10;
+    static constexpr std::uint32_t kHasResidual = 1U << 11;
+    static constexpr int kFirstRowContextShift = 13; ///< of the one on its right, first row
+    static constexpr int kRhoShift = 16;             ///< significant samples
+    static constexpr int kOnesShift = 20;            ///< e_1: the value of the top bit where it is known
+    static constexpr int kKnownShift = 24;           ///< e_k: samples with a known top bit
+    static constexpr int kRhoCountShift = 28;
 
     /// What stays when the residual comes in.
-    static constexpr std::uint32_t kKeptMask = 0xFFFF1C00U;
+    static constexpr std::uint32_t kKeptMask = 0xFFFF0000U | kCountMask << kKnownCountShift;
 };
 
-/// Words of HTQuad by context (bits 7 to 9) and the next seven bits; every bit pattern is some code.
-using HTCodeTable = std::array<std::uint32_t, 1024>;
+/// Words of HTQuad by context and the next seven bits; every bit pattern is some code. A context is the
+/// offset of its words in bytes.
+using HTCodeTable = std::array<std::uint32_t, 8 * 128>;
+constexpr int kHTContextShift = 9;
 extern const HTCodeTable kHTFirstRowCodes;
 extern const HTCodeTable kHTOtherRowCodes;
 
@@ -59,6 +62,7 @@ enum HTResidualMode : std::uint8_t
 /// first's in bits 8 to 15 and the second's in bits 16 to 23. kHTLongResiduals where eight bits do not say
 /// it.
 using HTResidualTable = std::array<std::uint32_t, 5 * 256>;
+constexpr std::uint32_t kHTModeSize = 1024;
 extern const HTResidualTable kHTFirstRowResiduals;
 extern const HTResidualTable kHTOtherRowResiduals;
 constexpr std::uint32_t kHTLongResiduals = 1U << 31;
