@@ -502,6 +502,21 @@ class CommandLine(Program):
             done = self.run_it("-", "--all-frames", "--format", "none", status=2, stdin=dicom(bytes(60), 5, 6, frames=frames))
             self.assertLess(len(done.stderr.splitlines()), 20)
 
+    def test_standard_output_gets_one_output(self):
+        self.put("in", MULTI)
+        for arguments in (["--format", "raw", "--frame", "1"], ["--format", "dicom", "--all-frames"], ["--frame", "2"]):
+            self.run_it("in", "-o", "file", *arguments)
+            for name, stdin in (("in", b""), ("-", MULTI)):
+                done = self.run_it(name, "-o", "-", "--json", "--quiet", *arguments, stdin=stdin)
+                self.assertEqual(done.stdout, self.get("file"))
+                self.assertEqual({json.loads(line)["output"] for line in done.stderr.splitlines()}, {"-"})
+        for wrong in (["in", "in"], ["."], ["in", "--frames", "0-1"], ["--list", "in"]):
+            self.assertEqual(self.run_it(*wrong, "-o", "-", status=1).stdout, b"")
+        with open("/dev/full", "wb") as full:
+            self.assertEqual(subprocess.run([PROGRAM, "in", "-o", "-"], cwd=self.folder, stdout=full, check=False,
+                                            stderr=subprocess.DEVNULL).returncode, 3)
+        self.assertEqual([name for name in os.listdir(tempfile.gettempdir()) if name.startswith(".quorix-")], [])
+
     def test_output_names(self):
         files = {"a/x.dcm": MULTI, "a/deep/x.dcm": IMAGES["grey12"][0], "a/1.2.840.7": IMAGES["grey12"][0],
                  "a/notes.txt": b"no image", "a/DICOMDIR": IMAGES["grey12"][0], "x.jpg": IMAGES["bare8"][0],

@@ -136,7 +136,10 @@ void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theSt
 
 int Run(const Options& theOptions)
 {
-    Reporter aReporter(ReserveStandardOutput(), theOptions.IsJSON(), theOptions.IsProgress());
+    std::FILE* const anOutput = ReserveStandardOutput();
+    TemporaryFile::SetStandardOutput(anOutput);
+    Reporter aReporter(theOptions.IsPiped() ? stderr : anOutput, theOptions.IsJSON(),
+                       theOptions.IsProgress());
     StopSignal aStop;
     try
     {

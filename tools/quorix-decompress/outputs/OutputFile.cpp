@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <stdlib.h>
@@ -12,6 +13,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -68,6 +70,7 @@ unsigned theNextNumber = 0;
 std::uint64_t theClaimedBytes = 0;
 
 std::string theCommonFolder;               // empty for none; constant once work begins
+std::FILE* theStandardOutput = nullptr;    // likewise
 std::uint64_t theMaximumBytes = INT64_MAX; // likewise
 
 std::string Reason(int theError)
@@ -104,6 +107,11 @@ std::string MakeFile(const std::filesystem::path& theFolder)
 TemporaryFile::TemporaryFile(const std::string& theTarget) : itsTarget(theTarget)
 {
     std::error_code anError;
+    if (theTarget == kStandardOutput)
+    {
+        itsPath = MakeFile(std::filesystem::temp_directory_path(anError));
+        return;
+    }
     const auto aStatus = std::filesystem::status(theTarget, anError);
     if (std::filesystem::exists(aStatus) && !std::filesystem::is_regular_file(aStatus))
     {
@@ -161,6 +169,11 @@ void TemporaryFile::Sync() const
 
 void TemporaryFile::Commit()
 {
+    if (itsTarget == kStandardOutput)
+    {
+        CopyToStandardOutput(); // and remains a temporary file
+        return;
+    }
     const std::lock_guard aLock(theMutex);
     if (std::rename(itsPath.c_str(), itsTarget.c_str()) != 0)
     {
@@ -168,6 +181,27 @@ void TemporaryFile::Commit()
     }
     theLiveFiles.erase(itsPath);
     itsPath.clear();
+}
+
+void TemporaryFile::CopyToStandardOutput() const
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> aFile(std::fopen(itsPath.c_str(), "rb"),
+                                                                &std::fclose);
+    std::vector<char> aBuffer(std::size_t{1} << 16);
+    std::size_t aCount = 0;
+    while (aFile != nullptr && (aCount = std::fread(aBuffer.data(), 1, aBuffer.size(), aFile.get())) > 0 &&
+           std::fwrite(aBuffer.data(), 1, aCount, theStandardOutput) == aCount)
+    {
+    }
+    if (aFile == nullptr || std::feof(aFile.get()) == 0 || std::fflush(theStandardOutput) != 0)
+    {
+        throw OutputError(Reason(errno));
+    }
+}
+
+void TemporaryFile::SetStandardOutput(std::FILE* theFile)
+{
+    theStandardOutput = theFile;
 }
 
 void TemporaryFile::SetFolder(const std::string& theFolder)

@@ -28,6 +28,9 @@ public:
 class TemporaryFile
 {
 public:
+    /// The target that is no file: what is committed is copied to the standard output of SetStandardOutput.
+    static constexpr const char* kStandardOutput = "-";
+
     /// Makes an empty file, whose permissions a new file normally has. Throws OutputError, also where
     /// theTarget is there already and no plain file (a device, a folder).
     explicit TemporaryFile(const std::string& theTarget);
@@ -55,6 +58,9 @@ public:
     /// folders are made where they are missing. To be called before work begins.
     static void SetFolder(const std::string& theFolder);
 
+    /// Where kStandardOutput goes to; borrowed. To be called before work begins.
+    static void SetStandardOutput(std::FILE* theFile);
+
     /// What all files of this run may have. To be called before work begins.
     static void SetMaximum(std::uint64_t theBytes);
 
@@ -63,6 +69,8 @@ public:
     static void RemoveAll();
 
 private:
+    void CopyToStandardOutput() const;
+
     std::string itsTarget;
     std::string itsPath; ///< empty once committed
     std::uint64_t itsClaimed = 0;

@@ -84,6 +84,11 @@ OutputPlanner::OutputPlanner(const Options& theOptions, const InputCollector& th
         return;
     }
     const std::string& anOutput = theOptions.GetOutput();
+    if (anOutput == TemporaryFile::kStandardOutput)
+    {
+        itsFile = anOutput;
+        return;
+    }
     const bool isOneInput = theOptions.GetInputs().size() == 1 && !theInputs.HasFolders();
     for (const std::string& aFile : theInputs.GetFiles())
     {
@@ -118,7 +123,8 @@ void OutputPlanner::PlanNames(const std::vector<std::string>& theFiles, const Op
     {
         const std::string aPath = (std::filesystem::path(itsFolder) / theName).string();
         // "a_f0001" must not meet frame 1 of "a".
-        const bool isFrameOfAnother = theOptions.GetFrames().HasSeveral() && aStems.contains(BeforeFrameSuffix(theName));
+        const bool isFrameOfAnother =
+            theOptions.GetFrames().HasSeveral() && aStems.contains(BeforeFrameSuffix(theName));
         return !aTaken.contains(theName) && !isFrameOfAnother &&
                std::none_of(anExtensions.begin(), anExtensions.end(),
                             [&](const std::string& theExtension) { return IsInput(aPath + theExtension); });
@@ -141,6 +147,10 @@ std::string OutputPlanner::GetPath(const Input& theInput, std::optional<int> the
 {
     const std::string aSuffix = theFrame ? FrameSuffix(*theFrame) : "";
     std::string aPath;
+    if (itsFile == TemporaryFile::kStandardOutput)
+    {
+        return itsFile;
+    }
     if (!itsFile.empty())
     {
         std::filesystem::path aFile(itsFile);

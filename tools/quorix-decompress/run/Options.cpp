@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 
@@ -153,6 +154,24 @@ void Options::Check(const Texts& theTexts)
     itsMaximumMemory = ParseBytes("--max-memory", theTexts.itsMemory);
     itsMaximumOutput = ParseBytes("--max-output", theTexts.itsMaximumOutput);
     CheckArchive(theTexts);
+    CheckPiped();
+}
+
+void Options::CheckPiped() const
+{
+    if (!IsPiped() || !HasOutputs())
+    {
+        return;
+    }
+    std::error_code anIgnored;
+    if (itsInputs.size() != 1 || std::filesystem::is_directory(itsInputs.front(), anIgnored))
+    {
+        throw CLI::ValidationError("--output", "standard output (-) is for one input, no folder and no list");
+    }
+    if (itsFrames.HasSeveral() && itsFormat != OutputFormat::DICOM)
+    {
+        throw CLI::ValidationError("--output", "standard output (-) takes one frame, or --format dicom");
+    }
 }
 
 void Options::CheckArchive(const Texts& theTexts)
@@ -237,8 +256,11 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
 void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
 {
     theApp.option_defaults()->group("Output");
-    theApp.add_option("-o,--output", itsOutput,
-                      "A file for one input, else a folder (made when missing; end it with / for one input)");
+    theApp.add_option(
+        "-o,--output", itsOutput,
+        "A file for one input, else a folder (made when missing; end it with / for one input);\n"
+        "- for standard output, which takes one frame or one DICOM file; --json then goes to\n"
+        "standard error");
     theApp
         .add_option("--format", theTexts.itsFormat,
                     "png, pnm (PGM or PPM), raw (the decoded bytes exactly), rend (the cache file),\n"

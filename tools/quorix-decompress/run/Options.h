@@ -59,6 +59,8 @@ public:
     int GetScale() const { return itsScale; }
     Reading GetReading() const { return itsByContract ? Reading::BY_CONTRACT : Reading::BY_MEANING; }
     const std::optional<WindowOption>& GetWindow() const { return itsWindow; }
+    /// Whether the output goes to standard output; there is then one input and one output.
+    bool IsPiped() const { return itsOutput == "-"; }
     bool IsInfo() const { return itsInfo; }
     bool IsJSON() const { return itsJSON; }
     int GetJobs() const { return itsJobs; }
@@ -90,6 +92,7 @@ private:
     void AddOutputOptions(CLI::App& theApp, Texts& theTexts);
     void AddArchiveOptions(CLI::App& theApp, Texts& theTexts);
     void Check(const Texts& theTexts);
+    void CheckPiped() const;
     void CheckArchive(const Texts& theTexts);
 
     std::vector<std::string> itsInputs;
