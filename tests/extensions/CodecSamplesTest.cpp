@@ -45,6 +45,24 @@ const std::map<std::string, std::string> kDamaged = {
     {"gen_defl_truncated.dcm", ""}, // the first frame is whole
     {"gen_encap98_short.dcm",
      "CompressedStreamDecoder::Decode: 16 rows of 16 pixels cannot come from 200 bytes"},
+    {"gen_ht_bits1.j2c",
+     "damaged: Packet header contradicts itself or the data in tile 0 (at byte 254 of the "
+     "codestream)"},
+    {"gen_ht_truncated.jph",
+     "truncated: the data end early in 29 of 48 tiles: 59.6 % of the data missing, and with "
+     "it detail or all of the picture there"},
+    {"oht_security_ht_segments_overflow.j2k",
+     "truncated: the data end early in 1 of 1 tiles: an unknown share of the "
+     "data missing, and with it detail or all of the picture there"},
+    {"oht_security_marker_com_underflow.j2k",
+     "Decoder exception: JPEGDecoderException: JPEGDecoderException: Error: "
+     "JPEG2000Decoder::JPEG2000Decoder()[create "
+     "codestream]: Marker 0x014F: cannot stand in the main header (at byte 99 of the codestream)"},
+    {"oht_security_multitilepart_cblk_length.j2k",
+     ""}, // nothing is wrong with it for those who trust no length
+    {"oxide_fuzz_ht_emb_shift.j2c",
+     "damaged: Code-block 0, 0 of subband HH at resolution 3 in tile 0: a magnitude "
+     "has more bits than its bit-planes (at byte 3100 of the codestream)"},
     {"gen_jls_bits0.jls", kBroken},
     {"gen_jls_bits1.jls", kBroken},
     {"gen_jls_bits2.jls", kBroken},
@@ -61,14 +79,9 @@ Outcome Decode(const std::string& theName, int theFrame)
 {
     const Bytes aFile = SampleTable::ReadFile(theName, SampleSet::NewCodecs);
     const Wish aWish{.itsFrameIndex = theFrame, .itsReading = Reading::BY_MEANING};
-    return theName.ends_with(".dcm") ? RunPart10(aFile, aWish)
-                                     : RunBareImage(aFile, TransferSyntaxType::TSJPEG50UID, nullptr, aWish);
-}
-
-bool IsJPEG2000(const std::string& theName)
-{
-    return theName.starts_with("htj2k/") || theName.find("htj2k") != std::string::npos ||
-           theName.find("HTJ2K") != std::string::npos;
+    const bool isJPEGLS = theName.ends_with(".jls");
+    const char* const aUID = isJPEGLS ? TransferSyntaxType::TSJPEG50UID : TransferSyntaxType::TSJPEG2KUID;
+    return theName.ends_with(".dcm") ? RunPart10(aFile, aWish) : RunBareImage(aFile, aUID, nullptr, aWish);
 }
 
 void CheckFrame(const Outcome& theOutcome, const std::vector<SampleRow>& theRows)
@@ -78,9 +91,11 @@ void CheckFrame(const Outcome& theOutcome, const std::vector<SampleRow>& theRows
     EXPECT_EQ(theOutcome.Image()->getRows(), static_cast<int>(theRows[0].itsHeight));
     EXPECT_EQ(theOutcome.Image()->getSamplesPerPixel(), theRows[0].itsComponents);
     const Bytes aPixels = theOutcome.UnpackedPixels();
-    EXPECT_EQ(Sha256(aPixels.data(), aPixels.size()), theRows[0].itsSHA256);
+    const bool isExact =
+        theRows[0].itsExact == "yes"; // else the 9/7 transform, of which the limits are elsewhere
+    EXPECT_TRUE(!isExact || Sha256(aPixels.data(), aPixels.size()) == theRows[0].itsSHA256);
     const bool isNearLossless = theRows[0].itsColourSpace.find("NEAR") != std::string::npos;
-    EXPECT_TRUE(theOutcome.Image()->isLossyImageCompression() || !isNearLossless);
+    EXPECT_TRUE(theOutcome.Image()->isLossyImageCompression() || !(isNearLossless || !isExact));
 }
 
 class CodecSamples : public testing::Test
@@ -104,9 +119,9 @@ TEST_F(CodecSamples, EveryFrameMatchesOrIsRefusedAsListed)
         for (const auto& [aFrame, aRows] : aFrames)
         {
             SCOPED_TRACE(aName + " frame " + std::to_string(aFrame));
-            if (IsJPEG2000(aName))
+            if (aName.starts_with("htj2k/"))
             {
-                continue;
+                continue; // codestreams: the engine's tests have them, which can hold any
             }
             ++aFrameCount;
             const Outcome anOutcome = Decode(aName, aFrame);
@@ -121,7 +136,7 @@ TEST_F(CodecSamples, EveryFrameMatchesOrIsRefusedAsListed)
             CheckFrame(anOutcome, aRows);
         }
     }
-    EXPECT_GE(aFrameCount, 109);
+    EXPECT_GE(aFrameCount, 121);
 }
 
 TEST_F(CodecSamples, DamagedOnesEndAsListed)

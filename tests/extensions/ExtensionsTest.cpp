@@ -12,6 +12,7 @@
 #include "decoding/DecoderFactory.h"
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
+#include "support/Jpeg2000Streams.h"
 
 namespace
 {
@@ -22,6 +23,12 @@ constexpr Wish kByMeaning{.itsReading = Reading::BY_MEANING};
 /// 5 x 3 pixels of colour.
 constexpr JpegSpec kColour{.itsWidth = 5, .itsHeight = 3, .itsComponents = 3};
 const Bytes kPixels = Part10Files::Counting(45);
+/// They by OpenJPH 0.9.0.
+const Bytes kHighThroughput = Jpeg2000Streams::FromHex(
+    "ff4fff51002f400000000005000000030000000000000000000000050000000300000000000000000003070101070101"
+    "070101ff500008000200000002ff52000c00020001010004044001ff5c00042050ff90000a0000000000400001ff93c0"
+    "16c8fdeffb6c7cba6e968fc1bbda6bea01027fb9881f000031bb00c015000080559d7cadb600c01500ff7f559d7cadb6"
+    "00ffd9");
 
 Bytes Concatenate(Bytes theFirst, const Bytes& theSecond)
 {
@@ -82,7 +89,10 @@ TEST(Extensions, AreThereByMeaningAndWithTheSwitchOnly)
 {
     const Bytes aStream = EncodeJPEGLS(kPixels, charls::interleave_mode::sample);
     for (const Bytes& aFile : {File(kUncompressed, {kPixels, kPixels}), File(kDeflated, {Deflate(kPixels)}),
-                               File(kJPEGLS, {aStream}), File("1.2.840.10008.1.2.4.80", {aStream})})
+                               File(kJPEGLS, {aStream}), File("1.2.840.10008.1.2.4.80", {aStream}),
+                               File("1.2.840.10008.1.2.4.201", {kHighThroughput}),
+                               File("1.2.840.10008.1.2.4.202", {kHighThroughput}),
+                               File("1.2.840.10008.1.2.4.203", {kHighThroughput})})
     {
         ExpectFailure(
             RunPart10(aFile), 48,
