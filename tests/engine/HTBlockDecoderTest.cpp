@@ -5,10 +5,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "support/ForEachTarget.h"
+#include "support/HTEncoder.h"
 #include "support/Jpeg2000Streams.h"
 
 namespace
@@ -56,47 +59,11 @@ TEST(HTBlockDecoderTest, KnownBlocks)
         });
 }
 
-/// The clean-up segment of a block of 64 x 64 samples that are all -1: codes of quads with four significant
-/// samples that leave their magnitudes to the stream of ones behind an end, backwards from the last byte but
-/// one.
-Bytes EncodeMinusOnes()
-{
-    Bytes aBackwards;
-    std::uint32_t aBits = 0;
-    std::uint32_t aCount = 4; // half of the first byte is for the length
-    const auto aPut = [&](std::uint32_t theCode, std::uint32_t theLength)
-    {
-        aBits |= theCode << aCount;
-        aCount += theLength;
-        while (aCount >= 8)
-        {
-            const bool isStuffed = (aBackwards.empty() || aBackwards.back() > 0x8F) && (aBits & 0x7F) == 0x7F;
-            aBackwards.push_back(static_cast<std::uint8_t>(isStuffed ? 0x7F : aBits & 0xFF));
-            aBits >>= isStuffed ? 7 : 8;
-            aCount -= isStuffed ? 7 : 8;
-        }
-    };
-    for (int i = 0; i < 32 * 32; ++i)
-    {
-        const bool isLeft = i % 32 == 0; // and no neighbour there
-        i < 32 ? aPut(isLeft ? 91 : 21, 7) : aPut(isLeft ? 26 : 0, isLeft ? 5 : 3);
-    }
-    constexpr std::size_t kLength = 417; // with a byte of MEL, whose first bit is 0, and the length's own
-    while (aBackwards.size() < kLength - 2)
-    {
-        aPut(0, 8);
-    }
-    aBackwards.front() = static_cast<std::uint8_t>(aBackwards.front() | (kLength & 15));
-    Bytes aSegment{0};
-    aSegment.insert(aSegment.end(), aBackwards.rbegin(), aBackwards.rend());
-    aSegment.push_back(static_cast<std::uint8_t>(kLength / 16));
-    return aSegment;
-}
-
 // MagRef takes a bit of every sample, far beyond the end of a segment of one byte.
 TEST(HTBlockDecoderTest, EverySampleIsRefined)
 {
-    const Bytes aCleanup = EncodeMinusOnes();
+    const Bytes aCleanup =
+        HTEncoder(64, std::vector<std::int32_t>(4096, -1), [](std::uint32_t) { return 0U; }).Encode();
     const Bytes aRefinement{0};
     const j2k::HTBlock aBlock{64, 64, aCleanup, aRefinement, 3, 1, 4};
     j2k::HTBlockDecoder aDecoder;
@@ -104,35 +71,121 @@ TEST(HTBlockDecoderTest, EverySampleIsRefined)
     EXPECT_EQ(StoreDoubled(aDecoder, aBlock), std::vector<float>(4096, -5));
 }
 
-// Nothing is read or written outside, whatever the bytes are, and a block that cannot be decoded is zero.
-TEST(HTBlockDecoderTest, AnyBytes)
+class HTBlockDecoderRandomTest : public testing::Test
 {
-    std::mt19937 anEngine(1);
-    const auto aRandom = [&](std::uint32_t theCount)
-    { return static_cast<std::uint32_t>(anEngine() % theCount); };
-    for (int i = 0; i < 3000; ++i)
+protected:
+    std::uint32_t Draw(std::uint32_t theCount) { return static_cast<std::uint32_t>(itsEngine() % theCount); }
+
+    /// Magnitudes below two to the power of theBits, in runs that are more or less large and more or less
+    /// zero.
+    std::vector<std::int32_t> DrawSamples(std::size_t theCount, std::uint32_t theBits)
     {
-        j2k::HTBlockDecoder aDecoder; // a new one: scratch memory of another block would hide a fault
-        const std::uint32_t aWidth = 1 + aRandom(i % 2 == 0 ? 64 : 1024);
-        const std::uint32_t aHeight = 1 + aRandom(std::min(4096 / aWidth, 1024U));
-        const std::uint32_t aBits = 1 + aRandom(29);
-        const std::uint32_t aPlane = aRandom(31 - aBits);
-        Bytes aCleanup(aRandom(200));
-        Bytes aRefinement(aRandom(30));
-        const auto aFill = [&] { return static_cast<std::uint8_t>(aRandom(3) == 0 ? 0xFF : aRandom(256)); };
-        std::generate(aCleanup.begin(), aCleanup.end(), aFill);
-        std::generate(aRefinement.begin(), aRefinement.end(), aFill);
-        if (aCleanup.size() > 1)
+        std::vector<std::int32_t> aSamples(theCount);
+        std::uint32_t aBits = theBits;
+        std::uint32_t aZeros = 0; // of eight
+        for (std::int32_t& aSample : aSamples)
         {
-            aCleanup.back() = static_cast<std::uint8_t>(aCleanup.size() / 32);
+            if (Draw(61) == 0)
+            {
+                aBits = Draw(theBits + 1);
+                aZeros = Draw(9);
+            }
+            const auto aMagnitude = static_cast<std::int32_t>(Draw(1U << aBits));
+            aSample = Draw(8) < aZeros ? 0 : Draw(2) == 0 ? aMagnitude : -aMagnitude;
         }
-        const j2k::HTBlock aBlock{aWidth,         aHeight, aCleanup, aRefinement,
-                                  1 + aRandom(3), aPlane,  aBits,    aRandom(2) == 0};
-        const j2k::HTFinding aFinding = aDecoder.Decode(aBlock);
-        const std::vector<float> aSamples = StoreDoubled(aDecoder, aBlock);
-        const bool isZero =
-            std::all_of(aSamples.begin(), aSamples.end(), [](float theSample) { return theSample == 0; });
+        return aSamples;
+    }
+
+    void Damage(Bytes& theSegment)
+    {
+        switch (Draw(3))
+        {
+        case 0:
+            theSegment[Draw(static_cast<std::uint32_t>(theSegment.size()))] ^=
+                static_cast<std::uint8_t>(1 + Draw(255));
+            break;
+        case 1:
+            theSegment.resize(Draw(static_cast<std::uint32_t>(theSegment.size())));
+            break;
+        default:
+            theSegment.resize(2 + Draw(200));
+            std::generate(theSegment.begin(), theSegment.end(),
+                          [&] { return static_cast<std::uint8_t>(Draw(3) == 0 ? 0xFF : Draw(256)); });
+            theSegment.back() = static_cast<std::uint8_t>(theSegment.size() / 32);
+        }
+        theSegment.shrink_to_fit(); // for the sanitizers
+    }
+
+    std::mt19937 itsEngine{2};
+};
+
+// What was encoded comes out, whatever instruction set is used.
+TEST_F(HTBlockDecoderRandomTest, Encoded)
+{
+    j2k::HTBlockDecoder aDecoder;
+    for (int i = 0; i < 150; ++i)
+    {
+        const std::uint32_t aWidth = 1 + Draw(i % 5 == 0 ? 1024 : 80);
+        const std::uint32_t aHeight = 1 + Draw(std::min(4096 / aWidth, 80U));
+        const std::uint32_t aBits = 1 + Draw(i % 2 == 0 ? 16 : 29);
+        const std::vector<std::int32_t> aSamples = DrawSamples(std::size_t{aWidth} * aHeight, aBits);
+        const Bytes aSegment = HTEncoder(aWidth, aSamples, [&](std::uint32_t n) { return Draw(n); }).Encode();
+        const j2k::HTBlock aBlock{aWidth, aHeight, aSegment, {}, 1, Draw(2), aBits};
+        std::vector<std::int32_t> anExpected(aSamples.size());
+        std::vector<float> aDoubled(aSamples.size());
+        for (std::size_t n = 0; n < aSamples.size(); ++n)
+        {
+            const std::int64_t aMagnitude = (2 * std::abs(std::int64_t{aSamples[n]}) + (aSamples[n] != 0))
+                                            << aBlock.itsPlane;
+            anExpected[n] = static_cast<std::int32_t>(aSamples[n] < 0 ? -(aMagnitude / 2) : aMagnitude / 2);
+            aDoubled[n] = static_cast<float>(aSamples[n] < 0 ? -aMagnitude : aMagnitude);
+        }
+        ForEachTarget(
+            [&]
+            {
+                ASSERT_EQ(aDecoder.Decode(aBlock), j2k::HTFinding::None);
+                ASSERT_EQ(StoreDoubled(aDecoder, aBlock), aDoubled);
+                std::vector<std::int32_t> aStored(aSamples.size());
+                aDecoder.Store(aStored.data(), aWidth, {});
+                ASSERT_EQ(aStored, anExpected);
+                std::vector<std::int16_t> aShort(aSamples.size());
+                aDecoder.Store(aShort.data(), aWidth, {});
+                ASSERT_TRUE(std::equal(aShort.begin(), aShort.end(), anExpected.begin(),
+                                       [](std::int32_t a, std::int32_t b)
+                                       { return a == std::clamp(b, -32768, 32767); }));
+            });
+    }
+}
+
+// Nothing is read or written outside whatever the bytes are, all instruction sets make the same of them, and
+// a block that cannot be decoded is zero.
+TEST_F(HTBlockDecoderRandomTest, Damaged)
+{
+    for (int i = 0; i < 500; ++i)
+    {
+        const std::uint32_t aWidth = 1 + Draw(i % 5 == 0 ? 1024 : 40);
+        const std::uint32_t aHeight = 1 + Draw(std::min(4096 / aWidth, 40U));
+        const std::uint32_t aBits = 1 + Draw(i % 2 == 0 ? 16 : 28);
+        Bytes aSegment = HTEncoder(aWidth, DrawSamples(std::size_t{aWidth} * aHeight, aBits),
+                                   [&](std::uint32_t n) { return Draw(n); })
+                             .Encode();
+        Damage(aSegment);
+        Bytes aRefinement(Draw(30));
+        std::generate(aRefinement.begin(), aRefinement.end(),
+                      [&] { return static_cast<std::uint8_t>(Draw(256)); });
+        const j2k::HTBlock aBlock{aWidth,      aHeight,          aSegment, aRefinement,
+                                  1 + Draw(3), Draw(31 - aBits), aBits,    Draw(2) == 0};
+        const auto aDecode = [&]
+        {
+            j2k::HTBlockDecoder aDecoder; // a new one: scratch memory of another block would hide a fault
+            const j2k::HTFinding aFinding = aDecoder.Decode(aBlock);
+            return std::pair(aFinding, StoreDoubled(aDecoder, aBlock));
+        };
+        const auto [aFinding, aSamples] = aDecode();
+        const bool isZero = std::count(aSamples.begin(), aSamples.end(), 0.0F) ==
+                            static_cast<std::ptrdiff_t>(aSamples.size());
         EXPECT_TRUE(isZero || aFinding == j2k::HTFinding::None || aFinding == j2k::HTFinding::BadRefinement);
+        ForEachTarget([&] { EXPECT_EQ(aDecode(), std::pair(aFinding, aSamples)); });
     }
 }
 
