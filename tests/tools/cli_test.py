@@ -517,6 +517,23 @@ class CommandLine(Program):
                                             stderr=subprocess.DEVNULL).returncode, 3)
         self.assertEqual([name for name in os.listdir(tempfile.gettempdir()) if name.startswith(".quorix-")], [])
 
+    def test_frames_side_by_side_are_the_same_in_the_same_order(self):
+        whole = dicom(bytes(range(40)), 1, 1, allocated=8, frames=40)
+        later = dicom([rle_frame([b"\1"])] * 3 + [b"x"] * 12 + [rle_frame([b"\1"])] * 30, 1, 1, allocated=8, frames=45, syntax=RLE)
+        for name, content, arguments, status in (
+                ("all", whole, ["--all-frames"], 0), ("some", whole, ["--frames", "2-7,9,30-"], 0), ("given up", later, ["--all-frames"], 2),
+                ("cut", whole[:-12], ["--all-frames"], 2), ("one file", whole, ["--all-frames", "--format", "dicom"], 0)):
+            with self.subTest(name):
+                self.put("in", content)
+                seen = []
+                for jobs in ("1", "3", "50"):
+                    done = self.run_it("in", "--json", "--quiet", "-o", "out/", "--jobs", jobs, *arguments, status=status)
+                    lines = [{key: value for key, value in json.loads(line).items() if not key.startswith("time_")}
+                             for line in done.stdout.splitlines()]
+                    seen.append((lines, done.stderr, {file: self.get("out/" + file) for file in sorted(os.listdir(self.path("out")))}))
+                    shutil.rmtree(self.path("out"))
+                self.assertEqual(seen[1:], seen[:1] * 2)
+
     def test_output_names(self):
         files = {"a/x.dcm": MULTI, "a/deep/x.dcm": IMAGES["grey12"][0], "a/1.2.840.7": IMAGES["grey12"][0],
                  "a/notes.txt": b"no image", "a/DICOMDIR": IMAGES["grey12"][0], "x.jpg": IMAGES["bare8"][0],

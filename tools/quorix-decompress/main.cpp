@@ -61,7 +61,7 @@ void RunJobs(const DecodeJob::Context& theContext, InputQueue& theQueue)
     std::vector<std::jthread> aThreads;
     try
     {
-        for (int i = 1; i < theContext.itsOptions.GetJobs(); ++i)
+        for (int i = theContext.itsFrameThreads; i < theContext.itsOptions.GetJobs(); ++i)
         {
             aThreads.emplace_back([&] { Work(theContext, theQueue); });
         }
@@ -94,7 +94,9 @@ void RunInputs(const Options& theOptions, Reporter& theReporter, StopSignal& the
     const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
     theReporter.SetTotal(anInputs.GetFiles().size());
     CollectedInputs aQueue(anInputs.GetFiles());
-    RunJobs({theOptions, aPlanner, aWriter.get(), theReporter, theStop}, aQueue);
+    // One input's frames are what there is to share.
+    const int aFrameThreads = anInputs.GetFiles().size() == 1 ? theOptions.GetJobs() : 1;
+    RunJobs({theOptions, aPlanner, aWriter.get(), theReporter, theStop, aFrameThreads}, aQueue);
 }
 
 void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theStop)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "run/DecodeJob.h"
 
+#include <filesystem>
 #include <system_error>
 
 #include "decoding/CodecTable.h"
@@ -17,7 +18,7 @@ constexpr int kMostFailuresInARow = 8;
 
 /// Runs theAction, which may write.
 template <class Action>
-DecodeJob::Failure DecodeJob::Try(Action theAction)
+WriteFailure DecodeJob::Try(Action theAction)
 {
     try
     {
@@ -140,7 +141,7 @@ void DecodeJob::SaveRecord()
     {
         return;
     }
-    const Failure aFailure = Try([&] { itsRecord->Save(itsOutcome); });
+    const WriteFailure aFailure = Try([&] { itsRecord->Save(itsOutcome); });
     if (!aFailure.itsReason.empty())
     {
         ReportUnwritten("record", aFailure);
@@ -169,92 +170,116 @@ void DecodeJob::ShowInfo(JImageType theKind)
 void DecodeJob::DecodeFrames(JImageType theKind)
 {
     const Options& anOptions = itsContext.itsOptions;
-    const auto aDecoder =
-        FrameDecoder::Create(theKind, itsSource, {anOptions.GetScale(), anOptions.GetReading()});
-    const FrameSelection& aFrames = anOptions.GetFrames();
-    int aCount = 1;
+    FrameSequence aFrames(
+        {theKind, itsSource, {anOptions.GetScale(), anOptions.GetReading()}, anOptions.GetFrames()},
+        [this](DecodedFrame theFrame, bool hasSeveral)
+        { return FinishFrame(std::move(theFrame), hasSeveral); },
+        itsContext.itsFrameThreads);
     int aFailuresInARow = 0;
-    // Names in a list's output folder do not depend on how many frames there are.
-    bool hasSeveral = itsRecord && aFrames.HasSeveral();
-    for (std::optional<int> anIndex = aFrames.GetFirst(); anIndex && !IsStopped(*anIndex, aCount);
-         anIndex = aFrames.GetNext(*anIndex, aCount))
+    while (aFrames.HasNext() && !IsStopped(aFrames))
     {
-        DecodedFrame aFrame = aDecoder->Decode(*anIndex);
-        if (*anIndex == aFrames.GetFirst())
+        const int anIndex = aFrames.GetNextIndex();
+        FinishedFrame aFrame = aFrames.TakeNext(itsContext.itsStop.IsRaised());
+        if (anIndex == anOptions.GetFrames().GetFirst())
         {
-            aCount = aDecoder->GetNumberOfFrames(aFrame);
-            const std::uint64_t aMore = aFrames.CountBehind(*anIndex, aCount);
-            hasSeveral = hasSeveral || aMore > 0;
-            itsContext.itsReporter.AddToTotal(aMore);
+            itsContext.itsReporter.AddToTotal(aFrames.CountLeft());
         }
-        const bool isDone = HandleFrame(std::move(aFrame), hasSeveral);
-        aFailuresInARow = isDone ? 0 : aFailuresInARow + 1;
+        aFailuresInARow = HandleFrame(std::move(aFrame)) ? 0 : aFailuresInARow + 1;
         itsContext.itsReporter.AddDone(1);
-        if (aFailuresInARow == kMostFailuresInARow && aFrames.GetNext(*anIndex, aCount))
+        if (aFailuresInARow == kMostFailuresInARow && aFrames.HasNext())
         {
-            itsContext.itsReporter.PrintError(itsSource.GetPath() + ": given up after frame " +
-                                              std::to_string(*anIndex) + " of " + std::to_string(aCount));
-            itsContext.itsReporter.AddDone(aFrames.CountBehind(*anIndex, aCount));
+            GiveUp(aFrames, anIndex);
             break;
         }
     }
     FinishDICOMFile();
 }
 
-/// What was begun is finished; frames after a signal are not begun.
-bool DecodeJob::IsStopped(int theFrame, int theEnd)
+/// Of the frames behind theFrame nothing is left, whether they were begun or not.
+void DecodeJob::GiveUp(FrameSequence& theFrames, int theFrame)
 {
-    itsStopped = theFrame != itsContext.itsOptions.GetFrames().GetFirst() && itsContext.itsStop.IsRaised();
+    itsContext.itsReporter.PrintError(itsSource.GetPath() + ": given up after frame " +
+                                      std::to_string(theFrame) + " of " +
+                                      std::to_string(theFrames.GetCount()));
+    itsContext.itsReporter.AddDone(theFrames.CountLeft());
+    while (theFrames.IsNextBegun())
+    {
+        std::error_code anIgnored;
+        std::filesystem::remove(theFrames.TakeNext(true).itsOutput, anIgnored);
+    }
+}
+
+/// What was begun is finished; frames after a signal are not begun.
+bool DecodeJob::IsStopped(const FrameSequence& theFrames)
+{
+    itsStopped = theFrames.GetNextIndex() != itsContext.itsOptions.GetFrames().GetFirst() &&
+                 !theFrames.IsNextBegun() && itsContext.itsStop.IsRaised();
     if (itsStopped)
     {
         itsContext.itsReporter.PrintError(itsSource.GetPath() + ": stopped before frame " +
-                                          std::to_string(theFrame) + " of " + std::to_string(theEnd));
+                                          std::to_string(theFrames.GetNextIndex()) + " of " +
+                                          std::to_string(theFrames.GetCount()));
     }
     return itsStopped;
 }
 
-/// False for a frame that could not be decoded, or not written.
-bool DecodeJob::HandleFrame(DecodedFrame theFrame, bool hasSeveral)
+/// Called from several threads at once, but for inputs of lists, whose record has one user.
+FinishedFrame DecodeJob::FinishFrame(DecodedFrame theFrame, bool hasSeveral)
 {
-    if (!theFrame.IsDecoded())
+    FinishedFrame aFinished;
+    if (theFrame.IsDecoded())
     {
-        ReportFailure(theFrame);
+        if (itsContext.itsReporter.IsReporting())
+        {
+            aFinished.itsReport.emplace(itsSource.GetPath(), theFrame, Outcome::DECODED);
+        }
+        if (itsContext.itsOptions.GetFormat() != OutputFormat::DICOM)
+        {
+            // Names in a list's output folder do not depend on how many frames there are.
+            const bool isNumbered =
+                hasSeveral || (itsRecord && itsContext.itsOptions.GetFrames().HasSeveral());
+            aFinished.itsFailure = Try([&] { aFinished.itsOutput = WriteFrame(theFrame, isNumbered); });
+        }
+    }
+    aFinished.itsFrame = std::move(theFrame);
+    return aFinished;
+}
+
+/// False for a frame that could not be decoded, or not written.
+bool DecodeJob::HandleFrame(FinishedFrame theFrame)
+{
+    const DecodedFrame& aFrame = theFrame.itsFrame;
+    if (!aFrame.IsDecoded())
+    {
+        ReportFailure(aFrame);
         return false;
     }
-    itsContext.itsReporter.CountFrame(CodecTable::GetName(theFrame.itsTransferSyntaxUID),
-                                      theFrame.itsRenderable->getPixelDataSize());
-    PrintWarnings(theFrame);
-    const bool isReporting = itsContext.itsReporter.IsReporting();
+    itsContext.itsReporter.CountFrame(CodecTable::GetName(aFrame.itsTransferSyntaxUID),
+                                      aFrame.itsRenderable->getPixelDataSize());
+    PrintWarnings(aFrame);
     if (itsContext.itsOptions.GetFormat() == OutputFormat::DICOM)
     {
-        if (isReporting)
+        if (theFrame.itsReport)
         {
-            itsReports.emplace_back(itsSource.GetPath(), theFrame, Outcome::DECODED);
+            itsReports.push_back(*std::move(theFrame.itsReport));
         }
         if (itsDICOMError.itsReason.empty() && itsOutcome == Outcome::DECODED)
         {
-            itsDICOMError = Try([&] { itsDICOMWriter.AddFrame(std::move(theFrame)); });
+            itsDICOMError = Try([&] { itsDICOMWriter.AddFrame(std::move(theFrame.itsFrame)); });
         }
         return itsDICOMError.itsReason.empty();
     }
-    std::optional<FrameReport> aReport;
-    if (isReporting)
+    if (!theFrame.itsFailure.itsReason.empty())
     {
-        aReport.emplace(itsSource.GetPath(), theFrame, Outcome::DECODED);
+        ReportUnwritten("frame " + std::to_string(aFrame.itsFrame), theFrame.itsFailure);
     }
-    std::string anOutput;
-    const Failure aFailure = Try([&] { anOutput = WriteFrame(theFrame, hasSeveral); });
-    if (!aFailure.itsReason.empty())
+    if (theFrame.itsReport)
     {
-        ReportUnwritten("frame " + std::to_string(theFrame.itsFrame), aFailure);
+        theFrame.itsReport->SetOutput(theFrame.itsOutput);
+        theFrame.itsReport->SetWriteError(theFrame.itsFailure.itsReason);
+        PrintLine(theFrame.itsReport->ToLine());
     }
-    if (aReport)
-    {
-        aReport->SetOutput(anOutput);
-        aReport->SetWriteError(aFailure.itsReason);
-        PrintLine(aReport->ToLine());
-    }
-    return aFailure.itsReason.empty();
+    return theFrame.itsFailure.itsReason.empty();
 }
 
 void DecodeJob::PrintWarnings(const DecodedFrame& theFrame)
@@ -367,7 +392,7 @@ void DecodeJob::ReportFailure(const DecodedFrame& theFrame)
     }
 }
 
-void DecodeJob::ReportUnwritten(const std::string& theWhat, const Failure& theFailure)
+void DecodeJob::ReportUnwritten(const std::string& theWhat, const WriteFailure& theFailure)
 {
     itsUnwritten = true;
     if (!theFailure.itsIsRefusal)

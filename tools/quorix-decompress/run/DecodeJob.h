@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "decode/FrameDecoder.h"
+#include "decode/DecodedFrame.h"
 #include "inputs/InputSource.h"
 #include "outputs/DICOMWriter.h"
 #include "outputs/FrameWriter.h"
@@ -13,6 +13,7 @@
 #include "outputs/OutputRecord.h"
 #include "report/FrameReport.h"
 #include "report/Reporter.h"
+#include "run/FrameSequence.h"
 #include "run/Options.h"
 #include "run/StopSignal.h"
 
@@ -31,6 +32,7 @@ public:
         const FrameWriter* itsWriter; ///< null where frames get no file each
         Reporter& itsReporter;
         StopSignal& itsStop;
+        int itsFrameThreads = 1; ///< for the frames of one input
     };
 
     DecodeJob(const Context& theContext, const Input& theInput);
@@ -39,15 +41,8 @@ public:
     void Run();
 
 private:
-    /// Why an output was not written.
-    struct Failure
-    {
-        std::string itsReason; ///< empty where it was
-        bool itsIsRefusal = false;
-    };
-
     template <class Action>
-    static Failure Try(Action theAction);
+    static WriteFailure Try(Action theAction);
 
     void RunUnguarded();
     bool IsDoneBefore();
@@ -57,14 +52,16 @@ private:
     void PrintLine(const std::string& theLine);
     void ShowInfo(JImageType theKind);
     void DecodeFrames(JImageType theKind);
-    bool HandleFrame(DecodedFrame theFrame, bool hasSeveral);
+    FinishedFrame FinishFrame(DecodedFrame theFrame, bool hasSeveral);
+    bool HandleFrame(FinishedFrame theFrame);
     void PrintWarnings(const DecodedFrame& theFrame);
     std::string WriteFrame(const DecodedFrame& theFrame, bool hasSeveral);
     void FinishOutput(TemporaryFile& theFile, const std::string& thePath);
-    bool IsStopped(int theFrame, int theEnd);
+    bool IsStopped(const FrameSequence& theFrames);
+    void GiveUp(FrameSequence& theFrames, int theFrame);
     void FinishDICOMFile();
     void ReportFailure(const DecodedFrame& theFrame);
-    void ReportUnwritten(const std::string& theWhat, const Failure& theFailure);
+    void ReportUnwritten(const std::string& theWhat, const WriteFailure& theFailure);
 
     const Context& itsContext;
     InputSource itsSource;
@@ -80,5 +77,5 @@ private:
     // For a DICOM file: its frames, and the reports that wait for it.
     DICOMWriter itsDICOMWriter;
     std::vector<FrameReport> itsReports;
-    Failure itsDICOMError;
+    WriteFailure itsDICOMError;
 };

@@ -248,7 +248,10 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
     theApp.add_flag("--by-contract", itsByContract,
                     "Take files that do not say what they mean by the letter, as the library's classes do;\n"
                     "without it by what they must mean");
-    theApp.add_option("--jobs", itsJobs, "Inputs decoded side by side, one thread each (default 1)")
+    theApp
+        .add_option("--jobs", itsJobs,
+                    "Inputs, or the frames of a single one, decoded side by side,\n"
+                    "one thread each (default 1)")
         ->option_text("N")
         ->check(CLI::Range(1, 1024));
 }
