@@ -14,30 +14,26 @@
 
 namespace
 {
-ojph::point MakePoint(std::uint32_t theX, std::uint32_t theY)
+template <class Pair, class Number>
+Pair MakePair(Number theFirst, Number theSecond)
 {
-    ojph::point aPoint;
-    aPoint.x = theX;
-    aPoint.y = theY;
-    return aPoint;
+    return Pair(static_cast<ojph::ui32>(theFirst), static_cast<ojph::ui32>(theSecond));
 }
 
 void SetSize(ojph::param_siz theTarget, const PlanarImage& theImage, const OpenJpeg::Options& theOptions)
 {
-    theTarget.set_image_extent(MakePoint(theImage.itsX1, theImage.itsY1));
-    theTarget.set_image_offset(MakePoint(theImage.itsX0, theImage.itsY0));
+    theTarget.set_image_extent(MakePair<ojph::point>(theImage.itsX1, theImage.itsY1));
+    theTarget.set_image_offset(MakePair<ojph::point>(theImage.itsX0, theImage.itsY0));
     if (theOptions.itsTileWidth > 0)
     {
-        theTarget.set_tile_size(ojph::size(static_cast<ojph::ui32>(theOptions.itsTileWidth),
-                                           static_cast<ojph::ui32>(theOptions.itsTileHeight)));
-        theTarget.set_tile_offset(MakePoint(static_cast<ojph::ui32>(theOptions.itsTileX),
-                                            static_cast<ojph::ui32>(theOptions.itsTileY)));
+        theTarget.set_tile_size(MakePair<ojph::size>(theOptions.itsTileWidth, theOptions.itsTileHeight));
+        theTarget.set_tile_offset(MakePair<ojph::point>(theOptions.itsTileX, theOptions.itsTileY));
     }
     theTarget.set_num_components(static_cast<ojph::ui32>(theImage.itsComponents.size()));
     ojph::ui32 aNumber = 0;
     for (const PlanarComponent& aComponent : theImage.itsComponents)
     {
-        theTarget.set_component(aNumber++, MakePoint(aComponent.itsXRsiz, aComponent.itsYRsiz),
+        theTarget.set_component(aNumber++, MakePair<ojph::point>(aComponent.itsXRsiz, aComponent.itsYRsiz),
                                 static_cast<ojph::ui32>(aComponent.itsDepth), aComponent.itsSigned);
     }
 }
@@ -47,12 +43,11 @@ void SetCoding(ojph::param_cod theTarget, const OpenJpeg::Options& theOptions)
     theTarget.set_num_decomposition(static_cast<ojph::ui32>(theOptions.itsResolutions - 1));
     theTarget.set_block_dims(static_cast<ojph::ui32>(theOptions.itsBlockWidth),
                              static_cast<ojph::ui32>(theOptions.itsBlockHeight));
-    std::vector<ojph::size> aPrecincts;
+    std::vector<ojph::size> aPrecincts; // from the lowest resolution up
     for (const auto& [aWidth, aHeight] : theOptions.itsPrecincts)
     {
-        aPrecincts.emplace_back(static_cast<ojph::ui32>(aWidth), static_cast<ojph::ui32>(aHeight));
+        aPrecincts.insert(aPrecincts.begin(), MakePair<ojph::size>(aWidth, aHeight));
     }
-    std::reverse(aPrecincts.begin(), aPrecincts.end()); // from the lowest resolution up
     if (!aPrecincts.empty())
     {
         theTarget.set_precinct_size(static_cast<int>(aPrecincts.size()), aPrecincts.data());
