@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "engine/detail/markers/Capabilities.h"
+#include "engine/detail/markers/HighThroughputUse.h"
 
 #include <algorithm>
 #include <bit>
