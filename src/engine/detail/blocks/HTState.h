@@ -38,21 +38,23 @@ struct HTState
         itsQuadColumns = (itsWidth + 1) / 2;
         itsQuadRows = (itsHeight + 1) / 2;
         itsStride = (itsQuadColumns + kBorder - 1) / kBorder * kBorder + kBorder;
-        const std::size_t aSize = itsStride * (itsQuadRows + 1) + kBorder;
-        if (itsQuads.size() < aSize)
+        if (itsQuads.size() < GetSize())
         {
-            itsQuads.resize(aSize);
-            itsWords.resize(4 * aSize);
-            itsNarrowWords.resize(4 * aSize);
+            itsQuads.resize(GetSize());
+            itsWords.resize(4 * GetSize());
+            itsNarrowWords.resize(4 * GetSize());
         }
     }
 
-    /// The block is zero from now on.
+    /// The block is zero from now on. Larger ones before it cost nothing.
     void Clear()
     {
         itsIsNarrow = false;
-        std::fill(itsWords.begin(), itsWords.end(), 0U);
+        std::fill_n(itsWords.begin(), 4 * GetSize(), 0U);
     }
+
+    /// Quads with their borders.
+    std::size_t GetSize() const { return itsStride * (itsQuadRows + 1) + kBorder; }
 
     /// A row of quads.
     std::uint32_t* GetQuads(std::size_t theRow)
