@@ -65,7 +65,7 @@ const char* JPEGHeader::GetTransferSyntaxUID() const
 {
     if (IsJPEGLS())
     {
-        return TransferSyntaxType::TSJPEGLSUID;
+        return IsLossless() ? TransferSyntaxType::TSJPEGLSLosslessUID : TransferSyntaxType::TSJPEGLSUID;
     }
     if (IsLossless())
     {

@@ -33,6 +33,7 @@ protected:
 private:
     /// The transfer syntax that a DICOM file with this codestream would have; empty where nobody knows.
     RWCString FindTransferSyntax() const;
+    RWCString LossyKind(const RWCString& theUID) const;
 
     JImageType itsKind;
     const InputSource& itsSource;
@@ -120,6 +121,20 @@ RWCString BareImageDecoder::FindTransferSyntax() const
     return aHeader ? aHeader->GetTransferSyntaxUID() : "";
 }
 
+/// Of a codestream that has lost something: one without loss by its process, of which parts are missing, is
+/// called what its kind of input is.
+RWCString BareImageDecoder::LossyKind(const RWCString& theUID) const
+{
+    const CodecRow* const aRows[] = {CodecTable::Find(theUID, itsSettings.itsReading),
+                                     CodecTable::FindImageType(itsKind, itsSettings.itsReading)};
+    RWCString aKind;
+    for (const CodecRow* const aRow : aRows)
+    {
+        aKind = aKind.empty() && aRow != nullptr ? aRow->GetLossyKind(true) : aKind;
+    }
+    return aKind;
+}
+
 void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
 {
     if (theResult.itsFrame != 0)
@@ -143,7 +158,7 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     }
     if (theResult.itsRenderable->isLossyImageCompression())
     {
-        theResult.itsCompressionKind = CodecTable::FindBareStream(itsKind, false)->GetLossyKind(true);
+        theResult.itsCompressionKind = LossyKind(theResult.itsTransferSyntaxUID);
     }
 }
 

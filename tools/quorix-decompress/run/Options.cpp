@@ -239,12 +239,13 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
         ->option_text("N")
         ->check(CLI::Range(1, 31));
     theApp
-        .add_option(
-            "--type", theTexts.itsType,
-            "Kind of input: auto (by the first bytes), dicom, jpeg, j2k or j2k-lossless (both also for\n"
-            "JP2 files; they differ in what is said of loss)")
+        .add_option("--type", theTexts.itsType,
+                    "Kind of input: auto (by the first bytes), dicom, jpeg (also for JPEG-LS, which its "
+                    "frame header\n"
+                    "tells), jpegls, j2k or j2k-lossless (both also for JP2 files; they differ in what is "
+                    "said of loss)")
         ->option_text("TYPE")
-        ->check(CLI::IsMember({"auto", "dicom", "jpeg", "j2k", "j2k-lossless"}));
+        ->check(CLI::IsMember({"auto", "dicom", "jpeg", "jpegls", "j2k", "j2k-lossless"}));
     theApp.add_flag("--by-contract", itsByContract,
                     "Take files that do not say what they mean by the letter, as the library's classes do;\n"
                     "without it by what they must mean");
