@@ -19,15 +19,15 @@ import textwrap
 
 import bench_charts
 
-PEERS = ["library", "ijg8", "ijg12", "ijg16", "turbo", "dcmtk", "plain", "openjph", "openjpeg", "grok"]
+PEERS = ["library", "ijg8", "ijg12", "ijg16", "turbo", "dcmtk", "plain", "charls", "openjph", "openjpeg", "grok"]
 STAGES = ["packets", "blocks", "lines", "all"]
 # The tables of speeds: group, and what the names of their cases match.
 SPEEDS = {"frame": ("frame", ""), "jpeg-dct": ("jpeg", "baseline|progressive|extended"),
-          "jpeg-lossless": ("jpeg", "lossless"), "jpeg2000": ("jpeg2000", ""), "htj2k": ("htj2k", ""),
-          "file": ("file", ""),
+          "jpeg-lossless": ("jpeg", "lossless"), "jpegls": ("jpegls", ""), "jpeg2000": ("jpeg2000", ""),
+          "htj2k": ("htj2k", ""), "file": ("file", ""),
           "colour": ("colour", ""), "wavelet": ("wavelet", ""), "components": ("components", "")}
-PACKAGES = ["libdcmtk-dev", "libgdcm-dev", "libjpeg62-turbo-dev", "libopenjp2-7-dev", "libopenjph-dev", "grokj2k-tools",
-            "libhwy-dev", "libbenchmark-dev", "default-jdk-headless"]
+PACKAGES = ["libdcmtk-dev", "libgdcm-dev", "libjpeg62-turbo-dev", "libcharls-dev", "libopenjp2-7-dev", "libopenjph-dev",
+            "grokj2k-tools", "libhwy-dev", "libbenchmark-dev", "default-jdk-headless"]
 
 
 def natural(text):
