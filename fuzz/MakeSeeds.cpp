@@ -4,6 +4,8 @@
 #include <fstream>
 #include <string>
 
+#include <charls/charls.h>
+
 #include "FuzzInput.h"
 #include "image/Renderable.h"
 #include "support/DicomBuilder.h"
@@ -110,6 +112,62 @@ void WriteRle()
             aBytesPerSample, aSamples, aColumns);
         Write("rle", aName, aStream, Bytes{0} + DescribeFrame(aFrame));
         WriteFile(aName, TransferSyntaxType::TSRLEUID, aFrame, aStream);
+    }
+}
+
+Bytes EncodeJPEGLS(const Bytes& thePixels, const Description& theFrame, charls::interleave_mode theMode,
+                   int theNear)
+{
+    charls::jpegls_encoder anEncoder;
+    anEncoder
+        .frame_info({static_cast<std::uint32_t>(theFrame.itsWidth),
+                     static_cast<std::uint32_t>(theFrame.itsHeight), theFrame.itsBits, theFrame.itsSamples})
+        .interleave_mode(theMode)
+        .near_lossless(theNear);
+    Bytes aStream(anEncoder.estimated_destination_size());
+    anEncoder.destination(aStream);
+    aStream.resize(anEncoder.encode(thePixels));
+    return aStream;
+}
+
+/// Stored blocks only, which any change leaves valid but for the lengths.
+Bytes Deflate(const Bytes& theBytes)
+{
+    const auto aLow = static_cast<std::uint8_t>(theBytes.size()),
+               aHigh = static_cast<std::uint8_t>(theBytes.size() >> 8);
+    return Bytes{1, aLow, aHigh, static_cast<std::uint8_t>(~aLow), static_cast<std::uint8_t>(~aHigh)} +
+           theBytes;
+}
+
+void WriteExtensions()
+{
+    using Mode = charls::interleave_mode;
+    struct Row
+    {
+        const char* itsName;
+        Description itsFrame;
+        Mode itsMode = Mode::none;
+        int itsNear = 0;
+    };
+    const Row kRows[] = {{"grey8", {13, 9}},
+                         {"grey16", {13, 9, 1, 16}},
+                         {"grey16Near", {13, 9, 1, 16}, Mode::none, 3},
+                         {"planes", {13, 9, 3, 8, "RGB", 1}},
+                         {"lines", {13, 9, 3, 8, "RGB", 1}, Mode::line},
+                         {"pixels", {5, 4, 3, 16, "YBR_FULL", 2}, Mode::sample}};
+    for (const auto& [aName, aFrame, aMode, aNear] : kRows)
+    {
+        const Bytes aPixels = Ramp(static_cast<std::size_t>(aFrame.itsWidth * aFrame.itsHeight *
+                                                            aFrame.itsSamples * (aFrame.itsBits / 8)));
+        const Bytes aStream = EncodeJPEGLS(aPixels, aFrame, aMode, aNear);
+        const Bytes kStreams[] = {aStream, aStream, aPixels, Deflate(aPixels)};
+        for (std::uint8_t aSyntax = 0; aSyntax < std::size(kStreams); ++aSyntax)
+        {
+            Write("extensions", aName + std::to_string(aSyntax), kStreams[aSyntax],
+                  Bytes{aSyntax, 0} + DescribeFrame(aFrame));
+        }
+        Write("bare", aName + std::string("LS"), aStream, {0, 0, 0, 1, 0});
+        WriteFile(aName + std::string("LS"), TransferSyntaxType::TSJPEGLSUID, aFrame, aStream);
     }
 }
 
@@ -372,6 +430,7 @@ int main(int theCount, char** theArguments)
     }
     theFolder = theArguments[1];
     WriteRle();
+    WriteExtensions();
     WriteLossyJpegs();
     WriteLosslessJpegs();
     WriteJpeg2000();
