@@ -164,6 +164,9 @@ MAPPED = [value for index in range(30) for value in (index, (31 - index) * 8, (3
 J2K_RAMP, JPEG_RAMP, JPEG_STEPS, JPEG_COLOUR, JPEG_FLAT = (
     pathlib.Path(__file__).with_name("images").joinpath(name).read_bytes()
     for name in ("ramp.j2k", "ramp.jpg", "steps.jpg", "colour.jpg", "flat.jpg"))
+# 3 x 2 pixels by CharLS 2.4.1.
+JPEGLS = bytes.fromhex("ffd8fff7000b080002000301011100ffda00080101000000005b4506c0ffd9")
+JPEGLS_PIXELS = [1, 2, 3, 250, 5, 6]
 J2K_SIGNED = J2K_RAMP[:42] + b"\x8b" + J2K_RAMP[43:]  # the depth, with the sign
 HIGH, LOW = bytes(value >> 8 for value in RAMP), bytes(value & 255 for value in RAMP)
 
@@ -195,6 +198,12 @@ IMAGES = {
                   words([v - 2048 & 4095 for v in RAMP])),
     "barej2k": (J2K_RAMP, 16, RAMP, words(RAMP)),
     "jp2": (jp2(J2K_RAMP), 16, RAMP, words(RAMP)),
+    "jpegls": (dicom([JPEGLS + b"\0"], 2, 3, allocated=8, syntax="1.2.840.10008.1.2.4.81"), 8, JPEGLS_PIXELS,
+               bytes(JPEGLS_PIXELS)),
+    "barejpegls": (JPEGLS, 8, JPEGLS_PIXELS, bytes(JPEGLS_PIXELS)),
+    "uncompressed": (dicom([words(RAMP)], 5, 6, stored=12, syntax="1.2.840.10008.1.2.1.98"), 16, RAMP, words(RAMP)),
+    "deflated": (dicom([zlib.compress(words(RAMP), wbits=-15)], 5, 6, stored=12, syntax="1.2.840.10008.1.2.8.1"), 16,
+                 RAMP, words(RAMP)),
     "flat8": (JPEG_FLAT, 8, [138] * 64, bytes([138] * 64)),
     "flat12": (deeper(JPEG_FLAT, 0xc1, 12)[:-4] + b"\x4f\x11\xff\xd9", 16, [2500] * 64, words([2500] * 64)),
 }
@@ -359,6 +368,25 @@ class CommandLine(Program):
             for name in ("in.j2k", "in.jp2"):
                 self.assertEqual(self.lines(name, "--type", kind)[0]["lossy"], False)
                 self.assertEqual(self.lines(name, "--type", kind, "--by-contract")[0]["lossy"], contract)
+
+    def test_info_names_every_transfer_syntax(self):
+        for uid, codec, available in (("4.80", "JPEG-LS lossless", True), ("8.1", "deflated image frame", True),
+                                      ("4.102", "MPEG-4 AVC/H.264, high profile at level 4.1", False),
+                                      ("4.112", "JPEG XL", False), ("4.205", "JPIP reference, high-throughput "
+                                                                    "JPEG 2000, deflated", False),
+                                      ("7.1", "SMPTE ST 2110-20, uncompressed progressive video", False)):
+            self.put("in", dicom([JPEGLS], 2, 3, allocated=8, syntax="1.2.840.10008.1.2." + uid))
+            info = self.lines("--info", "in", status=0)[0]
+            self.assertEqual((info.get("codec"), info.get("codec_available")), (codec, available), info)
+
+    def test_jpegls_is_told_by_its_frame_header(self):
+        self.put("in", JPEGLS)
+        info = self.lines("--info", "in")[0]
+        self.assertEqual((info["type"], info["transfer_syntax"], info["lossy"]),
+                         ("JPEG-LS", "1.2.840.10008.1.2.4.80", False))
+        for kind in ("auto", "jpeg", "jpegls"):
+            self.run_it("in", "--type", kind, "--format", "none")
+            self.run_it("in", "--type", kind, "--by-contract", "--format", "none", status=4)
 
     @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
     def test_lossy_history(self):
