@@ -134,6 +134,7 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     {
         DecodeEncapsulated(aFrame, theFrameIndex);
     }
+    SettleGreyLabel(aFrame);
     Describe(aFrame);
     ConvertToRGB(aFrame);
     Renderable& anImage = *aFrame.itsRenderable;
@@ -212,6 +213,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
     SettleDecodedSize(theFrame);
+    SettleRoom(theFrame, aDriver);
     SettleGreyDepth(theFrame, aDriver);
     SettleColourDepth(theFrame, aDriver.GetDepth());
     theFrame.itsIsDepthKnown = aDriver.GetDepth() != 0;
@@ -303,6 +305,45 @@ void Part10FrameLoader::SettleInterpretation(Frame& theFrame) const
         itsFrontEnd.GetDataSet().GetString(DICOMTags::PhotometricInterpretation, aDecoded);
         theFrame.itsInterpretation =
             aDecoded == "YBR_FULL" || aDecoded == "YBR_FULL_422" ? Renderable::YBR_FULL : Renderable::RGB;
+    }
+}
+
+/// Three samples a pixel are no grey values, whatever their label says.
+void Part10FrameLoader::SettleGreyLabel(Frame& theFrame) const
+{
+    const auto aLabel = theFrame.itsInterpretation;
+    if (theFrame.itsAttributes.itsSamplesPerPixel != 3 ||
+        (aLabel != Renderable::MONOCHROME1 && aLabel != Renderable::MONOCHROME2 &&
+         aLabel != Renderable::PALETTE_COLOR))
+    {
+        return;
+    }
+    ReadingContext& aContext = itsFrontEnd.GetReadingContext();
+    aContext.Warn(WarningIdentifier::kColourLabel, "the data set says " +
+                                                       theFrame.itsAttributes.itsPhotometricInterpretation +
+                                                       ", pixels have three samples");
+    theFrame.itsInterpretation = aContext.IsByMeaning() ? Renderable::RGB : aLabel;
+}
+
+/// Bits that the decoded samples have no room for are not stored.
+void Part10FrameLoader::SettleRoom(Frame& theFrame, const Driver& theDriver) const
+{
+    Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    if (anImage.itsSamplesPerPixel != 1 || anImage.itsBitsStored <= anImage.itsBitsAllocated)
+    {
+        return;
+    }
+    ReadingContext& aContext = itsFrontEnd.GetReadingContext();
+    aContext.Warn(WarningIdentifier::kDepth, "the data set says " + std::to_string(anImage.itsBitsStored) +
+                                                 " bits stored, samples have " +
+                                                 std::to_string(anImage.itsBitsAllocated));
+    if (aContext.IsByMeaning())
+    {
+        const int aDepth = theDriver.GetDepth();
+        anImage.itsBitsStored =
+            aDepth > 0 ? std::min(aDepth, anImage.itsBitsAllocated) : anImage.itsBitsAllocated;
+        anImage.itsHighBit = anImage.itsBitsStored - 1;
+        theDriver.WriteDepth(anImage.itsBitsStored);
     }
 }
 

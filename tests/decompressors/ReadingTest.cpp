@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <numeric>
 #include <set>
 
 #include "decompressors/DecompressorRuns.h"
@@ -612,6 +613,8 @@ std::vector<Row> MakeJp2Rows()
 std::vector<Row> MakeRows()
 {
     const Bytes aPlain = Jpeg2000Streams::ColourPixels();
+    Bytes aRamp(16);
+    std::iota(aRamp.begin(), aRamp.end(), std::uint8_t{0});
     const Bytes aCodes = Jpeg2000Streams::GreyWords([](int theValue) { return theValue + 2048; });
     const Bytes anExtended = Jpeg2000Streams::GreyWords(
         [](int theValue) { return theValue >= 0 ? theValue - 2048 : theValue + 2048; });
@@ -654,6 +657,17 @@ std::vector<Row> MakeRows()
          GreyJpeg("YBR_FULL_422"),
          {12, {}, "", {"colour-label@0"}},
          {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
+        {"three native samples labelled MONOCHROME1",
+         Native(DicomBuilder::Syntax::EXPLICIT_LITTLE, 3, "MONOCHROME1", 1, 2, 8, 0, {1, 2, 3, 4, 5, 6},
+                "OW"),
+         {0, {1, 2, 3, 4, 5, 6}, "MONOCHROME1 8/8/7", {"colour-label@0"}},
+         {0, {1, 2, 3, 4, 5, 6}, "RGB 8/8/7", {"colour-label@0"}}},
+        {"bytes of which 16 bits are said to be stored",
+         Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID,
+                      {.itsWidth = 4, .itsHeight = 4, .itsPrecision = 16}, "MONOCHROME2",
+                      {Jpeg2000Streams::Indices()}),
+         {0, aRamp, "MONOCHROME2 8/16/15", {"depth@0"}},
+         {0, aRamp, "MONOCHROME2 8/8/7", {"depth@0"}}},
         {"JPEG 2000 without a transform labelled YBR_FULL_422",
          PlainColourFile("YBR_FULL_422"),
          {0, aPlain, "RGB 8/8/7", {"colour-label@0"}},

@@ -63,6 +63,8 @@ private:
     bool HasForeignWords() const;
     void SettleByteOrder(Frame& theFrame) const;
     void MakeUnsigned(Frame& theFrame) const;
+    void SettleGreyLabel(Frame& theFrame) const;
+    void SettleRoom(Frame& theFrame, const Driver& theDriver) const;
     void SettleGreyDepth(Frame& theFrame, const Driver& theDriver) const;
     static void SettleColourDepth(Frame& theFrame, int theDepth);
     void Describe(Frame& theFrame) const;
