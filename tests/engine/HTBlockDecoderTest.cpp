@@ -181,11 +181,11 @@ TEST_F(HTBlockDecoderRandomTest, Damaged)
             const j2k::HTFinding aFinding = aDecoder.Decode(aBlock);
             return std::pair(aFinding, StoreDoubled(aDecoder, aBlock));
         };
-        const auto [aFinding, aSamples] = aDecode();
-        const bool isZero = std::count(aSamples.begin(), aSamples.end(), 0.0F) ==
-                            static_cast<std::ptrdiff_t>(aSamples.size());
-        EXPECT_TRUE(isZero || aFinding == j2k::HTFinding::None || aFinding == j2k::HTFinding::BadRefinement);
-        ForEachTarget([&] { EXPECT_EQ(aDecode(), std::pair(aFinding, aSamples)); });
+        const auto anExpected = aDecode();
+        const auto& [aFinding, aSamples] = anExpected;
+        EXPECT_TRUE(aFinding == j2k::HTFinding::None || aFinding == j2k::HTFinding::BadRefinement ||
+                    aSamples == std::vector<float>(aSamples.size()));
+        ForEachTarget([&] { EXPECT_EQ(aDecode(), anExpected); });
     }
 }
 

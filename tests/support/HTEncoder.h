@@ -69,6 +69,16 @@ private:
                (aBit(x + 1, y - 1) | aBit(x + 2, y - 1)) << 2;
     }
 
+    std::uint32_t GetKappa(std::size_t theRow, std::size_t theColumn, std::uint32_t theRho) const
+    {
+        std::uint32_t aLargest = 2;
+        for (std::size_t i = 0; i < 4 && theRow > 0 && std::popcount(theRho) > 1; ++i)
+        {
+            aLargest = std::max(aLargest, GetExponent(2 * theColumn + i - 1, 2 * theRow - 1));
+        }
+        return aLargest - 1;
+    }
+
     /// Any code that says which samples are significant, and nothing of top bits that is not so. Returns u.
     std::uint32_t PutQuad(std::size_t theRow, std::size_t theColumn)
     {
@@ -82,12 +92,7 @@ private:
             aRho |= aSample != 0 ? 1U << n : 0;
             aValues[n] = 2 * static_cast<std::uint32_t>(std::abs(aSample)) - (aSample < 0 ? 1 : 2);
         }
-        std::uint32_t aKappa = 2;
-        for (std::size_t i = 0; i < 4 && theRow > 0 && std::popcount(aRho) > 1; ++i)
-        {
-            aKappa = std::max(aKappa, GetExponent(2 * theColumn + i - 1, 2 * theRow - 1));
-        }
-        --aKappa;
+        const std::uint32_t aKappa = GetKappa(theRow, theColumn, aRho);
         const std::uint32_t aWidth =
             std::max(aKappa, *std::max_element(anExponents.begin(), anExponents.end()));
         const std::uint32_t aContext = GetContext(theRow, theColumn);

@@ -89,6 +89,7 @@ private:
     HWY_INLINE Words LoadWindows(std::size_t thePair) const;
     HWY_INLINE static Words ReadBits(Words theWindows, Words thePlaces);
     HWY_INLINE Words ReadGroup(std::size_t thePair) const;
+    HWY_INLINE void StoreWords(std::size_t theQuad, Words theFirst, Words theSecond);
 
     HTState& itsState;
     std::uint32_t itsLimit;
@@ -250,23 +251,36 @@ HWY_INLINE NarrowReader::Words NarrowReader::ReadGroup(std::size_t thePair) cons
 
 HWY_INLINE void NarrowReader::ReadPiece(std::size_t theQuad)
 {
+    const Lanes aTag;
+    const Quads aQuads;
+    if (hn::AllTrue(aQuads, hn::Eq(hn::LoadU(aQuads, itsRowQuads + theQuad), hn::Zero(aQuads))))
+    {
+        StoreWords(theQuad, hn::Zero(aTag), hn::Zero(aTag));
+        return;
+    }
     if (HWY_UNLIKELY(itsHasGivenUp) || !FindLengths(theQuad))
     {
         itsHasGivenUp = true;
         return;
     }
     FindPlaces();
-    const Lanes aTag;
-    const Halves aHalves;
     const auto aFirst = ReadGroup(0);
     const auto aSecond = ReadGroup(kPairs);
-    hn::Store(hn::Or(hn::Load(aTag, itsAll.data()), hn::Or(aFirst, aSecond)), aTag, itsAll.data());
-    const auto aLeft = hn::BitCast(aHalves, aFirst);
-    const auto aRight = hn::BitCast(aHalves, aSecond);
+    StoreWords(theQuad, aFirst, aSecond);
+}
+
+/// Two groups as rows.
+HWY_INLINE void NarrowReader::StoreWords(std::size_t theQuad, Words theFirst, Words theSecond)
+{
+    const Lanes aTag;
+    const Halves aHalves;
+    const auto aFirst = hn::BitCast(aHalves, theFirst);
+    const auto aSecond = hn::BitCast(aHalves, theSecond);
     std::uint16_t* const aTop = itsTop + 2 * theQuad;
-    hn::StoreU(hn::BitCast(aTag, hn::ConcatEven(aHalves, aRight, aLeft)), aTag, aTop);
-    hn::StoreU(hn::BitCast(aTag, hn::ConcatOdd(aHalves, aRight, aLeft)), aTag,
-               aTop + itsState.GetWordStride());
+    std::uint16_t* const aBottom = aTop + itsState.GetWordStride();
+    hn::StoreU(hn::BitCast(aTag, hn::ConcatEven(aHalves, aSecond, aFirst)), aTag, aTop);
+    hn::StoreU(hn::BitCast(aTag, hn::ConcatOdd(aHalves, aSecond, aFirst)), aTag, aBottom);
+    hn::Store(hn::Or(hn::Load(aTag, itsAll.data()), hn::Or(theFirst, theSecond)), aTag, itsAll.data());
 }
 
 } // namespace HWY_NAMESPACE

@@ -62,10 +62,16 @@ public:
                 ReadPair<isFirstRow, false>(aVLC, aLeft, aQuads + q, itsContexts.data() + q);
             }
             theOther(aPiece);
+            // Not those of the last piece: what is just being written cannot be read as a vector without a
+            // wait.
+            if (aPiece > 0)
+            {
+                FindContexts(aQuads, aPiece - kPieceQuads);
+            }
         }
         itsVLC = aVLC;
         std::fill(aQuads + aColumns, aQuads + itsState.itsStride, 0U);
-        FindContexts(aQuads);
+        FindContexts(aQuads, (aColumns - 1) / kPieceQuads * kPieceQuads);
         return !aVLC.HasOverrun();
     }
 
@@ -98,6 +104,14 @@ private:
     HWY_INLINE std::uint32_t ReadPair(VLCReader& theVLC, std::uint32_t theLeft, std::uint32_t* theQuads,
                                       const std::uint32_t* theAbove)
     {
+        // Two quads that are empty take no bits, only events, which often come in runs.
+        if (hasSecond && (GetContext<isFirstRow>(theLeft) | theAbove[0] | theAbove[1]) == 0 &&
+            itsMEL.SkipZeros(2))
+        {
+            theQuads[0] = 0;
+            theQuads[1] = 0;
+            return 0;
+        }
         theVLC.Refill();
         const std::uint32_t aFirst =
             ReadCode<isFirstRow>(theVLC, GetContext<isFirstRow>(theLeft) | theAbove[0]);
@@ -132,7 +146,7 @@ private:
         return aLong.itsLength | aLong.itsFirst << 8 | aLong.itsSecond << 16;
     }
 
-    void FindContexts(const std::uint32_t* theQuads);
+    HWY_INLINE void FindContexts(const std::uint32_t* theQuads, std::size_t thePiece);
 
     HTState& itsState;
     VLCReader itsVLC;
@@ -143,16 +157,16 @@ private:
 
 // Bottom samples of three quads, numbers 1 and 3: the lowest bit of the context is north-west or north, the
 // highest north-east or far.
-inline void QuadReader::FindContexts(const std::uint32_t* theQuads)
+HWY_INLINE void QuadReader::FindContexts(const std::uint32_t* theQuads, std::size_t thePiece)
 {
     constexpr int kLeft = HTQuad::kRhoShift + 1;
     constexpr int kRight = HTQuad::kRhoShift + 3;
     constexpr int kLow = kHTContextShift;
     constexpr int kHigh = kHTContextShift + 2;
-    const hn::CappedTag<std::uint32_t, HTState::kBorder> aTag;
+    const hn::CappedTag<std::uint32_t, kPieceQuads> aTag;
     const auto aLow = hn::Set(aTag, 1U << kLow);
     const auto aHigh = hn::Set(aTag, 1U << kHigh);
-    for (std::size_t q = 0; q < itsState.itsQuadColumns; q += hn::Lanes(aTag))
+    for (std::size_t q = thePiece; q < thePiece + kPieceQuads; q += hn::Lanes(aTag))
     {
         const auto aWest = hn::ShiftRight<kRight - kLow>(hn::LoadU(aTag, theQuads + q - 1));
         const auto aQuad = hn::LoadU(aTag, theQuads + q);

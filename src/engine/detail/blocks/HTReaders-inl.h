@@ -47,6 +47,14 @@ public:
         return isOne;
     }
 
+    /// Takes theCount zeros if the current run has them.
+    HWY_INLINE bool SkipZeros(std::int32_t theCount)
+    {
+        const bool hasThem = itsRun >= 2 * theCount;
+        itsRun -= hasThem ? 2 * theCount : 0;
+        return hasThem;
+    }
+
 private:
     HWY_NOINLINE void ReadRun()
     {
