@@ -20,8 +20,8 @@ enum class Band : std::uint8_t
 
 /// One codeword segment of a code-block: bytes that one arithmetic or raw decoder reads from start to end.
 ///
-/// At least theLead bytes before itsData are readable, and theTail bytes behind its end are writable
-/// and hold 0xFF: a decoder may run into them without asking.
+/// At least kLead bytes before itsData are readable, and kTail bytes behind its end are writable and hold
+/// 0xFF: a decoder may run into them without asking. But for those of high-throughput blocks.
 struct CodedSegment
 {
     static constexpr std::uint32_t kLead = 8;

@@ -31,6 +31,24 @@ std::size_t ListSegments(const CodeBlock& theSource, const CodePieces& thePieces
     return aBytes;
 }
 
+// Lets the segments refer to the body itself; false where one of them is not in one piece there.
+bool ReferToSegments(const CodeBlock& theSource, const CodePieces& thePieces, const TileBody& theBody,
+                     std::vector<CodedSegment>& theSegments)
+{
+    std::uint32_t aNumber = theSource.itsFirstPiece;
+    for (CodedSegment& aSegment : theSegments)
+    {
+        const CodePiece& aPiece = thePieces.Get(aNumber);
+        aSegment.itsData = theBody.Find(aPiece.itsPosition, aSegment.itsLength);
+        aNumber = aPiece.itsNext;
+        if (aSegment.itsData == nullptr || aPiece.itsLength != aSegment.itsLength)
+        {
+            return false;
+        }
+    }
+    return aNumber == 0;
+}
+
 // Puts the segments at their places, and the margin behind each.
 void PlaceSegments(std::vector<CodedSegment>& theSegments, std::uint8_t* theBytes)
 {
@@ -50,6 +68,12 @@ void CollectSegments(const CodeBlock& theSource, const CodePieces& thePieces, co
                      CollectedBlock& theBlock)
 {
     const std::size_t aBytes = ListSegments(theSource, thePieces, theBlock.itsSegments);
+    theBlock.itsBlock.itsSegments = theBlock.itsSegments;
+    if (theBlock.itsBlock.itsIsHighThroughput &&
+        ReferToSegments(theSource, thePieces, theBody, theBlock.itsSegments))
+    {
+        return;
+    }
     if (theBlock.itsBytes.size() < aBytes)
     {
         theBlock.itsBytes.resize(aBytes + aBytes / 2);
@@ -67,7 +91,6 @@ void CollectSegments(const CodeBlock& theSource, const CodePieces& thePieces, co
         aPlace += aPiece.itsLength;
         aNumber = aPiece.itsNext;
     }
-    theBlock.itsBlock.itsSegments = theBlock.itsSegments;
 }
 
 } // namespace j2k

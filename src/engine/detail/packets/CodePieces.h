@@ -110,7 +110,8 @@ private:
 };
 
 /// Copies the pieces of theSource, which has at least one, into theBlock's bytes, segment by segment with the
-/// margins of CodedSegment, and lists the segments. Memory of earlier blocks is used again.
+/// margins of CodedSegment, and lists the segments. Memory of earlier blocks is used again. High-throughput
+/// segments, which need no margins, are left where they are, if they can be.
 void CollectSegments(const CodeBlock& theSource, const CodePieces& thePieces, const TileBody& theBody,
                      CollectedBlock& theBlock);
 

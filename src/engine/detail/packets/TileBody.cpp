@@ -58,6 +58,17 @@ void TileBody::Copy(std::uint64_t thePosition, std::size_t theCount, std::uint8_
     }
 }
 
+const std::uint8_t* TileBody::Find(std::uint64_t thePosition, std::size_t theCount) const
+{
+    if (itsChunks.empty())
+    {
+        return nullptr;
+    }
+    const Chunk& aChunk = itsChunks[FindChunk(thePosition)];
+    return aChunk.itsEnd - thePosition < theCount ? nullptr
+                                                  : aChunk.itsData + (thePosition - aChunk.itsStart);
+}
+
 std::uint64_t TileBody::GetOffset(std::uint64_t thePosition) const
 {
     if (itsChunks.empty())

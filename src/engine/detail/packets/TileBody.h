@@ -26,6 +26,9 @@ public:
     /// Copies theCount bytes from thePosition on; both must lie within the size.
     void Copy(std::uint64_t thePosition, std::size_t theCount, std::uint8_t* theBytes) const;
 
+    /// Where theCount bytes from thePosition on lie together; null where they do not.
+    const std::uint8_t* Find(std::uint64_t thePosition, std::size_t theCount) const;
+
     /// The offset from the start of the codestream, for reports.
     std::uint64_t GetOffset(std::uint64_t thePosition) const;
 
