@@ -47,3 +47,26 @@ if(QUORIX_BUILD_TOOLS AND TARGET quorix-decompress)
   set_target_properties(quorix-decompress PROPERTIES INSTALL_RPATH "$ORIGIN/${theLibFromBin}")
   install(TARGETS quorix-decompress RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
+
+# Papers: licences, and what is inside. The bill of materials is made where the names of what was linked can be had.
+set(theDocDir "${CMAKE_INSTALL_DATADIR}/doc/quorix-decompression")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/NOTICE" DESTINATION "${theDocDir}")
+set(theMaterials linked $<TARGET_FILE:QuorixDecompLib>)
+if(QUORIX_BUILD_TOOLS)
+  list(APPEND theMaterials $<TARGET_FILE:quorix-decompress>)
+endif()
+if(QUORIX_PORTABLE)
+  set(theMaterials pinned "${QUORIX_THIRD_PARTY_DIR}")
+  install(DIRECTORY "${QUORIX_THIRD_PARTY_DIR}/licences" DESTINATION "${theDocDir}")
+endif()
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND AND (QUORIX_PORTABLE OR NOT CMAKE_CROSSCOMPILING))
+  set(theBill "${PROJECT_BINARY_DIR}/sbom.spdx.json")
+  add_custom_command(OUTPUT "${theBill}"
+    COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/scripts/sbom.py" ${PROJECT_VERSION} ${theMaterials} > "${theBill}"
+    DEPENDS "${PROJECT_SOURCE_DIR}/scripts/sbom.py" "${PROJECT_SOURCE_DIR}/third-party/sources.txt" QuorixDecompLib
+      $<TARGET_NAME_IF_EXISTS:quorix-decompress>
+    VERBATIM)
+  add_custom_target(quorix_sbom ALL DEPENDS "${theBill}")
+  install(FILES "${theBill}" DESTINATION "${theDocDir}")
+endif()

@@ -21,9 +21,9 @@ for file in "$@"; do
     has --dyn-syms ' __[a-z]+_chk(@|$)' || fault "no call of the C library is checked"
     # The mark in the file's notes is lost as soon as one of the C library's own start files lacks it.
     case "$(readelf -hW "$file")" in
-    *X86-64*) landing=endbr64 ;;
-    *) landing='paciasp|bti' ;;
+    *X86-64*) landing=endbr64 disassembler=x86_64-linux-gnu-objdump ;;
+    *) landing='paciasp|bti' disassembler=aarch64-linux-gnu-objdump ;;
     esac
-    [ "$(objdump -d --no-show-raw-insn "$file" | grep -Ec "$landing")" -gt 100 ] || fault "branches are not protected"
+    [ "$($disassembler -d --no-show-raw-insn "$file" | grep -Ec "$landing")" -gt 100 ] || fault "branches are not protected"
 done
 exit "$faults"
