@@ -40,8 +40,7 @@ quorix_third_party("" PkgConfig::HWY libhwy.a)
 quorix_third_party(JPEG JPEG::JPEG libjpeg.a)
 quorix_third_party(PNG PNG::PNG libpng16.a ZLIB::ZLIB m)
 quorix_third_party(OpenSSL OpenSSL::Crypto libcrypto.a Threads::Threads)
-# No static CharLS among those libraries: JPEG-LS ends with code 48.
-set(QUORIX_WITH_CHARLS OFF)
+quorix_third_party(charls charls libcharls.a)
 quorix_third_party(CLI11 CLI11::CLI11)
 quorix_third_party(nlohmann_json nlohmann_json::nlohmann_json)
 
@@ -54,5 +53,12 @@ function(quorix_self_contained theTarget)
   get_target_property(aType ${theTarget} TYPE)
   if(aType STREQUAL "EXECUTABLE")
     target_link_options(${theTarget} PRIVATE LINKER:--wrap=__libc_start_main)
+  else()
+    # Exceptions go from a library to its program.
+    target_sources(${theTarget} PRIVATE "${PROJECT_SOURCE_DIR}/third-party/runtime/SharedUnwinder.cpp")
+    foreach(anEntry IN ITEMS DeleteException GetDataRelBase GetIPInfo GetLanguageSpecificData GetRegionStart
+        GetTextRelBase RaiseException Resume Resume_or_Rethrow SetGR SetIP)
+      target_link_options(${theTarget} PRIVATE LINKER:--wrap=_Unwind_${anEntry})
+    endforeach()
   endif()
 endfunction()

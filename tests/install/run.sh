@@ -45,7 +45,7 @@ PYTHONPATH="$source/tests/tools" python3 -B -c 'import cli_test, sys; sys.stdout
     >"$work/multi.dcm"
 expect_frames() {
     answer=$("$1" "$work/multi.dcm"; "$1" "$work/missing")
-    [ "$answer" = "3 frames: 10 20 30code 3" ] || { echo "$1: $answer" >&2; exit 1; }
+    [ "$answer" = "3 frames: 10 20 30code 3 0" ] || { echo "$1: $answer" >&2; exit 1; }
 }
 front_door=$source/tests/install/front_door
 for name in g++ clang++; do

@@ -13,8 +13,8 @@ import subprocess
 import sys
 
 FLOOR = (2, 28)
-# What moved into the C library after the floor, and was in a library of its own there.
-MOVED_TO_LIBC = re.compile(r"(__)?(pthread|sem)_")
+# What moved into the C library after the floor, and the libraries of its own that it was in there.
+MOVED = {"libpthread.so.0": re.compile(r"(__)?(pthread|sem)_"), "libdl.so.2": re.compile("dl(open|close|sym|error)$")}
 
 
 def run(*command):
@@ -56,14 +56,14 @@ def write_stub(compiler, folder, soname, symbols):
 def main(compiler, folder):
     folder.mkdir(parents=True, exist_ok=True)
     loader = "ld-linux-aarch64.so.1" if "aarch64" in run(compiler, "-dumpmachine") else "ld-linux-x86-64.so.2"
-    stubs = {"libpthread.so.0": {}}
+    stubs = {soname: {} for soname in MOVED}
     for soname in ("libc.so.6", "libm.so.6", loader):
         stubs[soname] = {}
         for name, known in versions(run(compiler, f"-print-file-name={soname}").strip()).items():
             old = [version for version in known if version <= FLOOR]
             if old:
-                has_moved = MOVED_TO_LIBC.match(name) and max(known) > FLOOR
-                stubs["libpthread.so.0" if has_moved else soname][name] = (max(old), *known[max(old)])
+                home = next((home for home, names in MOVED.items() if max(known) > FLOOR and names.match(name)), soname)
+                stubs[home][name] = (max(old), *known[max(old)])
     for soname, symbols in stubs.items():
         write_stub(compiler, folder, soname, symbols)
     archive = folder / "libglibc_compat.a"
@@ -74,7 +74,7 @@ def main(compiler, folder):
         run(re.sub("gcc$", "ar", compiler), "rcsD", str(archive), str(member))
         member.unlink()
     (folder / "libc.so").write_text(
-        f"GROUP ( libc.so.6 -lglibc_compat -lc_nonshared AS_NEEDED ( libpthread.so.0 {loader} ) )\n")
+        f"GROUP ( libc.so.6 -lglibc_compat -lc_nonshared AS_NEEDED ( {' '.join(MOVED)} {loader} ) )\n")
     (folder / "libm.so").write_text("INPUT ( libm.so.6 )\n")
 
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the first sample of every frame of a file, or the code of the failure.
+// Prints the first sample of every frame of a file, or the code of the failure and how many exceptions are in
+// flight then.
+#include <exception>
 #include <iostream>
 
 #include "quorix/decode.h"
@@ -26,5 +28,5 @@ try
 }
 catch (const quorix::DecodeError& anError)
 {
-    std::cout << "code " << anError.code();
+    std::cout << "code " << anError.code() << ' ' << std::uncaught_exceptions();
 }
