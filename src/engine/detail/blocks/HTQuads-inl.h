@@ -26,8 +26,11 @@ namespace HWY_NAMESPACE
 {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// What is done at a time where rows are worked on in pieces.
-constexpr std::size_t kPieceQuads = HWY_TARGET == HWY_SCALAR ? 16 : HWY_MAX_BYTES / sizeof(std::uint32_t);
+/// What is done at a time where rows are worked on in pieces. Vectors of a length that only the machine knows
+/// could be longer than the border.
+constexpr std::size_t kPieceQuads =
+    HWY_TARGET == HWY_SCALAR ? 16
+                             : std::min<std::size_t>(HWY_MAX_BYTES / sizeof(std::uint32_t), HTState::kBorder);
 static_assert(HTState::kBorder % kPieceQuads == 0 && kPieceQuads % 2 == 0);
 
 /// Reads a block's quads row by row.
