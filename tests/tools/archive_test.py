@@ -374,6 +374,59 @@ class Archive(cli_test.Program):
             peaks.append(self.peak(*run, statuses=(2,)))
         self.assertLess(peaks[1], peaks[0] + 4096)
 
+    def differences(self, *arguments, status):
+        done = self.run_it("--json", "--quiet", *arguments, status=status)
+        found = [line["difference"] for line in map(json.loads, done.stdout.splitlines()) if "difference" in line]
+        self.assertIn(b"%d differences" % len(found), done.stderr)
+        return {(one["kind"], one["file"], one["frame"]) for one in found}
+
+    def test_an_audit_finds_every_difference(self):
+        names = self.put_images(20) + ["in/multi.dcm", "in/plan"]
+        self.put("in/multi.dcm", MULTI)
+        self.put("in/plan", cli_test.without_image(GREY))
+        self.put_list(names)
+        self.run_it("--list", "list", "--audit", "old", "--jobs", "2")
+        lines = {(line["file"], line["frame"]): line for line in self.report("old")}
+        self.assertEqual(set(lines), {(name, 0) for name in names} | {("in/multi.dcm", 1), ("in/multi.dcm", 2)})
+        self.assertEqual((lines["in/plan", 0]["outcome"], lines["in/plan", 0]["sha256"]), ("no-image", None))
+        self.assertEqual(lines["in/multi.dcm", 2]["sha256"], hashlib.sha256(b"\x1e" * 6).hexdigest())
+        self.assertEqual(os.listdir(self.path("")).count("out"), 0)
+        # Parts of a list make up the whole, in any order.
+        for index in (1, 0):
+            self.run_it("--list", "list", "--shard", f"{index}/2", "--audit", f"part{index}")
+        self.put("new", self.get("part1") + self.get("part0"))
+        self.assertEqual(self.differences("--audit", "new", "--audit-against", "old", status=0), set())
+        # A pixel, a frame more, a plan that became an image, an input that is gone, and a new one; what is current is not
+        # decoded again.
+        self.edit(names[3], lambda c: c[:-1] + b"\1")
+        self.put("in/multi.dcm", MULTI.replace(b"IS\2\x003 ", b"IS\2\x002 "))
+        self.put("in/plan", GREY)
+        self.put("in/more", GREY)
+        self.put_list(names[:4] + names[5:] + ["in/more"])
+        found = self.differences("--list", "list", "--audit", "fresh", "--audit-against", "old", status=2)
+        self.assertEqual(found, {("changed", names[3], 0), ("missing", "in/multi.dcm", 2), ("changed", "in/plan", 0),
+                                 ("missing", names[4], 0), ("new", "in/more", 0)})
+        run = ["--list", "list", "--audit", "old", "--resume", "--report", "again"]
+        self.run_it(*run, "--audit-against", "fresh", status=2)  # what is gone stays in the manifest
+        self.assertEqual({line["file"] for line in self.report("again") if "file" in line}, {names[3], "in/multi.dcm", "in/plan", "in/more"})
+        for wrong in (["--audit-against", "old"], ["--audit", "x", "-o", "out"], ["--audit", "x", "--info"],
+                      ["--audit", "x", "--audit-against", "old", "--shard", "0/2"]):
+            self.run_it("--list", "list", *wrong, status=1)
+        self.put("no", b"{}\n")
+        self.run_it("--audit", "no", "--audit-against", "old", status=3)
+
+    def test_memory_does_not_grow_with_the_manifest(self):
+        if is_sanitized():
+            self.skipTest("a sanitizer keeps what was freed")
+        peaks = []
+        for count in (3000, 1000000):
+            for name, change in (("old", -1), ("new", count // 2)):
+                with open(self.path(name), "w", encoding="ascii") as file:
+                    for index in range(count) if change < 0 else reversed(range(count)):
+                        file.write(f'{{"file":"archive/{index:09}","frame":0,"outcome":"decoded","sha256":"{index != change}"}}\n')
+            peaks.append(self.peak("--audit", "new", "--audit-against", "old", statuses=(2,)))
+        self.assertLess(peaks[1], peaks[0] + 16384)
+
     def test_limits(self):
         self.put_sparse("in.dcm", 64, 80)
         for option, status, text in (("--max-pixels=5120", 0, b""), ("--max-memory=10K", 0, b""), ("--max-memory=3G", 0, b""),

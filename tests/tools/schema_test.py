@@ -26,13 +26,17 @@ def main(program, path):
     inputs = [os.path.join(os.path.dirname(pydicom.__file__), "data", "test_files"), program, "missing"]
     kinds = collections.Counter()
     with tempfile.TemporaryDirectory() as folder:
-        for arguments in (["--all-frames", "-o", folder + "/"], ["--format", "none", "--by-contract"], ["--info"]):
+        manifest = os.path.join(folder, "manifest")
+        with open(manifest, "w", encoding="utf-8") as file:
+            file.write('{"file":"gone","frame":0}\n')
+        for arguments in (["--all-frames", "-o", folder + "/"], ["--format", "none", "--by-contract"], ["--info"],
+                          ["--audit", manifest + "2", "--audit-against", manifest]):
             run = subprocess.run([program, "--json", *arguments, *inputs], capture_output=True, check=False)
             for line in map(json.loads, run.stdout.splitlines()):
                 error = jsonschema.exceptions.best_match(validator.iter_errors(line))
                 assert error is None, (error.message, line)
-                kinds[line.get("outcome") or ("info" if "type" in line else "summary")] += 1
-    assert kinds["summary"] == 3 and all(kinds[kind] > 5 for kind in ("decoded", "no-image", "not-dicom", "failed", "info")), kinds
+                kinds[line.get("outcome") or ("info" if "type" in line else next(iter(line)))] += 1
+    assert kinds["summary"] == 4 and kinds["difference"] > 100 and all(kinds[kind] > 5 for kind in ("decoded", "no-image", "not-dicom", "failed", "info")), kinds
     # What it is there for: a field that nobody described, or one that is gone.
     for wrong in ({**line, "more": 1}, {}, {"summary": {**line["summary"], "frames": -1}}):
         assert not validator.is_valid(wrong), wrong

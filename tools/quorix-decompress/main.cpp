@@ -15,6 +15,7 @@
 #include "outputs/OutputNames.h"
 #include "outputs/OutputPlanner.h"
 #include "report/FrameReport.h"
+#include "report/ManifestComparison.h"
 #include "report/Reporter.h"
 #include "run/DecodeJob.h"
 #include "run/MemoryLimit.h"
@@ -87,8 +88,7 @@ void RunInputs(const Options& theOptions, Reporter& theReporter, StopSignal& the
     for (const std::string& aPath : anInputs.GetPassedOver())
     {
         theReporter.CountInput(Outcome::NOT_DICOM, 0, false);
-        theReporter.PrintLine(
-            FrameReport(aPath, Outcome::NOT_DICOM, "passed over: not a DICOM file").ToLine());
+        theReporter.PrintFrame(FrameReport(aPath, Outcome::NOT_DICOM, "passed over: not a DICOM file"));
     }
     const OutputPlanner aPlanner(theOptions, anInputs);
     const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
@@ -117,7 +117,7 @@ void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theSt
         return;
     }
     const std::unique_ptr<FrameWriter> aWriter = FrameWriter::Create(theOptions);
-    if (!theOptions.HasOutputs())
+    if (!theOptions.KeepsRecords())
     {
         RunJobs(
             {theOptions, OutputPlanner(theOptions, InputCollector()), aWriter.get(), theReporter, theStop},
@@ -136,6 +136,20 @@ void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theSt
     RunJobs({theOptions, aNames, aWriter.get(), theReporter, theStop}, *aQueue);
 }
 
+/// False where there is a difference.
+bool CompareManifests(const Options& theOptions, Reporter& theReporter)
+{
+    const std::uint64_t aCount =
+        ManifestComparison::Run(theOptions.GetAuditAgainst(), theOptions.GetAudit(),
+                                [&](const ManifestComparison::Difference& theDifference)
+                                {
+                                    theReporter.PrintLine(theDifference.ToLine());
+                                    theReporter.PrintError(theDifference.ToText());
+                                });
+    theReporter.PrintError(std::to_string(aCount) + " differences from " + theOptions.GetAuditAgainst());
+    return aCount == 0;
+}
+
 int Run(const Options& theOptions)
 {
     std::FILE* const anOutput = ReserveStandardOutput();
@@ -143,6 +157,7 @@ int Run(const Options& theOptions)
     Reporter aReporter(theOptions.IsPiped() ? stderr : anOutput, theOptions.IsJSON(),
                        theOptions.IsProgress());
     StopSignal aStop;
+    bool isSame = true;
     try
     {
         MemoryLimit::Apply(theOptions);
@@ -154,7 +169,18 @@ int Run(const Options& theOptions)
         {
             aReporter.OpenReport(theOptions.GetReport());
         }
-        (theOptions.GetList().empty() ? RunInputs : RunList)(theOptions, aReporter, aStop);
+        if (!theOptions.GetAudit().empty() && theOptions.HasInputs())
+        {
+            aReporter.OpenManifest(theOptions.GetAudit());
+        }
+        if (theOptions.HasInputs())
+        {
+            (theOptions.GetList().empty() ? RunInputs : RunList)(theOptions, aReporter, aStop);
+        }
+        if (!theOptions.GetAuditAgainst().empty() && !aStop.IsRaised())
+        {
+            isSame = CompareManifests(theOptions, aReporter);
+        }
     }
     catch (const OutputError& anError)
     {
@@ -166,7 +192,11 @@ int Run(const Options& theOptions)
         aReporter.PrintError("stopped by a signal");
     }
     const int aStatus = aReporter.Finish(theOptions.IsQuiet());
-    return aStop.IsRaised() ? StopSignal::kExitStatus : aStatus;
+    if (aStop.IsRaised())
+    {
+        return StopSignal::kExitStatus;
+    }
+    return aStatus == 0 && !isSame ? 2 : aStatus;
 }
 } // namespace
 

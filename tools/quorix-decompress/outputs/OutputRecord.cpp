@@ -31,7 +31,7 @@ std::string Dump(const ordered_json& theValue)
 OutputRecord::OutputRecord(std::string thePath, std::string theBase, const std::string& theInput,
                            const Options& theOptions)
     : itsPath(std::move(thePath)), itsBase(std::move(theBase)), itsInput(theInput),
-      itsOptions(theOptions.Describe())
+      itsOptions(theOptions.Describe()), itsHasOutputs(theOptions.HasOutputs())
 {
     struct stat aStatus = {};
     if (::stat(theInput.c_str(), &aStatus) != 0)
@@ -90,7 +90,8 @@ bool OutputRecord::IsCurrent() const
 {
     Contents aRecord;
     return Read(aRecord) && aRecord.itsDescription == Describe() &&
-           aRecord.itsOutputs.empty() == (aRecord.itsOutcome == GetName(Outcome::NO_IMAGE)) &&
+           aRecord.itsOutputs.empty() ==
+               (!itsHasOutputs || aRecord.itsOutcome == GetName(Outcome::NO_IMAGE)) &&
            std::all_of(aRecord.itsOutputs.begin(), aRecord.itsOutputs.end(),
                        [&](const Output& theOutput)
                        {

@@ -21,7 +21,8 @@ public:
                  const Options& theOptions);
 
     /// Whether there is a record, everything is as it says, and the outputs are all there and unchanged in
-    /// size and time. An input without an image has a record without outputs.
+    /// size and time. An input without an image, and all of
+    /// them where nothing is written, have a record without outputs.
     bool IsCurrent() const;
 
     /// Removes the record and what it lists: outputs of another state of the input must not be taken for
@@ -57,6 +58,7 @@ private:
     std::string itsBase;
     std::string itsInput;
     std::string itsOptions;
+    bool itsHasOutputs;
     std::uint64_t itsSize = 0;
     std::int64_t itsTime = 0;
     std::vector<Output> itsOutputs;

@@ -93,6 +93,25 @@ FrameReport::FrameReport(const std::string& theInput, Outcome theOutcome, const 
 {
 }
 
+std::string FrameReport::ToManifestLine() const
+{
+    const auto OrNull = [](const auto& theValue, bool isKnown)
+    { return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json(); };
+    nlohmann::ordered_json aLine = {
+        {"file", itsInput},
+        {"frame", OrNull(itsFrame.value_or(0), itsFrame.has_value())},
+        {"sop_instance_uid", OrNull(itsSOPInstanceUID, !itsSOPInstanceUID.empty())},
+        {"outcome", GetName(itsOutcome)},
+        {"result_code", itsResultCode},
+        {"sha256", OrNull(itsFacts ? itsFacts->itsSHA256 : "", itsFacts.has_value())}};
+    aLine["warnings"] = nlohmann::ordered_json::array();
+    for (const DecodeWarning& aWarning : itsWarnings)
+    {
+        aLine["warnings"].push_back(aWarning.itsIdentifier + ": " + aWarning.itsText);
+    }
+    return aLine.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
 std::string FrameReport::ToLine() const
 {
     const auto OrNull = [](const auto& theValue, bool isKnown)

@@ -30,6 +30,9 @@ public:
     /// One line with its line feed.
     std::string ToLine() const;
 
+    /// What a manifest has of it, one line with its line feed: what any correct decoder would find again.
+    std::string ToManifestLine() const;
+
 private:
     struct ImageFacts
     {

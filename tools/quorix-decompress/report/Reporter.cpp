@@ -94,6 +94,11 @@ void Reporter::OpenReport(const std::string& thePath)
     itsReport = std::make_unique<ReportFile>(thePath);
 }
 
+void Reporter::OpenManifest(const std::string& thePath)
+{
+    itsManifest = std::make_unique<ReportFile>(thePath);
+}
+
 void Reporter::Print(const std::string& theText)
 {
     itsProgress.Clear();
@@ -119,7 +124,20 @@ bool Reporter::PrintLineUnlocked(const std::string& theLine)
     {
         Print(theLine);
     }
-    if (itsReport == nullptr || itsReport->Append(theLine))
+    return Append(itsReport.get(), theLine);
+}
+
+bool Reporter::PrintFrame(const FrameReport& theReport)
+{
+    const std::lock_guard aLock(itsMutex);
+    const bool isReported = PrintLineUnlocked(theReport.ToLine());
+    return (itsManifest == nullptr || Append(itsManifest.get(), theReport.ToManifestLine())) && isReported;
+}
+
+/// Null is always written.
+bool Reporter::Append(ReportFile* theFile, const std::string& theLine)
+{
+    if (theFile == nullptr || theFile->Append(theLine))
     {
         return true;
     }
@@ -128,7 +146,8 @@ bool Reporter::PrintLineUnlocked(const std::string& theLine)
     {
         itsReportFailed = true;
         itsProgress.Clear();
-        std::fprintf(stderr, "the report could not be written: %s\n",
+        std::fprintf(stderr, "the %s could not be written: %s\n",
+                     theFile == itsReport.get() ? "report" : "manifest",
                      std::generic_category().message(errno).c_str());
     }
     return false;

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "report/FrameReport.h"
 #include "report/ReportFile.h"
 #include "report/RunSummary.h"
 #include "toolkit/base/System.h"
@@ -50,12 +51,18 @@ public:
     /// Lines of facts go there besides. Throws OutputError.
     void OpenReport(const std::string& thePath);
 
-    /// Whether anybody wants lines of facts.
-    bool IsReporting() const { return itsLines || itsReport != nullptr; }
+    /// Lines of manifests go there. Throws OutputError.
+    void OpenManifest(const std::string& thePath);
+
+    /// Whether anybody wants lines of facts, or of manifests.
+    bool IsReporting() const { return itsLines || itsReport != nullptr || itsManifest != nullptr; }
 
     /// A line of facts with its line feed, for standard output and the report. False when the report could
     /// not be written, which counts as an output.
     bool PrintLine(const std::string& theLine);
+
+    /// What was found of a frame, to all who want it. False as above.
+    bool PrintFrame(const FrameReport& theReport);
 
     /// Results on standard output; theText ends with a line feed.
     void PrintResult(const std::string& theText);
@@ -93,6 +100,7 @@ public:
 private:
     void Print(const std::string& theText);
     bool PrintLineUnlocked(const std::string& theLine);
+    bool Append(ReportFile* theFile, const std::string& theLine);
     void PrintSummary();
 
     std::mutex itsMutex;
@@ -100,6 +108,7 @@ private:
     std::FILE* itsOutput;
     bool itsLines;
     std::unique_ptr<ReportFile> itsReport;
+    std::unique_ptr<ReportFile> itsManifest;
     bool itsReportFailed = false;
     ProgressBar itsProgress;
     RunSummary itsSummary;

@@ -153,6 +153,11 @@ void DecodeJob::PrintLine(const std::string& theLine)
     itsUnwritten = !itsContext.itsReporter.PrintLine(theLine) || itsUnwritten;
 }
 
+void DecodeJob::PrintReport(const FrameReport& theReport)
+{
+    itsUnwritten = !itsContext.itsReporter.PrintFrame(theReport) || itsUnwritten;
+}
+
 void DecodeJob::ShowInfo(JImageType theKind)
 {
     const InfoReport aReport(itsSource, theKind);
@@ -277,7 +282,7 @@ bool DecodeJob::HandleFrame(FinishedFrame theFrame)
     {
         theFrame.itsReport->SetOutput(theFrame.itsOutput);
         theFrame.itsReport->SetWriteError(theFrame.itsFailure.itsReason);
-        PrintLine(theFrame.itsReport->ToLine());
+        PrintReport(*theFrame.itsReport);
     }
     return theFrame.itsFailure.itsReason.empty();
 }
@@ -359,7 +364,7 @@ void DecodeJob::FinishDICOMFile()
     {
         aReport.SetOutput(anOutput);
         aReport.SetWriteError(itsDICOMError.itsReason);
-        PrintLine(aReport.ToLine());
+        PrintReport(aReport);
     }
 }
 
@@ -388,7 +393,7 @@ void DecodeJob::ReportFailure(const DecodedFrame& theFrame)
     }
     if (itsContext.itsReporter.IsReporting())
     {
-        PrintLine(FrameReport(itsSource.GetPath(), theFrame, itsOutcome).ToLine());
+        PrintReport(FrameReport(itsSource.GetPath(), theFrame, itsOutcome));
     }
 }
 

@@ -50,6 +50,7 @@ private:
     Outcome FindOutcome(const DecodedFrame& theFrame) const;
     void SaveRecord();
     void PrintLine(const std::string& theLine);
+    void PrintReport(const FrameReport& theReport);
     void ShowInfo(JImageType theKind);
     void DecodeFrames(JImageType theKind);
     FinishedFrame FinishFrame(DecodedFrame theFrame, bool hasSeveral);

@@ -115,7 +115,7 @@ struct Options::Texts
 {
     std::string itsFormat = "png";
     std::string itsType = "auto";
-    std::string itsFrames = "0";
+    std::string itsFrames;
     bool itsAllFrames = false;
     std::string itsWindow;
     bool itsNoProgress = false;
@@ -133,7 +133,8 @@ void Options::Check(const Texts& theTexts)
     itsProgress = !theTexts.itsNoProgress;
     try
     {
-        itsFrames = FrameSelection::Parse(theTexts.itsAllFrames ? "0-" : theTexts.itsFrames);
+        const std::string aFrames = theTexts.itsFrames.empty() ? "0" : theTexts.itsFrames;
+        itsFrames = FrameSelection::Parse(theTexts.itsAllFrames ? "0-" : aFrames);
     }
     catch (const std::invalid_argument& anError)
     {
@@ -153,8 +154,33 @@ void Options::Check(const Texts& theTexts)
     }
     itsMaximumMemory = ParseBytes("--max-memory", theTexts.itsMemory);
     itsMaximumOutput = ParseBytes("--max-output", theTexts.itsMaximumOutput);
+    CheckAudit(theTexts);
     CheckArchive(theTexts);
     CheckPiped();
+}
+
+/// An audit decodes everything and writes nothing, but for its manifest and what --resume has to know.
+void Options::CheckAudit(const Texts& theTexts)
+{
+    if (itsAudit.empty())
+    {
+        if (!itsAuditAgainst.empty())
+        {
+            throw CLI::ValidationError("--audit-against", "is for --audit");
+        }
+        return;
+    }
+    if (!itsAuditAgainst.empty() && !theTexts.itsShard.empty())
+    {
+        throw CLI::ValidationError("--audit-against", "is for whole manifests, and no shard of one");
+    }
+    itsFormat = OutputFormat::NONE;
+    itsFormatName = "none";
+    itsOutput = itsAudit + ".records";
+    if (theTexts.itsFrames.empty())
+    {
+        itsFrames = FrameSelection::Parse("0-");
+    }
 }
 
 void Options::CheckPiped() const
@@ -176,7 +202,7 @@ void Options::CheckPiped() const
 
 void Options::CheckArchive(const Texts& theTexts)
 {
-    if (itsList.empty() == itsInputs.empty())
+    if (itsList.empty() == itsInputs.empty() && (HasInputs() || itsAuditAgainst.empty()))
     {
         throw CLI::ValidationError("INPUT", "either inputs or a --list of them are needed");
     }
@@ -188,7 +214,7 @@ void Options::CheckArchive(const Texts& theTexts)
     {
         throw CLI::ValidationError("--list", "needs --output, a folder for the outputs");
     }
-    if (itsResume && !HasOutputs())
+    if (itsResume && !KeepsRecords())
     {
         throw CLI::ValidationError("--resume", "is for runs that write files");
     }
@@ -308,6 +334,7 @@ void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
                     "Add the JSON lines to this file, which several processes may share")
         ->option_text("FILE")
         ->check(CheckNotEmpty);
+    AddAuditOptions(theApp);
     theApp.add_option("--max-pixels", itsMaximumPixels, "Refuse images of more pixels (rows times columns)")
         ->option_text("N")
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{INT64_MAX}));
@@ -322,6 +349,29 @@ void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
                     "Refuse to write files that would make all of this run more than so many bytes, as with\n"
                     "--max-memory; files that are refused do not count, nor does the report")
         ->option_text("BYTES")
+        ->check(CheckNotEmpty);
+}
+
+void Options::AddAuditOptions(CLI::App& theApp)
+{
+    CLI::Option* const anAudit =
+        theApp
+            .add_option(
+                "--audit", itsAudit,
+                "Decode everything and write nothing but a manifest: add a JSON line for every frame, with\n"
+                "its SHA-256, outcome and warnings, to this file, which several processes may share")
+            ->option_text("MANIFEST")
+            ->check(CheckNotEmpty);
+    for (const char* const aName : {"--output", "--format", "--window", "--info"})
+    {
+        anAudit->excludes(theApp.get_option(aName));
+    }
+    theApp
+        .add_option(
+            "--audit-against", itsAuditAgainst,
+            "When --audit is done, tell every difference from this earlier manifest; without inputs just\n"
+            "compare the two")
+        ->option_text("MANIFEST")
         ->check(CheckNotEmpty);
 }
 

@@ -79,6 +79,15 @@ public:
     std::optional<std::uint64_t> GetMaximumMemory() const { return itsMaximumMemory; } ///< bytes
     std::optional<std::uint64_t> GetMaximumOutput() const { return itsMaximumOutput; } ///< bytes
 
+    /// A manifest that is made, and one that it is compared with; empty for none. Without inputs the
+    /// comparison is all.
+    const std::string& GetAudit() const { return itsAudit; }
+    const std::string& GetAuditAgainst() const { return itsAuditAgainst; }
+    bool HasInputs() const { return !itsInputs.empty() || !itsList.empty(); }
+
+    /// Whether it is kept what was made of the inputs of a list.
+    bool KeepsRecords() const { return HasOutputs() || !itsAudit.empty(); }
+
     bool HasOutputs() const { return !itsInfo && itsFormat != OutputFormat::NONE; }
     const std::string& GetFormatName() const { return itsFormatName; }
 
@@ -93,6 +102,8 @@ private:
     void AddArchiveOptions(CLI::App& theApp, Texts& theTexts);
     void Check(const Texts& theTexts);
     void CheckPiped() const;
+    void CheckAudit(const Texts& theTexts);
+    void AddAuditOptions(CLI::App& theApp);
     void CheckArchive(const Texts& theTexts);
 
     std::vector<std::string> itsInputs;
@@ -116,6 +127,8 @@ private:
     Shard itsShard;
     bool itsResume = false;
     std::string itsReport;
+    std::string itsAudit;
+    std::string itsAuditAgainst;
     std::optional<std::uint64_t> itsMaximumPixels;
     std::optional<std::uint64_t> itsMaximumMemory;
     std::optional<std::uint64_t> itsMaximumOutput;
