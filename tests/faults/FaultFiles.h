@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "decoding/DecoderFactory.h"
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
 #include "support/Jpeg2000Streams.h"
@@ -83,6 +84,36 @@ inline void AddRleAndNative(std::vector<FaultFile>& theFiles)
     aNative("deflated", DicomBuilder::Syntax::DEFLATED, 1, "MONOCHROME2", 16, 1, "OW");
 }
 
+/// By contract these are there with the switch only, which stays on in programs that ask for them.
+inline void AddExtensions(std::vector<FaultFile>& theFiles)
+{
+    DecoderFactory::EnableExtensions(true);
+    // 3 x 2 pixels, 1, 2, 3, 250, 5, 6, by CharLS 2.4.1; and near-lossless ones.
+    const Bytes kHead = {0xff, 0xd8, 0xff, 0xf7, 0,    11,   8, 0, 2, 0, 3,
+                         1,    1,    0x11, 0,    0xff, 0xda, 0, 8, 1, 1, 0};
+    const auto aStream = [&](const Bytes& theRest)
+    {
+        Bytes aBytes = kHead;
+        aBytes.insert(aBytes.end(), theRest.begin(), theRest.end());
+        return aBytes;
+    };
+    Add(theFiles, "JPEG-LS", TransferSyntaxType::TSJPEGLSUID, {.itsWidth = 3, .itsHeight = 2}, "MONOCHROME2",
+        aStream({0, 0, 0, 0x5b, 0x45, 6, 0xc0, 0xff, 0xd9}), aStream({2, 0, 0, 0xd9, 0x0a, 0xff, 0xd9}));
+    const Bytes aPixels = Part10Files::Counting(90), anOther = Part10Files::Counting(90, 90);
+    const JpegSpec aColour{.itsWidth = 6, .itsHeight = 5, .itsComponents = 3};
+    Add(theFiles, "uncompressed frames", TransferSyntaxType::TSEncapsulatedUncompressedUID, aColour, "RGB",
+        aPixels, anOther);
+    const auto aDeflate = [](Bytes theBytes)
+    {
+        const auto aLength = static_cast<std::uint8_t>(theBytes.size());
+        const Bytes aBlock = {1, aLength, 0, static_cast<std::uint8_t>(~aLength), 0xff};
+        theBytes.insert(theBytes.begin(), aBlock.begin(), aBlock.end());
+        return theBytes;
+    };
+    Add(theFiles, "deflated frames", TransferSyntaxType::TSDeflatedImageFrameUID, aColour, "RGB",
+        aDeflate(aPixels), aDeflate(anOther));
+}
+
 inline const std::vector<FaultFile>& Get()
 {
     static const std::vector<FaultFile> kFiles = []
@@ -96,6 +127,7 @@ inline const std::vector<FaultFile>& Get()
         AddJpeg(aFiles, "JPEG lossless 8 bits", TransferSyntaxType::TSJPEG70UID, Process::LOSSLESS, 8, 3);
         AddJpeg(aFiles, "JPEG lossless 16 bits", TransferSyntaxType::TSJPEG57UID, Process::LOSSLESS, 16);
         AddJpeg2000(aFiles);
+        AddExtensions(aFiles);
         return aFiles;
     }();
     return kFiles;

@@ -120,11 +120,13 @@ void JPEGLSDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
         MarkIrreversible();
     }
     auto* const aBuffer = static_cast<std::uint8_t*>(theBuffer);
-    std::vector<std::uint8_t> aPlanes(IsPlanar() ? aSize : 0);
-    const std::uint32_t aRows = DecodeRows(IsPlanar() ? aPlanes.data() : aBuffer, aSize);
+    // Not filled first: what a small stream claims costs no memory before it is decoded.
+    const auto aPlanes = std::make_unique_for_overwrite<std::uint8_t[]>(IsPlanar() ? aSize : 0);
+    const std::uint32_t aRows = DecodeRows(IsPlanar() ? aPlanes.get() : aBuffer, aSize);
     if (IsPlanar())
     {
-        PlanarSamples::Interleave(aPlanes, static_cast<std::size_t>(itsBitsAllocatedPerSample) / 8, aBuffer);
+        PlanarSamples::Interleave({aPlanes.get(), aSize},
+                                  static_cast<std::size_t>(itsBitsAllocatedPerSample) / 8, aBuffer);
     }
     const std::uint64_t aRowSize = aSize / GetImageHeight();
     std::fill(aBuffer + aRows * aRowSize, aBuffer + aSize, std::uint8_t{0});
