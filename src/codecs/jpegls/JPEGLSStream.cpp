@@ -138,7 +138,7 @@ void JPEGLSStream::ReadHeaders(kdu_compressed_source& theSource)
 
 void JPEGLSStream::Examine(std::uint8_t theMarker, Segment theSegment)
 {
-    constexpr std::size_t kSPIFFColours = 18;
+    constexpr std::size_t kSPIFFColours = 18, kReset = 9, kUsualReset = 64;
     if (theMarker == kFrame)
     {
         ReadFrameHeader(theSegment);
@@ -156,7 +156,13 @@ void JPEGLSStream::Examine(std::uint8_t theMarker, Segment theSegment)
     {
         itsHeader.itsSPIFFColours = theSegment[kSPIFFColours];
     }
-    else if (theMarker == kParameters || theMarker == kRestartInterval ||
+    else if (theMarker == kParameters)
+    {
+        const std::size_t aReset = Word(theSegment.data() + kReset);
+        itsHasOwnReset = itsHasOwnReset || (aReset != 0 && aReset != kUsualReset);
+        Keep(theMarker, theSegment);
+    }
+    else if (theMarker == kRestartInterval ||
              (theMarker == kApplication8 && Begins(theSegment, "mrfx"))) // a colour transform
     {
         Keep(theMarker, theSegment);
@@ -217,6 +223,7 @@ void JPEGLSStream::ReadFrameHeader(Segment theSegment)
 
 void JPEGLSStream::ReadFirstScanHeader(Segment theSegment)
 {
+    constexpr int kByPixels = 2;
     const std::size_t aCount = theSegment.empty() ? 0 : theSegment[0];
     if (itsHeader.itsComponents == 0 || theSegment.size() != 2 * aCount + 4)
     {
@@ -225,11 +232,16 @@ void JPEGLSStream::ReadFirstScanHeader(Segment theSegment)
     itsHeader.itsNear = theSegment[2 * aCount + 1];
     itsHeader.itsInterleave = theSegment[2 * aCount + 2];
     const int aWanted = itsHeader.itsInterleave == 0 ? 1 : itsHeader.itsComponents;
-    if (itsHeader.itsInterleave > 2 || static_cast<int>(aCount) != aWanted)
+    if (itsHeader.itsInterleave > kByPixels || static_cast<int>(aCount) != aWanted)
     {
         Fail("a scan of " + std::to_string(aCount) + " of " + std::to_string(itsHeader.itsComponents) +
              " components in interleave mode " + std::to_string(itsHeader.itsInterleave) +
              " is not supported");
+    }
+    if (itsHeader.itsInterleave == kByPixels && itsHasOwnReset)
+    {
+        // CharLS 2.4.1 reads outside of its lines then, whatever the samples.
+        Fail("interleave mode 2 with a RESET other than 64 is not supported");
     }
 }
 

@@ -75,6 +75,7 @@ private:
     std::size_t itsDataStart = 0;       ///< of the last scan
     std::size_t itsEnd = 0;             ///< of the last scan's data
     JPEGLSHeader itsHeader;
+    bool itsHasOwnReset = false; ///< a parameter segment has another RESET than the standard's own
     bool itsIsCut = false;
     bool itsHasLoss = false;
 };
