@@ -175,7 +175,8 @@ private:
 
     void PutEvent(bool isOne)
     {
-        const std::uint32_t anExponent = j2k::kMELExponents[itsState];
+        constexpr std::array<std::uint32_t, 13> kExponents{0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 4, 5};
+        const std::uint32_t anExponent = kExponents[itsState];
         if (isOne)
         {
             PutMEL(itsRun, anExponent + 1);

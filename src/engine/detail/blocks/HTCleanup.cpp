@@ -106,10 +106,12 @@ template <class Other>
 bool ReadRows(HTState& theState, const Other& theOther)
 {
     QuadReader aReader(theState);
-    bool isComplete = aReader.ReadRow<true>(0, [](std::size_t) {});
+    QuadReader::Cursor aCursor = aReader.Begin();
+    bool isComplete = aReader.ReadRow<true>(aCursor, 0, [](std::size_t) {});
     for (std::size_t r = 1; r < theState.itsQuadRows && isComplete; ++r)
     {
-        isComplete = aReader.ReadRow<false>(r, [&](std::size_t theQuad) HWY_ATTR { theOther(r, theQuad); });
+        isComplete =
+            aReader.ReadRow<false>(aCursor, r, [&](std::size_t theQuad) HWY_ATTR { theOther(r, theQuad); });
     }
     return isComplete;
 }

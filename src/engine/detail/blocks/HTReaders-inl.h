@@ -26,70 +26,80 @@ namespace j2k
 namespace HWY_NAMESPACE
 {
 
-/// The MEL decoder (T.814 7.3.3): runs of zeros that may end with a one.
+/// Events of MEL that are decoded already: which comes next cannot be predicted, so they are bits of a
+/// register.
+struct MELEvents
+{
+    /// A bit, the lowest, that counts only where it is taken: theCount is 0 or 1.
+    HWY_INLINE std::uint32_t Take(std::uint32_t theCount)
+    {
+        const auto anEvent = static_cast<std::uint32_t>(itsBits & 1);
+        Skip(theCount);
+        return anEvent;
+    }
+
+    HWY_INLINE void Skip(std::uint32_t theCount)
+    {
+        itsBits >>= theCount;
+        itsCount -= theCount;
+    }
+
+    std::uint64_t itsBits = 0; ///< the first in the lowest
+    std::uint64_t itsCount = 0;
+};
+
+/// The MEL decoder (T.814 7.3.3).
 class MELReader
 {
 public:
     explicit MELReader(std::span<const std::uint8_t> theBytes)
         : itsNext(theBytes.data()), itsEnd(theBytes.data() + theBytes.size())
     {
-        ReadRun();
     }
 
-    HWY_INLINE bool ReadEvent()
+    /// Adds events until there are more than 32. By value, so that those of the caller stay in registers.
+    HWY_NOINLINE MELEvents Add(MELEvents theEvents)
     {
-        itsRun -= 2;
-        const bool isOne = itsRun == -1;
-        if (itsRun < 0)
+        std::uint64_t aBits = itsBits;
+        std::uint32_t aCount = itsCount;
+        std::uint32_t aState = itsState;
+        while (theEvents.itsCount <= 32)
         {
-            ReadRun();
+            while (aCount < 6)
+            {
+                const std::uint32_t aSize = itsIsBehindFull ? 7 : 8;
+                aBits |= ReadByte() << (56 - aCount);
+                aCount += aSize;
+            }
+            const HTRun aRun = kHTRuns[aState | aBits >> 58];
+            theEvents.itsCount += aRun.itsEvents;
+            theEvents.itsBits |= (aBits >> 63 ^ 1) << (theEvents.itsCount - 1);
+            aBits <<= aRun.itsBits;
+            aCount -= aRun.itsBits;
+            aState = aRun.itsState;
         }
-        return isOne;
-    }
-
-    /// Takes theCount zeros if the current run has them.
-    HWY_INLINE bool SkipZeros(std::int32_t theCount)
-    {
-        const bool hasThem = itsRun >= 2 * theCount;
-        itsRun -= hasThem ? 2 * theCount : 0;
-        return hasThem;
+        itsBits = aBits;
+        itsCount = aCount;
+        itsState = aState;
+        return theEvents;
     }
 
 private:
-    HWY_NOINLINE void ReadRun()
-    {
-        while (itsCount < 8)
-        {
-            AppendByte();
-        }
-        const unsigned int anExponent = kMELExponents[itsState];
-        const bool isFull = itsBits >> 63 != 0;
-        const std::uint64_t aZeros = itsBits << 1 >> 1 >> (63 - anExponent);
-        itsRun = isFull ? (2 << anExponent) - 2 : static_cast<std::int32_t>(2 * aZeros + 1);
-        itsState = isFull ? std::min(itsState + 1, 12U) : itsState - (itsState > 0 ? 1 : 0);
-        const unsigned int aTaken = isFull ? 1 : anExponent + 1;
-        itsBits <<= aTaken;
-        itsCount -= aTaken;
-    }
-
-    /// The byte behind 0xFF has seven bits; behind the end there are ones.
-    void AppendByte()
+    /// The next bits, seven or eight of them in the upper part of a byte; behind the end there are ones.
+    std::uint64_t ReadByte()
     {
         const std::uint64_t aByte = itsNext != itsEnd ? *itsNext++ : 0xFF;
-        const unsigned int aCount = itsIsStuffed ? 7 : 8;
-        itsBits |= (itsIsStuffed ? aByte & 0x7F : aByte) << (64 - aCount - itsCount);
-        itsCount += aCount;
-        itsIsStuffed = aByte == 0xFF;
+        const unsigned int aShift = itsIsBehindFull ? 1 : 0;
+        itsIsBehindFull = aByte == 0xFF;
+        return aByte << aShift & 0xFF;
     }
 
     const std::uint8_t* itsNext;
     const std::uint8_t* itsEnd;
     std::uint64_t itsBits = 0; ///< the next one is the most significant
-    unsigned int itsCount = 0;
-    unsigned int itsState = 0;
-    /// Twice the zeros that are left, and 1 if a one follows them, less 2 if none does.
-    std::int32_t itsRun = 0;
-    bool itsIsStuffed = false;
+    std::uint32_t itsCount = 0;
+    std::uint32_t itsState = 0; ///< as in kHTRuns
+    bool itsIsBehindFull = false;
 };
 
 /// The next bits of VLC in a register, above kBelow bits that mean nothing: so the lowest of them are an

@@ -108,8 +108,27 @@ constexpr HTResidualTable MakeResiduals(bool isFirstRow)
     }
     return aTable;
 }
+
+constexpr HTRunTable MakeRuns()
+{
+    constexpr std::array<std::uint8_t, 13> kExponents{0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 4, 5};
+    HTRunTable aTable{};
+    for (unsigned int i = 0; i < aTable.size(); ++i)
+    {
+        const unsigned int aState = i / 64;
+        const unsigned int anExponent = kExponents[aState];
+        const bool isFull = i % 64 >= 32;
+        const unsigned int aZeros = isFull ? 1U << anExponent : i % 32 >> (5 - anExponent);
+        const unsigned int aNext = isFull ? (aState < 12 ? aState + 1 : 12) : aState > 0 ? aState - 1 : 0;
+        aTable[i] = {static_cast<std::uint8_t>(isFull ? 1 : anExponent + 1),
+                     static_cast<std::uint8_t>(isFull ? aZeros : aZeros + 1),
+                     static_cast<std::uint16_t>(64 * aNext)};
+    }
+    return aTable;
+}
 } // namespace
 
+constexpr HTRunTable kHTRuns = MakeRuns();
 constexpr HTCodeTable kHTFirstRowCodes = MakeCodes(kFirstRowCodes, true);
 constexpr HTCodeTable kHTOtherRowCodes = MakeCodes(kOtherRowCodes, false);
 constexpr HTResidualTable kHTFirstRowResiduals = MakeResiduals(true);

@@ -70,7 +70,16 @@ constexpr std::uint32_t kHTLongResiduals = 1U << 31;
 /// Reads them bit by bit. theBits: the next 24 at least, the first in bit 0.
 HTResiduals ReadHTResiduals(std::uint64_t theBits, unsigned int theMode, bool isFirstRow);
 
-/// Exponents of the MEL automaton's states.
-constexpr std::array<std::uint8_t, 13> kMELExponents{0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 4, 5};
+/// The runs of the MEL automaton by state (bits 6 to 9) and the next six bits, the first the highest: how
+/// many bits a run takes, how many events it is, and the next state where the index has it. Events are zeros
+/// but for the last one where the first bit is 0.
+struct HTRun
+{
+    std::uint8_t itsBits;   ///< 1 to 6
+    std::uint8_t itsEvents; ///< 1 to 32
+    std::uint16_t itsState;
+};
+using HTRunTable = std::array<HTRun, 13 * 64>;
+extern const HTRunTable kHTRuns;
 
 } // namespace j2k
