@@ -35,12 +35,12 @@ make_inputs() {
 
 # outcomes COMMAND...: "file hash" or "file code N" of the first frame of each file that the list names.
 outcomes() {
-    xargs -d '\n' "$@" --format none --json <list 2>/dev/null | python3 -c '
+    { xargs -d '\n' "$@" --format none --json <list 2>/dev/null || true; } | python3 -c '
 import json, sys
 for line in sys.stdin:
     facts = json.loads(line)
-    if facts["frame"] == 0:
-        print(facts["file"], facts.get("sha256") or "code " + str(facts["result_code"]))' || true
+    if facts.get("frame") == 0:
+        print(facts["file"], facts.get("sha256") or "code " + str(facts["result_code"]))'
 }
 
 # Without what the decoders write on standard output themselves.
