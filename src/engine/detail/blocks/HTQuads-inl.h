@@ -68,7 +68,7 @@ public:
         theCursor.itsLeft = 0;
         for (std::size_t aPiece = 0; aPiece <= aLast; aPiece += kPieceQuads)
         {
-            ReadPiece<isFirstRow>(theCursor, aPiece, std::min(aPiece + kPieceQuads, aColumns));
+            ReadPiece<isFirstRow>(theCursor, aPiece, std::min(kPieceQuads, aColumns - aPiece));
             theOther(aPiece);
             // Of the piece before, also of the last row's: what is just being written cannot be read as a
             // vector without a wait.
@@ -126,16 +126,16 @@ private:
     }
 
     template <bool isFirstRow>
-    HWY_INLINE void ReadPiece(Cursor& theCursor, std::size_t theQuad, std::size_t theEnd)
+    HWY_INLINE void ReadPiece(Cursor& theCursor, std::size_t theQuad, std::size_t theCount)
     {
         const PieceKind aKind = itsKinds[theQuad / kPieceQuads];
         if (aKind == PieceKind::Full)
         {
-            ReadPairs<isFirstRow, false>(theCursor, theQuad, theEnd);
+            ReadPairs<isFirstRow, false>(theCursor, theQuad, theQuad + theCount);
         }
-        else if (aKind != PieceKind::Empty || !SkipPiece<isFirstRow>(theCursor, theQuad, theEnd))
+        else if (aKind != PieceKind::Empty || !SkipPiece<isFirstRow>(theCursor, theQuad, theCount))
         {
-            ReadPairs<isFirstRow, true>(theCursor, theQuad, theEnd);
+            ReadPairs<isFirstRow, true>(theCursor, theQuad, theQuad + theCount);
         }
     }
 
@@ -154,9 +154,9 @@ private:
 
     /// A piece that takes as many events as it has quads, if all are zeros.
     template <bool isFirstRow>
-    HWY_INLINE bool SkipPiece(Cursor& theCursor, std::size_t theQuad, std::size_t theEnd)
+    HWY_INLINE bool SkipPiece(Cursor& theCursor, std::size_t theQuad, std::size_t theCount)
     {
-        const auto aCount = static_cast<std::uint32_t>(theEnd - theQuad);
+        const auto aCount = static_cast<std::uint32_t>(theCount);
         AddEvents(theCursor, aCount);
         if (GetContext<isFirstRow>(theCursor.itsLeft) != 0 ||
             (theCursor.itsEvents.itsBits & ((1U << aCount) - 1)) != 0)
