@@ -13,6 +13,7 @@
 #include "support/ForEachTarget.h"
 #include "support/HTEncoder.h"
 #include "support/Jpeg2000Streams.h"
+#include "support/LongRun.h"
 
 namespace
 {
@@ -123,7 +124,7 @@ protected:
 TEST_F(HTBlockDecoderRandomTest, Encoded)
 {
     j2k::HTBlockDecoder aDecoder;
-    for (int i = 0; i < 150; ++i)
+    for (int i = 0; i < Rounds(150); ++i)
     {
         const std::uint32_t aWidth = 1 + Draw(i % 5 == 0 ? 1024 : 80);
         const std::uint32_t aHeight = 1 + Draw(std::min(4096 / aWidth, 80U));
@@ -161,7 +162,7 @@ TEST_F(HTBlockDecoderRandomTest, Encoded)
 // a block that cannot be decoded is zero.
 TEST_F(HTBlockDecoderRandomTest, Damaged)
 {
-    for (int i = 0; i < 500; ++i)
+    for (int i = 0; i < Rounds(500); ++i)
     {
         const std::uint32_t aWidth = 1 + Draw(i % 5 == 0 ? 1024 : 40);
         const std::uint32_t aHeight = 1 + Draw(std::min(4096 / aWidth, 40U));

@@ -21,13 +21,26 @@ constexpr std::uint32_t Grow(std::uint32_t theMask)
     return aColumn | aColumn << 4 | aColumn >> 4;
 }
 
-/// Reads an HTBits bit by bit.
-struct BitPosition
+/// Reads the bits of a group, at most 57, behind those of the groups before.
+class GroupBits
 {
-    bool Read() { return (itsBits.Load(itsPosition++) & 1) != 0; }
+public:
+    GroupBits(const HTBits& theBits, std::size_t& thePosition)
+        : itsPosition(thePosition), itsBits(theBits.Load(thePosition))
+    {
+    }
 
-    const HTBits& itsBits;
-    std::size_t itsPosition = 0;
+    std::uint32_t Read()
+    {
+        const auto aBit = static_cast<std::uint32_t>(itsBits & 1);
+        itsBits >>= 1;
+        ++itsPosition;
+        return aBit;
+    }
+
+private:
+    std::size_t& itsPosition;
+    std::uint64_t itsBits;
 };
 
 class Refiner
@@ -40,7 +53,8 @@ public:
     {
     }
 
-    /// Words become twice their value, with the half below the last plane of the pass that decided it.
+    /// To be called first. Words become twice their value, with the half below the last plane of the pass
+    /// that decided it.
     template <class Word>
     void DoubleWords(const Word* theWords, bool isRefined)
     {
@@ -50,16 +64,18 @@ public:
         for (std::uint32_t y = 0; y < itsState.itsHeight; ++y, theWords += itsState.GetWordStride())
         {
             std::uint32_t* const aRow = itsState.GetWords(y);
+            std::uint16_t* const aGroups = itsSignificant.data() + GetIndex(y / 4, 0);
             for (std::uint32_t x = 0; x < itsState.itsWidth; ++x)
             {
                 const std::uint32_t aWord = theWords[x];
+                const std::uint32_t isThere = aWord != 0 ? 1 : 0;
                 const std::uint32_t aDoubled = ((aWord | 1) << aShift) - aLess;
-                aRow[x] = aWord == 0 ? 0 : aDoubled << 1 | (aWord & 1);
+                aRow[x] = (aDoubled << 1 | (aWord & 1)) & (0 - isThere);
+                aGroups[x / 4] = static_cast<std::uint16_t>(aGroups[x / 4] | isThere << (x % 4 * 4 + y % 4));
             }
         }
     }
 
-    void FindSignificant();
     void RunSigProp(const HTBits& theBits);
     void RunMagRef(const HTBits& theBits);
 
@@ -69,9 +85,22 @@ private:
         return (theStripe + 1) * (itsGroups + 2) + theGroup + 1;
     }
 
-    std::uint32_t& GetWord(std::size_t theStripe, std::size_t theGroup, unsigned int theSample)
+    /// The words of a group, by the number of a sample.
+    struct Group
     {
-        return itsState.GetWords(4 * theStripe + theSample % 4)[4 * theGroup + theSample / 4];
+        std::uint32_t& operator[](int theSample) const
+        {
+            return itsFirst[static_cast<std::size_t>(theSample % 4) * itsStride +
+                            static_cast<std::size_t>(theSample / 4)];
+        }
+
+        std::uint32_t* itsFirst;
+        std::size_t itsStride;
+    };
+
+    Group GetGroup(std::size_t theStripe, std::size_t theGroup)
+    {
+        return {itsState.GetWords(4 * theStripe) + 4 * theGroup, itsState.GetWordStride()};
     }
 
     /// A group's significant samples, with the column on its left in bits 0 to 3 and that on its right above.
@@ -91,23 +120,6 @@ private:
     std::vector<std::uint16_t> itsSignificant; ///< groups, with a border all around
     std::vector<std::uint16_t> itsFound;       ///< those that SigProp made significant
 };
-
-void Refiner::FindSignificant()
-{
-    for (std::size_t s = 0; s < itsStripes; ++s)
-    {
-        for (std::size_t g = 0; g < itsGroups; ++g)
-        {
-            std::uint32_t aMask = 0;
-            for (std::uint32_t aLeft = GetInside(s, g); aLeft != 0; aLeft &= aLeft - 1)
-            {
-                const auto aSample = static_cast<unsigned int>(std::countr_zero(aLeft));
-                aMask |= GetWord(s, g, aSample) != 0 ? 1U << aSample : 0;
-            }
-            itsSignificant[GetIndex(s, g)] = static_cast<std::uint16_t>(aMask);
-        }
-    }
-}
 
 // The samples of a group that the block has.
 std::uint32_t Refiner::GetInside(std::size_t theStripe, std::size_t theGroup) const
@@ -130,7 +142,7 @@ std::uint32_t Refiner::GetMembers(std::size_t theIndex) const
 
 void Refiner::RunSigProp(const HTBits& theBits)
 {
-    BitPosition aBits{theBits};
+    std::size_t aPosition = 0;
     const std::uint32_t aNew =
         3U << itsState.itsPlane; // one and a half of the plane below, twice and beside a sign
     for (std::size_t s = 0; s < itsStripes; ++s)
@@ -139,12 +151,18 @@ void Refiner::RunSigProp(const HTBits& theBits)
         {
             const std::size_t anIndex = GetIndex(s, g);
             const std::uint32_t anOpen = GetInside(s, g) & ~std::uint32_t{itsSignificant[anIndex]};
+            std::uint32_t aLeft = GetMembers(anIndex) & anOpen;
+            if (aLeft == 0)
+            {
+                continue;
+            }
+            GroupBits aBits(theBits, aPosition);
             std::uint32_t aFound = 0;
-            for (std::uint32_t aLeft = GetMembers(anIndex) & anOpen; aLeft != 0;)
+            while (aLeft != 0)
             {
                 const std::uint32_t aSample = aLeft & (0 - aLeft);
                 aLeft ^= aSample;
-                if (aBits.Read())
+                if (aBits.Read() != 0)
                 {
                     aFound |= aSample;
                     // Neighbours that come later in the group; the earlier ones are done.
@@ -153,10 +171,9 @@ void Refiner::RunSigProp(const HTBits& theBits)
             }
             itsFound[anIndex] = static_cast<std::uint16_t>(aFound);
             itsSignificant[anIndex] = static_cast<std::uint16_t>(itsSignificant[anIndex] | aFound);
-            for (; aFound != 0; aFound &= aFound - 1)
+            for (const Group aWords = GetGroup(s, g); aFound != 0; aFound &= aFound - 1)
             {
-                GetWord(s, g, static_cast<unsigned int>(std::countr_zero(aFound))) =
-                    aNew | (aBits.Read() ? 1U : 0U);
+                aWords[std::countr_zero(aFound)] = aNew | aBits.Read();
             }
         }
     }
@@ -164,19 +181,19 @@ void Refiner::RunSigProp(const HTBits& theBits)
 
 void Refiner::RunMagRef(const HTBits& theBits)
 {
-    BitPosition aBits{theBits};
-    const std::uint32_t aPlane =
-        2U << itsState.itsPlane; // of the bit below the clean-up pass, twice and beside a sign
+    std::size_t aPosition = 0;
+    const unsigned int aShift =
+        itsState.itsPlane + 1; // the bit below the clean-up pass, twice and beside a sign
     for (std::size_t s = 0; s < itsStripes; ++s)
     {
         for (std::size_t g = 0; g < itsGroups; ++g)
         {
             const std::size_t anIndex = GetIndex(s, g);
             std::uint32_t aMask = itsSignificant[anIndex] & ~std::uint32_t{itsFound[anIndex]};
-            for (; aMask != 0; aMask &= aMask - 1)
+            GroupBits aBits(theBits, aPosition);
+            for (const Group aWords = GetGroup(s, g); aMask != 0; aMask &= aMask - 1)
             {
-                GetWord(s, g, static_cast<unsigned int>(std::countr_zero(aMask))) +=
-                    aBits.Read() ? aPlane : 0;
+                aWords[std::countr_zero(aMask)] += aBits.Read() << aShift;
             }
         }
     }
@@ -186,7 +203,8 @@ void Refiner::RunMagRef(const HTBits& theBits)
 
 void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
 {
-    // A sample takes one bit of either stream, and a sign of SigProp's; eight bytes are read for each.
+    // A sample takes one bit of either stream, and a sign of SigProp's; eight bytes are read for each group
+    // of them.
     constexpr std::size_t kMostBytes = 4096 / 8;
     const bool isRefined = theBlock.itsPasses > 2;
     Refiner aRefiner(theState, theBlock.itsIsCausal);
@@ -198,7 +216,6 @@ void RefineHTBlock(HTState& theState, const HTBlock& theBlock)
     {
         aRefiner.DoubleWords(theState.GetWords(0), isRefined);
     }
-    aRefiner.FindSignificant();
     theState.itsMagSgn.TakeForwards(theBlock.itsRefinement, 0, 2 * kMostBytes + 8);
     aRefiner.RunSigProp(theState.itsMagSgn);
     if (isRefined)
