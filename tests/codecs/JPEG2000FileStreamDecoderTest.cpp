@@ -12,12 +12,6 @@ using namespace Jpeg2000Streams;
 
 namespace
 {
-Bytes Append(Bytes theBytes, const Bytes& theMore)
-{
-    theBytes.insert(theBytes.end(), theMore.begin(), theMore.end());
-    return theBytes;
-}
-
 /// Decodes by either codec, and tells where the source stands then.
 std::pair<Bytes, std::size_t> Decode(bool theFileStream, const Bytes& theInput, int theLargestRead = 1 << 20)
 {
@@ -46,16 +40,16 @@ TEST(JPEG2000FileStreamDecoder, FilesAndBareStreamsDecodeAlikeByBothCodecs)
     {
         for (const int aLargestRead : {1, 7, 1 << 20})
         {
-            for (const Bytes& anInput : {aStream, Append(aStream, Bytes(2, 0))})
+            for (const Bytes& anInput : {aStream, Join({aStream, Bytes(2, 0)})})
             {
                 EXPECT_EQ(Decode(isFileStream, anInput, aLargestRead), std::pair(anExpected, aStream.size()));
             }
-            for (const Bytes& anInput : {aFile, Append(aFile, Box("xml ", Bytes(300, ' ')))})
+            for (const Bytes& anInput : {aFile, Join({aFile, Box("xml ", Bytes(300, ' '))})})
             {
                 EXPECT_EQ(Decode(isFileStream, anInput, aLargestRead), std::pair(anExpected, aFile.size()));
             }
         }
         EXPECT_EQ(Decode(isFileStream, aCutFile),
-                  Decode(isFileStream, Append(aCutFile, Box("xml ", Bytes(500, 0x31)))));
+                  Decode(isFileStream, Join({aCutFile, Box("xml ", Bytes(500, 0x31))})));
     }
 }

@@ -212,16 +212,6 @@ TEST(CompressedCodestreamDecoder, OpensAFrameBeforeItsMemoryIsThere)
     EXPECT_EQ(anRLEBench.itsDriver.Open(anRLEBench.itsFrameLength, 3).GetDecodedSize(), 4u);
 }
 
-TEST(CompressedCodestreamDecoder, RLEKeepsItsOwnTexts)
-{
-    const Bytes aFrame = RleEncoder::Frame({{3, 10, 20, 30, 40}});
-    EXPECT_EQ(Bench(kRLEUID, 8, aFrame).Decode(4), (Bytes{10, 20, 30, 40}));
-    testing::internal::CaptureStdout();
-    ExpectStreamIOException([&] { Bench(kRLEUID, 8, aFrame).Decode(3); },
-                            "RLEDecoder::Decode: destination buffer size < ", 62);
-    testing::internal::GetCapturedStdout();
-}
-
 TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
 {
     const Image anImage = MakeImage(Process::LOSSLESS, 16, 200); // more than the header's first fill

@@ -49,24 +49,4 @@ TEST(kdu_sample_allocatorTest, RefusesWhatWasNotAnnouncedOrComesTooLate)
     aLargeAllocator.pre_alloc(kMost / 2);
     EXPECT_THROW(aLargeAllocator.pre_alloc(kMost / 2 + 1), std::bad_alloc);
 }
-
-TEST(kdu_line_buf, HasItsSamplesAndRoomForAVectorBehindThem)
-{
-    for (const bool isShort : {false, true})
-    {
-        constexpr int kWidth = 33;
-        kdu_sample_allocator anAllocator;
-        kdu_line_buf aLine;
-        aLine.pre_create(&anAllocator, kWidth, !isShort, isShort);
-        EXPECT_TRUE(aLine.get_buf16() == nullptr && aLine.get_buf32() == nullptr);
-        anAllocator.finalize();
-        aLine.create();
-        EXPECT_EQ(aLine.get_width(), kWidth);
-        EXPECT_EQ(aLine.is_absolute(), !isShort);
-        ASSERT_EQ(aLine.get_buf16() != nullptr, isShort);
-        ASSERT_EQ(aLine.get_buf32() != nullptr, !isShort);
-        std::memset(isShort ? static_cast<void*>(aLine.get_buf16()) : aLine.get_buf32(), 1,
-                    kWidth * (isShort ? sizeof(kdu_sample16) : sizeof(kdu_sample32)) + 64);
-    }
-}
 } // namespace

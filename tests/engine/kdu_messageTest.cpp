@@ -62,17 +62,4 @@ TEST(KduMessage, AWarningThatReturnsLetsTheOperationGoOn)
               (std::vector<std::string>{"start", "Odd (at byte 3 of the codestream)", "end"}));
 }
 
-/// The main header is read before the mode is known.
-TEST(KduMessage, TheFirstNonConformanceWaitsForTheMode)
-{
-    const EngineReports someReports;
-    j2k::Reports aReports;
-    aReports.NonConformance("First", 1);
-    aReports.NonConformance("Second", 2);
-    EXPECT_NO_THROW(aReports.SetTolerance(j2k::Tolerance::Resilient));
-    EXPECT_EQ(ReportOf([&] { aReports.SetTolerance(j2k::Tolerance::Fussy); }),
-              "warning: First (at byte 1 of the codestream)");
-    EXPECT_NO_THROW(aReports.SetTolerance(j2k::Tolerance::Fussy));
-}
-
 } // namespace

@@ -150,22 +150,4 @@ TEST(CodestreamDamage, FlippedBitsSurvive)
         Survives(aStream, MakeOptions(kEngineModes[aDice.Roll(0, 2)], aDice.Chance(20) ? 1 : 0));
     }
 }
-
-TEST(CodestreamDamage, SplicedStreamsSurvive)
-{
-    Dice aDice(6);
-    const std::vector<Victim> aVictims = MakeVictims();
-    for (int i = 0; i < Rounds(500); ++i)
-    {
-        const Bytes& aFront = aVictims[static_cast<std::size_t>(aDice.Roll(0, 3))].itsStream;
-        const Bytes& aBack = aVictims[static_cast<std::size_t>(aDice.Roll(0, 3))].itsStream;
-        const int aFrontEnd = aDice.Roll(0, static_cast<int>(aFront.size()));
-        const int aBackStart = aDice.Roll(0, static_cast<int>(aBack.size()));
-        SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(aFrontEnd) + " + " +
-                     std::to_string(aBackStart));
-        Bytes aStream(aFront.begin(), aFront.begin() + aFrontEnd);
-        aStream.insert(aStream.end(), aBack.begin() + aBackStart, aBack.end());
-        Survives(aStream, MakeOptions(kEngineModes[aDice.Roll(0, 2)]));
-    }
-}
 } // namespace
