@@ -79,24 +79,25 @@ TEST(Decoder, SizesInBothWidths)
 
 TEST(Decoder, OriginalInterpretationIsTheRecordedOne)
 {
-    constexpr std::pair<const char*, int> kCases[] = {
-        {"MONOCHROME1", 1},
-        {"MONOCHROME2", 1},
-        {"RGB", 2},
-        {"YBR_FULL_422", 3},
-        {"YBR_PARTIAL_422", 4},
-        {"YBR_PARTIAL_420", 5},
-        {"YBR_FULL", 6},
-        {"YBR_RCT", 7},
-        {"YBR_ICT", 8},
-        {"PALETTE COLOR", 9},
-        {"rgb", 0},
-        {"COLOR PALETTE", 0},
-        {"MONOCHROME3", 0},
-        {"", 0},
-    };
-    for (const auto& [aText, aModel] : kCases)
+    // Each where its model is; what has none stands behind them.
+    constexpr const char* kTerms[] = {"",
+                                      "MONOCHROME1",
+                                      "RGB",
+                                      "YBR_FULL_422",
+                                      "YBR_PARTIAL_422",
+                                      "YBR_PARTIAL_420",
+                                      "YBR_FULL",
+                                      "YBR_RCT",
+                                      "YBR_ICT",
+                                      "PALETTE COLOR",
+                                      "MONOCHROME2",
+                                      "rgb",
+                                      "COLOR PALETTE",
+                                      "MONOCHROME3"};
+    for (int i = 0; i < static_cast<int>(std::size(kTerms)); ++i)
     {
+        const char* const aText = kTerms[i];
+        const int aModel = i == 10 ? 1 : i < 10 ? i : 0;
         // In the attribute, and in the scratch pad whatever the attribute says.
         for (const bool aRecorded : {false, true})
         {
