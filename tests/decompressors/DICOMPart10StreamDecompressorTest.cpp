@@ -116,18 +116,6 @@ TEST(DICOMPart10StreamDecompressor, PassesOnWhatTheStreamReports)
     }
 }
 
-TEST(DICOMPart10StreamDecompressor, DeliversTheNativeFrameAskedFor)
-{
-    for (const int aFrame : {-1, 0, 1, 2})
-    {
-        const Outcome anOutcome = RunPart10(Grey8(3), {aFrame});
-        EXPECT_EQ(anOutcome.Pixels(), Counting(6, aFrame < 0 ? 0U : 6U * static_cast<unsigned>(aFrame)));
-        EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{6})
-            << "a grey frame is one allocation at its final size";
-        EXPECT_EQ(anOutcome.Message(), "Completed successfully");
-    }
-}
-
 TEST(DICOMPart10StreamDecompressor, ReachesALateFrameWithoutReadingTheOthers)
 {
     constexpr int kFrames = 200;
@@ -185,24 +173,6 @@ TEST(DICOMPart10StreamDecompressor, ComputesTheRatioOnlyForImagesNotMarked)
                                                     (aLossy[1] == '1' ? " lossy" : "") + ", scale " +
                                                     std::to_string(std::max(aScaleFactor, 1)) + ", ratio " +
                                                     std::to_string(aRatio));
-    }
-}
-
-TEST(DICOMPart10StreamDecompressor, BringsBigEndianWordsIntoNativeOrder)
-{
-    const Bytes aPixels{0x12, 0x34, 0x56, 0x78};
-    const Bytes aSwapped{0x34, 0x12, 0x78, 0x56};
-    // isLittleEndian: or the fix-up would exchange the bytes once more.
-    const std::tuple<Bytes, Bytes, bool> kCases[] = {
-        {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 0, aPixels, "OW"), aSwapped, true},
-        {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 1, 2, 16, 0, aPixels, "OB"), aPixels, false},
-        // The exchange counts pixels but ends with the buffer: one byte a pixel makes half as many words.
-        {Native(Syntax::EXPLICIT_BIG, 1, "MONOCHROME2", 2, 2, 8, 0, aPixels, "OW"), aSwapped, true}};
-    for (const auto& [aFile, anExpected, isLittleEndian] : kCases)
-    {
-        const Outcome anOutcome = RunPart10(aFile);
-        EXPECT_EQ(anOutcome.Pixels(), anExpected);
-        EXPECT_EQ(anOutcome.Image()->isPixelDataLittleEndian(), isLittleEndian);
     }
 }
 

@@ -111,7 +111,11 @@ TEST(DecompressingPixelInputStreamVR, ReadsAsTheFramesOneAfterAnother)
                 EXPECT_EQ(aStream->GetLength(), aFixture.itsValue.size());
                 EXPECT_EQ(aStream->GetTypeCode(), 20290);
                 EXPECT_EQ(aStream->GetCurrentFrameIndex(), 0);
-                EXPECT_EQ(ReadAll(*aStream, aStep), aFixture.itsValue);
+                EXPECT_EQ(aStream->Skip(5), 5u);
+                EXPECT_EQ(aStream->GetBytesAvailable(), aFixture.itsValue.size() - 5);
+                EXPECT_EQ(ReadAll(*aStream, aStep),
+                          Bytes(aFixture.itsValue.begin() + 5, aFixture.itsValue.end()));
+                EXPECT_EQ(aStream->Skip(1), 0u);
                 EXPECT_EQ(aStream->GetCurrentFrameIndex(), aFrames - 1);
                 EXPECT_FALSE(aStream->HasMoreData());
                 EXPECT_EQ(aStream->GetStreamPosition(), aFixture.itsValue.size());
@@ -120,22 +124,6 @@ TEST(DecompressingPixelInputStreamVR, ReadsAsTheFramesOneAfterAnother)
             }
         }
     }
-}
-
-TEST(DecompressingPixelInputStreamVR, SkipsAndCopies)
-{
-    Fixture aFixture(3);
-    {
-        const auto aStream = aFixture.Make();
-        EXPECT_EQ(aStream->Skip(10), 10u);
-        EXPECT_EQ(aStream->GetBytesAvailable(), aFixture.itsValue.size() - 10);
-        DecompressingPixelInputStreamVR aCopy(*aStream);
-        const Bytes aRest(aFixture.itsValue.begin() + 10, aFixture.itsValue.end());
-        EXPECT_EQ(ReadAll(*aStream, 5), aRest);
-        EXPECT_EQ(ReadAll(aCopy, 7), aRest) << "a copy reads on by itself where the source can be sought";
-        EXPECT_EQ(aCopy.Skip(1), 0u);
-    }
-    EXPECT_EQ(aFixture.itsAllocator.GetLiveBlocks(), 0u);
 }
 
 TEST(DecompressingPixelInputStreamVR, GivesTheWholeValueOnce)

@@ -11,23 +11,6 @@
 #include "support/ImageMaker.h"
 #include "toolkit/io/InputStream.h"
 
-TEST(DecompressionRequest, EitherInputLeavesTheOtherNull)
-{
-    MemoryInputStream aStream("", 0);
-    ByteSource aSource({});
-    const DecompressionRequest aStreamed(&aStream, nullptr, "", true, 0, 7, "", false);
-    const DecompressionRequest aSourced(&aSource, nullptr, "", true, 0, 7, "", false);
-    EXPECT_EQ(aStreamed.getInputStream(), &aStream);
-    EXPECT_EQ(aStreamed.getCompressedSource(), nullptr);
-    EXPECT_EQ(aSourced.getInputStream(), nullptr);
-    EXPECT_EQ(aSourced.getCompressedSource(), &aSource);
-    for (const DecompressionRequest& aRequest : {aStreamed, aSourced})
-    {
-        EXPECT_TRUE(aRequest.getLoadDemoInfoFlag());
-        EXPECT_EQ(aRequest.getScaleFactor(), 0) << "kept, not put right";
-    }
-}
-
 TEST(DecompressionResult, PrintsFourLines)
 {
     DecompressionResult aResult;

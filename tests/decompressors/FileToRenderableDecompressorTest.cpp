@@ -75,34 +75,12 @@ TEST(FileToRenderableDecompressor, DecodesByImageType)
     }
 }
 
-TEST(FileToRenderableDecompressor, KeepsWhatCopiesOfTheResultHold)
-{
-    const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
-    {
-        DecompressionResult aResult;
-        std::vector<DecompressionResult> aKept;
-        for (const int aType : {IMAGE_TYPE_DICOM_PART10, IMAGE_TYPE_JPEG, IMAGE_TYPE_DICOM_PART10})
-        {
-            const TemporaryFile aFile(aType == IMAGE_TYPE_JPEG ? GreyJpeg() : Grey8(3));
-            Decode(aFile.GetName(), aType, aResult, static_cast<int>(aKept.size()));
-            aKept.push_back(aResult);
-        }
-        EXPECT_EQ(Decode("/nowhere/at/all", IMAGE_TYPE_JPEG, aResult), 0);
-        EXPECT_EQ(aResult.getRenderable(), nullptr);
-        std::vector<int> aFirstBytes;
-        for (const DecompressionResult& aCopy : aKept)
-        {
-            aFirstBytes.push_back(aCopy.getRenderable() ? GetPixels(*aCopy.getRenderable()).front() : -1);
-        }
-        EXPECT_EQ(aFirstBytes, (std::vector{0, 77, 12}));
-    }
-    EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
-}
-
 TEST(FileToRenderableDecompressor, ReportsEveryFailure)
 {
     const std::string kNoImage = kPrefix + "Decompressor produced a NULL Renderable";
     const std::string kBadType = kPrefix + "Invalid compressed image type";
+    const std::string kNoFile =
+        kPrefix + "DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file";
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
     const std::tuple<const char*, Bytes, int, int, int, std::string> kCases[] = {
         {"type 0", Grey8(), 0, 0, 48, kBadType},
@@ -111,33 +89,25 @@ TEST(FileToRenderableDecompressor, ReportsEveryFailure)
         {"no such frame", Grey8(), 3, 4, 62, kNoImage},
         {"no JPEG stream", Grey8(), 1, 0, 62, kNoImage},
         {"empty", {}, 3, 0, 62, kNoImage},
+        {"no file", {}, 1, 0, 3, kNoFile},
+        {"no file comes before no type", {}, 0, 0, 3, kNoFile},
     };
     for (const auto& [aName, aContent, anImageType, aFrame, aCode, aText] : kCases)
     {
         SCOPED_TRACE(aName);
-        const TemporaryFile aFile(aContent);
-        DecompressionResult aResult;
-        EXPECT_EQ(Decode(aFile.GetName(), anImageType, aResult, aFrame), 0);
+        const TemporaryFile aFile(aContent), anEarlier(Grey8());
+        DecompressionResult aResult; // of an image that only its copies keep
+        EXPECT_EQ(Decode(anEarlier.GetName(), IMAGE_TYPE_DICOM_PART10, aResult), 1);
+        const DecompressionResult aKept = aResult;
+        EXPECT_EQ(Decode(aCode == 3 ? "/nowhere/at/all" : aFile.GetName(), anImageType, aResult, aFrame), 0);
         EXPECT_EQ(aResult.getSystemErrorCode(), 0);
         EXPECT_EQ(aResult.getDCMLibResultCode(), aCode);
         EXPECT_EQ(aResult.getMessage(), aText);
         EXPECT_EQ(aResult.getRenderable(), nullptr);
+        ASSERT_NE(aKept.getRenderable(), nullptr);
+        EXPECT_EQ(GetPixels(*aKept.getRenderable()), Counting(6));
     }
     EXPECT_EQ(VMMemoryAllocator::GetNumHeapBlocks(), aBlocks);
-}
-
-TEST(FileToRenderableDecompressor, ReportsAFileThatIsNotThere)
-{
-    // The file comes before the type.
-    for (const int aType : {0, 1, 3})
-    {
-        DecompressionResult aResult;
-        EXPECT_EQ(Decode("/nowhere/at/all", aType, aResult), 0);
-        EXPECT_EQ(aResult.getDCMLibResultCode(), 3);
-        EXPECT_EQ(aResult.getSystemErrorCode(), 0);
-        EXPECT_EQ(aResult.getMessage(),
-                  kPrefix + "DGDatabase::RetrieveFromCompressedFile(): Error: unable to find image file");
-    }
 }
 
 TEST(FileToRenderableDecompressor, SharesTheFileWithReadersOnly)

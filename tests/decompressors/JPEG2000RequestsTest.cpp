@@ -123,32 +123,6 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
                       "Image component count not in (1, 3) as required by DICOM");
 }
 
-TEST(JPEG2000Requests, ColourComesAsRGB)
-{
-    const Bytes aConverted = PlainYBRToRGB(ColourPixels());
-    for (const auto& [aStream, anInterpretation, anExpected] :
-         {std::tuple(Colour(), "YBR_RCT", ColourPixels()),
-          {Colour(), "RGB", ColourPixels()},
-          {PlainColour(), "RGB", ColourPixels()},
-          {PlainColour(), "YBR_FULL", aConverted}})
-    {
-        SCOPED_TRACE(anInterpretation);
-        DataSet aDataSet;
-        const Outcome aPart10 =
-            RunPart10(Encapsulated(kLossless, kColourSpec, anInterpretation, {aStream}), &aDataSet);
-        DataSet aBareSet;
-        aBareSet.SetText(DICOMTags::PhotometricInterpretation, anInterpretation);
-        const Outcome aBare = RunBareImage(MakeJp2(aStream), kAny, &aBareSet);
-        for (const Outcome* const anOutcome : {&aPart10, &aBare})
-        {
-            ASSERT_EQ(anOutcome->Code(), 0) << anOutcome->Message();
-            EXPECT_EQ(anOutcome->Pixels(), anExpected);
-            EXPECT_EQ(anOutcome->Image()->getPhotometricInterpretation(), Renderable::RGB);
-        }
-        EXPECT_EQ(aDataSet.Text(DICOMTags::PhotometricInterpretation), "RGB");
-    }
-}
-
 TEST(JPEG2000Requests, LossIsWrittenDownWhereItIsCertain)
 {
     const JpegSpec aSquare{.itsWidth = kLossySize, .itsHeight = kLossySize, .itsComponents = 3};

@@ -23,24 +23,6 @@ TEST(Part10FrameLoader, SamplesThatAnRleSegmentDoesNotBringAreZero)
     EXPECT_EQ(aBare.Pixels(), anExpected) << aBare.Message();
 }
 
-TEST(Part10FrameLoader, RatioAndScaleFactorAreWhatTheCodecDid)
-{
-    const Bytes aFrame = RleFrame({Bytes(1024, 5)});
-    ASSERT_EQ(aFrame.size(), 80u);
-    for (const int aScaleFactor : {0, 1, 3})
-    {
-        const Outcome anOutcome =
-            RunPart10(Encapsulated(TransferSyntaxType::TSRLEUID, {.itsWidth = 32, .itsHeight = 32},
-                                   "MONOCHROME2", {aFrame}),
-                      {0, aScaleFactor});
-        ASSERT_NE(anOutcome.Image(), nullptr) << anOutcome.Message();
-        EXPECT_EQ(anOutcome.Pixels(), Bytes(1024, 5));
-        EXPECT_EQ(Describe(*anOutcome.Image()), "MONOCHROME2 32 x 32 x 1, 8/8/7, scale 1, ratio 13")
-            << "RLE is never reduced, and these are 1024 bytes from 80";
-        EXPECT_EQ(anOutcome.itsAllocator->GetSizes(), std::vector<std::uint64_t>{1024}) << "one allocation";
-    }
-}
-
 // The image would otherwise end in bytes that no codec has written, and could not be saved.
 TEST(Part10FrameLoader, AnImageSmallerThanAnnouncedClaimsNoMore)
 {
