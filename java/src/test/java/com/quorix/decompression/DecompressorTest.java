@@ -74,17 +74,6 @@ class DecompressorTest {
     }
 
     @ParameterizedTest
-    @CsvSource({"AUTOMATIC, 62", "JPEG, 62", "JPEG_LS, 48"})
-    void jpegLsIsFoundUnlessReadByContract(ImageType type, int codeByContract) throws IOException {
-        byte[] stream = HexFormat.of().parseHex("ffd8fff7000b080002000301011100ffda00080101000000005b4506c0ffd9");
-        DecodeOptions options = DEFAULT.withType(type);
-        try (Renderable image = Decompressor.decode(new ByteBufferSeekableInputStream(stream), options)) {
-            assertArrayEquals(new byte[] {1, 2, 3, (byte) 250, 5, 6}, Images.pixelsOf(image));
-        }
-        expectFailure(stream, options.withByContract(true), codeByContract, "");
-    }
-
-    @ParameterizedTest
     @CsvSource({"FFD8FFE0, JPEG", "FF4FFF51, JPEG2000", "0000000C6A5020200D0A870A, JPEG2000",
         "0000000000000000, DICOM", "FFD8, DICOM", "FF4FFF, DICOM", "0000000C6A5020, DICOM"})
     void typesAreTold(String start, ImageType expected) {

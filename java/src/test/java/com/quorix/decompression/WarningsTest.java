@@ -55,16 +55,15 @@ class WarningsTest {
     }
 
     @ParameterizedTest
-    @CsvSource({"stream, true", "stream, false", "queue, true", "queue, false"})
-    void aBareJpegHasItsOwnDepthByMeaning(String way, boolean byContract) throws IOException {
-        try (Renderable image = decode(way, Compressed.lossless12(), options.withByContract(byContract))) {
-            assertEquals(byContract ? "8/8/7" : "16/12/11",
-                    image.getBitsAllocated() + "/" + image.getBitsStored() + "/" + image.getHighBit());
+    @CsvSource({"stream, AUTOMATIC, 62", "stream, JPEG, 62", "stream, JPEG_LS, 48", "queue, JPEG, 62"})
+    void jpegLsIsFoundUnlessReadByContract(String way, ImageType type, int codeByContract) throws IOException {
+        byte[] stream = HexFormat.of().parseHex("ffd8fff7000b080002000301011100ffda00080101000000005b4506c0ffd9");
+        try (Renderable image = decode(way, stream, options.withType(type))) {
+            assertArrayEquals(new byte[] {1, 2, 3, (byte) 250, 5, 6}, Images.pixelsOf(image));
             assertFalse(image.isLossyImageCompression());
-            if (!byContract) {
-                assertArrayEquals(Compressed.lossless12Pixels(), Images.pixelsOf(image));
-            }
         }
+        assertEquals(codeByContract, assertThrows(DecompressionException.class,
+                () -> decode(way, stream, options.withType(type).withByContract(true))).getCode());
     }
 
     @ParameterizedTest

@@ -15,7 +15,7 @@ import javax.imageio.ImageIO;
  * <p>{@link #gradient8} and {@link #gradient16} draw; a seed makes frames differ. {@link #jpeg} is a baseline
  * JPEG codestream by Java's own encoder, {@link #jpegPixels} what Java's own decoder makes of it;
  * {@link #jpeg2000} is a lossless JPEG 2000 codestream of {@link #JPEG2000_COLUMNS} x {@link #JPEG2000_ROWS},
- * {@link #jpeg2000Pixels} what it was made of; {@link #lossless12} and {@link #lossless12Pixels} likewise.
+ * {@link #jpeg2000Pixels} what it was made of.
  */
 public final class Compressed {
     public static final int JPEG2000_COLUMNS = 96;
@@ -26,9 +26,6 @@ public final class Compressed {
             + "yODeP/HNRjg/MnEie1+4NVtgYRJJ7b6qKcwDSmVzdnAw4m8WhWCRLuyvG+B4zP45MF3mrTusqqqqqqs0DBoYsqqqrQvy4Y8i"
             + "s/ZbqRYQw5XUWEMOmmPsq6CvCKG51NvN83zfN83zfN83zgB6ACtuvm+b5vnItDkTGLbr5yLQ5E5yKe6+AXP3ORT3XzfN83za"
             + "uRJEzxHD1g/s0kbmKpXSBLxW1KFIXMGDXWq//3//f/6PwDokB8Iogt3nl7c4Ko/wwBJAOjCcaZk/6NNiqLIP/9k=";
-
-    private static final String LOSSLESS12 = "/9j/wwALDAAFAAYBAREA/8QAJAAAAAAAEQAAAAAAAAAAAAAAAAECAwQFBgcICQoLDA0ODxD/2gAIAQEAAQAAY/8A"
-            + "owUYKMFGCjBXIZGCjBRgowUYK5DIwUYKMFGCjBXIZGCjBRgsDARgsSFRgowUYKMFGD//2Q==";
 
     private Compressed() {
     }
@@ -79,19 +76,5 @@ public final class Compressed {
             pixels[i] = (byte) (i % JPEG2000_COLUMNS + 2 * (i / JPEG2000_COLUMNS));
         }
         return pixels;
-    }
-
-    /** A bare lossless JPEG of 5 x 6 samples of 12 bits. */
-    public static byte[] lossless12() {
-        return Base64.getDecoder().decode(LOSSLESS12);
-    }
-
-    /** What it was made of, little endian. */
-    public static byte[] lossless12Pixels() {
-        ByteBuffer pixels = ByteBuffer.allocate(60).order(ByteOrder.LITTLE_ENDIAN);
-        for (int i = 0; i < 30; i++) {
-            pixels.putShort((short) (i * 193 % 4096));
-        }
-        return pixels.array();
     }
 }
