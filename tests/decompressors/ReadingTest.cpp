@@ -946,41 +946,27 @@ TEST(Reading, SaysWhatShareOfJpeg2000IsMissing)
 
 TEST(Reading, RatiosAreThoseOfTheWholeFrame)
 {
-    const auto aRatios = [](const auto& theDecode)
-    {
-        const auto aRatio = [&](Reading theReading)
-        {
-            const Outcome anOutcome = theDecode({.itsReading = theReading});
-            return anOutcome.Image() != nullptr ? anOutcome.Image()->getCompressionRatio() : -1;
-        };
-        return std::pair(aRatio(Reading::BY_CONTRACT), aRatio(Reading::BY_MEANING));
-    };
-    JpegSpec aSpec{
+    const JpegSpec aDeep{
         .itsWidth = 64, .itsHeight = 64, .itsPrecision = 12, .itsProcess = JpegSpec::Process::EXTENDED};
-    const Bytes aDeep = Even(MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100})));
+    const JpegSpec aPlain{.itsWidth = 64, .itsHeight = 64};
+    const Bytes aFrame = Even(MakeFlatJpeg(aDeep, {100})), aBare = MakeFlatJpeg(aPlain, {100});
     DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, TransferSyntaxType::TSJPEG51UID);
     aBuilder.AddImageAttributes(1, "MONOCHROME2", 64, 64, 16, 8);
-    const Bytes aFile = aBuilder.AddEncapsulatedPixelData({aDeep}).Build();
-    const auto aWhole = static_cast<int>(64.0 * 64 * 2 / static_cast<double>(aDeep.size()) + 0.5);
-    EXPECT_EQ(aRatios([&](Wish theWish) { return RunPart10(aFile, nullptr, theWish); }),
-              std::pair(0, aWhole));
-
-    const Bytes aJpeg = MakeJpeg({.itsWidth = 64, .itsHeight = 64},
-                                 MakeFlatSamples({.itsWidth = 64, .itsHeight = 64}, {100}));
-    const auto aBare = static_cast<int>(64.0 * 64 / static_cast<double>(aJpeg.size()) + 0.5);
-    const auto aDecode = [&](Wish theWish)
+    const Bytes aFile = aBuilder.AddEncapsulatedPixelData({aFrame}).Build();
+    const auto aRatio = [](std::size_t theSize, const Bytes& theStream)
+    { return static_cast<int>(static_cast<double>(theSize) / static_cast<double>(theStream.size()) + 0.5); };
+    // Under a data set; the ratios by contract and by meaning.
+    const std::tuple<Row, int, int> kCases[] = {
+        {{"deep", aFile, {}}, 0, aRatio(64 * 64 * 2, aFrame)},
+        {{"bare", aBare, {}, {}, kBaseline, [](DataSet&) {}}, 0, aRatio(64 * 64, aBare)},
+        {{"not reduced", Grey8(), {}, {}, "", {}, 3}, 16, 1}};
+    for (const auto& [aRow, aByContract, aByMeaning] : kCases)
     {
-        DataSet aDataSet;
-        return RunBareImage(aJpeg, kBaseline, &aDataSet, theWish);
-    };
-    EXPECT_EQ(aRatios(aDecode), std::pair(0, aBare));
-    EXPECT_EQ(aRatios(
-                  [](Wish theWish)
-                  {
-                      theWish.itsScaleFactor = 3;
-                      return RunPart10(Grey8(), nullptr, theWish);
-                  }),
-              std::pair(16, 1));
+        EXPECT_EQ(::Run(aRow, Reading::BY_CONTRACT).Image()->getCompressionRatio(), aByContract)
+            << aRow.itsName;
+        EXPECT_EQ(::Run(aRow, Reading::BY_MEANING).Image()->getCompressionRatio(), aByMeaning)
+            << aRow.itsName;
+    }
 }
 
 namespace
