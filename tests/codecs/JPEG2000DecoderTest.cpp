@@ -58,6 +58,22 @@ struct Open
     ByteSource itsSource;
     JPEG2000Decoder itsCodec;
 };
+
+/// Decodes by either codec, and tells where the source stands then.
+std::pair<Bytes, std::size_t> DecodeBy(bool theFileStream, const Bytes& theInput,
+                                       int theLargestRead = 1 << 20)
+{
+    const std::unique_ptr<JPEG2000Decoder> aCodec(theFileStream
+                                                      ? new JPEG2000FileStreamDecoder(1, Decoder::PET_FAST)
+                                                      : new JPEG2000Decoder(1, Decoder::PET_FAST));
+    ByteSource aSource(theInput, theLargestRead);
+    aCodec->SetSource(nullptr, aSource);
+    const Bytes aBuffer = DecodeAll(*aCodec);
+    // The first bytes are looked at, and count once.
+    EXPECT_EQ(aCodec->GetTotalBytesRead(), aSource.GetPosition());
+    EXPECT_EQ(aSource.GetCloses(), 0);
+    return {aBuffer, aSource.GetPosition()};
+}
 } // namespace
 
 TEST(JPEG2000Decoder, AnnouncesWhatTheCodestreamHas)
@@ -130,30 +146,25 @@ TEST(JPEG2000Decoder, DecodesTheIrreversibleTransform)
     }
 }
 
-TEST(JPEG2000Decoder, RefusesAScaleFactorBelow1BeforeAnythingIsRead)
+TEST(JPEG2000Decoder, RefusesScaleFactorsBelow1AndLayoutsThatDicomDoesNotHave)
 {
-    for (const int aScaleFactor : {0, -1, std::numeric_limits<int>::min()})
-    {
-        ByteSource aSource(Grey12());
-        JPEG2000Decoder aCodec(aScaleFactor, Decoder::PET_FAST);
-        ExpectStreamIOException([&] { aCodec.SetSource(nullptr, aSource); },
-                                kHeaderPrefix + "Invalid output scale request (theScaleFactor < 1)", 37);
-        EXPECT_EQ(aSource.GetReads(), 0);
-    }
-}
-
-TEST(JPEG2000Decoder, RefusesLayoutsThatDicomDoesNotHave)
-{
-    // The last two change the sampling factors of components 1 and 2.
-    const std::pair<Bytes, const char*> kCases[] = {
-        {Pair(), "Image component count not in (1, 3) as required by DICOM"},
-        {Patch(PlainColour(), kDepthOfComponent0 + 4, {2, 1}),
+    // Scale factors are looked at before the stream; the last two change the sampling factors of components 1
+    // and 2.
+    const char* const kScale = "Invalid output scale request (theScaleFactor < 1)";
+    const std::tuple<Bytes, int, const char*> kCases[] = {
+        {{}, 0, kScale},
+        {{}, -1, kScale},
+        {{}, std::numeric_limits<int>::min(), kScale},
+        {Pair(), 1, "Image component count not in (1, 3) as required by DICOM"},
+        {Patch(PlainColour(), kDepthOfComponent0 + 4, {2, 1}), 1,
          "Component 1 dimensions != Component 0 dimensions"},
-        {Patch(PlainColour(), kDepthOfComponent0 + 7, {1, 2}),
+        {Patch(PlainColour(), kDepthOfComponent0 + 7, {1, 2}), 1,
          "Component 2 dimensions != Component 0 dimensions"}};
-    for (const auto& [aStream, aText] : kCases)
+    for (const auto& [aStream, aScale, aText] : kCases)
     {
-        ExpectStreamIOException([&aBytes = aStream] { Open anOpen(aBytes); }, kHeaderPrefix + aText, 37);
+        ExpectStreamIOException([&aBytes = aStream, aFactor = aScale]
+                                { Open anOpen(aBytes, Decoder::PET_FAST, aFactor); },
+                                kHeaderPrefix + aText, 37);
     }
 }
 
@@ -303,5 +314,31 @@ TEST(JPEG2000Decoder, TurnsReportsIntoDecoderExceptions)
         const auto aThrow = [aThrown = aReport]
         { JPEG2000Decoder::ThrowDecoderException("Here: ", aThrown); };
         ExpectReport(aThrow, RWCString("Here: ") + aText, aCode);
+    }
+}
+
+TEST(JPEG2000FileStreamDecoder, FilesAndBareStreamsDecodeAlikeByBothCodecs)
+{
+    const Bytes aStream = Grey12();
+    const Bytes aFile = MakeJp2(aStream);
+    const Bytes anExpected = DecodeBy(false, aStream).first;
+    // What the box cuts off is missing, and decodes as such; the box behind it is not taken for it.
+    const Bytes aCutFile = MakeJp2(Bytes(aStream.begin(), aStream.end() - 60));
+    for (const bool isFileStream : {false, true})
+    {
+        for (const int aLargestRead : {1, 7, 1 << 20})
+        {
+            for (const Bytes& anInput : {aStream, Join({aStream, Bytes(2, 0)})})
+            {
+                EXPECT_EQ(DecodeBy(isFileStream, anInput, aLargestRead),
+                          std::pair(anExpected, aStream.size()));
+            }
+            for (const Bytes& anInput : {aFile, Join({aFile, Box("xml ", Bytes(300, ' '))})})
+            {
+                EXPECT_EQ(DecodeBy(isFileStream, anInput, aLargestRead), std::pair(anExpected, aFile.size()));
+            }
+        }
+        EXPECT_EQ(DecodeBy(isFileStream, aCutFile),
+                  DecodeBy(isFileStream, Join({aCutFile, Box("xml ", Bytes(500, 0x31))})));
     }
 }

@@ -169,18 +169,9 @@ TEST_F(JPEGDamage, MissingComponentIsZero)
 TEST_F(JPEGDamage, EndlessScansAreCutOff)
 {
     const Bytes anEmptyScan = {0xff, 0xda, 0, 8, 1, 1, 0, 1, 5, 0};
-    // A refinement by ends of bands alone: the code 0 and fourteen more bits are 16384 blocks without news.
-    Bytes anEndOfBands = {0xff, 0xc4, 0, 20, 0x10, 1};
-    anEndOfBands.resize(21);
-    anEndOfBands.insert(anEndOfBands.end(), {0xe0, 0xff, 0xda, 0, 8, 1, 1, 0, 1, 63, 0x10});
-    anEndOfBands.resize(anEndOfBands.size() + 30);
     // The side is written into the frame header; the data stays that of a small image.
-    for (const auto& [aSide, aScans, aScan, isTooMany] : {std::tuple{16, 900, anEmptyScan, false},
-                                                          {16, 1100, anEmptyScan, true},
-                                                          {4000, 90, anEmptyScan, false},
-                                                          {4000, 300, anEmptyScan, true},
-                                                          {4000, 20, anEndOfBands, false},
-                                                          {4000, 300, anEndOfBands, true}})
+    for (const auto& [aSide, aScans, isTooMany] :
+         {std::tuple{16, 900, false}, {16, 1100, true}, {4000, 90, false}, {4000, 300, true}})
     {
         Bytes aJpeg = Image({.itsProcess = Process::PROGRESSIVE, .itsEndOfImage = false}).itsJpeg;
         const Bytes aMarker = {0xff, 0xc2};
@@ -189,7 +180,7 @@ TEST_F(JPEGDamage, EndlessScansAreCutOff)
         aFrame[6] = aFrame[8] = static_cast<std::uint8_t>(aSide & 0xff);
         for (int i = 0; i < aScans; ++i)
         {
-            aJpeg.insert(aJpeg.end(), aScan.begin(), aScan.end());
+            aJpeg.insert(aJpeg.end(), anEmptyScan.begin(), anEmptyScan.end());
         }
         aJpeg.insert(aJpeg.end(), {0xff, 0xd9});
         ByteSource aSource(aJpeg);

@@ -177,29 +177,21 @@ TEST(KduSource, ManyWrongLengthsTakeLinearTime)
               EngineDecode(Pair()).itsComponents[0].itsSamples.size());
 }
 
-struct Line
-{
-    const char* itsName;
-    int itsWidth;
-    bool itsAbsolute;
-    bool itsUseShorts;
-};
-
 TEST(KduSynthesis, RefusesLinesThatDoNotSuit)
 {
     OpenCodestream anOpen(Pair());
     kdu_tile aTile = anOpen->open_tile({0, 0});
-    for (const Line& aCase : {Line{"narrow", 3, true, false}, Line{"wide", 5, true, false},
-                              Line{"float", 4, false, false}, Line{"short", 4, true, true}})
+    // Too narrow, too wide, of floats, of shorts.
+    for (const auto& [aWidth, isAbsolute, isShort] :
+         {std::tuple{3, true, false}, {5, true, false}, {4, false, false}, {4, true, true}})
     {
-        SCOPED_TRACE(aCase.itsName);
         kdu_sample_allocator anAllocator;
         kdu_synthesis aSynthesis(aTile.access_component(0).access_resolution(), &anAllocator, false);
         kdu_line_buf aLine;
-        aLine.pre_create(&anAllocator, aCase.itsWidth, aCase.itsAbsolute, aCase.itsUseShorts);
+        aLine.pre_create(&anAllocator, aWidth, isAbsolute, isShort);
         anAllocator.finalize();
         aLine.create();
-        EXPECT_THROW(aSynthesis.pull(aLine), std::logic_error);
+        EXPECT_THROW(aSynthesis.pull(aLine), std::logic_error) << aWidth;
     }
     OpenCodestream aLossy(Lossy());
     kdu_sample_allocator anAllocator;
