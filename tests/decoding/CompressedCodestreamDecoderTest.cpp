@@ -215,16 +215,12 @@ TEST(CompressedCodestreamDecoder, OpensAFrameBeforeItsMemoryIsThere)
 TEST(CompressedCodestreamDecoder, SignIsSettledBeforeDecoding)
 {
     const Image anImage = MakeImage(Process::LOSSLESS, 16, 200); // more than the header's first fill
-    // The representation, -1 where it is absent, and what the codec is told.
+    // The representation, and what the codec is told.
     for (const auto& [aRepresentation, isForced, anExpected] :
-         {std::tuple{0, false, 0}, {1, false, 1}, {1, true, 0}, {-1, false, 0}, {0, true, 0}})
+         {std::tuple{0, false, 0}, {1, false, 1}, {1, true, 0}, {DataSet::kNone, false, 0}, {0, true, 0}})
     {
         Bench aBench(kUID70, 16, anImage.itsJpeg);
-        aBench.itsDataSet.RemoveVR(DICOMTags::PixelRepresentation);
-        if (aRepresentation >= 0)
-        {
-            aBench.itsDataSet.SetNumber(DICOMTags::PixelRepresentation, aRepresentation);
-        }
+        aBench.itsDataSet.SetNumber(DICOMTags::PixelRepresentation, aRepresentation);
         int aSign = -1;
         aBench.itsReads.itsBeforeRead = [&]
         {
@@ -323,29 +319,6 @@ TEST(CompressedCodestreamDecoder, ReplacementGoesByTheTextOfTheFailure)
             EXPECT_NO_THROW(aBench.Decode(16 * 16 * 2));
         }
         EXPECT_EQ(aBench.itsDriver.itsBits, aBits);
-    }
-}
-
-// Neither JFIF nor Adobe marker, identifiers 1, 2, 3: only the data set tells RGB from YCbCr, and the first
-// decode overwrites what it says.
-TEST(CompressedCodestreamDecoder, SecondDecodeOfADataSetStaysRight)
-{
-    const Bytes aJpeg = MakeFlatJpeg({.itsComponents = 3}, {120, 90, 200});
-    for (const char* const anInterpretation : {"RGB", "YBR_FULL_422", "YBR_FULL"})
-    {
-        Bench aBench(kUID50, 8, {});
-        aBench.itsDataSet.SetText(DICOMTags::PhotometricInterpretation, anInterpretation);
-        aBench.itsDataSet.SetNumber(DICOMTags::SamplesPerPixel, 3);
-        for (int aDecode = 0; aDecode < 2; ++aDecode)
-        {
-            MemoryInputStream aStream(aJpeg.data(), aJpeg.size());
-            CompressedCodestreamDecoder aDriver(kUID50, 8, aStream, aBench.itsDataSet, 1, Decoder::PET_FAST);
-            Bytes aBuffer(8 * 8 * 3);
-            aDriver.Decode(0, aBuffer.data(), aBuffer.size());
-            aBuffer.resize(3);
-            EXPECT_EQ(aBuffer, anInterpretation[0] == 'R' ? (Bytes{120, 90, 200}) : (Bytes{221, 82, 53}));
-            EXPECT_EQ(aBench.itsDataSet.Text(DICOMTags::PhotometricInterpretation), "RGB");
-        }
     }
 }
 

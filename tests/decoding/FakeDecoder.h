@@ -28,7 +28,6 @@ public:
     bool itsConvertsToRGB;
     int itsConvertsSign = 0;
 
-    void SetReversible(CompressionReversible theValue) { itsCompressionReversible = theValue; }
     void SetScaleFactor(int theFactor) { itsScaleFactor = theFactor; }
     void ReadOne()
     {

@@ -50,24 +50,6 @@ struct Fixup
     CountingAllocator itsAllocator;
     std::unique_ptr<Renderable> itsImage;
 };
-
-/// Nothing for "(absent)".
-void SetText(DataSet& theSet, DICOMTag theTag, const std::string& theText)
-{
-    if (theText != ABSENT)
-    {
-        theSet.SetText(theTag, theText);
-    }
-}
-
-/// Nothing for NONE.
-void SetNumber(DataSet& theSet, DICOMTag theTag, int theNumber)
-{
-    if (theNumber != NONE)
-    {
-        theSet.SetNumber(theTag, theNumber);
-    }
-}
 } // namespace
 
 TEST(FixupDICOMObject, PhotometricInterpretationIsReplacedAndTheFirstOneKept)
@@ -83,7 +65,7 @@ TEST(FixupDICOMObject, PhotometricInterpretationIsReplacedAndTheFirstOneKept)
     for (const auto& [aDecoded, aBefore, anAfter, aKept] : kRows)
     {
         DataSet aSet;
-        SetText(aSet, DICOMTags::PhotometricInterpretation, aBefore);
+        aSet.SetText(DICOMTags::PhotometricInterpretation, aBefore);
         Fixup aFixup({aDecoded, 1, 8, 1, 2});
         for (const char* const anExpected : {anAfter, "MONOCHROME2"})
         {
@@ -113,8 +95,8 @@ TEST(FixupDICOMObject, LayoutIsDescribedAndTheFirstOneKept)
     {
         SCOPED_TRACE(aName);
         DataSet aSet;
-        SetNumber(aSet, DICOMTags::SamplesPerPixel, aSamplesBefore);
-        SetNumber(aSet, DICOMTags::PlanarConfiguration, aPlanarBefore);
+        aSet.SetNumber(DICOMTags::SamplesPerPixel, aSamplesBefore);
+        aSet.SetNumber(DICOMTags::PlanarConfiguration, aPlanarBefore);
         for (int aPass = 0; aPass < 2; ++aPass)
         {
             Fixup({Renderable::RGB, aSamples, 8, 1, 2}).Run(aSet);
@@ -229,7 +211,7 @@ TEST(FixupDICOMObject, ImageTypeBecomesDerivedAndNamesTheCompression)
     for (const auto& [aBefore, aCompression, anAfter] : kRows)
     {
         DataSet aSet;
-        SetText(aSet, DICOMTags::ImageType, aBefore);
+        aSet.SetText(DICOMTags::ImageType, aBefore);
         for (int aPass = 0; aPass < 2; ++aPass)
         {
             Fixup().Run(aSet, aCompression);
@@ -272,8 +254,8 @@ TEST(FixupDICOMObject, MethodDescriptionAndRatio)
         SCOPED_TRACE(aDescription);
         DataSet aSet;
         aSet.SetText(DICOMTags::DerivationDescription, "what was there before");
-        SetText(aSet, DICOMTags::LossyImageCompressionMethod, aMethodBefore);
-        SetText(aSet, DICOMTags::LossyImageCompressionRatio, aRatioBefore);
+        aSet.SetText(DICOMTags::LossyImageCompressionMethod, aMethodBefore);
+        aSet.SetText(DICOMTags::LossyImageCompressionRatio, aRatioBefore);
         for (const std::uint16_t anElement : kValueRangeElements)
         {
             aSet.SetNumber({0x0028, anElement}, 1);

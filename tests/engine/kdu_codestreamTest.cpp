@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -98,25 +97,6 @@ TEST(KduTileComp, OffersShortLinesForWhatFits)
     {
         OpenCodestream anOpen(aBytes);
         EXPECT_EQ(anOpen->open_tile({0, 0}).access_component(0).fits_short_lines(), isExpected);
-    }
-}
-
-/// A file may have more boxes, a frame may have a neighbour: neither may be touched, however bytes come.
-TEST(KduSource, IsReadToTheEndAndNotFurther)
-{
-    // The last ones do not say how long they are.
-    for (const Bytes& aStream :
-         {Grey12(), Patch(Grey12(), kLastLength, {0, 0, 0, 0}), Patch(Pair(), kLengthInPair, {0, 0, 0, 0})})
-    {
-        for (const int aLargestRead : {1, 2, 3, 1000, std::numeric_limits<int>::max()})
-        {
-            Bytes aBytes = aStream;
-            aBytes.insert(aBytes.end(), 100, 0xFF);
-            OpenCodestream anOpen(aBytes, aLargestRead);
-            anOpen->set_fussy();
-            anOpen->get_fewest_levels(true);
-            EXPECT_EQ(anOpen.GetSource().GetPosition(), aStream.size()) << aLargestRead;
-        }
     }
 }
 

@@ -20,9 +20,12 @@ public:
 
     MVRFactory Factory() const { return {GetDataDictionary(), GetEndian(), VR::GetDefaultMemoryAllocater()}; }
 
+    /// "(absent)" and kNone stand for no such element.
+    /// @{
     DataSet& SetText(DICOMTag theTag, const RWCString& theValue)
     {
-        ReplaceVR(Factory().CreateString(theTag, theValue));
+        RemoveVR(theTag);
+        ReplaceVR(theValue == "(absent)" ? nullptr : Factory().CreateString(theTag, theValue));
         return *this;
     }
 
@@ -34,8 +37,10 @@ public:
 
     DataSet& SetNumber(DICOMTag theTag, int theValue)
     {
-        return SetNumbers(theTag, {static_cast<std::uint16_t>(theValue)});
+        RemoveVR(theTag);
+        return theValue == kNone ? *this : SetNumbers(theTag, {static_cast<std::uint16_t>(theValue)});
     }
+    /// @}
 
     /// Describes unsigned grey pixels.
     DataSet& SetGrey(int theRows, int theColumns, int theBitsAllocated, int theBitsStored)

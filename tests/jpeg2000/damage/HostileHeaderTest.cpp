@@ -25,7 +25,6 @@ struct Declared
     std::uint32_t itsTileHeight = 8;
     std::uint16_t itsComponents = 1;
     std::uint8_t itsDepth = 8;
-    std::uint8_t itsSubsampling = 1;
     std::uint16_t itsLayers = 1;
     std::uint8_t itsLevels = 1;
     std::uint8_t itsLog2Block = 6;
@@ -58,7 +57,7 @@ Bytes MakeStream(const Declared& theDeclared, std::uint8_t theOrder, const Bytes
     for (int i = 0; i < theDeclared.itsComponents; ++i)
     {
         aPut(theDeclared.itsDepth - 1U, 1);
-        aPut(theDeclared.itsSubsampling * 0x101U, 2);
+        aPut(0x101, 2);
     }
     aPut(0xFF52, 2);
     aPut(12U + (hasPrecincts ? theDeclared.itsLevels + 1U : 0U), 2);
@@ -164,8 +163,6 @@ const Declared kHostiles[] = {
     {.itsName = "MostLayers", .itsLayers = 65535, .itsLevels = 32},
     Square(1000, {.itsName = "SmallestPrecincts", .itsLayers = 65535, .itsLevels = 0, .itsLog2Precinct = 0}),
     Square(1000, {.itsName = "SmallPrecincts", .itsLayers = 65535, .itsLevels = 32, .itsLog2Precinct = 1}),
-    Square(kLargest,
-           {.itsName = "SmallPrecinctsOfLargestImage", .itsText = kTooManySamples, .itsLog2Precinct = 1}),
     Square(1000, {.itsName = "SmallestBlocks", .itsLog2Block = 2, .itsBody = Bytes(8, 0xA5)}),
     Square(1024, {.itsName = "BlocksWithoutData",
                   .itsText = "Packets name far more code-blocks than the tile has bytes",
@@ -180,12 +177,7 @@ const Declared kHostiles[] = {
                   .itsLog2Precinct = 6,
                   .itsBody = NameManyPasses(),
                   .itsRoom = std::uint64_t{1} << 24}),
-    Square(60000, {.itsName = "LargeWithBlocks",
-                   .itsText = kTooManySamples,
-                   .itsLog2Block = 2,
-                   .itsBody = Bytes(8, 0xFE)}),
     {.itsName = "Deepest", .itsText = "more samples or bits than the test wants", .itsDepth = 38},
-    Square(kLargest, {.itsName = "MostSubsampled", .itsText = kTooManySamples, .itsSubsampling = 255}),
 };
 
 TEST(HostileHeader, EndsAtOnce)

@@ -84,27 +84,6 @@ std::optional<OpenJpeg::Bytes> Encode(const RandomStream& theStream, bool isHigh
     }
 }
 
-/// How many samples of up to 12 bits are not what OpenJPEG makes of them. (Without a wavelet transform many
-/// are halves, which OpenJPEG rounds to even.)
-struct Rounding
-{
-    int itsDifferent = 0;
-    int itsSamples = 0;
-
-    void Add(const PlanarImage& theImage, const PlanarImage& thePeers)
-    {
-        for (std::size_t c = 0; c < theImage.itsComponents.size(); ++c)
-        {
-            const PlanarComponent& aComponent = theImage.itsComponents[c];
-            for (std::size_t i = 0; aComponent.itsDepth <= 12 && i < aComponent.itsSamples.size(); ++i)
-            {
-                itsDifferent += aComponent.itsSamples[i] != thePeers.itsComponents[c].itsSamples[i] ? 1 : 0;
-                ++itsSamples;
-            }
-        }
-    }
-};
-
 /// What OpenJPH does not offer is taken away.
 void RestrictToOpenJph(OpenJpeg::Options& theOptions, Dice& theDice)
 {
@@ -127,7 +106,6 @@ TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
     Dice aDice(static_cast<std::uint32_t>(GetParam()));
     const std::vector<std::int64_t> aTargets = ListTargets();
     int aUsable = 0;
-    Rounding aRounding;
     for (int i = 0; i < Rounds(kStreamsInAGroup) && !HasFailure(); ++i)
     {
         RandomStream aStream = MakeRandomStream(aDice);
@@ -154,14 +132,9 @@ TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
                      PlanarImage anImage;
                      ASSERT_NO_THROW(anImage = EngineDecode(*aBytes, aDecoding.itsOurs));
                      ASSERT_EQ(DescribeDifference(anImage, *aPeers, GetTolerance(aStream)), "");
-                     if (aStream.itsOptions.itsResolutions > 1)
-                     {
-                         aRounding.Add(anImage, *aPeers);
-                     }
                  });
     }
     EXPECT_TRUE(HasFailure() || aUsable > Rounds(kStreamsInAGroup) * 8 / 10);
-    EXPECT_LE(aRounding.itsDifferent, aRounding.itsSamples / 200);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, OpenJpegMatrix, testing::Range(1, 2 * kSeeds + 1));

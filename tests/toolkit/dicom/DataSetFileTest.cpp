@@ -98,15 +98,9 @@ void SetPixels(DataSet& theSet, Bytes& thePixels, std::uint16_t theTypeCode = VR
         theSet.Factory().CreatePixelData(thePixels.data(), thePixels.size(), theTypeCode, theEndian));
 }
 
-struct SaveCase
-{
-    std::uint16_t itsBitsAllocated;
-    std::uint16_t itsTypeCode; ///< 0: no pixel data, behind which loading ends
-    DLEndian::Endian itsEndian;
-    Bytes itsPixels;
-    Bytes itsLittle; ///< pixel bytes of a little-endian file
-    Bytes itsBig;
-};
+/// Bits allocated; type, 0 without pixel data, behind which loading ends; byte order and pixels; the pixel
+/// bytes of a little-endian file and of a big-endian one.
+using SaveCase = std::tuple<std::uint16_t, std::uint16_t, DLEndian::Endian, Bytes, Bytes, Bytes>;
 
 const SaveCase kSaveCases[] = {{16, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {2, 1, 4, 3}},
                                {16, VR::TYPE_OW, kBig, {1, 2, 3, 4}, {2, 1, 4, 3}, {1, 2, 3, 4}},
@@ -122,25 +116,26 @@ TEST(SaveToFile, EveryElementAndEveryPixelSurvivesTheRoundTrip)
 {
     for (const SaveCase& aCase : kSaveCases)
     {
+        const auto& [aBits, aType, anEndian, somePixels, aLittle, aBig] = aCase;
         for (const char* aUID : kNativeUIDs)
         {
             const bool isBig = aUID == std::string(kExplicitBig);
             DataSet aSet;
-            Fill(aSet, aCase.itsBitsAllocated);
-            Bytes aPixels = aCase.itsPixels;
-            if (aCase.itsTypeCode != 0)
+            Fill(aSet, aBits);
+            Bytes aPixels = somePixels;
+            if (aType != 0)
             {
-                SetPixels(aSet, aPixels, aCase.itsTypeCode, aCase.itsEndian);
+                SetPixels(aSet, aPixels, aType, anEndian);
             }
             const TemporaryFile aFile;
             aSet.SaveToFile(aFile.GetName(), aUID);
             DataSet aReloaded;
             ASSERT_EQ("(loaded)", aReloaded.LoadFile(aFile.GetName()));
-            if (aCase.itsTypeCode != 0)
+            if (aType != 0)
             {
                 const VR& aRead = *aReloaded.GetPixelData();
                 const auto* aData = static_cast<const std::uint8_t*>(aRead.GetData());
-                EXPECT_EQ(isBig ? aCase.itsBig : aCase.itsLittle, Bytes(aData, aData + aRead.GetLength()));
+                EXPECT_EQ(isBig ? aBig : aLittle, Bytes(aData, aData + aRead.GetLength()));
                 EXPECT_EQ(isBig, aRead.GetEndian() == kBig);
             }
             for (const DICOMTag aTag : aSet.GetTags())
@@ -149,7 +144,7 @@ TEST(SaveToFile, EveryElementAndEveryPixelSurvivesTheRoundTrip)
                 {
                     EXPECT_TRUE(aTag.itsGroup == 2 || !aReloaded.Contains(aTag));
                 }
-                else if (aTag.itsGroup != 2 && (aCase.itsTypeCode == 0 || aTag.itsGroup < 0x7fe0))
+                else if (aTag.itsGroup != 2 && (aType == 0 || aTag.itsGroup < 0x7fe0))
                 {
                     EXPECT_TRUE(aReloaded.Contains(aTag));
                     EXPECT_EQ(aSet.Value(aTag), aReloaded.Value(aTag)) << aTag.itsGroup << aTag.itsElement;
