@@ -11,6 +11,7 @@
 #include "codecs/jpeg2000/KDUMessages.h"
 #include "decoding/FakeDecoder.h"
 #include "support/Jpeg2000Streams.h"
+#include "support/SideBySide.h"
 #include "toolkit/base/Exceptions.h"
 
 using namespace Jpeg2000Streams;
@@ -265,6 +266,36 @@ TEST(JPEG2000Decoder, NamesThePhaseOfAReport)
     }
     Open aNoThird(Patch(aStream, aTileAt(2) + 4, kNoTile), Decoder::PET_FUSSY);
     ExpectReport([&] { DecodeAll(aNoThird.itsCodec); }, "JPEG2000Decoder::Decode: ", 1);
+}
+
+TEST(JPEG2000Decoder, ThreadsThatReportAtOnceGetTheirOwnText)
+{
+    const Bytes anOddStream = Patch(Grey12(), kCapabilities, {0x80, 0x01});
+    const Bytes aCutStream(anOddStream.begin(), anOddStream.begin() + 20);
+    const RWCString kPrefix = "JPEG2000Decoder::JPEG2000Decoder()[create codestream]: SIZ: the codestream ";
+    RunSideBySide(
+        [&](int theThread)
+        {
+            const bool isWarning = theThread % 2 == 0;
+            for (int aRound = 0; aRound < 3000; ++aRound)
+            {
+                ExpectReport([&] { Open anOpen(isWarning ? anOddStream : aCutStream, Decoder::PET_FUSSY); },
+                             kPrefix + (isWarning ? "announces" : "ends inside"), isWarning ? 1 : 0);
+            }
+        });
+}
+
+TEST(JPEG2000Decoder, LetsWhatTheSourceThrowsPass)
+{
+    const Bytes aStream = Grey12();
+    for (const std::size_t aLength : {0U, 2U, 50U, 100U, 200U, 400U})
+    {
+        ByteSource aSource(Bytes(aStream.begin(), aStream.begin() + static_cast<std::ptrdiff_t>(aLength)));
+        aSource.AtEnd([]() -> int { throw DecodingInterruptedException("stopped", 1); });
+        JPEG2000Decoder aCodec(1, Decoder::PET_FAST);
+        EXPECT_THROW((aCodec.SetSource(nullptr, aSource), DecodeAll(aCodec)), DecodingInterruptedException)
+            << aLength;
+    }
 }
 
 TEST(JPEG2000Decoder, CopiesShareTheCodestream)
