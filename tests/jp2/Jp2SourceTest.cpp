@@ -73,22 +73,22 @@ using BadCase = std::tuple<const char*, Bytes, std::string>;
 TEST(Jp2Source, LeavesTheFileAtTheCodestream)
 {
     const std::uint64_t aHuge = std::uint64_t{1} << 62;
-    for (const auto& [aName, aBytes, aLength] :
-         {GoodCase{"plain", kHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
-          GoodCase{"to the end", kHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::kUnknownLength},
-          GoodCase{"large", kHead + LargeBox(20, "jp2c", {}), 4},
-          GoodCase{"larger than the file", kHead + LargeBox(aHuge, "jp2c", {}), aHuge - 16},
-          GoodCase{"nothing in it", kHead + Stated({0, 0, 0, 8}, "jp2c", {}), 0},
-          GoodCase{"unknown boxes around",
-                   kHead + Box("xml ", Bytes(40000, 'x')) + LargeBox(18, "\1\2\3\4", {9, 9}) +
-                       Box("uuid", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
-                   4},
-          GoodCase{
-              "a header of boxes that are not interpreted",
-              kSignature + kFileType +
-                  Box("jp2h", kImageHeader + Box("pclr", {0xff, 0xff}) + Box("jp2c", kStream) + Nested(40)) +
-                  Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
-              4}})
+    const GoodCase kGood[] = {
+        {"plain", kHead + Stated({0, 0, 0, 12}, "jp2c", {}), 4},
+        {"to the end", kHead + Stated({0, 0, 0, 0}, "jp2c", {}), jp2_source::kUnknownLength},
+        {"large", kHead + LargeBox(20, "jp2c", {}), 4},
+        {"larger than the file", kHead + LargeBox(aHuge, "jp2c", {}), aHuge - 16},
+        {"nothing in it", kHead + Stated({0, 0, 0, 8}, "jp2c", {}), 0},
+        {"unknown boxes around",
+         kHead + Box("xml ", Bytes(40000, 'x')) + LargeBox(18, "\1\2\3\4", {9, 9}) + Box("uuid", {}) +
+             Stated({0, 0, 0, 12}, "jp2c", {}),
+         4},
+        {"a header of boxes that are not interpreted",
+         kSignature + kFileType +
+             Box("jp2h", kImageHeader + Box("pclr", {0xff, 0xff}) + Box("jp2c", kStream) + Nested(40)) +
+             Box("jp2h", {}) + Stated({0, 0, 0, 12}, "jp2c", {}),
+         4}};
+    for (const auto& [aName, aBytes, aLength] : kGood)
     {
         SCOPED_TRACE(aName);
         ByteSource aSource(aBytes + kStream, 3);
@@ -119,46 +119,42 @@ TEST(Jp2Source, RefusesDamagedFilesByName)
     const std::string kNoImageHeader = "the JP2 header box does not begin with an image header box";
     const std::string at36 = " (at byte 36 of the file)";
     const Bytes kStart = kSignature + kFileType;
-    for (const auto& [aName, aBytes, aText] :
-         {BadCase{"empty", {}, "the file ends before the signature box"},
-          BadCase{"no signature", kFileType, kNoSignature},
-          BadCase{"other signature", Patch(kSignature, 8, {0x0a}), kNoSignature},
-          BadCase{"long signature", Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a, 0}), kNoSignature},
-          BadCase{"cut signature", Bytes(kSignature.begin(), kSignature.end() - 2), kNoSignature},
-          BadCase{"signature only", kSignature, "the file ends before a contiguous codestream box"},
-          BadCase{"no header", kStart + Box("jp2c", kStream),
-                  "there is no JP2 header box before the codestream"},
-          BadCase{"no file type", kSignature + Box("jp2h", kImageHeader) + Box("jp2c", kStream),
-                  "there is no file type box before the codestream"},
-          BadCase{"no codestream", kHead, "the file ends before a contiguous codestream box"},
-          BadCase{"cut box header", kStart + Bytes{0, 0, 0}, "the file ends inside a box header" + at36},
-          BadCase{"cut length", kStart + Bytes{0, 0, 0, 1, 'x', 'm', 'l', ' ', 0},
-                  "a box header is cut off" + at36},
-          BadCase{"cut box", kStart + Stated({0, 0, 1, 0}, "xml ", {1, 2}),
-                  "the file ends inside a box" + at36},
-          BadCase{"length 7", kStart + Stated({0, 0, 0, 7}, "xml ", {}),
-                  "the length 7 of a box is shorter than its header" + at36},
-          BadCase{"large length 15", kStart + LargeBox(15, "xml ", {}),
-                  "the length 15 of a box is shorter than its header" + at36},
-          BadCase{"a length that wraps", kStart + LargeBox(UINT64_MAX, "xml ", {}),
-                  "the length 18446744073709551615 of a box goes beyond the box around it" + at36},
-          BadCase{"empty header", kStart + Box("jp2h", {}) + Box("jp2c", kStream), kNoImageHeader},
-          BadCase{"header without image header", kStart + Box("jp2h", Box("colr", Bytes(14))),
-                  kNoImageHeader},
-          BadCase{"short image header", kStart + Box("jp2h", Box("ihdr", Bytes(13))), kNoImageHeader},
-          BadCase{"cut image header",
-                  kStart + Bytes{0, 0, 0, 30, 'j', 'p', '2', 'h'} +
-                      Bytes(kImageHeader.begin(), kImageHeader.begin() + 12),
-                  kNoImageHeader},
-          BadCase{"header to the end", kStart + Stated({0, 0, 0, 0}, "jp2h", kImageHeader),
-                  "the JP2 header box has no length"},
-          BadCase{"too little inside", kStart + Box("jp2h", {0, 0, 0, 8}),
-                  "a box has no room for the box inside it (at byte 44 of the file)"},
-          BadCase{"inner box too long", kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 9}, "colr", {})),
-                  "the length 9 of a box goes beyond the box around it (at byte 66 of the file)"},
-          BadCase{"inner box to the end",
-                  kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
-                  "a box inside another has no length (at byte 66 of the file)"}})
+    const BadCase kBad[] = {
+        {"empty", {}, "the file ends before the signature box"},
+        {"no signature", kFileType, kNoSignature},
+        {"other signature", Patch(kSignature, 8, {0x0a}), kNoSignature},
+        {"long signature", Box("jP  ", {0x0d, 0x0a, 0x87, 0x0a, 0}), kNoSignature},
+        {"cut signature", Bytes(kSignature.begin(), kSignature.end() - 2), kNoSignature},
+        {"signature only", kSignature, "the file ends before a contiguous codestream box"},
+        {"no header", kStart + Box("jp2c", kStream), "there is no JP2 header box before the codestream"},
+        {"no file type", kSignature + Box("jp2h", kImageHeader) + Box("jp2c", kStream),
+         "there is no file type box before the codestream"},
+        {"no codestream", kHead, "the file ends before a contiguous codestream box"},
+        {"cut box header", kStart + Bytes{0, 0, 0}, "the file ends inside a box header" + at36},
+        {"cut length", kStart + Bytes{0, 0, 0, 1, 'x', 'm', 'l', ' ', 0}, "a box header is cut off" + at36},
+        {"cut box", kStart + Stated({0, 0, 1, 0}, "xml ", {1, 2}), "the file ends inside a box" + at36},
+        {"length 7", kStart + Stated({0, 0, 0, 7}, "xml ", {}),
+         "the length 7 of a box is shorter than its header" + at36},
+        {"large length 15", kStart + LargeBox(15, "xml ", {}),
+         "the length 15 of a box is shorter than its header" + at36},
+        {"a length that wraps", kStart + LargeBox(UINT64_MAX, "xml ", {}),
+         "the length 18446744073709551615 of a box goes beyond the box around it" + at36},
+        {"empty header", kStart + Box("jp2h", {}) + Box("jp2c", kStream), kNoImageHeader},
+        {"header without image header", kStart + Box("jp2h", Box("colr", Bytes(14))), kNoImageHeader},
+        {"short image header", kStart + Box("jp2h", Box("ihdr", Bytes(13))), kNoImageHeader},
+        {"cut image header",
+         kStart + Bytes{0, 0, 0, 30, 'j', 'p', '2', 'h'} +
+             Bytes(kImageHeader.begin(), kImageHeader.begin() + 12),
+         kNoImageHeader},
+        {"header to the end", kStart + Stated({0, 0, 0, 0}, "jp2h", kImageHeader),
+         "the JP2 header box has no length"},
+        {"too little inside", kStart + Box("jp2h", {0, 0, 0, 8}),
+         "a box has no room for the box inside it (at byte 44 of the file)"},
+        {"inner box too long", kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 9}, "colr", {})),
+         "the length 9 of a box goes beyond the box around it (at byte 66 of the file)"},
+        {"inner box to the end", kStart + Box("jp2h", kImageHeader + Stated({0, 0, 0, 0}, "colr", {})),
+         "a box inside another has no length (at byte 66 of the file)"}};
+    for (const auto& [aName, aBytes, aText] : kBad)
     {
         SCOPED_TRACE(aName);
         ByteSource aSource(aBytes);

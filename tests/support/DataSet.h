@@ -88,27 +88,19 @@ public:
     /// @{
     RWCString Text(DICOMTag theTag) const
     {
-        RWCString aText = "(absent)";
-        GetString(theTag, aText);
-        return aText;
+        return Get([&](RWCString& theText) { GetString(theTag, theText); });
     }
     RWCString ItemText(DICOMTag theSequence, std::size_t theItem, DICOMTag theTag) const
     {
-        RWCString aText = "(absent)";
-        GetSequenceItemString(theSequence, theItem, theTag, aText);
-        return aText;
+        return Get([&](RWCString& theText) { GetSequenceItemString(theSequence, theItem, theTag, theText); });
     }
     RWCString PrivateText(const RWCString& theName) const
     {
-        RWCString aText = "(absent)";
-        GetPrivateString("QUORIX0", theName, aText);
-        return aText;
+        return Get([&](RWCString& theText) { GetPrivateString("QUORIX0", theName, theText); });
     }
     RWCString Scratch(const RWCString& theName) const
     {
-        RWCString aText = "(absent)";
-        GetScratchpadValue(theName, aText);
-        return aText;
+        return Get([&](RWCString& theText) { GetScratchpadValue(theName, theText); });
     }
     /// @}
 
@@ -135,5 +127,14 @@ public:
         Bytes aBytes{0xde, 0xad};
         GetBytes(theTag, aBytes);
         return aBytes;
+    }
+
+private:
+    template <class Getter>
+    static RWCString Get(const Getter& theGetter)
+    {
+        RWCString aText = "(absent)";
+        theGetter(aText);
+        return aText;
     }
 };

@@ -102,6 +102,17 @@ void SetPixels(DataSet& theSet, Bytes& thePixels, std::uint16_t theTypeCode = VR
 /// bytes of a little-endian file and of a big-endian one.
 using SaveCase = std::tuple<std::uint16_t, std::uint16_t, DLEndian::Endian, Bytes, Bytes, Bytes>;
 
+/// More than one chunk, so that nothing is lost or swapped twice at the seams.
+Bytes Large(int theFlip)
+{
+    Bytes aPixels;
+    for (int i = 0; i < 200002; ++i)
+    {
+        aPixels.push_back(static_cast<std::uint8_t>((i ^ theFlip) * 31 / 7));
+    }
+    return aPixels;
+}
+
 const SaveCase kSaveCases[] = {{16, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {2, 1, 4, 3}},
                                {16, VR::TYPE_OW, kBig, {1, 2, 3, 4}, {2, 1, 4, 3}, {1, 2, 3, 4}},
                                {8, VR::TYPE_OB, kLittle, {1, 2, 3}, {1, 2, 3, 0}, {1, 2, 3, 0}},
@@ -109,6 +120,7 @@ const SaveCase kSaveCases[] = {{16, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3
                                {8, VR::TYPE_OW, kLittle, {1, 2, 3}, {1, 2, 3, 0}, {2, 1, 0, 3}},
                                {32, VR::TYPE_OW, kLittle, {1, 2, 3, 4}, {1, 2, 3, 4}, {4, 3, 2, 1}},
                                {8, VR::TYPE_OB, kLittle, {}, {}, {}},
+                               {16, VR::TYPE_OW, kLittle, Large(0), Large(0), Large(1)},
                                {16, 0, kLittle, {}, {}, {}}};
 
 /// Written in each native syntax and read back, by this library and, where it is there, by another program.
@@ -173,25 +185,6 @@ TEST(SaveToFile, MissingUIDsAreMadeForTheFileMetaOnly)
         EXPECT_NE("(absent)", aReloaded.Text({0x0002, anElement}));
     }
     EXPECT_FALSE(aReloaded.Contains(DICOMTags::SOPInstanceUID));
-}
-
-/// More than one chunk, so that nothing is lost or swapped twice at the seams.
-TEST(SaveToFile, LargePixelDataIsSwappedInChunks)
-{
-    Bytes aPixels(200002);
-    for (std::size_t i = 0; i < aPixels.size(); ++i)
-    {
-        aPixels[i] = static_cast<std::uint8_t>(i * 31 / 7);
-    }
-    DataSet aSet;
-    SetPixels(aSet, aPixels);
-    const TemporaryFile aFile;
-    aSet.SaveToFile(aFile.GetName(), kExplicitBig);
-    const Bytes aContent = aFile.GetContent();
-    for (std::size_t i = 0; i < aPixels.size(); ++i)
-    {
-        ASSERT_EQ(aPixels[i ^ 1], aContent[aContent.size() - aPixels.size() + i]) << i;
-    }
 }
 
 TEST(SaveToFile, RefusalsSayWhy)
