@@ -227,38 +227,41 @@ void Check(const Row& theRow, Reading theReading)
     EXPECT_EQ(aPixels, anExpected.itsPixels);
 }
 
+/// A file whose JPEG ends theKept bytes into the data of a scan, the first by default.
+Bytes CutInScan(const JpegSpec& theSpec, const std::vector<int>& thePixel, const std::string& theUID,
+                const char* theLabel, std::size_t theKept, int theScan = 1)
+{
+    Bytes aJpeg = MakeJpeg(theSpec, MakeFlatSamples(theSpec, thePixel));
+    const Bytes aMarker = {0xff, 0xda, 0};
+    auto aHeader = aJpeg.begin();
+    for (int i = 0; i < theScan; ++i)
+    {
+        aHeader = std::search(aHeader + 1, aJpeg.end(), aMarker.begin(), aMarker.end());
+    }
+    aJpeg.resize(static_cast<std::size_t>(aHeader - aJpeg.begin()) + 2 + aHeader[3] + theKept);
+    // A fill byte before the second marker, so that nothing is added to make the length even.
+    aJpeg.insert(aJpeg.begin() + 2, aJpeg.size() % 2, std::uint8_t{0xff});
+    return Encapsulated(theUID, theSpec, theLabel, {aJpeg});
+}
+
 /// theSide × theSide pixels of which theKept bytes of the first scan's data are there. All blocks but the
 /// first of a baseline image take six bits and of a progressive one's first scan a single bit, as all pixels
 /// of a lossless one do; the first one takes 18, 9 and 9.
 Bytes CutJpeg(JpegSpec::Process theProcess, const std::string& theUID, std::size_t theKept, int theSide = 64)
 {
-    JpegSpec aSpec;
-    aSpec.itsWidth = aSpec.itsHeight = theSide;
-    aSpec.itsProcess = theProcess;
+    JpegSpec aSpec{.itsWidth = theSide, .itsHeight = theSide, .itsProcess = theProcess};
     aSpec.itsOptimised = false;
-    Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {100}));
-    const Bytes aScan = {0xff, 0xda, 0};
-    const auto aHeader = std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end());
-    aJpeg.resize(static_cast<std::size_t>(aHeader - aJpeg.begin()) + 2 + aHeader[3] + theKept);
-    // A fill byte before the second marker, so that nothing is added to make the length even.
-    aJpeg.insert(aJpeg.begin() + 2, aJpeg.size() % 2, std::uint8_t{0xff});
-    return Encapsulated(theUID, aSpec, "MONOCHROME2", {aJpeg});
+    return CutInScan(aSpec, {100}, theUID, "MONOCHROME2", theKept);
 }
 
 /// Progressive colour, the chrominance subsampled, cut in the second scan: the first one has brought the
 /// picture. Other scans come in other pieces.
 Bytes CutBehindFirstScan()
 {
-    JpegSpec aSpec{.itsWidth = 64, .itsHeight = 64, .itsComponents = 3};
-    aSpec.itsProcess = JpegSpec::Process::PROGRESSIVE;
+    JpegSpec aSpec{
+        .itsWidth = 64, .itsHeight = 64, .itsComponents = 3, .itsProcess = JpegSpec::Process::PROGRESSIVE};
     aSpec.itsSampling = {{2, 2}, {1, 1}, {1, 1}};
-    Bytes aJpeg = MakeJpeg(aSpec, MakeFlatSamples(aSpec, {120, 90, 200}));
-    const Bytes aScan = {0xff, 0xda, 0};
-    const auto aFirst = std::search(aJpeg.begin(), aJpeg.end(), aScan.begin(), aScan.end());
-    const auto aSecond = std::search(aFirst + 1, aJpeg.end(), aScan.begin(), aScan.end());
-    aJpeg.erase(aSecond + 2 + aSecond[3], aJpeg.end());
-    aJpeg.insert(aJpeg.begin() + 2, aJpeg.size() % 2, std::uint8_t{0xff});
-    return Encapsulated(kBaseline, aSpec, "YBR_FULL_422", {aJpeg});
+    return CutInScan(aSpec, {120, 90, 200}, kBaseline, "YBR_FULL_422", 0, 2);
 }
 
 /// The first theCount blocks of an image of CutJpeg, the rest of it blank.

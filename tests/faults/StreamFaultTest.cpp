@@ -146,30 +146,6 @@ TEST_F(StreamFault, AnyByteOfAPixelStream)
     }
 }
 
-/// While it lives, files of this process cannot grow beyond theSize.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(std::size_t theSize)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &itsFormer);
-        rlimit aLimit = itsFormer;
-        aLimit.rlim_cur = theSize;
-        ::setrlimit(RLIMIT_FSIZE, &aLimit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &itsFormer);
-        ::signal(SIGXFSZ, itsHandler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit itsFormer{};
-    sighandler_t itsHandler = ::signal(SIGXFSZ, SIG_IGN);
-};
-
 TEST_F(StreamFault, AFullDisk)
 {
     const Outcome anOutcome = RunPart10(FaultFiles::Get().front().itsFile, nullptr);
@@ -179,6 +155,9 @@ TEST_F(StreamFault, AFullDisk)
     const std::function<void(const char*)> kSaves[] = {
         [&](const char* theName) { anImage.saveToFile(theName); }, [&](const char* theName)
         { aDataSet.SaveToFile(theName, TransferSyntaxType::TSExplicitLittleEndianUID); }};
+    rlimit aFormer{};
+    ::getrlimit(RLIMIT_FSIZE, &aFormer);
+    const auto aHandler = ::signal(SIGXFSZ, SIG_IGN);
     for (const auto& aSave : kSaves)
     {
         const auto aFailure = [&](const char* theName) { return FailureOf([&] { aSave(theName); }); };
@@ -189,8 +168,10 @@ TEST_F(StreamFault, AFullDisk)
         for (std::size_t i = 0; i < aContent.size(); ++i)
         {
             const TemporaryFile aShortFile;
-            const FileSizeLimit aLimit(i);
+            const rlimit aLimit{i, aFormer.rlim_max};
+            ::setrlimit(RLIMIT_FSIZE, &aLimit);
             const std::string aText = aFailure(aShortFile.GetName());
+            ::setrlimit(RLIMIT_FSIZE, &aFormer);
             EXPECT_TRUE(aText.ends_with(" [67, 27]") && !aText.starts_with(" [")) << i << aText;
             EXPECT_TRUE(
                 i < 64 || &aSave != kSaves ||
@@ -200,5 +181,6 @@ TEST_F(StreamFault, AFullDisk)
         EXPECT_EQ(aFailure(aFile.GetName()), "(nothing)");
         EXPECT_EQ(aFile.GetContent(), aContent);
     }
+    ::signal(SIGXFSZ, aHandler);
 }
 } // namespace

@@ -5,19 +5,14 @@ import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.decompression.*;
 import com.quorix.support.*;
-import com.quorix.util.ByteArrayInputBuffer;
 import java.io.*;
 import java.net.SocketTimeoutException;
 import java.util.*;
-import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.*;
 
 /** Queues of buffers as the native library empties them. */
 class BufferQueueTest {
     private static final byte[] JPEG = Compressed.jpeg(120, 90, 3);
-    private static final String END = "completed null, autoFlush true";
 
     private final DecomprResult result = new DecomprResult();
 
@@ -27,31 +22,6 @@ class BufferQueueTest {
 
     private Renderable decode(ScriptedQueue queue) {
         return decode(queue, NDecompressor.TYPE_JPEG);
-    }
-
-    static Stream<Arguments> queues() {
-        return Stream.of(
-                Arguments.of("one buffer", new ScriptedQueue(JPEG, 1 << 20), 0, "get, completed 0, get, " + END),
-                Arguments.of("an empty buffer before it", new ScriptedQueue(new ByteArrayInputBuffer(new byte[0]),
-                        new ByteArrayInputBuffer(JPEG)), 0, "get, completed 0, get, completed 1, get, " + END),
-                // A codec may stop long before the last buffer.
-                Arguments.of("more than is read", new ScriptedQueue(Arrays.copyOf(JPEG, 1 << 20), 1 << 19), 0,
-                        "get, completed 0, autoFlush true"),
-                Arguments.of("less than the header", new ScriptedQueue(Arrays.copyOf(JPEG, 100), 50), 62,
-                        "get, completed 0, get, completed 1, get, " + END),
-                Arguments.of("none", new ScriptedQueue(), 62, "get, " + END));
-    }
-
-    @ParameterizedTest(name = "{0}")
-    @MethodSource("queues")
-    void everyBufferIsHandedBack(String name, ScriptedQueue queue, int code, String events) {
-        try (Renderable image = decode(queue)) {
-            assertEquals(code, result.DLResultCode, result.Message);
-            if (code == 0) {
-                assertArrayEquals(Compressed.jpegPixels(JPEG), Images.pixelsOf(image));
-            }
-        }
-        assertEquals(events, String.join(", ", queue.events));
     }
 
     @Test

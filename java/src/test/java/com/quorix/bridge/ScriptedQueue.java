@@ -7,7 +7,7 @@ import java.util.*;
 
 /** A queue that holds all its buffers from the start, notes what it is asked for and throws on demand. */
 final class ScriptedQueue extends InputBufferQueue {
-    /** "get", "completed 0" (the buffer's number), "completed null", "autoFlush true" */
+    /** "get", "completed", "autoFlush true" */
     final List<String> events = new ArrayList<>();
 
     private final List<InputBuffer> buffers = new ArrayList<>();
@@ -23,10 +23,6 @@ final class ScriptedQueue extends InputBufferQueue {
             System.arraycopy(bytes, start, array, 0, size);
             buffers.add(new ByteArrayInputBuffer(array, size));
         }
-    }
-
-    ScriptedQueue(InputBuffer... buffers) {
-        this.buffers.addAll(List.of(buffers));
     }
 
     /** Throws in "completed", in "autoFlush", or in "get" after the last buffer: unchecked but for that. */
@@ -48,7 +44,7 @@ final class ScriptedQueue extends InputBufferQueue {
 
     @Override
     public void completed(InputBuffer buffer) {
-        events.add("completed " + (buffer == null ? "null" : buffers.indexOf(buffer)));
+        events.add("completed");
         this.<RuntimeException>failIf("completed");
     }
 

@@ -30,22 +30,6 @@ class StreamTest {
         assertEquals(closeCount, stream.closeCount);
     }
 
-    @Test
-    void streamsMayDeliverAnyNumberOfBytes() {
-        for (int[] counts : new int[][] {{Integer.MAX_VALUE}, {1}, {7, 0}}) {
-            ScriptedStream stream = new ScriptedStream(FILE).inBitsOf(counts);
-            try (Renderable image = decode(stream, NDecompressor.TYPE_DICOM, 0)) {
-                assertEquals("Completed successfully", result.Message);
-                assertArrayEquals(Compressed.gradient16(175, 211, 0), Images.pixelsOf(image));
-            }
-            assertEquals(1, stream.closeCount);
-            if (counts[0] > FILE.length) {
-                // 512 bytes are wanted first; of the pixels more than Java's array holds, and at last 100 bytes.
-                assertEquals(List.of(8704, 16384, 16384, 16384, 16384), stream.readSizes.subList(0, 5));
-            }
-        }
-    }
-
     /** A file that is still being written says too little. */
     @ParameterizedTest
     @ValueSource(longs = {0, 3, 700, Long.MAX_VALUE, -5})

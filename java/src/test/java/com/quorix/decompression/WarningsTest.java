@@ -43,7 +43,7 @@ class WarningsTest {
     private static Renderable decode(String way, byte[] jpeg, DecodeOptions options) throws IOException {
         if (!way.equals("queue")) {
             byte[] bytes = way.equals("dicom") ? dicom(jpeg).toBytes() : jpeg;
-            return Decompressor.decode(new ScriptedStream(bytes).inBitsOf(7, 400), options);
+            return Decompressor.decode(new ScriptedStream(bytes).inBitsOf(7, 0, 400), options);
         }
         InputBufferQueue queue = new InputBufferQueue();
         ByteArrayInputBuffer buffer = assertDoesNotThrow(() -> queue.obtain(jpeg.length));

@@ -5,13 +5,13 @@ import com.quorix.io.ByteBufferSeekableInputStream;
 import java.io.*;
 import java.util.*;
 
-/** A stream over bytes that notes what it is asked for and misbehaves on demand. */
+/** A stream over bytes that misbehaves on demand. */
 public class ScriptedStream extends ByteBufferSeekableInputStream {
-    public final List<Integer> readSizes = new ArrayList<>();
     /** What it throws. */
     public final IOException failure = new IOException("it does not work");
     public int closeCount;
 
+    private int reads;
     private int[] mostBytes = {Integer.MAX_VALUE};
     private String failing = "";
     private int callsBefore;
@@ -43,8 +43,7 @@ public class ScriptedStream extends ByteBufferSeekableInputStream {
     @Override
     public int read(byte[] buffer, int offset, int length) throws IOException {
         failIf("read");
-        readSizes.add(length);
-        return super.read(buffer, offset, Math.min(length, mostBytes[readSizes.size() % mostBytes.length]));
+        return super.read(buffer, offset, Math.min(length, mostBytes[reads++ % mostBytes.length]));
     }
 
     @Override
