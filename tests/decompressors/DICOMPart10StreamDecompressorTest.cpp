@@ -41,7 +41,6 @@ std::vector<FailureCase> FailureCases()
     const Syntax kLittle = Syntax::EXPLICIT_LITTLE;
     const Bytes aJpeg = MakeJpeg(kSpec, MakeSamples(kSpec));
     const Bytes aJpegFile = Encapsulated(kBaseline, kSpec, "MONOCHROME2", {aJpeg, aJpeg});
-    const Bytes anRle = RleFrame({Bytes(128), Bytes(128), Bytes(128)});
     const auto aCut = [aFile = Grey8()](std::size_t theSize) { return Bytes(&aFile[0], &aFile[theSize]); };
     const std::size_t aSize = Grey8().size(); // ends with 12 bytes before 6 pixels
     return {
@@ -70,10 +69,6 @@ std::vector<FailureCase> FailureCases()
          Native(kLittle, 3, "YBR_PARTIAL_420", 2, 2, 8, 0, Counting(12), "OB"), 12,
          kConversion +
              "RenderableToNonPlanar8BitRGB: PhotometricInterpretation not supported: YBR_PARTIAL_420"},
-        {"RLE keeps the label that it came with",
-         Encapsulated(kRle, {.itsWidth = 16, .itsComponents = 3}, "YBR_FULL_422", {anRle}), 12,
-         kConversion + "YBR_FULL_422RenderableTo8BitRGB: Renderable contains incorrect number of samples for "
-                       "YBR_FULL_422 encoding"},
         {"dimensions whose size wraps to little",
          Native(kLittle, 1, "MONOCHROME2", 32768, 16384, 8, 0, Counting(4), "OB"), 38,
          kLogicError + "Memory allocation of 536870912 bytes failed"},

@@ -90,14 +90,11 @@ TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
 
 TEST(JPEG2000Requests, ReportsEveryFailure)
 {
-    const std::string kHeader = "JPEG2000Decoder::JPEG2000Decoder: ";
     // 66000 wide and 15 high, image and tile; 1000 × 1000 pixels have bytes enough for that.
     const Bytes aWide =
         Patch(Patch(Lossy(), 8, {0, 1, 1, 0xd0, 0, 0, 0, 15}), 24, {0, 1, 1, 0xd0, 0, 0, 0, 15});
     const std::tuple<Bytes, int, int, std::string> kCases[] = {
-        {GreyFile(Grey12(), 8), 1, 62, "JPEG2000Decoder::Decode Output buffer too small*"},
-        {GreyFile(Grey12()), 0, 37, kHeader + "Invalid output scale request*"},
-        {GreyFile(Pair()), 1, 37, kHeader + "Image component count not in (1, 3) as required by DICOM"},
+        {GreyFile(Grey12()), 0, 37, "JPEG2000Decoder::JPEG2000Decoder: Invalid output scale request*"},
         {Encapsulated(kAny, {.itsWidth = 1000, .itsHeight = 1000, .itsComponents = 3}, "RGB", {aWide}), 1, 62,
          "Decoder::UpdateDICOMHeader(): a data set cannot describe 15 rows of 66000 pixels"},
         {Encapsulated(kLossless, {.itsWidth = kColourWidth, .itsHeight = kColourHeight}, "MONOCHROME2",
@@ -118,9 +115,6 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
         "set cannot describe 15 rows of 66000 pixels");
     EXPECT_EQ(aDescribed.Number(DICOMTags::Columns), 1000);
     EXPECT_EQ(RunBareImage(aWide, kAny, nullptr).Image()->getColumns(), 66000);
-    ExpectFailure(RunBareImage(Pair(), kAny, nullptr), 62,
-                  "Decoder exception: StreamIOException: StreamIOException: " + kHeader +
-                      "Image component count not in (1, 3) as required by DICOM");
 }
 
 TEST(JPEG2000Requests, LossIsWrittenDownWhereItIsCertain)

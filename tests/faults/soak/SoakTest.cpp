@@ -27,34 +27,6 @@ constexpr bool kMemoryIsOurs = true;
 
 using Clock = std::chrono::steady_clock;
 
-/// Drops what is written to standard output and standard error.
-class Silence
-{
-public:
-    Silence()
-    {
-        const int aNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        ::dup2(aNowhere, STDOUT_FILENO);
-        ::dup2(aNowhere, STDERR_FILENO);
-        ::close(aNowhere);
-    }
-    ~Silence()
-    {
-        std::cout.flush();
-        std::fflush(nullptr);
-        ::dup2(itsOutput, STDOUT_FILENO);
-        ::dup2(itsErrors, STDERR_FILENO);
-        ::close(itsOutput);
-        ::close(itsErrors);
-    }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
-
-private:
-    int itsOutput = ::dup(STDOUT_FILENO);
-    int itsErrors = ::dup(STDERR_FILENO);
-};
-
 struct Input
 {
     std::string itsName;
@@ -182,12 +154,15 @@ TEST(Soak, EveryResultIsThatOfTheFirstTimeAndMemoryStaysFlat)
 {
     const std::chrono::seconds aDuration(Rounds(1) == 1 ? 5 : 900);
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
-    std::unique_ptr<Soak> aSoak;
-    {
-        const Silence aSilence;
-        aSoak = std::make_unique<Soak>(CollectInputs());
-        aSoak->Run(aDuration);
-    }
+    const int anOutput = ::dup(STDOUT_FILENO), anErrors = ::dup(STDERR_FILENO);
+    const int aNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ::dup2(aNowhere, STDOUT_FILENO);
+    ::dup2(aNowhere, STDERR_FILENO);
+    auto aSoak = std::make_unique<Soak>(CollectInputs());
+    aSoak->Run(aDuration);
+    std::fflush(nullptr);
+    ::dup2(anOutput, STDOUT_FILENO);
+    ::dup2(anErrors, STDERR_FILENO);
     std::cout << aSoak->CountInputs() << " inputs, " << aSoak->GetRequests() << " requests; MiB:";
     for (std::size_t aTenth = 0; aTenth < 10; ++aTenth)
     {
