@@ -13,7 +13,7 @@
 #include "support/PlainColour.h"
 
 using namespace Jpeg2000Streams;
-using Part10Files::Encapsulated;
+using namespace Part10Files;
 
 namespace
 {
@@ -21,39 +21,12 @@ const RWCString& kLossless = TransferSyntaxType::TSJPEG2KLosslessUID;
 const RWCString& kAny = TransferSyntaxType::TSJPEG2KUID;
 
 const JpegSpec kColourSpec{.itsWidth = kColourWidth, .itsHeight = kColourHeight, .itsComponents = 3};
-
-Bytes GreyFile(const Bytes& theFrame, int theBitsStored = 12, int theIsSigned = 1)
-{
-    return Encapsulated(kLossless, {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight}, "MONOCHROME2",
-                        {theFrame}, theBitsStored, theIsSigned);
-}
 } // namespace
-
-TEST(JPEG2000Requests, TheCodestreamTellsTheSignAndTheDataSetTheBits)
-{
-    // Bits stored and sign in the data set; what is left of two's complement.
-    const std::tuple<int, int, int> kCases[] = {
-        {12, 1, 0xfff}, {12, 0, 0xfff}, {16, 1, 0xffff}, {14, 0, 0x3fff}, {10, 1, 0xfff}};
-    for (const auto& [aBitsStored, aSign, aMask] : kCases)
-    {
-        for (const Bytes& aFrame : {Grey12(), MakeJp2(Grey12())})
-        {
-            DataSet aDataSet;
-            const Outcome anOutcome = RunPart10(GreyFile(aFrame, aBitsStored, aSign), &aDataSet);
-            EXPECT_EQ(anOutcome.Pixels(),
-                      GreyWords([aBits = aMask](int theValue) { return theValue & aBits; }));
-            EXPECT_THAT(Describe(*anOutcome.Image()), testing::StartsWith("MONOCHROME2 11 x 13 x 1, 16/" +
-                                                                          std::to_string(aBitsStored) + "/"));
-            EXPECT_TRUE(anOutcome.Image()->isSigned());
-            EXPECT_EQ(aDataSet.Number(DICOMTags::PixelRepresentation), 1);
-        }
-    }
-}
 
 TEST(JPEG2000Requests, UnsignedPixelsAreCalledUnsigned)
 {
     DICOMDataObject aDataSet;
-    const Outcome aPart10 = RunPart10(GreyFile(Grey12()), &aDataSet, {0, 1, true});
+    const Outcome aPart10 = RunPart10(GreyJpeg2000({Grey12()}), &aDataSet, {0, 1, true});
     const Outcome aBare = RunBareImage(Grey12(), kLossless, &aDataSet, {0, 1, true});
     for (const Outcome* const anOutcome : {&aPart10, &aBare})
     {
@@ -75,7 +48,7 @@ TEST(JPEG2000Requests, ReducedImagesAreDescribedAsTheyAre)
     for (const auto& [aRequested, aColumns, aRows, aDescription] : kCases)
     {
         DataSet aDataSet;
-        const Outcome aPart10 = RunPart10(GreyFile(Grey12()), &aDataSet, {0, aRequested});
+        const Outcome aPart10 = RunPart10(GreyJpeg2000({Grey12()}), &aDataSet, {0, aRequested});
         const Outcome aBare = RunBareImage(Grey12(), kLossless, nullptr, {0, aRequested});
         for (const Outcome* const anOutcome : {&aPart10, &aBare})
         {
@@ -94,7 +67,7 @@ TEST(JPEG2000Requests, ReportsEveryFailure)
     const Bytes aWide =
         Patch(Patch(Lossy(), 8, {0, 1, 1, 0xd0, 0, 0, 0, 15}), 24, {0, 1, 1, 0xd0, 0, 0, 0, 15});
     const std::tuple<Bytes, int, int, std::string> kCases[] = {
-        {GreyFile(Grey12()), 0, 37, "JPEG2000Decoder::JPEG2000Decoder: Invalid output scale request*"},
+        {GreyJpeg2000({Grey12()}), 0, 37, "JPEG2000Decoder::JPEG2000Decoder: Invalid output scale request*"},
         {Encapsulated(kAny, {.itsWidth = 1000, .itsHeight = 1000, .itsComponents = 3}, "RGB", {aWide}), 1, 62,
          "Decoder::UpdateDICOMHeader(): a data set cannot describe 15 rows of 66000 pixels"},
         {Encapsulated(kLossless, {.itsWidth = kColourWidth, .itsHeight = kColourHeight}, "MONOCHROME2",

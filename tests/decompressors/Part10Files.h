@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/DicomBuilder.h"
+#include "support/Jpeg2000Streams.h"
 #include "support/JpegFixtures.h"
 #include "support/RleEncoder.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
@@ -81,6 +82,14 @@ inline Bytes Encapsulated(const std::string& theUID, const JpegSpec& theSpec,
     std::vector<Bytes> aFragments;
     std::transform(theFrames.begin(), theFrames.end(), std::back_inserter(aFragments), Even);
     return aBuilder.AddEncapsulatedPixelData(aFragments).Build();
+}
+
+/// Frames of the size of Jpeg2000Streams::Grey12, in a file that says what it likes of them.
+inline Bytes GreyJpeg2000(const std::vector<Bytes>& theFrames, int theBitsStored = 12, int theIsSigned = 1)
+{
+    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID,
+                        {.itsWidth = Jpeg2000Streams::kGreyWidth, .itsHeight = Jpeg2000Streams::kGreyHeight},
+                        "MONOCHROME2", theFrames, theBitsStored, theIsSigned);
 }
 
 /// 1 × 4 pixels of indices into a table of four colours.

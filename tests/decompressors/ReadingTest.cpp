@@ -94,13 +94,8 @@ Bytes PlainColourFile(const std::string& theLabel, const Bytes& theStream = Jpeg
 /// Signed grey of 12 bits by the data set, unsigned by the codestream: its codes are GreyValue + 2048.
 Bytes MisdeclaredGrey(int theBitsStored)
 {
-    JpegSpec aSpec;
-    aSpec.itsPrecision = theBitsStored;
-    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
-    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
-    return Encapsulated(
-        TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
-        {Jpeg2000Streams::Patch(Jpeg2000Streams::Grey12(), Jpeg2000Streams::kDepthOfComponent0, {11})}, 0, 1);
+    using namespace Jpeg2000Streams;
+    return GreyJpeg2000({Patch(Grey12(), kDepthOfComponent0, {11})}, theBitsStored);
 }
 
 /// Y, Cb and Cr of two pixels, and their RLE frame.
@@ -315,13 +310,9 @@ Bytes OddSegments()
 /// Signed grey of 12 bits whose last tiles are missing.
 Bytes CutGrey()
 {
-    JpegSpec aSpec;
-    aSpec.itsPrecision = 12;
-    aSpec.itsWidth = Jpeg2000Streams::kGreyWidth;
-    aSpec.itsHeight = Jpeg2000Streams::kGreyHeight;
     Bytes aStream = Jpeg2000Streams::Grey12();
     aStream.resize(aStream.size() - 60);
-    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2", {aStream}, 0, 1);
+    return GreyJpeg2000({aStream});
 }
 
 /// The first row of the first tile.
@@ -871,20 +862,13 @@ std::vector<Row> MakeContradictions()
          {0, {0xff, 0x1f, 7, 0}, "MONOCHROME2 16/12/11", {"depth@0"}},
          {0, {0xff, 0x1f, 7, 0}, "MONOCHROME2 16/16/15", {"depth@0"}});
     const Bytes aCodes = Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 0xfff; });
-    const auto aSigned = [](int theStored, int theRepresentation)
-    {
-        const JpegSpec aSpec{.itsWidth = Jpeg2000Streams::kGreyWidth,
-                             .itsHeight = Jpeg2000Streams::kGreyHeight,
-                             .itsPrecision = 12};
-        return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
-                            {Jpeg2000Streams::Grey12()}, theStored, theRepresentation);
-    };
-    aAdd("JPEG 2000 of 12 bits as 10", aSigned(10, 1), {0, aCodes, "MONOCHROME2 16/10/9 signed", {"depth@0"}},
+    aAdd("JPEG 2000 of 12 bits as 10", GreyJpeg2000({Jpeg2000Streams::Grey12()}, 10),
+         {0, aCodes, "MONOCHROME2 16/10/9 signed", {"depth@0"}},
          {0, aCodes, "MONOCHROME2 16/12/11 signed", {"depth@0"}});
     const Expected aColour{0, Jpeg2000Streams::ColourPixels(), "RGB 8/8/7", {"colour-label@0"}};
     aAdd("component transform of YBR", PlainColourFile("YBR_FULL", Jpeg2000Streams::Colour()), aColour);
     aAdd("three components of a palette", PlainColourFile("PALETTE COLOR"), aColour);
-    aAdd("signed JPEG 2000 as unsigned", aSigned(12, 0),
+    aAdd("signed JPEG 2000 as unsigned", GreyJpeg2000({Jpeg2000Streams::Grey12()}, 12, 0),
          {0, aCodes, "MONOCHROME2 16/12/11 signed", {"sign@0"}});
     return aRows;
 }
@@ -1002,15 +986,9 @@ Walked Walk(DecompressionRequest& theRequest, MemoryAllocater& theAllocator, Dec
 TEST(Reading, EveryFrameIsMeasuredByWhatTheFileSays)
 {
     using namespace Jpeg2000Streams;
-    const auto aGrey = [](int theBits, int theIsSigned, const std::vector<Bytes>& theFrames)
-    {
-        return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID,
-                            {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight, .itsPrecision = theBits},
-                            "MONOCHROME2", theFrames, 0, theIsSigned);
-    };
     const Bytes anUnsigned = Patch(Grey12(), kDepthOfComponent0, {11});
-    const Bytes aMisdeclared = aGrey(12, 1, {anUnsigned, anUnsigned});
-    const Bytes aMixed = aGrey(16, 0, {Grey12(), anUnsigned});
+    const Bytes aMisdeclared = GreyJpeg2000({anUnsigned, anUnsigned});
+    const Bytes aMixed = GreyJpeg2000({Grey12(), anUnsigned}, 16, 0);
     const std::vector<std::string> aSign{"sign@1"};
     const JpegSpec aPlain{.itsWidth = 8, .itsHeight = 8};
     JpegSpec aSpec = aPlain;

@@ -83,10 +83,7 @@ Bytes ColourCine()
 /// Two frames of 13 x 11 pixels in JPEG 2000, without loss.
 Bytes ScalableCine()
 {
-    using namespace Jpeg2000Streams;
-    return Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID,
-                        {.itsWidth = kGreyWidth, .itsHeight = kGreyHeight, .itsPrecision = 12}, "MONOCHROME2",
-                        {Grey12(), Grey12()}, 12, 1);
+    return GreyJpeg2000({Jpeg2000Streams::Grey12(), Jpeg2000Streams::Grey12()});
 }
 
 Bytes RleFile(int theFrames)
@@ -168,11 +165,7 @@ TEST(Decode, TakesEverySource)
 TEST(Decode, JPEG2000EndsWhereReadsEnd)
 {
     const Bytes aStream = Jpeg2000Streams::Grey12();
-    const JpegSpec aSpec{.itsWidth = Jpeg2000Streams::kGreyWidth,
-                         .itsHeight = Jpeg2000Streams::kGreyHeight,
-                         .itsPrecision = 12};
-    const Bytes aFile = Encapsulated(TransferSyntaxType::TSJPEG2KLosslessUID, aSpec, "MONOCHROME2",
-                                     {aStream, aStream, aStream}, 0, 1);
+    const Bytes aFile = GreyJpeg2000({aStream, aStream, aStream});
     const Bytes anExpected = Jpeg2000Streams::GreyWords([](int theValue) { return theValue & 0xfff; });
     const auto isWhole = [&](int, const Image& theImage)
     { return PixelsOf(theImage) == anExpected && theImage.warnings().empty() && !theImage.isLossy(); };

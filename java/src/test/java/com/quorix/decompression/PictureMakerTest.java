@@ -6,7 +6,6 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.support.*;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
-import java.util.List;
 import java.util.function.Consumer;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
@@ -77,16 +76,6 @@ class PictureMakerTest {
             assertEquals(isWindowed || image.getBitsAllocated() == 8 ? BufferedImage.TYPE_BYTE_GRAY
                     : BufferedImage.TYPE_USHORT_GRAY, picture.getType());
             assertArrayEquals(row.expected(), samples(picture));
-        }
-    }
-
-    @Test
-    void whatIsShownBeyondTheBitsStoredIsInDoubt() throws IOException {
-        for (int most : new int[] {255, 256}) {
-            try (Renderable image = Images.decode(grey16(8, false, 0, most))) {
-                assertEquals(most == 256 ? List.of("depth") : List.of(),
-                        image.getWarnings().stream().map(DecodeWarning::identifier).toList());
-            }
         }
     }
 
