@@ -72,15 +72,6 @@ Bytes BigEndian(int theSamples, int theColumns, int theBits, const Bytes& theVal
                   theColumns, theBits, 0, theValue, "OW");
 }
 
-Bytes GreyJpeg(const std::string& theLabel)
-{
-    JpegSpec aSpec;
-    aSpec.itsProcess = JpegSpec::Process::LOSSLESS;
-    aSpec.itsWidth = 2;
-    aSpec.itsHeight = 1;
-    return Encapsulated(TransferSyntaxType::TSJPEG70UID, aSpec, theLabel, {MakeJpeg(aSpec, {7, 9})});
-}
-
 const JpegSpec kColourSpec{.itsWidth = Jpeg2000Streams::kColourWidth,
                            .itsHeight = Jpeg2000Streams::kColourHeight,
                            .itsComponents = 3};
@@ -107,7 +98,8 @@ Bytes TwoYBR()
 
 /// 1 × 2 grey pixels of so many bits, JPEG, under a data set that has other bits.
 Bytes DeepJpeg(const char* theUID, JpegSpec::Process theProcess, int thePrecision, int theStored,
-               int theAllocated, const std::vector<std::uint16_t>& theSamples)
+               int theAllocated, const std::vector<std::uint16_t>& theSamples,
+               const char* theLabel = "MONOCHROME2")
 {
     JpegSpec aSpec;
     aSpec.itsProcess = theProcess;
@@ -115,7 +107,7 @@ Bytes DeepJpeg(const char* theUID, JpegSpec::Process theProcess, int thePrecisio
     aSpec.itsWidth = static_cast<int>(theSamples.size());
     aSpec.itsHeight = 1;
     DicomBuilder aBuilder(DicomBuilder::Syntax::EXPLICIT_LITTLE, theUID);
-    aBuilder.AddImageAttributes(1, "MONOCHROME2", 1, static_cast<std::uint16_t>(aSpec.itsWidth),
+    aBuilder.AddImageAttributes(1, theLabel, 1, static_cast<std::uint16_t>(aSpec.itsWidth),
                                 static_cast<std::uint16_t>(theAllocated),
                                 static_cast<std::uint16_t>(theStored));
     return aBuilder.AddEncapsulatedPixelData({Even(MakeJpeg(aSpec, theSamples))}).Build();
@@ -644,11 +636,12 @@ std::vector<Row> MakeRows()
                     HalfDamaged("PALETTE COLOR"),
                     {12, {}, "", {"damaged@1"}}}),
         {"one component labelled RGB",
-         GreyJpeg("RGB"),
+         DeepJpeg(TransferSyntaxType::TSJPEG70UID, JpegSpec::Process::LOSSLESS, 8, 8, 8, {7, 9}, "RGB"),
          {0, {7, 9}, "RGB 8/8/7", {"colour-label@0"}},
          {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
         {"one component labelled YBR",
-         GreyJpeg("YBR_FULL_422"),
+         DeepJpeg(TransferSyntaxType::TSJPEG70UID, JpegSpec::Process::LOSSLESS, 8, 8, 8, {7, 9},
+                  "YBR_FULL_422"),
          {12, {}, "", {"colour-label@0"}},
          {0, {7, 9}, "MONOCHROME2 8/8/7", {"colour-label@0"}}},
         {"three native samples labelled MONOCHROME1",

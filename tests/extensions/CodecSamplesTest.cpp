@@ -29,8 +29,6 @@ const std::map<std::string, std::string> kRefused = {
 
 const std::string kLibrary =
     "Decoder exception: StreamIOException: StreamIOException: JPEGLSDecoder::Decode: ";
-const std::string kBroken = kLibrary + "Invalid JPEG-LS stream, the encoded bit stream contains a general "
-                                       "structural problem";
 const std::map<std::string, std::string> kDamaged = {
     {"charls_fuzzy-input-bad-run-mode-golomb-code.jls",
      kLibrary +
@@ -38,13 +36,7 @@ const std::map<std::string, std::string> kDamaged = {
     {"charls_no_start_byte_after_encoded_scan.jls",
      kLibrary + "Invalid JPEG-LS stream, the decoding process is ready but the source buffer still contains "
                 "encoded data"},
-    {"gen_defl_bomb.dcm", "DeflatedFrameDecoder::Decode: the deflated frame has more than 4096 bytes"},
-    {"gen_defl_corrupt.dcm",
-     "DeflatedFrameDecoder::Decode: the deflated frame is damaged behind byte 0 of 1320"},
-    {"gen_defl_short.dcm", "DeflatedFrameDecoder::Decode: the frame has 2560 bytes of 4096"},
     {"gen_defl_truncated.dcm", ""}, // the first frame is whole
-    {"gen_encap98_short.dcm",
-     "CompressedStreamDecoder::Decode: 16 rows of 16 pixels cannot come from 200 bytes"},
     {"gen_ht_bits1.j2c",
      "damaged: Packet header contradicts itself or the data in tile 0 (at byte 254 of the "
      "codestream)"},
@@ -63,9 +55,8 @@ const std::map<std::string, std::string> kDamaged = {
     {"oxide_fuzz_ht_emb_shift.j2c",
      "damaged: Code-block 0, 0 of subband HH at resolution 3 in tile 0: a magnitude "
      "has more bits than its bit-planes (at byte 3100 of the codestream)"},
-    {"gen_jls_bits0.jls", kBroken},
-    {"gen_jls_bits1.jls", kBroken},
-    {"gen_jls_bits2.jls", kBroken},
+    {"gen_jls_bits0.jls",
+     kLibrary + "Invalid JPEG-LS stream, the encoded bit stream contains a general structural problem"},
     {"gen_t16e0_65535.jls", "Decoder exception: StreamIOException: StreamIOException: The image is too "
                             "large: 65535 rows of 65535 pixels, "
                             "more than the limit of 2147483648 in all"},
@@ -141,15 +132,22 @@ TEST_F(CodecSamples, EveryFrameMatchesOrIsRefusedAsListed)
 
 TEST_F(CodecSamples, DamagedOnesEndAsListed)
 {
-    for (const auto& [aName, aText] : kDamaged)
+    std::size_t aListedCount = 0;
+    for (const std::string& aName : SampleTable::ListFolder("damaged", SampleSet::NewCodecs))
     {
         SCOPED_TRACE(aName);
-        const Outcome anOutcome = Decode("damaged/" + aName, 0);
+        const Outcome anOutcome = Decode(aName, 0);
         ExpectErrorOrPixels(anOutcome, aName);
         const std::vector<DecodeWarning>& aWarnings = anOutcome.itsResult.getWarnings();
         const RWCString aDelivered =
             aWarnings.empty() ? "" : aWarnings[0].itsIdentifier + ": " + aWarnings[0].itsText;
-        EXPECT_EQ(anOutcome.Code() != 0 ? anOutcome.Message() : aDelivered, aText);
+        const auto aListed = kDamaged.find(aName.substr(aName.find('/') + 1));
+        if (aListed != kDamaged.end())
+        {
+            EXPECT_EQ(anOutcome.Code() != 0 ? anOutcome.Message() : aDelivered, aListed->second);
+            ++aListedCount;
+        }
     }
+    EXPECT_EQ(aListedCount, kDamaged.size());
 }
 } // namespace

@@ -363,16 +363,17 @@ class Archive(cli_test.Program):
         self.assertIn(process.returncode, statuses)
         return usage.ru_maxrss
 
-    def test_memory_does_not_grow_with_the_list(self):
+    def assert_flat(self, prepare, few, many, kibibytes, *arguments):
         if is_sanitized():
             self.skipTest("a sanitizer keeps what was freed")
+        peaks = [prepare(count) or self.peak(*arguments, statuses=(2,)) for count in (few, many)]
+        self.assertLess(peaks[1], peaks[0] + kibibytes)
+
+    def test_memory_does_not_grow_with_the_list(self):
         self.put("in/x.dcm", GREY)
-        run = ["--list", "list", "-o", "out", "--resume", "--jobs", "2"]
-        peaks = []
-        for count in (300, 300000):
-            self.put_list("in/x.dcm" if index % 10 == 0 else f"in/{index:0150}" for index in range(count))
-            peaks.append(self.peak(*run, statuses=(2,)))
-        self.assertLess(peaks[1], peaks[0] + 4096)
+        self.assert_flat(lambda count: self.put_list("in/x.dcm" if index % 10 == 0 else f"in/{index:0150}"
+                                                     for index in range(count)),
+                         300, 300000, 4096, "--list", "list", "-o", "out", "--resume", "--jobs", "2")
 
     def differences(self, *arguments, status):
         done = self.run_it("--json", "--quiet", *arguments, status=status)
@@ -416,16 +417,12 @@ class Archive(cli_test.Program):
         self.run_it("--audit", "no", "--audit-against", "old", status=3)
 
     def test_memory_does_not_grow_with_the_manifest(self):
-        if is_sanitized():
-            self.skipTest("a sanitizer keeps what was freed")
-        peaks = []
-        for count in (3000, 1000000):
+        def put_manifests(count):
             for name, change in (("old", -1), ("new", count // 2)):
                 with open(self.path(name), "w", encoding="ascii") as file:
                     for index in range(count) if change < 0 else reversed(range(count)):
                         file.write(f'{{"file":"archive/{index:09}","frame":0,"outcome":"decoded","sha256":"{index != change}"}}\n')
-            peaks.append(self.peak("--audit", "new", "--audit-against", "old", statuses=(2,)))
-        self.assertLess(peaks[1], peaks[0] + 16384)
+        self.assert_flat(put_manifests, 3000, 1000000, 16384, "--audit", "new", "--audit-against", "old")
 
     def test_limits(self):
         self.put_sparse("in.dcm", 64, 80)

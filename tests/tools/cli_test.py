@@ -198,9 +198,6 @@ IMAGES = {
     "jp2": (jp2(J2K_RAMP), 16, RAMP, words(RAMP)),
     "jpegls": (dicom([JPEGLS + b"\0"], 2, 3, allocated=8, syntax="1.2.840.10008.1.2.4.81"), 8, JPEGLS_PIXELS,
                bytes(JPEGLS_PIXELS)),
-    "uncompressed": (dicom([words(RAMP)], 5, 6, stored=12, syntax="1.2.840.10008.1.2.1.98"), 16, RAMP, words(RAMP)),
-    "deflated": (dicom([zlib.compress(words(RAMP), wbits=-15)], 5, 6, stored=12, syntax="1.2.840.10008.1.2.8.1"), 16,
-                 RAMP, words(RAMP)),
     "flat8": (JPEG_FLAT, 8, [138] * 64, bytes([138] * 64)),
     "flat12": (deeper(JPEG_FLAT, 0xc1, 12)[:-4] + b"\x4f\x11\xff\xd9", 16, [2500] * 64, words([2500] * 64)),
 }
