@@ -59,8 +59,8 @@ struct QUORIX_API CodecRow
     /// read by meaning, for others once DecoderFactory::EnableExtensions has said so.
     bool itsIsExtension = false;
 
-    /// A new codec; null in a build without the library behind it. Throws StreamIOException (code 7) for bits stored that the transfer syntax does not
-    /// allow.
+    /// A new codec; null in a build without the library behind it. Throws StreamIOException (code 7) for bits
+    /// stored that the transfer syntax does not allow.
     std::unique_ptr<Decoder> (*itsCreate)(const CodecArguments& theArguments);
 
     /// The fewest bytes in which the image of theCodec, whose header has been read, can be complete; null

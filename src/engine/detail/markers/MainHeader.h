@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "engine/detail/Reports.h"
-#include "engine/detail/markers/HighThroughputUse.h"
 #include "engine/detail/markers/CodingSegments.h"
+#include "engine/detail/markers/HighThroughputUse.h"
 #include "engine/detail/markers/ImageSize.h"
 #include "engine/detail/markers/MarkerReader.h"
 
