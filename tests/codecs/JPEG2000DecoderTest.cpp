@@ -204,24 +204,26 @@ TEST(JPEG2000Decoder, ComponentsOfDifferentDepthKeepTheirValues)
 
 TEST(JPEG2000Decoder, ChecksTheBufferBeforeAnythingIsDecoded)
 {
-    const RWCString kText = "JPEG2000Decoder::Decode Output buffer too small";
+    const RWCString kSmall = "JPEG2000Decoder::Decode Output buffer too small";
+    const RWCString kNoTile = kTilePrefix + "itsCurrentlyOpenTile does not exist";
     Open anOpen(Colour());
     JPEG2000Decoder& aCodec = anOpen.itsCodec;
     Bytes aBuffer(ColourPixels().size(), 0x77);
-    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size() - 1); }, kText, 62);
-    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), 0); }, kText, 62);
-    ExpectStreamIOException([&] { aCodec.Decode(0, nullptr, aBuffer.size()); }, kText, 62);
+    for (const auto& [aData, aSize] :
+         {std::pair{aBuffer.data(), aBuffer.size() - 1}, {aBuffer.data(), 0}, {nullptr, aBuffer.size()}})
+    {
+        ExpectStreamIOException([&, d = aData, s = aSize] { aCodec.Decode(0, d, s); }, kSmall, 62);
+    }
     EXPECT_EQ(aBuffer, Bytes(aBuffer.size(), 0x77));
     aCodec.Decode(0, aBuffer.data(), aBuffer.size());
     EXPECT_EQ(aBuffer, ColourPixels());
-    ExpectStreamIOException([&] { aCodec.Decode(0, aBuffer.data(), aBuffer.size()); },
-                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
-    ExpectStreamIOException([&] { aCodec.DecompressCurrentTile(aBuffer.data()); },
-                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    ExpectStreamIOException([&] { aCodec.DecompressCurrentTile(aBuffer.data()); }, kNoTile, 62);
     aCodec.FinishDecoding();
     JPEG2000Decoder aFresh(1, Decoder::PET_FAST);
-    ExpectStreamIOException([&] { aFresh.Decode(0, aBuffer.data(), aBuffer.size()); },
-                            kTilePrefix + "itsCurrentlyOpenTile does not exist", 62);
+    for (JPEG2000Decoder* const aDone : {&aCodec, &aFresh})
+    {
+        ExpectStreamIOException([&] { aDone->Decode(0, aBuffer.data(), aBuffer.size()); }, kNoTile, 62);
+    }
 }
 
 TEST(JPEG2000Decoder, RaisesWarningsOnlyWhereTheToleranceIsFussy)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "codecs/rle/detail/RLEFrameDecoder.h"
 
-#include <utility>
-
 #include <gtest/gtest.h>
 
 #include "RLETestHelpers.h"

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "codecs/jpegls/JPEGLSDecoder.h"
+#include "support/Jpeg2000Streams.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
 
 namespace
@@ -21,18 +22,6 @@ std::string ReadJava(const std::string& theClass)
     std::ifstream aFile(QUORIX_SOURCE_DIR "/java/src/main/java/com/quorix/decompression/" + theClass +
                         ".java");
     return {std::istreambuf_iterator<char>(aFile), {}};
-}
-
-std::string ToHex(std::string_view theBytes)
-{
-    std::string aText;
-    for (const char aByte : theBytes)
-    {
-        constexpr char kDigits[] = "0123456789ABCDEF";
-        const auto aValue = static_cast<unsigned char>(aByte);
-        aText += {kDigits[aValue / 16], kDigits[aValue % 16]};
-    }
-    return aText;
 }
 
 /// Image type code and first bytes.
@@ -56,7 +45,8 @@ Types TypesOfJava()
         const std::string aStarts = i->str(2);
         for (Matches k(aStarts.begin(), aStarts.end(), aQuoted); k != Matches(); ++k)
         {
-            aType.push_back(k->str(1));
+            const auto aStart = Jpeg2000Streams::FromHex(k->str(1));
+            aType.emplace_back(aStart.begin(), aStart.end());
         }
     }
     return aTypes;
@@ -72,7 +62,7 @@ TEST(CodecTable, AgreesWithJava)
             if (aRow.itsImageType != 0)
             {
                 auto& aStarts = aTypes[aRow.itsImageType];
-                aSignature.empty() ? void() : aStarts.push_back(ToHex(aSignature));
+                aSignature.empty() ? void() : static_cast<void>(aStarts.emplace_back(aSignature));
             }
         }
     }

@@ -10,7 +10,6 @@
 #include "support/RecordingInputStream.h"
 #include "support/RleEncoder.h"
 #include "toolkit/base/Exceptions.h"
-#include "toolkit/base/System.h"
 #include "toolkit/io/InputStream.h"
 
 namespace

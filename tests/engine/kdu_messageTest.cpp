@@ -2,7 +2,6 @@
 #include "engine/kdu_message.h"
 
 #include "engine/detail/Reports.h"
-#include "support/EngineReports.h"
 
 #include <gtest/gtest.h>
 

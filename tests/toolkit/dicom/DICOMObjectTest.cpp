@@ -6,7 +6,6 @@
 #include "support/CountingAllocator.h"
 #include "support/DataSet.h"
 #include "support/DicomBuilder.h"
-#include "support/FailureOf.h"
 #include "toolkit/dicom/VR.h"
 
 namespace
