@@ -2,7 +2,6 @@
 #include "support/jpeg2000/OpenJpeg.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -183,11 +182,6 @@ void CutToExtent(PlanarImage& theImage, unsigned int theDiscardLevels)
         aComponent = std::move(aCut);
     }
 }
-
-bool IsJp2(const Bytes& theStream)
-{
-    return theStream.size() > 8 && std::memcmp(theStream.data() + 4, "jP  ", 4) == 0;
-}
 } // namespace
 
 namespace OpenJpeg
@@ -224,12 +218,11 @@ std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& t
 {
     const TemporaryFile aFile(theStream);
     const Stream aStream(opj_stream_create_default_file_stream(aFile.GetName(), OPJ_TRUE));
-    const Codec aCodec(opj_create_decompress(IsJp2(theStream) ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K));
+    const Codec aCodec(opj_create_decompress(OPJ_CODEC_J2K));
     const auto aParameters = std::make_unique<opj_dparameters_t>();
     opj_set_default_decoder_parameters(aParameters.get());
     aParameters->cp_reduce = theOptions.itsDiscardLevels;
     aParameters->cp_layer = theOptions.itsMaxLayers;
-    aParameters->flags |= OPJ_DPARAMETERS_IGNORE_PCLR_CMAP_CDEF_FLAG;
     if (opj_setup_decoder(aCodec.get(), aParameters.get()) == OPJ_FALSE)
     {
         return std::nullopt;
