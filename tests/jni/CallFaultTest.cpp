@@ -37,13 +37,13 @@ protected:
         EXPECT_EQ(anAfter.itsPixels, aSound.itsPixels) << theName;
     }
 
-    /// JPEG of more than 8 bits, and lossless JPEG, come in DICOM files only.
+    /// JPEG of more than 8 bits, lossless JPEG and JPEG-LS come in DICOM files only.
     template <class Breaking>
     static void BreakEachQueue(const Breaking& theBreaking)
     {
         for (const FaultFile& aFile : FaultFiles::Get())
         {
-            if (aFile.itsName.find("JPEG") == 0 && aFile.itsName.find("bits") == std::string::npos)
+            if (aFile.itsName.find("JPEG ") == 0 && aFile.itsName.find("bits") == std::string::npos)
             {
                 const jint aType = aFile.itsName.find("2000") != std::string::npos ? 2 : 1;
                 BreakEach(aFile.itsName, aFile.itsFrame, Method::QUEUE, aType, theBreaking);
