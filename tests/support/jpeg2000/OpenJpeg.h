@@ -60,8 +60,7 @@ struct DecodeOptions
     unsigned int itsMaxLayers = 0; ///< 0 for all
 };
 
-/// A codestream. Nothing on an error. With
-/// levels discarded and the image off the origin, OpenJPEG's components may have a column or a row more than
-/// T.800 B-15 gives them: those are cut off.
+/// A codestream. Nothing on an error. With levels discarded and the image off the origin, OpenJPEG's
+/// components may have a column or a row more than T.800 B-15 gives them: those are cut off.
 std::optional<PlanarImage> Decode(const Bytes& theStream, const DecodeOptions& theOptions = {});
 } // namespace OpenJpeg
