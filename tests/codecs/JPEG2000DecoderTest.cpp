@@ -333,20 +333,17 @@ TEST(JPEG2000Decoder, ASecondSourceEndsTheFirst)
 
 TEST(JPEG2000Decoder, TurnsReportsIntoDecoderExceptions)
 {
-    const KDUWarningMessageCallbackException aWarning("it is odd");
-    const KDUErrorMessageCallbackException anError("it is wrong");
-    const KDUErrorMessageCallbackException aSilentError("");
+    const KDUWarningMessageCallbackException aWarning("it is odd"), aSilentWarning("");
+    const KDUErrorMessageCallbackException anError("it is wrong"), aSilentError("");
     const KDUMessageCallbackException aPlainReport("neither");
-    const KDUWarningMessageCallbackException aSilentWarning("");
     const char* const aSilence = "Unknown message callback from decompression engine";
     const std::tuple<const KDUMessageCallbackException*, int, const char*> kCases[] = {
         {&aWarning, 1, "it is odd"},  {&anError, 0, "it is wrong"},   {&aPlainReport, 0, "neither"},
         {&aSilentError, 0, aSilence}, {&aSilentWarning, 1, aSilence}, {nullptr, 0, aSilence}};
     for (const auto& [aReport, aCode, aText] : kCases)
     {
-        const auto aThrow = [aThrown = aReport]
-        { JPEG2000Decoder::ThrowDecoderException("Here: ", aThrown); };
-        ExpectReport(aThrow, RWCString("Here: ") + aText, aCode);
+        ExpectReport([aThrown = aReport] { JPEG2000Decoder::ThrowDecoderException("Here: ", aThrown); },
+                     RWCString("Here: ") + aText, aCode);
     }
 }
 
