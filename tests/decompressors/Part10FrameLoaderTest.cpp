@@ -6,7 +6,9 @@
 #include "decompressors/DecompressorRuns.h"
 #include "decompressors/Part10Files.h"
 #include "decompressors/Part10FrameWalk.h"
+#include "decompressors/detail/NativeFrameReader.h"
 #include "support/DataSet.h"
+#include "support/RecordingInputStream.h"
 
 using namespace Part10Files;
 
@@ -55,5 +57,40 @@ TEST(Part10FrameLoader, FramesWithoutBytesAreHandedOutLikeOthers)
         };
         Part10FrameWalk::Run(aRequest, anAllocator, 3, aReceiver, aResult);
         EXPECT_EQ(aCount, 4) << aResult.getMessage();
+    }
+}
+
+namespace
+{
+/// Bit theIndex of the value, lowest bit of a byte first.
+int Bit(const Bytes& theBytes, std::size_t theIndex)
+{
+    return (theBytes[theIndex / 8] >> (theIndex % 8)) & 1;
+}
+} // namespace
+
+TEST(NativeFrameReader, FindsFramesThatBeginInsideAByte)
+{
+    constexpr std::size_t kFrameBits = 13;
+    const Bytes aValue{0x4d, 0xa3, 0x17, 0xf0, 0x9b, 0x62, 0xc5, 0x3e, 0x81, 0x5a, 0xd7, 0x0c}; // 91 bits
+    const std::vector<std::vector<int>> kWalks{{0, 1, 2, 3, 4, 5, 6}, {6}, {1, 3, 4}, {0, 5}};
+    constexpr RecordingInputStream::Manner kManners[] = {
+        {true, true, 1000}, {false, false, 1}, {false, true, 2}};
+    for (std::size_t n = 0; n < std::size(kManners) * kWalks.size(); ++n)
+    {
+        const std::vector<int>& aWalk = kWalks[n / std::size(kManners)];
+        RecordingInputStream::Record aRecord;
+        RecordingInputStream aStream(aValue, kManners[n % std::size(kManners)], aRecord);
+        NativeFrameReader aReader(aStream, kFrameBits);
+        for (const int aFrameIndex : aWalk)
+        {
+            Bytes aFrame(2, 0xee);
+            EXPECT_EQ(aReader.ReadFrame(aFrameIndex, aFrame.data()), aFrame.size());
+            for (std::size_t i = 0; i < kFrameBits; ++i)
+            {
+                EXPECT_EQ(Bit(aFrame, i), Bit(aValue, kFrameBits * static_cast<std::size_t>(aFrameIndex) + i))
+                    << "frame " << aFrameIndex << " bit " << i;
+            }
+        }
     }
 }

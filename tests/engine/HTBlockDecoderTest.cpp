@@ -60,18 +60,6 @@ TEST(HTBlockDecoderTest, KnownBlocks)
         });
 }
 
-// MagRef takes a bit of every sample, far beyond the end of a segment of one byte.
-TEST(HTBlockDecoderTest, EverySampleIsRefined)
-{
-    const Bytes aCleanup =
-        HTEncoder(64, std::vector<std::int32_t>(4096, -1), [](std::uint32_t) { return 0U; }).Encode();
-    const Bytes aRefinement{0};
-    const j2k::HTBlock aBlock{64, 64, aCleanup, aRefinement, 3, 1, 4};
-    j2k::HTBlockDecoder aDecoder;
-    EXPECT_EQ(aDecoder.Decode(aBlock), j2k::HTFinding::None);
-    EXPECT_EQ(StoreDoubled(aDecoder, aBlock), std::vector<float>(4096, -5));
-}
-
 class HTBlockDecoderRandomTest : public testing::Test
 {
 protected:

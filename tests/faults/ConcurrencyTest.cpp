@@ -5,6 +5,7 @@
 #include "faults/PixelStreamRun.h"
 #include "image/VMMemoryAllocator.h"
 #include "support/LongRun.h"
+#include "support/SampleTable.h"
 #include "support/SideBySide.h"
 #include "support/TemporaryFile.h"
 
@@ -30,6 +31,11 @@ TEST_F(Concurrency, EveryRequestIsAnsweredAsIfItWereAlone)
             aFrame[5] = static_cast<std::uint8_t>(~aFrame[5]);
             aFiles.push_back(FaultFiles::WithFrame(aFile, aFrame));
         }
+    }
+    for (const std::string& aName : SampleTable::ListFolder("dicom"))
+    {
+        const Bytes aReal = SampleTable::ReadFile(aName);
+        aFiles.insert(aFiles.end(), Rounds(1) > 1 && aReal.size() < 100'000 ? 1 : 0, aReal);
     }
     const std::uint64_t aBlocks = VMMemoryAllocator::GetNumHeapBlocks();
     // The threads come first: what is made at its first use is made while others want it, too.

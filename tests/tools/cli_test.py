@@ -438,11 +438,10 @@ class CommandLine(Program):
 
     def test_outcomes_of_an_archive(self):
         image = IMAGES["grey12"][0]
-        spectrum = ((0x56000020, "UN", bytes(8)),)
         cases = {"image": ("decoded", image), "bare": ("decoded", image[132:]), "no meta": ("decoded", dicom(b"\7", 1, 1, allocated=8,
                  syntax=IMPLICIT)[132:].split(IMPLICIT.encode() + b"\0")[1]),
                  "plan": ("no-image", without_image(image)), "DICOMDIR": ("no-image", without_image(image)),
-                 "spectra": ("no-image", without_pixels(dicom(b"", 5, 6, extra=spectrum))),
+                 "spectra": ("no-image", without_pixels(dicom(b"", 5, 6, extra=((0x56000020, "UN", bytes(8)),)))),
                  "text": ("not-dicom", b"text\n" * 40), "nothing": ("not-dicom", b""),
                  "lost": ("failed", without_pixels(image)), "cut": ("failed", image[:-20]), "torn": ("failed", without_image(image)[:-3]),
                  "wide": ("failed", dicom(bytes(120), 5, 6, allocated=32))}

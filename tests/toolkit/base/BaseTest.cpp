@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "toolkit/base/Exceptions.h"
+#include <thread>
 
 #include <gtest/gtest.h>
+
+#include "toolkit/base/Exceptions.h"
+#include "toolkit/base/System.h"
 
 namespace
 {
@@ -43,5 +46,24 @@ TEST(ExceptionBase, ClonesKeepNameTextCodesAndCause)
     EXPECT_EQ(dynamic_cast<const StreamIOException&>(*aStream).GetSystemErrorCode(), 5);
     EXPECT_EQ(dynamic_cast<const DICOMLibException&>(*aLib).GetResultCode(), 64);
     EXPECT_EQ(dynamic_cast<const DecodingInterruptedException&>(*aStop).GetReason(), 1);
+}
+// Objects that lock call each other while they hold the lock: with a plain mutex this test would hang.
+TEST(CriticalSection, IsRecursiveAndKeepsOthersOut)
+{
+    CriticalSection aSection;
+    int aCounter = 0;
+    const auto anIncrement = [&]
+    {
+        for (int aRound = 0; aRound < 20000; ++aRound)
+        {
+            const CriticalSectionWhileInScope anOuter(aSection);
+            const CriticalSectionWhileInScope anInner(aSection);
+            ++aCounter;
+        }
+    };
+    std::thread anOther(anIncrement);
+    anIncrement();
+    anOther.join();
+    EXPECT_EQ(aCounter, 40000);
 }
 } // namespace
