@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The clean-up pass of a high-throughput block, compiled once for each instruction set.
 
+// Scalable vectors (SVE) are left to NEON: lanes stand for fixed places of a row.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "engine/detail/blocks/HTCleanup.cpp"
 #include <hwy/foreach_target.h>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Words of samples turned into rows of numbers, compiled once for each instruction set.
 
+// Scalable vectors (SVE) are left to NEON: a row is walked in vectors of a length known beforehand.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "engine/detail/blocks/HTStore.cpp"
 #include <hwy/foreach_target.h>
