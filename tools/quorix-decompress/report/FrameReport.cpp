@@ -46,6 +46,19 @@ std::string SHA256(const void* theBytes, std::size_t theCount)
     }
     return aText;
 }
+
+/// theValue where it is known, else null.
+template <class Value>
+nlohmann::ordered_json OrNull(const Value& theValue, bool isKnown)
+{
+    return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json();
+}
+
+/// One line with its line feed. Names need not be UTF-8.
+std::string Dump(const nlohmann::ordered_json& theLine)
+{
+    return theLine.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
 } // namespace
 
 FrameReport::ImageFacts FrameReport::FactsOf(const Renderable& theImage)
@@ -95,8 +108,6 @@ FrameReport::FrameReport(const std::string& theInput, Outcome theOutcome, const 
 
 std::string FrameReport::ToManifestLine() const
 {
-    const auto OrNull = [](const auto& theValue, bool isKnown)
-    { return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json(); };
     nlohmann::ordered_json aLine = {
         {"file", itsInput},
         {"frame", OrNull(itsFrame.value_or(0), itsFrame.has_value())},
@@ -109,13 +120,11 @@ std::string FrameReport::ToManifestLine() const
     {
         aLine["warnings"].push_back(aWarning.itsIdentifier + ": " + aWarning.itsText);
     }
-    return aLine.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    return Dump(aLine);
 }
 
 std::string FrameReport::ToLine() const
 {
-    const auto OrNull = [](const auto& theValue, bool isKnown)
-    { return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json(); };
     nlohmann::ordered_json aLine = {
         {"file", itsInput},
         {"frame", OrNull(itsFrame.value_or(0), itsFrame.has_value())},
@@ -163,5 +172,5 @@ std::string FrameReport::ToLine() const
     {
         aLine["output"] = itsOutput;
     }
-    return aLine.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    return Dump(aLine);
 }

@@ -315,15 +315,13 @@ std::string DecodeJob::WriteFrame(const DecodedFrame& theFrame, bool hasSeveral)
 
 void DecodeJob::FinishOutput(TemporaryFile& theFile, const std::string& thePath)
 {
-    itsContext.itsReporter.CountWritten(theFile.GetSize());
-    if (!itsRecord)
+    if (itsRecord)
     {
-        theFile.Commit();
-        return;
+        theFile.Sync(); // a record must not outlive what it tells of
+        itsRecord->AddOutput(thePath, theFile.GetPath());
     }
-    theFile.Sync(); // a record must not outlive what it tells of
-    itsRecord->AddOutput(thePath, theFile.GetPath());
     theFile.Commit();
+    itsContext.itsReporter.CountWritten(theFile.GetSize());
 }
 
 void DecodeJob::FinishDICOMFile()
