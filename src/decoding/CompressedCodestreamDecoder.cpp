@@ -164,6 +164,10 @@ CompressedCodestreamDecoder::Codec CompressedCodestreamDecoder::CreateCodec(cons
     {
         aCodec->SetStatedRepresentation(*itsStatedRepresentation);
     }
+    if (itsRegion)
+    {
+        aCodec->SetRegion(*itsRegion);
+    }
     return aCodec;
 }
 

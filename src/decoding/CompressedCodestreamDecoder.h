@@ -30,6 +30,9 @@ public:
         /// the codec compares the two itself, and then refuses to decode.
         std::uint64_t GetDecodedSize() const;
 
+        /// The codec, which has read its header and decoded nothing.
+        const Decoder& GetCodec() const { return *itsCodec; }
+
     private:
         friend class CompressedCodestreamDecoder;
         OpenedFrame(std::unique_ptr<Decoder> theCodec, unsigned int theFrameLength,
@@ -102,6 +105,9 @@ public:
         itsStatedRepresentation = theRepresentation;
     }
 
+    /// The part of the image that is wanted, in pixels at full size, see Decoder::SetRegion.
+    void SetRegion(const std::optional<PixelRegion>& theRegion) { itsRegion = theRegion; }
+
     /// Whether the frame opened last is decoded by another codec than the announced one. By meaning Bits
     /// Stored and High Bit of the data set are the frame's then.
     bool IsRecovered() const { return itsIsRecovered; }
@@ -140,6 +146,7 @@ private:
     std::uint64_t itsTotalBytesRead = 0;
     std::int32_t itsStatedBitsStored;
     std::optional<std::int32_t> itsStatedRepresentation;
+    std::optional<PixelRegion> itsRegion;
     std::int32_t itsBitsStored; ///< by which the codec is chosen
     DICOMDataObject* itsDICOMDataObject;
     std::int32_t itsScaleFactor;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 
 #include "codecs/sources/CompressedSources.h"
 #include "toolkit/base/Exceptions.h"
@@ -86,6 +87,25 @@ int Decoder::GetBytesRead()
 bool Decoder::TakeInputFrom(Decoder&)
 {
     return false;
+}
+
+PixelRegion Decoder::GetDecodedRegion() const
+{
+    return {0, 0, GetImageWidth(), GetImageHeight()};
+}
+
+void Decoder::CheckRegion(const PixelRegion& theRegion, const PixelRegion& theImage)
+{
+    if (theRegion.itsWidth == 0 || theRegion.itsHeight == 0 || !theImage.Contains(theRegion))
+    {
+        throw StreamIOException("no region of " + std::to_string(theRegion.itsWidth) + " x " +
+                                    std::to_string(theRegion.itsHeight) + " pixels at column " +
+                                    std::to_string(theRegion.itsX) + ", row " +
+                                    std::to_string(theRegion.itsY) + ": the image has " +
+                                    std::to_string(theImage.itsX + theImage.itsWidth) + " columns and " +
+                                    std::to_string(theImage.itsY + theImage.itsHeight) + " rows",
+                                DLRC_GENERAL_FAILURE, 0);
+    }
 }
 
 int Decoder::GetHighBit() const

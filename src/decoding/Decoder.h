@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/base/Reading.h"
 
 class DICOMDataObject;
@@ -132,6 +133,13 @@ public:
         itsStatedRepresentation = theRepresentation;
     }
 
+    /// The part of the image that is wanted, in pixels at full size, to be told before SetSource. A codec
+    /// need not heed it: GetDecodedRegion says what Decode will deliver.
+    void SetRegion(const PixelRegion& theRegion) { itsRegion = theRegion; }
+
+    /// Throws StreamIOException (code 6) where theRegion is empty or not inside theImage.
+    static void CheckRegion(const PixelRegion& theRegion, const PixelRegion& theImage);
+
     /// Always 1.
     std::int16_t GetVersion() const { return 1; }
 
@@ -205,6 +213,12 @@ public:
     /// where the buffer has it all, or either of the two keeps no more than that.
     virtual bool TakeInputFrom(Decoder& thePredecessor);
 
+    /// The part of the image, at the resolution that is decoded, whose rows Decode writes from the front of
+    /// the buffer, one behind the other; known after SetSource, all of GetImageWidth times GetImageHeight
+    /// unless a codec heeds SetRegion. One that leaves out columns has the region's size for the image's; one
+    /// that only ends early keeps that, and leaves the buffer behind its last row as it was.
+    virtual PixelRegion GetDecodedRegion() const;
+
 protected:
     /// Makes the data set describe the pixels that Decode will deliver and keeps what it overwrites in the
     /// scratch pad, so that a second decode still knows the original.
@@ -215,6 +229,9 @@ protected:
 
     /// Pixel Representation before any frame corrected it. False where nobody says.
     bool GetStatedRepresentation(std::int32_t& theRepresentation) const;
+
+    /// What SetRegion was told, or nothing.
+    const std::optional<PixelRegion>& GetRegion() const { return itsRegion; }
 
     /// Whether the request reads by meaning.
     bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
@@ -254,4 +271,5 @@ private:
     DICOMDataObject* itsDICOMDataObject = nullptr;
     ReadingContext* itsReadingContext = nullptr;
     std::optional<std::int32_t> itsStatedRepresentation;
+    std::optional<PixelRegion> itsRegion;
 };

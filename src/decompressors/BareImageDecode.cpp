@@ -7,6 +7,7 @@
 #include "decoding/DecoderFactory.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/ImageDescription.h"
+#include "decompressors/detail/RegionCut.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "engine/kdu_compressed_source.h"
 #include "toolkit/base/Exceptions.h"
@@ -58,6 +59,10 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
         return nullptr;
     }
     aCodec->SetReadingContext(&itsReadingContext);
+    if (itsRequest.getRegion())
+    {
+        aCodec->SetRegion(*itsRequest.getRegion());
+    }
     PrepareCodec(*aCodec);
     const double aTimeToReadHeader = itsTimer.Lap() * 1000.0;
     AllocateFor(*aCodec);
@@ -68,6 +73,7 @@ std::unique_ptr<Renderable> BareImageDecode::Run()
                    itsRenderable->getPixelDataSize());
     itsHasLost = wasReversible && aCodec->GetCompressionReversible() == Decoder::CR_IRREVERSIBLE;
     Describe(*aCodec);
+    Cut(*aCodec);
     itsRequest.getCompressedSource()->close();
     itsRenderable->setTimeTakenToLoadHeader(aTimeToReadHeader);
     itsRenderable->setTimeTakenToAllocateMemmory(aTimeToAllocate);
@@ -260,6 +266,26 @@ void BareImageDecode::Describe(const Decoder& theCodec)
     }
 }
 
+/// Takes away what the codec has decoded beyond the request's region.
+void BareImageDecode::Cut(const Decoder& theCodec)
+{
+    const PixelRegion aHeld = theCodec.GetDecodedRegion();
+    if (!itsRequest.getRegion())
+    {
+        return;
+    }
+    const PixelRegion aWanted = RegionCut::ForCodec(*itsRequest.getRegion(), theCodec, itsRow->itsCanReduce);
+    if (aHeld == aWanted)
+    {
+        return;
+    }
+    RegionCut::Run(*itsRenderable, aHeld, aWanted);
+    if (itsDataSet != nullptr)
+    {
+        RegionCut::WriteDimensions(*itsDataSet, aWanted.itsHeight, aWanted.itsWidth);
+    }
+}
+
 /// The codec writes down everything else that is new about the pixels.
 void BareImageDecode::DescribeDepth()
 {
@@ -297,6 +323,10 @@ std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const
         {
             return aRatio;
         }
+    }
+    if (itsRequest.getRegion())
+    {
+        return 0;
     }
     // A codec that cannot reduce reports 1; by contract the ratio follows the request all the same.
     const bool isReduced = itsRow->itsCanReduce || isByMeaning;

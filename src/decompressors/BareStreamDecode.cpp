@@ -25,6 +25,7 @@ std::uint32_t LengthLeft(const InputStream& theStream)
 } // namespace
 
 std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImageType theType, int theScale,
+                                                  const std::optional<PixelRegion>& theRegion,
                                                   ReadingContext& theContext)
 {
     const CodecRow* const aRow = CodecTable::FindImageType(theType, theContext.GetReading());
@@ -37,6 +38,7 @@ std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImage
     DecompressionRequest aRequest(&aSource, nullptr, "", true, theScale, 0, aRow->itsUID, false);
     aRequest.setSourceLength(LengthLeft(theStream));
     aRequest.setReading(theContext.GetReading());
+    aRequest.setRegion(theRegion);
     DecompressionResult aResult;
     CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage(aResult.getRenderable());

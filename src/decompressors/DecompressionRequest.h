@@ -3,9 +3,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "decompressors/JNIForward.h"
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/base/Reading.h"
 
 class DICOMDataObject;
@@ -98,6 +100,15 @@ public:
     void setReading(Reading theReading) { itsReading = theReading; }
     /// @}
 
+    /// The window of interest, in pixels of the frame at full size; nothing, unless set, is all of it. The
+    /// image has just these pixels then, of a reduced image those that stand for any of them, and so has the
+    /// data set. A window that is empty or not inside the image ends the request with code 6. The compression
+    /// ratio is 0 unless the data set tells one.
+    /// @{
+    const std::optional<PixelRegion>& getRegion() const { return itsRegion; }
+    void setRegion(const std::optional<PixelRegion>& theRegion) { itsRegion = theRegion; }
+    /// @}
+
 private:
     InputStream* itsInputStream = nullptr;
     std::shared_ptr<JavaSeekableInputStream> itsOwnedJavaInputStream;
@@ -112,4 +123,5 @@ private:
     bool itsV5ConvertPixelsToUnsigned = false;
     std::uint32_t itsSourceLength = 0;
     Reading itsReading = Reading::BY_CONTRACT;
+    std::optional<PixelRegion> itsRegion;
 };

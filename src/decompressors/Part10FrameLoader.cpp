@@ -10,6 +10,7 @@
 #include "decoding/CompressedCodestreamDecoder.h"
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/detail/ImageDescription.h"
+#include "decompressors/detail/RegionCut.h"
 #include "decompressors/detail/UnwrittenPixels.h"
 #include "decompressors/detail/UsedBits.h"
 #include "pixels/DecompressionLibUtils.h"
@@ -34,6 +35,11 @@ std::uint64_t NativeFrameBits(const Part10ImageAttributes& theAttributes, std::u
 std::size_t WordBytes(const Part10ImageAttributes& theAttributes)
 {
     return theAttributes.itsBitsAllocated == 32 ? 4 : 2;
+}
+
+std::uint64_t Unsigned(std::int32_t theCount)
+{
+    return static_cast<std::uint64_t>(std::max(theCount, 0));
 }
 
 bool IsNativeOrder(bool isLittleEndian)
@@ -126,6 +132,13 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     DMTickCounter aTimer;
     itsFrontEnd.GetReadingContext().SetFrame(std::max(theFrameIndex, 0));
     Frame aFrame = Begin();
+    const bool hasRegion = itsFrontEnd.GetRequest().getRegion().has_value();
+    if (hasRegion)
+    {
+        // Codecs that go by the data set must not meet what the frame before was cut to.
+        RegionCut::WriteDimensions(itsFrontEnd.GetDataSet(), Unsigned(aFrame.itsAttributes.itsRows),
+                                   Unsigned(aFrame.itsAttributes.itsColumns));
+    }
     if (IsNative())
     {
         ReadNative(aFrame, theFrameIndex);
@@ -137,6 +150,10 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     SettleGreyLabel(aFrame);
     Describe(aFrame);
     ConvertToRGB(aFrame);
+    if (hasRegion && IsNative())
+    {
+        CutNative(aFrame);
+    }
     Renderable& anImage = *aFrame.itsRenderable;
     if (!aFrame.itsIsDepthKnown)
     {
@@ -205,14 +222,26 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     aDriver.SetReadingContext(&itsFrontEnd.GetReadingContext());
     aDriver.SetStatedRepresentation(theFrame.itsAttributes.itsPixelRepresentation);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
+    aDriver.SetRegion(aRequest.getRegion());
     // Memory is taken when the header has been found credible, not before.
     auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);
+    if (aRequest.getRegion())
+    {
+        const CodecRow* const aRow = itsFrontEnd.GetCodec();
+        const Decoder& aCodec = anOpenedFrame.GetCodec();
+        theFrame.itsHeld = aCodec.GetDecodedRegion();
+        theFrame.itsWanted =
+            RegionCut::ForCodec(*aRequest.getRegion(), aCodec, aRow != nullptr && aRow->itsCanReduce);
+        Decoder::CheckRegion(theFrame.itsWanted, theFrame.itsHeld);
+    }
     Allocate(theFrame);
     UnwrittenPixels::Blank(*theFrame.itsRenderable, aRequest.getTransferSyntaxUID());
     aDriver.Decode(std::move(anOpenedFrame), theFrame.itsRenderable->getPixelData());
 
     theFrame.itsAttributes.ReadDecoded(aDataSet);
+    theFrame.itsAttributes.itsPlanar = false;
     SettleDecodedSize(theFrame);
+    CutDecoded(theFrame);
     SettleRoom(theFrame, aDriver);
     SettleGreyDepth(theFrame, aDriver);
     SettleColourDepth(theFrame, aDriver.GetDepth());
@@ -242,7 +271,34 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     theFrame.itsCompressedSize =
         isWholeFrame ? itsCompressedFrames->GetCurrentFrameLength() : aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();
-    theFrame.itsAttributes.itsPlanar = false;
+}
+
+/// Takes away what the codec has decoded beyond the request's region, before anything is done with it.
+void Part10FrameLoader::CutDecoded(Frame& theFrame) const
+{
+    Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    const PixelRegion& aWanted = theFrame.itsWanted;
+    if (!itsFrontEnd.GetRequest().getRegion() || theFrame.itsHeld == aWanted)
+    {
+        return;
+    }
+    theFrame.itsSize = RegionCut::Run(
+        *theFrame.itsRenderable, {anImage.itsBitsAllocated, anImage.itsSamplesPerPixel, anImage.itsPlanar},
+        theFrame.itsHeld, aWanted);
+    anImage.itsRows = static_cast<std::int32_t>(aWanted.itsHeight);
+    anImage.itsColumns = static_cast<std::int32_t>(aWanted.itsWidth);
+    RegionCut::WriteDimensions(itsFrontEnd.GetDataSet(), aWanted.itsHeight, aWanted.itsWidth);
+}
+
+/// Native pixels are cut when they are done: subsampled ones come in groups, planes behind one another.
+void Part10FrameLoader::CutNative(const Frame& theFrame) const
+{
+    const PixelRegion& aWanted = *itsFrontEnd.GetRequest().getRegion();
+    RegionCut::Run(
+        *theFrame.itsRenderable,
+        {0, 0, Unsigned(theFrame.itsAttributes.itsColumns), Unsigned(theFrame.itsAttributes.itsRows)},
+        aWanted);
+    RegionCut::WriteDimensions(itsFrontEnd.GetDataSet(), aWanted.itsHeight, aWanted.itsWidth);
 }
 
 InputStream& Part10FrameLoader::GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize)
@@ -489,6 +545,10 @@ std::int32_t Part10FrameLoader::GetRatio(const Frame& theFrame) const
     const Part10ImageAttributes& aSource = theFrame.itsAttributes;
     if (!aSource.itsForcedLossless && !aSource.itsLossy && theFrame.itsCompressedSize != 0)
     {
+        if (itsFrontEnd.GetRequest().getRegion())
+        {
+            return 0;
+        }
         constexpr int kMostScale = std::numeric_limits<std::int16_t>::max();
         return CompressionRatio::Calculate(
             theFrame.itsSize, std::clamp(theFrame.itsScaleFactor, 1, kMostScale), theFrame.itsCompressedSize);

@@ -86,6 +86,13 @@ void Check(const DecodeOptions& theOptions)
     Check("frame", theOptions.frame, 0);
     Check("frameCount", theOptions.frameCount, 1);
     Check("scale", theOptions.scale, 1);
+    if (theOptions.region)
+    {
+        Check("region.x", theOptions.region->x, 0);
+        Check("region.y", theOptions.region->y, 0);
+        Check("region.width", theOptions.region->width, 1);
+        Check("region.height", theOptions.region->height, 1);
+    }
 }
 
 [[noreturn]] void Throw(const DecompressionResult& theResult)
@@ -112,6 +119,17 @@ std::unique_ptr<Renderable> Take(DecompressionResult& theResult)
     return theOptions.reading == Reading::byContract ? ::Reading::BY_CONTRACT : ::Reading::BY_MEANING;
 }
 
+std::optional<PixelRegion> RegionOf(const DecodeOptions& theOptions)
+{
+    if (!theOptions.region)
+    {
+        return std::nullopt;
+    }
+    const auto [x, y, aWidth, aHeight] = *theOptions.region;
+    return PixelRegion{static_cast<std::uint64_t>(x), static_cast<std::uint64_t>(y),
+                       static_cast<std::uint64_t>(aWidth), static_cast<std::uint64_t>(aHeight)};
+}
+
 std::vector<Warning> WarningsOf(const std::vector<DecodeWarning>& theWarnings)
 {
     std::vector<Warning> aWarnings;
@@ -129,6 +147,7 @@ Image DecodePart10(::InputStream& theStream, const DecodeOptions& theOptions)
     DecompressionRequest aRequest(&theStream, &aDataSet->itsDataSet, "", false, theOptions.scale,
                                   theOptions.frame, "", false);
     aRequest.setReading(ReadingOf(theOptions));
+    aRequest.setRegion(RegionOf(theOptions));
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage = Take(aResult);
@@ -145,8 +164,8 @@ Image DecodeBare(::InputStream& theStream, ImageType theType, const DecodeOption
                           DLRC_GENERAL_FAILURE);
     }
     ReadingContext aContext(ReadingOf(theOptions));
-    std::unique_ptr<Renderable> anImage =
-        BareStreamDecode::Run(theStream, BareTypeOf(theType), theOptions.scale, aContext);
+    std::unique_ptr<Renderable> anImage = BareStreamDecode::Run(
+        theStream, BareTypeOf(theType), theOptions.scale, RegionOf(theOptions), aContext);
     const int aScale = anImage->getScaleFactor();
     return ImageState::MakeImage(
         {std::move(anImage), nullptr, 0, aScale, WarningsOf(aContext.TakeWarnings())});
@@ -162,6 +181,7 @@ void DecodePart10Frames(::InputStream& theStream, const DecodeOptions& theOption
     std::shared_ptr<SharedDataSet> aShared;
     DecompressionRequest aRequest(&theStream, &aDataSet, "", false, theOptions.scale, 0, "", false);
     aRequest.setReading(ReadingOf(theOptions));
+    aRequest.setRegion(RegionOf(theOptions));
     DecompressionResult aResult;
     int aLeft = theOptions.frameCount;
     Part10FrameWalk::RunFrom(

@@ -146,6 +146,15 @@ struct Warning
     int frame = 0;          ///< from 0
 };
 
+/// A window of interest: a rectangle of pixels at full size, the first pixel of the image being at 0, 0.
+struct Region
+{
+    int x;      ///< first column
+    int y;      ///< first row
+    int width;  ///< 1 or more
+    int height; ///< 1 or more
+};
+
 /// How to decode. What cannot be meant, a negative frame for instance, is refused with a DecodeError (code
 /// 6).
 struct DecodeOptions
@@ -161,6 +170,10 @@ struct DecodeOptions
     int scale = 1;
     /// How files are taken that do not say what they mean.
     Reading reading = Reading::byMeaning;
+    /// The part of the image to decode, bit for bit as it stands in the whole; nothing is all of it. What
+    /// lies outside is left out as far as the codec can, which saves its time. With a scale, the pixels that
+    /// stand for any of the window's. A window that is not inside the image is a DecodeError (code 6).
+    std::optional<Region> region = std::nullopt;
 };
 
 /// What the samples mean. The numbers are those of ::Renderable.
@@ -233,7 +246,7 @@ public:
     /// codec says.
     bool isLossy() const noexcept;
 
-    /// How many times smaller the compressed form was, rounded; 0 where that is not known.
+    /// How many times smaller the compressed form was, rounded; 0 where that is not known, as of a region.
     int compressionRatio() const noexcept;
 
     /// The scale that was applied: 1 is full size, 3 a quarter of width and height.

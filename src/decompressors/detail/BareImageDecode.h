@@ -39,6 +39,7 @@ private:
     void BelieveFrameHeader();
     void AssumeInterpretation(const JPEGHeader& theHeader);
     void DescribeDepth();
+    void Cut(const Decoder& theCodec);
     void PrepareCodec(Decoder& theCodec);
     void ReadDataSet();
     void ChooseColour(Decoder& theCodec);

@@ -9,6 +9,7 @@
 #include "decompressors/detail/NativeFrameReader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
 #include "image/Renderable.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/dicom/ImageFrameInputStream.h"
 
 /// Makes finished images of the frames of a parsed Part 10 stream, one frame a call.
@@ -46,6 +47,8 @@ private:
         int itsScaleFactor = 1;
         int itsColourDepth = 0;       ///< bits a colour sample fills, where the data set is wrong; else 0
         bool itsIsDepthKnown = false; ///< the codec has looked, and warned where the data set says otherwise
+        PixelRegion itsHeld;          ///< what of the image is decoded,
+        PixelRegion itsWanted;        ///< and what the request wants of that; only where it has a region
         bool itsLittleEndian = true;
         bool itsIsIrreversible = false; ///< read by meaning: the codestream has lost something
     };
@@ -56,6 +59,8 @@ private:
     std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);
     void ReadNative(Frame& theFrame, int theFrameIndex);
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
+    void CutDecoded(Frame& theFrame) const;
+    void CutNative(const Frame& theFrame) const;
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);
     void SettleDecodedSize(Frame& theFrame) const;
     void SettleInterpretation(Frame& theFrame) const;

@@ -148,7 +148,8 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     theResult.itsTransferSyntaxUID = FindTransferSyntax();
     theResult.itsReading = itsSettings.itsReading;
     ReadingContext aContext(itsSettings.itsReading);
-    theResult.itsRenderable = BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, aContext);
+    theResult.itsRenderable =
+        BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, std::nullopt, aContext);
     theResult.itsWarnings = aContext.TakeWarnings();
     theResult.itsResultCode = DLRC_SUCCESS;
     theResult.itsMessage = "Completed successfully";
