@@ -18,57 +18,35 @@ enum class OutputWidth
     AsInput
 };
 
-/// Where samples lie: sample s of pixel p is number p × itsPixelStep + s × itsPlaneStep.
-struct SampleLayout
+/// To be asked while sign and byte order of theRenderable are still those of the input.
+WordSamples GetWordSamples(const Renderable& theRenderable, std::uint64_t thePixels)
 {
-    explicit SampleLayout(bool isPlanar, std::uint64_t thePixels)
-        : itsPixelStep(isPlanar ? 1 : 3), itsPlaneStep(isPlanar ? thePixels : 1)
+    WordSamples aLayout;
+    aLayout.itsIsSwapped = PixelSample::IsSwapped(theRenderable);
+    aLayout.itsBias = theRenderable.isSigned() ? 0x8000 : 0;
+    if (theRenderable.isPlanarConfiguration())
     {
+        aLayout.itsPixelStep = 1;
+        aLayout.itsPlaneStep = thePixels;
     }
-    std::uint64_t itsPixelStep;
-    std::uint64_t itsPlaneStep;
-};
+    return aLayout;
+}
 
-/// Converts 16-bit samples, which are rare, by the plain formula. Made for the Renderable whose input is
-/// converted: its sign and its byte order are still those of the input when the output has been allocated.
-class SixteenBitConverter
+void WriteWords(const std::uint16_t (&theRGB)[3], OutputWidth theWidth, std::uint8_t* theOutput,
+                std::uint64_t thePixel)
 {
-public:
-    SixteenBitConverter(const Renderable& theRenderable, OutputWidth theWidth)
-        : itsSwapped(PixelSample::IsSwapped(theRenderable)), itsWidth(theWidth),
-          itsBias(theRenderable.isSigned() ? 0x8000 : 0)
+    for (std::uint64_t s = 0; s < 3; ++s)
     {
-    }
-
-    /// Signed samples are moved into the unsigned range on the way in and back on the way out.
-    std::uint16_t Read(const std::uint8_t* theInput, std::uint64_t theIndex) const
-    {
-        return PixelSample::Read<std::uint16_t>(theInput, theIndex, itsSwapped) ^ itsBias;
-    }
-
-    void Convert(const std::uint16_t (&theYCbCr)[3], std::uint8_t* theOutput, std::uint64_t thePixel) const
-    {
-        std::uint16_t aRGB[3];
-        YBRFormula<std::uint16_t>::Convert(theYCbCr[0], theYCbCr[1], theYCbCr[2], aRGB);
-        for (std::uint64_t s = 0; s < 3; ++s)
+        if (theWidth == OutputWidth::EightBits)
         {
-            const auto aValue = static_cast<std::uint16_t>(aRGB[s] ^ itsBias);
-            if (itsWidth == OutputWidth::EightBits)
-            {
-                theOutput[thePixel * 3 + s] = static_cast<std::uint8_t>(aValue >> 8);
-            }
-            else
-            {
-                PixelSample::Write(theOutput, thePixel * 3 + s, aValue);
-            }
+            theOutput[thePixel * 3 + s] = static_cast<std::uint8_t>(theRGB[s] >> 8);
+        }
+        else
+        {
+            PixelSample::Write(theOutput, thePixel * 3 + s, theRGB[s]);
         }
     }
-
-private:
-    bool itsSwapped;
-    OutputWidth itsWidth;
-    std::uint16_t itsBias;
-};
+}
 
 void ConvertYBRFull8(const Renderable& theRenderable, bool isPlanar, const std::uint8_t* theInput,
                      std::uint8_t* theOutput, std::uint64_t thePixels)
@@ -85,29 +63,35 @@ void ConvertYBRFull8(const Renderable& theRenderable, bool isPlanar, const std::
     }
 }
 
-void ConvertYBRFull16(const SixteenBitConverter& theConverter, const SampleLayout& theLayout,
-                      const std::uint8_t* theInput, std::uint8_t* theOutput, std::uint64_t thePixels)
+void ConvertYBRFull16(const WordSamples& theLayout, OutputWidth theWidth, const std::uint8_t* theInput,
+                      std::uint8_t* theOutput, std::uint64_t thePixels)
 {
+    if (theWidth == OutputWidth::EightBits)
+    {
+        ColourKernels::ConvertYBRFullWords(theInput, theOutput, thePixels, theLayout);
+        return;
+    }
     for (std::uint64_t p = 0; p < thePixels; ++p)
     {
-        const std::uint64_t aFirst = p * theLayout.itsPixelStep;
-        const std::uint16_t aYCbCr[3] = {theConverter.Read(theInput, aFirst),
-                                         theConverter.Read(theInput, aFirst + theLayout.itsPlaneStep),
-                                         theConverter.Read(theInput, aFirst + 2 * theLayout.itsPlaneStep)};
-        theConverter.Convert(aYCbCr, theOutput, p);
+        std::uint16_t anRGB[3];
+        theLayout.PixelToRGB(theInput, p, anRGB);
+        WriteWords(anRGB, theWidth, theOutput, p);
     }
 }
 
-void ConvertYBRFull422With16(const SixteenBitConverter& theConverter, const std::uint8_t* theInput,
+/// Rare: by the plain formula.
+void ConvertYBRFull422With16(const WordSamples& theLayout, OutputWidth theWidth, const std::uint8_t* theInput,
                              std::uint8_t* theOutput, std::uint64_t theGroups)
 {
     for (std::uint64_t g = 0; g < theGroups; ++g)
     {
-        const std::uint16_t aCb = theConverter.Read(theInput, 4 * g + 2);
-        const std::uint16_t aCr = theConverter.Read(theInput, 4 * g + 3);
+        const std::uint16_t aCb = theLayout.Read(theInput, 4 * g + 2);
+        const std::uint16_t aCr = theLayout.Read(theInput, 4 * g + 3);
         for (std::uint64_t i = 0; i < 2; ++i)
         {
-            theConverter.Convert({theConverter.Read(theInput, 4 * g + i), aCb, aCr}, theOutput, 2 * g + i);
+            std::uint16_t anRGB[3];
+            theLayout.ToRGB(theLayout.Read(theInput, 4 * g + i), aCb, aCr, anRGB);
+            WriteWords(anRGB, theWidth, theOutput, 2 * g + i);
         }
     }
 }
@@ -138,12 +122,12 @@ void ConvertYBRFull(const char* theOperation, Renderable& theRenderable, OutputW
 
     const bool isPlanar = theRenderable.isPlanarConfiguration();
     const bool isWide = theRenderable.getBitsAllocated() == 16;
+    const WordSamples aLayout = GetWordSamples(theRenderable, aPixels);
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
     if (isWide)
     {
-        ConvertYBRFull16(SixteenBitConverter(theRenderable, theWidth), SampleLayout(isPlanar, aPixels),
-                         aConversion.GetInput(), anOutput, aPixels);
+        ConvertYBRFull16(aLayout, theWidth, aConversion.GetInput(), anOutput, aPixels);
     }
     else
     {
@@ -179,12 +163,12 @@ void ConvertYBRFull422(const char* theOperation, Renderable& theRenderable, Outp
     const std::uint64_t aPixels = Check422(ConversionChecks(theOperation), theRenderable);
     const bool isWide = theRenderable.getBitsAllocated() == 16;
     const std::uint8_t aBias = theRenderable.isSigned() ? 0x80 : 0;
+    const WordSamples aLayout = GetWordSamples(theRenderable, aPixels);
     RenderableConversion aConversion(theRenderable);
     std::uint8_t* const anOutput = aConversion.AllocateRGB(aPixels, GetOutputBits(theRenderable, theWidth));
     if (isWide)
     {
-        ConvertYBRFull422With16(SixteenBitConverter(theRenderable, theWidth), aConversion.GetInput(),
-                                anOutput, aPixels / 2);
+        ConvertYBRFull422With16(aLayout, theWidth, aConversion.GetInput(), anOutput, aPixels / 2);
     }
     else
     {

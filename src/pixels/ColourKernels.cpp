@@ -42,6 +42,10 @@ size_t ReduceWords(const uint8_t*, uint8_t*, size_t, const WordReduction&)
 {
     return 0;
 }
+size_t ConvertWords(const uint8_t*, uint8_t*, size_t, const WordSamples&)
+{
+    return 0;
+}
 
 #else
 
@@ -247,6 +251,114 @@ size_t ReduceWords(const uint8_t* theInput, uint8_t* theOutput, size_t theWords,
     return i;
 }
 
+using Samples = hn::ScalableTag<uint16_t>; // 16-bit ones, as many as a vector holds
+using HalfSamples = hn::Half<Samples>;
+using SampleFloats = hn::Rebind<float, HalfSamples>;
+using SampleVector = hn::Vec<Samples>;
+using SampleFloatVector = hn::Vec<SampleFloats>;
+
+struct SampleVectors
+{
+    SampleVector itsFirst;
+    SampleVector itsSecond;
+    SampleVector itsThird;
+};
+
+HWY_INLINE SampleVectors LoadSamples(const uint8_t* theInput, size_t thePixel, const WordSamples& theLayout)
+{
+    const Samples aTag;
+    const auto* const aWords =
+        reinterpret_cast<const uint16_t*>(theInput) + theLayout.itsPixelStep * thePixel;
+    SampleVectors aLoaded;
+    if (theLayout.itsPixelStep == 3)
+    {
+        hn::LoadInterleaved3(aTag, aWords, aLoaded.itsFirst, aLoaded.itsSecond, aLoaded.itsThird);
+    }
+    else
+    {
+        aLoaded = {hn::LoadU(aTag, aWords), hn::LoadU(aTag, aWords + theLayout.itsPlaneStep),
+                   hn::LoadU(aTag, aWords + 2 * theLayout.itsPlaneStep)};
+    }
+    return aLoaded;
+}
+
+HWY_INLINE SampleVector ToOrder(SampleVector theWords, const WordSamples& theLayout)
+{
+    if (theLayout.itsIsSwapped)
+    {
+        theWords = hn::Or(hn::ShiftLeft<8>(theWords), hn::ShiftRight<8>(theWords));
+    }
+    return hn::Xor(theWords, hn::Set(Samples(), theLayout.itsBias));
+}
+
+HWY_INLINE SampleFloatVector ToFloats(hn::Vec<HalfSamples> theWords, float theCentre)
+{
+    const hn::RebindToSigned<SampleFloats> aTag;
+    return hn::Sub(hn::ConvertTo(SampleFloats(), hn::PromoteTo(aTag, theWords)),
+                   hn::Set(SampleFloats(), theCentre));
+}
+
+/// Truncated; going down to words clamps to 0 to 65535.
+HWY_INLINE hn::Vec<HalfSamples> ToSamples(SampleFloatVector theValues)
+{
+    return hn::DemoteTo(HalfSamples(), hn::ConvertTo(hn::RebindToSigned<SampleFloats>(), theValues));
+}
+
+struct HalfVectors
+{
+    hn::Vec<HalfSamples> itsRed;
+    hn::Vec<HalfSamples> itsGreen;
+    hn::Vec<HalfSamples> itsBlue;
+};
+
+/// In the plain formula's order, with no fused operations.
+HWY_INLINE HalfVectors ConvertHalf(hn::Vec<HalfSamples> theY, hn::Vec<HalfSamples> theCb,
+                                   hn::Vec<HalfSamples> theCr)
+{
+    const SampleFloats aTag;
+    const auto aY = ToFloats(theY, 0.0f);
+    const auto aCb = ToFloats(theCb, 32768.0f);
+    const auto aCr = ToFloats(theCr, 32768.0f);
+    const auto aGreen =
+        hn::Sub(hn::Sub(aY, hn::Mul(hn::Set(aTag, 0.344136f), aCb)), hn::Mul(hn::Set(aTag, 0.714136f), aCr));
+    return {ToSamples(hn::Add(aY, hn::Mul(hn::Set(aTag, 1.402f), aCr))), ToSamples(aGreen),
+            ToSamples(hn::Add(aY, hn::Mul(hn::Set(aTag, 1.772f), aCb)))};
+}
+
+HWY_INLINE hn::Vec<hn::Rebind<uint8_t, Samples>>
+HighBytes(hn::Vec<HalfSamples> theLower, hn::Vec<HalfSamples> theUpper, SampleVector theBias)
+{
+    const Samples aTag;
+    const auto aWords = hn::ShiftRight<8>(hn::Xor(hn::Combine(aTag, theUpper, theLower), theBias));
+    return hn::DemoteTo(hn::Rebind<uint8_t, Samples>(), hn::BitCast(hn::RebindToSigned<Samples>(), aWords));
+}
+
+size_t ConvertWords(const uint8_t* theInput, uint8_t* theOutput, size_t thePixels,
+                    const WordSamples& theLayout)
+{
+    const Samples aTag;
+    const HalfSamples aHalf;
+    const SampleVector aBias = hn::Set(aTag, theLayout.itsBias);
+    const size_t aStep = hn::Lanes(aTag);
+    size_t p = 0;
+    for (; p + aStep <= thePixels; p += aStep)
+    {
+        const SampleVectors aLoaded = LoadSamples(theInput, p, theLayout);
+        const SampleVector aY = ToOrder(aLoaded.itsFirst, theLayout);
+        const SampleVector aCb = ToOrder(aLoaded.itsSecond, theLayout);
+        const SampleVector aCr = ToOrder(aLoaded.itsThird, theLayout);
+        const HalfVectors aLower =
+            ConvertHalf(hn::LowerHalf(aHalf, aY), hn::LowerHalf(aHalf, aCb), hn::LowerHalf(aHalf, aCr));
+        const HalfVectors anUpper =
+            ConvertHalf(hn::UpperHalf(aHalf, aY), hn::UpperHalf(aHalf, aCb), hn::UpperHalf(aHalf, aCr));
+        hn::StoreInterleaved3(HighBytes(aLower.itsRed, anUpper.itsRed, aBias),
+                              HighBytes(aLower.itsGreen, anUpper.itsGreen, aBias),
+                              HighBytes(aLower.itsBlue, anUpper.itsBlue, aBias),
+                              hn::Rebind<uint8_t, Samples>(), theOutput + 3 * p);
+    }
+    return p;
+}
+
 #endif
 } // namespace HWY_NAMESPACE
 } // namespace ColourVectors
@@ -260,6 +372,7 @@ HWY_EXPORT(ConvertPlanes);
 HWY_EXPORT(Convert422);
 HWY_EXPORT(Interleave);
 HWY_EXPORT(ReduceWords);
+HWY_EXPORT(ConvertWords);
 } // namespace ColourVectors
 
 namespace
@@ -309,6 +422,22 @@ void ColourKernels::ConvertYBRFull422(const std::uint8_t* theInput, std::uint8_t
         const std::uint8_t* const aGroup = theInput + 4 * g;
         ConvertPixel(aGroup[0], aGroup[2], aGroup[3], theOutput + 6 * g, theBias);
         ConvertPixel(aGroup[1], aGroup[2], aGroup[3], theOutput + 6 * g + 3, theBias);
+    }
+}
+
+void ColourKernels::ConvertYBRFullWords(const std::uint8_t* theInput, std::uint8_t* theOutput,
+                                        std::size_t thePixels, const WordSamples& theLayout)
+{
+    using namespace ColourVectors;
+    std::size_t p = HWY_DYNAMIC_DISPATCH(ConvertWords)(theInput, theOutput, thePixels, theLayout);
+    for (; p < thePixels; ++p)
+    {
+        std::uint16_t anRGB[3];
+        theLayout.PixelToRGB(theInput, p, anRGB);
+        for (std::size_t s = 0; s < 3; ++s)
+        {
+            theOutput[3 * p + s] = static_cast<std::uint8_t>(anRGB[s] >> 8);
+        }
     }
 }
 

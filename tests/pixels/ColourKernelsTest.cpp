@@ -97,7 +97,7 @@ TEST(ColourKernels, EveryLengthIsConvertedAndNothingBehindIt)
             aState = aState * 1664525u + 1013904223u;
             aByte = static_cast<std::uint8_t>(aState >> 24);
         }
-        Bytes aMix, aClamped, aMasked;
+        Bytes aMix, aClamped, aMasked, aFromWords, aFromPlanes;
         for (std::size_t i = 0; i < n; ++i)
         {
             aMix.insert(aMix.end(), {aNoise[i], aNoise[n + i], aNoise[2 * n + i]});
@@ -108,6 +108,24 @@ TEST(ColourKernels, EveryLengthIsConvertedAndNothingBehindIt)
                 aMasked.push_back(static_cast<std::uint8_t>(aBig / 2 % 32 * 8));
             }
         }
+        const auto aWord = [&](std::size_t k) { return aNoise[2 * k] + 256.0f * aNoise[2 * k + 1]; };
+        const auto aSwapped = [&](std::size_t k)
+        { return static_cast<float>((256 * aNoise[2 * k] + aNoise[2 * k + 1]) ^ 0x8000); };
+        const auto anAdd = [](Bytes& theBytes, float y, float cb, float cr, int theFlip)
+        {
+            for (const float v :
+                 {y + 1.402f * (cr - 32768.0f), y - 0.344136f * (cb - 32768.0f) - 0.714136f * (cr - 32768.0f),
+                  y + 1.772f * (cb - 32768.0f)})
+            {
+                const int aValue = static_cast<int>(std::clamp(v, 0.0f, 65535.0f)) ^ theFlip;
+                theBytes.push_back(static_cast<std::uint8_t>(aValue >> 8));
+            }
+        };
+        for (std::size_t i = 0; i < n; ++i)
+        {
+            anAdd(aFromWords, aWord(3 * i), aWord(3 * i + 1), aWord(3 * i + 2), 0);
+            anAdd(aFromPlanes, aSwapped(i), aSwapped(n + i), aSwapped(2 * n + i), 0x8000);
+        }
         const Bytes aPixels(aNoise.data(), aNoise.data() + 3 * n);
         const Bytes aGroups(aNoise.data(), aNoise.data() + 4 * n);
         Expect("pixels", aPixels, PlainYBRToRGB(aPixels),
@@ -115,6 +133,12 @@ TEST(ColourKernels, EveryLengthIsConvertedAndNothingBehindIt)
         Expect("planes", aPixels, PlainYBRToRGB(aMix),
                [n](auto* in, auto* out)
                { ColourKernels::ConvertYBRFullPlanes(in, in + n, in + 2 * n, out, n, 0); });
+        Expect("words", aNoise, aFromWords,
+               [n](auto* in, auto* out) { ColourKernels::ConvertYBRFullWords(in, out, n, {}); });
+        Expect("planes of swapped, signed words", aNoise, aFromPlanes,
+               [n](auto* in, auto* out) {
+                   ColourKernels::ConvertYBRFullWords(in, out, n, {true, 0x8000, 1, n});
+               });
         Expect("4:2:2", aGroups, PlainYBRToRGB(Unpack422(aGroups)),
                [n](auto* in, auto* out) { ColourKernels::ConvertYBRFull422(in, out, n, 0); });
         Expect("interleaved", aPixels, aMix,

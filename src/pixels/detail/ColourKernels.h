@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 /// The plain YBR_FULL formula (PS3.3 C.7.6.3.1.2, inverted), the measure of every faster form.
@@ -29,6 +30,40 @@ struct YBRFormula
         theRGB[0] = Clamp(aY + 1.402f * aCr);
         theRGB[1] = Clamp((aY - 0.344136f * aCb) - 0.714136f * aCr);
         theRGB[2] = Clamp(aY + 1.772f * aCb);
+    }
+};
+
+/// Colour samples of 16 bits as they stand in a buffer, at any address.
+struct WordSamples
+{
+    bool itsIsSwapped = false;    ///< words are in the other byte order than this machine's
+    std::uint16_t itsBias = 0;    ///< exclusive-ored onto every sample in and out: 0x8000 for signed ones
+    std::size_t itsPixelStep = 3; ///< samples from one pixel to the next
+    std::size_t itsPlaneStep = 1; ///< and from one component to the next
+
+    std::uint16_t Read(const std::uint8_t* theInput, std::size_t theIndex) const
+    {
+        std::uint16_t aWord = 0;
+        std::memcpy(&aWord, theInput + 2 * theIndex, sizeof(aWord));
+        return static_cast<std::uint16_t>((itsIsSwapped ? __builtin_bswap16(aWord) : aWord) ^ itsBias);
+    }
+
+    /// What Read gives of a pixel's Y, Cb and Cr as R, G and B.
+    void ToRGB(std::uint16_t theY, std::uint16_t theCb, std::uint16_t theCr, std::uint16_t* theRGB) const
+    {
+        YBRFormula<std::uint16_t>::Convert(theY, theCb, theCr, theRGB);
+        for (int s = 0; s < 3; ++s)
+        {
+            theRGB[s] = static_cast<std::uint16_t>(theRGB[s] ^ itsBias);
+        }
+    }
+
+    /// Pixel number thePixel as R, G and B.
+    void PixelToRGB(const std::uint8_t* theInput, std::size_t thePixel, std::uint16_t* theRGB) const
+    {
+        const std::size_t aFirst = thePixel * itsPixelStep;
+        ToRGB(Read(theInput, aFirst), Read(theInput, aFirst + itsPlaneStep),
+              Read(theInput, aFirst + 2 * itsPlaneStep), theRGB);
     }
 };
 
@@ -73,6 +108,11 @@ public:
     /// Groups of Y0, Y1, Cb, Cr to two R, G, B triplets each.
     static void ConvertYBRFull422(const std::uint8_t* theInput, std::uint8_t* theOutput,
                                   std::size_t theGroups, std::uint8_t theBias);
+
+    /// thePixels pixels of 16-bit samples to the highest bytes of R, G, B triplets. theLayout: triplets
+    /// (itsPixelStep is 3) or planes.
+    static void ConvertYBRFullWords(const std::uint8_t* theInput, std::uint8_t* theOutput,
+                                    std::size_t thePixels, const WordSamples& theLayout);
 
     /// Three planes of bytes to triplets.
     static void InterleavePlanes(const std::uint8_t* theFirst, const std::uint8_t* theSecond,
