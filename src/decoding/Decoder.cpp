@@ -94,6 +94,16 @@ PixelRegion Decoder::GetDecodedRegion() const
     return {0, 0, GetImageWidth(), GetImageHeight()};
 }
 
+PixelRegion Decoder::RowsToDecode() const
+{
+    PixelRegion aRows{0, 0, GetImageWidth(), GetImageHeight()};
+    if (itsRegion && aRows.Contains(*itsRegion))
+    {
+        aRows.itsHeight = itsRegion->itsY + itsRegion->itsHeight;
+    }
+    return aRows;
+}
+
 void Decoder::CheckRegion(const PixelRegion& theRegion, const PixelRegion& theImage)
 {
     if (theRegion.itsWidth == 0 || theRegion.itsHeight == 0 || !theImage.Contains(theRegion))

@@ -233,6 +233,10 @@ protected:
     /// What SetRegion was told, or nothing.
     const std::optional<PixelRegion>& GetRegion() const { return itsRegion; }
 
+    /// The answer to GetDecodedRegion of a codec that stops behind the region's last row: all of the image's
+    /// columns, down to there. All of the image where there is no region or it is not inside.
+    PixelRegion RowsToDecode() const;
+
     /// Whether the request reads by meaning.
     bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
 

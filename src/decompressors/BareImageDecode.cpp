@@ -275,7 +275,7 @@ void BareImageDecode::Cut(const Decoder& theCodec)
         return;
     }
     const PixelRegion aWanted = RegionCut::ForCodec(*itsRequest.getRegion(), theCodec, itsRow->itsCanReduce);
-    if (aHeld == aWanted)
+    if (aHeld == aWanted && theCodec.GetImageHeight() == aWanted.itsHeight)
     {
         return;
     }

@@ -39,7 +39,7 @@ void NativeFrameReader::Expect(int theFrameIndex) const
     }
 }
 
-std::uint64_t NativeFrameReader::ReadFrame(int theFrameIndex, unsigned char* theBuffer)
+std::uint64_t NativeFrameReader::FirstBit(int theFrameIndex) const
 {
     std::uint64_t aFirstBit = 0;
     if (theFrameIndex < 0 ||
@@ -47,6 +47,35 @@ std::uint64_t NativeFrameReader::ReadFrame(int theFrameIndex, unsigned char* the
     {
         ThrowShortData();
     }
+    return aFirstBit;
+}
+
+std::uint64_t NativeFrameReader::ReadWindow(int theFrameIndex, const Layout& theLayout,
+                                            const PixelRegion& theWindow, unsigned char* theBuffer)
+{
+    const std::uint64_t aFrame = FirstBit(theFrameIndex) / 8;
+    // Whole rows follow each other without gaps.
+    const bool isWhole = theWindow.itsWidth == theLayout.itsColumns;
+    const std::uint64_t aStrips = isWhole ? 1 : theWindow.itsHeight;
+    const std::uint64_t aStripBytes =
+        theWindow.itsWidth * (theWindow.itsHeight / aStrips) * theLayout.itsPixelBytes;
+    unsigned char* aTarget = theBuffer;
+    for (std::uint64_t p = 0; p < theLayout.itsPlanes; ++p)
+    {
+        for (std::uint64_t s = 0; s < aStrips; ++s)
+        {
+            const std::uint64_t aRow = p * theLayout.itsRows + theWindow.itsY + s;
+            GoTo(aFrame + (aRow * theLayout.itsColumns + theWindow.itsX) * theLayout.itsPixelBytes);
+            Read(aTarget, aStripBytes);
+            aTarget += aStripBytes;
+        }
+    }
+    return static_cast<std::uint64_t>(aTarget - theBuffer);
+}
+
+std::uint64_t NativeFrameReader::ReadFrame(int theFrameIndex, unsigned char* theBuffer)
+{
+    const std::uint64_t aFirstBit = FirstBit(theFrameIndex);
     const std::uint64_t aSize = (itsFrameBits + 7) / 8;
     const auto aShift = static_cast<unsigned>(aFirstBit % 8);
     GoTo(aFirstBit / 8);

@@ -111,9 +111,54 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
         // Single bits are packed in native pixels only: the codec delivers at least a byte a sample.
         aFrame.itsAttributes.itsBitsAllocated = std::max(aFrame.itsAttributes.itsBitsAllocated, 8);
     }
+    aFrame.itsIsWindow = CanReadWindow(aFrame);
+    if (aFrame.itsIsWindow)
+    {
+        BeginWindow(aFrame);
+    }
     aFrame.itsSize =
         aFrame.itsAttributes.GetFrameSize(IsNative() ? aFrame.itsInterpretation : Renderable::RGB);
     return aFrame;
+}
+
+/// Whether the native pixels of a region can be found one by one: samples of whole bytes, none shared by
+/// pixels, in the order in which they are delivered.
+bool Part10FrameLoader::CanReadWindow(const Frame& theFrame) const
+{
+    constexpr std::int32_t kMostLines = std::numeric_limits<std::uint16_t>::max();
+    const Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    if (!itsFrontEnd.GetRequest().getRegion() || !IsNative() || HasForeignWords() ||
+        std::clamp(anImage.itsRows, 1, kMostLines) != anImage.itsRows ||
+        std::clamp(anImage.itsColumns, 1, kMostLines) != anImage.itsColumns)
+    {
+        return false;
+    }
+    const bool isWhole =
+        anImage.itsBitsAllocated == 8 || anImage.itsBitsAllocated == 16 || anImage.itsBitsAllocated == 32;
+    const auto anInterpretation = theFrame.itsInterpretation;
+    const bool isShared = anInterpretation == Renderable::YBR_FULL_422 ||
+                          anInterpretation == Renderable::YBR_PARTIAL_422 ||
+                          anInterpretation == Renderable::YBR_PARTIAL_420;
+    return isWhole && (anImage.itsSamplesPerPixel == 1 || (anImage.itsSamplesPerPixel == 3 && !isShared));
+}
+
+NativeFrameReader::Layout Part10FrameLoader::GetNativeLayout() const
+{
+    const Part10ImageAttributes& anImage = itsFrontEnd.GetAttributes();
+    const std::uint64_t aSamples = Unsigned(anImage.itsSamplesPerPixel);
+    const std::uint64_t aPlanes = anImage.itsPlanar ? aSamples : 1;
+    return {Unsigned(anImage.itsRows), Unsigned(anImage.itsColumns),
+            Unsigned(anImage.itsBitsAllocated) / 8 * (aSamples / aPlanes), aPlanes};
+}
+
+/// From here on the window is the image, except for where it stands in the file.
+void Part10FrameLoader::BeginWindow(Frame& theFrame) const
+{
+    const PixelRegion& aWindow = *itsFrontEnd.GetRequest().getRegion();
+    Part10ImageAttributes& anImage = theFrame.itsAttributes;
+    Decoder::CheckRegion(aWindow, {0, 0, Unsigned(anImage.itsColumns), Unsigned(anImage.itsRows)});
+    anImage.itsRows = static_cast<std::int32_t>(aWindow.itsHeight);
+    anImage.itsColumns = static_cast<std::int32_t>(aWindow.itsWidth);
 }
 
 void Part10FrameLoader::Pass(int theFrameIndex)
@@ -150,7 +195,7 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     SettleGreyLabel(aFrame);
     Describe(aFrame);
     ConvertToRGB(aFrame);
-    if (hasRegion && IsNative())
+    if (hasRegion && IsNative() && !aFrame.itsIsWindow)
     {
         CutNative(aFrame);
     }
@@ -185,14 +230,20 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
         {
             aValue = &itsExchangedWords.emplace(*aValue, WordBytes(theFrame.itsAttributes));
         }
-        itsNativeFrames.emplace(*aValue, NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
+        const NativeFrameReader::Layout aLayout = GetNativeLayout();
+        itsNativeFrames.emplace(*aValue, theFrame.itsIsWindow
+                                             ? aLayout.itsRows * aLayout.itsColumns * aLayout.itsPlanes *
+                                                   aLayout.itsPixelBytes * 8
+                                             : NativeFrameBits(theFrame.itsAttributes, theFrame.itsSize));
     }
     const int aFrameIndex = theFrameIndex == -1 ? 0 : theFrameIndex;
     // A frame that cannot be there must not cost its memory first.
     itsNativeFrames->Expect(aFrameIndex);
     Allocate(theFrame);
-    return itsNativeFrames->ReadFrame(aFrameIndex,
-                                      static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData()));
+    auto* const aPixels = static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData());
+    return theFrame.itsIsWindow ? itsNativeFrames->ReadWindow(aFrameIndex, GetNativeLayout(),
+                                                              *itsFrontEnd.GetRequest().getRegion(), aPixels)
+                                : itsNativeFrames->ReadFrame(aFrameIndex, aPixels);
 }
 
 void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
@@ -278,7 +329,9 @@ void Part10FrameLoader::CutDecoded(Frame& theFrame) const
 {
     Part10ImageAttributes& anImage = theFrame.itsAttributes;
     const PixelRegion& aWanted = theFrame.itsWanted;
-    if (!itsFrontEnd.GetRequest().getRegion() || theFrame.itsHeld == aWanted)
+    const PixelRegion aDelivered{theFrame.itsHeld.itsX, theFrame.itsHeld.itsY, Unsigned(anImage.itsColumns),
+                                 Unsigned(anImage.itsRows)};
+    if (!itsFrontEnd.GetRequest().getRegion() || aDelivered == aWanted)
     {
         return;
     }

@@ -49,12 +49,12 @@ TEST(JPEGPaths, UsualImagesTakeTheFastPaths)
         SCOPED_TRACE(aRow++);
         JPEGFrameHeader aHeader = aUsual;
         aChange(aHeader);
-        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::FAST), aLosslessWay);
-        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::LIBRARY), kNone);
-        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::AUTOMATIC),
+        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::FAST, aHeader.itsHeight), aLosslessWay);
+        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::LIBRARY, aHeader.itsHeight), kNone);
+        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::AUTOMATIC, aHeader.itsHeight),
                   aHeader.itsHeight < 32 ? kNone : aLosslessWay);
         aHeader.itsProcess = JPEGProcess::SEQUENTIAL;
-        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::AUTOMATIC), aDctWay);
+        EXPECT_EQ(JPEGPaths::Choose(aHeader, JPEGPath::AUTOMATIC, aHeader.itsHeight), aDctWay);
     }
 }
 
@@ -179,7 +179,7 @@ Bytes DecodeWithTurbo(const JpegSpec& theSpec, const Bytes& theJpeg)
     aHeader.itsColorSpace = isGrey || isRGB ? aHeader.itsOutputColorSpace : JPEGColorSpace::YCBCR;
     Bytes aPixels(MakeSamples(theSpec).size() * (theSpec.itsPrecision > 8 ? 2 : 1));
     MemoryClient aClient(theJpeg);
-    return JPEGTurbo::Decode(aClient, aHeader, aPixels.data()) ? aPixels : Bytes();
+    return JPEGTurbo::Decode(aClient, aHeader, aPixels.data(), aHeader.itsHeight) ? aPixels : Bytes();
 }
 
 Samples MakeNoise(const JpegSpec& theSpec)

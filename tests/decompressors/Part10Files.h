@@ -51,13 +51,17 @@ inline Bytes Grey8(int theFrames = 1)
 /// Native pixels of any kind.
 inline Bytes Native(DicomBuilder::Syntax theSyntax, int theSamples, const std::string& theInterpretation,
                     int theRows, int theColumns, int theBits, int thePixelRepresentation,
-                    const Bytes& thePixels, const std::string& theVR)
+                    const Bytes& thePixels, const std::string& theVR, std::uint16_t thePlanar = 0)
 {
     DicomBuilder aBuilder(theSyntax);
     const auto aBits = static_cast<std::uint16_t>(theBits);
     aBuilder.AddImageAttributes(static_cast<std::uint16_t>(theSamples), theInterpretation,
                                 static_cast<std::uint16_t>(theRows), static_cast<std::uint16_t>(theColumns),
                                 aBits, aBits, static_cast<std::uint16_t>(thePixelRepresentation));
+    if (thePlanar != 0)
+    {
+        aBuilder.AddUS(DICOMTags::PlanarConfiguration, {thePlanar}); // the last one counts
+    }
     return aBuilder.AddNativePixelData(thePixels, theVR).Build();
 }
 

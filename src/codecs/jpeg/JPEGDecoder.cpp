@@ -339,7 +339,7 @@ void JPEGDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
     {
         itsState->itsInput.StopKeeping();
         Session aSession(*this);
-        itsState->itsLibrary->Decode(aSession, aBuffer);
+        itsState->itsLibrary->Decode(aSession, aBuffer, GetRowsToDecode());
     }
     WarnOfUnconverted(aBuffer);
 }
@@ -350,7 +350,7 @@ void JPEGDecoder::WarnOfUnconverted(const std::uint8_t* thePixels) const
     if (aHeader.itsComponents == 3 && aHeader.itsColorSpace == JPEGColorSpace::RGB &&
         aHeader.itsBuildPrecision == 8 && MarkedSpace(aHeader) == JPEGColorSpace::UNKNOWN &&
         GetOriginalPhotometricInterpretation() == COLOR_MODEL_RGB &&
-        LooksUnconverted(thePixels, GetImageWidth() * GetImageHeight()))
+        LooksUnconverted(thePixels, GetImageWidth() * GetRowsToDecode()))
     {
         Warn(WarningIdentifier::kColourLabel,
              "the data set says RGB, and the pixels look like YCbCr: not converted");
@@ -362,8 +362,9 @@ bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
     JPEGLibrary& aLibrary = *itsState->itsLibrary;
     JPEGInputBuffer& anInput = itsState->itsInput;
     const JPEGFrameHeader aHeader = aLibrary.GetHeader();
-    if (!std::exchange(itsState->itsIsAtFirstScan, false) || !anInput.IsKeeping() ||
-        JPEGPaths::Choose(aHeader, aLibrary.GetPath()) != JPEGPaths::Way::TURBO)
+    const bool isAtFirstScan = std::exchange(itsState->itsIsAtFirstScan, false);
+    if (!isAtFirstScan || !anInput.IsKeeping() ||
+        JPEGPaths::Choose(aHeader, aLibrary.GetPath(), GetRowsToDecode()) != JPEGPaths::Way::TURBO)
     {
         return false;
     }
@@ -371,7 +372,7 @@ bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
     bool isDecoded = false;
     try
     {
-        isDecoded = JPEGTurbo::Decode(aSession, aHeader, theBuffer);
+        isDecoded = JPEGTurbo::Decode(aSession, aHeader, theBuffer, GetRowsToDecode());
     }
     catch (...)
     {
@@ -388,6 +389,16 @@ bool JPEGDecoder::DecodeWithTurbo(std::uint8_t* theBuffer)
         anInput.GoBack();
     }
     return isDecoded;
+}
+
+PixelRegion JPEGDecoder::GetDecodedRegion() const
+{
+    return RowsToDecode();
+}
+
+std::uint32_t JPEGDecoder::GetRowsToDecode() const
+{
+    return static_cast<std::uint32_t>(RowsToDecode().itsHeight);
 }
 
 void JPEGDecoder::CheckBuffer(const void* theBuffer, std::uint64_t theSize) const

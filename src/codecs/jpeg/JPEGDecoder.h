@@ -64,10 +64,10 @@ public:
     JPEGDecoder& operator=(const JPEGDecoder&);
     /// @}
 
-    /// Decodes the whole image. The frame length is not used: the codestream knows its own end. Throws
-    /// StreamIOException (code 62) before anything is decoded when theBuffer is null or theSize is less
-    /// than GetOutputSize(). A theSize of 0 means that the caller passes none: theBuffer then must hold
-    /// GetOutputSize() bytes.
+    /// Decodes the image, or the rows of GetDecodedRegion. The frame length is not used: the codestream knows
+    /// its own end. Throws StreamIOException (code 62) before anything is decoded when theBuffer is null or
+    /// theSize is less than GetOutputSize(). A theSize of 0 means that the caller passes none: theBuffer then
+    /// must hold GetOutputSize() bytes.
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
     /// The colour model of the codestream: grey, RGB, YBR_FULL_422 (any YCbCr), else unknown.
@@ -110,6 +110,10 @@ public:
     /// Takes a header of up to 1 MiB that took more than one fill.
     bool TakeInputFrom(Decoder& thePredecessor) override;
 
+    /// Rows end with the region's, which must be inside the image. What the data below them say is not looked
+    /// at, damage included, as far as it need not be decoded for the rows above.
+    PixelRegion GetDecodedRegion() const override;
+
     /// Compressed bytes that the library got so far, those handed over among them: what texts count.
     std::uint64_t GetBytesDelivered() const;
 
@@ -147,6 +151,7 @@ private:
     void ReadHeader();
     JPEGColorSpace SettleThreeComponents(const JPEGFrameHeader& theHeader) const;
     void SettleOutput();
+    std::uint32_t GetRowsToDecode() const;
     bool DecodeWithTurbo(std::uint8_t* theBuffer);
     void WarnOfUnconverted(const std::uint8_t* thePixels) const;
     void CheckBuffer(const void* theBuffer, std::uint64_t theSize) const;

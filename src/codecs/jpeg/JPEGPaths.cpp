@@ -3,9 +3,13 @@
 
 #include <algorithm>
 
-JPEGPaths::Way JPEGPaths::Choose(const JPEGFrameHeader& theHeader, JPEGPath thePath)
+JPEGPaths::Way JPEGPaths::Choose(const JPEGFrameHeader& theHeader, JPEGPath thePath, std::uint32_t theRows)
 {
-    if (thePath == JPEGPath::LIBRARY)
+    // Of 12-bit images libjpeg-turbo delivers all coefficients or none.
+    const bool isWorthless = thePath == JPEGPath::AUTOMATIC && theHeader.itsPrecision == 12 &&
+                             theHeader.itsProcess == JPEGProcess::SEQUENTIAL &&
+                             theRows < theHeader.itsHeight / 2;
+    if (thePath == JPEGPath::LIBRARY || isWorthless)
     {
         return Way::LIBRARY;
     }

@@ -37,7 +37,7 @@ public:
     Decompression(const Decompression&) = delete;
     Decompression& operator=(const Decompression&) = delete;
 
-    void Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer);
+    void Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer, std::uint32_t theRows);
 
 private:
     /// The library object; destroyed even when its creation fails half-way.
@@ -59,8 +59,8 @@ private:
     bool AreTablesDefined() const;
     bool IsComplete() const;
     bool AreStepsUsual() const;
-    void ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer);
-    void ReadDeep(std::uint16_t* theBuffer);
+    void ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer, std::uint32_t theRows);
+    void ReadDeep(std::uint16_t* theBuffer, std::uint32_t theRows);
     void TransformRow(const JBLOCK* theBlocks, std::size_t theRow, std::uint16_t* theBuffer) const;
 
     JPEGLibrary::Client& itsClient;
@@ -217,7 +217,7 @@ bool Decompression::AreStepsUsual() const
                        });
 }
 
-void Decompression::Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer)
+void Decompression::Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer, std::uint32_t theRows)
 {
     jpeg_read_header(&itsInfo, TRUE);
     if (!IsAsTheHeaderSays(theHeader) || !AreTablesDefined())
@@ -226,17 +226,21 @@ void Decompression::Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffe
     }
     if (itsPrecision == BITS_IN_JSAMPLE)
     {
-        ReadShallow(theHeader, theBuffer);
+        ReadShallow(theHeader, theBuffer, theRows);
     }
     else
     {
-        ReadDeep(reinterpret_cast<std::uint16_t*>(theBuffer));
+        ReadDeep(reinterpret_cast<std::uint16_t*>(theBuffer), theRows);
     }
-    jpeg_finish_decompress(&itsInfo);
+    if (theRows == theHeader.itsHeight)
+    {
+        jpeg_finish_decompress(&itsInfo);
+    }
     itsClient.CloseInput();
 }
 
-void Decompression::ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer)
+void Decompression::ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer,
+                                std::uint32_t theRows)
 {
     itsInfo.jpeg_color_space = static_cast<J_COLOR_SPACE>(theHeader.itsColorSpace);
     itsInfo.out_color_space = static_cast<J_COLOR_SPACE>(theHeader.itsOutputColorSpace);
@@ -250,10 +254,10 @@ void Decompression::ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* 
     const std::size_t aRowBytes =
         std::size_t{itsInfo.output_width} * static_cast<std::size_t>(itsInfo.output_components);
     std::vector<JSAMPROW> aRows(static_cast<std::size_t>(itsInfo.rec_outbuf_height));
-    while (itsInfo.output_scanline < itsInfo.output_height)
+    while (itsInfo.output_scanline < theRows)
     {
         const std::size_t aRow = itsInfo.output_scanline;
-        const std::size_t aBatch = std::min(aRows.size(), itsInfo.output_height - aRow);
+        const std::size_t aBatch = std::min(aRows.size(), theRows - aRow);
         for (std::size_t k = 0; k < aBatch; ++k)
         {
             aRows[k] = theBuffer + aRowBytes * (aRow + k);
@@ -266,14 +270,14 @@ void Decompression::ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* 
 }
 
 /// Grey only, so one plane of whole blocks.
-void Decompression::ReadDeep(std::uint16_t* theBuffer)
+void Decompression::ReadDeep(std::uint16_t* theBuffer, std::uint32_t theRows)
 {
     const jvirt_barray_ptr aPlane = jpeg_read_coefficients(&itsInfo)[0];
     if (!IsComplete() || itsInfo.comp_info[0].quant_table == nullptr)
     {
         throw GivesUp();
     }
-    for (JDIMENSION y = 0; y < itsInfo.comp_info[0].height_in_blocks; ++y)
+    for (JDIMENSION y = 0; y * DCTSIZE < theRows; ++y)
     {
         const JBLOCKARRAY aRows =
             itsInfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&itsInfo), aPlane, y, 1, FALSE);
@@ -305,11 +309,11 @@ void Decompression::TransformRow(const JBLOCK* theBlocks, std::size_t theRow, st
 } // namespace quorix_turbo
 
 bool JPEGTurbo::Decode(JPEGLibrary::Client& theClient, const JPEGFrameHeader& theHeader,
-                       std::uint8_t* theBuffer)
+                       std::uint8_t* theBuffer, std::uint32_t theRows)
 {
     try
     {
-        quorix_turbo::Decompression(theClient, theHeader.itsPrecision).Run(theHeader, theBuffer);
+        quorix_turbo::Decompression(theClient, theHeader.itsPrecision).Run(theHeader, theBuffer, theRows);
         return true;
     }
     catch (const quorix_turbo::GivesUp&)

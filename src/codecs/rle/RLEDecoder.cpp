@@ -186,6 +186,7 @@ void RLEDecoder::DecodeChecked(unsigned int theFrameLength, void* theBuffer, std
     aLayout.itsSegmentCount = static_cast<unsigned int>(aSegmentCount);
     aLayout.itsBytesPerSample = static_cast<unsigned int>(aBytesPerSample);
     aLayout.itsPixelCount = aPixelCount;
+    aLayout.itsSurplus = aPixelCount - itsImageWidth * RowsToDecode().itsHeight;
     RLEFrameDecoder aDecoder(GetSource(), aLayout, itsRLEHeader.data() + 1,
                              static_cast<std::uint8_t*>(theBuffer), theSize);
     Run(aDecoder, aLayout, theBuffer);
@@ -212,7 +213,9 @@ void RLEDecoder::Run(RLEFrameDecoder& theDecoder, const RLEPixelLayout& theLayou
         aReason = anException.GetMessageText();
     }
     const std::uint64_t aWhole = theDecoder.CountWholePixels();
-    const std::uint64_t aMissing = theLayout.itsPixelCount - aWhole;
+    // Where all that is wanted is there nobody looks for the rest.
+    const std::uint64_t aMissing =
+        aWhole == theLayout.GetWantedCount() ? 0 : theLayout.itsPixelCount - aWhole;
     if ((aMissing > 0 || theDecoder.IsCut()) && !WarnOfMissing(aMissing, theLayout.itsPixelCount))
     {
         throw StreamIOException(aReason, DLRC_DECODER_ERROR, 0);
@@ -223,6 +226,11 @@ void RLEDecoder::Run(RLEFrameDecoder& theDecoder, const RLEPixelLayout& theLayou
         std::fill_n(static_cast<std::uint8_t*>(theBuffer) + aWhole * theLayout.itsSegmentCount,
                     aMissing * theLayout.itsSegmentCount, std::uint8_t{0});
     }
+}
+
+PixelRegion RLEDecoder::GetDecodedRegion() const
+{
+    return RowsToDecode();
 }
 
 bool RLEDecoder::HasOddOffset() const

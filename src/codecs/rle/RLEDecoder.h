@@ -35,6 +35,10 @@ public:
     /// theBuffer holds what was decoded so far, and how much of the source was read is not defined.
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
+    /// Rows end with the region's, which must be inside the image. Behind them nothing is looked at but where
+    /// the segments begin.
+    PixelRegion GetDecodedRegion() const override;
+
     /// Goes by the data set's interpretation; deliberately COLOR_MODEL_UNKNOWN for monochrome images,
     /// whose model GetDecompressedColorspace tells.
     ColorModel GetCompressedColorspace() const override;

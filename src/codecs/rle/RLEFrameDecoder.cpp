@@ -35,13 +35,13 @@ RLEFrameDecoder::RLEFrameDecoder(kdu_compressed_source& theSource, const RLEPixe
                                  const std::uint32_t* theOffsets, std::uint8_t* theOutput,
                                  std::uint64_t theSize)
     : itsInput(theSource), itsLayout(theLayout), itsOffsets(theOffsets), itsOutput(theOutput),
-      itsSize(theSize), itsPlanes(theLayout, theOutput), itsWholePixels(theLayout.itsPixelCount)
+      itsSize(theSize), itsPlanes(theLayout, theOutput), itsWholePixels(theLayout.GetWantedCount())
 {
 }
 
 void RLEFrameDecoder::Decode(RLEPath thePath)
 {
-    const bool isSmall = itsLayout.itsPixelCount * itsLayout.itsSegmentCount < kSmallFrameBytes;
+    const bool isSmall = itsLayout.GetWantedCount() * itsLayout.itsSegmentCount < kSmallFrameBytes;
     const bool isExact = thePath == RLEPath::EXACT || (thePath == RLEPath::AUTOMATIC && isSmall);
     itsOnExactPath = isExact || !itsPlanes.Allocate();
     try
@@ -56,13 +56,24 @@ void RLEFrameDecoder::Decode(RLEPath thePath)
         itsWholePixels = itsSegment + 1 < itsLayout.itsSegmentCount ? 0 : itsWholePixels;
         throw;
     }
-    ReadPadByte();
+    if (itsLayout.itsSurplus == 0)
+    {
+        ReadPadByte();
+    }
+}
+
+bool RLEFrameDecoder::IsSegmentDone() const
+{
+    return itsRemaining <= static_cast<std::int64_t>(itsLayout.itsSurplus);
 }
 
 void RLEFrameDecoder::NoteSegmentEnd()
 {
-    const auto aMissing = static_cast<std::uint64_t>(std::max<std::int64_t>(itsRemaining, 0));
-    itsWholePixels = std::min(itsWholePixels, itsLayout.itsPixelCount - aMissing);
+    if (!IsSegmentDone())
+    {
+        const auto aMissing = static_cast<std::uint64_t>(itsRemaining);
+        itsWholePixels = std::min(itsWholePixels, itsLayout.itsPixelCount - aMissing);
+    }
 }
 
 void RLEFrameDecoder::DecodeSegments()
@@ -130,7 +141,7 @@ void RLEFrameDecoder::SkipTo(std::uint64_t thePosition)
 
 void RLEFrameDecoder::DecodeSegment()
 {
-    while (itsRemaining >= 1 && itsInput.GetPosition() < itsSegmentEnd)
+    while (!IsSegmentDone() && itsInput.GetPosition() < itsSegmentEnd)
     {
         if (itsOnExactPath)
         {
@@ -145,7 +156,7 @@ void RLEFrameDecoder::DecodeSegment()
     {
         return;
     }
-    if (itsRemaining > 0)
+    if (!IsSegmentDone())
     {
         // The samples that the segment does not bring stay as they are in the output.
         TakeExactPath();
@@ -188,7 +199,7 @@ void RLEFrameDecoder::DecodeAhead()
     itsPlanes.Advance(static_cast<std::size_t>(aPackets.itsOut - itsPlanes.GetCursor()));
     itsRemaining = static_cast<std::int64_t>(aPackets.itsSamplesLeft);
     itsLiteralLength = aPackets.itsLiteralLength;
-    if (itsRemaining == 0 || itsInput.GetPosition() >= itsSegmentEnd)
+    if (IsSegmentDone() || itsInput.GetPosition() >= itsSegmentEnd)
     {
         return;
     }

@@ -13,7 +13,7 @@ RLEPlanes::RLEPlanes(const RLEPixelLayout& theLayout, std::uint8_t* theOutput)
 bool RLEPlanes::Allocate()
 {
     // Fewer than 2^32 pixels in fewer than 16 planes: this does not overflow.
-    const std::uint64_t aStride = itsLayout.itsPixelCount + kOverrun;
+    const std::uint64_t aStride = itsLayout.GetWantedCount() + kOverrun;
     const std::uint64_t aSize = aStride * (itsLayout.itsSegmentCount - 1) + kChunkPixels + kOverrun;
     if (aSize > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()))
     {
@@ -32,7 +32,7 @@ bool RLEPlanes::Allocate()
 
 void RLEPlanes::SetTarget()
 {
-    const auto aPixelCount = static_cast<std::size_t>(itsLayout.itsPixelCount);
+    const auto aPixelCount = static_cast<std::size_t>(itsLayout.GetWantedCount());
     itsTarget = GetPlane(itsSegment);
     itsTargetSize = IsLast() ? std::min(kChunkPixels, aPixelCount) : aPixelCount;
 }
@@ -43,6 +43,7 @@ void RLEPlanes::Flush()
     {
         return;
     }
+    itsFill = std::min(itsFill, static_cast<std::size_t>(itsLayout.GetWantedCount()) - itsPixelsDone);
     std::array<const std::uint8_t*, RLEPixelLayout::kMaximumSegments> aPlanes{};
     for (unsigned int i = 0; i < itsSegment; ++i)
     {
@@ -73,7 +74,7 @@ void RLEPlanes::Spill()
     {
         return;
     }
-    const auto aPixelCount = static_cast<std::size_t>(itsLayout.itsPixelCount);
+    const auto aPixelCount = static_cast<std::size_t>(itsLayout.GetWantedCount());
     const std::size_t aStride = itsLayout.itsSegmentCount;
     std::uint8_t* const anOutput = itsOutput + itsPixelsDone * aStride;
     for (unsigned int i = 0; i < itsSegment; ++i)

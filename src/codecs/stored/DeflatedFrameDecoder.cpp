@@ -84,8 +84,9 @@ void DeflatedFrameDecoder::ReadFrame(std::uint8_t* theFrame, std::uint64_t theSi
 {
     Inflation anInflation(GetSource());
     const std::uint64_t aCount = anInflation.Read(theFrame, theSize);
+    const bool isCut = aCount == theSize && theSize < GetOutputSize();
     std::uint8_t aSpare = 0;
-    const bool isLonger = anInflation.Read(&aSpare, 1) == 1;
+    const bool isLonger = !isCut && anInflation.Read(&aSpare, 1) == 1;
     if (anInflation.IsOutOfMemory())
     {
         throw std::bad_alloc();
@@ -102,6 +103,10 @@ void DeflatedFrameDecoder::ReadFrame(std::uint8_t* theFrame, std::uint64_t theSi
     if (aCount < theSize)
     {
         FailShort(aCount);
+    }
+    if (isCut)
+    {
+        return;
     }
     if (!anInflation.HasEnded())
     {

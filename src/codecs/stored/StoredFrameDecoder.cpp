@@ -108,6 +108,11 @@ std::uint64_t StoredFrameDecoder::GetOutputSize() const
     return (aSamples * static_cast<std::uint64_t>(itsBitsAllocatedPerSample) + 7) / 8;
 }
 
+PixelRegion StoredFrameDecoder::GetDecodedRegion() const
+{
+    return itsIsPlanar ? Decoder::GetDecodedRegion() : RowsToDecode();
+}
+
 void StoredFrameDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t theSize)
 {
     const std::uint64_t aSize = GetOutputSize();
@@ -118,7 +123,10 @@ void StoredFrameDecoder::Decode(unsigned int, void* theBuffer, std::uint64_t the
     auto* const aPixels = static_cast<std::uint8_t*>(theBuffer);
     if (!itsIsPlanar)
     {
-        ReadFrame(aPixels, aSize);
+        const std::uint64_t aRowBits =
+            GetDecodedRegion().itsWidth *
+            static_cast<std::uint64_t>(itsSamplesPerPixel * itsBitsAllocatedPerSample);
+        ReadFrame(aPixels, (GetDecodedRegion().itsHeight * aRowBits + 7) / 8);
         return;
     }
     std::vector<std::uint8_t> aPlanes(aSize);
@@ -143,6 +151,10 @@ void UncompressedFrameDecoder::ReadFrame(std::uint8_t* theFrame, std::uint64_t t
     if (aCount < theSize)
     {
         FailShort(aCount);
+    }
+    if (theSize < GetOutputSize())
+    {
+        return;
     }
     std::uint8_t aRest[2] = {};
     CheckPadding(ReadFully(GetSource(), aRest, sizeof(aRest)));

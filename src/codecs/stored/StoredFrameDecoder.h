@@ -28,6 +28,10 @@ public:
     std::uint64_t GetImageWidth() const override { return itsColumns; }
     std::uint64_t GetImageHeight() const override { return itsRows; }
 
+    /// Rows end with the region's, which must be inside the image, and nobody looks at what follows; of
+    /// colour-by-plane all is decoded.
+    PixelRegion GetDecodedRegion() const override;
+
     /// High Bit (0028,0102) as the data set has it.
     int GetHighBit() const override { return itsHighBit; }
 
@@ -42,7 +46,7 @@ protected:
     /// what is missing, (code 62) for what no such frame can be.
     void SetSourceImpl() override;
 
-    /// Fills theFrame, theSize bytes, and goes to the end of the source.
+    /// Fills theFrame, theSize bytes, and where this is all of GetOutputSize goes to the end of the source.
     virtual void ReadFrame(std::uint8_t* theFrame, std::uint64_t theSize) = 0;
 
     /// Throws where theCount bytes behind a frame are more than the one that makes its length even.

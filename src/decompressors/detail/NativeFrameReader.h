@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "toolkit/base/BaseTypes.h"
+#include "toolkit/base/PixelRegion.h"
 
 class InputStream;
 
@@ -27,7 +28,23 @@ public:
     /// before the frame does, and for a negative index.
     std::uint64_t ReadFrame(int theFrameIndex, unsigned char* theBuffer);
 
+    /// A frame of whole bytes: planes behind one another, or one of all samples.
+    struct Layout
+    {
+        std::uint64_t itsRows = 0;
+        std::uint64_t itsColumns = 0;
+        std::uint64_t itsPixelBytes = 0; ///< in one plane
+        std::uint64_t itsPlanes = 1;
+    };
+
+    /// Fills theBuffer with theWindow of frame theFrameIndex, which must lie inside theLayout, in the same
+    /// order; returns how many bytes these are. Nothing else of the frame is read where the stream can seek.
+    /// Indices and exceptions as of ReadFrame.
+    std::uint64_t ReadWindow(int theFrameIndex, const Layout& theLayout, const PixelRegion& theWindow,
+                             unsigned char* theBuffer);
+
 private:
+    std::uint64_t FirstBit(int theFrameIndex) const;
     void GoTo(std::uint64_t thePosition);
     void Read(unsigned char* theBuffer, std::uint64_t theCount);
 

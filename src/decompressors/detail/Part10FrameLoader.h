@@ -49,11 +49,15 @@ private:
         bool itsIsDepthKnown = false; ///< the codec has looked, and warned where the data set says otherwise
         PixelRegion itsHeld;          ///< what of the image is decoded,
         PixelRegion itsWanted;        ///< and what the request wants of that; only where it has a region
+        bool itsIsWindow = false;     ///< native: the attributes are the window's, and no more is read
         bool itsLittleEndian = true;
         bool itsIsIrreversible = false; ///< read by meaning: the codestream has lost something
     };
 
     Frame Begin() const;
+    bool CanReadWindow(const Frame& theFrame) const;
+    void BeginWindow(Frame& theFrame) const;
+    NativeFrameReader::Layout GetNativeLayout() const;
     bool IsNative() const;
     void Allocate(Frame& theFrame) const;
     std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);

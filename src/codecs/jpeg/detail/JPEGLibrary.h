@@ -119,8 +119,9 @@ public:
     /// Bytes of the decoded image with the present output colour space; 0 before the header was read.
     virtual std::uint64_t GetOutputSize() const = 0;
 
-    /// Decodes the image into theBuffer, GetOutputSize() bytes.
-    virtual void Decode(Client& theClient, std::uint8_t* theBuffer) = 0;
+    /// Decodes the first theRows rows of the image into theBuffer, GetOutputSize() bytes. Where these are not
+    /// all, what comes behind them is left unread as far as can be.
+    virtual void Decode(Client& theClient, std::uint8_t* theBuffer, std::uint32_t theRows) = 0;
 
     /// Ends the image whose header was read, in place of Decode, for a decoder that took over from there:
     /// leaves the library as Decode does, after success or after an exception.

@@ -15,7 +15,8 @@ public:
         LOSSLESS_SCAN, ///< the library's markers and tables, our own decoder for the entropy-coded data
     };
 
-    static Way Choose(const JPEGFrameHeader& theHeader, JPEGPath thePath);
+    /// theRows: how many are wanted.
+    static Way Choose(const JPEGFrameHeader& theHeader, JPEGPath thePath, std::uint32_t theRows);
 
 private:
     static bool IsUsualDct(const JPEGFrameHeader& theHeader);

@@ -33,13 +33,13 @@ class JPEGTurbo
 public:
     JPEGTurbo() = delete;
 
-    /// Decodes the image that theClient delivers from its very first byte. theHeader is what the IJG library
-    /// made of its header, colour spaces settled. theBuffer holds width x height x output components
-    /// samples of 1 or 2 bytes.
+    /// Decodes the first theRows rows of the image that theClient delivers from its very first byte.
+    /// theHeader is what the IJG library made of its header, colour spaces settled. theBuffer holds width x
+    /// height x output components samples of 1 or 2 bytes.
     ///
-    /// Returns true when the image was decoded up to its end-of-image marker and the input closed. After
-    /// false the contents of theBuffer mean nothing, and the client has recorded what is needed to begin
-    /// anew. What theClient throws passes through.
+    /// Returns true when the image was decoded, if these are all rows up to its end-of-image marker, and the
+    /// input closed. After false the contents of theBuffer mean nothing, and the client has recorded what is
+    /// needed to begin anew. What theClient throws passes through.
     static bool Decode(JPEGLibrary::Client& theClient, const JPEGFrameHeader& theHeader,
-                       std::uint8_t* theBuffer);
+                       std::uint8_t* theBuffer, std::uint32_t theRows);
 };

@@ -51,8 +51,8 @@ public:
     /// After Decode, or what it threw: whether the source ended before the frame did.
     bool IsCut() const { return itsIsCut; }
 
-    /// After Decode, and after an exception where IsCut: pixels, from the first one on, that every segment
-    /// reached.
+    /// After Decode, and after an exception where IsCut: wanted pixels, from the first one on, that every
+    /// segment reached.
     std::uint64_t CountWholePixels() const { return itsWholePixels; }
 
 private:
@@ -60,6 +60,7 @@ private:
     void OpenSegment();
     void SkipTo(std::uint64_t thePosition);
     void DecodeSegment();
+    bool IsSegmentDone() const;
     void NoteSegmentEnd();
     void ReadPadByte();
 

@@ -26,6 +26,12 @@ struct RLEPixelLayout
     unsigned int itsBytesPerSample = 1;
     std::uint64_t itsPixelCount = 0;
 
+    /// How many of these, at the end, nobody wants. No more of them is decoded than the packet brings that
+    /// ends the others, and what the output holds there means nothing.
+    std::uint64_t itsSurplus = 0;
+
+    std::uint64_t GetWantedCount() const { return itsPixelCount - itsSurplus; }
+
     /// The byte of each pixel that a segment fills. The most significant byte of a sample comes first in
     /// the stream and last in memory.
     unsigned int GetColumn(unsigned int theSegment) const
@@ -84,6 +90,6 @@ private:
     unsigned int itsSegment = 0;
     std::uint8_t* itsTarget = nullptr; ///< the current segment's plane or piece
     std::size_t itsTargetSize = 0;
-    std::size_t itsFill = 0;       ///< samples in the target
+    std::size_t itsFill = 0;       ///< samples in the target, wanted ones and the rest of a packet
     std::size_t itsPixelsDone = 0; ///< pixels of the output that are final
 };
