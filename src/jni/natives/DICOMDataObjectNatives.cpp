@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -13,6 +14,7 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/DataSetReader.h"
+#include "toolkit/dicom/ElementOutline.h"
 #include "toolkit/dicom/ImageElements.h"
 #include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/Part10InputStream.h"
@@ -165,6 +167,7 @@ std::optional<jint> ParseValue(const RWCString& theValues, jint theIndex)
 void LoadHeader(DICOMDataObject& theDataSet, InputStream& theStream)
 {
     Part10InputStreamInputStream aPart10;
+    aPart10.AcceptWithoutPreamble();
     aPart10.Open(&theStream, false, Part10InputStream::DefaultsToLenientParsing());
     const TransferSyntaxType* const aType =
         TransferSyntaxManager::GetDefaultInstance().GetTransferSyntaxType(aPart10.GetTransferSyntaxUID());
@@ -181,6 +184,62 @@ void LoadHeader(DICOMDataObject& theDataSet, InputStream& theStream)
         anImage.Put(std::move(anElement));
     }
 }
+
+/// Two texts a line: "depth GGGGEEEE VR keyword", and the value.
+class OutlineTexts
+{
+public:
+    explicit OutlineTexts(JNIEnv& theEnv)
+        : itsEnv(theEnv), itsClass(JavaAccess::FindClass(theEnv, "java/lang/String"))
+    {
+    }
+
+    /// A local reference; null, with a Java exception pending, when there is no memory.
+    jobjectArray Make(const DICOMObject& theDataSet)
+    {
+        jsize aCount = 0;
+        ElementOutline::Walk(theDataSet,
+                             [&](const auto&)
+                             {
+                                 aCount += 2;
+                                 return true;
+                             });
+        const jobjectArray aTexts = itsEnv.NewObjectArray(aCount, itsClass.Get(), nullptr);
+        jsize anIndex = 0;
+        ElementOutline::Walk(theDataSet,
+                             [&](const ElementOutline::Line& theLine)
+                             {
+                                 return aTexts != nullptr && Put(aTexts, anIndex++, Head(theLine)) &&
+                                        (!theLine.itsHasText || Put(aTexts, anIndex, theLine.itsText)) &&
+                                        ++anIndex < aCount;
+                             });
+        return aTexts;
+    }
+
+private:
+    static RWCString Head(const ElementOutline::Line& theLine)
+    {
+        std::array<char, 32> aBuffer{};
+        std::snprintf(aBuffer.data(), aBuffer.size(), "%d %04X%04X ", theLine.itsDepth,
+                      theLine.itsTag.itsGroup, theLine.itsTag.itsElement);
+        return aBuffer.data() + theLine.itsVR + " " + theLine.itsKeyword;
+    }
+
+    bool Put(jobjectArray theTexts, jsize theIndex, const RWCString& theText)
+    {
+        const LocalReference<jstring> aText(itsEnv, StringConverter::latin1ToJString(itsEnv, theText));
+        if (!aText)
+        {
+            JavaAccess::Throw(itsEnv, "java/lang/OutOfMemoryError", "the data set does not fit");
+            return false;
+        }
+        itsEnv.SetObjectArrayElement(theTexts, theIndex, aText.Get());
+        return true;
+    }
+
+    JNIEnv& itsEnv;
+    LocalReference<jclass> itsClass;
+};
 
 jbyteArray ToByteArray(JNIEnv* theEnv, const std::vector<std::uint8_t>& theBytes)
 {
@@ -373,6 +432,15 @@ extern "C"
                                           ? ToByteArray(theEnv, aBytes)
                                           : nullptr;
                            });
+    }
+
+    JNIEXPORT jobjectArray JNICALL Java_com_quorix_dicom_DICOMDataObject_nativeGetElements(JNIEnv* theEnv,
+                                                                                           jobject,
+                                                                                           jlong theHandle)
+    {
+        return WithDataSet(theEnv, theHandle, jobjectArray{nullptr},
+                           [&](DICOMDataObject& theDataSet)
+                           { return OutlineTexts(*theEnv).Make(theDataSet); });
     }
 
     JNIEXPORT void JNICALL Java_com_quorix_dicom_DICOMDataObject_nativeSave(JNIEnv* theEnv, jobject,

@@ -224,6 +224,14 @@ std::uint16_t DcmtkBridge::LookUpTypeCode(DICOMTag theTag)
     return aCode == VR::TYPE_UN || !IsKnownTypeCode(aCode) ? FallBack(theTag) : aCode;
 }
 
+RWCString DcmtkBridge::LookUpKeyword(DICOMTag theTag)
+{
+    SilenceLogging();
+    DcmTag aTag(theTag.itsGroup, theTag.itsElement);
+    const bool isPublic = theTag.itsElement != 0 && theTag.itsGroup % 2 == 0;
+    return isPublic && aTag.getEVR() != EVR_UNKNOWN && aTag.getEVR() != EVR_UN ? aTag.getTagName() : "";
+}
+
 std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,
                                                      DLEndian::Endian theEndian, const void* theValue,
                                                      std::size_t theLength)

@@ -30,6 +30,10 @@ public:
     /// where DCMTK found no dictionary file.
     static std::uint16_t LookUpTypeCode(DICOMTag theTag);
 
+    /// The dictionary's keyword, such as PatientName; empty for private and unknown tags and for group
+    /// lengths.
+    static RWCString LookUpKeyword(DICOMTag theTag);
+
     /// An element with a value of theLength bytes in byte order theEndian, copied. Type codes that DCMTK
     /// does not know become UN. Throws DICOMLibException (code 6) where DCMTK refuses.
     static std::unique_ptr<DcmElement> MakeElement(DICOMTag theTag, std::uint16_t theTypeCode,

@@ -4,6 +4,7 @@ package com.quorix.decompression;
 import com.quorix.util.NativeLibrary;
 import com.quorix.util.NativePath;
 import java.awt.image.BufferedImage;
+import java.awt.image.WritableRaster;
 import java.io.IOException;
 import java.lang.ref.Cleaner;
 import java.lang.ref.WeakReference;
@@ -358,6 +359,19 @@ public class Renderable implements AutoCloseable {
             throw new IllegalArgumentException("window width is " + width + ", must be at least 1");
         }
         return PictureMaker.of(this).makeWindowed(center, width);
+    }
+
+    /**
+     * Makes a raster of the values as they are stored, nothing stretched or inverted, whatever the photometric
+     * interpretation. Its bands are the samples of a pixel; bits above and below those stored are left out.
+     *
+     * @return a raster of its own: {@link java.awt.image.DataBuffer#TYPE_BYTE} for up to 8 unsigned bits stored,
+     *     {@code TYPE_USHORT} for up to 16, {@code TYPE_SHORT} for signed values, {@code TYPE_INT} beyond 16 bits
+     *     (unsigned ones of 32 bits come out as negative numbers from 2<sup>31</sup> on)
+     * @throws UnsupportedOperationException for colour of other depths than 8 and 16 bits allocated
+     */
+    public WritableRaster toRaster() {
+        return PictureMaker.of(this).makeRaster();
     }
 
     /**

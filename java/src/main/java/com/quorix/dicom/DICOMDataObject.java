@@ -7,6 +7,7 @@ import com.quorix.util.NativePath;
 import java.io.IOException;
 import java.lang.ref.Cleaner;
 import java.nio.file.Path;
+import java.util.List;
 import java.util.function.LongFunction;
 
 /**
@@ -178,6 +179,15 @@ public class DICOMDataObject implements AutoCloseable {
     }
 
     /**
+     * Returns all attributes, pixel data excepted, in the order of their tags.
+     *
+     * @return the attributes, with those that sequences hold
+     */
+    public synchronized List<DICOMElement> getElements() {
+        return ElementTree.of(nativeGetElements(requireHandle()));
+    }
+
+    /**
      * Removes an attribute.
      *
      * @param tag the attribute
@@ -282,6 +292,10 @@ public class DICOMDataObject implements AutoCloseable {
 
     /** Takes an element out; false when it was not there. */
     private static native boolean nativeRemove(long handle, int tag);
+
+    /** Two texts for each element and item: depth, tag in hexadecimal, VR, keyword, with blanks between; and the value,
+     * bytes taken as Latin-1, or null. */
+    private static native String[] nativeGetElements(long handle);
 
     /** A value of the scratch pad as text; null when there is none. */
     private static native String nativeGetScratchpadValue(long handle, String key);
