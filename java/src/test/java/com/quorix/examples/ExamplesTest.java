@@ -3,6 +3,7 @@ package com.quorix.examples;
 
 import static org.junit.jupiter.api.Assertions.*;
 
+import com.quorix.decompression.Decompressor;
 import com.quorix.support.*;
 import java.io.File;
 import java.nio.file.*;
@@ -38,6 +39,19 @@ class ExamplesTest {
     void aDownloadIsDecodedWhileItRuns() throws Exception {
         Path input = Files.write(folder.resolve("image.jpg"), Compressed.jpeg(400, 300, 0));
         assertEquals(new ChildJvm.Outcome(0, "400 x 300 decoded\n"), run("DecodeWhileDownloading", input, "jpeg"));
+    }
+
+    /** With nothing of ours but the jar, from which the native library comes as well. */
+    @Test
+    void aProgramThatKnowsOnlyImageIOReadsDicom() throws Exception {
+        Path input = DicomFile.grey16(40, 30).bitsStored(12, false).nativeFrames(2, new byte[4800])
+                .writeTo(folder.resolve("image.dcm"));
+        Path output = folder.resolve("image.png");
+        Class<?> example = Class.forName("ReadThroughImageIO");
+        ChildJvm.Outcome outcome = new ChildJvm(example, input.toString(), output.toString(), "1")
+                .withJarsOf(Decompressor.class, example).property("java.io.tmpdir", folder).start().finish();
+        assertEquals(new ChildJvm.Outcome(0, "DICOM, image 1 of 2, 40 x 30, patient: Doe^Jane\n"), outcome);
+        assertEquals(16, ImageIO.read(output.toFile()).getColorModel().getPixelSize());
     }
 
     @Test

@@ -8,6 +8,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.*;
 import java.util.*;
 import java.util.concurrent.TimeUnit;
+import java.util.stream.Collectors;
 
 /**
  * Another JVM with this one's class path, for what a test cannot do to its own process: load the native
@@ -33,6 +34,14 @@ public final class ChildJvm {
                 "-Xmx256m", "-Djava.awt.headless=true", "-cp", System.getProperty("java.class.path")));
         mainAndArguments.add(main.getName());
         mainAndArguments.addAll(List.of(arguments));
+    }
+
+    /** Leaves nothing on the class path but the jars of these classes. */
+    public ChildJvm withJarsOf(Class<?>... classes) {
+        options.set(options.indexOf("-cp") + 1, Arrays.stream(classes)
+                .map(type -> type.getProtectionDomain().getCodeSource().getLocation().getPath())
+                .collect(Collectors.joining(":")));
+        return this;
     }
 
     public ChildJvm property(String name, Object value) {

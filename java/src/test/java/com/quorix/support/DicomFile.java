@@ -59,6 +59,21 @@ public final class DicomFile {
         return number(0x00280101, stored).number(0x00280102, stored - 1).number(0x00280103, signed ? 1 : 0);
     }
 
+    /** Sets a sequence of one item; what is in it is given by {@link #inItem}. */
+    public DicomFile sequence(int tag, String item) {
+        return text(tag, "SQ", item);
+    }
+
+    /** The bytes of an item of one element, as characters; the value may be such an item again. */
+    public static String inItem(int tag, String vr, String value) {
+        byte[] content = encoded(tag, vr, value.length(), padded(value, ""));
+        return latin1(item(0xE000, content.length)) + latin1(content);
+    }
+
+    private static String latin1(byte[] bytes) {
+        return new String(bytes, StandardCharsets.ISO_8859_1);
+    }
+
     /** Uncompressed frames, one after the other in one byte string of even length. */
     public DicomFile nativeFrames(int frames, byte[] pixels) {
         return element(PIXEL_DATA, bits == 8 ? "OB" : "OW", pixels).frames(frames);
@@ -106,7 +121,7 @@ public final class DicomFile {
     }
 
     private static byte[] encoded(int tag, String vr, int length, byte[] value) {
-        boolean isLong = vr.startsWith("O");
+        boolean isLong = vr.startsWith("O") || vr.equals("SQ");
         ByteBuffer buffer = little((isLong ? 12 : 8) + value.length);
         buffer.putShort((short) (tag >>> 16)).putShort((short) tag).put(padded(vr, ""));
         buffer = isLong ? buffer.putShort((short) 0).putInt(length) : buffer.putShort((short) length);
