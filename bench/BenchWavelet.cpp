@@ -55,8 +55,8 @@ std::unique_ptr<j2k::LineSource<Sample>> MakeChain(kdu_sample_allocator& theAllo
                                                  std::make_unique<StripeSource<Sample>>(aSide / 2),
                                                  std::make_unique<StripeSource<Sample>>(aSide / 2),
                                                  std::make_unique<StripeSource<Sample>>(aSide / 2)};
-        aSource = std::make_unique<j2k::Synthesis<Sample>>(j2k::Rect{0, 0, aSide, aSide}, std::move(anInputs),
-                                                           theAllocator);
+        const j2k::Rect anArea = {0, 0, aSide, aSide};
+        aSource = std::make_unique<j2k::Synthesis<Sample>>(anArea, anArea, std::move(anInputs), theAllocator);
     }
     return aSource;
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -27,6 +28,33 @@ kdu_dims ToDims(const j2k::Rect& theRect)
     aResult.pos = {static_cast<int>(theRect.itsX0), static_cast<int>(theRect.itsY0)};
     aResult.size = {static_cast<int>(theRect.GetWidth()), static_cast<int>(theRect.GetHeight())};
     return aResult;
+}
+
+/// theDims inside the image, without anything where it is null.
+std::optional<j2k::Rect> ToRegion(const kdu_dims* theDims, const j2k::CodestreamState& theState)
+{
+    if (theDims == nullptr)
+    {
+        return std::nullopt;
+    }
+    const auto aPlace = [](std::int64_t theCoordinate)
+    { return static_cast<std::uint32_t>(std::max<std::int64_t>(theCoordinate, 0)); };
+    const auto& [aPosition, aSize] = *theDims;
+    const j2k::Rect aWanted{aPlace(aPosition.x), aPlace(aPosition.y),
+                            aPlace(std::int64_t{aPosition.x} + aSize.x),
+                            aPlace(std::int64_t{aPosition.y} + aSize.y)};
+    const j2k::Rect aRegion = aWanted.CutTo(theState.GetReader().GetImageSize().itsImage);
+    if (aRegion.IsEmpty())
+    {
+        theState.GetReports().Error("The region is outside of the image");
+    }
+    return aRegion;
+}
+
+/// What is decoded, on the reference grid.
+j2k::Rect GetPart(const j2k::CodestreamState& theState)
+{
+    return theState.GetRestrictions().itsRegion.value_or(theState.GetReader().GetImageSize().itsImage);
 }
 
 } // namespace
@@ -96,15 +124,16 @@ void kdu_codestream::apply_input_restrictions(int theFirstComponent, int theMaxC
                                               const kdu_dims* theRegion, kdu_component_access_mode)
 {
     j2k::CodestreamState& aState = GetState();
-    if (theFirstComponent != 0 || theRegion != nullptr)
+    if (theFirstComponent != 0)
     {
-        aState.GetReports().Error("Decoding a region, or from a component other than the first on, is not "
-                                  "supported");
+        aState.GetReports().Error("Decoding from a component other than the first on is not supported");
     }
+    const std::optional<j2k::Rect> aRegion = ToRegion(theRegion, aState);
     // Only a restriction is worth waiting for the tile headers.
     const int aDiscard = theDiscardLevels > 0 ? std::min(theDiscardLevels, get_fewest_levels(true)) : 0;
     j2k::TileRestrictions& someRestrictions = aState.GetRestrictions();
     someRestrictions.itsDiscardLevels = static_cast<unsigned int>(aDiscard);
+    someRestrictions.itsRegion = aRegion;
     someRestrictions.itsMaxLayers = static_cast<unsigned int>(std::max(theMaxLayers, 0));
     someRestrictions.itsMaxComponents =
         theMaxComponents < get_num_components() ? static_cast<std::size_t>(std::max(theMaxComponents, 0)) : 0;
@@ -114,14 +143,9 @@ void kdu_codestream::get_dims(int theComponent, kdu_dims& theDims) const
 {
     const j2k::CodestreamState& aState = GetState();
     GetComponent(aState, theComponent);
-    const j2k::ImageSize& anImage = aState.GetReader().GetImageSize();
-    j2k::Rect aRect = anImage.ToComponent(anImage.itsImage, static_cast<std::size_t>(theComponent));
-    const unsigned int aShift = aState.GetRestrictions().itsDiscardLevels;
-    for (std::uint32_t* aBorder : {&aRect.itsX0, &aRect.itsY0, &aRect.itsX1, &aRect.itsY1})
-    {
-        *aBorder = static_cast<std::uint32_t>(j2k::CeilDivPow2(*aBorder, aShift));
-    }
-    theDims = ToDims(aRect);
+    const j2k::Rect aRect = aState.GetReader().GetImageSize().ToComponent(
+        GetPart(aState), static_cast<std::size_t>(theComponent));
+    theDims = ToDims(aRect.Reduce(aState.GetRestrictions().itsDiscardLevels));
 }
 
 bool kdu_codestream::get_signed(int theComponent) const
@@ -142,9 +166,7 @@ kdu_coords kdu_codestream::get_subsampling(int theComponent) const
 
 void kdu_codestream::get_valid_tiles(kdu_dims& theIndices) const
 {
-    const j2k::ImageSize& anImage = GetState().GetReader().GetImageSize();
-    theIndices.pos = {0, 0};
-    theIndices.size = {static_cast<int>(anImage.itsTilesAcross), static_cast<int>(anImage.itsTilesDown)};
+    theIndices = ToDims(GetState().GetReader().GetImageSize().FindTiles(GetPart(GetState())));
 }
 
 int kdu_codestream::get_truncated_tiles() const
@@ -165,15 +187,15 @@ const char* kdu_codestream::get_first_damage() const
 kdu_tile kdu_codestream::open_tile(kdu_coords theIndex)
 {
     j2k::CodestreamState& aState = GetState();
-    kdu_dims someTiles;
-    get_valid_tiles(someTiles);
-    if (theIndex.x < 0 || theIndex.y < 0 || theIndex.x >= someTiles.size.x || theIndex.y >= someTiles.size.y)
+    const j2k::ImageSize& anImage = aState.GetReader().GetImageSize();
+    const j2k::Rect someTiles = anImage.FindTiles(GetPart(aState));
+    const auto aColumn = static_cast<std::uint32_t>(theIndex.x);
+    const auto aRow = static_cast<std::uint32_t>(theIndex.y);
+    if (aColumn < someTiles.itsX0 || aRow < someTiles.itsY0 || aColumn >= someTiles.itsX1 ||
+        aRow >= someTiles.itsY1)
     {
         aState.GetReports().Error("There is no tile (" + std::to_string(theIndex.x) + ", " +
                                   std::to_string(theIndex.y) + ")");
     }
-    const auto anIndex =
-        static_cast<std::uint32_t>(theIndex.y) * static_cast<std::uint32_t>(someTiles.size.x) +
-        static_cast<std::uint32_t>(theIndex.x);
-    return kdu_tile(itsState, &aState.OpenTile(anIndex));
+    return kdu_tile(itsState, &aState.OpenTile(aRow * anImage.itsTilesAcross + aColumn));
 }

@@ -65,14 +65,17 @@ public:
 
     /// Limits what is decoded. theDiscardLevels highest resolutions are left out, at most as many as
     /// get_fewest_levels(true) tells. theMaxLayers: quality layers that are used, 0 for all.
-    /// theFirstComponent must be 0 and theRegion null; theMaxComponents at or above the number of
+    /// theRegion: a rectangle of the reference grid outside of which nothing is decoded, null for everything;
+    /// one that does not meet the image is an error. From then on the codestream, its tiles and all below
+    /// them tell the region's places and extents in place of the image's.
+    /// theFirstComponent must be 0; theMaxComponents at or above the number of
     /// components, or 0, means all of them; a smaller one limits what tiles decode.
     void apply_input_restrictions(int theFirstComponent, int theMaxComponents, int theDiscardLevels,
                                   int theMaxLayers, const kdu_dims* theRegion,
                                   kdu_component_access_mode theAccessMode = KDU_WANT_OUTPUT_COMPONENTS);
 
-    /// Position and extent of a component on its own grid, at the resolution that is decoded (T.800 B-2,
-    /// B-15).
+    /// Position and extent of a component, or of the region's part of it, on its own grid at the resolution
+    /// that is decoded (T.800 B-2, B-15).
     void get_dims(int theComponent, kdu_dims& theDims) const;
 
     /// Whether the samples of a component are signed before compression.
@@ -84,7 +87,8 @@ public:
     /// Horizontal and vertical sampling factors XRsiz and YRsiz.
     kdu_coords get_subsampling(int theComponent) const;
 
-    /// The tiles there are: indices run from pos to pos + size - 1 on both axes.
+    /// The tiles there are, or those that the region meets: indices run from pos to pos + size - 1 on both
+    /// axes.
     void get_valid_tiles(kdu_dims& theIndices) const;
 
     /// Reads on until the tile is complete, and its packets' headers. The tile lives until its close() or

@@ -19,7 +19,7 @@ void ToDims(const j2k::Rect& theRect, kdu_dims& theDims)
 
 void kdu_subband::get_dims(kdu_dims& theDims) const
 {
-    ToDims(itsSubband->GetRect(), theDims);
+    ToDims(itsSubband->GetWindow(), theDims);
 }
 
 int kdu_resolution::which() const
@@ -29,7 +29,7 @@ int kdu_resolution::which() const
 
 void kdu_resolution::get_dims(kdu_dims& theDims) const
 {
-    ToDims(itsResolution->GetRect(), theDims);
+    ToDims(itsResolution->GetWindow(), theDims);
 }
 
 kdu_subband kdu_resolution::access_subband(int theBand) const

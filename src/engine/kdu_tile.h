@@ -21,7 +21,8 @@ public:
     /// Whether the handle names a subband. All else may be called only then.
     bool exists() const { return itsSubband != nullptr; }
 
-    /// Position and extent on the subband's own grid (T.800 B-15).
+    /// Position and extent on the subband's own grid (T.800 B-15); with a region those of the part that is
+    /// decoded for it, margins of the wavelet included.
     void get_dims(kdu_dims& theDims) const;
 
     /// For the engine's own classes.
@@ -45,7 +46,8 @@ public:
     /// 0 for the lowest resolution, which is the LL band alone; each level above adds three subbands.
     int which() const;
 
-    /// Position and extent of the image at this resolution (T.800 B-14).
+    /// Position and extent of the image at this resolution (T.800 B-14); with a region those of the part of
+    /// it that is decoded, and below the highest resolution of what it takes.
     void get_dims(kdu_dims& theDims) const;
 
     /// Resolution 0: band 0 is LL. Above it: 1 HL, 2 LH, 3 HH, and 0 does not exist.

@@ -191,7 +191,7 @@ PlanarImage EngineDecode(const std::vector<std::uint8_t>& theStream, const Engin
     OpenCodestream aCodestream(theStream, theOptions.itsLargestRead);
     SetMode(aCodestream, theOptions.itsMode);
     aCodestream->apply_input_restrictions(0, 0, theOptions.itsDiscardLevels, theOptions.itsMaxLayers,
-                                          nullptr);
+                                          theOptions.itsRegion ? &*theOptions.itsRegion : nullptr);
     PlanarImage anImage = MakeResult(aCodestream);
     kdu_dims aTiles;
     aCodestream->get_valid_tiles(aTiles);

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "engine/kdu_types.h"
 #include "support/PlanarImage.h"
 
 enum class EngineMode
@@ -19,6 +21,7 @@ struct EngineOptions
     EngineMode itsMode = EngineMode::Fast;
     int itsDiscardLevels = 0;
     int itsMaxLayers = 0;
+    std::optional<kdu_dims> itsRegion = std::nullopt;
     int itsLargestRead = 1 << 20; ///< bytes the source delivers at once
     bool itsTakesShorts = true;   ///< 16-bit lines where they are exact
     /// After the first tile has been opened, more samples than these, all components together, are an error.

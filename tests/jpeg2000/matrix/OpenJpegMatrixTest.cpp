@@ -94,6 +94,72 @@ void RestrictToOpenJph(OpenJpeg::Options& theOptions, Dice& theDice)
     theOptions.itsRoiShift = 0;
 }
 
+/// Somewhere inside the image, from one sample of the reference grid to all of them.
+kdu_dims RollRegion(const PlanarImage& theImage, Dice& theDice)
+{
+    const auto aRoll = [&](std::uint32_t theBegin, std::uint32_t theEnd, int& thePosition, int& theSize)
+    {
+        const int aLength = static_cast<int>(theEnd - theBegin);
+        theSize =
+            theDice.Chance(20) ? aLength : theDice.Roll(1, theDice.Chance(50) ? aLength : 1 + aLength / 8);
+        thePosition = static_cast<int>(theBegin) + theDice.Roll(0, aLength - theSize);
+    };
+    kdu_dims aRegion;
+    aRoll(theImage.itsX0, theImage.itsX1, aRegion.pos.x, aRegion.size.x);
+    aRoll(theImage.itsY0, theImage.itsY1, aRegion.pos.y, aRegion.size.y);
+    return aRegion;
+}
+
+/// What a region has of a component that was decoded whole: T.800 B-2 and B-15 tell where it lies.
+PlanarComponent Cut(const PlanarComponent& theWhole, const PlanarImage& theImage, const kdu_dims& theRegion,
+                    int theDiscardLevels)
+{
+    const auto aPlace = [=](std::uint32_t thePosition, std::uint32_t theSubsampling)
+    {
+        const std::uint32_t aFull = (thePosition + theSubsampling - 1) / theSubsampling;
+        return static_cast<std::ptrdiff_t>((aFull + (1U << theDiscardLevels) - 1) >> theDiscardLevels);
+    };
+    const auto aColumn = [&](int theX)
+    {
+        return aPlace(static_cast<std::uint32_t>(theX), theWhole.itsXRsiz) -
+               aPlace(theImage.itsX0, theWhole.itsXRsiz);
+    };
+    const auto aRow = [&](int theY)
+    {
+        return aPlace(static_cast<std::uint32_t>(theY), theWhole.itsYRsiz) -
+               aPlace(theImage.itsY0, theWhole.itsYRsiz);
+    };
+    const auto [aCorner, aSize] = theRegion;
+    const std::ptrdiff_t aLeft = aColumn(aCorner.x), aRight = aColumn(aCorner.x + aSize.x);
+    const std::ptrdiff_t aTop = aRow(aCorner.y), aBottom = aRow(aCorner.y + aSize.y);
+    PlanarComponent aPart = theWhole;
+    aPart.itsWidth = static_cast<std::uint32_t>(aRight - aLeft);
+    aPart.itsHeight = static_cast<std::uint32_t>(aBottom - aTop);
+    aPart.itsSamples.clear();
+    for (std::ptrdiff_t y = aTop; y < aBottom; ++y)
+    {
+        const auto aLine = theWhole.itsSamples.begin() + y * theWhole.itsWidth;
+        aPart.itsSamples.insert(aPart.itsSamples.end(), aLine + aLeft, aLine + aRight);
+    }
+    return aPart;
+}
+
+/// A region of the image, decoded by itself, is the cut of theWhole to the last bit.
+void ExpectPart(const OpenJpeg::Bytes& theBytes, const PlanarImage& theImage, PlanarImage theWhole,
+                EngineOptions theOptions, Dice& theDice)
+{
+    const kdu_dims aRegion = RollRegion(theImage, theDice);
+    for (PlanarComponent& aComponent : theWhole.itsComponents)
+    {
+        aComponent = Cut(aComponent, theImage, aRegion, theOptions.itsDiscardLevels);
+    }
+    theOptions.itsRegion = aRegion;
+    PlanarImage aPart;
+    ASSERT_NO_THROW(aPart = EngineDecode(theBytes, theOptions));
+    ASSERT_EQ(DescribeDifference(aPart, theWhole, 0), "")
+        << aRegion.pos.x << ", " << aRegion.pos.y << ", " << aRegion.size.x << ", " << aRegion.size.y;
+}
+
 constexpr int kSeeds = 20; ///< of each kind of code-blocks
 
 class OpenJpegMatrix : public testing::TestWithParam<int>
@@ -103,7 +169,7 @@ class OpenJpegMatrix : public testing::TestWithParam<int>
 TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
 {
     const bool isHighThroughput = GetParam() > kSeeds;
-    Dice aDice(static_cast<std::uint32_t>(GetParam()));
+    Dice aDice(static_cast<std::uint32_t>(GetParam())), aRegionDice(aDice);
     const std::vector<std::int64_t> aTargets = ListTargets();
     int aUsable = 0;
     for (int i = 0; i < Rounds(kStreamsInAGroup) && !HasFailure(); ++i)
@@ -132,6 +198,7 @@ TEST_P(OpenJpegMatrix, DecodesAsOpenJpegDoes)
                      PlanarImage anImage;
                      ASSERT_NO_THROW(anImage = EngineDecode(*aBytes, aDecoding.itsOurs));
                      ASSERT_EQ(DescribeDifference(anImage, *aPeers, GetTolerance(aStream)), "");
+                     ExpectPart(*aBytes, aStream.itsImage, anImage, aDecoding.itsOurs, aRegionDice);
                  });
     }
     EXPECT_TRUE(HasFailure() || aUsable > Rounds(kStreamsInAGroup) * 8 / 10);
@@ -144,7 +211,7 @@ TEST(DamagedStreams, EveryInstructionSetGivesTheSameBits)
 {
     constexpr std::size_t kDepthOfComponent0 = 42;
     constexpr std::uint8_t kDeep = 27;
-    Dice aDice(17);
+    Dice aDice(17), aRegionDice(18);
     for (int i = 0; i < Rounds(60); ++i)
     {
         RandomStream aStream = MakeRandomStream(aDice);
@@ -167,6 +234,10 @@ TEST(DamagedStreams, EveryInstructionSetGivesTheSameBits)
                 ReportOf([&] { anImage = EngineDecode(aBytes); });
                 aFirst = aFirst ? aFirst : anImage;
                 EXPECT_EQ(DescribeDifference(anImage, *aFirst, 0), "") << i;
+                if (!anImage.itsComponents.empty())
+                {
+                    ExpectPart(aBytes, aStream.itsImage, anImage, {}, aRegionDice);
+                }
             });
     }
 }

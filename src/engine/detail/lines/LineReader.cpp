@@ -81,14 +81,14 @@ std::unique_ptr<LineSource<Sample>> ChainBuilder<Sample>::Build(const Resolution
     {
         const Level& aLevel = aLevels.back();
         const Resolution& aResolution = *aLevel.itsResolution;
-        if (aResolution.GetRect().IsEmpty() || (aSource == nullptr && !HasData(aResolution)))
+        if (aResolution.GetWindow().IsEmpty() || (aSource == nullptr && !HasData(aResolution)))
         {
             continue;
         }
         aSource = aResolution.GetLevel() == 0 ? BuildSubband(aResolution.GetSubband(0), aLevel.itsScale)
                                               : BuildLevel(aLevel, std::move(aSource));
     }
-    return aSource != nullptr ? std::move(aSource) : BuildZeros(theResolution.GetRect());
+    return aSource != nullptr ? std::move(aSource) : BuildZeros(theResolution.GetWindow());
 }
 
 template <class Sample>
@@ -117,9 +117,9 @@ template <class Sample>
 std::unique_ptr<LineSource<Sample>> ChainBuilder<Sample>::BuildSubband(const Subband& theSubband,
                                                                        float theScale)
 {
-    if (theSubband.GetRect().IsEmpty() || !theSubband.HasData())
+    if (theSubband.GetWindow().IsEmpty() || !theSubband.HasData())
     {
-        return BuildZeros(theSubband.GetRect());
+        return BuildZeros(theSubband.GetWindow());
     }
     return std::make_unique<SubbandSource<Sample>>(theSubband, itsScratch, itsAllocator, theScale);
 }
@@ -132,14 +132,15 @@ ChainBuilder<Sample>::BuildLevel(const Level& theLevel, std::unique_ptr<LineSour
     const AxisScale& anAcross = theLevel.itsAcross;
     const AxisScale& aDown = theLevel.itsDown;
     SynthesisInputs<Sample> anInputs;
-    anInputs.itsLL = theLL != nullptr ? std::move(theLL) : BuildZeros(aResolution.GetNext()->GetRect());
+    anInputs.itsLL = theLL != nullptr ? std::move(theLL) : BuildZeros(aResolution.GetNext()->GetWindow());
     anInputs.itsHL =
         BuildSubband(aResolution.GetSubband(0), theLevel.itsScale * anAcross.itsHigh * aDown.itsLow);
     anInputs.itsLH =
         BuildSubband(aResolution.GetSubband(1), theLevel.itsScale * anAcross.itsLow * aDown.itsHigh);
     anInputs.itsHH =
         BuildSubband(aResolution.GetSubband(2), theLevel.itsScale * anAcross.itsHigh * aDown.itsHigh);
-    return std::make_unique<Synthesis<Sample>>(aResolution.GetRect(), std::move(anInputs), itsAllocator);
+    return std::make_unique<Synthesis<Sample>>(aResolution.GetArea(), aResolution.GetWindow(),
+                                               std::move(anInputs), itsAllocator);
 }
 
 /// Reversible samples of more bits do not fit 32-bit lines: the component transform adds one bit to them, the
@@ -191,7 +192,7 @@ public:
     template <class Part>
     TypedLineReader(const Part& thePart, kdu_sample_allocator& theAllocator)
         : itsSource(ChainBuilder<Sample>(itsScratch, theAllocator).Build(thePart)),
-          itsWidth(thePart.GetRect().GetWidth()), itsLinesLeft(thePart.GetRect().GetHeight())
+          itsWidth(thePart.GetWindow().GetWidth()), itsLinesLeft(thePart.GetWindow().GetHeight())
     {
     }
 

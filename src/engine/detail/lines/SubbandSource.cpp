@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 #include "engine/detail/blocks/HTBlockDecoder.h"
 
@@ -11,16 +12,23 @@ namespace j2k
 {
 namespace
 {
+/// Where theBlocks lie, relative to the subband's upper left corner.
+Rect FindExtent(const Subband& theSubband, const BlockRange& theBlocks)
+{
+    const Rect aFirst = theSubband.GetBlockRect(theBlocks.itsColumn, theBlocks.itsRow);
+    const Rect aLast = theSubband.GetBlockRect(theBlocks.itsColumn + theBlocks.itsColumns - 1,
+                                               theBlocks.itsRow + theBlocks.itsRows - 1);
+    return {aFirst.itsX0, aFirst.itsY0, aLast.itsX1, aLast.itsY1};
+}
+
 /// Lines of the highest row of blocks. Only the first and the last row can be lower than the others.
-std::uint32_t ComputeStripeHeight(const Subband& theSubband)
+std::uint32_t ComputeStripeHeight(const Subband& theSubband, const BlockRange& theBlocks)
 {
     std::uint32_t aHeight = 0;
-    if (theSubband.GetBlockColumns() > 0)
+    for (std::uint32_t r = 0; r < std::min<std::uint32_t>(theBlocks.itsRows, 2); ++r)
     {
-        for (std::uint32_t r = 0; r < std::min<std::uint32_t>(theSubband.GetBlockRows(), 2); ++r)
-        {
-            aHeight = std::max(aHeight, theSubband.GetBlockRect(0, r).GetHeight());
-        }
+        aHeight =
+            std::max(aHeight, theSubband.GetBlockRect(theBlocks.itsColumn, theBlocks.itsRow + r).GetHeight());
     }
     return aHeight;
 }
@@ -50,8 +58,12 @@ template <class Sample>
 SubbandSource<Sample>::SubbandSource(const Subband& theSubband, BlockScratch& theScratch,
                                      kdu_sample_allocator& theAllocator, float theScale)
     : itsSubband(theSubband), itsScratch(theScratch), itsStep(theSubband.GetStep() * theScale),
-      itsStripeHeight(ComputeStripeHeight(theSubband)),
-      itsStripe(theAllocator, theSubband.GetRect().GetWidth(), itsStripeHeight)
+      itsBlocks(theSubband.GetWindowBlocks()), itsExtent(FindExtent(theSubband, itsBlocks)),
+      itsStripeHeight(ComputeStripeHeight(theSubband, itsBlocks)),
+      itsStripe(theAllocator, itsExtent.GetWidth(), itsStripeHeight),
+      itsFirstSample(theSubband.GetWindow().itsX0 - theSubband.GetRect().itsX0 - itsExtent.itsX0),
+      itsFirstLine(theSubband.GetWindow().itsY0 - theSubband.GetRect().itsY0 - itsExtent.itsY0),
+      itsBlockRow(itsBlocks.itsRow)
 {
 }
 
@@ -62,13 +74,13 @@ const Sample* SubbandSource<Sample>::Pull()
     {
         DecodeRow();
     }
-    return itsStripe.GetLine(itsLine++);
+    return itsStripe.GetLine(itsLine++) + itsFirstSample;
 }
 
 template <class Sample>
 void SubbandSource<Sample>::DecodeRow()
 {
-    if (itsBlockRow == itsSubband.GetBlockRows())
+    if (itsBlockRow == itsBlocks.itsRow + itsBlocks.itsRows)
     {
         throw std::logic_error("SubbandSource: no more lines");
     }
@@ -76,22 +88,25 @@ void SubbandSource<Sample>::DecodeRow()
     {
         itsStripe.Take();
         // Nothing is known of the memory, so every column counts as used.
-        itsIsUsed.assign(itsSubband.GetBlockColumns(), true);
+        itsIsUsed.assign(itsBlocks.itsColumns, true);
     }
-    for (std::uint32_t c = 0; c < itsSubband.GetBlockColumns(); ++c)
+    for (std::uint32_t c = 0; c < itsBlocks.itsColumns; ++c)
     {
-        const Rect aPlace = itsSubband.GetBlockRect(c, itsBlockRow);
-        if (itsSubband.CollectBlock(c, itsBlockRow, itsScratch.GetBlock()))
+        const std::uint32_t aColumn = itsBlocks.itsColumn + c;
+        const Rect aPlace = itsSubband.GetBlockRect(aColumn, itsBlockRow);
+        if (itsSubband.CollectBlock(aColumn, itsBlockRow, itsScratch.GetBlock()))
         {
-            DecodeBlock(c, aPlace);
+            DecodeBlock(aColumn, aPlace);
+            itsIsUsed[c] = true;
         }
         else if (itsIsUsed[c])
         {
-            ClearBlock(c, aPlace);
+            ClearBlock(aPlace);
+            itsIsUsed[c] = false;
         }
     }
-    itsLinesInRow = itsSubband.GetBlockRect(0, itsBlockRow).GetHeight();
-    itsLine = 0;
+    itsLinesInRow = itsSubband.GetBlockRect(itsBlocks.itsColumn, itsBlockRow).GetHeight();
+    itsLine = std::exchange(itsFirstLine, 0);
     ++itsBlockRow;
 }
 
@@ -100,7 +115,7 @@ void SubbandSource<Sample>::DecodeBlock(std::uint32_t theColumn, const Rect& the
 {
     Report(itsScratch.Decode(), theColumn);
     const BlockDecoder& aDecoder = itsScratch.GetDecoder();
-    Sample* const aSamples = itsStripe.GetLine(0) + thePlace.itsX0;
+    Sample* const aSamples = itsStripe.GetLine(0) + (thePlace.itsX0 - itsExtent.itsX0);
     const auto aStride = static_cast<std::ptrdiff_t>(itsStripe.GetStride());
     if constexpr (std::is_floating_point_v<Sample>)
     {
@@ -110,18 +125,17 @@ void SubbandSource<Sample>::DecodeBlock(std::uint32_t theColumn, const Rect& the
     {
         aDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest());
     }
-    itsIsUsed[theColumn] = true;
 }
 
 template <class Sample>
-void SubbandSource<Sample>::ClearBlock(std::uint32_t theColumn, const Rect& thePlace)
+void SubbandSource<Sample>::ClearBlock(const Rect& thePlace)
 {
     // All lines of the stripe: a later row of blocks may be higher.
     for (std::uint32_t y = 0; y < itsStripeHeight; ++y)
     {
-        std::fill_n(itsStripe.GetLine(y) + thePlace.itsX0, thePlace.GetWidth(), Sample(0));
+        std::fill_n(itsStripe.GetLine(y) + (thePlace.itsX0 - itsExtent.itsX0), thePlace.GetWidth(),
+                    Sample(0));
     }
-    itsIsUsed[theColumn] = false;
 }
 
 template <class Sample>

@@ -38,8 +38,8 @@ private:
     CollectedBlock itsBlock;
 };
 
-/// The lines of a subband, from a stripe that holds one row of its code-blocks: the row is decoded when its
-/// first line is pulled. Blocks without data are zero.
+/// The lines of a subband's window, from a stripe that holds one row of the code-blocks that lie in it: the
+/// row is decoded when its first line is pulled. Blocks without data are zero.
 ///
 /// What blocks' bytes show to be wrong is reported as a non-conformance; the samples are used as they came
 /// out.
@@ -47,7 +47,8 @@ template <class Sample>
 class SubbandSource final : public LineSource<Sample>
 {
 public:
-    /// Borrows everything. theScale multiplies the subband's step; irreversible only.
+    /// Borrows everything. The window is not empty. theScale multiplies the subband's step; irreversible
+    /// only.
     SubbandSource(const Subband& theSubband, BlockScratch& theScratch, kdu_sample_allocator& theAllocator,
                   float theScale);
 
@@ -56,19 +57,23 @@ public:
 private:
     void DecodeRow();
     void DecodeBlock(std::uint32_t theColumn, const Rect& thePlace);
-    void ClearBlock(std::uint32_t theColumn, const Rect& thePlace);
+    void ClearBlock(const Rect& thePlace);
     void Report(const BlockFindings& theFindings, std::uint32_t theColumn) const;
 
     const Subband& itsSubband;
     BlockScratch& itsScratch;
     float itsStep;
+    BlockRange itsBlocks;
+    Rect itsExtent; ///< of all these blocks, relative to the subband's upper left corner
     std::uint32_t itsStripeHeight;
     LineMemory<Sample> itsStripe;
+    std::uint32_t itsFirstSample; ///< of the window, in a line of the stripe
+    std::uint32_t itsFirstLine;   ///< of the window, in the first row of blocks; 0 for later rows
 
-    std::uint32_t itsBlockRow = 0;   ///< the next one to be decoded
+    std::uint32_t itsBlockRow;       ///< the next one to be decoded
     std::uint32_t itsLine = 0;       ///< the next one inside the stripe
     std::uint32_t itsLinesInRow = 0; ///< lines of the row of blocks in the stripe
-    std::vector<bool> itsIsUsed;     ///< for each column: its part of the stripe is not all zero
+    std::vector<bool> itsIsUsed; ///< for each of itsBlocks' columns: its part of the stripe is not all zero
 };
 
 } // namespace j2k

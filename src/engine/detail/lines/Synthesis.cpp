@@ -30,14 +30,15 @@ AxisScale::AxisScale(std::uint32_t theBegin, std::uint32_t theEnd)
 }
 
 template <class Sample>
-Synthesis<Sample>::Synthesis(const Rect& theRect, SynthesisInputs<Sample> theInputs,
+Synthesis<Sample>::Synthesis(const Rect& theArea, const Rect& theWindow, SynthesisInputs<Sample> theInputs,
                              kdu_sample_allocator& theAllocator)
-    : itsInputs(std::move(theInputs)), itsWidth(theRect.GetWidth()),
-      itsFirstColumnIsHigh(theRect.itsX0 % 2 != 0), itsFirst(theRect.itsY0 % 2 == 0 ? 0 : -1),
-      itsEnd(itsFirst + theRect.GetHeight()), itsLines(theAllocator, itsWidth, kRing),
+    : itsInputs(std::move(theInputs)), itsWidth(theArea.GetWidth()),
+      itsFirstSample(theWindow.itsX0 - theArea.itsX0), itsFirstColumnIsHigh(theArea.itsX0 % 2 != 0),
+      itsFirst(theArea.itsY0 % 2 == 0 ? 0 : -1), itsEnd(itsFirst + theArea.GetHeight()),
+      itsLines(theAllocator, itsWidth, kRing),
       itsScratch(theAllocator, LiftingKernels::GetScratchSize(itsWidth),
                  std::is_floating_point_v<Sample> ? 1 : 0),
-      itsFilled(itsFirst), itsFinished(itsFirst), itsNext(itsFirst)
+      itsFilled(itsFirst), itsFinished(itsFirst), itsNext(itsFirst + (theWindow.itsY0 - theArea.itsY0))
 {
 }
 
@@ -48,11 +49,11 @@ const Sample* Synthesis<Sample>::Pull()
     {
         TakeMemory();
     }
-    while (itsNext == itsFinished)
+    while (itsNext >= itsFinished)
     {
         RunStep();
     }
-    return GetLine(itsNext++);
+    return GetLine(itsNext++) + itsFirstSample;
 }
 
 template <class Sample>

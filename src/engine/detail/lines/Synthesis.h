@@ -41,9 +41,11 @@ template <class Sample>
 class Synthesis final : public LineSource<Sample>
 {
 public:
-    /// theRect: the resolution's place and extent; not empty. An input that has no samples is not used and
-    /// may be null.
-    Synthesis(const Rect& theRect, SynthesisInputs<Sample> theInputs, kdu_sample_allocator& theAllocator);
+    /// theArea, not empty: the part of the resolution that the inputs hold, with a margin around theWindow,
+    /// the part that is delivered, wherever the resolution goes on there: see Resolution::GetArea. An input
+    /// that has no samples is not used and may be null.
+    Synthesis(const Rect& theArea, const Rect& theWindow, SynthesisInputs<Sample> theInputs,
+              kdu_sample_allocator& theAllocator);
 
     const Sample* Pull() override;
 
@@ -72,6 +74,7 @@ private:
 
     SynthesisInputs<Sample> itsInputs;
     std::uint32_t itsWidth;
+    std::uint32_t itsFirstSample; ///< of the window, in a line
     bool itsFirstColumnIsHigh;
 
     // Lines are counted so that the low ones are even: from 0, or from -1 where the first is a high one.

@@ -32,6 +32,13 @@ Rect ImageSize::GetTile(std::uint32_t theIndex) const
     return aResult;
 }
 
+Rect ImageSize::FindTiles(const Rect& theArea) const
+{
+    return {(theArea.itsX0 - itsTileOriginX) / itsTileWidth, (theArea.itsY0 - itsTileOriginY) / itsTileHeight,
+            static_cast<std::uint32_t>(CeilDiv(theArea.itsX1 - itsTileOriginX, itsTileWidth)),
+            static_cast<std::uint32_t>(CeilDiv(theArea.itsY1 - itsTileOriginY, itsTileHeight))};
+}
+
 Rect ImageSize::ToComponent(const Rect& theArea, std::size_t theComponent) const
 {
     const ComponentSize& aComponent = itsComponents[theComponent];

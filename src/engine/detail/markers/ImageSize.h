@@ -39,6 +39,9 @@ struct ImageSize
     /// A tile on the reference grid, clipped to the image (T.800 B-7 to B-11).
     Rect GetTile(std::uint32_t theIndex) const;
 
+    /// The columns and rows of the tiles that have something of theArea, a part of the image.
+    Rect FindTiles(const Rect& theArea) const;
+
     /// theArea of the reference grid on a component's own grid (T.800 B-2, B-12).
     Rect ToComponent(const Rect& theArea, std::size_t theComponent) const;
 };

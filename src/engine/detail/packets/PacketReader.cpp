@@ -113,9 +113,21 @@ PacketReader::PacketReader(const TileData& theData, const TileBody& theBody, con
                                       theData.itsCoding.itsMayHaveSOP && !theData.itsHasPackedHeaders)
 {
     itsPasses.Earn(MakeBudget(0, kPassesPerByte, theData));
-    for (std::size_t aComponent = 0; aComponent < theComponentCount; ++aComponent)
+    ListWanted();
+}
+
+void PacketReader::ListWanted()
+{
+    for (std::size_t aComponent = 0; aComponent < itsComponentCount; ++aComponent)
     {
-        itsResolutions = std::max(itsResolutions, theComponents[aComponent]->GetResolutionCount());
+        const TileComponent& aTileComponent = *itsComponents[aComponent];
+        itsResolutions = std::max(itsResolutions, aTileComponent.GetResolutionCount());
+        for (unsigned int aLevel = 0; aLevel < aTileComponent.GetResolutionCount(); ++aLevel)
+        {
+            const Resolution& aResolution = aTileComponent.GetResolution(aLevel);
+            itsHasRegion = itsHasRegion || aResolution.GetArea() != aResolution.GetRect();
+            itsPrecincts += aResolution.GetPrecincts().CountIn(aResolution.GetArea());
+        }
     }
 }
 
@@ -284,6 +296,7 @@ bool PacketReader::TakeBody(const PacketPlace& thePlace)
 {
     const bool isCut = itsHeader.GetBodyLength() > itsCursor.GetLeft();
     const bool isDecoded = IsDecoded(thePlace);
+    itsPrecincts -= isDecoded && thePlace.itsLayer + 1 == itsLayers ? 1 : 0;
     for (const PacketShare& aShare : itsHeader.GetShares())
     {
         const std::uint64_t aLength = std::min<std::uint64_t>(aShare.itsLength, itsCursor.GetLeft());
@@ -354,12 +367,18 @@ void PacketReader::Lose(const PacketPlace& thePlace)
 bool PacketReader::IsDecoded(const PacketPlace& thePlace) const
 {
     return thePlace.itsLayer < itsLayers && thePlace.itsComponent < itsComponentCount &&
-           thePlace.itsResolution->GetLevel() < itsComponents[thePlace.itsComponent]->GetResolutionCount();
+           thePlace.itsResolution->GetLevel() < itsComponents[thePlace.itsComponent]->GetResolutionCount() &&
+           thePlace.itsResolution->GetPrecincts().Meets(thePlace.itsPrecinct,
+                                                        thePlace.itsResolution->GetArea());
 }
 
 // Whether neither this packet nor any after it is decoded.
 bool PacketReader::IsBehindAllDecoded(const PacketPlace& thePlace) const
 {
+    if (itsHasRegion && itsPrecincts == 0)
+    {
+        return true;
+    }
     if (!itsData.itsCoding.itsProgressions.empty())
     {
         return false;

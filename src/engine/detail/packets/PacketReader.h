@@ -74,6 +74,7 @@ private:
     void Lose(const PacketPlace& thePlace);
     void AddPiece(const PacketShare& theShare, std::uint64_t theLength);
     void SpendPasses(const PacketShare& theShare, std::uint32_t thePasses);
+    void ListWanted();
     bool IsDecoded(const PacketPlace& thePlace) const;
     bool IsBehindAllDecoded(const PacketPlace& thePlace) const;
     void CheckTileParts(std::uint64_t theStart);
@@ -85,6 +86,8 @@ private:
     std::size_t itsComponentCount;
     std::uint32_t itsLayers;
     unsigned int itsResolutions = 0; ///< that any component decodes
+    bool itsHasRegion = false;       ///< not all of their samples are wanted
+    std::uint64_t itsPrecincts = 0;  ///< that are wanted, and whose last layer is still to come
     Arena& itsArena;
     CodePieces& itsPieces;
     Reports& itsReports;

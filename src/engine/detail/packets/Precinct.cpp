@@ -33,6 +33,23 @@ PrecinctGrid::PrecinctGrid(const Rect& theResolution, unsigned int theLog2Width,
     }
 }
 
+bool PrecinctGrid::Meets(std::uint64_t theNumber, const Rect& theArea) const
+{
+    const auto isMet =
+        [](std::uint64_t theIndex, unsigned int theLog2Size, std::uint32_t theBegin, std::uint32_t theEnd)
+    { return theIndex << theLog2Size < theEnd && (theIndex + 1) << theLog2Size > theBegin; };
+    return !theArea.IsEmpty() &&
+           isMet(itsFirstColumn + theNumber % itsColumns, itsLog2Width, theArea.itsX0, theArea.itsX1) &&
+           isMet(itsFirstRow + theNumber / itsColumns, itsLog2Height, theArea.itsY0, theArea.itsY1);
+}
+
+std::uint64_t PrecinctGrid::CountIn(const Rect& theArea) const
+{
+    return theArea.IsEmpty() ? 0
+                             : std::uint64_t(CountAlong(theArea.itsX0, theArea.itsX1, itsLog2Width)) *
+                                   CountAlong(theArea.itsY0, theArea.itsY1, itsLog2Height);
+}
+
 std::uint32_t PrecinctGrid::GetX(std::uint32_t theColumn) const
 {
     return theColumn == 0 && itsStartsInColumn

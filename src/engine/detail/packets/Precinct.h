@@ -84,6 +84,12 @@ public:
     std::uint32_t GetRows() const { return itsRows; }
     std::uint64_t GetCount() const { return std::uint64_t(itsColumns) * itsRows; }
 
+    /// Whether a precinct, given by its number, has samples in theArea of the resolution; and how many have.
+    /// @{
+    bool Meets(std::uint64_t theNumber, const Rect& theArea) const;
+    std::uint64_t CountIn(const Rect& theArea) const;
+    /// @}
+
     unsigned int GetLog2Width() const { return itsLog2Width; }
     unsigned int GetLog2Height() const { return itsLog2Height; }
 

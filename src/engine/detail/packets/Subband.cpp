@@ -46,20 +46,25 @@ void Subband::Axis::GetBlock(std::uint32_t theIndex, std::uint32_t& theBegin, st
     theEnd = static_cast<std::uint32_t>(std::min<std::uint64_t>(anEnd, itsEnd) - itsBegin);
 }
 
+void Subband::Axis::GetBlocks(std::uint64_t theBegin, std::uint64_t theEnd, std::uint32_t& theFirst,
+                              std::uint32_t& theCount) const
+{
+    theFirst = 0;
+    theCount = 0;
+    if (theBegin < theEnd)
+    {
+        const std::uint64_t aFirst = theBegin >> itsLog2Block;
+        theFirst = static_cast<std::uint32_t>(aFirst - GetFirstBlock());
+        theCount = static_cast<std::uint32_t>(CeilDivPow2(theEnd, itsLog2Block) - aFirst);
+    }
+}
+
 void Subband::Axis::GetPrecinct(std::uint32_t theIndex, std::uint32_t& theFirst,
                                 std::uint32_t& theCount) const
 {
     const std::uint64_t aPrecinct = std::uint64_t(itsFirstPrecinct) + theIndex;
-    const std::uint64_t aBegin = std::max<std::uint64_t>(aPrecinct << itsLog2Precinct, itsBegin);
-    const std::uint64_t anEnd = std::min<std::uint64_t>((aPrecinct + 1) << itsLog2Precinct, itsEnd);
-    theFirst = 0;
-    theCount = 0;
-    if (aBegin < anEnd)
-    {
-        const std::uint64_t aFirst = aBegin >> itsLog2Block;
-        theFirst = static_cast<std::uint32_t>(aFirst - GetFirstBlock());
-        theCount = static_cast<std::uint32_t>(CeilDivPow2(anEnd, itsLog2Block) - aFirst);
-    }
+    GetBlocks(std::max<std::uint64_t>(aPrecinct << itsLog2Precinct, itsBegin),
+              std::min<std::uint64_t>((aPrecinct + 1) << itsLog2Precinct, itsEnd), theFirst, theCount);
 }
 
 std::uint32_t Subband::Axis::FindPrecinct(std::uint32_t theBlock) const
@@ -126,6 +131,14 @@ std::uint32_t Subband::GetMostBlockSamples() const
 {
     return std::min(std::uint32_t{1} << itsHorizontal.itsLog2Block, itsRect.GetWidth()) *
            std::min(std::uint32_t{1} << itsVertical.itsLog2Block, itsRect.GetHeight());
+}
+
+BlockRange Subband::GetWindowBlocks() const
+{
+    BlockRange aRange;
+    itsHorizontal.GetBlocks(itsWindow.itsX0, itsWindow.itsX1, aRange.itsColumn, aRange.itsColumns);
+    itsVertical.GetBlocks(itsWindow.itsY0, itsWindow.itsY1, aRange.itsRow, aRange.itsRows);
+    return aRange;
 }
 
 BlockRange Subband::GetPrecinctBlocks(std::uint32_t theColumn, std::uint32_t theRow) const

@@ -42,6 +42,13 @@ public:
     /// On the subband's own grid (T.800 B-15).
     const Rect& GetRect() const { return itsRect; }
 
+    /// The part that is decoded.
+    /// @{
+    void SetWindow(const Rect& theWindow) { itsWindow = theWindow; }
+    const Rect& GetWindow() const { return itsWindow; }
+    BlockRange GetWindowBlocks() const;
+    /// @}
+
     bool IsReversible() const { return itsReversible; }
 
     /// What one unit of a coefficient is worth, as a share of the component's nominal range: the step size of
@@ -104,7 +111,10 @@ private:
         std::uint32_t GetFirstBlock() const { return itsBegin >> itsLog2Block; }
         std::uint32_t CountBlocks() const;
         void GetBlock(std::uint32_t theIndex, std::uint32_t& theBegin, std::uint32_t& theEnd) const;
-        /// The blocks in a precinct, counted from the first one of the subband.
+        /// The blocks that have samples from theBegin to theEnd, counted from the first one of the subband.
+        void GetBlocks(std::uint64_t theBegin, std::uint64_t theEnd, std::uint32_t& theFirst,
+                       std::uint32_t& theCount) const;
+        /// The blocks in a precinct, counted likewise.
         void GetPrecinct(std::uint32_t theIndex, std::uint32_t& theFirst, std::uint32_t& theCount) const;
         /// The precinct that a block lies in.
         std::uint32_t FindPrecinct(std::uint32_t theBlock) const;
@@ -121,6 +131,7 @@ private:
     bool itsReversible = true;
     std::uint8_t itsBlockStyle = 0;
     Rect itsRect;
+    Rect itsWindow;
     Axis itsHorizontal;
     Axis itsVertical;
     float itsStep = 0;

@@ -109,6 +109,7 @@ void Tile::DropLevelsWithoutData(unsigned int theDiscardLevels)
 void Tile::MakeComponents(const ImageSize& theImage, const TileRestrictions& theRestrictions)
 {
     const Rect aTile = theImage.GetTile(GetIndex());
+    const Rect aPart = theRestrictions.itsRegion ? theRestrictions.itsRegion->CutTo(aTile) : aTile;
     const std::vector<ComponentCoding>& aCodings = itsData->itsCoding.itsComponents;
     const std::size_t aCount = std::min(theImage.itsComponents.size(), aCodings.size());
     itsComponents.reserve(aCount);
@@ -117,6 +118,7 @@ void Tile::MakeComponents(const ImageSize& theImage, const TileRestrictions& the
         itsComponents.push_back(std::make_unique<TileComponent>(
             *this, theImage.itsComponents[aComponent], aCodings[aComponent], aTile,
             theImage.ToComponent(aTile, aComponent), theRestrictions.itsDiscardLevels));
+        itsComponents.back()->SetWindow(theImage.ToComponent(aPart, aComponent));
     }
     const std::size_t aMost = theRestrictions.itsMaxComponents;
     itsDecodedComponents = aMost == 0 ? aCount : std::min(aMost, aCount);
@@ -131,7 +133,7 @@ void Tile::CheckSamples() const
     {
         const TileComponent& aTileComponent = *itsComponents[aComponent];
         const std::uint64_t anArea =
-            aTileComponent.GetResolution(aTileComponent.GetResolutionCount() - 1).GetRect().GetArea();
+            aTileComponent.GetResolution(aTileComponent.GetResolutionCount() - 1).GetWindow().GetArea();
         if (anArea > aMost - aSamples)
         {
             Refuse(" has far more samples than its bytes can stand for");

@@ -4,8 +4,10 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include "engine/detail/Rect.h"
 #include "engine/detail/Reports.h"
 #include "engine/detail/markers/ImageSize.h"
 #include "engine/detail/markers/TileData.h"
@@ -54,6 +56,7 @@ struct TileRestrictions
     unsigned int itsDiscardLevels = 0; ///< highest resolutions left out
     unsigned int itsMaxLayers = 0;     ///< 0 for all
     std::size_t itsMaxComponents = 0;  ///< 0 for all
+    std::optional<Rect> itsRegion;     ///< of the reference grid; nothing else is decoded
 };
 
 /// An open tile: its geometry, and its code-blocks' data as its packets brought it (T.800 Annex B).

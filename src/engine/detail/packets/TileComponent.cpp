@@ -7,12 +7,20 @@ namespace j2k
 {
 namespace
 {
-Rect Reduce(const Rect& theArea, unsigned int theLevels)
+// How far the samples reach that one sample is synthesized from (T.800 F.3.7): one or two for the 5/3
+// filters, three or four for the 9/7, by whether the sample's place is even. Beyond that the ends may be
+// anything.
+constexpr std::uint32_t kReversibleMargin = 2;
+constexpr std::uint32_t kIrreversibleMargin = 4;
+
+// The part of a level's low-pass or high-pass samples that lies in theArea of its result: even and odd
+// places.
+Rect ToBand(const Rect& theArea, Band theBand)
 {
-    return {static_cast<std::uint32_t>(CeilDivPow2(theArea.itsX0, theLevels)),
-            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsY0, theLevels)),
-            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsX1, theLevels)),
-            static_cast<std::uint32_t>(CeilDivPow2(theArea.itsY1, theLevels))};
+    const std::uint32_t aRoundX = theBand == Band::HL || theBand == Band::HH ? 0 : 1;
+    const std::uint32_t aRoundY = theBand == Band::LH || theBand == Band::HH ? 0 : 1;
+    return {(theArea.itsX0 + aRoundX) / 2, (theArea.itsY0 + aRoundY) / 2, (theArea.itsX1 + aRoundX) / 2,
+            (theArea.itsY1 + aRoundY) / 2};
 }
 } // namespace
 
@@ -22,7 +30,7 @@ Resolution::Resolution(Tile& theTile, const ComponentCoding& theCoding, const Re
 {
     const unsigned int aLevelsAbove = theCoding.itsLevels - theLevel;
     const std::uint8_t anExponents = theCoding.itsPrecinctSizes[theLevel];
-    itsRect = Reduce(theComponent, aLevelsAbove);
+    itsRect = theComponent.Reduce(aLevelsAbove);
     theScale.itsLevels = aLevelsAbove;
     itsPrecincts = PrecinctGrid(itsRect, anExponents & 15U, anExponents >> 4, theScale);
     if (theLevel == 0)
@@ -33,6 +41,25 @@ Resolution::Resolution(Tile& theTile, const ComponentCoding& theCoding, const Re
     itsSubbands[0] = Subband(theTile, *this, theCoding, theComponent, Band::HL);
     itsSubbands[1] = Subband(theTile, *this, theCoding, theComponent, Band::LH);
     itsSubbands[2] = Subband(theTile, *this, theCoding, theComponent, Band::HH);
+}
+
+Rect Resolution::SetWindow(const Rect& theWindow)
+{
+    itsWindow = theWindow;
+    itsArea = theWindow;
+    if (itsLevel == 0)
+    {
+        itsSubbands[0].SetWindow(itsArea);
+        return {};
+    }
+    if (!theWindow.IsEmpty())
+    {
+        itsArea = theWindow.Grow(IsReversible() ? kReversibleMargin : kIrreversibleMargin).CutTo(itsRect);
+    }
+    itsSubbands[0].SetWindow(ToBand(itsArea, Band::HL));
+    itsSubbands[1].SetWindow(ToBand(itsArea, Band::LH));
+    itsSubbands[2].SetWindow(ToBand(itsArea, Band::HH));
+    return ToBand(itsArea, Band::LL);
 }
 
 Precinct& Resolution::MakePrecinct(std::uint64_t theNumber, Arena& theArena)
@@ -81,6 +108,15 @@ TileComponent::TileComponent(Tile& theTile, const ComponentSize& theSize, const 
         itsResolutions.push_back(
             std::make_unique<Resolution>(theTile, theCoding, theRect, aLevel, aScale, aNext));
         aNext = itsResolutions.back().get();
+    }
+}
+
+void TileComponent::SetWindow(const Rect& theWindow)
+{
+    Rect aWindow = theWindow.Reduce(GetLevels() + 1 - itsDecodedResolutions);
+    for (unsigned int aLevel = itsDecodedResolutions; aLevel-- > 0;)
+    {
+        aWindow = itsResolutions[aLevel]->SetWindow(aWindow);
     }
 }
 

@@ -34,6 +34,14 @@ public:
     /// The image at this resolution (T.800 B-14).
     const Rect& GetRect() const { return itsRect; }
 
+    /// Decodes theWindow of the resolution and no more. Returns what that takes of the resolution below.
+    Rect SetWindow(const Rect& theWindow);
+    const Rect& GetWindow() const { return itsWindow; }
+
+    /// The window with the margins that synthesis needs around it, inside the resolution. What comes out in
+    /// the margins is not the image.
+    const Rect& GetArea() const { return itsArea; }
+
     /// Resolution 0: one subband, LL. Above: HL, LH, HH.
     unsigned int GetSubbandCount() const { return itsLevel == 0 ? 1 : 3; }
     Subband& GetSubband(unsigned int theIndex) { return itsSubbands[theIndex]; }
@@ -61,6 +69,8 @@ public:
 private:
     unsigned int itsLevel;
     Rect itsRect;
+    Rect itsWindow;
+    Rect itsArea;
     PrecinctGrid itsPrecincts;
     std::array<Subband, 3> itsSubbands;
     Resolution* itsNext;
@@ -84,6 +94,9 @@ public:
 
     /// The whole component of the tile on its own grid, at full resolution.
     const Rect& GetRect() const { return itsRect; }
+
+    /// Decodes theWindow, given likewise, and no more. To be called before anything is read.
+    void SetWindow(const Rect& theWindow);
 
     /// Whether the tile's component transform covers this component, and the component is not the first of
     /// the three: reversible samples then have one bit more.
