@@ -58,6 +58,7 @@ struct FuzzFrame
     int itsBitsAllocated;
     int itsPixelRepresentation;
     const char* itsInterpretation;
+    std::optional<PixelRegion> itsRegion; ///< not a parameter: a target may set it
     Bytes itsBytes;
 };
 
@@ -72,6 +73,10 @@ inline std::optional<std::uint64_t> GetFrameSize(const FuzzFrame& theFrame, cons
     {
         const std::unique_ptr<Decoder> aCodec(DecoderFactory::Create(
             theUID, theFrame.itsScaleFactor, theFrame.itsTolerance, false, theFrame.itsBitsStored));
+        if (theFrame.itsRegion)
+        {
+            aCodec->SetRegion(*theFrame.itsRegion);
+        }
         aCodec->SetSource(&aDataSet, aSource);
         std::uint64_t aSize = aCodec->GetOutputSize();
         if (aSize == 0)
@@ -101,6 +106,7 @@ inline void DecodeFrame(const FuzzFrame& theFrame, const RWCString& theUID, int 
         CompressedCodestreamDecoder aDriver(theUID, theFrame.itsBitsStored, aStream, aDataSet,
                                             theFrame.itsScaleFactor, theFrame.itsTolerance);
         aDriver.SetForceUnsignedPixelOutput(theFrame.itsForcesUnsigned);
+        aDriver.SetRegion(theFrame.itsRegion);
         aDriver.Decode(static_cast<unsigned>(theFrame.itsBytes.size()), aPixels.data(), aPixels.size());
     }
     catch (const ExceptionBase& anException)

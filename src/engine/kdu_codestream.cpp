@@ -134,6 +134,7 @@ void kdu_codestream::apply_input_restrictions(int theFirstComponent, int theMaxC
     j2k::TileRestrictions& someRestrictions = aState.GetRestrictions();
     someRestrictions.itsDiscardLevels = static_cast<unsigned int>(aDiscard);
     someRestrictions.itsRegion = aRegion;
+    aState.GetReader().KeepOnly(aState.GetReader().GetImageSize().FindTiles(GetPart(aState)));
     someRestrictions.itsMaxLayers = static_cast<unsigned int>(std::max(theMaxLayers, 0));
     someRestrictions.itsMaxComponents =
         theMaxComponents < get_num_components() ? static_cast<std::size_t>(std::max(theMaxComponents, 0)) : 0;
@@ -191,8 +192,7 @@ kdu_tile kdu_codestream::open_tile(kdu_coords theIndex)
     const j2k::Rect someTiles = anImage.FindTiles(GetPart(aState));
     const auto aColumn = static_cast<std::uint32_t>(theIndex.x);
     const auto aRow = static_cast<std::uint32_t>(theIndex.y);
-    if (aColumn < someTiles.itsX0 || aRow < someTiles.itsY0 || aColumn >= someTiles.itsX1 ||
-        aRow >= someTiles.itsY1)
+    if (!someTiles.Contains(aColumn, aRow))
     {
         aState.GetReports().Error("There is no tile (" + std::to_string(theIndex.x) + ", " +
                                   std::to_string(theIndex.y) + ")");

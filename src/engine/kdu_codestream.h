@@ -67,7 +67,8 @@ public:
     /// get_fewest_levels(true) tells. theMaxLayers: quality layers that are used, 0 for all.
     /// theRegion: a rectangle of the reference grid outside of which nothing is decoded, null for everything;
     /// one that does not meet the image is an error. From then on the codestream, its tiles and all below
-    /// them tell the region's places and extents in place of the image's.
+    /// them tell the region's places and extents in place of the image's; tiles that the region does not meet
+    /// are gone once they were read past.
     /// theFirstComponent must be 0; theMaxComponents at or above the number of
     /// components, or 0, means all of them; a smaller one limits what tiles decode.
     void apply_input_restrictions(int theFirstComponent, int theMaxComponents, int theDiscardLevels,

@@ -96,6 +96,27 @@ TEST(JPEG2000Decoder, AnnouncesWhatTheCodestreamHas)
     EXPECT_EQ(aCodec.GetCompressionReversible(), Decoder::CR_UNSPECIFIED);
 }
 
+/// That the pixels are the image's is held elsewhere, where regions of codecs that ignore them are cut out.
+TEST(JPEG2000Decoder, DecodesNoMoreThanARegion)
+{
+    for (const auto& [aScale, aPart] :
+         {std::pair{1, PixelRegion{6, 1, 3, 2}}, {2, {3, 0, 2, 2}}, {9, {0, 0, 1, 1}}})
+    {
+        ByteSource aSource(Grey12());
+        JPEG2000Decoder aCodec(aScale, Decoder::PET_FAST);
+        aCodec.SetRegion({6, 1, 3, 2});
+        aCodec.SetSource(nullptr, aSource);
+        EXPECT_EQ(aCodec.GetDecodedRegion(), aPart) << aScale;
+        EXPECT_EQ(aCodec.GetImageWidth(), aPart.itsWidth);
+        EXPECT_EQ(aCodec.GetImageHeight(), aPart.itsHeight);
+        EXPECT_EQ(DecodeAll(aCodec).size(), 2 * aPart.itsWidth * aPart.itsHeight);
+    }
+    ByteSource aSource(Grey12());
+    JPEG2000Decoder aCodec(2, Decoder::PET_FAST);
+    aCodec.SetRegion({6, 1, kGreyWidth - 5, 2});
+    EXPECT_THROW(aCodec.SetSource(nullptr, aSource), StreamIOException);
+}
+
 TEST(JPEG2000Decoder, ReachesTheBitsThatTheDataSetReports)
 {
     // Readers extend the sign from the highest bit stored: with 14 reported, bit 13 must be right.

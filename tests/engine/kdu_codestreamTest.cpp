@@ -52,6 +52,26 @@ TEST(KduCodestream, DiscardsAsManyLevelsAsAllTilesHave)
     EXPECT_EQ(GetDims(anOpen, 0), (std::vector{3, 1, 13, 11}));
 }
 
+/// Of four tiles of 8 x 8 the image, from (3, 1) on, has the corners.
+TEST(KduCodestream, KeepsToARegion)
+{
+    OpenCodestream anOpen(Grey12());
+    kdu_dims aRegion{{9, 2}, {40, 5}};
+    anOpen->apply_input_restrictions(0, 0, 0, 0, &aRegion);
+    EXPECT_EQ(GetDims(anOpen, 0), (std::vector{9, 2, 7, 5}));
+    kdu_dims aTiles;
+    anOpen->get_valid_tiles(aTiles);
+    EXPECT_TRUE(aTiles.pos.x == 1 && aTiles.pos.y == 0 && aTiles.size.x == 1 && aTiles.size.y == 1);
+    EXPECT_THROW(anOpen->open_tile({0, 0}), EngineReport);
+    kdu_dims aBand;
+    anOpen->open_tile({1, 0}).access_component(0).access_resolution(2).access_subband(1).get_dims(aBand);
+    EXPECT_EQ((std::vector{aBand.pos.x, aBand.pos.y, aBand.size.x, aBand.size.y}), (std::vector{2, 1, 2, 1}));
+    EXPECT_LT(anOpen.GetSource().GetPosition(), kLastLength);
+    anOpen->apply_input_restrictions(0, 0, 0, 0, nullptr);
+    EXPECT_THROW(anOpen->open_tile({0, 0}), EngineReport) << "its bytes were not kept";
+    EXPECT_TRUE(anOpen->open_tile({1, 1}).exists());
+}
+
 TEST(KduCodestream, RefusesWhatIsNotThere)
 {
     OpenCodestream anOpen(Grey12());

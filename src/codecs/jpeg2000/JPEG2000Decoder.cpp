@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "codecs/jpeg/JPEGDecoder.h"
 #include "codecs/jpeg2000/KDUMessages.h"
@@ -196,6 +197,8 @@ void JPEG2000Decoder::ReadComponents()
     {
         FailHeader("Image component count not in (1, 3) as required by DICOM");
     }
+    kdu_dims aFullSize;
+    aCodestream.get_dims(0, aFullSize);
     SetPhase("itsCodestream.apply_input_restrictions()");
     aCodestream.apply_input_restrictions(0, aDecoded, itsScaleFactor - 1, 0, nullptr,
                                          KDU_WANT_OUTPUT_COMPONENTS);
@@ -213,6 +216,44 @@ void JPEG2000Decoder::ReadComponents()
             FailHeader(kTexts[c]);
         }
     }
+    itsState->itsPart = {0, 0, GetImageWidth(), GetImageHeight()};
+    if (GetRegion())
+    {
+        CheckRegion(*GetRegion(), {0, 0, Unsigned(aFullSize.size.x), Unsigned(aFullSize.size.y)});
+        RestrictToRegion(aDecoded);
+    }
+}
+
+/// Once it is known which image there is at the resolution that is decoded: the engine takes a region of the
+/// reference grid.
+void JPEG2000Decoder::RestrictToRegion(int theComponents)
+{
+    State& aState = *itsState;
+    const int aLevels =
+        itsScaleFactor > 1 ? std::min(itsScaleFactor - 1, aState.itsCodestream.get_fewest_levels(true)) : 0;
+    aState.itsPart = GetRegion()->Reduced(aLevels).ClippedTo(GetImageWidth(), GetImageHeight());
+    const kdu_coords aSampling = aState.itsCodestream.get_subsampling(0);
+    const auto aPlace = [aLevels](int theOrigin, std::uint64_t thePixel, int theSampling)
+    {
+        // The grid ends below that, and may end before the last pixel does.
+        constexpr std::uint64_t kEnd = std::numeric_limits<int>::max();
+        const std::uint64_t aPixels = (Unsigned(theOrigin) + thePixel) << aLevels;
+        return static_cast<int>(std::min(aPixels * Unsigned(theSampling), kEnd));
+    };
+    const auto& [aColumn, aRow, aWidth, aHeight] = aState.itsPart;
+    kdu_dims aRegion;
+    aRegion.pos = {aPlace(aState.itsDims.pos.x, aColumn, aSampling.x),
+                   aPlace(aState.itsDims.pos.y, aRow, aSampling.y)};
+    aRegion.size = {aPlace(aState.itsDims.pos.x, aColumn + aWidth, aSampling.x) - aRegion.pos.x,
+                    aPlace(aState.itsDims.pos.y, aRow + aHeight, aSampling.y) - aRegion.pos.y};
+    aState.itsCodestream.apply_input_restrictions(0, theComponents, aLevels, 0, &aRegion,
+                                                  KDU_WANT_OUTPUT_COMPONENTS);
+    aState.itsCodestream.get_dims(0, aState.itsDims);
+}
+
+PixelRegion JPEG2000Decoder::GetDecodedRegion() const
+{
+    return itsState->itsPart;
 }
 
 void JPEG2000Decoder::ReadDepth()

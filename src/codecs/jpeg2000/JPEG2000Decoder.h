@@ -42,9 +42,9 @@ public:
     JPEG2000Decoder& operator=(const JPEG2000Decoder&);
     /// @}
 
-    /// Decodes the whole image and ends the codestream. The frame length is not used: the codestream knows
-    /// its own end. Throws StreamIOException (code 62) before anything is decoded when theBuffer is null or
-    /// theSize is less than width x height x samples x bytes per sample.
+    /// Decodes the whole image, or the region, and ends the codestream. The frame length is not used: the
+    /// codestream knows its own end. Throws StreamIOException (code 62) before anything is decoded when
+    /// theBuffer is null or theSize is less than width x height x samples x bytes per sample.
     void Decode(unsigned int theFrameLength, void* theBuffer, std::uint64_t theSize) override;
 
     /// Grey for one component; for three YBR_RCT or YBR_ICT where the codestream has a component transform,
@@ -52,11 +52,16 @@ public:
     ColorModel GetCompressedColorspace() const override;
     std::int16_t GetScanMode() const override { return 0; }
 
-    /// Dimensions of the first component at the resolution that is decoded; 0 before SetSource.
+    /// Dimensions of the first component, or of the region's part of it, at the resolution that is decoded; 0
+    /// before SetSource.
     /// @{
     std::uint64_t GetImageWidth() const override;
     std::uint64_t GetImageHeight() const override;
     /// @}
+
+    /// The region that was told, reduced: nothing else is decoded, and the image has its size. SetSource
+    /// refuses one that is not inside the image.
+    PixelRegion GetDecodedRegion() const override;
 
     int IsSupportsOutputPixelSignConversion() const override { return 1; }
     void SetCompressionReversible(CompressionReversible theValue) override;
@@ -139,6 +144,7 @@ private:
     void ReadHeader();
     void CreateCodestream();
     void ReadComponents();
+    void RestrictToRegion(int theComponents);
     void ReadDepth();
     void SettleSign();
     void OpenFirstTile();

@@ -29,6 +29,10 @@ struct Rect
     std::uint32_t GetWidth() const { return itsX1 > itsX0 ? itsX1 - itsX0 : 0; }
     std::uint32_t GetHeight() const { return itsY1 > itsY0 ? itsY1 - itsY0 : 0; }
     bool IsEmpty() const { return itsX1 <= itsX0 || itsY1 <= itsY0; }
+    bool Contains(std::uint32_t theX, std::uint32_t theY) const
+    {
+        return theX >= itsX0 && theX < itsX1 && theY >= itsY0 && theY < itsY1;
+    }
     bool operator==(const Rect&) const = default;
     std::uint64_t GetArea() const { return std::uint64_t(GetWidth()) * GetHeight(); }
 

@@ -115,6 +115,29 @@ TEST(DiscardedResolutions, AreNotDecoded)
     }
 }
 
+/// Likewise: the last block of the highest resolution is decoded for a region only where that is made of it.
+TEST(Regions, LeaveOtherBlocksAlone)
+{
+    Dice aDice(7);
+    OpenJpeg::Options anOptions;
+    anOptions.itsBlockWidth = anOptions.itsBlockHeight = 16;
+    anOptions.itsBlockStyle = 32;
+    anOptions.itsOrder = "RLCP";
+    anOptions.itsPrecincts = {{64, 64}};
+    anOptions.itsSOP = anOptions.itsEPH = true;
+    const auto aStream = OpenJpeg::Encode(MakeImage(90, 70, 1, 12, false, aDice), anOptions);
+    CodestreamEditor anEditor(aStream);
+    auto& aBody = anEditor.GetTileParts().at(0).itsPackets.back().itsBody;
+    aBody.at(aBody.size() - 4) ^= 0x55;
+    const auto aDamaged = anEditor.Join(Headers::InPlace, true);
+    for (const auto& [aPlace, isTouched] : {std::pair{0, false}, {62, false}, {63, true}, {80, true}})
+    {
+        EngineOptions aPart = kFussy;
+        aPart.itsRegion = kdu_dims{{aPlace, aPlace * 7 / 9}, {1, 20}};
+        EXPECT_EQ(ReportOf([&] { EngineDecode(aDamaged, aPart); }).empty(), !isTouched) << aPlace;
+    }
+}
+
 /// One component of 50 x 40, encoded by itself.
 CodestreamEditor EncodeAlone(const PlanarImage& theImage, std::size_t theComponent, int theResolutions,
                              int theRoiShift)

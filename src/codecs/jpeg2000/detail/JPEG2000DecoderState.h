@@ -31,7 +31,8 @@ struct JPEG2000Decoder::State
     kdu_codestream itsCodestream;
     kdu_tile itsCurrentlyOpenTile;
     kdu_dims itsValidTiles;
-    kdu_dims itsDims;
+    kdu_dims itsDims;                   ///< of what is decoded,
+    PixelRegion itsPart;                ///< and where that lies in the whole image
     std::vector<JP2Channel> itsColours; ///< of a JP2 file, where they are applied; else empty
     std::array<JPEG2000Channel, 3> itsChannels{};
     bool itsYCC = false;

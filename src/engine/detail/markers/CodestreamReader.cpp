@@ -54,6 +54,7 @@ struct CodestreamReader::Implementation
     }
 
     void ReadTilePart();
+    void DropUnlessKept(std::uint32_t theNumber, CollectedTile& theTile) const;
     bool IsComplete(std::uint32_t theTile) const;
     bool IsTruncated(const CollectedTile& theTile) const;
     void SetProgressions(const CollectedTile& theTile, TileData& theData) const;
@@ -66,6 +67,7 @@ struct CodestreamReader::Implementation
     std::optional<TilePartReader> itsTileParts;
     std::map<std::uint32_t, CollectedTile> itsTiles;
     std::vector<bool> itsIsTaken;
+    Rect itsKept; ///< columns and rows of tiles
 };
 
 /// Tile-parts of tiles that are not there, or were taken already, are read and dropped.
@@ -93,6 +95,18 @@ void CodestreamReader::Implementation::ReadTilePart()
     if (isFirst)
     {
         itsFewestLevels.AddTile(aTile->itsCoding);
+    }
+    DropUnlessKept(aStart.itsTile, *aTile);
+}
+
+void CodestreamReader::Implementation::DropUnlessKept(std::uint32_t theNumber, CollectedTile& theTile) const
+{
+    const std::uint32_t anAcross = itsHeader.itsImage.itsTilesAcross;
+    if (!itsKept.Contains(theNumber % anAcross, theNumber / anAcross))
+    {
+        theTile.itsIsDropped = true;
+        theTile.itsBody = {};
+        theTile.itsPackedHeaders = {};
     }
 }
 
@@ -141,6 +155,7 @@ void CodestreamReader::ReadMainHeader()
     anOwn.itsFewestLevels = FewestLevels(
         MergeCoding(anOwn.itsHeader.itsCoding, CodingSegments(), anImage.itsComponents.size(), nullptr),
         anImage.GetTileCount());
+    anOwn.itsKept = anImage.FindTiles(anImage.itsImage);
     anOwn.itsIsTaken.assign(anImage.GetTileCount(), false);
     anOwn.itsTileParts.emplace(anOwn.itsMarkers, anOwn.itsHeader, anOwn.itsReports);
     anOwn.itsTileParts->ReadFirstStart();
@@ -164,6 +179,15 @@ unsigned int CodestreamReader::GetFewestLevels() const
     return itsImplementation->itsFewestLevels.Get();
 }
 
+void CodestreamReader::KeepOnly(const Rect& theTiles)
+{
+    itsImplementation->itsKept = theTiles;
+    for (auto& [aNumber, aTile] : itsImplementation->itsTiles)
+    {
+        itsImplementation->DropUnlessKept(aNumber, aTile);
+    }
+}
+
 std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
 {
     Implementation& anOwn = *itsImplementation;
@@ -176,6 +200,10 @@ std::unique_ptr<TileData> CodestreamReader::TakeTile(std::uint32_t theTile)
         anOwn.ReadTilePart();
     }
     CollectedTile& aTile = anOwn.itsTiles[theTile];
+    if (aTile.itsIsDropped)
+    {
+        anOwn.itsReports.Error("Tile " + std::to_string(theTile) + " was outside of the region when it came");
+    }
     auto aResult = std::make_unique<TileData>();
     aResult->itsIndex = theTile;
     aResult->itsTruncated = anOwn.IsTruncated(aTile);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "engine/detail/Rect.h"
 #include "engine/detail/Reports.h"
 #include "engine/detail/markers/CodingSegments.h"
 #include "engine/detail/markers/ImageSize.h"
@@ -60,8 +61,13 @@ public:
     /// the main header stands for the others.
     unsigned int GetFewestLevels() const;
 
-    /// Reads on until theTile, which must be in range, is complete and gives it away; later calls for it are
-    /// an error. A tile without any tile-part comes back with an empty body, marked as truncated.
+    /// From now on nothing but the headers is kept of tiles outside of theTiles, the columns and rows of
+    /// those that may be taken; what came of others goes.
+    void KeepOnly(const Rect& theTiles);
+
+    /// Reads on until theTile, which must be in range, is complete and gives it away; later calls for it, and
+    /// for one that was not kept, are an error. A tile without any tile-part comes back with an empty body,
+    /// marked as truncated.
     std::unique_ptr<TileData> TakeTile(std::uint32_t theTile);
 
 private:

@@ -24,6 +24,7 @@ struct CollectedTile
     bool itsIsCutShort = false;         ///< a tile-part ended before its length was reached
     std::uint64_t itsMissingBytes = 0;  ///< of such tile-parts, as far as they state a length
     bool itsLacksLength = false;        ///< one of them states none
+    bool itsIsDropped = false;          ///< its bytes were not kept
     CodingSegments itsCoding;
     std::vector<BodyChunk> itsBody;
     bool itsHasPackedHeaders = false;
