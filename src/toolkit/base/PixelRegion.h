@@ -7,11 +7,12 @@
 /// A rectangle of pixels, counted from the first pixel of an image. A plain record.
 struct PixelRegion
 {
-    std::uint64_t itsX = 0; ///< first column
-    std::uint64_t itsY = 0; ///< first row
-    std::uint64_t itsWidth = 0;
-    std::uint64_t itsHeight = 0;
+    std::uint64_t itsX = 0;      ///< first column
+    std::uint64_t itsY = 0;      ///< first row
+    std::uint64_t itsWidth = 0;  ///< columns
+    std::uint64_t itsHeight = 0; ///< rows
 
+    /// Whether both are the same pixels, empty ones by their numbers.
     bool operator==(const PixelRegion&) const = default;
 
     /// Whether all of theOther lies inside this one.
