@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 import com.quorix.decompression.DecodeOptions;
 import com.quorix.decompression.Decompressor;
+import com.quorix.decompression.FrameListener;
 import com.quorix.decompression.ImageType;
+import com.quorix.decompression.Renderable;
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import java.io.IOException;
 import java.lang.management.GarbageCollectorMXBean;
 import java.lang.management.ManagementFactory;
+import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
@@ -15,18 +18,27 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /**
- * What the way through Java costs: every DICOM file of a folder is decoded through Java and by a native
- * loop in the same process, turn by turn, and the medians of the thread's CPU time are printed side by side,
- * the difference as the median of the turns' differences. Files whose name begins with {@code frames} are
- * decoded whole, in one call through Java. The last line tells what the garbage collector took besides.
+ * What the way through Java costs: every DICOM file of a folder is decoded through Java and by a native loop in the
+ * same process, turn by turn, and the least CPU times of the thread that any turn needed are compared: from a file
+ * with the native loop over the file, from memory with that over memory. Files whose name begins with {@code frames}
+ * are decoded whole, in one call through Java. The last line tells what the garbage collector took besides.
  */
 public final class BridgeBenchmark {
     private static final DecodeOptions DICOM = DecodeOptions.DEFAULT.withType(ImageType.DICOM);
+    private static final FrameListener CLOSING = (index, image) -> {
+        image.close();
+        return true;
+    };
     private static final long BATCH_NANOS = 30_000_000;
     private static final int TURNS = Integer.getInteger("turns", 41);
     private static final long WARM_UP_NANOS = TURNS > 1 ? 1_500_000_000 : 0;
 
     private BridgeBenchmark() {
+    }
+
+    /** One way of decoding, as often as it is told. */
+    private interface Way {
+        void decode() throws IOException;
     }
 
     /**
@@ -37,8 +49,8 @@ public final class BridgeBenchmark {
      */
     public static void main(String[] arguments) throws IOException {
         System.load(Path.of(arguments[1]).toAbsolutePath().toString());
-        System.out.println("| file | through Java, ms | native, ms | difference, ms | difference, % |");
-        System.out.println("|---|---:|---:|---:|---:|");
+        System.out.println("| file | native file, ms | path, % | native memory, ms | direct buffer, % | array, % | stream, % |");
+        System.out.println("|---|---:|---:|---:|---:|---:|---:|");
         long start = System.nanoTime();
         for (Path file : filesOf(Path.of(arguments[0]))) {
             measure(file);
@@ -57,74 +69,71 @@ public final class BridgeBenchmark {
 
     private static void measure(Path file) throws IOException {
         byte[] bytes = Files.readAllBytes(file);
+        byte[] path = file.toString().getBytes();
+        ByteBuffer direct = ByteBuffer.allocateDirect(bytes.length).put(bytes).flip();
         String name = file.getFileName().toString().replace(".dcm", "");
         int frames = name.startsWith("frames") ? countFrames(bytes) : 1;
-        int rounds = warmUp(bytes, frames);
-        double[] java = new double[TURNS];
-        double[] natives = new double[TURNS];
-        double[] differences = new double[TURNS];
-        for (int turn = 0; turn < TURNS; turn++) {
-            java[turn] = decodeByJava(bytes, rounds, frames) / 1e6 / rounds;
-            natives[turn] = decodeByNativeLoop(bytes, rounds, frames) / 1e6 / rounds;
-            differences[turn] = java[turn] - natives[turn];
-        }
-        double through = median(java);
-        double straight = median(natives);
-        double difference = median(differences);
-        System.out.printf("| %s | %.3f | %.3f | %.3f | %.1f |%n", name, through, straight, difference,
-                100 * difference / straight);
+        Way[] ways = frames == 1
+                ? new Way[] {() -> decodeNatively(path, true, 1), () -> close(Decompressor.decode(file, DICOM)),
+                    () -> decodeNatively(bytes, false, 1), () -> close(Decompressor.decode(direct, DICOM)),
+                    () -> close(Decompressor.decode(bytes, DICOM)), () -> close(Decompressor.decode(stream(bytes), DICOM))}
+                : new Way[] {() -> decodeNatively(path, true, frames), () -> Decompressor.decodeFrames(file, DICOM, CLOSING),
+                    () -> decodeNatively(bytes, false, frames), () -> Decompressor.decodeFrames(direct, DICOM, CLOSING),
+                    () -> Decompressor.decodeFrames(bytes, DICOM, CLOSING),
+                    () -> Decompressor.decodeFrames(stream(bytes), DICOM, CLOSING)};
+        double[] least = leastTimes(ways);
+        System.out.printf("| %s | %.3f | %.1f | %.3f | %.1f | %.1f | %.1f |%n", name, least[0],
+                above(least[1], least[0]), least[2], above(least[3], least[2]), above(least[4], least[2]),
+                above(least[5], least[2]));
     }
 
-    /** Runs both ways until the JVM has compiled its own; returns how many rounds make one batch. */
-    private static int warmUp(byte[] bytes, int frames) throws IOException {
+    private static ByteBufferSeekableInputStream stream(byte[] bytes) {
+        return new ByteBufferSeekableInputStream(bytes);
+    }
+
+    private static void close(Renderable image) {
+        image.close();
+    }
+
+    private static double above(double time, double natively) {
+        return 100 * (time - natively) / natively;
+    }
+
+    /** In milliseconds for one decoding; warmed up before, until the JVM has compiled its own. */
+    private static double[] leastTimes(Way[] ways) throws IOException {
         long end = System.nanoTime() + WARM_UP_NANOS;
         long round = Long.MAX_VALUE;
         do {
-            round = Math.min(round, decodeByJava(bytes, 1, frames));
-            decodeByNativeLoop(bytes, 1, frames);
+            for (Way way : ways) {
+                round = Math.min(round, timeOf(way, 1));
+            }
         } while (System.nanoTime() < end);
-        return (int) Math.max(1, BATCH_NANOS / round);
+        int rounds = (int) Math.max(1, BATCH_NANOS / round);
+        double[] least = new double[ways.length];
+        Arrays.fill(least, Double.MAX_VALUE);
+        for (int turn = 0; turn < TURNS; turn++) {
+            for (int i = 0; i < ways.length; i++) {
+                least[i] = Math.min(least[i], timeOf(ways[i], rounds) / 1e6 / rounds);
+            }
+        }
+        return least;
+    }
+
+    private static long timeOf(Way way, int rounds) throws IOException {
+        long start = ManagementFactory.getThreadMXBean().getCurrentThreadCpuTime();
+        for (int round = 0; round < rounds; round++) {
+            way.decode();
+        }
+        return ManagementFactory.getThreadMXBean().getCurrentThreadCpuTime() - start;
     }
 
     private static int countFrames(byte[] bytes) throws IOException {
         try (DICOMDataObject dataSet = new DICOMDataObject()) {
-            dataSet.loadHeader(new ByteBufferSeekableInputStream(bytes));
+            dataSet.loadHeader(stream(bytes));
             return Math.max(1, dataSet.getInteger(0x00280008, 1));
         }
     }
 
-    private static long decodeByJava(byte[] bytes, int rounds, int frames) throws IOException {
-        long start = cpuTime();
-        for (int round = 0; round < rounds; round++) {
-            ByteBufferSeekableInputStream in = new ByteBufferSeekableInputStream(bytes);
-            if (frames == 1) {
-                Decompressor.decode(in, DICOM).close();
-            } else {
-                Decompressor.decodeFrames(in, DICOM, (index, image) -> {
-                    image.close();
-                    return true;
-                });
-            }
-        }
-        return cpuTime() - start;
-    }
-
-    private static long cpuTime() {
-        return ManagementFactory.getThreadMXBean().getCurrentThreadCpuTime();
-    }
-
-    private static long decodeByNativeLoop(byte[] bytes, int rounds, int frames) throws IOException {
-        long time = decodeNatively(bytes, rounds, frames);
-        if (time < 0) {
-            throw new IOException("the native loop cannot decode this");
-        }
-        return time;
-    }
-
-    private static double median(double[] values) {
-        Arrays.sort(values);
-        return values[values.length / 2];
-    }
-
-    private static native long decodeNatively(byte[] file, int rounds, int frames);
+    /** Decodes frame 0, 1 and so on without Java; of a file's bytes, or of the file with this name. */
+    private static native void decodeNatively(byte[] source, boolean isName, int frames) throws IOException;
 }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The requests of BridgeBenchmark.java, served without Java in the same process.
 
-#include <ctime>
-#include <vector>
+#include <string>
 
 #include <jni.h>
 
@@ -11,46 +10,50 @@
 #include "decompressors/DecompressionResult.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/io/InputStream.h"
+#include "toolkit/io/LFStream.h"
 
 namespace
 {
-/// In nanoseconds.
-jlong CpuTimeOfThread()
+bool DecodeOnce(InputStream& theStream, int theFrame)
 {
-    std::timespec aTime{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &aTime);
-    return static_cast<jlong>(aTime.tv_sec) * 1'000'000'000 + aTime.tv_nsec;
-}
-
-bool DecodeOnce(const std::vector<jbyte>& theFile, int theFrame)
-{
-    MemoryInputStream aStream(theFile.data(), theFile.size());
     DICOMDataObject aDataSet;
-    DecompressionRequest aRequest(&aStream, &aDataSet, "", false, 1, theFrame, "", false);
+    DecompressionRequest aRequest(&theStream, &aDataSet, "", false, 1, theFrame, "", false);
+    aRequest.setReading(Reading::BY_MEANING);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     return aResult.getRenderable() != nullptr;
 }
+
+bool DecodeFile(const std::string& theName, int theFrame)
+{
+    LFInputStream aStream(theName, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
+    return aStream.IsOpen() && DecodeOnce(aStream, theFrame);
+}
+
+bool DecodeMemory(const void* theBytes, std::size_t theSize, int theFrame)
+{
+    MemoryInputStream aStream(theBytes, theSize);
+    return DecodeOnce(aStream, theFrame);
+}
 } // namespace
 
-/// Decodes theRounds times, frame 0, 1 … theFrames - 1 each time. Returns the thread's CPU time in
-/// nanoseconds, negative when a frame could not be decoded.
-extern "C" JNIEXPORT jlong JNICALL Java_BridgeBenchmark_decodeNatively(JNIEnv* theEnv, jclass,
-                                                                       jbyteArray theFile, jint theRounds,
-                                                                       jint theFrames)
+extern "C" JNIEXPORT void JNICALL Java_BridgeBenchmark_decodeNatively(JNIEnv* theEnv, jclass,
+                                                                      jbyteArray theSource, jboolean isName,
+                                                                      jint theFrames)
 {
-    std::vector<jbyte> aFile(static_cast<std::size_t>(theEnv->GetArrayLength(theFile)));
-    theEnv->GetByteArrayRegion(theFile, 0, static_cast<jsize>(aFile.size()), aFile.data());
-    const jlong aStart = CpuTimeOfThread();
-    for (jint aRound = 0; aRound < theRounds; ++aRound)
+    // Nothing is copied: pinning the array is what a benchmark may do.
+    const auto aSize = static_cast<std::size_t>(theEnv->GetArrayLength(theSource));
+    void* const aSource = theEnv->GetPrimitiveArrayCritical(theSource, nullptr);
+    bool isDecoded = aSource != nullptr;
+    for (jint aFrame = 0; isDecoded && aFrame < theFrames; ++aFrame)
     {
-        for (jint aFrame = 0; aFrame < theFrames; ++aFrame)
-        {
-            if (!DecodeOnce(aFile, aFrame))
-            {
-                return -1;
-            }
-        }
+        isDecoded = isName != JNI_FALSE
+                        ? DecodeFile(std::string(static_cast<const char*>(aSource), aSize), aFrame)
+                        : DecodeMemory(aSource, aSize, aFrame);
     }
-    return CpuTimeOfThread() - aStart;
+    theEnv->ReleasePrimitiveArrayCritical(theSource, aSource, JNI_ABORT);
+    if (!isDecoded)
+    {
+        theEnv->ThrowNew(theEnv->FindClass("java/io/IOException"), "the native loop cannot decode this");
+    }
 }

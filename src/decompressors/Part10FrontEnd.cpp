@@ -2,8 +2,6 @@
 #include "decompressors/detail/Part10FrontEnd.h"
 
 #include "decoding/CodecTable.h"
-#include "decompressors/DecompressionRequest.h"
-#include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/WarningHandOver.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/CaughtException.h"
@@ -70,32 +68,34 @@ void Part10FrontEnd::Serve(DecompressionRequest& theRequest, MemoryAllocater& th
                            const char* theClassName, DecompressionResult& theResult,
                            const std::function<void(Part10FrontEnd&)>& theDecode)
 {
-    try
+    Guard(theRequest, theResult,
+          [&]
+          {
+              Part10FrontEnd aFrontEnd(theRequest, theAllocator);
+              const WarningHandOver aHandOver(aFrontEnd.GetReadingContext(), theResult);
+              if (aFrontEnd.OpenAndParse(theClassName, theResult))
+              {
+                  theDecode(aFrontEnd);
+              }
+          });
+}
+
+bool Part10FrontEnd::OpenAndParse(const char* theClassName, DecompressionResult& theResult)
+{
+    if (!Open(theResult))
     {
-        theResult.forgetRenderable();
-        theResult.clearWarnings();
-        Part10FrontEnd aFrontEnd(theRequest, theAllocator);
-        const WarningHandOver aHandOver(aFrontEnd.GetReadingContext(), theResult);
-        if (!aFrontEnd.Open(theResult))
-        {
-            return;
-        }
-        SetOutcome(theResult, DLRC_SUCCESS, 0, "Completed successfully");
-        aFrontEnd.Parse();
-        if (aFrontEnd.GetPixelData() != nullptr)
-        {
-            theDecode(aFrontEnd);
-            return;
-        }
+        return false;
+    }
+    SetOutcome(theResult, DLRC_SUCCESS, 0, "Completed successfully");
+    Parse();
+    if (itsPixelData == nullptr)
+    {
         SetOutcome(theResult, DLRC_GENERAL_FAILURE, 0,
                    RWCString(theClassName) +
                        "::Decode: (no Renderable at end - no Pixel data found in object being "
                        "decoded)");
     }
-    catch (...)
-    {
-        ReportCurrentException(theResult, theRequest.getReading());
-    }
+    return itsPixelData != nullptr;
 }
 
 bool Part10FrontEnd::Open(DecompressionResult& theResult)

@@ -6,6 +6,7 @@
 #include "image/Renderable.h"
 #include "jni/FakeJavaQueue.h"
 #include "jni/FakeJavaStream.h"
+#include "jni/streams/JavaSource.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
 extern "C"
@@ -20,12 +21,15 @@ extern "C"
         JNIEnv*, jobject, jobject, jint, jboolean, jlong, jstring, jint, jobject);
     JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(JNIEnv*, jobject, jobject,
                                                                                   jlong, jint, jboolean, jint,
-                                                                                  jboolean);
-    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeStream(JNIEnv*, jobject, jobject,
-                                                                                   jlong, jint, jint, jint,
-                                                                                   jboolean);
-    JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(JNIEnv*, jobject, jobject,
-                                                                                    jlong, jint, jboolean);
+                                                                                  jintArray, jboolean);
+    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeSource(JNIEnv*, jobject, jint,
+                                                                                   jobject, jint, jint, jlong,
+                                                                                   jint, jint, jint,
+                                                                                   jintArray, jboolean);
+    JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(JNIEnv*, jobject, jint,
+                                                                                    jobject, jint, jint,
+                                                                                    jlong, jint, jint,
+                                                                                    jintArray, jboolean);
 }
 
 /// What Java has when it calls the decoding methods: an image as a queue and as a stream, a result object
@@ -91,14 +95,16 @@ public:
                 &itsJava, nullptr, itsStreamArgument, aDataSet, 0, itsResultArgument);
         case Method::RUN_QUEUE:
             return Take(Java_com_quorix_decompression_DecodeRun_decodeQueue(
-                &itsJava, itsResultArgument, itsQueueArgument, aDataSet, theImageType, JNI_TRUE, 1,
+                &itsJava, itsResultArgument, itsQueueArgument, aDataSet, theImageType, JNI_TRUE, 1, nullptr,
                 JNI_FALSE));
         case Method::RUN_STREAM:
-            return Take(Java_com_quorix_decompression_DecodeRun_decodeStream(
-                &itsJava, itsResultArgument, itsStreamArgument, aDataSet, theImageType, 0, 1, JNI_FALSE));
+            return Take(Java_com_quorix_decompression_DecodeRun_decodeSource(
+                &itsJava, itsResultArgument, JavaSource::STREAM, itsStreamArgument, 0, 0, aDataSet,
+                theImageType, 0, 1, nullptr, JNI_FALSE));
         case Method::RUN_FRAMES:
             return Java_com_quorix_decompression_DecodeRun_decodeFrames(
-                &itsJava, itsResultArgument, itsStreamArgument, aDataSet, 0, JNI_FALSE);
+                &itsJava, itsResultArgument, JavaSource::STREAM, itsStreamArgument, 0, 0, aDataSet, 0, 1,
+                nullptr, JNI_FALSE);
         default:
             return Java_com_quorix_decompression_NDecompressor_decodeOrtho(
                 &itsJava, nullptr, itsStreamArgument, theImageType, JNI_TRUE, aDataSet, nullptr, 1,

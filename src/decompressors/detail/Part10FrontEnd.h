@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "decompressors/DecompressionRequest.h"
+#include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/Part10ImageAttributes.h"
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/Reading.h"
@@ -12,8 +14,6 @@
 #include "toolkit/dicom/DataSetReader.h"
 #include "toolkit/dicom/Part10InputStream.h"
 
-class DecompressionRequest;
-class DecompressionResult;
 struct CodecRow;
 
 /// The way from a request to a parsed Part 10 stream that stands at its Pixel Data: what every
@@ -36,6 +36,28 @@ public:
     static void Serve(DecompressionRequest& theRequest, MemoryAllocater& theAllocator,
                       const char* theClassName, DecompressionResult& theResult,
                       const std::function<void(Part10FrontEnd&)>& theDecode);
+
+    /// Executes theWork and puts what it throws into theResult, which holds no image and no warnings when it
+    /// begins. Never throws.
+    template <class Work>
+    static void Guard(const DecompressionRequest& theRequest, DecompressionResult& theResult,
+                      const Work& theWork)
+    {
+        try
+        {
+            theResult.forgetRenderable();
+            theResult.clearWarnings();
+            theWork();
+        }
+        catch (...)
+        {
+            ReportCurrentException(theResult, theRequest.getReading());
+        }
+    }
+
+    /// Open and Parse. False, with code and message in theResult, where the former fails or there is no pixel
+    /// data, of which theClassName begins the message; otherwise theResult says success. Throws as they do.
+    bool OpenAndParse(const char* theClassName, DecompressionResult& theResult);
 
     /// Reads the file meta information and puts the transfer syntax into the request. False, with code
     /// and message in theResult, when that fails. By meaning throws what

@@ -26,7 +26,7 @@ void KeepJavaException(DecodeCall& theCall, JavaInputBufferQueueCompressedSource
 }
 
 void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, jint theImageType,
-            bool isLossless, jint theScaleFactor)
+            bool isLossless, jint theScaleFactor, const std::optional<PixelRegion>& theRegion)
 {
     JavaInputBufferQueueCompressedSource aSource(theCall.GetEnv(), theQueue);
     aSource.SetReading(theCall.GetReading());
@@ -41,6 +41,7 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
                     StreamDecode::GetTransferSyntaxUID(theImageType, isLossless, theCall.GetReading()),
                     false);
                 aRequest.setReading(theCall.GetReading());
+                aRequest.setRegion(theRegion);
                 CompressedImageStreamDecompressor(VMMemoryAllocator::itsDefaultInstance)
                     .Decompress(aRequest, theCall.GetResult());
             });
@@ -56,7 +57,7 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
 constexpr const char* kName = "decodeInputBufferQueueToMemory";
 
 jobject Run(DecodeCall& theCall, jobject theQueue, jlong theDataSet, jint theImageType, jboolean theLossless,
-            jint theScaleFactor)
+            jint theScaleFactor, jintArray theRegion)
 {
     // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and it is the
     // lossless type that follows the argument.
@@ -65,7 +66,7 @@ jobject Run(DecodeCall& theCall, jobject theQueue, jlong theDataSet, jint theIma
         [&]
         {
             Decode(theCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet), theImageType,
-                   isLossless, theScaleFactor);
+                   isLossless, theScaleFactor, NativeBoundary::ToRegion(theCall.GetEnv(), theRegion));
         });
 }
 } // namespace
@@ -80,14 +81,14 @@ Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
                                           {
                                               DecodeCall aCall(*theEnv, theResult, kName);
                                               return Run(aCall, theQueue, theDataSet, theImageType,
-                                                         theLossless, theScaleFactor);
+                                                         theLossless, theScaleFactor, nullptr);
                                           });
 }
 
 /// The same for a result that has a reading and takes warnings.
 extern "C" JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(
     JNIEnv* theEnv, jobject theRun, jobject theQueue, jlong theDataSet, jint theImageType,
-    jboolean theLossless, jint theScaleFactor, jboolean isByContract)
+    jboolean theLossless, jint theScaleFactor, jintArray theRegion, jboolean isByContract)
 {
     return NativeBoundary::Guard<jobject>(nullptr,
                                           [&]
@@ -95,6 +96,6 @@ extern "C" JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_dec
                                               DecodeCall aCall(*theEnv, theRun, kName);
                                               aCall.ReadAs(NativeBoundary::ToReading(isByContract));
                                               return Run(aCall, theQueue, theDataSet, theImageType,
-                                                         theLossless, theScaleFactor);
+                                                         theLossless, theScaleFactor, theRegion);
                                           });
 }

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <utility>
 
-#include "decompressors/DecompressionRequest.h"
 #include "decompressors/MultiFramePart10StreamDecompressor.h"
-#include "jni/natives/detail/DecodeCall.h"
+#include "jni/natives/detail/FrameDelivery.h"
 #include "jni/natives/detail/NativeBoundary.h"
 #include "jni/streams/JavaSeekableInputStream.h"
 
@@ -18,12 +17,11 @@ void FailWithoutListener(DecodeCall& theCall)
         "\"(ILcom/quorix/decompression/Renderable;)V\"\n");
 }
 
-void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet, jint theFirstFrame)
+} // namespace
+
+void FrameDelivery::Run(DecodeCall& theCall, DecompressionRequest theRequest, jint theFirstFrame)
 {
     JNIEnv& anEnv = theCall.GetEnv();
-    JavaSeekableInputStream aStream(anEnv, theStream);
-    aStream.SetReading(theCall.GetReading());
-    UnmeasuredInputStream anUnmeasured(aStream);
     const jmethodID aMethod =
         JavaAccess::FindMethod(anEnv, JavaAccess::GetClass(anEnv, theCall.GetResultObject()).Get(),
                                "renderableAvailable", "(ILcom/quorix/decompression/Renderable;)Z");
@@ -35,13 +33,11 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
     theCall.Decompress(2,
                        [&]
                        {
-                           DecompressionRequest aRequest(&anUnmeasured, theDataSet, "", false, 1, 0, "",
-                                                         false);
-                           aRequest.setReading(theCall.GetReading());
+                           theRequest.setReading(theCall.GetReading());
                            MultiFramePart10StreamDecompressor aDecompressor(&anEnv, theCall.GetResultObject(),
                                                                             aMethod, theFirstFrame);
                            aDecompressor.SetBeforeFrame([&] { return theCall.TellWarnings(); });
-                           aDecompressor.Decompress(aRequest, theCall.GetResult());
+                           aDecompressor.Decompress(theRequest, theCall.GetResult());
                        });
     LocalReference<jthrowable> anException = JavaAccess::TakeException(anEnv);
     if (anException)
@@ -52,20 +48,7 @@ void Decode(DecodeCall& theCall, jobject theStream, DICOMDataObject* theDataSet,
     {
         FailWithoutListener(theCall);
     }
-    theCall.Close(1, [&] { aStream.Close(); });
 }
-
-constexpr const char* kName = "decodeMultiFrameImageToMemory";
-
-jboolean Run(DecodeCall& theCall, jobject theStream, jlong theDataSet, jint theFirstFrame)
-{
-    return theCall.Run(
-        [&] {
-            Decode(theCall, theStream, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet),
-                   theFirstFrame);
-        });
-}
-} // namespace
 
 extern "C" JNIEXPORT jboolean JNICALL
 Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(JNIEnv* theEnv, jobject,
@@ -73,24 +56,20 @@ Java_com_quorix_decompression_NDecompressor_decodeMultiFrameImageToMemory(JNIEnv
                                                                           jint theFrameArgument,
                                                                           jobject theResult)
 {
-    return NativeBoundary::Guard<jboolean>(JNI_FALSE,
-                                           [&]
-                                           {
-                                               DecodeCall aCall(*theEnv, theResult, kName);
-                                               return Run(aCall, theStream, theDataSet, theFrameArgument);
-                                           });
-}
-
-/// The same for a result that has a reading and takes warnings.
-extern "C" JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(
-    JNIEnv* theEnv, jobject theRun, jobject theStream, jlong theDataSet, jint theFirstFrame,
-    jboolean isByContract)
-{
-    return NativeBoundary::Guard<jboolean>(JNI_FALSE,
-                                           [&]
-                                           {
-                                               DecodeCall aCall(*theEnv, theRun, kName);
-                                               aCall.ReadAs(NativeBoundary::ToReading(isByContract));
-                                               return Run(aCall, theStream, theDataSet, theFirstFrame);
-                                           });
+    return NativeBoundary::Guard<jboolean>(
+        JNI_FALSE,
+        [&]
+        {
+            DecodeCall aCall(*theEnv, theResult, "decodeMultiFrameImageToMemory");
+            return aCall.Run(
+                [&]
+                {
+                    JavaSeekableInputStream aStream(*theEnv, theStream);
+                    UnmeasuredInputStream anUnmeasured(aStream);
+                    auto* const aDataSet = NativeBoundary::FromHandle<DICOMDataObject>(theDataSet);
+                    FrameDelivery::Run(aCall, {&anUnmeasured, aDataSet, "", false, 1, 0, "", false},
+                                       theFrameArgument);
+                    aCall.Close(1, [&] { aStream.Close(); });
+                });
+        });
 }

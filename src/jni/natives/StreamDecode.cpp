@@ -2,6 +2,7 @@
 #include "jni/natives/detail/StreamDecode.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "decoding/CodecTable.h"
@@ -9,7 +10,33 @@
 #include "decompressors/CompressedImageStreamDecompressor.h"
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 #include "image/VMMemoryAllocator.h"
-#include "toolkit/io/InputStream.h"
+#include "toolkit/base/CodestreamSignature.h"
+
+namespace
+{
+constexpr std::size_t kPreambleLength = 128;
+constexpr std::size_t kHeadLength = kPreambleLength + 4; ///< preamble and "DICM"
+} // namespace
+
+jint StreamDecode::FindType(RewindableInputStream& theStream)
+{
+    std::array<unsigned char, kHeadLength> aHead;
+    const std::size_t aCount = theStream.ReadFully(aHead.data(), aHead.size());
+    theStream.Rewind();
+    return FindType(aHead.data(), aCount);
+}
+
+jint StreamDecode::FindType(const unsigned char* theBytes, std::size_t theCount)
+{
+    // The preamble may hold anything, the start of another kind of file included: look behind it first.
+    if (theCount >= kHeadLength &&
+        CodestreamSignature::Begins(theBytes + kPreambleLength, theCount - kPreambleLength, "DICM"))
+    {
+        return IMAGE_TYPE_DICOM_PART10;
+    }
+    const CodecRow* const aRow = CodecTable::Recognise(theBytes, theCount);
+    return aRow != nullptr ? aRow->itsImageType : IMAGE_TYPE_DICOM_PART10;
+}
 
 bool StreamDecode::IsBareImage(jint theImageType, Reading theReading)
 {
@@ -32,16 +59,17 @@ StreamDecode::StreamDecode(InputStream& theStream, const Arguments& theArguments
 {
     MakeRequest(theArguments);
     itsRequest->setReading(theArguments.itsReading);
+    itsRequest->setRegion(theArguments.itsRegion);
 }
 
 void StreamDecode::MakeRequest(const Arguments& theArguments)
 {
     if (IsPart10(theArguments.itsImageType))
     {
+        InputStream* const aStream = theArguments.itsIsLengthCertain ? &itsStream : &itsUnmeasured;
         itsRequest = std::make_unique<DecompressionRequest>(
-            &itsUnmeasured, theArguments.itsDataSet, theArguments.itsDemoFile,
-            theArguments.itsLoadDemoInfoFlag, theArguments.itsScaleFactor, theArguments.itsFrameIndex, "",
-            false);
+            aStream, theArguments.itsDataSet, theArguments.itsDemoFile, theArguments.itsLoadDemoInfoFlag,
+            theArguments.itsScaleFactor, theArguments.itsFrameIndex, "", false);
         itsDecompressor =
             std::make_unique<DICOMPart10StreamDecompressor>(VMMemoryAllocator::itsDefaultInstance);
         return;

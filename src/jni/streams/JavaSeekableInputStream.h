@@ -30,6 +30,9 @@ public:
     /// delivers 0 bytes and Java has interrupted the thread.
     void SetReading(Reading theReading) { itsReading = theReading; }
 
+    /// For a stream that outlives a native call: to be called first in the next one.
+    void SetEnvironment(JNIEnv& theEnv) { itsEnv = &theEnv; }
+
     /// A short count is the end of the stream. A Java stream that delivers 0 bytes is asked again.
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override;
 
@@ -85,18 +88,30 @@ private:
 class QUORIX_API UnmeasuredInputStream final : public InputStream
 {
 public:
-    /// theStream is borrowed; it takes positions behind its end.
-    explicit UnmeasuredInputStream(InputStream& theStream) : itsStream(theStream) {}
+    /// theStream is borrowed; it takes positions behind its end, unless it is only to be read from front to
+    /// back.
+    explicit UnmeasuredInputStream(InputStream& theStream, bool isSeekable = true)
+        : itsStream(theStream), itsIsSeekable(isSeekable && theStream.CanSeek() != 0)
+    {
+    }
 
     std::size_t Read(unsigned char* theBuffer, std::size_t theLength) override
     {
         return itsStream.Read(theBuffer, theLength);
     }
-    std::size_t Skip(std::size_t theLength) override { return itsStream.Skip(theLength); }
-    void Seek(std::size_t thePosition) override { itsStream.Seek(thePosition); }
-    int CanSeek() const override { return itsStream.CanSeek(); }
+    std::size_t Skip(std::size_t theLength) override
+    {
+        return itsIsSeekable ? itsStream.Skip(theLength) : InputStream::Skip(theLength);
+    }
+    void Seek(std::size_t thePosition) override
+    {
+        itsIsSeekable ? itsStream.Seek(thePosition) : InputStream::Seek(thePosition);
+    }
+    int CanSeek() const override { return itsIsSeekable ? 1 : 0; }
     std::size_t GetStreamPosition() const override { return itsStream.GetStreamPosition(); }
+    void Close() override { itsStream.Close(); }
 
 private:
     InputStream& itsStream;
+    bool itsIsSeekable;
 };

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 
 #include "jni/detail/JavaAccess.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/base/Reading.h"
 
 /// The border between Java and native code.
@@ -36,6 +39,20 @@ public:
     static Reading ToReading(jboolean isByContract)
     {
         return isByContract != JNI_FALSE ? Reading::BY_CONTRACT : Reading::BY_MEANING;
+    }
+
+    /// Four numbers, x, y, width and height, none of them negative; null for none.
+    static std::optional<PixelRegion> ToRegion(JNIEnv& theEnv, jintArray theRegion)
+    {
+        if (theRegion == nullptr)
+        {
+            return std::nullopt;
+        }
+        std::array<jint, 4> aRegion{};
+        theEnv.GetIntArrayRegion(theRegion, 0, 4, aRegion.data());
+        const auto aNumber = [&](std::size_t theIndex)
+        { return static_cast<std::uint64_t>(aRegion[theIndex]); };
+        return PixelRegion{aNumber(0), aNumber(1), aNumber(2), aNumber(3)};
     }
 
     static jlong ToHandle(const void* theObject)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <jni.h>
 
@@ -9,6 +10,7 @@
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/StreamDecompressor.h"
 #include "jni/streams/JavaSeekableInputStream.h"
+#include "toolkit/io/InputStream.h"
 
 /// One image of a seekable stream on its way through the decompressor for its image type. Stream and data
 /// set are borrowed.
@@ -25,7 +27,16 @@ public:
         jint itsScaleFactor;
         jint itsFrameIndex; ///< of a Part 10 stream
         Reading itsReading;
+        bool itsIsLengthCertain = false; ///< otherwise nobody relies on what a Part 10 stream says of it
+        std::optional<PixelRegion> itsRegion{};
     };
+
+    /// The image type that theStream's first bytes tell, from which it goes back to its start; whatever is no
+    /// bare image is taken for Part 10.
+    static jint FindType(RewindableInputStream& theStream);
+
+    /// The same of theCount bytes.
+    static jint FindType(const unsigned char* theBytes, std::size_t theCount);
 
     /// Image types are Java's; any number may come in.
     static bool IsBareImage(jint theImageType, Reading theReading);

@@ -2,7 +2,10 @@
 package com.quorix.decompression;
 
 import com.quorix.dicom.DICOMDataObject;
+import java.awt.Rectangle;
 import java.util.Objects;
+import java.util.concurrent.Executor;
+import java.util.function.Consumer;
 
 /**
  * How {@link Decompressor} is to decode. Immutable: every {@code with...} method returns new options, so
@@ -10,26 +13,60 @@ import java.util.Objects;
  */
 public final class DecodeOptions {
     /** Type found out, first frame, full size, no data set; read by meaning. */
-    public static final DecodeOptions DEFAULT =
-            new DecodeOptions(ImageType.AUTOMATIC, 0, 1, true, null, false, null);
+    public static final DecodeOptions DEFAULT = new DecodeOptions(new Draft());
 
     private final ImageType type;
     private final int frame;
     private final int scaleFactor;
+    private final Rectangle region;
     private final boolean lossless;
     private final DICOMDataObject dataSet;
     private final boolean byContract;
     private final WarningListener warningListener;
+    private final Executor executor;
+    private final int framesInFlight;
 
-    private DecodeOptions(ImageType type, int frame, int scaleFactor, boolean lossless,
-            DICOMDataObject dataSet, boolean byContract, WarningListener warningListener) {
-        this.type = Objects.requireNonNull(type, "type");
-        this.frame = frame;
-        this.scaleFactor = scaleFactor;
-        this.lossless = lossless;
-        this.dataSet = dataSet;
-        this.byContract = byContract;
-        this.warningListener = warningListener;
+    /** What options are made of: all of other ones, and then what is to be different. */
+    private static final class Draft {
+        private ImageType type = ImageType.AUTOMATIC;
+        private int frame;
+        private int scaleFactor = 1;
+        private Rectangle region;
+        private boolean lossless = true;
+        private DICOMDataObject dataSet;
+        private boolean byContract;
+        private WarningListener warningListener;
+        private Executor executor;
+        private int framesInFlight = 1;
+    }
+
+    private DecodeOptions(Draft draft) {
+        type = Objects.requireNonNull(draft.type, "type");
+        frame = draft.frame;
+        scaleFactor = draft.scaleFactor;
+        region = draft.region;
+        lossless = draft.lossless;
+        dataSet = draft.dataSet;
+        byContract = draft.byContract;
+        warningListener = draft.warningListener;
+        executor = draft.executor;
+        framesInFlight = draft.framesInFlight;
+    }
+
+    private DecodeOptions with(Consumer<Draft> change) {
+        Draft draft = new Draft();
+        draft.type = type;
+        draft.frame = frame;
+        draft.scaleFactor = scaleFactor;
+        draft.region = region;
+        draft.lossless = lossless;
+        draft.dataSet = dataSet;
+        draft.byContract = byContract;
+        draft.warningListener = warningListener;
+        draft.executor = executor;
+        draft.framesInFlight = framesInFlight;
+        change.accept(draft);
+        return new DecodeOptions(draft);
     }
 
     /**
@@ -39,7 +76,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withType(ImageType newType) {
-        return new DecodeOptions(newType, frame, scaleFactor, lossless, dataSet, byContract, warningListener);
+        return with(draft -> draft.type = newType);
     }
 
     /**
@@ -53,7 +90,7 @@ public final class DecodeOptions {
         if (newFrame < 0) {
             throw new IllegalArgumentException("frame is " + newFrame + ", must be at least 0");
         }
-        return new DecodeOptions(type, newFrame, scaleFactor, lossless, dataSet, byContract, warningListener);
+        return with(draft -> draft.frame = newFrame);
     }
 
     /**
@@ -66,7 +103,24 @@ public final class DecodeOptions {
         if (newScaleFactor < 1) {
             throw new IllegalArgumentException("scale factor is " + newScaleFactor + ", must be at least 1");
         }
-        return new DecodeOptions(type, frame, newScaleFactor, lossless, dataSet, byContract, warningListener);
+        return with(draft -> draft.scaleFactor = newScaleFactor);
+    }
+
+    /**
+     * Sets a window of interest: the image then has the pixels inside it and no others, and less is decoded. A window
+     * that reaches out of the image ends the decoding with result code 6.
+     *
+     * @param x first column, in pixels of the image at full size, whatever the scale factor
+     * @param y first row, likewise
+     * @param width number of columns, likewise
+     * @param height number of rows, likewise
+     * @return options with that
+     */
+    public DecodeOptions withRegion(int x, int y, int width, int height) {
+        if (x < 0 || y < 0 || width < 1 || height < 1) {
+            throw new IllegalArgumentException("there is no region of " + width + "x" + height + " at " + x + ", " + y);
+        }
+        return with(draft -> draft.region = new Rectangle(x, y, width, height));
     }
 
     /**
@@ -76,7 +130,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withLossless(boolean newLossless) {
-        return new DecodeOptions(type, frame, scaleFactor, newLossless, dataSet, byContract, warningListener);
+        return with(draft -> draft.lossless = newLossless);
     }
 
     /**
@@ -89,7 +143,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withDataSet(DICOMDataObject newDataSet) {
-        return new DecodeOptions(type, frame, scaleFactor, lossless, newDataSet, byContract, warningListener);
+        return with(draft -> draft.dataSet = newDataSet);
     }
 
     /**
@@ -100,7 +154,7 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withByContract(boolean newByContract) {
-        return new DecodeOptions(type, frame, scaleFactor, lossless, dataSet, newByContract, warningListener);
+        return with(draft -> draft.byContract = newByContract);
     }
 
     /**
@@ -110,7 +164,25 @@ public final class DecodeOptions {
      * @return options with that
      */
     public DecodeOptions withWarningListener(WarningListener newWarningListener) {
-        return new DecodeOptions(type, frame, scaleFactor, lossless, dataSet, byContract, newWarningListener);
+        return with(draft -> draft.warningListener = newWarningListener);
+    }
+
+    /**
+     * Sets who decodes frames for {@link FrameIterator}, several at once; without an executor the thread that takes
+     * them does, one after another. The executor may be one that takes frames itself.
+     *
+     * @param newExecutor decodes frames ahead; or null
+     * @param newFramesInFlight how many frames may be in the making or wait to be taken, at least 1
+     * @return options with that
+     */
+    public DecodeOptions withExecutor(Executor newExecutor, int newFramesInFlight) {
+        if (newFramesInFlight < 1) {
+            throw new IllegalArgumentException("frames in flight are " + newFramesInFlight + ", must be at least 1");
+        }
+        return with(draft -> {
+            draft.executor = newExecutor;
+            draft.framesInFlight = newFramesInFlight;
+        });
     }
 
     /** {@return the kind of input} */
@@ -126,6 +198,16 @@ public final class DecodeOptions {
     /** {@return the resolution: 1 for full size, each step more halves width and height} */
     public int getScaleFactor() {
         return scaleFactor;
+    }
+
+    /** {@return the window of interest in pixels of the image at full size, a copy; or null for all of the image} */
+    public Rectangle getRegion() {
+        return region == null ? null : new Rectangle(region);
+    }
+
+    /** The same as the native library takes it. */
+    int[] regionNumbers() {
+        return region == null ? null : new int[] {region.x, region.y, region.width, region.height};
     }
 
     /** {@return whether lossless JPEG 2000 data in a queue is decoded as such} */
@@ -146,5 +228,15 @@ public final class DecodeOptions {
     /** {@return who hears what is in doubt about images, or null} */
     public WarningListener getWarningListener() {
         return warningListener;
+    }
+
+    /** {@return who decodes frames ahead, or null} */
+    public Executor getExecutor() {
+        return executor;
+    }
+
+    /** {@return how many frames may be in the making or wait to be taken} */
+    public int getFramesInFlight() {
+        return framesInFlight;
     }
 }

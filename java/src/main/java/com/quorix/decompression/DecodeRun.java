@@ -2,16 +2,16 @@
 package com.quorix.decompression;
 
 import com.quorix.dicom.DICOMDataObject;
-import com.quorix.io.SeekableInputStream;
 import com.quorix.util.InputBufferQueue;
 import com.quorix.util.NativeLibrary;
+import java.nio.ByteBuffer;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.function.LongFunction;
 
 /**
  * One decoding by {@link Decompressor}: what {@link NDecompressor} does, in the reading that the options say,
- * and the warnings of it. The native library knows its three methods and {@link #addWarning}. For one use.
+ * and the warnings of it. The native library knows its native methods and {@link #addWarning}. For one use.
  */
 final class DecodeRun extends DecomprResult {
     static {
@@ -29,19 +29,22 @@ final class DecodeRun extends DecomprResult {
         this.frames = frames;
     }
 
-    Renderable decode(SeekableInputStream in, ImageType type) throws DecompressionException {
-        return required(run(type, dataSet -> decodeStream(in, dataSet, type.code(), options.getFrame(),
-                options.getScaleFactor(), options.isByContract())));
+    /** A type that is {@link ImageType#AUTOMATIC} the library finds out. */
+    Renderable decode(Source source, ImageType type) throws DecompressionException {
+        return required(run(dataSet -> decodeSource(source.kind(), source.object(), source.offset(), source.length(),
+                dataSet, type.code(), options.getFrame(), options.getScaleFactor(), options.regionNumbers(),
+                options.isByContract())), options.getFrame());
     }
 
     Renderable decode(InputBufferQueue queue, ImageType type) throws DecompressionException {
-        return required(run(type, dataSet -> decodeQueue(queue, dataSet, type.code(), options.isLossless(),
-                options.getScaleFactor(), options.isByContract())));
+        return required(run(dataSet -> decodeQueue(queue, dataSet, type.code(), options.isLossless(),
+                options.getScaleFactor(), options.regionNumbers(), options.isByContract())), 0);
     }
 
-    void decodeFrames(SeekableInputStream in) throws DecompressionException {
-        boolean succeeded = run(ImageType.DICOM,
-                dataSet -> decodeFrames(in, dataSet, options.getFrame(), options.isByContract()));
+    void decodeFrames(Source source) throws DecompressionException {
+        boolean succeeded = run(dataSet -> decodeFrames(source.kind(), source.object(), source.offset(),
+                source.length(), dataSet, options.getFrame(), options.getScaleFactor(), options.regionNumbers(),
+                options.isByContract()));
         tell();
         if (!succeeded) {
             throw failure();
@@ -50,7 +53,24 @@ final class DecodeRun extends DecomprResult {
 
     @Override
     public boolean renderableAvailable(int frameIndex, Renderable renderable) {
-        return frames.frameAvailable(frameIndex, warned(renderable));
+        return frames.frameAvailable(frameIndex, warned(renderable, frameIndex));
+    }
+
+    /** A handle for the methods below, which {@link #closeFrames} frees. */
+    long openFrames(Source source) throws DecompressionException {
+        long cursor = run(dataSet -> openFrames(source.kind(), source.object(), source.offset(), source.length(),
+                dataSet, options.getType().code(), options.getScaleFactor(), options.regionNumbers(),
+                options.isByContract()));
+        tell();
+        if (cursor == 0) {
+            throw failure();
+        }
+        return cursor;
+    }
+
+    /** Frames are asked for in ascending order. */
+    Renderable loadFrame(long cursor, int index) throws DecompressionException {
+        return required(loadFrame(cursor, index, options.isByContract()), index);
     }
 
     /** The native library brings the warnings of an image before the image, and those of none at the end. */
@@ -59,8 +79,8 @@ final class DecodeRun extends DecomprResult {
     }
 
     /** The image with its warnings, of which the listener has heard; if that throws, the image is closed. */
-    private Renderable warned(Renderable image) {
-        image.setWarnings(warnings);
+    private Renderable warned(Renderable image, int index) {
+        image.setSource(index, warnings);
         try {
             tell();
         } catch (Throwable thrown) {
@@ -78,10 +98,14 @@ final class DecodeRun extends DecomprResult {
         }
     }
 
-    /** The exception of a queue or listener goes before one that the listener for warnings has for it. */
-    private <T> T run(ImageType type, LongFunction<T> call) {
+    /**
+     * Calls with the data set of the options, 0 for none. The exception of a queue or listener goes before one that
+     * the listener for warnings has for it.
+     */
+    private <T> T run(LongFunction<T> call) {
         try {
-            return withDataSet(type, call);
+            DICOMDataObject dataSet = options.getDataSet();
+            return dataSet != null ? dataSet.withHandle(call) : call.apply(0);
         } catch (Throwable thrown) {
             try {
                 tell();
@@ -92,38 +116,40 @@ final class DecodeRun extends DecomprResult {
         }
     }
 
-    /** A DICOM stream needs a data set for its attributes; a bare codestream does without. */
-    private <T> T withDataSet(ImageType type, LongFunction<T> call) {
-        DICOMDataObject given = options.getDataSet();
-        if (given != null) {
-            return given.withHandle(call);
-        }
-        if (type != ImageType.DICOM) {
-            return call.apply(0);
-        }
-        try (DICOMDataObject own = new DICOMDataObject()) {
-            return own.withHandle(call);
-        }
-    }
-
-    private Renderable required(Renderable image) throws DecompressionException {
+    private Renderable required(Renderable image, int index) throws DecompressionException {
         if (image == null) {
             tell();
             throw failure();
         }
-        return warned(image);
+        return warned(image, index);
     }
 
     private DecompressionException failure() {
         return new DecompressionException(DLResultCode, SystemError, Message);
     }
 
-    private native Renderable decodeStream(SeekableInputStream in, long dicomDataObject, int imageType,
-            int frameIndex, int scaleFactor, boolean byContract);
+    private native Renderable decodeSource(int kind, Object source, int offset, int length, long dicomDataObject,
+            int imageType, int frameIndex, int scaleFactor, int[] region, boolean byContract);
 
     private native Renderable decodeQueue(InputBufferQueue queue, long dicomDataObject, int imageType,
-            boolean lossless, int scaleFactor, boolean byContract);
+            boolean lossless, int scaleFactor, int[] region, boolean byContract);
 
-    private native boolean decodeFrames(SeekableInputStream in, long dicomDataObject, int firstFrame,
-            boolean byContract);
+    private native boolean decodeFrames(int kind, Object source, int offset, int length, long dicomDataObject,
+            int firstFrame, int scaleFactor, int[] region, boolean byContract);
+
+    /** The code of the type that a stream's first bytes tell; whatever is no bare codestream is taken for DICOM. */
+    static native int findType(byte[] start, int count);
+
+    /** Whether a direct buffer lies over a file, or may do so. */
+    static native boolean isMapped(ByteBuffer direct);
+
+    private native long openFrames(int kind, Object source, int offset, int length, long dicomDataObject, int imageType,
+            int scaleFactor, int[] region, boolean byContract);
+
+    private native Renderable loadFrame(long cursor, int index, boolean byContract);
+
+    static native int countFrames(long cursor);
+
+    /** Closes the source, too. */
+    static native void closeFrames(long cursor);
 }

@@ -24,7 +24,8 @@ import java.util.List;
  * <p>Thread-safe: calls from several threads follow one another, so that closing waits for a running call.
  */
 public class Renderable implements AutoCloseable {
-    private static final Cleaner CLEANER = Cleaner.create();
+    /** For all that the garbage collector may have to free. */
+    static final Cleaner CLEANER = Cleaner.create();
 
     static {
         NativeLibrary.load();
@@ -34,6 +35,7 @@ public class Renderable implements AutoCloseable {
     private Cleaner.Cleanable share;
     private WeakReference<ByteBuffer> root = new WeakReference<>(null);
     private List<DecodeWarning> warnings = List.of();
+    private int frame;
 
     /** Creates an image without pixels. */
     public Renderable() {
@@ -73,7 +75,18 @@ public class Renderable implements AutoCloseable {
         return warnings;
     }
 
-    synchronized void setWarnings(List<DecodeWarning> newWarnings) {
+    /**
+     * Returns which frame of its source the image is. Only {@link Decompressor} tells an image.
+     *
+     * @return the frame's index, from 0; 0 for a bare image
+     */
+    public synchronized int getFrame() {
+        handle();
+        return frame;
+    }
+
+    synchronized void setSource(int newFrame, List<DecodeWarning> newWarnings) {
+        frame = newFrame;
         warnings = List.copyOf(newWarnings);
     }
 
@@ -210,6 +223,11 @@ public class Renderable implements AutoCloseable {
     /** {@return the code of the photometric interpretation} */
     public synchronized int getPhotometricInterpretation() {
         return nativeGetPhotometricInterpretation(handle());
+    }
+
+    /** {@return the photometric interpretation} */
+    public PhotometricInterpretation getPhotometric() {
+        return PhotometricInterpretation.of(getPhotometricInterpretation());
     }
 
     /**
@@ -415,6 +433,22 @@ public class Renderable implements AutoCloseable {
      */
     public void saveToFileLocked(Path file) throws IOException {
         saveToFileLocked(NativePath.of(file));
+    }
+
+    /**
+     * Says what the image is: columns and rows, photometric interpretation, bits of a sample and which frame it is.
+     *
+     * @return such as "512x512 MONOCHROME2, 12 of 16 bits signed, frame 3", or that the image is closed
+     */
+    @Override
+    public synchronized String toString() {
+        if (image == null || image.handle() == 0) {
+            return image == null ? "closed image" : "no image";
+        }
+        String samples = getSamplesPerPixel() == 1 ? "" : getSamplesPerPixel() + " samples of ";
+        String bits = (getBitsStored() == getBitsAllocated() ? "" : getBitsStored() + " of ") + getBitsAllocated();
+        return getColumns() + "x" + getRows() + " " + getPhotometric() + ", " + samples + bits + " bits"
+                + (isSigned() ? " signed" : "") + ", frame " + frame;
     }
 
     private synchronized boolean loadFromFile(String path) throws IOException {

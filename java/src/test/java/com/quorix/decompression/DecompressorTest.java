@@ -6,7 +6,10 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.dicom.DICOMDataObject;
 import com.quorix.io.ByteBufferSeekableInputStream;
 import com.quorix.support.*;
+import com.quorix.util.*;
+import java.awt.Rectangle;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.file.*;
 import java.util.*;
 import org.junit.jupiter.api.*;
@@ -164,8 +167,48 @@ class DecompressorTest {
         }
     }
 
+    /** Of 8-bit samples. */
+    private static byte[] cut(byte[] pixels, int columns, Rectangle region) {
+        ByteBuffer part = ByteBuffer.allocate(region.width * region.height);
+        for (int row = region.y; row < region.y + region.height; row++) {
+            part.put(pixels, row * columns + region.x, region.width);
+        }
+        return part.array();
+    }
+
+    @Test
+    void aRegionIsTheCutOfTheWhole() throws Exception {
+        DecodeOptions options = DEFAULT.withRegion(5, 3, 20, 10);
+        byte[] expected = cut(Compressed.jpegPixels(jpeg(1)), COLUMNS, options.getRegion());
+        List<Renderable> images = new ArrayList<>();
+        Decompressor.decodeFrames(jpegFile(3).toBytes(), options.withFrame(1), (index, image) -> {
+            images.add(image);
+            return false;
+        });
+        InputBufferQueue queue = new InputBufferQueue();
+        queue.put(new ByteArrayInputBuffer(jpeg(1)));
+        queue.finish();
+        images.add(Decompressor.decode(queue, options.withType(ImageType.JPEG)));
+        images.add(Decompressor.decode(jpegFile(3).toBytes(), options.withFrame(1)));
+        images.add(Decompressor.decode(jpeg(1), options));
+        try (FrameIterator frames = Decompressor.frames(jpegFile(3).toBytes(), options.withFrame(1))) {
+            images.add(frames.next());
+        }
+        for (Renderable image : images) {
+            assertArrayEquals(expected, Images.pixelsOf(image));
+            image.close();
+        }
+        for (DecodeOptions outside : List.of(DEFAULT.withRegion(14, 0, 20, 1), DEFAULT.withRegion(0, 21, 1, 1))) {
+            assertEquals(6, assertThrows(DecompressionException.class,
+                    () -> Decompressor.decode(jpegFile(1).toBytes(), outside)).getCode());
+        }
+    }
+
     @Test
     void optionsOutOfRangeAreRefused() {
+        assertThrows(IllegalArgumentException.class, () -> DEFAULT.withRegion(-1, 0, 4, 4));
+        assertThrows(IllegalArgumentException.class, () -> DEFAULT.withRegion(0, 0, 4, 0));
+        assertThrows(IllegalArgumentException.class, () -> DEFAULT.withExecutor(Runnable::run, 0));
         assertThrows(IllegalArgumentException.class, () -> DEFAULT.withFrame(-1));
         assertThrows(IllegalArgumentException.class, () -> DEFAULT.withScaleFactor(0));
         assertThrows(NullPointerException.class, () -> DEFAULT.withType(null));

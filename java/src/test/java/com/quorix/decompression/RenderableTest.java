@@ -67,17 +67,31 @@ class RenderableTest {
 
     @Test
     void interpretationsHaveTheirCodesAndNames() throws ReflectiveOperationException {
-        String[] names = {"INVALID", "MONOCHROME1", "MONOCHROME2", "PALETTE COLOR", "RGB", "YBR_FULL", "YBR_FULL_422",
-            "YBR_PARTIAL_422", "YBR_PARTIAL_420", "YBR_ICT", "YBR_RCT"};
-        for (int i = 0; i < names.length; i++) {
+        for (PhotometricInterpretation value : PhotometricInterpretation.values()) {
             StringBuilder getter = new StringBuilder("getPit");
-            for (String word : names[i].split("[_ ]")) {
+            for (String word : value.getTerm().split("[_ ]")) {
                 getter.append(word.charAt(0)).append(word.substring(1).toLowerCase(Locale.ROOT));
             }
-            assertEquals(i, Renderable.class.getMethod(getter.toString()).invoke(null));
-            assertEquals(names[i], Renderable.photometricInterpretationTypeToString(i));
+            assertEquals(value.getCode(), Renderable.class.getMethod(getter.toString()).invoke(null));
+            assertEquals(value.getTerm(), Renderable.photometricInterpretationTypeToString(value.getCode()));
+            assertSame(value, PhotometricInterpretation.of(value.getCode()));
         }
+        assertSame(PhotometricInterpretation.INVALID, PhotometricInterpretation.of(11));
+        assertSame(PhotometricInterpretation.INVALID, PhotometricInterpretation.of(-1));
         assertEquals("INVALID", Renderable.photometricInterpretationTypeToString(Integer.MIN_VALUE));
+    }
+
+    @Test
+    void itSaysWhatItIs() throws IOException {
+        byte[] signed = DicomFile.grey16(6, 4).bitsStored(12, true).nativeFrames(3, new byte[6 * 4 * 2 * 3]).toBytes();
+        Renderable image = Decompressor.decode(signed, DecodeOptions.DEFAULT.withFrame(2));
+        try (image; Renderable rgb = Images.decode(DicomFile.rgb8(2, 3).nativeFrames(1, new byte[18]));
+                Renderable none = new Renderable(); Renderable nothing = new Renderable(0, false)) {
+            assertEquals("6x4 MONOCHROME2, 12 of 16 bits signed, frame 2; 2x3 RGB, 3 samples of 8 bits, frame 0; "
+                    + "0x0 INVALID, 0 samples of 0 bits, frame 0; no image",
+                    image + "; " + rgb + "; " + none + "; " + nothing);
+        }
+        assertEquals("closed image", image.toString());
     }
 
     @Test
