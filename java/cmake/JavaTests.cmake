@@ -45,6 +45,8 @@ function(quorix_add_java_tests theName theTimeout)
     "-Dquorix.library.path=$<TARGET_FILE:QuorixDecompLib>"
     "-Dquorix.test.samples=${QUORIX_SAMPLES_DIR}"
     "-Dquorix.test.tool=${theTool}"
+    "-Dquorix.test.jar=${theJar}"
+    "-Dquorix.test.docs=${PROJECT_SOURCE_DIR}/docs"
     -cp "$<JOIN:${aClassPath},:>"
     org.junit.platform.console.ConsoleLauncher --disable-banner --disable-ansi-colors
       --details=tree --fail-if-no-tests ${ARGN})
