@@ -2,11 +2,13 @@
 #include "decompressors/DICOMPart10StreamDecompressor.h"
 
 #include <memory>
+#include <optional>
 
 #include "decompressors/DecompressionRequest.h"
 #include "decompressors/DecompressionResult.h"
 #include "decompressors/detail/Part10FrameLoader.h"
 #include "decompressors/detail/Part10FrontEnd.h"
+#include "decompressors/detail/SlideDecode.h"
 #include "image/VMMemoryAllocator.h"
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/Exceptions.h"
@@ -37,7 +39,12 @@ void DICOMPart10StreamDecompressor::Decompress(DecompressionRequest& theRequest,
 void DICOMPart10StreamDecompressor::Decode(Part10FrontEnd& theFrontEnd, DecompressionResult& theResult)
 {
     Part10FrameLoader aLoader(theFrontEnd, kClassName);
-    std::unique_ptr<Renderable> anImage = aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
+    const std::optional<TotalPixelMatrix> aMatrix =
+        theFrontEnd.GetRequest().getRegion()
+            ? TotalPixelMatrix::Read(theFrontEnd.GetDataSet(), theFrontEnd.GetAttributes())
+            : std::nullopt;
+    std::unique_ptr<Renderable> anImage = aMatrix ? SlideDecode(theFrontEnd, aLoader, *aMatrix).Run()
+                                                  : aLoader.Load(theFrontEnd.GetRequest().getFrameIndex());
     if (!theFrontEnd.IsDataSetPrivate())
     {
         FixUpDataSet(theFrontEnd.GetDataSet(), *anImage, theResult);

@@ -102,8 +102,10 @@ public:
 
     /// The window of interest, in pixels of the frame at full size; nothing, unless set, is all of it. The
     /// image has just these pixels then, of a reduced image those that stand for any of them, and so has the
-    /// data set. A window that is empty or not inside the image ends the request with code 6. The compression
-    /// ratio is 0 unless the data set tells one.
+    /// data set. Of a whole-slide image DICOMPart10StreamDecompressor counts in the total pixel matrix, and
+    /// the frame index tells focal plane and optical path; Part10FrameWalk hands out a window of each frame.
+    /// A window that is empty or not inside the image ends the request with code 6. The compression ratio is
+    /// 0 unless the data set tells one.
     /// @{
     const std::optional<PixelRegion>& getRegion() const { return itsRegion; }
     void setRegion(const std::optional<PixelRegion>& theRegion) { itsRegion = theRegion; }

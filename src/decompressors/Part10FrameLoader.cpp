@@ -53,10 +53,9 @@ class Part10FrameLoader::Driver final : public CompressedCodestreamDecoder
 {
 public:
     Driver(const Part10FrameLoader& theLoader, Frame& theFrame, InputStream& theStream)
-        : CompressedCodestreamDecoder(theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(),
-                                      theFrame.itsAttributes.itsBitsStored, theStream,
-                                      theLoader.itsFrontEnd.GetDataSet(),
-                                      theLoader.itsFrontEnd.GetRequest().getScaleFactor(), Decoder::PET_FAST),
+        : CompressedCodestreamDecoder(
+              theLoader.itsFrontEnd.GetRequest().getTransferSyntaxUID(), theFrame.itsAttributes.itsBitsStored,
+              theStream, theLoader.itsFrontEnd.GetDataSet(), theLoader.itsScaleFactor, Decoder::PET_FAST),
           itsFrame(theFrame), itsIsByMeaning(theLoader.itsFrontEnd.GetReadingContext().IsByMeaning())
     {
     }
@@ -86,7 +85,9 @@ private:
 };
 
 Part10FrameLoader::Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName)
-    : itsFrontEnd(theFrontEnd), itsClassName(std::move(theClassName))
+    : itsFrontEnd(theFrontEnd), itsClassName(std::move(theClassName)),
+      itsScaleFactor(theFrontEnd.GetRequest().getScaleFactor()),
+      itsRegion(theFrontEnd.GetRequest().getRegion())
 {
 }
 
@@ -104,7 +105,7 @@ Part10FrameLoader::Frame Part10FrameLoader::Begin() const
     aFrame.itsInterpretation =
         Renderable::photometricInterpretationFromString(aFrame.itsAttributes.itsPhotometricInterpretation);
     aFrame.itsLittleEndian = itsFrontEnd.GetDataSet().GetEndian() == DLEndian::LITTLE_ENDIAN_ORDER;
-    aFrame.itsScaleFactor = itsFrontEnd.GetRequest().getScaleFactor();
+    aFrame.itsScaleFactor = itsScaleFactor;
     const CodecRow* const aRow = itsFrontEnd.GetCodec();
     if (!IsNative() && aRow != nullptr && aRow->itsCanHoldSingleBits)
     {
@@ -127,7 +128,7 @@ bool Part10FrameLoader::CanReadWindow(const Frame& theFrame) const
 {
     constexpr std::int32_t kMostLines = std::numeric_limits<std::uint16_t>::max();
     const Part10ImageAttributes& anImage = theFrame.itsAttributes;
-    if (!itsFrontEnd.GetRequest().getRegion() || !IsNative() || HasForeignWords() ||
+    if (!itsRegion || !IsNative() || HasForeignWords() ||
         std::clamp(anImage.itsRows, 1, kMostLines) != anImage.itsRows ||
         std::clamp(anImage.itsColumns, 1, kMostLines) != anImage.itsColumns)
     {
@@ -154,11 +155,17 @@ NativeFrameReader::Layout Part10FrameLoader::GetNativeLayout() const
 /// From here on the window is the image, except for where it stands in the file.
 void Part10FrameLoader::BeginWindow(Frame& theFrame) const
 {
-    const PixelRegion& aWindow = *itsFrontEnd.GetRequest().getRegion();
+    const PixelRegion& aWindow = *itsRegion;
     Part10ImageAttributes& anImage = theFrame.itsAttributes;
     Decoder::CheckRegion(aWindow, {0, 0, Unsigned(anImage.itsColumns), Unsigned(anImage.itsRows)});
     anImage.itsRows = static_cast<std::int32_t>(aWindow.itsHeight);
     anImage.itsColumns = static_cast<std::int32_t>(aWindow.itsWidth);
+}
+
+void Part10FrameLoader::Want(const PixelRegion& theRegion, int theScaleFactor)
+{
+    itsRegion = theRegion;
+    itsScaleFactor = theScaleFactor;
 }
 
 void Part10FrameLoader::Pass(int theFrameIndex)
@@ -177,7 +184,7 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     DMTickCounter aTimer;
     itsFrontEnd.GetReadingContext().SetFrame(std::max(theFrameIndex, 0));
     Frame aFrame = Begin();
-    const bool hasRegion = itsFrontEnd.GetRequest().getRegion().has_value();
+    const bool hasRegion = itsRegion.has_value();
     if (hasRegion)
     {
         // Codecs that go by the data set must not meet what the frame before was cut to.
@@ -241,9 +248,9 @@ std::uint64_t Part10FrameLoader::ReadNativeBytes(Frame& theFrame, int theFrameIn
     itsNativeFrames->Expect(aFrameIndex);
     Allocate(theFrame);
     auto* const aPixels = static_cast<unsigned char*>(theFrame.itsRenderable->getPixelData());
-    return theFrame.itsIsWindow ? itsNativeFrames->ReadWindow(aFrameIndex, GetNativeLayout(),
-                                                              *itsFrontEnd.GetRequest().getRegion(), aPixels)
-                                : itsNativeFrames->ReadFrame(aFrameIndex, aPixels);
+    return theFrame.itsIsWindow
+               ? itsNativeFrames->ReadWindow(aFrameIndex, GetNativeLayout(), *itsRegion, aPixels)
+               : itsNativeFrames->ReadFrame(aFrameIndex, aPixels);
 }
 
 void Part10FrameLoader::ReadNative(Frame& theFrame, int theFrameIndex)
@@ -273,16 +280,15 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     aDriver.SetReadingContext(&itsFrontEnd.GetReadingContext());
     aDriver.SetStatedRepresentation(theFrame.itsAttributes.itsPixelRepresentation);
     aDriver.SetForceUnsignedPixelOutput(aRequest.isV5ConvertPixelsToUnsigned());
-    aDriver.SetRegion(aRequest.getRegion());
+    aDriver.SetRegion(itsRegion);
     // Memory is taken when the header has been found credible, not before.
     auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);
-    if (aRequest.getRegion())
+    if (itsRegion)
     {
         const CodecRow* const aRow = itsFrontEnd.GetCodec();
         const Decoder& aCodec = anOpenedFrame.GetCodec();
         theFrame.itsHeld = aCodec.GetDecodedRegion();
-        theFrame.itsWanted =
-            RegionCut::ForCodec(*aRequest.getRegion(), aCodec, aRow != nullptr && aRow->itsCanReduce);
+        theFrame.itsWanted = RegionCut::ForCodec(*itsRegion, aCodec, aRow != nullptr && aRow->itsCanReduce);
         Decoder::CheckRegion(theFrame.itsWanted, theFrame.itsHeld);
     }
     Allocate(theFrame);
@@ -331,7 +337,7 @@ void Part10FrameLoader::CutDecoded(Frame& theFrame) const
     const PixelRegion& aWanted = theFrame.itsWanted;
     const PixelRegion aDelivered{theFrame.itsHeld.itsX, theFrame.itsHeld.itsY, Unsigned(anImage.itsColumns),
                                  Unsigned(anImage.itsRows)};
-    if (!itsFrontEnd.GetRequest().getRegion() || aDelivered == aWanted)
+    if (!itsRegion || aDelivered == aWanted)
     {
         return;
     }
@@ -346,7 +352,7 @@ void Part10FrameLoader::CutDecoded(Frame& theFrame) const
 /// Native pixels are cut when they are done: subsampled ones come in groups, planes behind one another.
 void Part10FrameLoader::CutNative(const Frame& theFrame) const
 {
-    const PixelRegion& aWanted = *itsFrontEnd.GetRequest().getRegion();
+    const PixelRegion& aWanted = *itsRegion;
     RegionCut::Run(
         *theFrame.itsRenderable,
         {0, 0, Unsigned(theFrame.itsAttributes.itsColumns), Unsigned(theFrame.itsAttributes.itsRows)},
@@ -598,7 +604,7 @@ std::int32_t Part10FrameLoader::GetRatio(const Frame& theFrame) const
     const Part10ImageAttributes& aSource = theFrame.itsAttributes;
     if (!aSource.itsForcedLossless && !aSource.itsLossy && theFrame.itsCompressedSize != 0)
     {
-        if (itsFrontEnd.GetRequest().getRegion())
+        if (itsRegion)
         {
             return 0;
         }

@@ -161,7 +161,8 @@ struct DecodeOptions
 {
     /// What the source is.
     ImageType type = ImageType::automatic;
-    /// The frame to decode, for decodeFrames the first one; from 0. Bare images have frame 0 alone.
+    /// The frame to decode, for decodeFrames the first one; from 0. Bare images have frame 0 alone. With a
+    /// region of a whole-slide image any frame of the focal plane and optical path that are wanted.
     int frame = 0;
     /// How many frames decodeFrames delivers at most, 1 or more; decode takes no notice.
     int frameCount = std::numeric_limits<int>::max();
@@ -173,6 +174,11 @@ struct DecodeOptions
     /// The part of the image to decode, bit for bit as it stands in the whole; nothing is all of it. What
     /// lies outside is left out as far as the codec can, which saves its time. With a scale, the pixels that
     /// stand for any of the window's. A window that is not inside the image is a DecodeError (code 6).
+    ///
+    /// Of a whole-slide image decode counts in the total pixel matrix and puts together what its tiles show;
+    /// where there are none the pixels have the colour that the data set recommends, else white, or black of
+    /// grey images, and a warning says so. The scale is then the largest one up to the wanted that keeps the
+    /// edges of tiles between pixels. decodeFrames takes the window out of each frame.
     std::optional<Region> region = std::nullopt;
 };
 

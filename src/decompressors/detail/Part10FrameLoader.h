@@ -23,6 +23,10 @@ public:
     Part10FrameLoader(Part10FrontEnd& theFrontEnd, RWCString theClassName);
     ~Part10FrameLoader();
 
+    /// What Load makes of the frames to come: a part of them, in pixels at full size, at a scale. Without
+    /// this it is what the request wants.
+    void Want(const PixelRegion& theRegion, int theScaleFactor);
+
     /// Reads or decodes frame theFrameIndex (−1: the first and only one), brings colour to interleaved
     /// 8-bit RGB and records what opening, parsing, allocating and decoding took. Native frames are asked
     /// for in ascending order. Throws StreamIOException with code and text of the failure, and whatever
@@ -83,6 +87,8 @@ private:
 
     Part10FrontEnd& itsFrontEnd;
     RWCString itsClassName;
+    int itsScaleFactor;
+    std::optional<PixelRegion> itsRegion;
     std::optional<ExchangedWordsInputStream> itsExchangedWords;
     std::optional<NativeFrameReader> itsNativeFrames;
     std::unique_ptr<ImageFrameInputStream> itsCompressedFrames;

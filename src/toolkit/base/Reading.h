@@ -34,14 +34,16 @@ struct WarningIdentifier
         "colour-label";                          ///< Photometric Interpretation is not what the pixels are
     static constexpr const char* kSign = "sign"; ///< codestream and data set contradict each other
     static constexpr const char* kNonconformant =
-        "nonconformant";                           ///< a rule was broken, and what was meant is clear
-    static constexpr const char* kDepth = "depth"; ///< the frame has other bits than the data set says
-    static constexpr const char* kScale = "scale"; ///< not reduced as asked for, and called so by contract
+        "nonconformant";                             ///< a rule was broken, and what was meant is clear
+    static constexpr const char* kDepth = "depth";   ///< the frame has other bits than the data set says
+    static constexpr const char* kScale = "scale";   ///< not reduced as asked for, and called so by contract
+    static constexpr const char* kAbsent = "absent"; ///< a whole-slide image has no tiles somewhere
     static constexpr const char* kRatio = "ratio"; ///< the compression ratio is a guess, or by contract wrong
 
     /// All of them.
     static constexpr const char* kAll[] = {
-        kDamaged, kTruncated, kByteOrder, kColourLabel, kSign, kNonconformant, kDepth, kScale, kRatio,
+        kDamaged,       kTruncated, kByteOrder, kColourLabel, kSign,
+        kNonconformant, kDepth,     kScale,     kRatio,       kAbsent,
     };
 };
 

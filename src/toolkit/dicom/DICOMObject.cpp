@@ -250,6 +250,37 @@ bool DICOMObject::GetSequenceItemString(DICOMTag theSequence, std::size_t theIte
     return anElement != nullptr && ElementValue(*anElement).GetText(theValue);
 }
 
+void DICOMObject::ForEachSequenceItem(
+    DICOMTag theSequence, const std::vector<ItemPlace>& thePlaces,
+    const std::function<void(const std::vector<RWCString>&)>& theReceiver) const
+{
+    DcmSequenceOfItems* const aSequence = FindSequence(*this, theSequence);
+    std::vector<RWCString> aTexts(thePlaces.size());
+    // Not by index, which DCMTK counts out from the first item every time.
+    for (DcmObject* anObject = aSequence != nullptr ? aSequence->nextInContainer(nullptr) : nullptr;
+         anObject != nullptr; anObject = aSequence->nextInContainer(anObject))
+    {
+        for (std::size_t i = 0; i < thePlaces.size(); ++i)
+        {
+            aTexts[i].clear();
+            auto* anItem = dynamic_cast<DcmItem*>(anObject);
+            if (thePlaces[i].itsSequence != DICOMTags::None && anItem != nullptr)
+            {
+                auto* const anInner =
+                    dynamic_cast<DcmSequenceOfItems*>(DcmtkBridge::Find(*anItem, thePlaces[i].itsSequence));
+                anItem = anInner != nullptr && anInner->card() > 0 ? anInner->getItem(0) : nullptr;
+            }
+            DcmElement* const anElement =
+                anItem != nullptr ? DcmtkBridge::Find(*anItem, thePlaces[i].itsTag) : nullptr;
+            if (anElement != nullptr)
+            {
+                ElementValue(*anElement).GetText(aTexts[i]);
+            }
+        }
+        theReceiver(aTexts);
+    }
+}
+
 bool DICOMObject::AddSequenceItem(DICOMTag theSequence, DICOMObject& theItem)
 {
     DcmSequenceOfItems* aSequence = FindSequence(*this, theSequence);

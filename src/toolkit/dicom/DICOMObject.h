@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -81,6 +82,18 @@ public:
     /// Reads a string of one item of a sequence; false as in GetString and where there is no such item.
     bool GetSequenceItemString(DICOMTag theSequence, std::size_t theItem, DICOMTag theTag,
                                RWCString& theValue) const;
+
+    /// An element of a sequence's item, or of the first item of a sequence in that.
+    struct ItemPlace
+    {
+        DICOMTag itsSequence; ///< in the item; None for an element of the item itself
+        DICOMTag itsTag;
+    };
+
+    /// Calls theReceiver for each item of a sequence, in their order, with the texts at thePlaces, empty
+    /// where there is none. Its argument is valid during the call.
+    void ForEachSequenceItem(DICOMTag theSequence, const std::vector<ItemPlace>& thePlaces,
+                             const std::function<void(const std::vector<RWCString>&)>& theReceiver) const;
 
     /// Appends an item, emptying theItem, to a sequence of this set. False when there is no such sequence.
     bool AddSequenceItem(DICOMTag theSequence, DICOMObject& theItem);

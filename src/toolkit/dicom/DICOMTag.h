@@ -95,6 +95,24 @@ inline constexpr DICOMTag kPalette[] = {
 };
 /// @}
 
+/// Whole-slide images: frames that are tiles of one total pixel matrix (PS3.3 C.7.6.17, C.8.12).
+/// @{
+inline constexpr DICOMTag ConcatenationFrameOffsetNumber{0x0020, 0x9228};
+inline constexpr DICOMTag DimensionOrganizationType{0x0020, 0x9311};
+inline constexpr DICOMTag ZOffsetInSlideCoordinateSystem{0x0040, 0x074a};
+inline constexpr DICOMTag TotalPixelMatrixColumns{0x0048, 0x0006};
+inline constexpr DICOMTag TotalPixelMatrixRows{0x0048, 0x0007};
+inline constexpr DICOMTag RecommendedAbsentPixelCIELabValue{0x0048, 0x0015};
+inline constexpr DICOMTag OpticalPathIdentifier{0x0048, 0x0106};
+inline constexpr DICOMTag OpticalPathIdentificationSequence{0x0048, 0x0207};
+inline constexpr DICOMTag PlanePositionSlideSequence{0x0048, 0x021a};
+inline constexpr DICOMTag ColumnPositionInTotalImagePixelMatrix{0x0048, 0x021e};
+inline constexpr DICOMTag RowPositionInTotalImagePixelMatrix{0x0048, 0x021f};
+inline constexpr DICOMTag SegmentIdentificationSequence{0x0062, 0x000a};
+inline constexpr DICOMTag ReferencedSegmentNumber{0x0062, 0x000b};
+inline constexpr DICOMTag PerFrameFunctionalGroupsSequence{0x5200, 0x9230};
+/// @}
+
 /// The history of lossy compression (PS3.3 C.7.6.1.1.5).
 /// @{
 inline constexpr DICOMTag LossyImageCompression{0x0028, 0x2110};

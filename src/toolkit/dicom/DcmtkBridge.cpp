@@ -99,6 +99,20 @@ constexpr KnownTag kKnownTags[] = {
     {DICOMTags::ExtendedOffsetTable, Code("OV")},
     {DICOMTags::ExtendedOffsetTableLengths, Code("OV")},
     {DICOMTags::PixelData, Code("OW")},
+    {DICOMTags::ConcatenationFrameOffsetNumber, Code("UL")},
+    {DICOMTags::DimensionOrganizationType, Code("CS")},
+    {DICOMTags::ZOffsetInSlideCoordinateSystem, Code("DS")},
+    {DICOMTags::TotalPixelMatrixColumns, Code("UL")},
+    {DICOMTags::TotalPixelMatrixRows, Code("UL")},
+    {DICOMTags::RecommendedAbsentPixelCIELabValue, Code("US")},
+    {DICOMTags::OpticalPathIdentifier, Code("SH")},
+    {DICOMTags::OpticalPathIdentificationSequence, Code("SQ")},
+    {DICOMTags::PlanePositionSlideSequence, Code("SQ")},
+    {DICOMTags::ColumnPositionInTotalImagePixelMatrix, Code("SL")},
+    {DICOMTags::RowPositionInTotalImagePixelMatrix, Code("SL")},
+    {DICOMTags::SegmentIdentificationSequence, Code("SQ")},
+    {DICOMTags::ReferencedSegmentNumber, Code("US")},
+    {DICOMTags::PerFrameFunctionalGroupsSequence, Code("SQ")},
 };
 
 std::uint16_t FallBack(DICOMTag theTag)
