@@ -125,6 +125,8 @@ def make_high_throughput(folder):
                               ("rgb_2048", rgb(2048), "0.008")):
         encode_high_throughput(folder, f"ht_{name}", image, "-reversible", "true")
         encode_high_throughput(folder, f"ht_{name}_lossy", image, "-qstep", step)
+    if SIDES[-1] != 2048:
+        encode_high_throughput(folder, f"ht_cr_{SIDES[-1]}", grey12(SIDES[-1]), "-reversible", "true")
 
 
 def make_rle(folder):

@@ -121,6 +121,15 @@ def stages_table(results, group, contestant):
     return table(["case", "packets", "blocks", "wavelet", "pixels", "all", contestant], rows)
 
 
+def region_table(results):
+    rows = []
+    for case, measured in results.cases("region").items():
+        whole = measured.get("whole", {}).get("time_ms", 0.0)
+        parts = [measured.get(place, {}).get("time_ms", 0.0) for place in ("top", "middle")]
+        rows.append([case, f"{whole:.1f}", *(f"{part:.1f} (1/{whole / part:.0f})" if part else "" for part in parts)])
+    return table(["case", "whole", "at the top", "in the middle"], rows)
+
+
 def threads_table(results):
     rows = []
     for case, measured in results.cases("threads").items():
@@ -179,6 +188,8 @@ def make_tables(results):
     for group, contestant in (("jpeg2000", "openjpeg"), ("htj2k", "openjph")):
         tables[group + "-stages"] = (f"{group}: ms of each stage of ours", group + "_stages",
                                      stages_table(results, group, contestant))
+    tables["region"] = ("region: ms of a window of 512 x 512 (its share of the whole in brackets)", "region",
+                        region_table(results))
     tables["threads"] = ("threads: MB/s of decoded pixels, all requests together (times one request in brackets)",
                          "threads", threads_table(results))
     tables["seek"] = ("seek: one frame of a thousand or two, from opening the file to the finished image, µs", "seek",

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "codecs/jpeg2000/JPEG2000Decoder.h"
 #include "codecs/sources/CompressedSources.h"
 #include "engine/kdu_codestream.h"
 #include "engine/kdu_decoder.h"
@@ -135,6 +136,22 @@ void RunStages(benchmark::State& theState, const std::string& theFile, Stage the
     }
 }
 
+/// A region of the largest images, from the codestream to its pixels.
+void RunRegion(benchmark::State& theState, const std::string& theFile, const PixelRegion& theRegion)
+{
+    const Bytes aStream = ReadInput("jpeg2000/" + theFile, ".j2k");
+    Bytes anOutput(GetOutputSize(aStream));
+    for (auto _ : theState)
+    {
+        MemoryInputStream aMemory(aStream.data(), aStream.size());
+        InputStreamAdapter aSource(aMemory);
+        JPEG2000Decoder aDecoder(1, Decoder::PET_FAST);
+        aDecoder.SetRegion(theRegion);
+        aDecoder.SetSource(nullptr, aSource);
+        aDecoder.Decode(static_cast<unsigned int>(aStream.size()), anOutput.data(), anOutput.size());
+    }
+}
+
 /// All threads count.
 template <typename... Arguments>
 void Register(const std::string& theName, Arguments&&... theArguments)
@@ -157,6 +174,21 @@ void RegisterStages(const std::string& theGroup, const Jpeg2000Case& theCase)
     }
 }
 
+/// 512 x 512 pixels at the top and in the middle, beside all there are.
+void RegisterRegions(const std::string& theSide)
+{
+    constexpr std::uint64_t kWindow = 512;
+    const std::uint64_t aSide = std::stoul(theSide);
+    const std::uint64_t aMiddle = (aSide - kWindow) / 2;
+    for (const std::string& aFile : {"cr_" + theSide, "cr_" + theSide + "_lossy", "ht_cr_" + theSide})
+    {
+        Register("region/" + aFile + "/whole", RunRegion, aFile, PixelRegion{0, 0, aSide, aSide});
+        Register("region/" + aFile + "/top", RunRegion, aFile, PixelRegion{0, 0, kWindow, kWindow});
+        Register("region/" + aFile + "/middle", RunRegion, aFile,
+                 PixelRegion{aMiddle, aMiddle, kWindow, kWindow});
+    }
+}
+
 [[maybe_unused]] const bool isRegistered = []
 {
     for (const Jpeg2000Case& aCase : GetJpeg2000Cases())
@@ -172,6 +204,7 @@ void RegisterStages(const std::string& theGroup, const Jpeg2000Case& theCase)
         Register("htj2k/" + aCase.itsName + "/openjpeg", Run, aCase, DecodeWithOpenJpeg);
         RegisterStages("htj2k", aCase);
     }
+    RegisterRegions(GetSides().back());
     return true;
 }();
 } // namespace
