@@ -107,12 +107,24 @@ public final class FrameIterator implements Iterator<Renderable>, AutoCloseable 
      */
     @Override
     public Renderable next() {
-        FutureTask<Frame> head = head();
+        FutureTask<Frame> head;
+        synchronized (inFlight) {
+            if (!hasNext()) {
+                throw new NoSuchElementException(closed ? "the frames are closed" : "there are no more frames");
+            }
+            beginFrames();
+            head = inFlight.element();
+        }
         head.run(); // unless somebody else does
         Frame frame = outcomeOf(head);
-        if (closed) {
-            discard(frame);
-            throw new NoSuchElementException("the frames are closed");
+        synchronized (inFlight) {
+            if (closed) {
+                discard(frame);
+                throw new NoSuchElementException("the frames are closed");
+            }
+            inFlight.remove();
+            taken++;
+            beginFrames();
         }
         return handOut(frame);
     }
@@ -144,20 +156,13 @@ public final class FrameIterator implements Iterator<Renderable>, AutoCloseable 
         }
     }
 
-    /** Begins as many frames as may be, and takes the first of them. */
-    private FutureTask<Frame> head() {
-        synchronized (inFlight) {
-            if (!hasNext()) {
-                throw new NoSuchElementException(closed ? "the frames are closed" : "there are no more frames");
-            }
-            while (inFlight.size() < framesInFlight && begun < end) {
-                int index = begun++;
-                FutureTask<Frame> task = new FutureTask<>(() -> decode(index));
-                inFlight.add(task);
-                submit(task);
-            }
-            taken++;
-            return inFlight.remove();
+    /** As many as may be. */
+    private void beginFrames() {
+        while (inFlight.size() < framesInFlight && begun < end) {
+            int index = begun++;
+            FutureTask<Frame> task = new FutureTask<>(() -> decode(index));
+            inFlight.add(task);
+            submit(task);
         }
     }
 

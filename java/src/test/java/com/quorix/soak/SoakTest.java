@@ -9,10 +9,11 @@ import com.quorix.io.ByteBufferSeekableInputStream;
 import com.quorix.support.*;
 import com.quorix.util.*;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.lang.ref.WeakReference;
 import java.util.*;
 import java.util.concurrent.*;
-import java.util.stream.IntStream;
+import java.util.stream.*;
 import org.junit.jupiter.api.*;
 
 /**
@@ -107,12 +108,21 @@ class SoakTest {
         byte[] file = DicomFile.grey8(COLUMNS, ROWS).jpegFrames(List.of(jpeg, jpeg, jpeg)).toBytes();
         byte[] expected = Compressed.jpegPixels(jpeg);
         int[] delivered = {0};
-        Decompressor.decodeFrames(stream(file), DecodeOptions.DEFAULT, (index, image) -> {
+        FrameListener listener = (index, image) -> {
             try (image) {
                 assertArrayEquals(expected, Images.pixelsOf(image));
             }
             return ++delivered[0] < wanted;
-        });
+        };
+        if (wanted == 2) {
+            DecodeOptions ahead = DecodeOptions.DEFAULT.withExecutor(ForkJoinPool.commonPool(), 2);
+            try (Stream<Renderable> frames = Decompressor.frames(ByteBuffer.allocateDirect(file.length).put(file).flip(),
+                    ahead).stream()) {
+                frames.limit(wanted).forEach(image -> listener.frameAvailable(image.getFrame(), image));
+            }
+        } else {
+            Decompressor.decodeFrames(stream(file), DecodeOptions.DEFAULT, listener);
+        }
         assertEquals(wanted, delivered[0]);
     }
 }
