@@ -16,6 +16,8 @@ record JpegFrameHeader(int marker, int bits, int rows, int columns, int componen
     private static final int TEM = 0x01;
     private static final int LOSSLESS = 0xC3;
     private static final int SOF_LS = 0xF7;
+    /** More than any stream has before its frame header; one of nothing else is given up. */
+    private static final int MOST_MARKERS = 10_000;
 
     static boolean beginsWith(byte[] start) {
         return start.length > 2 && (start[0] & 0xFF) == 0xFF && (start[1] & 0xFF) == SOI && (start[2] & 0xFF) == 0xFF;
@@ -37,11 +39,8 @@ record JpegFrameHeader(int marker, int bits, int rows, int columns, int componen
     /** The first frame header behind the start, or null where there is none before the scans. */
     static JpegFrameHeader read(HeaderBytes in) throws IOException {
         in.seek(2);
-        while (in.u8() == 0xFF) {
+        for (int i = 0; i < MOST_MARKERS && in.u8() == 0xFF; i++) {
             int marker = in.u8();
-            while (marker == 0xFF) {
-                marker = in.u8();
-            }
             if (marker == EOI || marker == SOS) {
                 return null;
             }
@@ -51,7 +50,9 @@ record JpegFrameHeader(int marker, int bits, int rows, int columns, int componen
                 int rows = in.u16();
                 return new JpegFrameHeader(marker, bits, rows, in.u16(), in.u8());
             }
-            if (!isAlone(marker)) {
+            if (marker == 0xFF) {
+                in.seek(in.position() - 1); // the first was to fill up
+            } else if (!isAlone(marker)) {
                 long start = in.position();
                 in.seek(start + Math.max(2, in.u16()));
             }
