@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.quorix.imageio;
 
+import java.awt.Point;
 import java.awt.Rectangle;
 import java.awt.image.Raster;
 import java.awt.image.WritableRaster;
@@ -14,6 +15,7 @@ import javax.imageio.ImageReadParam;
  */
 final class PixelPicker {
     private final Raster source;
+    private final Point origin;
     private final int halvings;
     private final Rectangle region;
     private final int stepX;
@@ -22,9 +24,13 @@ final class PixelPicker {
     private int[] targetBands;
     private boolean stretching;
 
-    /** The region is in pixels of the full size, offsets of the subsampling included. */
-    PixelPicker(Raster source, int halvings, Rectangle region, ImageReadParam param) {
+    /**
+     * Region and origin, the place of the raster's first pixel, are in pixels of the full size. The region has the
+     * offsets of the subsampling in it.
+     */
+    PixelPicker(Raster source, Point origin, int halvings, Rectangle region, ImageReadParam param) {
         this.source = source;
+        this.origin = origin;
         this.halvings = halvings;
         this.region = region;
         stepX = param.getSourceXSubsampling();
@@ -47,11 +53,12 @@ final class PixelPicker {
 
     /** Fills a part of the target, row by row, until it is told to stop. */
     void copyTo(WritableRaster target, Rectangle part, BooleanSupplier stopped) {
-        int[] columns = IntStream.range(0, part.width).map(x -> at(region.x + x * stepX, source.getWidth())).toArray();
+        int[] columns = IntStream.range(0, part.width)
+                .map(x -> at(region.x + x * stepX, origin.x, source.getWidth())).toArray();
         int[] row = new int[columns[columns.length - 1] - columns[0] + 1];
         int[] picked = new int[part.width];
         for (int y = 0; y < part.height && !stopped.getAsBoolean(); y++) {
-            int sourceY = at(region.y + y * stepY, source.getHeight());
+            int sourceY = at(region.y + y * stepY, origin.y, source.getHeight());
             for (int i = 0; i < sourceBands.length; i++) {
                 source.getSamples(columns[0], sourceY, row.length, 1, sourceBands[i], row);
                 for (int x = 0; x < picked.length; x++) {
@@ -66,8 +73,8 @@ final class PixelPicker {
     }
 
     /** Where the codestream's own grid begins at an odd place, lower resolutions may lack their last pixel. */
-    private int at(int fullSize, int size) {
-        return Math.min(fullSize >> halvings, size - 1);
+    private int at(int fullSize, int start, int size) {
+        return Math.min((fullSize >> halvings) - (start >> halvings), size - 1);
     }
 
     private static long white(Raster raster, int band) {

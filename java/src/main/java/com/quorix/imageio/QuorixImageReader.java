@@ -5,7 +5,6 @@ import com.quorix.decompression.DecodeOptions;
 import com.quorix.decompression.DecompressionException;
 import com.quorix.decompression.Decompressor;
 import com.quorix.decompression.Renderable;
-import com.quorix.decompression.WarningListener;
 import java.awt.Point;
 import java.awt.Rectangle;
 import java.awt.image.BufferedImage;
@@ -44,6 +43,8 @@ import javax.imageio.stream.ImageInputStream;
 public final class QuorixImageReader extends ImageReader {
     /** No side of a thumbnail is longer, unless the image has no resolution as low. */
     private static final int THUMBNAIL_SIZE = 256;
+    /** The result code of a region that is not inside the image. */
+    private static final int OUTSIDE = 6;
 
     private final InputFormat format;
     private ImageInputStream stream;
@@ -118,7 +119,7 @@ public final class QuorixImageReader extends ImageReader {
         checkIndex(index);
         ImageLayout layout = decoded.getOrDefault(index, headers().layout());
         if (layout == null) {
-            try (Renderable image = decode(index, 1, ReadWatcher.NONE, null)) {
+            try (Renderable image = decode(DecodeOptions.DEFAULT.withFrame(index), ReadWatcher.NONE)) {
                 layout = ImageLayout.of(image, false);
             }
             decoded.put(index, layout);
@@ -226,36 +227,70 @@ public final class QuorixImageReader extends ImageReader {
         processImageComplete();
     }
 
-    /** A decoded frame with its layout at full size, and how often it was halved. */
-    private record Decoded(Renderable renderable, ImageLayout layout, int halvings) implements AutoCloseable {
+    /** A decoded frame, or a part of it, with the layout of all of it at full size, and how often it was halved. */
+    private record Decoded(Renderable renderable, ImageLayout layout, Point origin, int halvings)
+            implements AutoCloseable {
         @Override
         public void close() {
             renderable.close();
         }
     }
 
+    /** Decodes what is wanted and, where the codec can do without it, nothing else. */
     private Decoded decode(int index, ImageLayout layout, ImageReadParam param) throws IOException {
         int factors = param.getSourceXSubsampling() | param.getSourceYSubsampling();
         int halvings = layout.reducible() ? Integer.numberOfTrailingZeros(factors) : 0;
-        Renderable image = decode(index, 1 + halvings, new Progress(),
-                warning -> processWarningOccurred(warning.text()));
-        int done = Math.max(0, image.getScaleFactor() - 1);
-        if (done > 0) {
-            return new Decoded(image, layout, done);
+        Rectangle whole = new Rectangle(layout.width(), layout.height());
+        Rectangle region = getSourceRegion(param, layout.width(), layout.height());
+        DecodeOptions options = DecodeOptions.DEFAULT.withFrame(index).withScaleFactor(1 + halvings)
+                .withWarningListener(warning -> processWarningOccurred(warning.text()));
+        if (!region.equals(whole)) {
+            Renderable part = decodePart(options.withRegion(region.x, region.y, region.width, region.height));
+            if (part != null) {
+                return new Decoded(part, layout, region.getLocation(), Math.max(0, part.getScaleFactor() - 1));
+            }
         }
-        decoded.put(index, ImageLayout.of(image, layout.reducible()));
-        return new Decoded(image, decoded.get(index), 0);
+        Renderable image = decode(options, new Progress());
+        if (image.getScaleFactor() > 1 && hasWhiteOfItsOwn(image)) {
+            image.close();
+            image = decode(options.withScaleFactor(1), new Progress());
+        }
+        int done = Math.max(0, image.getScaleFactor() - 1);
+        if (done == 0) {
+            decoded.put(index, ImageLayout.of(image, layout.reducible()));
+        }
+        return new Decoded(image, decoded.getOrDefault(index, layout), new Point(), done);
     }
 
-    private Renderable decode(int index, int scaleFactor, ReadWatcher watcher, WarningListener listener)
-            throws IOException {
+    /** Null where all of the frame has to be decoded: the headers may also have promised more of it than there is. */
+    private Renderable decodePart(DecodeOptions options) throws IOException {
+        Renderable part;
+        try {
+            part = decode(options, new Progress());
+        } catch (IIOException failure) {
+            if (failure.getCause() instanceof DecompressionException cause && cause.getCode() == OUTSIDE) {
+                return null;
+            }
+            throw failure;
+        }
+        if (hasWhiteOfItsOwn(part)) {
+            part.close();
+            return null;
+        }
+        return part;
+    }
+
+    /** Where samples are deeper than the data set says, what is white depends on all of them. */
+    private static boolean hasWhiteOfItsOwn(Renderable image) {
+        return image.getBitsAllocated() == 16 && image.getBitsStored() <= 8;
+    }
+
+    private Renderable decode(DecodeOptions options, ReadWatcher watcher) throws IOException {
         ImageInput in = new ImageInput(stream, start, watcher);
-        DecodeOptions options = DecodeOptions.DEFAULT.withType(format.type()).withFrame(index)
-                .withScaleFactor(scaleFactor).withWarningListener(listener);
         Renderable image = null;
         IOException failure = null;
         try {
-            image = Decompressor.decode(in, options);
+            image = Decompressor.decode(in, options.withType(format.type()));
         } catch (DecompressionException exception) {
             failure = new IIOException(exception.getMessage(), exception);
         }
@@ -315,7 +350,7 @@ public final class QuorixImageReader extends ImageReader {
         Rectangle region = new Rectangle();
         Rectangle part = new Rectangle();
         computeRegions(param, width, height, target, region, part);
-        new PixelPicker(picture.getRaster(), image.halvings(), region, param)
+        new PixelPicker(picture.getRaster(), image.origin(), image.halvings(), region, param)
                 .ofBands(param.getSourceBands(), param.getDestinationBands())
                 .stretching().copyTo(target.getRaster(), part, this::abortRequested);
         return target;
@@ -334,7 +369,8 @@ public final class QuorixImageReader extends ImageReader {
         Rectangle region = getSourceRegion(param, image.layout().width(), image.layout().height());
         Rectangle part = targetOf(region, param);
         WritableRaster target = raster.createCompatibleWritableRaster(part.width, part.height);
-        new PixelPicker(raster, image.halvings(), region, param).copyTo(target, part, this::abortRequested);
+        new PixelPicker(raster, image.origin(), image.halvings(), region, param)
+                .copyTo(target, part, this::abortRequested);
         return target;
     }
 
@@ -420,7 +456,8 @@ public final class QuorixImageReader extends ImageReader {
         if (halvings == 0) {
             return null;
         }
-        try (Renderable image = decode(index, 1 + halvings, ReadWatcher.NONE, null)) {
+        DecodeOptions options = DecodeOptions.DEFAULT.withFrame(index).withScaleFactor(1 + halvings);
+        try (Renderable image = decode(options, ReadWatcher.NONE)) {
             return image.getScaleFactor() > 1 ? pictureOf(image) : null;
         }
     }
