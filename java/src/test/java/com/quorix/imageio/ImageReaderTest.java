@@ -50,6 +50,10 @@ class ImageReaderTest {
         return DicomFile.grey16(columns, rows).bitsStored(12, false).nativeFrames(frames, pixels.toByteArray());
     }
 
+    private static DicomFile bits() {
+        return DicomFile.grey8(8, 2).number(0x00280100, 1).bitsStored(1, false).nativeFrames(1, new byte[] {5, 3});
+    }
+
     private static DicomFile rgb() {
         return DicomFile.rgb8(40, 30).nativeFrames(1, Compressed.gradient8(120, 30, 1));
     }
@@ -73,8 +77,7 @@ class ImageReaderTest {
                 new Row("grey8", DicomFile.grey8(20, 10).nativeFrames(1, Compressed.gradient8(20, 10, 0)).toBytes(),
                         OURS, TYPE_BYTE_GRAY, "20 x 10", 1),
                 new Row("grey16", grey16(20, 10, 3).toBytes(), OURS, TYPE_USHORT_GRAY, "20 x 10", 3),
-                new Row("bits", DicomFile.grey8(8, 2).number(0x00280100, 1).bitsStored(1, false)
-                        .nativeFrames(1, new byte[] {5, 3}).toBytes(), OURS, TYPE_BYTE_GRAY, "8 x 2", 1),
+                new Row("bits", bits().toBytes(), OURS, TYPE_BYTE_GRAY, "8 x 2", 1),
                 new Row("rgb", rgb().toBytes(), OURS, TYPE_3BYTE_BGR, "40 x 30", 1),
                 new Row("no preamble", withoutPreamble(rgb()), OURS, TYPE_3BYTE_BGR, "40 x 30", 1),
                 new Row("jpeg in dicom", DicomFile.grey8(24, 16).jpegFrames(List.of(Compressed.jpeg(24, 16, 0)))
@@ -157,8 +160,10 @@ class ImageReaderTest {
         List<ImageInputStream> streams = List.of(ImageIO.createImageInputStream(file),
                 new Reluctant(row.bytes, 1 << 20),
                 new FileCacheImageInputStream(new ByteArrayInputStream(row.bytes), folder.toFile()),
-                new MemoryCacheImageInputStream(new ByteArrayInputStream(behind)));
+                new MemoryCacheImageInputStream(new ByteArrayInputStream(behind)),
+                ImageIO.createImageInputStream(Files.write(folder.resolve("behind"), behind).toFile()));
         streams.get(3).seek(7);
+        streams.get(4).seek(7);
         for (ImageInputStream in : streams) {
             long position = in.getStreamPosition();
             ImageReader reader = reader(in);
@@ -181,6 +186,8 @@ class ImageReaderTest {
 
     @Test
     void rastersHoldWhatIsStored() throws IOException {
+        assertArrayEquals(new int[] {1, 0, 1, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0},
+                samples(reader(bits().toBytes()).readRaster(0, null)));
         assertArrayEquals(new int[] {0, 1000, 4095, 7, 2, 3, 2048, 9}, samples(reader(JPEG_LS).readRaster(0, null)));
         assertArrayEquals(new int[] {32768, 32769, 32767, 32767}, samples(reader(JPEG_LOSSLESS).readRaster(0, null)));
         byte[] words = {0, 8, (byte) 0xFF, 0x17, 0, (byte) 0xF0}; // above the twelve bits stands an overlay
@@ -475,6 +482,35 @@ class ImageReaderTest {
         for (Iterator<ImageReader> it = ImageIO.getImageReadersBySuffix("jpg"); it.hasNext();) {
             assertFalse(it.next() instanceof QuorixImageReader);
         }
+    }
+
+    /** What headers promise is what pictures are. */
+    @Tag("samples")
+    @Test
+    void samplesAreReadAsTheirHeadersPromise() throws IOException {
+        int read = 0;
+        for (Path file : Places.filesBelow(Places.samples())) {
+            ImageInputStream in = ImageIO.createImageInputStream(file.toFile());
+            Iterator<ImageReader> readers = ImageIO.getImageReaders(in);
+            if (file.toString().contains("damaged") || !readers.hasNext()
+                    || !(readers.next() instanceof QuorixImageReader reader)) {
+                continue;
+            }
+            reader.setInput(in);
+            String promised = reader.getWidth(0) + " x " + reader.getHeight(0) + ", "
+                    + reader.getRawImageType(0).getBufferedImageType();
+            try {
+                BufferedImage picture = reader.read(0);
+                read++;
+                assertEquals(promised, picture.getWidth() + " x " + picture.getHeight() + ", " + picture.getType(),
+                        file.toString());
+            } catch (IIOException exception) {
+                assertInstanceOf(DecompressionException.class, exception.getCause(), file.toString());
+            }
+            reader.dispose();
+            in.close();
+        }
+        assertTrue(read > 100, "only " + read + " files were read");
     }
 
     /** Reads the file of its argument. */
