@@ -317,6 +317,23 @@ class CommandLine(Program):
         self.assertEqual(self.lines(self.put("in", IMAGES["rle16"][0]), "--scale", "2")[0]["rows"], 5)
 
     @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
+    def test_region(self):
+        position = ((0x00080018, "UI", "1.2.3\0"), (0x00200032, "DS", "10\\-20\\5.5"), (0x00200037, "DS", "1\\0\\0\\0\\0\\-1"))
+        self.put("in", dicom(words(RAMP), 5, 6, stored=12, extra=position + ((0x00280030, "DS", "0.5\\0.25"),)))
+        cut = words(RAMP[8:11] + RAMP[14:17])
+        line = self.lines("in", "--region", "2,1,3,2", "--format", "raw", "-o", "out.raw")[0]
+        self.assertEqual(line["region"], {"x": 2, "y": 1, "width": 3, "height": 2})
+        self.assertEqual((self.get("out.raw"), line["rows"], line["columns"]), (cut, 2, 3))
+        self.run_it("in", "--region", "2,1,3,2", "--format", "dicom", "-o", "out.dcm")
+        self.assertEqual(self.lines("out.dcm", "--format", "none")[0]["sha256"], hashlib.sha256(cut).hexdigest())
+        dump = self.dump("out.dcm")
+        for text, has in ((b"[10.5\\-20\\5]", True), (b"[DERIVED\\PRIMARY]", True), (b"[1.2.3]", False)):
+            self.assertEqual(text in dump, has, dump)
+        self.put("in", dicom([J2K_RAMP], 5, 6, stored=12, syntax=J2K))
+        line = self.lines("in", "--region", "3,1,3,2", "--scale", "2")[0]
+        self.assertEqual((line["rows"], line["columns"], line["scale_factor"]), (2, 2, 2))
+
+    @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
     def test_dicom_output_of_a_reduced_image_is_another_image(self):
         spacings = ((0x00280030, "DS", "0.7\\+1.25 "), (0x00181164, "UN", b"0.123456789012  "), (0x00182010, "DS", "x\\1"))
         identity = ((0x00080008, "CS", "ORIGINAL\\PRIMARY\\AXIAL "), (0x00080018, "UI", "1.2.3\0"))
@@ -414,9 +431,11 @@ class CommandLine(Program):
             self.put(name, content)
         cases = [
             (0, [["--help"], ["--version"], ["good.dcm"], ["good.dcm", "-o", "made/here/"], ["good.dcm", "--scale", "3"],
-                 ["bare.jpg", "--type", "jpeg"], ["--info", "j2k.dcm"], ["--info", "cut.dcm"], ["multi.dcm", "--frame", "2"]]),
+                 ["bare.jpg", "--region", "1,1,2,2"], ["bare.jpg", "--type", "jpeg"], ["--info", "j2k.dcm"], ["--info", "cut.dcm"], ["multi.dcm", "--frame", "2"]]),
             (1, [[], ["--frobnicate", "good.dcm"], ["good.dcm", "--format", "gif"], ["good.dcm", "--frame", "-1"],
                  ["good.dcm", "--frame", "x"], ["good.dcm", "--frame", "0", "--all-frames"], ["good.dcm", "--jobs", "0"],
+                 ["good.dcm", "--region", "0,0,0,1"], ["good.dcm", "--region", "1,2,3"], ["good.dcm", "--region", "0,-1,1,1"],
+                 ["good.dcm", "--region", "0,0,1,1x"], ["good.dcm", "--region", "0,0,1,9999999999"],
                  ["good.dcm", "--scale", "0"], ["good.dcm", "--frames", "1-0"], ["good.dcm", "--frames", "0,,1"],
                  ["good.dcm", "--frames", "0-,3"], ["good.dcm", "--frames", "-1"], ["good.dcm", "--frames", "1 2"], ["good.dcm", "--window", "1"], ["good.dcm", "--window", "40,0.5"],
                  ["good.dcm", "--window", "nan,5"], ["good.dcm", "--window", "auto", "--format", "raw"], ["-", "-"],
@@ -427,6 +446,7 @@ class CommandLine(Program):
             (3, [["good.dcm", "-o", "noise/x.png"], ["good.dcm", "bare.jpg", "-o", "noise"],
                  ["good.dcm", "missing.dcm", "-o", "noise"], ["good.dcm", "-o", "no/such/folder.png"]]),
             (4, [["missing.dcm"], ["noise"], ["empty"], ["cut.dcm"], ["j2k.dcm"], ["tree"], ["multi.dcm", "--frame", "3"],
+                 ["good.dcm", "--region", "5,0,2,1"],
                  ["bare.jpg", "--frame", "1"], ["good.dcm", "--type", "jpeg"], ["good.dcm", "--type", "j2k"]]),
         ]
         for status, command in ((status, command) for status, commands in cases for command in commands):

@@ -23,7 +23,7 @@ def main(program, path):
     with tempfile.TemporaryDirectory() as folder:
         manifest = os.path.join(folder, "manifest")
         pathlib.Path(manifest).write_text('{"file":"gone","frame":0}\n', encoding="utf-8")
-        for arguments in (["--all-frames", "-o", folder + "/"], ["--format", "none", "--by-contract"], ["--info"],
+        for arguments in (["--all-frames", "-o", folder + "/"], ["--format", "none", "--by-contract", "--region", "1,2,3,4"], ["--info"],
                           ["--audit", manifest + "2", "--audit-against", manifest]):
             run = subprocess.run([program, "--json", *arguments, *inputs], capture_output=True, check=False)
             for line in map(json.loads, run.stdout.splitlines()):

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "image/Renderable.h"
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/Exceptions.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/base/Reading.h"
 #include "toolkit/dicom/DICOMDataObject.h"
 
@@ -31,6 +33,9 @@ struct DecodedFrame
 
     /// How often the codec has halved the resolution.
     int itsHalvings = 0;
+
+    /// What part of the image, in pixels at full size, was asked for; nothing for all of it.
+    std::optional<PixelRegion> itsRegion;
 
     /// "JPG" or "JP2" when the input was compressed with loss, else empty.
     RWCString itsCompressionKind;

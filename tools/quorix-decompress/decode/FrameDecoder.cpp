@@ -147,9 +147,10 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     const double anOpenTime = aCounter.Lap() * 1000.0;
     theResult.itsTransferSyntaxUID = FindTransferSyntax();
     theResult.itsReading = itsSettings.itsReading;
+    theResult.itsRegion = itsSettings.itsRegion;
     ReadingContext aContext(itsSettings.itsReading);
     theResult.itsRenderable =
-        BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, std::nullopt, aContext);
+        BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, itsSettings.itsRegion, aContext);
     theResult.itsWarnings = aContext.TakeWarnings();
     theResult.itsResultCode = DLRC_SUCCESS;
     theResult.itsMessage = "Completed successfully";
@@ -184,7 +185,9 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     DecompressionRequest aRequest(aStream.get(), theResult.itsDataSet.get(), "", true, itsSettings.itsScale,
                                   theResult.itsFrame, "", false);
     theResult.itsReading = itsSettings.itsReading;
+    theResult.itsRegion = itsSettings.itsRegion;
     aRequest.setReading(itsSettings.itsReading);
+    aRequest.setRegion(itsSettings.itsRegion);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     theResult.Take(aResult);

@@ -2,16 +2,19 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "decode/DecodedFrame.h"
 #include "inputs/InputClassifier.h"
 #include "inputs/InputSource.h"
+#include "toolkit/base/PixelRegion.h"
 
 /// How frames are decoded, as the command line says.
 struct DecodeSettings
 {
     int itsScale;
     Reading itsReading;
+    std::optional<PixelRegion> itsRegion; ///< nothing for all of the image
 };
 
 /// Decodes frames of one input. The input is borrowed. Not thread-safe.

@@ -128,7 +128,7 @@ void DICOMWriter::Save(TemporaryFile& theFile)
     PrepareDataSet();
     DescribePixels();
     DICOMDataObject& aDataSet = *itsFirst.itsDataSet;
-    ReducedDataSet::Adapt(aDataSet, itsFirst.itsHalvings);
+    ReducedDataSet::Adapt(aDataSet, itsFirst.itsHalvings, itsFirst.itsRegion);
     aDataSet.ReplaceVR(FactoryFor(aDataSet).CreatePixelData(
         itsFrameCount == 1 ? anImage.getPixelData() : itsPixels.data(), aSize,
         anImage.getBitsAllocated() > 8 ? VR::TYPE_OW : VR::TYPE_OB,

@@ -15,12 +15,21 @@
 
 namespace
 {
+constexpr DICOMTag kImagePosition = {0x0020, 0x0032};
+constexpr DICOMTag kImageOrientation = {0x0020, 0x0037};
+constexpr DICOMTag kPixelSpacing = {0x0028, 0x0030};
+constexpr DICOMTag kMatrix[] = {
+    DICOMTags::DimensionOrganizationType,
+    DICOMTags::TotalPixelMatrixColumns,
+    DICOMTags::TotalPixelMatrixRows,
+    {0x0048, 0x0008}, // Total Pixel Matrix Origin Sequence
+};
 constexpr DICOMTag kSpacings[] = {
     {0x0018, 0x1164}, // Imager Pixel Spacing
     {0x0018, 0x2010}, // Nominal Scanned Pixel Spacing
     {0x0018, 0x9404}, // Object Pixel Spacing in Center of Beam
-    {0x0028, 0x0030}, // Pixel Spacing
     {0x0070, 0x0101}, // Presentation Pixel Spacing
+    kPixelSpacing,
 };
 constexpr DICOMTag kUltrasoundRegions = {0x0018, 0x6011};
 constexpr DICOMTag kFirstShutter = {0x0018, 0x1600}; // shutters and collimators, in rows and columns
@@ -62,10 +71,10 @@ std::string Trim(const std::string& theText)
                : theText.substr(aFirst, theText.find_last_not_of(std::string(" \0", 2)) + 1 - aFirst);
 }
 
-/// All values multiplied; nothing when one of them is no number.
-std::optional<std::string> Multiply(const std::string& theValues, double theFactor)
+/// All values; nothing when one of them is no number.
+std::optional<std::vector<double>> ReadNumbers(const std::string& theValues)
 {
-    std::string aProducts;
+    std::vector<double> aNumbers;
     for (std::size_t aStart = 0; aStart <= theValues.size();)
     {
         const std::size_t anEnd = std::min(theValues.find('\\', aStart), theValues.size());
@@ -77,10 +86,28 @@ std::optional<std::string> Multiply(const std::string& theValues, double theFact
         {
             return std::nullopt;
         }
-        aProducts += (aStart == 0 ? "" : "\\") + ToDecimalString(aNumber * theFactor);
+        aNumbers.push_back(aNumber);
         aStart = anEnd + 1;
     }
-    return aProducts + (aProducts.size() % 2 != 0 ? " " : ""); // decimal strings are padded with a blank
+    return aNumbers;
+}
+
+/// The element with these values; without it where there are none.
+void Replace(DICOMDataObject& theDataSet, const MVRFactory& theFactory, DICOMTag theTag,
+             const std::optional<std::vector<double>>& theNumbers)
+{
+    if (!theNumbers)
+    {
+        theDataSet.RemoveVR(theTag);
+        return;
+    }
+    std::string aText;
+    for (const double aNumber : *theNumbers)
+    {
+        aText += (aText.empty() ? "" : "\\") + ToDecimalString(aNumber);
+    }
+    aText += aText.size() % 2 != 0 ? " " : ""; // decimal strings are padded with a blank
+    theDataSet.ReplaceVR(theFactory.CreateString(theTag, VR::MakeTypeCode('D', 'S'), aText));
 }
 
 /// Whether the element speaks of pixels of the full image by their rows and columns.
@@ -98,15 +125,40 @@ void AdaptSpacings(DICOMDataObject& theDataSet, const MVRFactory& theFactory, do
         {
             continue;
         }
-        if (const auto aProducts = Multiply(ReadText(theDataSet, aTag), theFactor))
+        std::optional<std::vector<double>> aNumbers = ReadNumbers(ReadText(theDataSet, aTag));
+        if (aNumbers)
         {
-            theDataSet.ReplaceVR(theFactory.CreateString(aTag, VR::MakeTypeCode('D', 'S'), *aProducts));
+            std::for_each(aNumbers->begin(), aNumbers->end(),
+                          [=](double& theNumber) { theNumber *= theFactor; });
         }
-        else
-        {
-            theDataSet.RemoveVR(aTag);
-        }
+        Replace(theDataSet, theFactory, aTag, aNumbers);
     }
+}
+
+/// The centre of the first pixel lies as far from that of the image's as rows and columns are apart (PS3.3
+/// C.7.6.2.1.1).
+void MovePosition(DICOMDataObject& theDataSet, const MVRFactory& theFactory, double theColumns,
+                  double theRows)
+{
+    if (!theDataSet.Contains(kImagePosition))
+    {
+        return;
+    }
+    auto aPosition = ReadNumbers(ReadText(theDataSet, kImagePosition));
+    const auto aDirections = ReadNumbers(ReadText(theDataSet, kImageOrientation));
+    const auto aSpacing = ReadNumbers(ReadText(theDataSet, kPixelSpacing));
+    if (!aPosition || aPosition->size() != 3 || !aDirections || aDirections->size() != 6 || !aSpacing ||
+        aSpacing->size() != 2)
+    {
+        theDataSet.RemoveVR(kImagePosition);
+        return;
+    }
+    for (std::size_t i = 0; i < 3; ++i)
+    {
+        (*aPosition)[i] += (*aDirections)[i] * theColumns * (*aSpacing)[1] +
+                           (*aDirections)[i + 3] * theRows * (*aSpacing)[0];
+    }
+    Replace(theDataSet, theFactory, kImagePosition, aPosition);
 }
 
 /// Another image than the full one: two of one identity would be taken for each other.
@@ -121,17 +173,19 @@ void MakeDerived(DICOMDataObject& theDataSet, const MVRFactory& theFactory)
 }
 } // namespace
 
-void ReducedDataSet::Adapt(DICOMDataObject& theDataSet, int theHalvings)
+void ReducedDataSet::Adapt(DICOMDataObject& theDataSet, int theHalvings,
+                           const std::optional<PixelRegion>& theRegion)
 {
-    if (theHalvings <= 0)
+    if (theHalvings <= 0 && !theRegion)
     {
         return;
     }
     if (theDataSet.Contains(kSharedFunctionalGroups) || theDataSet.Contains(kFunctionalGroupsOfFrames))
     {
         throw RefusedOutput(
-            "a reduced image cannot be written: the pixel spacing in functional groups is not "
-            "adapted");
+            theRegion ? "a region cannot be written: the positions in functional groups are not adapted"
+                      : "a reduced image cannot be written: the pixel spacing in functional groups is "
+                        "not adapted");
     }
     for (const DICOMTag aTag : theDataSet.GetTags())
     {
@@ -142,6 +196,17 @@ void ReducedDataSet::Adapt(DICOMDataObject& theDataSet, int theHalvings)
     }
     const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
                               VR::GetDefaultMemoryAllocater());
+    if (theRegion)
+    {
+        // Halved pixels stand where the first of theirs stands.
+        const PixelRegion aFirst = theRegion->Reduced(theHalvings);
+        MovePosition(theDataSet, aFactory, std::ldexp(static_cast<double>(aFirst.itsX), theHalvings),
+                     std::ldexp(static_cast<double>(aFirst.itsY), theHalvings));
+        for (const DICOMTag aTag : kMatrix)
+        {
+            theDataSet.RemoveVR(aTag);
+        }
+    }
     AdaptSpacings(theDataSet, aFactory, std::ldexp(1.0, theHalvings));
     MakeDerived(theDataSet, aFactory);
 }

@@ -86,7 +86,7 @@ FrameReport::FrameReport(const std::string& theInput, const DecodedFrame& theFra
     : itsInput(theInput), itsOutcome(theOutcome), itsFrame(theFrame.itsFrame),
       itsResultCode(theFrame.itsResultCode), itsSystemError(theFrame.itsSystemError),
       itsMessage(theFrame.itsMessage), itsWarnings(theFrame.itsWarnings),
-      itsTransferSyntaxUID(theFrame.itsTransferSyntaxUID)
+      itsTransferSyntaxUID(theFrame.itsTransferSyntaxUID), itsRegion(theFrame.itsRegion)
 {
     if (theFrame.itsDataSet != nullptr)
     {
@@ -167,6 +167,13 @@ std::string FrameReport::ToLine() const
         {
             aLine[kImageFields[15 + i]] = itsFacts->itsTimes[i];
         }
+    }
+    if (itsRegion)
+    {
+        aLine["region"] = {{"x", itsRegion->itsX},
+                           {"y", itsRegion->itsY},
+                           {"width", itsRegion->itsWidth},
+                           {"height", itsRegion->itsHeight}};
     }
     if (!itsOutput.empty())
     {

@@ -63,6 +63,7 @@ private:
     std::string itsMessage;
     std::vector<DecodeWarning> itsWarnings;
     RWCString itsTransferSyntaxUID;
+    std::optional<PixelRegion> itsRegion;
     RWCString itsSOPClassUID;
     RWCString itsSOPInstanceUID;
     std::optional<bool> itsIsLossless;

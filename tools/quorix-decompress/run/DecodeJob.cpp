@@ -176,7 +176,10 @@ void DecodeJob::DecodeFrames(JImageType theKind)
 {
     const Options& anOptions = itsContext.itsOptions;
     FrameSequence aFrames(
-        {theKind, itsSource, {anOptions.GetScale(), anOptions.GetReading()}, anOptions.GetFrames()},
+        {theKind,
+         itsSource,
+         {anOptions.GetScale(), anOptions.GetReading(), anOptions.GetRegion()},
+         anOptions.GetFrames()},
         [this](DecodedFrame theFrame, bool hasSeveral)
         { return FinishFrame(std::move(theFrame), hasSeveral); },
         itsContext.itsFrameThreads);

@@ -83,6 +83,28 @@ WindowOption ParseWindow(const std::string& theText)
     return aWindow;
 }
 
+/// Four whole numbers with commas between them, each as large as a picture can be.
+PixelRegion ParseRegion(const std::string& theText)
+{
+    std::uint32_t aNumbers[4] = {};
+    const char* aStart = theText.data();
+    const char* const anEnd = aStart + theText.size();
+    bool isGood = true;
+    for (std::uint32_t& aNumber : aNumbers)
+    {
+        const auto aResult = std::from_chars(aStart, anEnd, aNumber);
+        const bool isLast = &aNumber == &aNumbers[3];
+        isGood = isGood && aResult.ec == std::errc() && aNumber <= INT32_MAX &&
+                 (isLast ? aResult.ptr == anEnd : aResult.ptr != anEnd && *aResult.ptr == ',');
+        aStart = isGood && !isLast ? aResult.ptr + 1 : anEnd;
+    }
+    if (!isGood || aNumbers[2] == 0 || aNumbers[3] == 0)
+    {
+        throw CLI::ValidationError("--region", "must be X,Y,W,H: column, row, width and height in pixels");
+    }
+    return {aNumbers[0], aNumbers[1], aNumbers[2], aNumbers[3]};
+}
+
 /// A variable of a script that is not set must not pass for an option that is not given.
 std::string CheckNotEmpty(const std::string& theText)
 {
@@ -117,6 +139,7 @@ struct Options::Texts
     std::string itsType = "auto";
     std::string itsFrames;
     bool itsAllFrames = false;
+    std::string itsRegion;
     std::string itsWindow;
     bool itsNoProgress = false;
     std::string itsShard;
@@ -139,6 +162,10 @@ void Options::Check(const Texts& theTexts)
     catch (const std::invalid_argument& anError)
     {
         throw CLI::ValidationError("--frames", anError.what());
+    }
+    if (!theTexts.itsRegion.empty())
+    {
+        itsRegion = ParseRegion(theTexts.itsRegion);
     }
     if (!theTexts.itsWindow.empty())
     {
@@ -240,10 +267,14 @@ std::string Options::Describe() const
     {
         std::snprintf(aWindow, sizeof(aWindow), "%.17g,%.17g", itsWindow->itsCenter, itsWindow->itsWidth);
     }
+    const std::string aRegion =
+        itsRegion ? ", region " + std::to_string(itsRegion->itsX) + "," + std::to_string(itsRegion->itsY) +
+                        "," + std::to_string(itsRegion->itsWidth) + "," + std::to_string(itsRegion->itsHeight)
+                  : "";
     return "format " + itsFormatName + ", type " + itsTypeName + ", frame " + itsFrames.ToText() +
            ", scale " + std::to_string(itsScale) + ", window " +
            (itsWindow && itsWindow->itsAutomatic ? "auto" : aWindow) +
-           (itsByContract ? ", by contract" : ", by meaning");
+           (itsByContract ? ", by contract" : ", by meaning") + aRegion;
 }
 
 void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
@@ -264,6 +295,14 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
                     "halves it (3 is a quarter), as far as the image has levels")
         ->option_text("N")
         ->check(CLI::Range(1, 31));
+    theApp
+        .add_option(
+            "--region", theTexts.itsRegion,
+            "Only this part: first column, first row (from 0), width and height in pixels at full size.\n"
+            "Of whole-slide images it counts in the total pixel matrix, and --frame is any frame of the\n"
+            "focal plane and optical path that are wanted")
+        ->option_text("X,Y,W,H")
+        ->check(CheckNotEmpty);
     theApp
         .add_option("--type", theTexts.itsType,
                     "Kind of input: auto (by the first bytes), dicom, jpeg (also for JPEG-LS, which its "

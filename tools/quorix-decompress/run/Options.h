@@ -8,6 +8,7 @@
 
 #include "inputs/InputCollector.h"
 #include "run/FrameSelection.h"
+#include "toolkit/base/PixelRegion.h"
 #include "toolkit/base/Reading.h"
 
 namespace CLI
@@ -57,6 +58,7 @@ public:
     InputType GetType() const { return itsType; }
     const FrameSelection& GetFrames() const { return itsFrames; }
     int GetScale() const { return itsScale; }
+    const std::optional<PixelRegion>& GetRegion() const { return itsRegion; }
     Reading GetReading() const { return itsByContract ? Reading::BY_CONTRACT : Reading::BY_MEANING; }
     const std::optional<WindowOption>& GetWindow() const { return itsWindow; }
     /// Whether the output goes to standard output; there is then one input and one output.
@@ -112,6 +114,7 @@ private:
     InputType itsType = InputType::AUTO;
     FrameSelection itsFrames;
     int itsScale = 1;
+    std::optional<PixelRegion> itsRegion;
     bool itsByContract = false;
     std::optional<WindowOption> itsWindow;
     bool itsInfo = false;
