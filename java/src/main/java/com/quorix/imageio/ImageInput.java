@@ -3,6 +3,7 @@ package com.quorix.imageio;
 
 import com.quorix.io.SeekableInputStream;
 import java.io.IOException;
+import javax.imageio.IIOException;
 import javax.imageio.stream.ImageInputStream;
 
 /**
@@ -12,7 +13,7 @@ import javax.imageio.stream.ImageInputStream;
 final class ImageInput extends SeekableInputStream {
     private final ImageInputStream stream;
     private final long start;
-    private final ReadWatcher watcher;
+    private ReadWatcher watcher;
     private long position;
     private long bytesRead;
     private Throwable failure;
@@ -23,23 +24,49 @@ final class ImageInput extends SeekableInputStream {
         this.watcher = watcher;
     }
 
-    /** What stream or watcher has thrown, or null: the decoding that was ended by it tells only of its text. */
-    Throwable failure() {
-        return failure;
+    /** From now on it is another decoding that reads, from the same start. */
+    void watch(ReadWatcher newWatcher) {
+        watcher = newWatcher;
+        bytesRead = 0;
+    }
+
+    /**
+     * Throws what the watcher threw, or an {@link IIOException} with what the stream threw, if anything: of either the
+     * decoding that was ended by it tells no more than a text.
+     */
+    void throwFailure() throws IOException {
+        if (failure instanceof Error error) {
+            throw error;
+        }
+        if (failure instanceof RuntimeException exception) {
+            throw exception;
+        }
+        if (failure != null) {
+            throw (IOException) failure;
+        }
+    }
+
+    private void tellWatcher() throws IOException {
+        try {
+            watcher.beforeRead(bytesRead);
+        } catch (IOException | RuntimeException | Error thrown) {
+            failure = thrown;
+            throw thrown;
+        }
     }
 
     @Override
     public int read(byte[] buffer, int offset, int length) throws IOException {
+        tellWatcher();
         try {
-            watcher.beforeRead(bytesRead);
             stream.seek(start + position);
             int count = stream.read(buffer, offset, length);
             position += Math.max(0, count);
             bytesRead += Math.max(0, count);
             return count;
-        } catch (Throwable thrown) {
-            failure = thrown;
-            throw thrown;
+        } catch (IOException | RuntimeException exception) {
+            failure = new IIOException("the input cannot be read", exception);
+            throw exception;
         }
     }
 

@@ -46,9 +46,7 @@ final class InputHeaders implements AutoCloseable {
             dataSet.loadHeader(in);
         } catch (IOException exception) {
             dataSet.close();
-            if (in.failure() != null) {
-                throw exception;
-            }
+            in.throwFailure();
             return new InputHeaders(null, null, 1);
         }
         boolean hasImage = dataSet.hasElement(Tags.ROWS) || dataSet.hasElement(Tags.BITS_ALLOCATED);

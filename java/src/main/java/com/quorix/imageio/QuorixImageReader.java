@@ -3,7 +3,6 @@ package com.quorix.imageio;
 
 import com.quorix.decompression.DecodeOptions;
 import com.quorix.decompression.DecompressionException;
-import com.quorix.decompression.Decompressor;
 import com.quorix.decompression.Renderable;
 import java.awt.Point;
 import java.awt.Rectangle;
@@ -50,6 +49,7 @@ public final class QuorixImageReader extends ImageReader {
     private ImageInputStream stream;
     private long start;
     private InputHeaders headers;
+    private FrameDecoder frames;
     /** Of frames that were decoded at their full size; they may differ from what the headers say. */
     private final Map<Integer, ImageLayout> decoded = new HashMap<>();
     private Thumbnail thumbnail;
@@ -73,6 +73,7 @@ public final class QuorixImageReader extends ImageReader {
         } catch (IOException exception) {
             throw new IllegalArgumentException("the stream does not tell its position", exception);
         }
+        frames = stream != null ? new FrameDecoder(format.type(), stream, start) : null;
     }
 
     @Override
@@ -85,6 +86,10 @@ public final class QuorixImageReader extends ImageReader {
         if (headers != null) {
             headers.close();
         }
+        if (frames != null) {
+            frames.close();
+        }
+        frames = null;
         headers = null;
         decoded.clear();
         thumbnail = null;
@@ -100,7 +105,8 @@ public final class QuorixImageReader extends ImageReader {
             try {
                 headers = InputHeaders.read(format, in);
             } catch (IOException | RuntimeException exception) {
-                throw asThrown(in.failure() != null ? in.failure() : exception);
+                in.throwFailure();
+                throw exception;
             }
         }
         return headers;
@@ -119,7 +125,7 @@ public final class QuorixImageReader extends ImageReader {
         checkIndex(index);
         ImageLayout layout = decoded.getOrDefault(index, headers().layout());
         if (layout == null) {
-            try (Renderable image = decode(DecodeOptions.DEFAULT.withFrame(index), ReadWatcher.NONE)) {
+            try (Renderable image = frames.decode(DecodeOptions.DEFAULT.withFrame(index), ReadWatcher.NONE)) {
                 layout = ImageLayout.of(image, false);
             }
             decoded.put(index, layout);
@@ -250,10 +256,10 @@ public final class QuorixImageReader extends ImageReader {
                 return new Decoded(part, layout, region.getLocation(), Math.max(0, part.getScaleFactor() - 1));
             }
         }
-        Renderable image = decode(options, new Progress());
+        Renderable image = frames.decode(options, new Progress());
         if (image.getScaleFactor() > 1 && hasWhiteOfItsOwn(image)) {
             image.close();
-            image = decode(options.withScaleFactor(1), new Progress());
+            image = frames.decode(options.withScaleFactor(1), new Progress());
         }
         int done = Math.max(0, image.getScaleFactor() - 1);
         if (done == 0) {
@@ -266,7 +272,7 @@ public final class QuorixImageReader extends ImageReader {
     private Renderable decodePart(DecodeOptions options) throws IOException {
         Renderable part;
         try {
-            part = decode(options, new Progress());
+            part = frames.decode(options, new Progress());
         } catch (IIOException failure) {
             if (failure.getCause() instanceof DecompressionException cause && cause.getCode() == OUTSIDE) {
                 return null;
@@ -283,38 +289,6 @@ public final class QuorixImageReader extends ImageReader {
     /** Where samples are deeper than the data set says, what is white depends on all of them. */
     private static boolean hasWhiteOfItsOwn(Renderable image) {
         return image.getBitsAllocated() == 16 && image.getBitsStored() <= 8;
-    }
-
-    private Renderable decode(DecodeOptions options, ReadWatcher watcher) throws IOException {
-        ImageInput in = new ImageInput(stream, start, watcher);
-        Renderable image = null;
-        IOException failure = null;
-        try {
-            image = Decompressor.decode(in, options.withType(format.type()));
-        } catch (DecompressionException exception) {
-            failure = new IIOException(exception.getMessage(), exception);
-        }
-        if (in.failure() != null) { // even where decoding made something of what had come until then
-            failure = asThrown(in.failure());
-        }
-        if (failure != null && image != null) {
-            image.close();
-        }
-        if (failure != null) {
-            throw failure;
-        }
-        return image;
-    }
-
-    private static IOException asThrown(Throwable failure) {
-        if (failure instanceof ListenerException listener) {
-            throw listener.thrown;
-        }
-        if (failure instanceof Error error) {
-            throw error;
-        }
-        return failure instanceof AbortedException aborted ? aborted
-                : new IIOException("the input cannot be read", failure);
     }
 
     private static BufferedImage pictureOf(Renderable image) throws IIOException {
@@ -457,7 +431,7 @@ public final class QuorixImageReader extends ImageReader {
             return null;
         }
         DecodeOptions options = DecodeOptions.DEFAULT.withFrame(index).withScaleFactor(1 + halvings);
-        try (Renderable image = decode(options, ReadWatcher.NONE)) {
+        try (Renderable image = frames.decode(options, ReadWatcher.NONE)) {
             return image.getScaleFactor() > 1 ? pictureOf(image) : null;
         }
     }
@@ -479,24 +453,8 @@ public final class QuorixImageReader extends ImageReader {
             int percent = expected > 0 ? (int) Math.min(99, 100 * bytesRead / expected) : 0;
             if (percent > told) {
                 told = percent;
-                try {
-                    processImageProgress(percent);
-                } catch (RuntimeException thrown) {
-                    throw new ListenerException(thrown);
-                }
+                processImageProgress(percent);
             }
-        }
-    }
-
-    /** What a listener threw, on its way through the native library. */
-    private static final class ListenerException extends RuntimeException {
-        private static final long serialVersionUID = 1L;
-        /** The listener's own. */
-        private final RuntimeException thrown;
-
-        ListenerException(RuntimeException thrown) {
-            super(thrown);
-            this.thrown = thrown;
         }
     }
 

@@ -14,6 +14,7 @@ import java.lang.reflect.Proxy;
 import java.nio.file.*;
 import java.util.*;
 import java.util.List;
+import java.util.concurrent.*;
 import java.util.stream.*;
 import javax.imageio.*;
 import javax.imageio.event.*;
@@ -181,6 +182,27 @@ class ImageReaderTest {
             assertThrows(IndexOutOfBoundsException.class, () -> reader.read(row.images));
             reader.dispose();
             in.close();
+        }
+    }
+
+    /** In their order they come from an input that stays open, out of it from one that is opened anew. */
+    @Test
+    void framesComeInAnyOrderAndOnAnyThread() throws Exception {
+        List<byte[]> codestreams = IntStream.range(0, 6).mapToObj(frame -> Compressed.jpeg(24, 16, 9 * frame)).toList();
+        for (DicomFile file : List.of(DicomFile.grey8(24, 16).jpegFrames(codestreams), grey16(24, 16, 6))) {
+            ImageReader reader = reader(file.toBytes());
+            Random random = new Random(5);
+            for (int i = 0, index = 0; i < 60; i++) {
+                index = random.nextInt(3) == 0 ? random.nextInt(6) : (index + 1) % 6;
+                int frame = index;
+                FutureTask<BufferedImage> task = new FutureTask<>(() -> reader.read(frame));
+                Executor executor = i % 3 == 0 ? command -> new Thread(command).start() : Runnable::run;
+                executor.execute(task);
+                try (Renderable image = decoded(file.toBytes(), DecodeOptions.DEFAULT.withFrame(frame))) {
+                    assertSame(image.toBufferedImage(), task.get(), "frame " + frame);
+                }
+            }
+            reader.dispose();
         }
     }
 
