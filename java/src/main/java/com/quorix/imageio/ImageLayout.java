@@ -19,13 +19,18 @@ record ImageLayout(int width, int height, boolean colour, int bits, boolean redu
     private static final Set<String> JPEG2000 = Set.of("1.2.840.10008.1.2.4.90", "1.2.840.10008.1.2.4.91",
             "1.2.840.10008.1.2.4.201", "1.2.840.10008.1.2.4.202", "1.2.840.10008.1.2.4.203");
 
-    /** What a data set says. Averages of palette indices are no colours. */
+    /** Their values are numbers of segments. */
+    private static final Set<String> SEGMENTATIONS =
+            Set.of("1.2.840.10008.5.1.4.1.1.66.4", "1.2.840.10008.5.1.4.1.1.66.7");
+
+    /** What a data set says. Averages of palette indices and of segments' numbers show something else. */
     static ImageLayout of(DICOMDataObject header) {
         String interpretation = header.getString(Tags.PHOTOMETRIC_INTERPRETATION);
         boolean palette = "PALETTE COLOR".equals(interpretation);
         return new ImageLayout(header.getInteger(Tags.COLUMNS, 0), header.getInteger(Tags.ROWS, 0),
                 palette || header.getInteger(Tags.SAMPLES_PER_PIXEL, 1) > 1, header.getInteger(Tags.BITS_STORED, 8),
-                !palette && JPEG2000.contains(String.valueOf(header.getString(Tags.TRANSFER_SYNTAX_UID))));
+                !palette && JPEG2000.contains(String.valueOf(header.getString(Tags.TRANSFER_SYNTAX_UID)))
+                        && !SEGMENTATIONS.contains(String.valueOf(header.getString(Tags.SOP_CLASS_UID))));
     }
 
     /** What a decoded image is. */

@@ -28,9 +28,10 @@ import javax.imageio.stream.ImageInputStream;
  * Reads what the providers of this package recognise. Images are the frames of a DICOM file; pictures are those of
  * {@link Renderable#toBufferedImage()}, rasters those of {@link Renderable#toRaster()}.
  *
- * <p>A source region is in pixels of the full size. Where codec and image have lower resolutions, subsampling by
- * factors that powers of two divide takes them: pixels are then averages of their neighbourhood, which looks better and
- * is faster, and only what remains of the factors is done by leaving out pixels. Sizes, types and metadata come from
+ * <p>A source region is in pixels of the full size. Where codec and image have lower resolutions, pictures that are
+ * subsampled by factors that powers of two divide take them: pixels are then averages of their neighbourhood, which
+ * looks better and is faster, and only what remains of the factors is done by leaving out pixels. Rasters have stored
+ * values alone, as have pictures of palettes and of segmentations. Sizes, types and metadata come from
  * the headers; where a codestream contradicts its data set, pictures are the codestream's, and once one has been read
  * at its full size the numbers are, too.
  *
@@ -185,7 +186,7 @@ public final class QuorixImageReader extends ImageReader {
     public BufferedImage read(int imageIndex, ImageReadParam param) throws IOException {
         ImageReadParam wanted = param != null ? param : getDefaultReadParam();
         ImageLayout layout = begin(imageIndex);
-        try (Decoded image = decode(imageIndex, layout, wanted)) {
+        try (Decoded image = decode(imageIndex, layout, wanted, halvingsOf(layout, wanted))) {
             BufferedImage picture = pictureOf(image.renderable());
             BufferedImage result = isPlain(wanted) ? picture : picked(image, picture, wanted);
             end();
@@ -201,12 +202,15 @@ public final class QuorixImageReader extends ImageReader {
         return true;
     }
 
-    /** The destination, its type and its bands do not count; its offset is that of the raster. */
+    /**
+     * The destination, its type and its bands do not count; its offset is that of the raster. Subsampling leaves out
+     * pixels, whatever the codec: all values are stored ones.
+     */
     @Override
     public Raster readRaster(int imageIndex, ImageReadParam param) throws IOException {
         ImageReadParam wanted = param != null ? param : getDefaultReadParam();
         ImageLayout layout = begin(imageIndex);
-        try (Decoded image = decode(imageIndex, layout, wanted)) {
+        try (Decoded image = decode(imageIndex, layout, wanted, 0)) {
             WritableRaster result = placed(pickedRaster(image, wanted), wanted);
             end();
             return result;
@@ -242,10 +246,14 @@ public final class QuorixImageReader extends ImageReader {
         }
     }
 
-    /** Decodes what is wanted and, where the codec can do without it, nothing else. */
-    private Decoded decode(int index, ImageLayout layout, ImageReadParam param) throws IOException {
+    /** How often the codec may halve what is to be subsampled. */
+    private static int halvingsOf(ImageLayout layout, ImageReadParam param) {
         int factors = param.getSourceXSubsampling() | param.getSourceYSubsampling();
-        int halvings = layout.reducible() ? Integer.numberOfTrailingZeros(factors) : 0;
+        return layout.reducible() ? Integer.numberOfTrailingZeros(factors) : 0;
+    }
+
+    /** Decodes what is wanted and, where the codec can do without it, nothing else. */
+    private Decoded decode(int index, ImageLayout layout, ImageReadParam param, int halvings) throws IOException {
         Rectangle whole = new Rectangle(layout.width(), layout.height());
         Rectangle region = getSourceRegion(param, layout.width(), layout.height());
         DecodeOptions options = DecodeOptions.DEFAULT.withFrame(index).withScaleFactor(1 + halvings)

@@ -4,6 +4,7 @@ package com.quorix.imageio;
 /** The attributes that the readers look at. */
 final class Tags {
     static final int TRANSFER_SYNTAX_UID = 0x00020010;
+    static final int SOP_CLASS_UID = 0x00080016;
     static final int IMAGER_PIXEL_SPACING = 0x00181164;
     static final int NOMINAL_SCANNED_PIXEL_SPACING = 0x00182010;
     static final int SAMPLES_PER_PIXEL = 0x00280002;
