@@ -50,7 +50,7 @@ final class FrameDecoder implements AutoCloseable {
         in.watch(watcher);
         last = null;
         try {
-            Renderable image = finish(in, () -> isNext ? next(in, options.withType(type))
+            Renderable image = finish(in, () -> isNext || isPartOfFrame(options) ? next(in, options.withType(type))
                     : Decompressor.decode(in, options.withType(type)));
             last = options;
             return image;
@@ -64,6 +64,11 @@ final class FrameDecoder implements AutoCloseable {
     private static boolean follows(DecodeOptions before, DecodeOptions now) {
         return now.getFrame() == before.getFrame() + 1 && now.getScaleFactor() == before.getScaleFactor()
                 && Objects.equals(now.getRegion(), before.getRegion());
+    }
+
+    /** A region of a whole-slide image counts in the whole slide, unless it is asked for frame by frame. */
+    private boolean isPartOfFrame(DecodeOptions options) {
+        return type == ImageType.DICOM && options.getRegion() != null;
     }
 
     private Renderable next(ImageInput in, DecodeOptions options) throws IOException {

@@ -289,6 +289,20 @@ class ImageReaderTest {
         assertArrayEquals(Arrays.copyOf(whole, 9), read(large(), param));
     }
 
+    /** A region of a slide's frame is that, and no region of the slide. */
+    @Test
+    void tilesOfASlideHaveRegionsOfTheirOwn() throws IOException {
+        byte[] slide = grey16(8, 8, 4).text(0x00209311, "CS", "TILED_FULL").text(0x00480006, "UL", "\u0010\0\0\0")
+                .text(0x00480007, "UL", "\u0010\0\0\0").toBytes();
+        ImageReader reader = reader(slide);
+        ImageReadParam param = new ImageReadParam();
+        param.setSourceRegion(new Rectangle(2, 3, 6, 5));
+        for (int frame : new int[] {3, 1, 2, 0}) {
+            assertArrayEquals(samples(reader.read(frame).getData(new Rectangle(2, 3, 6, 5))),
+                    samples(reader.read(frame, param).getRaster()), "frame " + frame);
+        }
+    }
+
     @Test
     void destinationsOfOtherKindsAreFilledOrRefused() throws IOException {
         ImageReadParam param = new ImageReadParam();
