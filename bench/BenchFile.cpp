@@ -30,6 +30,17 @@ void OneOfMany(benchmark::State& theState, const std::string& theName)
     }
 }
 
+void Region(benchmark::State& theState, const std::string& theName,
+            const std::optional<PixelRegion>& theRegion)
+{
+    for (auto _ : theState)
+    {
+        LFInputStream aStream(InputPath(theName).c_str(), LFStream::MODE_READ_BINARY,
+                              LFStream::SHARE_DENY_NONE, 65536);
+        DecodePart10(theState, aStream, 0, theRegion);
+    }
+}
+
 [[maybe_unused]] const bool isRegistered = []
 {
     for (const char* aName : {"grey8_2048", "grey16_2048", "rgb_2048", "ybr_full_2048", "grey16_512",
@@ -39,6 +50,17 @@ void OneOfMany(benchmark::State& theState, const std::string& theName)
         const std::string anInput = aName;
         const std::string aCase = anInput.substr(anInput.find('/') + 1); // npos + 1 is 0
         benchmark::RegisterBenchmark(("file/" + aCase + "/ours").c_str(), BenchPart10, anInput);
+    }
+    // 512 x 512 pixels at the top and in the middle, beside all there are; from a file.
+    for (const char* aName :
+         {"grey16_2048", "grey16_2048_rle", "jpeg/rgb_baseline444_2048", "jpeg/grey16_lossless1_2048"})
+    {
+        const std::string anInput = aName;
+        const std::string aCase = "region/" + anInput.substr(anInput.find('/') + 1);
+        benchmark::RegisterBenchmark((aCase + "/whole").c_str(), Region, anInput, std::nullopt);
+        benchmark::RegisterBenchmark((aCase + "/top").c_str(), Region, anInput, PixelRegion{0, 0, 512, 512});
+        benchmark::RegisterBenchmark((aCase + "/middle").c_str(), Region, anInput,
+                                     PixelRegion{768, 768, 512, 512});
     }
     for (const char* aName : {"grey8_2048", "grey16_2048", "rgb_2048", "grey16_512"})
     {

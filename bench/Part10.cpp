@@ -9,10 +9,12 @@
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/io/InputStream.h"
 
-std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame)
+std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame,
+                                         const std::optional<PixelRegion>& theRegion)
 {
     DICOMDataObject aDataSet;
     DecompressionRequest aRequest(&theStream, &aDataSet, "", false, 1, theFrame, "", false);
+    aRequest.setRegion(theRegion);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage(aResult.getRenderable());

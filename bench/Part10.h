@@ -4,14 +4,18 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+
+#include "toolkit/base/PixelRegion.h"
 
 class InputStream;
 class Renderable;
 
 /// One request: a Part 10 stream to a finished image. Null, and the benchmark ends with the library's
 /// message, when there is none.
-std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame);
+std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame,
+                                         const std::optional<PixelRegion>& theRegion = std::nullopt);
 
 /// Benchmark: a Part 10 file in memory to a finished Renderable, its buffer mapped afresh each time. Each
 /// thread of the benchmark serves its own requests.

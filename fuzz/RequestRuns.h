@@ -8,6 +8,14 @@
 #include "decompressors/DecompressionResult.h"
 #include "image/Renderable.h"
 
+/// A small region, which theFile's bytes choose.
+inline PixelRegion RegionFrom(const Bytes& theFile)
+{
+    const auto aByte = [&](std::size_t theIndex)
+    { return theIndex < theFile.size() / 2 ? theFile[theFile.size() / 2 + theIndex] : std::uint8_t{0}; };
+    return {aByte(0) % 32u, aByte(1) % 32u, 1u + aByte(2) % 64u, 1u + aByte(3) % 64u};
+}
+
 /// What a request came to.
 struct FuzzOutcome
 {

@@ -14,7 +14,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
                                      TransferSyntaxType::TSJPEG70UID, TransferSyntaxType::TSJPEG2KUID,
                                      TransferSyntaxType::TSJPEG2KLosslessUID};
     const RWCString aUID = anInput.TakeOne(kSyntaxes);
-    const int aScale = anInput.TakeNumber(1, 3);
+    const int aKind = anInput.TakeNumber(0, 5);
+    const int aScale = aKind % 3 + 1;
     const bool isUnsigned = anInput.TakeFlag();
     const bool hasDataSet = anInput.TakeFlag();
     const int aLargestRead = anInput.TakeFlag() ? 7 : 1 << 20;
@@ -30,6 +31,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* theData, std::size_t theSize)
                                               0, aUID, isUnsigned);
                 aRequest.setSourceLength(static_cast<std::uint32_t>(aStream.size()));
                 aRequest.setReading(aReading);
+                if (aKind >= 3)
+                {
+                    aRequest.setRegion(RegionFrom(aStream));
+                }
                 CompressedImageStreamDecompressor(theAllocator).Decompress(aRequest, theResult);
             });
     }

@@ -283,14 +283,7 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     aDriver.SetRegion(itsRegion);
     // Memory is taken when the header has been found credible, not before.
     auto anOpenedFrame = aDriver.Open(itsCompressedFrames->GetCurrentFrameLength(), theFrame.itsSize);
-    if (itsRegion)
-    {
-        const CodecRow* const aRow = itsFrontEnd.GetCodec();
-        const Decoder& aCodec = anOpenedFrame.GetCodec();
-        theFrame.itsHeld = aCodec.GetDecodedRegion();
-        theFrame.itsWanted = RegionCut::ForCodec(*itsRegion, aCodec, aRow != nullptr && aRow->itsCanReduce);
-        Decoder::CheckRegion(theFrame.itsWanted, theFrame.itsHeld);
-    }
+    SettleRegion(theFrame, anOpenedFrame.GetCodec());
     Allocate(theFrame);
     UnwrittenPixels::Blank(*theFrame.itsRenderable, aRequest.getTransferSyntaxUID());
     aDriver.Decode(std::move(anOpenedFrame), theFrame.itsRenderable->getPixelData());
@@ -328,6 +321,19 @@ void Part10FrameLoader::DecodeEncapsulated(Frame& theFrame, int theFrameIndex)
     theFrame.itsCompressedSize =
         isWholeFrame ? itsCompressedFrames->GetCurrentFrameLength() : aDriver.GetTotalBytesRead();
     theFrame.itsScaleFactor = aDriver.GetScaleFactor();
+}
+
+/// What theCodec will deliver, and what of that is wanted.
+void Part10FrameLoader::SettleRegion(Frame& theFrame, const Decoder& theCodec) const
+{
+    if (!itsRegion)
+    {
+        return;
+    }
+    const CodecRow* const aRow = itsFrontEnd.GetCodec();
+    theFrame.itsHeld = theCodec.GetDecodedRegion();
+    theFrame.itsWanted = RegionCut::ForCodec(*itsRegion, theCodec, aRow != nullptr && aRow->itsCanReduce);
+    Decoder::CheckRegion(theFrame.itsWanted, theFrame.itsHeld);
 }
 
 /// Takes away what the codec has decoded beyond the request's region, before anything is done with it.

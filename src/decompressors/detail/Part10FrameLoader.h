@@ -12,6 +12,8 @@
 #include "toolkit/base/PixelRegion.h"
 #include "toolkit/dicom/ImageFrameInputStream.h"
 
+class Decoder;
+
 /// Makes finished images of the frames of a parsed Part 10 stream, one frame a call.
 ///
 /// Every frame starts from the attributes that the stream has, whatever decoding the frame before wrote
@@ -67,6 +69,7 @@ private:
     std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);
     void ReadNative(Frame& theFrame, int theFrameIndex);
     void DecodeEncapsulated(Frame& theFrame, int theFrameIndex);
+    void SettleRegion(Frame& theFrame, const Decoder& theCodec) const;
     void CutDecoded(Frame& theFrame) const;
     void CutNative(const Frame& theFrame) const;
     InputStream& GetCompressedFrame(int theFrameIndex, std::uint64_t theFrameSize);

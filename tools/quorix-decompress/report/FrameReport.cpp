@@ -54,6 +54,18 @@ nlohmann::ordered_json OrNull(const Value& theValue, bool isKnown)
     return isKnown ? nlohmann::ordered_json(theValue) : nlohmann::ordered_json();
 }
 
+/// Only where one was asked for.
+void AddRegion(nlohmann::ordered_json& theLine, const std::optional<PixelRegion>& theRegion)
+{
+    if (theRegion)
+    {
+        theLine["region"] = {{"x", theRegion->itsX},
+                             {"y", theRegion->itsY},
+                             {"width", theRegion->itsWidth},
+                             {"height", theRegion->itsHeight}};
+    }
+}
+
 /// One line with its line feed. Names need not be UTF-8.
 std::string Dump(const nlohmann::ordered_json& theLine)
 {
@@ -168,13 +180,7 @@ std::string FrameReport::ToLine() const
             aLine[kImageFields[15 + i]] = itsFacts->itsTimes[i];
         }
     }
-    if (itsRegion)
-    {
-        aLine["region"] = {{"x", itsRegion->itsX},
-                           {"y", itsRegion->itsY},
-                           {"width", itsRegion->itsWidth},
-                           {"height", itsRegion->itsHeight}};
-    }
+    AddRegion(aLine, itsRegion);
     if (!itsOutput.empty())
     {
         aLine["output"] = itsOutput;
