@@ -49,7 +49,8 @@ public final class BridgeBenchmark {
      */
     public static void main(String[] arguments) throws IOException {
         System.load(Path.of(arguments[1]).toAbsolutePath().toString());
-        System.out.println("| file | native file, ms | path, % | native memory, ms | direct buffer, % | array, % | stream, % |");
+        System.out.println("| file | native file, ms | path, % | native memory, ms | direct buffer, % "
+                + "| array, % | stream, % |");
         System.out.println("|---|---:|---:|---:|---:|---:|---:|");
         long start = System.nanoTime();
         for (Path file : filesOf(Path.of(arguments[0]))) {
@@ -69,22 +70,27 @@ public final class BridgeBenchmark {
 
     private static void measure(Path file) throws IOException {
         byte[] bytes = Files.readAllBytes(file);
-        byte[] path = file.toString().getBytes();
-        ByteBuffer direct = ByteBuffer.allocateDirect(bytes.length).put(bytes).flip();
+        ByteBuffer path = directCopy((file + "\0").getBytes());
+        ByteBuffer direct = directCopy(bytes);
         String name = file.getFileName().toString().replace(".dcm", "");
         int frames = name.startsWith("frames") ? countFrames(bytes) : 1;
         Way[] ways = frames == 1
-                ? new Way[] {() -> decodeNatively(path, true, 1), () -> close(Decompressor.decode(file, DICOM)),
-                    () -> decodeNatively(bytes, false, 1), () -> close(Decompressor.decode(direct, DICOM)),
-                    () -> close(Decompressor.decode(bytes, DICOM)), () -> close(Decompressor.decode(stream(bytes), DICOM))}
-                : new Way[] {() -> decodeNatively(path, true, frames), () -> Decompressor.decodeFrames(file, DICOM, CLOSING),
-                    () -> decodeNatively(bytes, false, frames), () -> Decompressor.decodeFrames(direct, DICOM, CLOSING),
+                ? new Way[] {() -> decodeFile(path, 1), () -> close(Decompressor.decode(file, DICOM)),
+                    () -> decodeMemory(direct, 1), () -> close(Decompressor.decode(direct, DICOM)),
+                    () -> close(Decompressor.decode(bytes, DICOM)),
+                    () -> close(Decompressor.decode(stream(bytes), DICOM))}
+                : new Way[] {() -> decodeFile(path, frames), () -> Decompressor.decodeFrames(file, DICOM, CLOSING),
+                    () -> decodeMemory(direct, frames), () -> Decompressor.decodeFrames(direct, DICOM, CLOSING),
                     () -> Decompressor.decodeFrames(bytes, DICOM, CLOSING),
                     () -> Decompressor.decodeFrames(stream(bytes), DICOM, CLOSING)};
         double[] least = leastTimes(ways);
         System.out.printf("| %s | %.3f | %.1f | %.3f | %.1f | %.1f | %.1f |%n", name, least[0],
                 above(least[1], least[0]), least[2], above(least[3], least[2]), above(least[4], least[2]),
                 above(least[5], least[2]));
+    }
+
+    private static ByteBuffer directCopy(byte[] bytes) {
+        return ByteBuffer.allocateDirect(bytes.length).put(bytes).flip();
     }
 
     private static ByteBufferSeekableInputStream stream(byte[] bytes) {
@@ -135,6 +141,8 @@ public final class BridgeBenchmark {
         }
     }
 
-    /** Decodes frame 0, 1 and so on without Java; of a file's bytes, or of the file with this name. */
-    private static native void decodeNatively(byte[] source, boolean isName, int frames) throws IOException;
+    /** Decode frame 0, 1 and so on without Java: of the file with this name, or of the bytes of one. */
+    private static native void decodeFile(ByteBuffer name, int frames) throws IOException;
+
+    private static native void decodeMemory(ByteBuffer bytes, int frames) throws IOException;
 }

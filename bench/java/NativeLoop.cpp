@@ -24,36 +24,41 @@ bool DecodeOnce(InputStream& theStream, int theFrame)
     return aResult.getRenderable() != nullptr;
 }
 
-bool DecodeFile(const std::string& theName, int theFrame)
+void ThrowUnless(JNIEnv& theEnv, bool isDecoded)
 {
-    LFInputStream aStream(theName, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
-    return aStream.IsOpen() && DecodeOnce(aStream, theFrame);
-}
-
-bool DecodeMemory(const void* theBytes, std::size_t theSize, int theFrame)
-{
-    MemoryInputStream aStream(theBytes, theSize);
-    return DecodeOnce(aStream, theFrame);
+    if (!isDecoded)
+    {
+        theEnv.ThrowNew(theEnv.FindClass("java/io/IOException"), "the native loop cannot decode this");
+    }
 }
 } // namespace
 
-extern "C" JNIEXPORT void JNICALL Java_BridgeBenchmark_decodeNatively(JNIEnv* theEnv, jclass,
-                                                                      jbyteArray theSource, jboolean isName,
-                                                                      jint theFrames)
+extern "C"
 {
-    // Nothing is copied: pinning the array is what a benchmark may do.
-    const auto aSize = static_cast<std::size_t>(theEnv->GetArrayLength(theSource));
-    void* const aSource = theEnv->GetPrimitiveArrayCritical(theSource, nullptr);
-    bool isDecoded = aSource != nullptr;
-    for (jint aFrame = 0; isDecoded && aFrame < theFrames; ++aFrame)
+    /// theName: bytes, ended by 0.
+    JNIEXPORT void JNICALL Java_BridgeBenchmark_decodeFile(JNIEnv* theEnv, jclass, jobject theName,
+                                                           jint theFrames)
     {
-        isDecoded = isName != JNI_FALSE
-                        ? DecodeFile(std::string(static_cast<const char*>(aSource), aSize), aFrame)
-                        : DecodeMemory(aSource, aSize, aFrame);
+        const std::string aName = static_cast<const char*>(theEnv->GetDirectBufferAddress(theName));
+        bool isDecoded = true;
+        for (jint aFrame = 0; isDecoded && aFrame < theFrames; ++aFrame)
+        {
+            LFInputStream aStream(aName, LFStream::MODE_READ_BINARY, LFStream::SHARE_DENY_NONE, 65536);
+            isDecoded = aStream.IsOpen() && DecodeOnce(aStream, aFrame);
+        }
+        ThrowUnless(*theEnv, isDecoded);
     }
-    theEnv->ReleasePrimitiveArrayCritical(theSource, aSource, JNI_ABORT);
-    if (!isDecoded)
+
+    JNIEXPORT void JNICALL Java_BridgeBenchmark_decodeMemory(JNIEnv* theEnv, jclass, jobject theBytes,
+                                                             jint theFrames)
     {
-        theEnv->ThrowNew(theEnv->FindClass("java/io/IOException"), "the native loop cannot decode this");
+        bool isDecoded = true;
+        for (jint aFrame = 0; isDecoded && aFrame < theFrames; ++aFrame)
+        {
+            MemoryInputStream aStream(theEnv->GetDirectBufferAddress(theBytes),
+                                      static_cast<std::size_t>(theEnv->GetDirectBufferCapacity(theBytes)));
+            isDecoded = DecodeOnce(aStream, aFrame);
+        }
+        ThrowUnless(*theEnv, isDecoded);
     }
 }

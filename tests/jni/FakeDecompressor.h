@@ -19,13 +19,13 @@ extern "C"
         JNIEnv*, jobject, jobject, jlong, jint, jobject);
     JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_NDecompressor_decodeOrtho(
         JNIEnv*, jobject, jobject, jint, jboolean, jlong, jstring, jint, jobject);
-    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(JNIEnv*, jobject, jobject,
-                                                                                  jlong, jint, jboolean, jint,
-                                                                                  jintArray, jboolean);
-    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeSource(JNIEnv*, jobject, jint,
-                                                                                   jobject, jint, jint, jlong,
-                                                                                   jint, jint, jint,
-                                                                                   jintArray, jboolean);
+    JNIEXPORT jlong JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(JNIEnv*, jobject, jobject,
+                                                                                jlong, jint, jboolean, jint,
+                                                                                jintArray, jboolean);
+    JNIEXPORT jlong JNICALL Java_com_quorix_decompression_DecodeRun_decodeSource(JNIEnv*, jobject, jint,
+                                                                                 jobject, jint, jint, jlong,
+                                                                                 jint, jint, jint, jintArray,
+                                                                                 jboolean);
     JNIEXPORT jboolean JNICALL Java_com_quorix_decompression_DecodeRun_decodeFrames(JNIEnv*, jobject, jint,
                                                                                     jobject, jint, jint,
                                                                                     jlong, jint, jint,
@@ -166,6 +166,13 @@ private:
             TakePixels();
         }
         return theImage != nullptr;
+    }
+
+    bool Take(jlong theAddress)
+    {
+        itsImage.reset(reinterpret_cast<Renderable*>(theAddress));
+        itsImage ? TakePixels() : void();
+        return theAddress != 0;
     }
 
     FakeJava::Object& itsResult;

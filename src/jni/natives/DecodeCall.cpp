@@ -6,6 +6,8 @@
 
 #include "image/Renderable.h"
 #include "jni/detail/JavaRenderable.h"
+#include "jni/detail/JavaWarnings.h"
+#include "jni/natives/detail/NativeBoundary.h"
 #include "toolkit/base/CaughtException.h"
 #include "toolkit/base/Exceptions.h"
 
@@ -29,15 +31,16 @@ DecodeCall::~DecodeCall()
 void DecodeCall::ReadAs(Reading theReading)
 {
     itsReading = theReading;
-    itsWarnings.emplace(itsEnv, itsResultObject);
+    itsIsRun = true;
 }
 
 bool DecodeCall::TellWarnings()
 {
     const std::vector<DecodeWarning>& aWarnings = itsResult.getWarnings();
     const std::size_t aFirst = std::exchange(itsToldWarnings, aWarnings.size());
-    return !itsWarnings ||
-           itsWarnings->Tell({aWarnings.begin() + static_cast<std::ptrdiff_t>(aFirst), aWarnings.end()});
+    return !itsIsRun || aFirst == aWarnings.size() ||
+           JavaWarnings(itsEnv, itsResultObject)
+               .Tell({aWarnings.begin() + static_cast<std::ptrdiff_t>(aFirst), aWarnings.end()});
 }
 
 void DecodeCall::TellLastWarnings()
@@ -61,7 +64,7 @@ jboolean DecodeCall::Run(const std::function<void()>& theBody)
     return itsSuccess ? JNI_TRUE : JNI_FALSE;
 }
 
-jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
+void DecodeCall::RunToImage(const std::function<void()>& theBody)
 {
     RunBody(theBody);
     TellLastWarnings();
@@ -69,6 +72,25 @@ jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
     {
         Fail(DLRC_DECODER_ERROR, GetPrefix(1) + "Decompressor returned null Renderable");
     }
+}
+
+jlong DecodeCall::RunForAddress(const std::function<void()>& theBody)
+{
+    RunToImage(theBody);
+    jlong anAddress = 0;
+    if (itsSuccess)
+    {
+        anAddress = NativeBoundary::ToHandle(itsResult.getRenderable());
+        itsResult.setRenderable(nullptr);
+    }
+    FreeImage();
+    Finish();
+    return anAddress;
+}
+
+jobject DecodeCall::RunForImage(const std::function<void()>& theBody)
+{
+    RunToImage(theBody);
     LocalReference<jobject> anImage(itsEnv, nullptr);
     if (itsSuccess)
     {
@@ -190,7 +212,10 @@ void DecodeCall::KeepException(LocalReference<jthrowable> theException)
 
 void DecodeCall::Finish()
 {
-    CopyResult();
+    if (!itsIsRun || !itsSuccess)
+    {
+        CopyResult();
+    }
     if (itsException)
     {
         itsEnv.Throw(itsException.Get());

@@ -56,18 +56,17 @@ void Decode(DecodeCall& theCall, jobject theQueue, DICOMDataObject* theDataSet, 
 
 constexpr const char* kName = "decodeInputBufferQueueToMemory";
 
-jobject Run(DecodeCall& theCall, jobject theQueue, jlong theDataSet, jint theImageType, jboolean theLossless,
-            jint theScaleFactor, jintArray theRegion)
+std::function<void()> Body(DecodeCall& theCall, jobject theQueue, jlong theDataSet, jint theImageType,
+                           jboolean theLossless, jint theScaleFactor, jintArray theRegion)
 {
     // Deliberately unlike the other methods: plain JPEG 2000 is always taken as lossless here, and it is the
     // lossless type that follows the argument.
     const bool isLossless = theImageType == IMAGE_TYPE_JPEG2000 || theLossless != JNI_FALSE;
-    return theCall.RunForImage(
-        [&]
-        {
-            Decode(theCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet), theImageType,
-                   isLossless, theScaleFactor, NativeBoundary::ToRegion(theCall.GetEnv(), theRegion));
-        });
+    return [=, &theCall]
+    {
+        Decode(theCall, theQueue, NativeBoundary::FromHandle<DICOMDataObject>(theDataSet), theImageType,
+               isLossless, theScaleFactor, NativeBoundary::ToRegion(theCall.GetEnv(), theRegion));
+    };
 }
 } // namespace
 
@@ -80,22 +79,25 @@ Java_com_quorix_decompression_NDecompressor_decodeInputBufferQueueToMemory(
                                           [&]
                                           {
                                               DecodeCall aCall(*theEnv, theResult, kName);
-                                              return Run(aCall, theQueue, theDataSet, theImageType,
-                                                         theLossless, theScaleFactor, nullptr);
+                                              return aCall.RunForImage(Body(aCall, theQueue, theDataSet,
+                                                                            theImageType, theLossless,
+                                                                            theScaleFactor, nullptr));
                                           });
 }
 
-/// The same for a result that has a reading and takes warnings.
-extern "C" JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(
+/// The same for a result that has a reading and takes warnings; the address of the image, which is the
+/// caller's.
+extern "C" JNIEXPORT jlong JNICALL Java_com_quorix_decompression_DecodeRun_decodeQueue(
     JNIEnv* theEnv, jobject theRun, jobject theQueue, jlong theDataSet, jint theImageType,
     jboolean theLossless, jint theScaleFactor, jintArray theRegion, jboolean isByContract)
 {
-    return NativeBoundary::Guard<jobject>(nullptr,
-                                          [&]
-                                          {
-                                              DecodeCall aCall(*theEnv, theRun, kName);
-                                              aCall.ReadAs(NativeBoundary::ToReading(isByContract));
-                                              return Run(aCall, theQueue, theDataSet, theImageType,
-                                                         theLossless, theScaleFactor, theRegion);
-                                          });
+    return NativeBoundary::Guard<jlong>(0,
+                                        [&]
+                                        {
+                                            DecodeCall aCall(*theEnv, theRun, kName);
+                                            aCall.ReadAs(NativeBoundary::ToReading(isByContract));
+                                            return aCall.RunForAddress(Body(aCall, theQueue, theDataSet,
+                                                                            theImageType, theLossless,
+                                                                            theScaleFactor, theRegion));
+                                        });
 }

@@ -61,18 +61,19 @@ void Decode(DecodeCall& theCall, JavaSource& theSource, StreamDecode::Arguments 
 
 extern "C"
 {
-    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_decodeSource(
+    /// The address of the image, which is the caller's; 0, with the reason in theRun, when there is none.
+    JNIEXPORT jlong JNICALL Java_com_quorix_decompression_DecodeRun_decodeSource(
         JNIEnv* theEnv, jobject theRun, jint theKind, jobject theSource, jint theOffset, jint theLength,
         jlong theDataSet, jint theImageType, jint theFrameIndex, jint theScaleFactor, jintArray theRegion,
         jboolean isByContract)
     {
-        return NativeBoundary::Guard<jobject>(
-            nullptr,
+        return NativeBoundary::Guard<jlong>(
+            0,
             [&]
             {
                 DecodeCall aCall(*theEnv, theRun, "decodeSeekableInputStreamToMemory");
                 aCall.ReadAs(NativeBoundary::ToReading(isByContract));
-                return aCall.RunForImage(
+                return aCall.RunForAddress(
                     [&]
                     {
                         JavaSource aSource(*theEnv, {theKind, theSource, theOffset, theLength},

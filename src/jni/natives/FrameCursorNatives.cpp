@@ -139,19 +139,21 @@ extern "C"
         return NativeBoundary::FromHandle<FrameCursor>(theCursor)->GetNumberOfFrames();
     }
 
-    /// Null, with the reason in theRun, when the frame cannot be decoded.
-    JNIEXPORT jobject JNICALL Java_com_quorix_decompression_DecodeRun_loadFrame(
-        JNIEnv* theEnv, jobject theRun, jlong theCursor, jint theFrameIndex, jboolean isByContract)
+    /// The address of the image, which is the caller's; 0, with the reason in theRun, when there is none.
+    JNIEXPORT jlong JNICALL Java_com_quorix_decompression_DecodeRun_loadFrame(JNIEnv* theEnv, jobject theRun,
+                                                                              jlong theCursor,
+                                                                              jint theFrameIndex,
+                                                                              jboolean isByContract)
     {
-        return NativeBoundary::Guard<jobject>(
-            nullptr,
+        return NativeBoundary::Guard<jlong>(
+            0,
             [&]
             {
                 auto& aCursor = *NativeBoundary::FromHandle<FrameCursor>(theCursor);
                 aCursor.SetEnvironment(*theEnv);
                 DecodeCall aCall(*theEnv, theRun, kName);
                 aCall.ReadAs(NativeBoundary::ToReading(isByContract));
-                return aCall.RunForImage([&] { aCursor.Load(aCall, theFrameIndex); });
+                return aCall.RunForAddress([&] { aCursor.Load(aCall, theFrameIndex); });
             });
     }
 

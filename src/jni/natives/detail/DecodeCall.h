@@ -2,12 +2,11 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <vector>
 
 #include "decompressors/DecompressionResult.h"
 #include "jni/detail/JavaAccess.h"
-#include "jni/detail/JavaWarnings.h"
+#include "toolkit/base/Reading.h"
 
 /// One call of a decoding method of com.quorix.decompression.NDecompressor, or of its twin in DecodeRun: what
 /// the methods have in common.
@@ -31,7 +30,8 @@ public:
 
     /// Makes this a call of com.quorix.decompression.DecodeRun: it reads so, and its warnings go to the
     /// result object, see JavaWarnings, before the image they speak of does; those of a call that fails as
-    /// well. All other calls read by contract and tell no warnings.
+    /// well. Of a success the result object hears nothing else: looking members up takes longer than a small
+    /// image. All other calls read by contract and tell no warnings.
     void ReadAs(Reading theReading);
     Reading GetReading() const { return itsReading; }
 
@@ -44,6 +44,9 @@ public:
 
     /// The same for a method that returns the decoded image: a new Java Renderable, or null.
     jobject RunForImage(const std::function<void()>& theBody);
+
+    /// The same for one that returns the image's address, which is the caller's, or 0.
+    jlong RunForAddress(const std::function<void()>& theBody);
 
     JNIEnv& GetEnv() const { return itsEnv; }
     jobject GetResultObject() const { return itsResultObject; }
@@ -76,6 +79,7 @@ public:
 
 private:
     void RunBody(const std::function<void()>& theBody);
+    void RunToImage(const std::function<void()>& theBody);
     void TellLastWarnings();
     void FailWithCurrentException(const RWCString& theName, int theBlanks);
     void DescribeCurrentException(const RWCString& theName, int theBlanks);
@@ -91,7 +95,7 @@ private:
     DecompressionResult itsResult;
     LocalReference<jthrowable> itsException;
     Reading itsReading = Reading::BY_CONTRACT;
-    std::optional<JavaWarnings> itsWarnings; ///< empty where none are told
+    bool itsIsRun = false; ///< of DecodeRun
     std::size_t itsToldWarnings = 0;
     bool itsSuccess = true;
     bool itsResultIsCopied = false;

@@ -116,22 +116,32 @@ final class DecodeRun extends DecomprResult {
         }
     }
 
-    private Renderable required(Renderable image, int index) throws DecompressionException {
-        if (image == null) {
+    /** The image at an address, with its warnings; 0 is none. */
+    private Renderable required(long address, int index) throws DecompressionException {
+        if (address == 0) {
             tell();
             throw failure();
         }
-        return warned(image, index);
+        return warned(own(address), index);
+    }
+
+    private static Renderable own(long address) {
+        try {
+            return new Renderable(address, true);
+        } catch (OutOfMemoryError error) {
+            Renderable.delete(address);
+            throw error;
+        }
     }
 
     private DecompressionException failure() {
         return new DecompressionException(DLResultCode, SystemError, Message);
     }
 
-    private native Renderable decodeSource(int kind, Object source, int offset, int length, long dicomDataObject,
+    private native long decodeSource(int kind, Object source, int offset, int length, long dicomDataObject,
             int imageType, int frameIndex, int scaleFactor, int[] region, boolean byContract);
 
-    private native Renderable decodeQueue(InputBufferQueue queue, long dicomDataObject, int imageType,
+    private native long decodeQueue(InputBufferQueue queue, long dicomDataObject, int imageType,
             boolean lossless, int scaleFactor, int[] region, boolean byContract);
 
     private native boolean decodeFrames(int kind, Object source, int offset, int length, long dicomDataObject,
@@ -146,7 +156,7 @@ final class DecodeRun extends DecomprResult {
     private native long openFrames(int kind, Object source, int offset, int length, long dicomDataObject, int imageType,
             int scaleFactor, int[] region, boolean byContract);
 
-    private native Renderable loadFrame(long cursor, int index, boolean byContract);
+    private native long loadFrame(long cursor, int index, boolean byContract);
 
     static native int countFrames(long cursor);
 
