@@ -110,6 +110,11 @@ public final class DecodeOptions {
      * Sets a window of interest: the image then has the pixels inside it and no others, and less is decoded. A window
      * that reaches out of the image ends the decoding with result code 6.
      *
+     * <p>Of a whole-slide image {@code Decompressor.decode} counts in the total pixel matrix and puts together what its
+     * tiles show; the frame is then any one of the focal plane and optical path that are wanted, and
+     * {@link Renderable#getScaleFactor} says which scale factor the tiles allowed. Frames that are taken one by one
+     * have the window cut out of each.
+     *
      * @param x first column, in pixels of the image at full size, whatever the scale factor
      * @param y first row, likewise
      * @param width number of columns, likewise
