@@ -87,7 +87,7 @@ public:
     struct ItemPlace
     {
         DICOMTag itsSequence; ///< in the item; None for an element of the item itself
-        DICOMTag itsTag;
+        DICOMTag itsTag;      ///< of the element
     };
 
     /// Calls theReceiver for each item of a sequence, in their order, with the texts at thePlaces, empty
