@@ -365,6 +365,27 @@ void WriteNative()
     Write("part10", "palette", aPalette.Build(), {1, 0, 0, 1});
 }
 
+/// Slides of 2 x 2 tiles, whose places are known or told, a region of each.
+void WriteSlides()
+{
+    DicomBuilder aPosition(Syntax::EXPLICIT_LITTLE);
+    aPosition.AddUL(DICOMTags::ColumnPositionInTotalImagePixelMatrix, {1})
+        .AddUL(DICOMTags::RowPositionInTotalImagePixelMatrix, {9});
+    DicomBuilder aGroup(Syntax::EXPLICIT_LITTLE);
+    aGroup.AddSequence(DICOMTags::PlanePositionSlideSequence, {aPosition});
+    for (const char* const aName : {"TILED_FULL", "TILED_SPARSE"})
+    {
+        DicomBuilder aSlide(Syntax::EXPLICIT_LITTLE);
+        aSlide.AddString(DICOMTags::DimensionOrganizationType, "CS", aName)
+            .AddImageAttributes(1, "MONOCHROME2", 8, 8, 8, 8, 0, 4)
+            .AddUL(DICOMTags::TotalPixelMatrixColumns, {15})
+            .AddUL(DICOMTags::TotalPixelMatrixRows, {16})
+            .AddSequence(DICOMTags::PerFrameFunctionalGroupsSequence, {aGroup, aGroup})
+            .AddNativePixelData(Ramp(256));
+        Write("part10", aName, aSlide.Build(), {1, 0, 3, 1});
+    }
+}
+
 void WriteDataSets()
 {
     for (std::uint8_t anInterpretation = 0; anInterpretation <= 10; ++anInterpretation)
@@ -435,6 +456,7 @@ int main(int theCount, char** theArguments)
     WriteLosslessJpegs();
     WriteJpeg2000();
     WriteNative();
+    WriteSlides();
     WriteDataSets();
     WriteCacheFiles();
     return 0;

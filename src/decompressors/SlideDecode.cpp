@@ -57,15 +57,17 @@ SlideDecode::~SlideDecode() = default;
 std::unique_ptr<Renderable> SlideDecode::Run()
 {
     Decoder::CheckRegion(itsRegion, itsMatrix.GetArea());
-    const std::vector<TotalPixelMatrix::Tile> aTiles = itsMatrix.FindTiles(itsFrame, itsRegion);
-    SettleLevels(aTiles);
+    constexpr int kMostLevels = 30;
+    const int aWanted = CanReduce() ? itsFrontEnd.GetRequest().getScaleFactor() - 1 : 0;
+    itsLevels = itsMatrix.FindLevels(itsFrame, itsRegion, std::clamp(aWanted, 0, kMostLevels));
     std::uint64_t aPixels = 0;
-    for (const TotalPixelMatrix::Tile& aTile : aTiles)
-    {
-        Place(aTile);
-        const PixelRegion aShown = Intersect(aTile.itsArea, itsRegion);
-        aPixels += aShown.itsWidth * aShown.itsHeight;
-    }
+    itsMatrix.ForEachTile(itsFrame, itsRegion,
+                          [&](const TotalPixelMatrix::Tile& theTile)
+                          {
+                              Place(theTile);
+                              const PixelRegion aShown = Intersect(theTile.itsArea, itsRegion);
+                              aPixels += aShown.itsWidth * aShown.itsHeight;
+                          });
     if (itsImage == nullptr)
     {
         // What the pixels would have been like any other tile tells.
@@ -84,29 +86,6 @@ bool SlideDecode::CanReduce() const
     const CodecRow* const aRow = itsFrontEnd.GetCodec();
     return itsFrontEnd.GetPixelData()->GetPixelInputStream() == nullptr && aRow != nullptr &&
            aRow->itsCanReduce;
-}
-
-/// Each tile is halved by itself: where two meet a pixel must end.
-void SlideDecode::SettleLevels(const std::vector<TotalPixelMatrix::Tile>& theTiles)
-{
-    constexpr int kMostLevels = 30;
-    const int aWanted = CanReduce() ? itsFrontEnd.GetRequest().getScaleFactor() - 1 : 0;
-    const PixelRegion anArea = itsMatrix.GetArea();
-    const auto isWhole = [&](std::uint64_t theStart, std::uint64_t theLength, std::uint64_t theEnd)
-    {
-        const std::uint64_t aMask = (std::uint64_t{1} << itsLevels) - 1;
-        return (theStart & aMask) == 0 && ((theLength & aMask) == 0 || theStart + theLength >= theEnd);
-    };
-    itsLevels = std::clamp(aWanted, 0, kMostLevels);
-    for (const TotalPixelMatrix::Tile& aTile : theTiles)
-    {
-        const PixelRegion& aPlace = aTile.itsArea;
-        while (!isWhole(aPlace.itsX, aPlace.itsWidth, anArea.itsWidth) ||
-               !isWhole(aPlace.itsY, aPlace.itsHeight, anArea.itsHeight))
-        {
-            --itsLevels;
-        }
-    }
 }
 
 std::unique_ptr<Renderable> SlideDecode::Load(int theFrame, const PixelRegion& theRegion)

@@ -92,37 +92,74 @@ void TotalPixelMatrix::ReadPositions(const DICOMDataObject& theDataSet)
     itsPositions.resize(std::min<std::size_t>(itsPositions.size(), itsFrames));
 }
 
-std::vector<TotalPixelMatrix::Tile> TotalPixelMatrix::FindTiles(int theFrame,
-                                                                const PixelRegion& theRegion) const
+void TotalPixelMatrix::ForEachTile(int theFrame, const PixelRegion& theRegion,
+                                   const Receiver& theReceiver) const
 {
-    return itsIsFull ? FindInOrder(theFrame, theRegion) : FindByPosition(theFrame, theRegion);
+    if (itsIsFull)
+    {
+        PassInOrder(theFrame, theRegion, theReceiver);
+        return;
+    }
+    const std::vector<Tile> aTiles = FindByPosition(theFrame, theRegion);
+    std::for_each(aTiles.begin(), aTiles.end(), theReceiver);
+}
+
+int TotalPixelMatrix::FindLevels(int theFrame, const PixelRegion& theRegion, int theMost) const
+{
+    int aLevels = theMost;
+    const auto isWhole = [&](std::uint64_t theStart, std::uint64_t theLength, std::uint64_t theEnd)
+    {
+        const std::uint64_t aMask = (std::uint64_t{1} << aLevels) - 1;
+        return (theStart & aMask) == 0 && ((theLength & aMask) == 0 || theStart + theLength >= theEnd);
+    };
+    const auto aCheck = [&](const Tile& theTile)
+    {
+        const PixelRegion& aPlace = theTile.itsArea;
+        while (!isWhole(aPlace.itsX, aPlace.itsWidth, itsColumns) ||
+               !isWhole(aPlace.itsY, aPlace.itsHeight, itsRows))
+        {
+            --aLevels;
+        }
+    };
+    if (itsIsFull)
+    {
+        aCheck({0, {0, 0, itsTileColumns, itsTileRows}}); // the others are multiples of its size away
+    }
+    else
+    {
+        ForEachTile(theFrame, theRegion, aCheck);
+    }
+    return aLevels;
 }
 
 /// From left to right, from top to bottom, one focal plane after the other, and then all that again for the
 /// next optical path: so theFrame's are as many frames as fill the matrix.
-std::vector<TotalPixelMatrix::Tile> TotalPixelMatrix::FindInOrder(int theFrame,
-                                                                  const PixelRegion& theRegion) const
+void TotalPixelMatrix::PassInOrder(int theFrame, const PixelRegion& theRegion,
+                                   const Receiver& theReceiver) const
 {
     const std::uint64_t anAcross = DivideUp(itsColumns, itsTileColumns);
     const std::uint64_t aPlaneTiles = anAcross * DivideUp(itsRows, itsTileRows);
     const std::uint64_t aPlane =
         (itsFirstFrame + static_cast<std::uint64_t>(theFrame)) / aPlaneTiles * aPlaneTiles;
-    std::vector<Tile> aTiles;
-    for (std::uint64_t y = theRegion.itsY / itsTileRows;
-         y < DivideUp(theRegion.itsY + theRegion.itsHeight, itsTileRows); ++y)
+    const std::uint64_t aLeft = theRegion.itsX / itsTileColumns;
+    const std::uint64_t aRight = DivideUp(theRegion.itsX + theRegion.itsWidth, itsTileColumns);
+    const std::uint64_t aBottom = DivideUp(theRegion.itsY + theRegion.itsHeight, itsTileRows);
+    for (std::uint64_t y = theRegion.itsY / itsTileRows; y < aBottom; ++y)
     {
-        for (std::uint64_t x = theRegion.itsX / itsTileColumns;
-             x < DivideUp(theRegion.itsX + theRegion.itsWidth, itsTileColumns); ++x)
+        for (std::uint64_t x = aLeft; x < aRight; ++x)
         {
             const std::uint64_t aFrame = aPlane + y * anAcross + x;
-            if (aFrame >= itsFirstFrame && aFrame - itsFirstFrame < itsFrames)
+            if (aFrame >= itsFirstFrame + itsFrames)
             {
-                aTiles.push_back({static_cast<int>(aFrame - itsFirstFrame),
-                                  {x * itsTileColumns, y * itsTileRows, itsTileColumns, itsTileRows}});
+                return;
+            }
+            if (aFrame >= itsFirstFrame)
+            {
+                theReceiver({static_cast<int>(aFrame - itsFirstFrame),
+                             {x * itsTileColumns, y * itsTileRows, itsTileColumns, itsTileRows}});
             }
         }
     }
-    return aTiles;
 }
 
 std::vector<TotalPixelMatrix::Tile> TotalPixelMatrix::FindByPosition(int theFrame,

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "decompressors/detail/TotalPixelMatrix.h"
 #include "toolkit/base/PixelRegion.h"
@@ -31,7 +30,6 @@ public:
 
 private:
     bool CanReduce() const;
-    void SettleLevels(const std::vector<TotalPixelMatrix::Tile>& theTiles);
     void Place(const TotalPixelMatrix::Tile& theTile);
     std::unique_ptr<Renderable> Load(int theFrame, const PixelRegion& theRegion);
     void Begin(const Renderable& theTile);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -30,9 +31,15 @@ public:
         PixelRegion itsArea;
     };
 
-    /// The tiles that touch theRegion, which is inside the matrix, in ascending order of their frames: those
-    /// of the focal plane and optical path (or segment) of theFrame. Of tiles at one place only the last.
-    std::vector<Tile> FindTiles(int theFrame, const PixelRegion& theRegion) const;
+    /// Hands out the tiles that touch theRegion, which is inside the matrix, in ascending order of their
+    /// frames: those of the focal plane and optical path (or segment) of theFrame. Of tiles at one place only
+    /// the last.
+    using Receiver = std::function<void(const Tile&)>;
+    void ForEachTile(int theFrame, const PixelRegion& theRegion, const Receiver& theReceiver) const;
+
+    /// How often, theMost times (0 to 62) at most, these tiles can be halved, each by itself, so that where
+    /// two meet a pixel ends.
+    int FindLevels(int theFrame, const PixelRegion& theRegion, int theMost) const;
 
 private:
     /// Where a frame is that says so itself, and which of several it belongs to.
@@ -47,7 +54,7 @@ private:
     };
 
     void ReadPositions(const DICOMDataObject& theDataSet);
-    std::vector<Tile> FindInOrder(int theFrame, const PixelRegion& theRegion) const;
+    void PassInOrder(int theFrame, const PixelRegion& theRegion, const Receiver& theReceiver) const;
     std::vector<Tile> FindByPosition(int theFrame, const PixelRegion& theRegion) const;
 
     std::uint64_t itsColumns = 0;
