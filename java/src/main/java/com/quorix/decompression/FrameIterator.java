@@ -195,7 +195,10 @@ public final class FrameIterator implements Iterator<Renderable>, AutoCloseable 
         }
     }
 
-    /** The cursor that is nearest to a frame; one that has gone too far makes room for a new one. */
+    /**
+     * The cursor that is nearest to a frame, or a new one where all others are in use or have gone too far. Each of
+     * those has to do with another frame in flight, so that there are never more than that.
+     */
     private FrameCursor borrow(int index) throws IOException {
         synchronized (idle) {
             FrameCursor nearest = idle.stream().filter(cursor -> cursor.next() <= index)
@@ -203,9 +206,6 @@ public final class FrameIterator implements Iterator<Renderable>, AutoCloseable 
             if (nearest != null) {
                 idle.remove(nearest);
                 return nearest;
-            }
-            if (!idle.isEmpty()) {
-                idle.remove().close();
             }
         }
         FrameCursor another = new FrameCursor(source.again(), options);
