@@ -211,6 +211,10 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     {
         UsedBits::Warn(anImage, itsFrontEnd.GetReadingContext());
     }
+    if (!itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned())
+    {
+        anImage.setRescale(ModalityRescale::Find(itsFrontEnd.GetDataSet(), std::max(theFrameIndex, 0)));
+    }
     anImage.setTimeTakenToOpenStream(itsFrontEnd.GetTimeToOpen());
     anImage.setTimeTakenToLoadHeader(itsFrontEnd.GetTimeToParse());
     anImage.setTimeTakenToAllocateMemmory(aFrame.itsTimeToAllocate);

@@ -149,6 +149,7 @@ void SlideDecode::Begin(const Renderable& theTile)
     itsImage = std::make_unique<Renderable>(itsFrontEnd.GetMemoryAllocator());
     itsImage->setPixelData(itsFrontEnd.GetMemoryAllocator().Allocate(aBytes), aBytes);
     aDescription.WriteTo(*itsImage);
+    itsImage->setRescale(theTile.getRescale());
     AbsentPixel(itsFrontEnd.GetDataSet()).FillImage(*itsImage);
 }
 
@@ -170,6 +171,10 @@ void SlideDecode::CheckLike(const Renderable& theTile, int theFrame)
     itsImage->setHighBit(std::max(itsImage->getHighBit(), theTile.getHighBit()));
     itsImage->setLossyImageCompression(itsImage->isLossyImageCompression() ||
                                        theTile.isLossyImageCompression());
+    if (theTile.getRescale() != itsImage->getRescale())
+    {
+        itsImage->setRescale({});
+    }
 }
 
 /// theTile's first pixel stands at theX, theY of the halved matrix.

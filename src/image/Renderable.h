@@ -6,6 +6,7 @@
 
 #include "toolkit/base/BaseTypes.h"
 #include "toolkit/base/System.h"
+#include "toolkit/dicom/ModalityRescale.h"
 
 /// The decoded image: pixel geometry, sample layout, photometric interpretation and the pixel buffer.
 ///
@@ -133,6 +134,13 @@ public:
     /// @{
     bool isSigned() const { return itsSigned; }
     void setSigned(bool isSet) { itsSigned = isSet; }
+    /// @}
+
+    /// What the samples measure: what the data set says for this frame, nothing but themselves without one.
+    /// Not in the cache file.
+    /// @{
+    const ModalityRescale& getRescale() const { return itsRescale; }
+    void setRescale(const ModalityRescale& theRescale) { itsRescale = theRescale; }
     /// @}
 
     /// Where the buffer comes from and goes back to.
@@ -264,6 +272,7 @@ private:
     double itsTimeTakenToLoadHeader = 0.0;
     double itsTimeTakenToAllocateMemory = 0.0;
     double itsTimeTakenToLoadPixelData = 0.0;
+    ModalityRescale itsRescale;
 
     static std::atomic<std::int32_t> itsIOBufferSize;
     static const RWCString itsIDString; ///< "REND", the identifier of the cache file

@@ -399,6 +399,7 @@ bool Renderable::readCacheFile(const RWCString& theName, std::int16_t theScaleFa
         return false;
     }
     setScaleFactor(aScaleFactor);
+    setRescale({});
     // The tag is deliberately not compared: files of other producers carry tags of their own.
     const std::uint32_t aRecordedSize = StoreFields(aHeader, *this);
     if (itsPixelData == nullptr)

@@ -46,9 +46,11 @@ def element(tag, vr, value, order="<", implicit=False):
 
 
 def encapsulated(frames):
-    items = [b""] + [frame + b"\0" * (len(frame) % 2) for frame in frames]
-    return b"".join(b"\xfe\xff\x00\xe0" + struct.pack("<L", len(item)) + item for item in items) + \
-        b"\xfe\xff\xdd\xe0\0\0\0\0"
+    return item(b"") + b"".join(item(frame + b"\0" * (len(frame) % 2)) for frame in frames) + b"\xfe\xff\xdd\xe0\0\0\0\0"
+
+
+def item(content):
+    return b"\xfe\xff\x00\xe0" + struct.pack("<L", len(content)) + content
 
 
 def rle_frame(planes):
@@ -259,7 +261,16 @@ class CommandLine(Program):
     def test_window(self):
         spread, signed = [750, 1000, 1249, 1250], [-30000, -10501, -500, 9499]
         rescale, padding = ((0x00281052, "DS", "-1024"), (0x00281053, "DS", "2")), ((0x00280120, "US", 5000),)
+        def groups(tag, *items):  # functional groups that have Pixel Value Transformation and nothing else
+            return ((tag, "SQ", b"".join(item(element(0x00289145, "SQ", item(b"".join(element(*one) for one in values)))) for values in items)),)
+
+        falling, unfit = ((0x00281052, "DS", "1104"), (0x00281053, "DS", "-2")), ((0x00281052, "DS", "5"),)
         for name, content, window, expected in (
+                ("rescaled in shared groups", dicom(words([412, 531, 532, 632]), 2, 2, extra=groups(0x52009229, rescale) + falling), "40,400",
+                 [0, 127, 128, 255]),
+                ("by the frame's own", dicom(words([652, 533, 532, 432]), 2, 2, extra=groups(0x52009229, rescale) +
+                                             groups(0x52009230, falling, rescale)), "40,400", [0, 127, 128, 255]),
+                ("intercept alone", dicom(words(spread), 2, 2, extra=unfit), "1000,500", [0, 128, 255, 255]),
                 ("given", dicom(words(spread), 2, 2), "1000,500", [0, 128, 255, 255]),
                 ("negative", dicom(words(signed), 2, 2, signed=1), "-500.5,2e4", [0, 0, 128, 255]),
                 ("width one", dicom(words([999, 1000, 0, 4095]), 2, 2), "1000,1", [0, 255, 0, 255]),

@@ -37,6 +37,8 @@ QUORIX_RENDERABLE_GETTER(jint, nativeGetCompressionRatio, anImage.getCompression
 QUORIX_RENDERABLE_SETTER(jint, nativeSetCompressionRatio, anImage.setCompressionRatio(theValue))
 QUORIX_RENDERABLE_GETTER(jshort, nativeGetScaleFactor, anImage.getScaleFactor())
 QUORIX_RENDERABLE_SETTER(jshort, nativeSetScaleFactor, anImage.setScaleFactor(theValue))
+QUORIX_RENDERABLE_GETTER(jdouble, nativeGetRescaleSlope, anImage.getRescale().itsSlope)
+QUORIX_RENDERABLE_GETTER(jdouble, nativeGetRescaleIntercept, anImage.getRescale().itsIntercept)
 QUORIX_RENDERABLE_GETTER(jint, nativeGetPixelAspectRatioHorizontal, anImage.getPixelAspectRatioHorizontal())
 QUORIX_RENDERABLE_SETTER(jint, nativeSetPixelAspectRatioHorizontal,
                          anImage.setPixelAspectRatioHorizontal(theValue))

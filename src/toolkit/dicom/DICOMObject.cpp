@@ -49,6 +49,20 @@ DcmSequenceOfItems* FindSequence(const DICOMObject& theObject, DICOMTag theTag)
         DcmtkBridge::Find(DICOMObjectAccess::GetItem(theObject), theTag));
 }
 
+/// Null where there is no such sequence or no such item.
+DcmItem* ItemOf(DcmSequenceOfItems* theSequence, std::size_t theItem)
+{
+    return theSequence != nullptr && theItem < theSequence->card()
+               ? theSequence->getItem(static_cast<unsigned long>(theItem))
+               : nullptr;
+}
+
+bool GetText(DcmItem* theItem, DICOMTag theTag, RWCString& theValue)
+{
+    DcmElement* const anElement = theItem != nullptr ? DcmtkBridge::Find(*theItem, theTag) : nullptr;
+    return anElement != nullptr && ElementValue(*anElement).GetText(theValue);
+}
+
 std::optional<PrivateMatch> FindPrivate(const DICOMObject& theObject, const RWCString& theCreator,
                                         const RWCString& theName)
 {
@@ -240,14 +254,15 @@ std::size_t DICOMObject::GetSequenceItemCount(DICOMTag theTag) const
 bool DICOMObject::GetSequenceItemString(DICOMTag theSequence, std::size_t theItem, DICOMTag theTag,
                                         RWCString& theValue) const
 {
-    DcmSequenceOfItems* aSequence = FindSequence(*this, theSequence);
-    if (aSequence == nullptr || theItem >= aSequence->card())
-    {
-        return false;
-    }
-    DcmItem* anItem = aSequence->getItem(static_cast<unsigned long>(theItem));
-    DcmElement* anElement = anItem != nullptr ? DcmtkBridge::Find(*anItem, theTag) : nullptr;
-    return anElement != nullptr && ElementValue(*anElement).GetText(theValue);
+    return GetText(ItemOf(FindSequence(*this, theSequence), theItem), theTag, theValue);
+}
+
+bool DICOMObject::GetNestedItemString(DICOMTag theSequence, std::size_t theItem, DICOMTag theInner,
+                                      DICOMTag theTag, RWCString& theValue) const
+{
+    DcmItem* const anOuter = ItemOf(FindSequence(*this, theSequence), theItem);
+    DcmElement* const anInner = anOuter != nullptr ? DcmtkBridge::Find(*anOuter, theInner) : nullptr;
+    return GetText(ItemOf(dynamic_cast<DcmSequenceOfItems*>(anInner), 0), theTag, theValue);
 }
 
 void DICOMObject::ForEachSequenceItem(
@@ -266,16 +281,10 @@ void DICOMObject::ForEachSequenceItem(
             auto* anItem = dynamic_cast<DcmItem*>(anObject);
             if (thePlaces[i].itsSequence != DICOMTags::None && anItem != nullptr)
             {
-                auto* const anInner =
-                    dynamic_cast<DcmSequenceOfItems*>(DcmtkBridge::Find(*anItem, thePlaces[i].itsSequence));
-                anItem = anInner != nullptr && anInner->card() > 0 ? anInner->getItem(0) : nullptr;
+                DcmElement* const anInner = DcmtkBridge::Find(*anItem, thePlaces[i].itsSequence);
+                anItem = ItemOf(dynamic_cast<DcmSequenceOfItems*>(anInner), 0);
             }
-            DcmElement* const anElement =
-                anItem != nullptr ? DcmtkBridge::Find(*anItem, thePlaces[i].itsTag) : nullptr;
-            if (anElement != nullptr)
-            {
-                ElementValue(*anElement).GetText(aTexts[i]);
-            }
+            GetText(anItem, thePlaces[i].itsTag, aTexts[i]);
         }
         theReceiver(aTexts);
     }

@@ -83,6 +83,10 @@ public:
     bool GetSequenceItemString(DICOMTag theSequence, std::size_t theItem, DICOMTag theTag,
                                RWCString& theValue) const;
 
+    /// The same from the first item of a sequence inside that item.
+    bool GetNestedItemString(DICOMTag theSequence, std::size_t theItem, DICOMTag theInner, DICOMTag theTag,
+                             RWCString& theValue) const;
+
     /// An element of a sequence's item, or of the first item of a sequence in that.
     struct ItemPlace
     {

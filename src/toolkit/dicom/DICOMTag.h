@@ -44,6 +44,14 @@ inline constexpr DICOMTag HighBit{0x0028, 0x0102};
 inline constexpr DICOMTag PixelRepresentation{0x0028, 0x0103};
 /// @}
 
+/// What pixel values measure (PS3.3 C.11.1), of all frames or of each.
+/// @{
+inline constexpr DICOMTag RescaleIntercept{0x0028, 0x1052};
+inline constexpr DICOMTag RescaleSlope{0x0028, 0x1053};
+inline constexpr DICOMTag PixelValueTransformationSequence{0x0028, 0x9145};
+inline constexpr DICOMTag SharedFunctionalGroupsSequence{0x5200, 0x9229};
+/// @}
+
 /// Ranges of pixel values, which lossy compression makes untrue.
 /// @{
 inline constexpr DICOMTag SmallestImagePixelValue{0x0028, 0x0106};

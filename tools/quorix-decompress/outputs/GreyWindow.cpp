@@ -12,31 +12,12 @@
 namespace
 {
 constexpr DICOMTag kPixelPaddingValue{0x0028, 0x0120};
-constexpr DICOMTag kRescaleIntercept{0x0028, 0x1052};
-constexpr DICOMTag kRescaleSlope{0x0028, 0x1053};
 
 struct Range
 {
     std::int64_t itsMin;
     std::int64_t itsMax;
 };
-
-bool GetNumber(const DICOMDataObject& theDataSet, DICOMTag theTag, double& theValue)
-{
-    RWCString aText;
-    if (!theDataSet.GetString(theTag, aText) || aText.empty())
-    {
-        return false;
-    }
-    char* anEnd = nullptr;
-    const double aValue = std::strtod(aText.c_str(), &anEnd);
-    if (anEnd == aText.c_str() || *anEnd != '\0' || !std::isfinite(aValue))
-    {
-        return false;
-    }
-    theValue = aValue;
-    return true;
-}
 
 /// The real values as a plain 16-bit image: the statistics take no notice of Bits Stored.
 void CopyValues(const SampleReader& theReader, Renderable& theCopy)
@@ -98,17 +79,9 @@ Range RangeOf(const Renderable& theImage, std::uint32_t thePaddingValue)
 
 GreyWindow::GreyWindow(const WindowOption& theOption, const Renderable& theImage,
                        const DICOMDataObject* theDataSet)
-    : itsCenter(theOption.itsCenter), itsWidth(theOption.itsWidth),
+    : itsCenter(theOption.itsCenter), itsWidth(theOption.itsWidth), itsRescale(theImage.getRescale()),
       itsInverted(theImage.getPhotometricInterpretation() == Renderable::MONOCHROME1)
 {
-    double aSlope = 1.0;
-    double anIntercept = 0.0;
-    if (theDataSet != nullptr && GetNumber(*theDataSet, kRescaleSlope, aSlope) &&
-        GetNumber(*theDataSet, kRescaleIntercept, anIntercept) && aSlope != 0.0)
-    {
-        itsSlope = aSlope;
-        itsIntercept = anIntercept;
-    }
     if (theOption.itsAutomatic)
     {
         SetAutomatic(theImage, theDataSet);
@@ -125,16 +98,15 @@ void GreyWindow::SetAutomatic(const Renderable& theImage, const DICOMDataObject*
     const Range aRange = RangeOf(theImage, static_cast<std::uint32_t>(aPadding));
     // In stored values, so that the lowest becomes 0 and the highest 255 exactly. A falling slope turns
     // the order of the values round.
-    itsInverted = itsInverted != (itsSlope < 0.0);
-    itsSlope = 1.0;
-    itsIntercept = 0.0;
+    itsInverted = itsInverted != (itsRescale.itsSlope < 0.0);
+    itsRescale = {};
     itsCenter = (static_cast<double>(aRange.itsMin) + static_cast<double>(aRange.itsMax) + 1.0) / 2.0;
     itsWidth = static_cast<double>(aRange.itsMax) - static_cast<double>(aRange.itsMin) + 1.0;
 }
 
 std::uint8_t GreyWindow::Map(std::int64_t theStoredValue) const
 {
-    const double aValue = static_cast<double>(theStoredValue) * itsSlope + itsIntercept;
+    const double aValue = itsRescale.Apply(static_cast<double>(theStoredValue));
     const double aMiddle = itsCenter - 0.5;
     const double aHalf = (itsWidth - 1.0) / 2.0;
     double anOutput = 0.0;

@@ -25,6 +25,8 @@ final class PictureMaker {
     private final boolean grey;
     private final boolean colour;
     private final boolean planar;
+    private final double slope;
+    private final double intercept;
     private final ByteBuffer pixels;
 
     private PictureMaker(Renderable image) {
@@ -38,6 +40,8 @@ final class PictureMaker {
         inverted = interpretation == Renderable.getPitMonochrome1();
         grey = inverted || interpretation == Renderable.getPitMonochrome2();
         colour = interpretation == Renderable.getPitRgb();
+        slope = image.getRescaleSlope();
+        intercept = image.getRescaleIntercept();
         pixels = image.getPixelData();
         int stored = image.getBitsStored();
         int high = image.getHighBit();
@@ -103,7 +107,7 @@ final class PictureMaker {
 
     BufferedImage makeWindowed(double center, double width) {
         checkPicture();
-        return colour ? makeColour() : makeGrey8(value -> windowed(value, center, width));
+        return colour ? makeColour() : makeGrey8(value -> windowed(value * slope + intercept, center, width));
     }
 
     /** The stored values, bands interleaved, in the least type that holds the sign as well. */
@@ -201,7 +205,7 @@ final class PictureMaker {
     }
 
     /** The linear window function of DICOM PS3.3 C.11.2.1.2.1. */
-    private int windowed(long value, double center, double width) {
+    private int windowed(double value, double center, double width) {
         double fraction = width == 1.0 ? (value <= center - 0.5 ? 0.0 : 1.0)
                 : (value - (center - 0.5)) / (width - 1.0) + 0.5;
         int grey = (int) Math.round(255.0 * Math.max(0.0, Math.min(1.0, fraction)));

@@ -194,6 +194,16 @@ public class Renderable implements AutoCloseable {
         nativeSetScaleFactor(handle(), toShort(scaleFactor));
     }
 
+    /** {@return the Rescale Slope that the data set has for this frame, together with an intercept; else 1} */
+    public synchronized double getRescaleSlope() {
+        return nativeGetRescaleSlope(handle());
+    }
+
+    /** {@return the Rescale Intercept that the data set has for this frame, together with a slope; else 0} */
+    public synchronized double getRescaleIntercept() {
+        return nativeGetRescaleIntercept(handle());
+    }
+
     /** {@return the horizontal part of the pixel aspect ratio} */
     public synchronized int getPixelAspectRatioHorizontal() {
         return nativeGetPixelAspectRatioHorizontal(handle());
@@ -364,8 +374,10 @@ public class Renderable implements AutoCloseable {
     }
 
     /**
-     * Makes an 8-bit picture of a grey image through a window. The window counts in sample values; rescale
-     * slope and intercept are not applied. Colour images take no window.
+     * Makes an 8-bit picture of a grey image through a window, which counts in what the modality measured, Hounsfield
+     * units on CT, as {@code --window} of the command line does: in sample values times {@link #getRescaleSlope} plus
+     * {@link #getRescaleIntercept}. Where the data set has no rescale, and for bare codestreams and cache files, these
+     * are the sample values; a Modality LUT is not applied. Colour images take no window.
      *
      * @param center value that becomes middle grey
      * @param width number of values from black to white, at least 1
@@ -666,6 +678,8 @@ public class Renderable implements AutoCloseable {
     private static native void nativeSetCompressionRatio(long handle, int value);
     private static native short nativeGetScaleFactor(long handle);
     private static native void nativeSetScaleFactor(long handle, short value);
+    private static native double nativeGetRescaleSlope(long handle);
+    private static native double nativeGetRescaleIntercept(long handle);
     private static native int nativeGetPixelAspectRatioHorizontal(long handle);
     private static native void nativeSetPixelAspectRatioHorizontal(long handle, int value);
     private static native int nativeGetPixelAspectRatioVertical(long handle);

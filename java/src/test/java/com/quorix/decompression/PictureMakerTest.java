@@ -37,6 +37,10 @@ class PictureMakerTest {
         return file.text(0x00280004, "CS", "MONOCHROME1");
     }
 
+    private static DicomFile rescaled(DicomFile file, String slope, String intercept) {
+        return file.text(0x00281052, "DS", intercept).text(0x00281053, "DS", slope);
+    }
+
     private static int[] samples(BufferedImage picture) {
         return picture.getRaster().getPixels(0, 0, picture.getWidth(), picture.getHeight(), (int[]) null);
     }
@@ -60,6 +64,10 @@ class PictureMakerTest {
                 new Row(inverted(grey8(8, false, 0, 1, 255, 7)), 0, 0, 255, 254, 0, 248),
                 new Row(inverted(grey16(12, true, -2048, 2047)), 0, 0, 65535, 0),
                 new Row(inverted(grey8(8, false, 0, 50, 100, 255)), 50.5, 101, 255, 127, 0, 0),
+                // A window means what the modality measured, where slope and intercept are both there.
+                new Row(rescaled(grey16(16, true, 412, 531, 532, 632), "2", "-1024"), 40, 400, 0, 127, 128, 255),
+                new Row(rescaled(grey8(8, false, 0, 64, 255), "1.0", ""), 128, 256, 0, 64, 255),
+                new Row(rescaled(grey8(8, false, 0, 64, 255), "0", "-1024"), 128, 256, 0, 64, 255),
                 // The window is that of the standard.
                 new Row(grey16(16, true, -1025, -1024, 0, 1023, 1024, 32767), 0, 2048, 0, 0, 128, 255, 255, 255),
                 new Row(grey16(12, false, 0, 99, 100, 101, 4095), 100.5, 1, 0, 0, 0, 255, 255),

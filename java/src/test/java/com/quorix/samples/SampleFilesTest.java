@@ -5,12 +5,16 @@ import static org.junit.jupiter.api.Assertions.*;
 
 import com.quorix.decompression.*;
 import com.quorix.support.*;
-import java.nio.file.Path;
+import java.awt.image.Raster;
+import java.io.File;
+import java.nio.file.*;
 import java.security.MessageDigest;
 import java.util.*;
 import java.util.regex.*;
 import java.util.stream.*;
+import javax.imageio.ImageIO;
 import org.junit.jupiter.api.*;
+import org.junit.jupiter.api.io.TempDir;
 
 /** Every DICOM file of the samples, sound or damaged: Java gets what the command line gets. */
 @Tag("samples")
@@ -56,6 +60,35 @@ class SampleFilesTest {
         assertTrue(decoded > 60, "only " + decoded + " of " + files.size() + " files can be decoded");
         return files.entrySet().stream().map(file -> DynamicTest.dynamicTest(file.getKey().getFileName().toString(),
                 () -> compare(file.getKey(), file.getValue())));
+    }
+
+    /** All grey files at once, by their absolute names: with a rescale and without, signed, inverted, shallow. */
+    @Test
+    void aWindowIsThatOfTheCommandLine(@TempDir Path folder) throws Exception {
+        List<String> files = Places.filesBelow(Places.samples().toRealPath()).stream().map(Path::toString)
+                .filter(file -> file.endsWith(".dcm")).toList();
+        Path list = Files.write(folder.resolve("list"), files);
+        new ProcessBuilder(Places.tool().toString(), "--list", list.toString(), "-o", folder.toString(), "--window",
+                "40,400").redirectError(ProcessBuilder.Redirect.DISCARD).start().waitFor();
+        int compared = 0;
+        for (String file : files) {
+            File picture = new File(folder + file + ".png");
+            if (!picture.exists()) {
+                continue;
+            }
+            Raster expected = ImageIO.read(picture).getRaster();
+            try (Renderable image = Decompressor.decode(Path.of(file), DICOM)) {
+                if (expected.getNumBands() == 1) {
+                    assertArrayEquals(samples(expected), samples(image.toBufferedImage(40, 400).getRaster()), file);
+                    compared++;
+                }
+            }
+        }
+        assertTrue(compared > 30, "only " + compared + " pictures");
+    }
+
+    private static int[] samples(Raster raster) {
+        return raster.getSamples(0, 0, raster.getWidth(), raster.getHeight(), 0, (int[]) null);
     }
 
     private static void compare(Path file, List<String> expected) throws Exception {
