@@ -240,6 +240,9 @@ protected:
     /// Whether the request reads by meaning.
     bool IsByMeaning() const { return itsReadingContext != nullptr && itsReadingContext->IsByMeaning(); }
 
+    /// Whether the request wants nothing printed, see ReadingContext::IsSilent.
+    bool IsSilent() const { return itsReadingContext != nullptr && itsReadingContext->IsSilent(); }
+
     /// The frame is not what was compressed: from now on the codec and the data set say so.
     void MarkIrreversible();
 

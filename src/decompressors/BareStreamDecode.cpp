@@ -39,6 +39,7 @@ std::unique_ptr<Renderable> BareStreamDecode::Run(InputStream& theStream, JImage
     aRequest.setSourceLength(LengthLeft(theStream));
     aRequest.setReading(theContext.GetReading());
     aRequest.setRegion(theRegion);
+    aRequest.setSilent(theContext.IsSilent());
     DecompressionResult aResult;
     CompressedImageStreamDecompressor().Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage(aResult.getRenderable());

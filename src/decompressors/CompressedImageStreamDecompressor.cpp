@@ -131,7 +131,7 @@ void CompressedImageStreamDecompressor::DecompressUnguarded(DecompressionRequest
         return;
     }
     DMTickCounter aTimer;
-    ReadingContext aContext(theRequest.getReading());
+    ReadingContext aContext(theRequest.getReading(), theRequest.isSilent());
     const WarningHandOver aHandOver(aContext, theResult);
     BareImageDecode aDecode(theRequest, itsMemoryAllocator, aContext);
     std::unique_ptr<Renderable> anImage = aDecode.Run();

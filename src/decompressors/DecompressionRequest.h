@@ -111,6 +111,12 @@ public:
     void setRegion(const std::optional<PixelRegion>& theRegion) { itsRegion = theRegion; }
     /// @}
 
+    /// Whether nothing is printed on the way, see ReadingContext::IsSilent.
+    /// @{
+    bool isSilent() const { return itsIsSilent; }
+    void setSilent(bool isSilent) { itsIsSilent = isSilent; }
+    /// @}
+
 private:
     InputStream* itsInputStream = nullptr;
     std::shared_ptr<JavaSeekableInputStream> itsOwnedJavaInputStream;
@@ -126,4 +132,5 @@ private:
     std::uint32_t itsSourceLength = 0;
     Reading itsReading = Reading::BY_CONTRACT;
     std::optional<PixelRegion> itsRegion;
+    bool itsIsSilent = false;
 };

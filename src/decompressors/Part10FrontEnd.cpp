@@ -57,7 +57,8 @@ DICOMDataObject& ChooseDataSet(DICOMDataObject* theCallers, std::unique_ptr<DICO
 } // namespace
 
 Part10FrontEnd::Part10FrontEnd(DecompressionRequest& theRequest, MemoryAllocater& theAllocator)
-    : itsRequest(theRequest), itsMemoryAllocator(theAllocator), itsReadingContext(theRequest.getReading()),
+    : itsRequest(theRequest), itsMemoryAllocator(theAllocator),
+      itsReadingContext(theRequest.getReading(), theRequest.isSilent()),
       itsDataSet(ChooseDataSet(theRequest.getDICOMDataObject(), itsPrivateDataSet))
 {
 }

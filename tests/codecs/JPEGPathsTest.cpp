@@ -150,7 +150,7 @@ public:
     void InputAccepted(int) override {}
     std::uint64_t GetInputTotal() const override { return itsSource.GetPosition(); }
     void Warn(const char*, bool) override {}
-    bool IsPrinting() const override { return true; }
+    bool IsPrinting(bool) const override { return true; }
     bool MayEndEarly() const override { return false; }
     bool AcceptMissing(std::uint64_t, std::uint64_t) override { return false; }
 

@@ -5,6 +5,7 @@
 usage: cli_test.py PROGRAM [unittest arguments]
 """
 
+import fcntl
 import hashlib
 import json
 import os
@@ -17,6 +18,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 import zlib
 
@@ -604,21 +606,65 @@ class CommandLine(Program):
         self.assertEqual(self.get("x.dcm"), MULTI)
         self.assertTrue(os.path.exists(self.path("x-2.dcm")))
 
-    def test_progress_bar_is_for_terminals(self):
-        self.put("good.dcm", IMAGES["grey12"][0])
-        for arguments, expected in (([], True), (["--no-progress"], False)):
-            try:
-                master, slave = pty.openpty()
-            except OSError as error:
-                self.skipTest(f"no terminal to be had: {error}")
-            subprocess.run([PROGRAM, "good.dcm", *arguments], stderr=slave, cwd=self.folder, check=True)
+    def on_terminal(self, columns, *arguments):
+        """What the program sends to a terminal of so many columns, standard output included."""
+        try:
+            master, slave = pty.openpty()
+        except OSError as error:
+            self.skipTest(f"no terminal to be had: {error}")
+        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("4H", 24, columns, 0, 0))
+        with subprocess.Popen([PROGRAM, *arguments], stdout=slave, stderr=slave, cwd=self.folder), os.fdopen(master, "rb", 0) as terminal:
             os.close(slave)
-            os.set_blocking(master, False)
+            shown = b""
             try:
-                shown = os.read(master, 65536)
-            except OSError:
-                shown = b""
-            self.assertEqual(b"0/1" in shown and b"/s" in shown and b"left" in shown, expected, shown)
+                while part := terminal.read(65536):
+                    shown += part
+            except OSError:  # how Linux calls the end
+                pass
+        return shown.decode(errors="replace")
+
+    def replay(self, shown, columns):
+        """The lines that are to be seen in the end, put together where the terminal has wrapped them."""
+        lines, start, at = [""], 0, 0  # the row of the cursor begins there in its line
+        for part in re.findall(r"\x1b\[K|.", shown, re.DOTALL):
+            if part == "\r":
+                at = start
+            elif part == "\n":
+                lines, start, at = lines + [""], 0, 0
+            elif part == "\x1b[K":
+                lines[-1] = lines[-1][:at]
+            else:
+                self.assertTrue(part.isprintable(), ascii(part))
+                start += columns if at == start + columns else 0
+                lines[-1] = lines[-1][:at] + part + lines[-1][at + 1:]
+                at += 1
+        return lines
+
+    def test_messages_and_the_progress_bar_leave_each_other_whole(self):
+        troubles = {"good.dcm": IMAGES["grey12"][0], "cut\x1b[31m\r.dcm": IMAGES["grey12"][0][:-20], "sign.dcm": IMAGES["j2ksigned"][0],
+                    "rle.dcm": dicom([rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4], 5, 6, stored=12, syntax=RLE), "junk": b"text" * 50,
+                    "dirt.dcm": dicom([JPEG_FLAT[:-2] + b"\x55" * 9 + JPEG_FLAT[-2:]], 8, 8, allocated=8, syntax=BASELINE),
+                    "bits.dcm": dicom([deeper(JPEG_RAMP, 0xc3, 16)], 5, 6, allocated=8, stored=7, syntax=LOSSLESS),
+                    "plan": without_image(IMAGES["grey12"][0])}
+        for index in range(30):
+            for name, content in troubles.items():
+                self.put(f"in/{index}/{name}", content)
+        bare = [self.put("deep.jpg", JPEG_RAMP)] * 5
+        for reading in ([], ["--by-contract"]):
+            run = ["in", *bare, "--format", "none", *reading]
+            *messages, inputs, frames, _, _ = self.run_it(*run, status=2).stderr.decode().splitlines()
+            self.assertGreater(len(messages), 100)
+            for message in messages:  # whoever it comes from
+                self.assertRegex(message, r"^(in/\d+/\w+|cut \[31m |.*/deep).*: frame 0: (code|warning)")
+            for columns, bar, more in ((80, 33, []), (24, 0, ["--json"]), (50, 26, ["--strict"]), (200, 33, ["--jobs", "4"])):
+                with self.subTest((reading, columns)):
+                    done = subprocess.run([PROGRAM, *run, *more], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd=self.folder, check=False)
+                    shown = self.on_terminal(columns, *run, *more)
+                    self.assertRegex(shown, r"\r\x1b\[K.{%d}0/\d+  0.0/s" % bar)
+                    seen, expected = ([re.sub(r"[\d.]+(e-\d+)?", "#", line) for line in lines] for lines in
+                                      (self.replay(shown, columns), (done.stdout.decode() + "\n").split("\n")[:-1]))
+                    self.assertEqual(*(sorted(lines) if "--jobs" in more else lines for lines in (seen, expected)))
+        self.assertNotIn("\x1b", self.on_terminal(80, *run, "--no-progress"))
 
 
 if __name__ == "__main__":

@@ -6,9 +6,6 @@
 #include <thread>
 #include <vector>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "inputs/InputCollector.h"
 #include "inputs/InputQueue.h"
 #include "outputs/OutputFile.h"
@@ -24,22 +21,6 @@
 
 namespace
 {
-/// Keeps standard output for results alone: codecs print some of their errors there, which would end up
-/// between the lines. The stream that results go to; never closed before the end of the program.
-std::FILE* ReserveStandardOutput()
-{
-    const int aDescriptor = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    std::FILE* const aFile = aDescriptor >= 0 ? ::fdopen(aDescriptor, "w") : nullptr;
-    const int aNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (aFile == nullptr || aNowhere < 0)
-    {
-        return stdout;
-    }
-    ::dup2(aNowhere, STDOUT_FILENO);
-    ::close(aNowhere);
-    return aFile;
-}
-
 void Work(const DecodeJob::Context& theContext, InputQueue& theQueue)
 {
     Input anInput;
@@ -77,7 +58,12 @@ void RunJobs(const DecodeJob::Context& theContext, InputQueue& theQueue)
 
 void RunInputs(const Options& theOptions, Reporter& theReporter, StopSignal& theStop)
 {
-    theStop.SetCleanup([] { TemporaryFile::RemoveAll(); });
+    theStop.SetCleanup(
+        [&theReporter]
+        {
+            TemporaryFile::RemoveAll();
+            theReporter.Abandon();
+        });
     InputCollector anInputs;
     anInputs.Collect(theOptions.GetInputs());
     for (const InputCollector::Failure& aFailure : anInputs.GetFailures())
@@ -128,10 +114,11 @@ void RunList(const Options& theOptions, Reporter& theReporter, StopSignal& theSt
     const auto aScratch = std::make_shared<ScratchFolder>(aNames.GetOwnFolder() + "/tmp");
     TemporaryFile::SetFolder(aScratch->GetPath());
     theStop.SetCleanup(
-        [aScratch]
+        [aScratch, &theReporter]
         {
             TemporaryFile::RemoveAll();
             aScratch->Remove();
+            theReporter.Abandon();
         });
     RunJobs({theOptions, aNames, aWriter.get(), theReporter, theStop}, *aQueue);
 }
@@ -152,10 +139,7 @@ bool CompareManifests(const Options& theOptions, Reporter& theReporter)
 
 int Run(const Options& theOptions)
 {
-    std::FILE* const anOutput = ReserveStandardOutput();
-    TemporaryFile::SetStandardOutput(anOutput);
-    Reporter aReporter(theOptions.IsPiped() ? stderr : anOutput, theOptions.IsJSON(),
-                       theOptions.IsProgress());
+    Reporter aReporter(theOptions.IsPiped() ? stderr : stdout, theOptions.IsJSON(), theOptions.IsProgress());
     StopSignal aStop;
     bool isSame = true;
     try

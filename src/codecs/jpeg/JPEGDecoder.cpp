@@ -196,7 +196,10 @@ public:
                                theText);
     }
 
-    bool IsPrinting() const override { return !itsOwner.IsByMeaning(); }
+    bool IsPrinting(bool theIsOfDepth) const override
+    {
+        return !itsOwner.IsSilent() && (theIsOfDepth || !itsOwner.IsByMeaning());
+    }
 
     bool MayEndEarly() const override { return itsOwner.IsByMeaning(); }
 

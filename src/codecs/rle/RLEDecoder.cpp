@@ -154,7 +154,10 @@ void RLEDecoder::Decode(unsigned int theFrameLength, void* theBuffer, std::uint6
     catch (const ExceptionBase& anException)
     {
         // The one place where this library prints. Not printf: the text may hold percent signs.
-        std::fputs(anException.GetMessageText().c_str(), stdout);
+        if (!IsSilent())
+        {
+            std::fputs(anException.GetMessageText().c_str(), stdout);
+        }
         throw;
     }
 }

@@ -55,13 +55,20 @@ class QUORIX_API ReadingContext
 {
 public:
     /// No warnings yet, frame 0.
-    explicit ReadingContext(Reading theReading = Reading::BY_CONTRACT) : itsReading(theReading) {}
+    explicit ReadingContext(Reading theReading = Reading::BY_CONTRACT, bool isSilent = false)
+        : itsReading(theReading), itsIsSilent(isSilent)
+    {
+    }
 
     /// How the request reads.
     /// @{
     Reading GetReading() const { return itsReading; }
     bool IsByMeaning() const { return itsReading == Reading::BY_MEANING; }
     /// @}
+
+    /// Whether nothing is printed on the way, though codecs do that by contract: the first warning of the IJG
+    /// library, the failure of an RLE frame. Whoever shows warnings and failures itself wants it so.
+    bool IsSilent() const { return itsIsSilent; }
 
     /// The frame that warnings speak of from now on, counted from 0; 0 until it is told.
     void SetFrame(std::int32_t theFrame) { itsFrame = theFrame; }
@@ -80,6 +87,7 @@ private:
     static constexpr std::size_t kMostWarnings = 100;
 
     Reading itsReading;
+    bool itsIsSilent;
     std::int32_t itsFrame = 0;
     std::vector<DecodeWarning> itsWarnings;
 };

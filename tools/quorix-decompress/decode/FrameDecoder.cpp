@@ -148,7 +148,7 @@ void BareImageDecoder::DecodeInto(DecodedFrame& theResult)
     theResult.itsTransferSyntaxUID = FindTransferSyntax();
     theResult.itsReading = itsSettings.itsReading;
     theResult.itsRegion = itsSettings.itsRegion;
-    ReadingContext aContext(itsSettings.itsReading);
+    ReadingContext aContext(itsSettings.itsReading, true);
     theResult.itsRenderable =
         BareStreamDecode::Run(*aStream, itsKind, itsSettings.itsScale, itsSettings.itsRegion, aContext);
     theResult.itsWarnings = aContext.TakeWarnings();
@@ -188,6 +188,7 @@ void DICOMFrameDecoder::DecodeInto(DecodedFrame& theResult)
     theResult.itsRegion = itsSettings.itsRegion;
     aRequest.setReading(itsSettings.itsReading);
     aRequest.setRegion(itsSettings.itsRegion);
+    aRequest.setSilent(true);
     DecompressionResult aResult;
     DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
     theResult.Take(aResult);

@@ -70,7 +70,6 @@ unsigned theNextNumber = 0;
 std::uint64_t theClaimedBytes = 0;
 
 std::string theCommonFolder;               // empty for none; constant once work begins
-std::FILE* theStandardOutput = nullptr;    // likewise
 std::uint64_t theMaximumBytes = INT64_MAX; // likewise
 
 std::string Reason(int theError)
@@ -190,18 +189,13 @@ void TemporaryFile::CopyToStandardOutput() const
     std::vector<char> aBuffer(std::size_t{1} << 16);
     std::size_t aCount = 0;
     while (aFile != nullptr && (aCount = std::fread(aBuffer.data(), 1, aBuffer.size(), aFile.get())) > 0 &&
-           std::fwrite(aBuffer.data(), 1, aCount, theStandardOutput) == aCount)
+           std::fwrite(aBuffer.data(), 1, aCount, stdout) == aCount)
     {
     }
-    if (aFile == nullptr || std::feof(aFile.get()) == 0 || std::fflush(theStandardOutput) != 0)
+    if (aFile == nullptr || std::feof(aFile.get()) == 0 || std::fflush(stdout) != 0)
     {
         throw OutputError(Reason(errno));
     }
-}
-
-void TemporaryFile::SetStandardOutput(std::FILE* theFile)
-{
-    theStandardOutput = theFile;
 }
 
 void TemporaryFile::SetFolder(const std::string& theFolder)

@@ -28,7 +28,7 @@ public:
 class TemporaryFile
 {
 public:
-    /// The target that is no file: what is committed is copied to the standard output of SetStandardOutput.
+    /// The target that is no file: what is committed is copied to standard output.
     static constexpr const char* kStandardOutput = "-";
 
     /// Makes an empty file, whose permissions a new file normally has. Throws OutputError, also where
@@ -57,9 +57,6 @@ public:
     /// All files are made in theFolder from now on; it must be on one file system with the targets, whose
     /// folders are made where they are missing. To be called before work begins.
     static void SetFolder(const std::string& theFolder);
-
-    /// Where kStandardOutput goes to; borrowed. To be called before work begins.
-    static void SetStandardOutput(std::FILE* theFile);
 
     /// What all files of this run may have. To be called before work begins.
     static void SetMaximum(std::uint64_t theBytes);

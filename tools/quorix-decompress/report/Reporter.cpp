@@ -7,11 +7,13 @@
 #include <cstdio>
 #include <string>
 #include <system_error>
+
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace
 {
-constexpr int kBarWidth = 30;
+constexpr std::size_t kBarWidth = 30;
 constexpr double kSecondsBetweenDrawings = 0.1;
 
 std::string FormatSeconds(double theSeconds)
@@ -28,6 +30,33 @@ std::string FormatSeconds(double theSeconds)
         std::snprintf(aText, sizeof(aText), "%llu:%02llu", aSeconds / 60, aSeconds % 60);
     }
     return aText;
+}
+
+bool IsControl(char theByte)
+{
+    return static_cast<unsigned char>(theByte) < ' ' || theByte == 0x7f;
+}
+
+/// Columns of the terminal behind standard error; 80 where it does not know.
+std::size_t GetTerminalWidth()
+{
+    winsize aSize{};
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &aSize) == 0 && aSize.ws_col > 0 ? aSize.ws_col : 80;
+}
+
+/// A bar with a text behind it, the bar or even the text shortened so that the last column stays free.
+std::string FitLine(double theShare, const std::string& theText, std::size_t theWidth)
+{
+    constexpr std::size_t kAround = 3; // brackets and a blank
+    const std::size_t aRoom = theWidth - 1;
+    if (theText.size() + kAround >= aRoom)
+    {
+        return theText.substr(0, aRoom);
+    }
+    const std::size_t aWidth = std::min(kBarWidth, aRoom - theText.size() - kAround);
+    std::string aBar(static_cast<std::size_t>(theShare * static_cast<double>(aWidth)), '#');
+    aBar.resize(aWidth, '.');
+    return "[" + aBar + "] " + theText;
 }
 } // namespace
 
@@ -62,14 +91,13 @@ void ProgressBar::Draw()
     const double aRate = static_cast<double>(itsDone) / aSeconds;
     const std::uint64_t aTotal = std::max(itsTotal, itsDone);
     const double aShare = aTotal == 0 ? 0.0 : static_cast<double>(itsDone) / static_cast<double>(aTotal);
-    const auto aFilled = static_cast<std::size_t>(aShare * kBarWidth);
-    std::string aBar(aFilled, '#');
-    aBar.resize(kBarWidth, '.');
     const std::string aLeft =
         itsDone == 0 ? "-:--" : FormatSeconds(static_cast<double>(aTotal - itsDone) / aRate);
-    std::fprintf(stderr, "\r\033[K[%s] %llu/%llu  %.1f/s  %s left", aBar.c_str(),
-                 static_cast<unsigned long long>(itsDone), static_cast<unsigned long long>(aTotal), aRate,
-                 aLeft.c_str());
+    char aText[96];
+    std::snprintf(aText, sizeof(aText), "%llu/%llu  %.1f/s  %s left",
+                  static_cast<unsigned long long>(itsDone), static_cast<unsigned long long>(aTotal), aRate,
+                  aLeft.c_str());
+    std::fprintf(stderr, "\r\033[K%s", FitLine(aShare, aText, GetTerminalWidth()).c_str());
     std::fflush(stderr);
     itsVisible = true;
 }
@@ -162,9 +190,7 @@ void Reporter::PrintError(const std::string& theText)
 
 std::string Reporter::WithoutControls(std::string theText)
 {
-    std::replace_if(
-        theText.begin(), theText.end(),
-        [](unsigned char theByte) { return theByte < ' ' || theByte == 0x7f; }, ' ');
+    std::replace_if(theText.begin(), theText.end(), IsControl, ' ');
     return theText;
 }
 
@@ -172,7 +198,11 @@ void Reporter::PrintOutOfMemory(const std::string& theName)
 {
     const std::lock_guard aLock(itsMutex);
     itsProgress.Clear();
-    std::fprintf(stderr, "%s: out of memory\n", theName.c_str());
+    for (const char aByte : theName)
+    {
+        std::fputc(IsControl(aByte) ? ' ' : aByte, stderr);
+    }
+    std::fputs(": out of memory\n", stderr);
 }
 
 void Reporter::CountInput(Outcome theOutcome, std::uint64_t theSize, bool isFailure)
@@ -264,4 +294,12 @@ int Reporter::Finish(bool isQuiet)
         return 3;
     }
     return itsFailures > 0 ? 2 : 0;
+}
+
+void Reporter::Abandon()
+{
+    if (const std::unique_lock aLock(itsMutex, std::try_to_lock); aLock)
+    {
+        itsProgress.Clear();
+    }
 }

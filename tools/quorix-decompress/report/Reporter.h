@@ -14,12 +14,16 @@
 
 /// A line on a terminal's standard error: how many images are done, how fast, how long it still takes.
 ///
-/// Draws at most ten times a second. Not thread-safe.
+/// Draws at most ten times a second, and never more than fits the terminal's width: what had wrapped could
+/// not be taken away. Not thread-safe.
 class ProgressBar
 {
 public:
     /// isEnabled: false makes every call do nothing.
     explicit ProgressBar(bool isEnabled) : itsEnabled(isEnabled) {}
+    ~ProgressBar() { Clear(); }
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
 
     void SetTotal(std::uint64_t theTotal);
     void AddToTotal(std::uint64_t theCount);
@@ -96,6 +100,9 @@ public:
     /// Takes the progress bar away, gives the summary and finds out whether all results could be printed.
     /// isQuiet: without the summary. The exit status.
     int Finish(bool isQuiet);
+
+    /// Takes the progress bar away in a process that ends here; not where another thread is just printing.
+    void Abandon();
 
 private:
     void Print(const std::string& theText);

@@ -153,7 +153,7 @@ void Options::Check(const Texts& theTexts)
     itsType = kTypes.at(theTexts.itsType);
     itsFormatName = theTexts.itsFormat;
     itsTypeName = theTexts.itsType;
-    itsProgress = !theTexts.itsNoProgress;
+    itsProgress = !theTexts.itsNoProgress && !IsPiped();
     try
     {
         const std::string aFrames = theTexts.itsFrames.empty() ? "0" : theTexts.itsFrames;

@@ -86,7 +86,8 @@ public:
         virtual void Warn(const char* theText, bool theIsDamage) = 0;
 
         /// Whether the library prints the first warning of an image on standard error, as it does by itself.
-        virtual bool IsPrinting() const = 0;
+        /// theIsOfDepth: it says that samples lose bits.
+        virtual bool IsPrinting(bool theIsOfDepth) const = 0;
 
         /// Whether an image whose data end early is decoded as far as they go; otherwise that is an error.
         virtual bool MayEndEarly() const = 0;
