@@ -211,7 +211,7 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     {
         UsedBits::Warn(anImage, itsFrontEnd.GetReadingContext());
     }
-    if (!itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned())
+    if (!itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned()) // which has moved the samples
     {
         anImage.setRescale(ModalityRescale::Find(itsFrontEnd.GetDataSet(), std::max(theFrameIndex, 0)));
     }

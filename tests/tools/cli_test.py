@@ -5,6 +5,7 @@
 usage: cli_test.py PROGRAM [unittest arguments]
 """
 
+import contextlib
 import fcntl
 import hashlib
 import json
@@ -375,49 +376,31 @@ class CommandLine(Program):
         self.run_it("in", "--format", "dicom", "-o", "out.dcm", status=0)
 
     def test_info_prints_the_boxes_of_a_jp2_file(self):
-        self.put("in.jp2", IMAGES["jp2"][0])
-        boxes = ["jP  : signature, 12 bytes at 0",
-                 'ftyp: file type, 20 bytes at 12: brand "jp2 ", version 0, compatible with "jp2 "',
-                 "jp2h: JP2 header, 30 bytes at 32",
-                 "  ihdr: image header, 22 bytes at 40: 6 x 5, 1 components, 12 bits unsigned, compression 7, "
-                 "colour space known",
-                 f"jp2c: contiguous codestream, {len(J2K_RAMP) + 8} bytes at 62"]
-        info = self.lines("--info", "in.jp2")[0]
-        self.assertEqual((info["boxes"], info["codec_available"], info["bits_stored"]), (boxes, True, 12))
-        text = self.run_it("--info", "in.jp2").stdout.decode()
-        self.assertIn("  boxes:\n" + "".join(f"    {line}\n" for line in boxes), text)
+        info = self.lines("--info", self.put("in.jp2", IMAGES["jp2"][0]))[0]
+        self.assertEqual((info["boxes"][4], info["codec_available"], info["bits_stored"]),
+                         (f"jp2c: contiguous codestream, {len(J2K_RAMP) + 8} bytes at 62", True, 12))
+        self.assertIn(b"  boxes:\n    jP  : signature, 12 bytes at 0\n", self.run_it("--info", "in.jp2").stdout)
         self.assertIsNone(self.lines("--info", self.put("in.j2k", J2K_RAMP))[0]["boxes"])
 
     def test_info_names_every_transfer_syntax(self):
-        for uid, codec, available in (("4.80", "JPEG-LS lossless", True), ("8.1", "deflated image frame", True),
-                                      ("4.102", "MPEG-4 AVC/H.264, high profile at level 4.1", False),
-                                      ("4.112", "JPEG XL", False), ("4.205", "JPIP reference, high-throughput "
-                                                                    "JPEG 2000, deflated", False),
-                                      ("7.1", "SMPTE ST 2110-20, uncompressed progressive video", False)):
-            self.put("in", dicom([JPEGLS], 2, 3, allocated=8, syntax="1.2.840.10008.1.2." + uid))
-            info = self.lines("--info", "in", status=0)[0]
+        for uid, codec, available in (("4.80", "JPEG-LS lossless", True), ("4.102", "MPEG-4 AVC/H.264, high profile at level 4.1", False),
+                                      ("7.1", "SMPTE ST 2110-20, uncompressed progressive video", False), ("4.112", "JPEG XL", False)):
+            info = self.lines("--info", self.put("in", dicom([JPEGLS], 2, 3, allocated=8, syntax="1.2.840.10008.1.2." + uid)))[0]
             self.assertEqual((info.get("codec"), info.get("codec_available")), (codec, available), info)
-
-    def test_jpegls_is_told_by_its_frame_header(self):
-        self.put("in", JPEGLS)
-        info = self.lines("--info", "in")[0]
-        self.assertEqual((info["type"], info["transfer_syntax"], info["lossy"]),
-                         ("JPEG-LS", "1.2.840.10008.1.2.4.80", False))
+        info = self.lines("--info", self.put("in", JPEGLS))[0]
+        self.assertEqual((info["type"], info["transfer_syntax"], info["lossy"]), ("JPEG-LS", "1.2.840.10008.1.2.4.80", False))
         for kind in ("auto", "jpeg", "jpegls"):
             self.run_it("in", "--type", kind, "--format", "none")
             self.run_it("in", "--type", kind, "--by-contract", "--format", "none", status=4)
 
     @unittest.skipUnless(shutil.which("dcmdump"), "dcmdump is not installed")
     def test_lossy_history(self):
-        cases = [("jpeg", dicom([JPEG_FLAT], 8, 8, allocated=8, syntax=BASELINE), True),
-                 ("bare", JPEG_FLAT, True), ("lossless", IMAGES["jpegll"][0], False)]
-        for name, content, lossy in cases:
+        for name, content in (("jpeg", dicom([JPEG_FLAT], 8, 8, allocated=8, syntax=BASELINE)), ("bare", JPEG_FLAT),
+                              ("lossless", IMAGES["jpegll"][0])):
             with self.subTest(name):
-                self.put("in", content)
-                self.run_it("in", "--format", "dicom", "-o", "out.dcm")
+                self.run_it(self.put("in", content), "--format", "dicom", "-o", "out.dcm")
                 dump = self.dump("out.dcm")
-                for text in (b"[01]", b"\\JPEG LOSSY", b"ISO_10918_1", b"LOSSY JPEG COMPRESSION"):
-                    self.assertEqual(text in dump, lossy, (text, dump))
+                self.assertEqual(b"ISO_10918_1" in dump, name != "lossless", dump)
                 self.assertEqual(b"SourceImageSequence" in dump, name == "jpeg")
                 # Study and series of a bare image are random UUIDs.
                 numbers = [int(number) for number in re.findall(rb"\(0020,000[de]\) UI \[2\.25\.([0-9]+)", dump)]
@@ -468,37 +451,6 @@ class CommandLine(Program):
         self.assertEqual(self.get("good.dcm"), IMAGES["grey12"][0])
         left = [name for _, _, names in os.walk(self.folder) for name in names if name.endswith(".tmp")]
         self.assertEqual(left, [])
-
-    def test_outcomes_of_an_archive(self):
-        image = IMAGES["grey12"][0]
-        cases = {"image": ("decoded", image), "bare": ("decoded", image[132:]), "no meta": ("decoded", dicom(b"\7", 1, 1, allocated=8,
-                 syntax=IMPLICIT)[132:].split(IMPLICIT.encode() + b"\0")[1]),
-                 "plan": ("no-image", without_image(image)), "DICOMDIR": ("no-image", without_image(image)),
-                 "spectra": ("no-image", without_pixels(dicom(b"", 5, 6, extra=((0x56000020, "UN", bytes(8)),)))),
-                 "text": ("not-dicom", b"text\n" * 40), "nothing": ("not-dicom", b""),
-                 "lost": ("failed", without_pixels(image)), "cut": ("failed", image[:-20]), "torn": ("failed", without_image(image)[:-3]),
-                 "wide": ("failed", dicom(bytes(120), 5, 6, allocated=32))}
-        for name, (_, content) in cases.items():
-            self.put("tree/" + name, content)
-        for more, status in (([], 2), (["--strict"], 2)):
-            done = self.run_it("--json", "tree", "-o", "out", *more, status=status)
-            *lines, last = map(json.loads, done.stdout.splitlines())
-            self.assertEqual({os.path.basename(line["file"]): line["outcome"] for line in lines},
-                             {name: outcome for name, (outcome, _) in cases.items()})
-            self.assertEqual(last["summary"]["inputs"], {"decoded": 3, "no-image": 3, "not-dicom": 2, "failed": 4, "skipped": 0})
-            self.assertEqual(last["summary"]["bytes_written"], sum(os.path.getsize(self.path("out/" + name))
-                                                                   for name in os.listdir(self.path("out"))))
-            self.assertEqual(b"plan" in done.stderr, bool(more))
-            self.assertIn(b"12 inputs: 3 decoded, 3 without an image, 2 not DICOM, 4 failed\n4 frames: ", done.stderr)
-        for arguments, status, hasSummary in ((["tree/plan", "tree/image"], 0, True), (["tree/plan"], 0, False),
-                                              (["tree/plan", "--strict"], 4, False), (["tree/text"], 4, False),
-                                              (["tree/image", "tree/plan", "--strict", "--quiet"], 2, False)):
-            done = self.run_it("--format", "none", *arguments, status=status)
-            self.assertEqual(b" inputs: " in done.stderr, hasSummary, arguments)
-        self.put("list", b"tree/plan\n")
-        for skipped in (0, 1):
-            done = self.run_it("--list", "list", "-o", "kept", "--resume", "--json")
-            self.assertEqual(json.loads(done.stdout.splitlines()[-1])["summary"]["inputs"]["skipped"], skipped)
 
     def test_json_and_errors_name_input_frame_and_code(self):
         self.put("good.dcm", IMAGES["signed16"][0])
@@ -613,56 +565,52 @@ class CommandLine(Program):
         except OSError as error:
             self.skipTest(f"no terminal to be had: {error}")
         fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("4H", 24, columns, 0, 0))
-        with subprocess.Popen([PROGRAM, *arguments], stdout=slave, stderr=slave, cwd=self.folder), os.fdopen(master, "rb", 0) as terminal:
+        with subprocess.Popen([PROGRAM, *arguments], stdout=slave, stderr=slave, cwd=self.folder):
             os.close(slave)
-            shown = b""
-            try:
+            with os.fdopen(master, "rb", 0) as terminal, contextlib.suppress(OSError):  # how Linux calls the end
+                shown = b""
                 while part := terminal.read(65536):
                     shown += part
-            except OSError:  # how Linux calls the end
-                pass
-        return shown.decode(errors="replace")
+        return shown.decode()
 
     def replay(self, shown, columns):
         """The lines that are to be seen in the end, put together where the terminal has wrapped them."""
         lines, start, at = [""], 0, 0  # the row of the cursor begins there in its line
         for part in re.findall(r"\x1b\[K|.", shown, re.DOTALL):
-            if part == "\r":
-                at = start
-            elif part == "\n":
+            if part == "\n":
                 lines, start, at = lines + [""], 0, 0
             elif part == "\x1b[K":
                 lines[-1] = lines[-1][:at]
-            else:
+            elif part != "\r":
                 self.assertTrue(part.isprintable(), ascii(part))
                 start += columns if at == start + columns else 0
                 lines[-1] = lines[-1][:at] + part + lines[-1][at + 1:]
-                at += 1
+            at = start if part == "\r" else at + part.isprintable()
         return lines
 
     def test_messages_and_the_progress_bar_leave_each_other_whole(self):
-        troubles = {"good.dcm": IMAGES["grey12"][0], "cut\x1b[31m\r.dcm": IMAGES["grey12"][0][:-20], "sign.dcm": IMAGES["j2ksigned"][0],
-                    "rle.dcm": dicom([rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4], 5, 6, stored=12, syntax=RLE), "junk": b"text" * 50,
-                    "dirt.dcm": dicom([JPEG_FLAT[:-2] + b"\x55" * 9 + JPEG_FLAT[-2:]], 8, 8, allocated=8, syntax=BASELINE),
-                    "bits.dcm": dicom([deeper(JPEG_RAMP, 0xc3, 16)], 5, 6, allocated=8, stored=7, syntax=LOSSLESS),
-                    "plan": without_image(IMAGES["grey12"][0])}
-        for index in range(30):
-            for name, content in troubles.items():
-                self.put(f"in/{index}/{name}", content)
+        grey = IMAGES["grey12"][0]
+        troubles = {"good": grey, "cut\x1b[31m\r": grey[:-20], "sign": IMAGES["j2ksigned"][0], "junk": b"text" * 50, "plan": without_image(grey),
+                    "rle": dicom([rle_frame([HIGH, LOW])[:64] + b"\x7f" * 4], 5, 6, stored=12, syntax=RLE),
+                    "dirt": dicom([JPEG_FLAT[:-2] + b"\x55" * 9 + JPEG_FLAT[-2:]], 8, 8, allocated=8, syntax=BASELINE),
+                    "bits": dicom([deeper(JPEG_RAMP, 0xc3, 16)], 5, 6, allocated=8, stored=7, syntax=LOSSLESS)}
+        for number in range(200):
+            name = list(troubles)[number % 8]
+            self.put(f"in/{number}/{name}", troubles[name])
         bare = [self.put("deep.jpg", JPEG_RAMP)] * 5
         for reading in ([], ["--by-contract"]):
             run = ["in", *bare, "--format", "none", *reading]
-            *messages, inputs, frames, _, _ = self.run_it(*run, status=2).stderr.decode().splitlines()
-            self.assertGreater(len(messages), 100)
+            messages = self.run_it(*run, status=2).stderr.decode().splitlines()[:-4]
+            self.assertGreater(len(messages), 90)
             for message in messages:  # whoever it comes from
-                self.assertRegex(message, r"^(in/\d+/\w+|cut \[31m |.*/deep).*: frame 0: (code|warning)")
+                self.assertRegex(message, r"^(in/\d+/\w+( \[31m )?|.*/deep.jpg): frame 0: (code|warning)")
             for columns, bar, more in ((80, 33, []), (24, 0, ["--json"]), (50, 26, ["--strict"]), (200, 33, ["--jobs", "4"])):
                 with self.subTest((reading, columns)):
                     done = subprocess.run([PROGRAM, *run, *more], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd=self.folder, check=False)
                     shown = self.on_terminal(columns, *run, *more)
                     self.assertRegex(shown, r"\r\x1b\[K.{%d}0/\d+  0.0/s" % bar)
                     seen, expected = ([re.sub(r"[\d.]+(e-\d+)?", "#", line) for line in lines] for lines in
-                                      (self.replay(shown, columns), (done.stdout.decode() + "\n").split("\n")[:-1]))
+                                      (self.replay(shown, columns), done.stdout.decode().split("\n")))
                     self.assertEqual(*(sorted(lines) if "--jobs" in more else lines for lines in (seen, expected)))
         self.assertNotIn("\x1b", self.on_terminal(80, *run, "--no-progress"))
 

@@ -11,7 +11,7 @@ class DICOMObject;
 /// (PS3.3 C.11.1 and C.7.6.16.2.9). Immutable in use; the default changes nothing.
 struct QUORIX_API ModalityRescale
 {
-    double itsSlope = 1.0; ///< never 0
+    double itsSlope = 1.0;     ///< never 0
     double itsIntercept = 0.0; ///< in modality values
 
     /// The modality value of a stored sample.

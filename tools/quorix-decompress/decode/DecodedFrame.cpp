@@ -24,11 +24,16 @@ void DecodedFrame::Take(DecompressionResult& theResult)
 
 bool DecodedFrame::IsWithoutImage() const
 {
-    // Objects with an image always have rows, spectra have them for their voxels. What ends amid an element
-    // is a parse error, and so no object that was read to its end.
-    constexpr DICOMTag kSpectroscopyData{0x5600, 0x0020};
+    // What ends amid an element is a parse error, and so no object that was read to its end.
     return !IsDecoded() && itsResultCode == DLRC_GENERAL_FAILURE && itsDataSet != nullptr &&
-           (!itsDataSet->Contains(DICOMTags::Rows) || itsDataSet->Contains(kSpectroscopyData));
+           IsOfNoImage(*itsDataSet);
+}
+
+bool DecodedFrame::IsOfNoImage(const DICOMDataObject& theDataSet)
+{
+    // Objects with an image always have rows, spectra have them for their voxels.
+    constexpr DICOMTag kSpectroscopyData{0x5600, 0x0020};
+    return !theDataSet.Contains(DICOMTags::Rows) || theDataSet.Contains(kSpectroscopyData);
 }
 
 void DecodedFrame::Fail(DLResultCode theCode, int theSystemError, const RWCString& theMessage)

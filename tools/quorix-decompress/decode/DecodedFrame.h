@@ -45,6 +45,9 @@ struct DecodedFrame
     /// Whether this is a DICOM object that has no image, and was read to its end.
     bool IsWithoutImage() const;
 
+    /// Whether a data set without Pixel Data is not even meant to have any.
+    static bool IsOfNoImage(const DICOMDataObject& theDataSet);
+
     /// Takes image and outcome over from theResult.
     void Take(DecompressionResult& theResult);
 

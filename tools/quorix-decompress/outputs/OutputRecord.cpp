@@ -86,21 +86,26 @@ bool OutputRecord::Read(Contents& theContents) const
     return true;
 }
 
-bool OutputRecord::IsCurrent() const
+std::optional<Outcome> OutputRecord::FindCurrent() const
 {
     Contents aRecord;
-    return Read(aRecord) && aRecord.itsDescription == Describe() &&
-           aRecord.itsOutputs.empty() ==
-               (!itsHasOutputs || aRecord.itsOutcome == GetName(Outcome::NO_IMAGE)) &&
-           std::all_of(aRecord.itsOutputs.begin(), aRecord.itsOutputs.end(),
-                       [&](const Output& theOutput)
-                       {
-                           struct stat aStatus = {};
-                           return ::stat((itsBase + theOutput.itsSuffix).c_str(), &aStatus) == 0 &&
-                                  S_ISREG(aStatus.st_mode) &&
-                                  static_cast<std::uint64_t>(aStatus.st_size) == theOutput.itsSize &&
-                                  TimeOf(aStatus) == theOutput.itsTime;
-                       });
+    if (!Read(aRecord) || aRecord.itsDescription != Describe())
+    {
+        return std::nullopt;
+    }
+    const std::optional<Outcome> anOutcome = FindOutcome(aRecord.itsOutcome);
+    const bool isCurrent =
+        anOutcome && aRecord.itsOutputs.empty() == (!itsHasOutputs || *anOutcome != Outcome::DECODED) &&
+        std::all_of(aRecord.itsOutputs.begin(), aRecord.itsOutputs.end(),
+                    [&](const Output& theOutput)
+                    {
+                        struct stat aStatus = {};
+                        return ::stat((itsBase + theOutput.itsSuffix).c_str(), &aStatus) == 0 &&
+                               S_ISREG(aStatus.st_mode) &&
+                               static_cast<std::uint64_t>(aStatus.st_size) == theOutput.itsSize &&
+                               TimeOf(aStatus) == theOutput.itsTime;
+                    });
+    return isCurrent ? anOutcome : std::nullopt;
 }
 
 void OutputRecord::Discard() const

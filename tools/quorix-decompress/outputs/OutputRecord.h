@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,10 +21,10 @@ public:
     OutputRecord(std::string thePath, std::string theBase, const std::string& theInput,
                  const Options& theOptions);
 
-    /// Whether there is a record, everything is as it says, and the outputs are all there and unchanged in
-    /// size and time. An input without an image, and all of
-    /// them where nothing is written, have a record without outputs.
-    bool IsCurrent() const;
+    /// What became of the input, where there is a record, everything is as it says, and the outputs are all
+    /// there and unchanged in size and time. An input that was not decoded, and all of them where nothing is
+    /// written, have a record without outputs.
+    std::optional<Outcome> FindCurrent() const;
 
     /// Removes the record and what it lists: outputs of another state of the input must not be taken for
     /// those of this one.

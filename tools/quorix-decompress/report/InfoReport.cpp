@@ -9,6 +9,7 @@
 
 #include "codecs/jpeg/JPEGHeader.h"
 #include "codecs/sources/CompressedSources.h"
+#include "decode/DecodedFrame.h"
 #include "decoding/CodecTable.h"
 #include "decoding/DecoderFactory.h"
 #include "inputs/J2KHeader.h"
@@ -100,6 +101,7 @@ void InfoReport::ReadDICOM(const InputSource& theSource)
         anElement = aReader->Next();
     }
     itsHasPixelData = anElement != nullptr;
+    itsHasImage = itsHasPixelData || !DecodedFrame::IsOfNoImage(aDataSet);
     DescribeDataSet(aDataSet);
     DescribeCodec(aPart10.GetTransferSyntaxUID(), itsBitsStored);
 }
@@ -116,6 +118,8 @@ void InfoReport::DescribeDataSet(const DICOMDataObject& theDataSet)
     itsPlanar = IntegerOf(theDataSet, DICOMTags::PlanarConfiguration);
     itsFrames = std::max(IntegerOf(theDataSet, DICOMTags::NumberOfFrames), 1);
     theDataSet.GetString(DICOMTags::PhotometricInterpretation, itsPhotometric);
+    theDataSet.GetString(DICOMTags::SOPClassUID, itsSOPClassUID);
+    theDataSet.GetString(DICOMTags::SOPInstanceUID, itsSOPInstanceUID);
     if (RWCString aLossy; theDataSet.GetString(DICOMTags::LossyImageCompression, aLossy))
     {
         itsLossy = theDataSet.IsMarkedLossy() ? 1 : 0;
@@ -173,11 +177,15 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
     { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue); };
     const auto Flag = [](int theValue)
     { return theValue < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue != 0); };
+    const auto Text = [](const std::string& theValue)
+    { return theValue.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(theValue); };
     const nlohmann::ordered_json aFacts = {
         {"file", theInput},
         {"result_code", 0},
         {"message", "Completed successfully"},
         {"type", itsType},
+        {"sop_class_uid", Text(itsSOPClassUID)},
+        {"sop_instance_uid", Text(itsSOPInstanceUID)},
         {"transfer_syntax", itsTransferSyntax},
         {"codec", itsCodec},
         {"codec_available", itsCodecAvailable},
@@ -190,8 +198,7 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
         {"bits_stored", Number(itsBitsStored)},
         {"high_bit", Number(itsHighBit)},
         {"signed", Flag(itsSigned)},
-        {"photometric",
-         itsPhotometric.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsPhotometric)},
+        {"photometric", Text(itsPhotometric)},
         {"planar", Flag(itsPlanar)},
         {"lossy", Flag(itsLossy)},
         {"boxes", itsBoxes.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsBoxes)}};

@@ -16,6 +16,9 @@ public:
     /// Reads the header of theSource, which has been loaded. Throws what the library throws.
     InfoReport(const InputSource& theSource, JImageType theKind);
 
+    /// False for a DICOM object that has no image.
+    bool HasImage() const { return itsHasImage; }
+
     /// The JSON line or the block of text, with its line feed. theInput: what the input is called.
     std::string ToText(const std::string& theInput, bool isJSON) const;
 
@@ -31,11 +34,14 @@ private:
     void DescribeCodec(const std::string& theUID, int theBitsStored);
 
     std::string itsType;
+    std::string itsSOPClassUID; ///< empty where there is none, as the next one is
+    std::string itsSOPInstanceUID;
     std::string itsTransferSyntax;
     std::string itsCodec;
     bool itsCodecAvailable = false;
     int itsFrames = 1;
     bool itsHasPixelData = true;
+    bool itsHasImage = true;
 
     // -1 and the empty string: the header does not say.
     int itsRows = -1;

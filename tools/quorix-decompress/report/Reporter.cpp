@@ -212,9 +212,10 @@ void Reporter::CountInput(Outcome theOutcome, std::uint64_t theSize, bool isFail
     itsSummary.CountInput(theOutcome, theSize);
 }
 
-void Reporter::CountSkipped()
+void Reporter::CountSkipped(bool isFailure)
 {
     const std::lock_guard aLock(itsMutex);
+    itsFailures += isFailure ? 1 : 0;
     itsSummary.CountSkipped();
 }
 

@@ -84,7 +84,7 @@ public:
     /// What the summary is made of. isFailure counts for the exit status, as CountUnwritten does.
     /// @{
     void CountInput(Outcome theOutcome, std::uint64_t theSize, bool isFailure);
-    void CountSkipped();
+    void CountSkipped(bool isFailure);
     void CountFrame(const std::string& theCodec, std::uint64_t theSize);
     void CountWarning(const std::string& theIdentifier);
     void CountWritten(std::uint64_t theSize);

@@ -53,6 +53,13 @@ const char* GetName(Outcome theOutcome)
     return kNames[static_cast<std::size_t>(theOutcome)];
 }
 
+std::optional<Outcome> FindOutcome(const std::string& theName)
+{
+    const auto anOutcome = std::find_if(kOutcomes.begin(), kOutcomes.end(),
+                                        [&](Outcome theOutcome) { return theName == GetName(theOutcome); });
+    return anOutcome != kOutcomes.end() ? std::optional(*anOutcome) : std::nullopt;
+}
+
 void RunSummary::CountInput(Outcome theOutcome, std::uint64_t theSize)
 {
     ++itsInputs[static_cast<std::size_t>(theOutcome)];
@@ -71,6 +78,11 @@ std::uint64_t RunSummary::GetInputs() const
     return std::accumulate(itsInputs.begin(), itsInputs.end(), itsSkipped);
 }
 
+double RunSummary::GetWallTime() const
+{
+    return std::max(itsClock.Total(), 1e-6);
+}
+
 double RunSummary::GetProcessorTime()
 {
     struct rusage aUsage = {};
@@ -80,12 +92,14 @@ double RunSummary::GetProcessorTime()
 
 std::string RunSummary::ToText() const
 {
-    const double aWallTime = std::max(GetWallTime(), 1e-6);
-    std::string aText = std::to_string(GetInputs()) +
-                        " inputs: " + std::to_string(GetInputs(Outcome::DECODED)) + " decoded, " +
-                        std::to_string(GetInputs(Outcome::NO_IMAGE)) + " without an image, " +
-                        std::to_string(GetInputs(Outcome::NOT_DICOM)) + " not DICOM, " +
-                        std::to_string(GetInputs(Outcome::FAILED)) + " failed";
+    const double aWallTime = GetWallTime();
+    // Of images that were only looked at there are no frames.
+    const bool isOfImages = itsFrames == 0 && GetInputs(Outcome::DECODED) > 0;
+    std::string aText =
+        std::to_string(GetInputs()) + " inputs: " + std::to_string(GetInputs(Outcome::DECODED)) +
+        (isOfImages ? " with an image, " : " decoded, ") + std::to_string(GetInputs(Outcome::NO_IMAGE)) +
+        " without an image, " + std::to_string(GetInputs(Outcome::NOT_DICOM)) + " not DICOM, " +
+        std::to_string(GetInputs(Outcome::FAILED)) + " failed";
     if (itsSkipped > 0)
     {
         aText += ", " + std::to_string(itsSkipped) + " skipped (done before)";
@@ -117,7 +131,9 @@ std::string RunSummary::ToLine() const
     aSummary["bytes_read"] = itsBytesRead;
     aSummary["bytes_decoded"] = itsBytesDecoded;
     aSummary["bytes_written"] = itsBytesWritten;
-    aSummary["wall_seconds"] = GetWallTime();
+    const double aWallTime = GetWallTime();
+    aSummary["wall_seconds"] = aWallTime;
     aSummary["processor_seconds"] = GetProcessorTime();
+    aSummary["megabytes_per_second"] = ToMegabytes(itsBytesDecoded) / aWallTime;
     return nlohmann::ordered_json{{"summary", aSummary}}.dump() + "\n";
 }

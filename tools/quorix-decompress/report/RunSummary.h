@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "toolkit/base/System.h"
@@ -19,6 +20,9 @@ enum class Outcome
 
 /// "decoded", "no-image", "not-dicom" or "failed".
 const char* GetName(Outcome theOutcome);
+
+/// The outcome of that name; nothing for other words.
+std::optional<Outcome> FindOutcome(const std::string& theName);
 
 /// What a whole run did, in numbers. Time is counted from construction. Not thread-safe.
 class RunSummary
@@ -48,7 +52,7 @@ public:
     std::string ToLine() const;
 
 private:
-    double GetWallTime() const { return itsClock.Total(); }
+    double GetWallTime() const; ///< never 0
     static double GetProcessorTime();
 
     std::array<std::uint64_t, 4> itsInputs{};

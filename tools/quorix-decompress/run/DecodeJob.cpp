@@ -57,10 +57,7 @@ void DecodeJob::Run()
     if (itsIsBegun)
     {
         const Outcome anOutcome = itsUnwritten || itsStopped ? Outcome::FAILED : itsOutcome;
-        // Somebody named what is not DICOM; what is only found in a folder never gets here.
-        const bool isForgiven = anOutcome == Outcome::DECODED ||
-                                (anOutcome == Outcome::NO_IMAGE && !itsContext.itsOptions.IsStrict());
-        itsContext.itsReporter.CountInput(anOutcome, itsSize, !isForgiven);
+        itsContext.itsReporter.CountInput(anOutcome, itsSize, IsFailure(anOutcome));
     }
 }
 
@@ -72,10 +69,9 @@ void DecodeJob::RunUnguarded()
         {
             throw RefusedOutput(itsInput.itsRefusal);
         }
-        if (IsDoneBefore())
+        if (const std::optional<Outcome> anOutcome = FindEarlierOutcome())
         {
-            itsContext.itsReporter.CountSkipped();
-            itsContext.itsReporter.AddDone(1);
+            Skip(*anOutcome);
             return;
         }
         itsSource.Load();
@@ -104,16 +100,38 @@ void DecodeJob::RunUnguarded()
     }
 }
 
-bool DecodeJob::IsDoneBefore()
+/// Somebody named what is not DICOM; what is only found in a folder never gets here.
+bool DecodeJob::IsFailure(Outcome theOutcome) const
+{
+    const Options& anOptions = itsContext.itsOptions;
+    return theOutcome != Outcome::DECODED &&
+           (theOutcome != Outcome::NO_IMAGE || (anOptions.IsStrict() && !anOptions.IsInfo()));
+}
+
+/// Not decoded again, an input is still as much of a failure as it was.
+void DecodeJob::Skip(Outcome theOutcome)
+{
+    if (IsFailure(theOutcome))
+    {
+        itsContext.itsReporter.PrintError(itsInput.itsPath +
+                                          (theOutcome == Outcome::NO_IMAGE ? ": no image" : ": not DICOM") +
+                                          ", as an earlier run has found");
+    }
+    itsContext.itsReporter.CountSkipped(IsFailure(theOutcome));
+    itsContext.itsReporter.AddDone(1);
+}
+
+/// What an earlier run made of the input, where that is current and not to be made again.
+std::optional<Outcome> DecodeJob::FindEarlierOutcome()
 {
     const std::string aRecord = itsContext.itsNames.GetRecordPath(itsInput);
     if (aRecord.empty())
     {
-        return false;
+        return std::nullopt;
     }
     itsRecord.emplace(aRecord, itsContext.itsNames.GetPath(itsInput, std::nullopt, ""), itsInput.itsPath,
                       itsContext.itsOptions);
-    return itsContext.itsOptions.IsResume() && itsRecord->IsCurrent();
+    return itsContext.itsOptions.IsResume() ? itsRecord->FindCurrent() : std::nullopt;
 }
 
 void DecodeJob::Decode()
@@ -161,6 +179,7 @@ void DecodeJob::PrintReport(const FrameReport& theReport)
 void DecodeJob::ShowInfo(JImageType theKind)
 {
     const InfoReport aReport(itsSource, theKind);
+    itsOutcome = aReport.HasImage() ? Outcome::DECODED : Outcome::NO_IMAGE;
     if (itsContext.itsReporter.IsReporting())
     {
         PrintLine(aReport.ToText(itsSource.GetPath(), true));

@@ -45,7 +45,9 @@ private:
     static WriteFailure Try(Action theAction);
 
     void RunUnguarded();
-    bool IsDoneBefore();
+    std::optional<Outcome> FindEarlierOutcome();
+    bool IsFailure(Outcome theOutcome) const;
+    void Skip(Outcome theOutcome);
     void Decode();
     Outcome FindOutcome(const DecodedFrame& theFrame) const;
     void SaveRecord();

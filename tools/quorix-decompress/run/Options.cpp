@@ -351,7 +351,7 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
 
 void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
 {
-    theApp.option_defaults()->group("Archives and limits");
+    theApp.option_defaults()->group("Archives");
     theApp
         .add_option("--list", itsList,
                     "A file with the names of the inputs, one a line or each ended by NUL; - for standard\n"
@@ -374,6 +374,7 @@ void Options::AddArchiveOptions(CLI::App& theApp, Texts& theTexts)
         ->option_text("FILE")
         ->check(CheckNotEmpty);
     AddAuditOptions(theApp);
+    theApp.option_defaults()->group("Limits");
     theApp.add_option("--max-pixels", itsMaximumPixels, "Refuse images of more pixels (rows times columns)")
         ->option_text("N")
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{INT64_MAX}));
