@@ -604,7 +604,7 @@ class CommandLine(Program):
             self.assertGreater(len(messages), 90)
             for message in messages:  # whoever it comes from
                 self.assertRegex(message, r"^(in/\d+/\w+( \[31m )?|.*/deep.jpg): frame 0: (code|warning)")
-            for columns, bar, more in ((80, 33, []), (24, 0, ["--json"]), (50, 26, ["--strict"]), (200, 33, ["--jobs", "4"])):
+            for columns, bar, more in ((80, 33, []), (24, 0, ["--json"]), (50, 22, ["--strict"]), (200, 33, ["--jobs", "4"])):
                 with self.subTest((reading, columns)):
                     done = subprocess.run([PROGRAM, *run, *more], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd=self.folder, check=False)
                     shown = self.on_terminal(columns, *run, *more)

@@ -44,11 +44,13 @@ std::size_t GetTerminalWidth()
     return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &aSize) == 0 && aSize.ws_col > 0 ? aSize.ws_col : 80;
 }
 
-/// A bar with a text behind it, the bar or even the text shortened so that the last column stays free.
+/// A bar with a text behind it, the bar or even the text shortened so that there is room for what the
+/// terminal adds when somebody types Ctrl-C.
 std::string FitLine(double theShare, const std::string& theText, std::size_t theWidth)
 {
     constexpr std::size_t kAround = 3; // brackets and a blank
-    const std::size_t aRoom = theWidth - 1;
+    constexpr std::size_t kFree = 5;   // "^C", twice
+    const std::size_t aRoom = std::max(theWidth, kFree) - kFree;
     if (theText.size() + kAround >= aRoom)
     {
         return theText.substr(0, aRoom);
@@ -264,7 +266,7 @@ void Reporter::AddDone(std::uint64_t theCount)
 void Reporter::PrintSummary()
 {
     PrintLineUnlocked(itsSummary.ToLine());
-    if (itsSummary.GetInputs() > 1)
+    if (itsSummary.GetInputs() > 1 || itsSummary.GetFrames() > 1)
     {
         itsProgress.Clear();
         std::fputs(itsSummary.ToText().c_str(), stderr);
