@@ -411,6 +411,8 @@ class CommandLine(Program):
         in_help, in_page = (set(re.findall(r"(?<=[ ,B])--[a-z]+(?:-[a-z]+)*", text)) for text in texts)
         self.assertGreater(len(in_help), 15)
         self.assertEqual(in_help, in_page)
+        for group in texts[0].split("\n\n\n")[:-1]:  # on terminals of 24 rows; behind them are the notes
+            self.assertLessEqual(sum(1 + max(len(line) - 1, 0) // 80 for line in group.splitlines()), 24, group)
         # Bash gets the same options, and knows the words that some of them take.
         self.put("completion", self.run_it("--bash-completion").stdout)
         script = ". ./completion; COMP_WORDS=(x {}); COMP_CWORD=$((${{#COMP_WORDS[@]}} - 1)); _quorix_decompress; echo ${{COMPREPLY[@]}}"

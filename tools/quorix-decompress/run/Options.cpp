@@ -282,6 +282,7 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
     theApp.option_defaults()->group("Input");
     theApp.add_option("INPUT", itsInputs,
                       "Files, folders (searched for DICOM files, subfolders too) or - for standard input");
+    theApp.option_defaults()->group("Frames and regions");
     CLI::Option* const aFrames =
         theApp
             .add_option("--frame,--frames", theTexts.itsFrames,
@@ -303,6 +304,7 @@ void Options::AddInputOptions(CLI::App& theApp, Texts& theTexts)
             "focal plane and optical path that are wanted")
         ->option_text("X,Y,W,H")
         ->check(CheckNotEmpty);
+    theApp.option_defaults()->group("Input");
     theApp
         .add_option("--type", theTexts.itsType,
                     "Kind of input: auto (by the first bytes), dicom, jpeg (also for JPEG-LS, which its "
@@ -337,8 +339,10 @@ void Options::AddOutputOptions(CLI::App& theApp, Texts& theTexts)
         ->option_text("FORMAT")
         ->check(CLI::IsMember({"png", "pnm", "raw", "rend", "dicom", "none"}));
     theApp
-        .add_option("--window", theTexts.itsWindow,
-                    "An 8-bit view of grey images: CENTER,WIDTH, or auto for all values of each image")
+        .add_option(
+            "--window", theTexts.itsWindow,
+            "An 8-bit view of grey images: CENTER,WIDTH (in modality values where the file has a rescale),\n"
+            "or auto for all values of each image")
         ->option_text("C,W|auto");
     theApp.add_flag("--info", itsInfo, "Show attributes, codec and the boxes of JP2 files; decode no pixels");
     theApp.add_flag("--json", itsJSON, "One JSON line per frame on standard output");
