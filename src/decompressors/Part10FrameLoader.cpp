@@ -211,16 +211,33 @@ std::unique_ptr<Renderable> Part10FrameLoader::Load(int theFrameIndex)
     {
         UsedBits::Warn(anImage, itsFrontEnd.GetReadingContext());
     }
-    if (!itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned()) // which has moved the samples
-    {
-        anImage.setRescale(ModalityRescale::Find(itsFrontEnd.GetDataSet(), std::max(theFrameIndex, 0)));
-    }
+    SettleRescale(anImage, std::max(theFrameIndex, 0));
     anImage.setTimeTakenToOpenStream(itsFrontEnd.GetTimeToOpen());
     anImage.setTimeTakenToLoadHeader(itsFrontEnd.GetTimeToParse());
     anImage.setTimeTakenToAllocateMemmory(aFrame.itsTimeToAllocate);
     anImage.setTimeTakenToLoadPixelData(std::max(aTimer.Lap() * 1000.0 - aFrame.itsTimeToAllocate, 0.0));
     anImage.setTotalTimeTakenToLoad(itsFrontEnd.GetTotalTime());
     return std::move(aFrame.itsRenderable);
+}
+
+/// Samples that were made unsigned have been moved, and no rescale is theirs. The first frame may be the only
+/// one, for which not all frames' items are worth passing through.
+void Part10FrameLoader::SettleRescale(Renderable& theImage, int theFrame)
+{
+    if (itsFrontEnd.GetRequest().isV5ConvertPixelsToUnsigned())
+    {
+        return;
+    }
+    if (!std::exchange(itsHasLoaded, true))
+    {
+        theImage.setRescale(ModalityRescale::Find(itsFrontEnd.GetDataSet(), theFrame));
+        return;
+    }
+    if (!itsRescales)
+    {
+        itsRescales.emplace(itsFrontEnd.GetDataSet());
+    }
+    theImage.setRescale(itsRescales->Get(theFrame));
 }
 
 void Part10FrameLoader::Allocate(Frame& theFrame) const

@@ -60,6 +60,38 @@ TEST(Part10FrameLoader, FramesWithoutBytesAreHandedOutLikeOthers)
     }
 }
 
+// The first frame that is loaded is looked up by itself, the others in a table.
+TEST(Part10FrameLoader, EveryFrameHasItsOwnRescaleOrTheSharedOne)
+{
+    using enum DicomBuilder::Syntax;
+    const auto aGroups = [](const std::string& theSlope)
+    {
+        const DicomBuilder aRescale = DicomBuilder(EXPLICIT_LITTLE)
+                                          .AddString(DICOMTags::RescaleIntercept, "DS", "1")
+                                          .AddString(DICOMTags::RescaleSlope, "DS", theSlope);
+        return DicomBuilder(EXPLICIT_LITTLE)
+            .AddSequence(DICOMTags::PixelValueTransformationSequence, {aRescale});
+    };
+    const Bytes aFile = DicomBuilder(EXPLICIT_LITTLE)
+                            .AddImageAttributes(1, "MONOCHROME2", 1, 2, 8, 8, 0, 4)
+                            .AddSequence(DICOMTags::SharedFunctionalGroupsSequence, {aGroups("9")})
+                            .AddSequence(DICOMTags::PerFrameFunctionalGroupsSequence,
+                                         {aGroups("2"), aGroups("no number"), aGroups("4")})
+                            .AddNativePixelData(Counting(8))
+                            .Build();
+    MemoryInputStream aStream(aFile.data(), aFile.size());
+    DecompressionRequest aRequest(&aStream, nullptr, "", false, 1, 0, "", false);
+    DecompressionResult aResult;
+    CountingAllocator anAllocator;
+    std::vector<double> aSlopes;
+    Part10FrameWalk::Run(
+        aRequest, anAllocator, 0,
+        [&](int, const std::unique_ptr<Renderable>& theImage, const auto&)
+        { return aSlopes.emplace_back(theImage->getRescale().itsSlope) > 0; },
+        aResult);
+    EXPECT_EQ(aSlopes, (std::vector<double>{2, 9, 4, 9})) << aResult.getMessage();
+}
+
 namespace
 {
 /// Bit theIndex of the value, lowest bit of a byte first.

@@ -11,6 +11,7 @@
 #include "image/Renderable.h"
 #include "toolkit/base/PixelRegion.h"
 #include "toolkit/dicom/ImageFrameInputStream.h"
+#include "toolkit/dicom/ModalityRescale.h"
 
 class Decoder;
 
@@ -65,6 +66,7 @@ private:
     void BeginWindow(Frame& theFrame) const;
     NativeFrameReader::Layout GetNativeLayout() const;
     bool IsNative() const;
+    void SettleRescale(Renderable& theImage, int theFrame);
     void Allocate(Frame& theFrame) const;
     std::uint64_t ReadNativeBytes(Frame& theFrame, int theFrameIndex);
     void ReadNative(Frame& theFrame, int theFrameIndex);
@@ -95,4 +97,6 @@ private:
     std::optional<ExchangedWordsInputStream> itsExchangedWords;
     std::optional<NativeFrameReader> itsNativeFrames;
     std::unique_ptr<ImageFrameInputStream> itsCompressedFrames;
+    bool itsHasLoaded = false; ///< an image, and may load others
+    std::optional<FrameRescales> itsRescales;
 };

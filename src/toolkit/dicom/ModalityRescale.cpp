@@ -26,47 +26,77 @@ std::optional<double> ParseNumber(const RWCString& theText)
     return isNumber ? std::optional(aNumber) : std::nullopt;
 }
 
-/// theGetText: reads the text of a tag from one place, false where it has none.
-template <class GetText>
-std::optional<ModalityRescale> FindIn(const GetText& theGetText)
+std::optional<ModalityRescale> FromTexts(const RWCString& theSlope, const RWCString& theIntercept)
 {
-    RWCString aSlope;
-    RWCString anIntercept;
-    if (!theGetText(DICOMTags::RescaleSlope, aSlope) || !theGetText(DICOMTags::RescaleIntercept, anIntercept))
-    {
-        return std::nullopt;
-    }
-    const std::optional<double> aFactor = ParseNumber(aSlope);
-    const std::optional<double> anOffset = ParseNumber(anIntercept);
+    const std::optional<double> aFactor = ParseNumber(theSlope);
+    const std::optional<double> anOffset = ParseNumber(theIntercept);
     if (!aFactor || !anOffset || *aFactor == 0.0)
     {
         return std::nullopt;
     }
     return ModalityRescale{*aFactor, *anOffset};
 }
-} // namespace
 
-ModalityRescale ModalityRescale::Find(const DICOMObject& theDataSet, std::int32_t theFrame)
+/// theGetText: reads the text of a tag from one place, false where it has none.
+template <class GetText>
+std::optional<ModalityRescale> FindIn(const GetText& theGetText)
 {
-    const auto FindInGroups = [&](DICOMTag theGroups, std::size_t theItem)
-    {
-        return FindIn(
-            [&](DICOMTag theTag, RWCString& theText)
-            {
-                return theDataSet.GetNestedItemString(
-                    theGroups, theItem, DICOMTags::PixelValueTransformationSequence, theTag, theText);
-            });
-    };
-    auto aRescale =
-        FindInGroups(DICOMTags::PerFrameFunctionalGroupsSequence, static_cast<std::size_t>(theFrame));
-    if (!aRescale)
-    {
-        aRescale = FindInGroups(DICOMTags::SharedFunctionalGroupsSequence, 0);
-    }
+    RWCString aSlope;
+    RWCString anIntercept;
+    const bool isThere =
+        theGetText(DICOMTags::RescaleSlope, aSlope) && theGetText(DICOMTags::RescaleIntercept, anIntercept);
+    return isThere ? FromTexts(aSlope, anIntercept) : std::nullopt;
+}
+
+std::optional<ModalityRescale> FindInGroups(const DICOMObject& theDataSet, DICOMTag theGroups,
+                                            std::size_t theItem)
+{
+    return FindIn(
+        [&](DICOMTag theTag, RWCString& theText)
+        {
+            return theDataSet.GetNestedItemString(
+                theGroups, theItem, DICOMTags::PixelValueTransformationSequence, theTag, theText);
+        });
+}
+
+/// Of frames that have none of their own.
+ModalityRescale FindCommon(const DICOMObject& theDataSet)
+{
+    auto aRescale = FindInGroups(theDataSet, DICOMTags::SharedFunctionalGroupsSequence, 0);
     if (!aRescale)
     {
         aRescale = FindIn([&](DICOMTag theTag, RWCString& theText)
                           { return theDataSet.GetString(theTag, theText); });
     }
     return aRescale.value_or(ModalityRescale());
+}
+} // namespace
+
+ModalityRescale ModalityRescale::Find(const DICOMObject& theDataSet, std::int32_t theFrame)
+{
+    const auto anOwn = FindInGroups(theDataSet, DICOMTags::PerFrameFunctionalGroupsSequence,
+                                    static_cast<std::size_t>(theFrame));
+    return anOwn ? *anOwn : FindCommon(theDataSet);
+}
+
+FrameRescales::FrameRescales(const DICOMObject& theDataSet) : itsOthers(FindCommon(theDataSet))
+{
+    using namespace DICOMTags;
+    bool isAny = false;
+    theDataSet.ForEachSequenceItem(
+        PerFrameFunctionalGroupsSequence,
+        {{PixelValueTransformationSequence, RescaleSlope},
+         {PixelValueTransformationSequence, RescaleIntercept}},
+        [&](const std::vector<RWCString>& theTexts)
+        { isAny = itsOwn.emplace_back(FromTexts(theTexts[0], theTexts[1])).has_value() || isAny; });
+    if (!isAny)
+    {
+        itsOwn = {};
+    }
+}
+
+ModalityRescale FrameRescales::Get(std::int32_t theFrame) const
+{
+    const auto anIndex = static_cast<std::size_t>(theFrame);
+    return anIndex < itsOwn.size() && itsOwn[anIndex] ? *itsOwn[anIndex] : itsOthers;
 }

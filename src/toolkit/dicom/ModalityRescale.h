@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 #include "toolkit/base/BaseTypes.h"
 
@@ -25,4 +27,19 @@ struct QUORIX_API ModalityRescale
     /// slope other than 0, the next one counts; where none has, samples stay as they are. A Modality LUT is
     /// not looked at.
     static ModalityRescale Find(const DICOMObject& theDataSet, std::int32_t theFrame);
+};
+
+/// The same for all frames of a data set, whose items are passed through once: each by itself is counted out
+/// from the first one. Immutable.
+class QUORIX_API FrameRescales
+{
+public:
+    explicit FrameRescales(const DICOMObject& theDataSet);
+
+    /// What ModalityRescale::Find says of theFrame, counted from 0.
+    ModalityRescale Get(std::int32_t theFrame) const;
+
+private:
+    std::vector<std::optional<ModalityRescale>> itsOwn; ///< of each item; none where no item has any
+    ModalityRescale itsOthers;
 };
