@@ -9,11 +9,8 @@
 #include "toolkit/dicom/DICOMDataObject.h"
 #include "toolkit/dicom/MVRFactory.h"
 
-namespace
-{
-/// Copies theCount bits, the first bit of a byte being its lowest. Those around the copy may change.
-void CopyBits(unsigned char* theTarget, std::uint64_t theTargetBit, const unsigned char* theSource,
-              std::uint64_t theSourceBit, std::uint64_t theCount)
+void RegionCut::CopyBits(std::uint8_t* theTarget, std::uint64_t theTargetBit, const std::uint8_t* theSource,
+                         std::uint64_t theSourceBit, std::uint64_t theCount)
 {
     if ((theTargetBit | theSourceBit | theCount) % 8 == 0)
     {
@@ -22,16 +19,12 @@ void CopyBits(unsigned char* theTarget, std::uint64_t theTargetBit, const unsign
     }
     for (std::uint64_t i = 0; i < theCount; ++i)
     {
-        const std::uint64_t aSource = theSourceBit + i;
-        const std::uint64_t aTarget = theTargetBit + i;
-        const unsigned aBit = theSource[aSource / 8] >> (aSource % 8) & 1U;
-        // What is above the bit in its byte has not been copied yet.
-        const unsigned aBelow = theTarget[aTarget / 8] & ((1U << (aTarget % 8)) - 1);
-        theTarget[aTarget / 8] = static_cast<unsigned char>(aBelow | aBit << (aTarget % 8));
+        const unsigned aPlace = (theTargetBit + i) % 8;
+        const unsigned aBit = theSource[(theSourceBit + i) / 8] >> ((theSourceBit + i) % 8) & 1U;
+        std::uint8_t& aByte = theTarget[(theTargetBit + i) / 8];
+        aByte = static_cast<std::uint8_t>((aByte & ~(1U << aPlace)) | aBit << aPlace);
     }
 }
-
-} // namespace
 
 PixelRegion RegionCut::ForCodec(const PixelRegion& theRegion, const Decoder& theCodec, bool canReduce)
 {
@@ -55,6 +48,10 @@ std::uint64_t RegionCut::Run(Renderable& theImage, const Layout& theLayout, cons
     const auto* const aSource = static_cast<const unsigned char*>(theImage.getPixelData());
     // A window of a slide must not keep the memory of the whole.
     auto* const aTarget = static_cast<unsigned char*>(theImage.getMemoryAllocator().Allocate(aSize));
+    if (aBits % 8 != 0)
+    {
+        aTarget[aSize - 1] = 0; // what stands behind the last pixel
+    }
     std::uint64_t aCopied = 0;
     for (std::uint64_t p = 0; p < aPlanes; ++p)
     {

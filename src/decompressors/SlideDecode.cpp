@@ -2,7 +2,6 @@
 #include "decompressors/detail/SlideDecode.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -28,19 +27,6 @@ PixelRegion Intersect(const PixelRegion& theOne, const PixelRegion& theOther)
     const std::uint64_t aBottom =
         std::min(theOne.itsY + theOne.itsHeight, theOther.itsY + theOther.itsHeight);
     return {aX, aY, std::max(aRight, aX) - aX, std::max(aBottom, aY) - aY};
-}
-
-/// Copies bits, the lowest of a byte first, and leaves those around the copy as they are.
-void CopyBits(std::uint8_t* theTarget, std::uint64_t theTargetBit, const std::uint8_t* theSource,
-              std::uint64_t theSourceBit, std::uint64_t theCount)
-{
-    for (std::uint64_t i = 0; i < theCount; ++i)
-    {
-        const auto aMask = static_cast<std::uint8_t>(1U << ((theTargetBit + i) % 8));
-        std::uint8_t& aByte = theTarget[(theTargetBit + i) / 8];
-        const bool isSet = (theSource[(theSourceBit + i) / 8] >> ((theSourceBit + i) % 8) & 1) != 0;
-        aByte = static_cast<std::uint8_t>(isSet ? aByte | aMask : aByte & ~aMask);
-    }
 }
 } // namespace
 
@@ -192,14 +178,7 @@ void SlideDecode::Copy(const Renderable& theTile, std::uint64_t theX, std::uint6
         const std::uint64_t aFrom = ((aRow - theY) * aColumns + aShown.itsX - theX) * aBits;
         const std::uint64_t aTo =
             ((aRow - itsTarget.itsY) * itsTarget.itsWidth + aShown.itsX - itsTarget.itsX) * aBits;
-        if (aBits % 8 == 0)
-        {
-            std::memcpy(aTarget + aTo / 8, aSource + aFrom / 8, aShown.itsWidth * aBits / 8);
-        }
-        else
-        {
-            CopyBits(aTarget, aTo, aSource, aFrom, aShown.itsWidth * aBits);
-        }
+        RegionCut::CopyBits(aTarget, aTo, aSource, aFrom, aShown.itsWidth * aBits);
     }
 }
 

@@ -36,6 +36,10 @@ public:
     /// The same for a finished image: its record has rows and columns of theWanted then.
     static void Run(Renderable& theImage, const PixelRegion& theHeld, const PixelRegion& theWanted);
 
+    /// Copies theCount bits, the lowest of a byte first, and leaves those around the copy as they are.
+    static void CopyBits(std::uint8_t* theTarget, std::uint64_t theTargetBit, const std::uint8_t* theSource,
+                         std::uint64_t theSourceBit, std::uint64_t theCount);
+
     /// Makes theDataSet say so many rows and columns, as far as it can count.
     static void WriteDimensions(DICOMDataObject& theDataSet, std::uint64_t theRows, std::uint64_t theColumns);
 };
