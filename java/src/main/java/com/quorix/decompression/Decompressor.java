@@ -441,7 +441,7 @@ public final class Decompressor {
     /**
      * Returns how many frames an array says to have, without decoding any.
      *
-     * @param bytes the compressed bytes; closed in any case
+     * @param bytes the compressed bytes
      * @return the number of frames, at least 1; 1 for a bare image
      * @throws DecompressionException if there is no image
      */
@@ -452,7 +452,7 @@ public final class Decompressor {
     /**
      * Returns how many frames a buffer says to have, without decoding any.
      *
-     * @param bytes the compressed bytes; closed in any case
+     * @param bytes the compressed bytes, from position to limit; both stay where they are
      * @return the number of frames, at least 1; 1 for a bare image
      * @throws DecompressionException if there is no image
      */

@@ -171,8 +171,8 @@ public final class FrameIterator implements Iterator<Renderable>, AutoCloseable 
             if (executor != null) {
                 executor.execute(task);
             }
-        } catch (RejectedExecutionException refused) {
-            // Whoever wants the frame will decode it.
+        } catch (RejectedExecutionException | OutOfMemoryError refused) {
+            // There may be no more threads to be had. Whoever wants the frame will decode it.
         }
     }
 
