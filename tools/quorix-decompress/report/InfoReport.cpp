@@ -27,6 +27,31 @@ int IntegerOf(const DICOMDataObject& theDataSet, DICOMTag theTag)
     std::int32_t aValue = 0;
     return theDataSet.GetInteger(theTag, aValue) && aValue >= 0 ? aValue : -1;
 }
+
+std::string Dump(const nlohmann::ordered_json& theValue)
+{
+    return theValue.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+/// A fact and its value on a line of their own, several values on one each; nothing for what is not known.
+std::string ToBlock(const std::string& theName, const nlohmann::ordered_json& theValue)
+{
+    if (theValue.is_null())
+    {
+        return "";
+    }
+    if (!theValue.is_array())
+    {
+        const std::string aText = theValue.is_string() ? theValue.get<std::string>() : Dump(theValue);
+        return "  " + theName + ": " + Reporter::WithoutControls(aText) + "\n";
+    }
+    std::string aBlock = "  " + theName + ":\n";
+    for (const nlohmann::ordered_json& aLine : theValue)
+    {
+        aBlock += "    " + Reporter::WithoutControls(aLine.get<std::string>()) + "\n";
+    }
+    return aBlock;
+}
 } // namespace
 
 InfoReport::InfoReport(const InputSource& theSource, JImageType theKind)
@@ -202,8 +227,6 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
         {"planar", Flag(itsPlanar)},
         {"lossy", Flag(itsLossy)},
         {"boxes", itsBoxes.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(itsBoxes)}};
-    const auto Dump = [](const nlohmann::ordered_json& theValue)
-    { return theValue.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace); };
     if (isJSON)
     {
         return Dump(aFacts) + "\n";
@@ -211,22 +234,7 @@ std::string InfoReport::ToText(const std::string& theInput, bool isJSON) const
     std::string aText = Reporter::WithoutControls(theInput) + "\n";
     for (auto aFact = std::next(aFacts.begin(), 3); aFact != aFacts.end(); ++aFact)
     {
-        if (aFact.value().is_array())
-        {
-            aText += "  " + aFact.key() + ":\n";
-            for (const std::string& aLine : itsBoxes)
-            {
-                aText += "    " + Reporter::WithoutControls(aLine) + "\n";
-            }
-        }
-        else if (!aFact.value().is_null())
-        {
-            const bool isText = aFact.value().is_string();
-            aText +=
-                "  " + aFact.key() + ": " +
-                Reporter::WithoutControls(isText ? aFact.value().get<std::string>() : Dump(aFact.value())) +
-                "\n";
-        }
+        aText += ToBlock(aFact.key(), aFact.value());
     }
     return aText;
 }
