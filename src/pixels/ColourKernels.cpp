@@ -257,6 +257,7 @@ using SampleFloats = hn::Rebind<float, HalfSamples>;
 using SampleVector = hn::Vec<Samples>;
 using SampleFloatVector = hn::Vec<SampleFloats>;
 
+// Never made without its members: a constructor would be compiled for no instruction set in particular.
 struct SampleVectors
 {
     SampleVector itsFirst;
@@ -269,17 +270,14 @@ HWY_INLINE SampleVectors LoadSamples(const uint8_t* theInput, size_t thePixel, c
     const Samples aTag;
     const auto* const aWords =
         reinterpret_cast<const uint16_t*>(theInput) + theLayout.itsPixelStep * thePixel;
-    SampleVectors aLoaded;
-    if (theLayout.itsPixelStep == 3)
+    if (theLayout.itsPixelStep != 3)
     {
-        hn::LoadInterleaved3(aTag, aWords, aLoaded.itsFirst, aLoaded.itsSecond, aLoaded.itsThird);
+        return {hn::LoadU(aTag, aWords), hn::LoadU(aTag, aWords + theLayout.itsPlaneStep),
+                hn::LoadU(aTag, aWords + 2 * theLayout.itsPlaneStep)};
     }
-    else
-    {
-        aLoaded = {hn::LoadU(aTag, aWords), hn::LoadU(aTag, aWords + theLayout.itsPlaneStep),
-                   hn::LoadU(aTag, aWords + 2 * theLayout.itsPlaneStep)};
-    }
-    return aLoaded;
+    SampleVector aFirst, aSecond, aThird;
+    hn::LoadInterleaved3(aTag, aWords, aFirst, aSecond, aThird);
+    return {aFirst, aSecond, aThird};
 }
 
 HWY_INLINE SampleVector ToOrder(SampleVector theWords, const WordSamples& theLayout)
