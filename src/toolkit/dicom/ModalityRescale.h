@@ -34,6 +34,7 @@ struct QUORIX_API ModalityRescale
 class QUORIX_API FrameRescales
 {
 public:
+    /// Reads all that theDataSet says; it is not needed afterwards.
     explicit FrameRescales(const DICOMObject& theDataSet);
 
     /// What ModalityRescale::Find says of theFrame, counted from 0.
