@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "image/Renderable.h"
@@ -88,14 +89,13 @@ void AbsentPixel::FillImage(Renderable& theImage) const
         }
     }
     auto* const aPixels = static_cast<std::uint8_t*>(theImage.getPixelData());
-    if (std::all_of(aPixel.begin(), aPixel.begin() + static_cast<std::ptrdiff_t>(aBytes),
-                    [&](std::uint8_t theByte) { return theByte == aPixel[0]; }))
+    const std::uint64_t aSize = theImage.getPixelDataSize();
+    std::uint64_t aFilled = std::min<std::uint64_t>(aBytes, aSize);
+    std::memcpy(aPixels, aPixel.data(), aFilled);
+    while (aFilled < aSize)
     {
-        std::fill_n(aPixels, theImage.getPixelDataSize(), aPixel[0]);
-        return;
-    }
-    for (std::uint64_t i = 0; i < theImage.getPixelDataSize(); ++i)
-    {
-        aPixels[i] = aPixel.at(i % aBytes);
+        const std::uint64_t aCount = std::min(aFilled, aSize - aFilled);
+        std::memcpy(aPixels + aFilled, aPixels, aCount);
+        aFilled += aCount;
     }
 }

@@ -269,11 +269,11 @@ void BareImageDecode::Describe(const Decoder& theCodec)
 /// Takes away what the codec has decoded beyond the request's region.
 void BareImageDecode::Cut(const Decoder& theCodec)
 {
-    const PixelRegion aHeld = theCodec.GetDecodedRegion();
     if (!itsRequest.getRegion())
     {
         return;
     }
+    const PixelRegion aHeld = theCodec.GetDecodedRegion();
     const PixelRegion aWanted = RegionCut::ForCodec(*itsRequest.getRegion(), theCodec, itsRow->itsCanReduce);
     if (aHeld == aWanted && theCodec.GetImageHeight() == aWanted.itsHeight)
     {

@@ -38,7 +38,11 @@ QUORIX_RENDERABLE_SETTER(jint, nativeSetCompressionRatio, anImage.setCompression
 QUORIX_RENDERABLE_GETTER(jshort, nativeGetScaleFactor, anImage.getScaleFactor())
 QUORIX_RENDERABLE_SETTER(jshort, nativeSetScaleFactor, anImage.setScaleFactor(theValue))
 QUORIX_RENDERABLE_GETTER(jdouble, nativeGetRescaleSlope, anImage.getRescale().itsSlope)
+QUORIX_RENDERABLE_SETTER(jdouble, nativeSetRescaleSlope,
+                         anImage.setRescale({theValue, anImage.getRescale().itsIntercept}))
 QUORIX_RENDERABLE_GETTER(jdouble, nativeGetRescaleIntercept, anImage.getRescale().itsIntercept)
+QUORIX_RENDERABLE_SETTER(jdouble, nativeSetRescaleIntercept,
+                         anImage.setRescale({anImage.getRescale().itsSlope, theValue}))
 QUORIX_RENDERABLE_GETTER(jint, nativeGetPixelAspectRatioHorizontal, anImage.getPixelAspectRatioHorizontal())
 QUORIX_RENDERABLE_SETTER(jint, nativeSetPixelAspectRatioHorizontal,
                          anImage.setPixelAspectRatioHorizontal(theValue))

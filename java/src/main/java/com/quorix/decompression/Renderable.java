@@ -642,6 +642,8 @@ public class Renderable implements AutoCloseable {
         nativeSetSamplesPerPixel(to, nativeGetSamplesPerPixel(from));
         nativeSetCompressionRatio(to, nativeGetCompressionRatio(from));
         nativeSetScaleFactor(to, nativeGetScaleFactor(from));
+        nativeSetRescaleSlope(to, nativeGetRescaleSlope(from));
+        nativeSetRescaleIntercept(to, nativeGetRescaleIntercept(from));
         nativeSetPixelAspectRatioHorizontal(to, nativeGetPixelAspectRatioHorizontal(from));
         nativeSetPixelAspectRatioVertical(to, nativeGetPixelAspectRatioVertical(from));
         nativeSetPhotometricInterpretation(to, nativeGetPhotometricInterpretation(from));
@@ -679,7 +681,9 @@ public class Renderable implements AutoCloseable {
     private static native short nativeGetScaleFactor(long handle);
     private static native void nativeSetScaleFactor(long handle, short value);
     private static native double nativeGetRescaleSlope(long handle);
+    private static native void nativeSetRescaleSlope(long handle, double value);
     private static native double nativeGetRescaleIntercept(long handle);
+    private static native void nativeSetRescaleIntercept(long handle, double value);
     private static native int nativeGetPixelAspectRatioHorizontal(long handle);
     private static native void nativeSetPixelAspectRatioHorizontal(long handle, int value);
     private static native int nativeGetPixelAspectRatioVertical(long handle);

@@ -6,6 +6,8 @@ import static org.junit.jupiter.api.Assertions.*;
 import com.quorix.support.*;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.util.List;
 import java.util.function.Consumer;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
@@ -84,6 +86,16 @@ class PictureMakerTest {
             assertEquals(isWindowed || image.getBitsAllocated() == 8 ? BufferedImage.TYPE_BYTE_GRAY
                     : BufferedImage.TYPE_USHORT_GRAY, picture.getType());
             assertArrayEquals(row.expected(), samples(picture));
+        }
+    }
+
+    @Test
+    void theRescaleOutlivesThePixels() throws IOException {
+        try (Renderable image = Images.decode(rescaled(grey8(8, false, 1, 2), "2", "-1024"))) {
+            ByteBuffer pixels = image.getPixelData(); // which keeps them, so that the image goes on without
+            image.freePixelData();
+            assertEquals(List.of(2.0, -1024.0), List.of(image.getRescaleSlope(), image.getRescaleIntercept()));
+            assertEquals(2, pixels.get(1));
         }
     }
 
