@@ -15,7 +15,7 @@ import org.junit.jupiter.params.provider.MethodSource;
 /** The native methods of Renderable and DICOMDataObject with arguments that the classes never hand on. */
 class RenderableNativesTest {
     private static final Map<Class<?>, Object> VALUES = Map.of(long.class, 0L, int.class, 1, short.class, (short) 1,
-            boolean.class, true, String.class, "text");
+            double.class, 1.0, boolean.class, true, String.class, "text");
 
     static Stream<Method> methodsWithHandle() {
         return Stream.of(Renderable.class, DICOMDataObject.class).flatMap(type -> Arrays.stream(
