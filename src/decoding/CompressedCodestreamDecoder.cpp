@@ -8,7 +8,6 @@
 #include "decoding/DecoderFactory.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/TransferSyntaxType.h"
 
 /// Bytes already pulled from the stream, with their owner: a buffer, or the codec that did.
@@ -280,12 +279,8 @@ void CompressedCodestreamDecoder::SettleDepth(const Decoder& theCodec)
 
 void CompressedCodestreamDecoder::WriteDepth(int theBits) const
 {
-    const MVRFactory aFactory(itsDICOMDataObject->GetDataDictionary(), itsDICOMDataObject->GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    const auto aBits = static_cast<std::uint16_t>(theBits);
-    itsDICOMDataObject->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBits));
-    itsDICOMDataObject->ReplaceVR(
-        aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBits - 1)));
+    itsDICOMDataObject->PutUnsignedShort(DICOMTags::BitsStored, static_cast<std::uint16_t>(theBits));
+    itsDICOMDataObject->PutUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(theBits - 1));
 }
 
 void CompressedCodestreamDecoder::SettleSign(Decoder& theCodec)

@@ -8,37 +8,10 @@
 #include "pixels/DecompressionLibUtils.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 
 namespace
 {
-/// Replaces elements of one data set.
-class HeaderUpdate
-{
-public:
-    explicit HeaderUpdate(DICOMDataObject& theDataSet)
-        : itsDataSet(theDataSet),
-          itsFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(), VR::GetDefaultMemoryAllocater())
-    {
-    }
-
-    void Replace(DICOMTag theTag, const RWCString& theValue)
-    {
-        itsDataSet.ReplaceVR(itsFactory.CreateString(theTag, theValue));
-    }
-
-    /// theValue fits the 16 bits of the element.
-    void Replace(DICOMTag theTag, std::uint64_t theValue)
-    {
-        itsDataSet.ReplaceVR(itsFactory.CreateUnsignedShort(theTag, static_cast<std::uint16_t>(theValue)));
-    }
-
-private:
-    DICOMDataObject& itsDataSet;
-    MVRFactory itsFactory;
-};
-
 /// The interpretation before any decoding; the first decode records it, an empty one too.
 RWCString OriginalInterpretation(DICOMDataObject& theDataSet)
 {
@@ -88,7 +61,7 @@ void RemovePalette(DICOMDataObject& theDataSet)
     }
 }
 
-void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate, int theCodecSamples)
+void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, int theCodecSamples)
 {
     std::uint16_t aSamples = 0;
     theDataSet.GetUnsignedShort(DICOMTags::SamplesPerPixel, aSamples);
@@ -111,10 +84,10 @@ void UpdateSamplesPerPixel(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate,
             aUID.c_str(), static_cast<int>(aSamples), theCodecSamples);
         throw StreamIOException(aMessage, DLRC_GENERAL_FAILURE, 0);
     }
-    theUpdate.Replace(DICOMTags::SamplesPerPixel, static_cast<std::uint64_t>(theCodecSamples));
+    theDataSet.PutUnsignedShort(DICOMTags::SamplesPerPixel, static_cast<std::uint16_t>(theCodecSamples));
 }
 
-void UpdatePlanarConfiguration(DICOMDataObject& theDataSet, HeaderUpdate& theUpdate)
+void UpdatePlanarConfiguration(DICOMDataObject& theDataSet)
 {
     RWCString anOriginal;
     if (!theDataSet.GetScratchpadValue(ScratchpadKeys::DecompOrigPlanarConfig, anOriginal))
@@ -124,8 +97,9 @@ void UpdatePlanarConfiguration(DICOMDataObject& theDataSet, HeaderUpdate& theUpd
         theDataSet.SetScratchpadValue(ScratchpadKeys::DecompOrigPlanarConfig, aPlanar != 0 ? "1" : "0");
     }
     // Codecs deliver colour-by-pixel.
-    theUpdate.Replace(DICOMTags::PlanarConfiguration, std::uint64_t{0});
+    theDataSet.PutUnsignedShort(DICOMTags::PlanarConfiguration, 0);
 }
+
 /// Larger dimensions would come back from the data set, which has 16 bits for each, as smaller ones, and the
 /// picture sheared.
 void CheckDimensions(const Decoder& theDecoder)
@@ -146,7 +120,7 @@ void Decoder::MarkIrreversible()
     itsCompressionReversible = CR_IRREVERSIBLE;
     if (itsDICOMDataObject != nullptr)
     {
-        HeaderUpdate(*itsDICOMDataObject).Replace(DICOMTags::LossyImageCompression, RWCString("01"));
+        itsDICOMDataObject->PutString(DICOMTags::LossyImageCompression, "01");
     }
 }
 
@@ -158,10 +132,9 @@ void Decoder::UpdateDICOMHeader()
     }
     CheckDimensions(*this);
     DICOMDataObject& aDataSet = *itsDICOMDataObject;
-    HeaderUpdate anUpdate(aDataSet);
     if (itsCompressionReversible == CR_IRREVERSIBLE)
     {
-        anUpdate.Replace(DICOMTags::LossyImageCompression, RWCString("01"));
+        aDataSet.PutString(DICOMTags::LossyImageCompression, "01");
     }
     const bool isConvertedToRGB = IsDecoderConvertsColorToRGB();
     const RWCString anOriginal = OriginalInterpretation(aDataSet);
@@ -173,20 +146,21 @@ void Decoder::UpdateDICOMHeader()
     {
         RemovePalette(aDataSet);
     }
-    anUpdate.Replace(DICOMTags::PhotometricInterpretation, anInterpretation);
-    anUpdate.Replace(DICOMTags::Rows, GetImageHeight());
-    anUpdate.Replace(DICOMTags::Columns, GetImageWidth());
-    UpdateSamplesPerPixel(aDataSet, anUpdate, itsSamplesPerPixel);
-    anUpdate.Replace(DICOMTags::BitsAllocated, static_cast<std::uint64_t>(itsBitsAllocatedPerSample));
+    aDataSet.PutString(DICOMTags::PhotometricInterpretation, anInterpretation);
+    aDataSet.PutUnsignedShort(DICOMTags::Rows, static_cast<std::uint16_t>(GetImageHeight()));
+    aDataSet.PutUnsignedShort(DICOMTags::Columns, static_cast<std::uint16_t>(GetImageWidth()));
+    UpdateSamplesPerPixel(aDataSet, itsSamplesPerPixel);
+    aDataSet.PutUnsignedShort(DICOMTags::BitsAllocated,
+                              static_cast<std::uint16_t>(itsBitsAllocatedPerSample));
 
     std::uint16_t aRepresentation = 0;
     if (IsSupportsOutputPixelSignConversion() != 0 ||
         !aDataSet.GetUnsignedShort(DICOMTags::PixelRepresentation, aRepresentation))
     {
-        anUpdate.Replace(DICOMTags::PixelRepresentation, std::uint64_t{IsSigned() != 0 ? 1U : 0U});
+        aDataSet.PutUnsignedShort(DICOMTags::PixelRepresentation, IsSigned() != 0 ? 1 : 0);
     }
     if (itsSamplesPerPixel == 3)
     {
-        UpdatePlanarConfiguration(aDataSet, anUpdate);
+        UpdatePlanarConfiguration(aDataSet);
     }
 }

@@ -13,7 +13,6 @@
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/base/Limits.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 #include "toolkit/dicom/PrivateElements.h"
 #include "toolkit/dicom/ScratchpadKeys.h"
 #include "toolkit/dicom/TransferSyntaxManager.h"
@@ -113,10 +112,8 @@ void BareImageDecode::AssumeInterpretation(const JPEGHeader& theHeader)
     }
     if (!itsDataSet->Contains(DICOMTags::PhotometricInterpretation))
     {
-        const MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
-                                  VR::GetDefaultMemoryAllocater());
-        itsDataSet->ReplaceVR(aFactory.CreateString(DICOMTags::PhotometricInterpretation,
-                                                    theHeader.itsColourMarked ? "YBR_FULL_422" : "RGB"));
+        itsDataSet->PutString(DICOMTags::PhotometricInterpretation,
+                              theHeader.itsColourMarked ? "YBR_FULL_422" : "RGB");
     }
 }
 
@@ -296,12 +293,8 @@ void BareImageDecode::DescribeDepth()
                                    " bits stored, the frame has " + std::to_string(itsBitsStored) +
                                    ": none is lost");
     }
-    const MVRFactory aFactory(itsDataSet->GetDataDictionary(), itsDataSet->GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    const auto aBitsStored = static_cast<std::uint16_t>(itsBitsStored);
-    itsDataSet->ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::BitsStored, aBitsStored));
-    itsDataSet->ReplaceVR(
-        aFactory.CreateUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(aBitsStored - 1)));
+    itsDataSet->PutUnsignedShort(DICOMTags::BitsStored, static_cast<std::uint16_t>(itsBitsStored));
+    itsDataSet->PutUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(itsBitsStored - 1));
 }
 
 std::int32_t BareImageDecode::GetRatio(const Decoder& theCodec) const

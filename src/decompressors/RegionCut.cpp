@@ -7,7 +7,6 @@
 #include "image/Renderable.h"
 #include "toolkit/base/Exceptions.h"
 #include "toolkit/dicom/DICOMDataObject.h"
-#include "toolkit/dicom/MVRFactory.h"
 
 void RegionCut::CopyBits(std::uint8_t* theTarget, std::uint64_t theTargetBit, const std::uint8_t* theSource,
                          std::uint64_t theSourceBit, std::uint64_t theCount)
@@ -78,9 +77,6 @@ void RegionCut::Run(Renderable& theImage, const PixelRegion& theHeld, const Pixe
 
 void RegionCut::WriteDimensions(DICOMDataObject& theDataSet, std::uint64_t theRows, std::uint64_t theColumns)
 {
-    const MVRFactory aFactory(theDataSet.GetDataDictionary(), theDataSet.GetEndian(),
-                              VR::GetDefaultMemoryAllocater());
-    theDataSet.ReplaceVR(aFactory.CreateUnsignedShort(DICOMTags::Rows, static_cast<std::uint16_t>(theRows)));
-    theDataSet.ReplaceVR(
-        aFactory.CreateUnsignedShort(DICOMTags::Columns, static_cast<std::uint16_t>(theColumns)));
+    theDataSet.PutUnsignedShort(DICOMTags::Rows, static_cast<std::uint16_t>(theRows));
+    theDataSet.PutUnsignedShort(DICOMTags::Columns, static_cast<std::uint16_t>(theColumns));
 }

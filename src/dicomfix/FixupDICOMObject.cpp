@@ -56,8 +56,7 @@ bool HasAllPalettes(const DICOMDataObject& theDataSet)
            theDataSet.GetBlueColorPalette() != nullptr;
 }
 
-void FixInterpretation(DICOMDataObject& theDataSet, const Renderable& theRenderable,
-                       const MVRFactory& theFactory)
+void FixInterpretation(DICOMDataObject& theDataSet, const Renderable& theRenderable)
 {
     const RWCString aNewValue = GetDecodedInterpretation(theRenderable);
     RWCString anOldValue;
@@ -73,11 +72,10 @@ void FixInterpretation(DICOMDataObject& theDataSet, const Renderable& theRendera
             DecompressionLibUtils::CaptureAndRemoveColorPaletteAttributes(theDataSet);
         }
     }
-    theDataSet.ReplaceVR(theFactory.CreateString(DICOMTags::PhotometricInterpretation, aNewValue));
+    theDataSet.PutString(DICOMTags::PhotometricInterpretation, aNewValue);
 }
 
-void FixPlanarConfiguration(DICOMDataObject& theDataSet, const Renderable& theRenderable,
-                            const MVRFactory& theFactory)
+void FixPlanarConfiguration(DICOMDataObject& theDataSet, const Renderable& theRenderable)
 {
     if (theRenderable.getSamplesPerPixel() != 3)
     {
@@ -86,11 +84,10 @@ void FixPlanarConfiguration(DICOMDataObject& theDataSet, const Renderable& theRe
     std::uint16_t anOldValue = 0;
     theDataSet.GetUnsignedShort(DICOMTags::PlanarConfiguration, anOldValue);
     KeepInScratchpad(theDataSet, ScratchpadKeys::DecompOrigPlanarConfig, anOldValue != 0 ? "1" : "0");
-    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::PlanarConfiguration, 0));
+    theDataSet.PutUnsignedShort(DICOMTags::PlanarConfiguration, 0);
 }
 
-void FixSamplesPerPixel(DICOMDataObject& theDataSet, const Renderable& theRenderable,
-                        const MVRFactory& theFactory)
+void FixSamplesPerPixel(DICOMDataObject& theDataSet, const Renderable& theRenderable)
 {
     std::uint16_t anOldValue = 0;
     if (!theDataSet.GetUnsignedShort(DICOMTags::SamplesPerPixel, anOldValue) ||
@@ -98,20 +95,19 @@ void FixSamplesPerPixel(DICOMDataObject& theDataSet, const Renderable& theRender
     {
         return;
     }
-    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(
-        DICOMTags::SamplesPerPixel, static_cast<std::uint16_t>(theRenderable.getSamplesPerPixel())));
+    theDataSet.PutUnsignedShort(DICOMTags::SamplesPerPixel,
+                                static_cast<std::uint16_t>(theRenderable.getSamplesPerPixel()));
     if (anOldValue >= 1 && anOldValue <= 4)
     {
         KeepInScratchpad(theDataSet, ScratchpadKeys::DecompOrigSamplesPerPixel, std::to_string(anOldValue));
     }
 }
 
-void FixBits(DICOMDataObject& theDataSet, const Renderable& theRenderable, const MVRFactory& theFactory)
+void FixBits(DICOMDataObject& theDataSet, const Renderable& theRenderable)
 {
-    const auto aStored = static_cast<std::uint16_t>(theRenderable.getBitsStored());
-    const auto aHighBit = static_cast<std::uint16_t>(theRenderable.getHighBit());
-    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::BitsStored, aStored));
-    theDataSet.ReplaceVR(theFactory.CreateUnsignedShort(DICOMTags::HighBit, aHighBit));
+    theDataSet.PutUnsignedShort(DICOMTags::BitsStored,
+                                static_cast<std::uint16_t>(theRenderable.getBitsStored()));
+    theDataSet.PutUnsignedShort(DICOMTags::HighBit, static_cast<std::uint16_t>(theRenderable.getHighBit()));
 }
 } // namespace
 
@@ -136,9 +132,9 @@ bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theD
             "DecompressionLibUtils::FixupDICOMObjectFromRenderable: null data set or Renderable");
     }
     FixPixelOrder(*theDataSet, *theRenderable, thePixelVR);
-    FixInterpretation(*theDataSet, *theRenderable, theFactory);
-    FixPlanarConfiguration(*theDataSet, *theRenderable, theFactory);
-    FixSamplesPerPixel(*theDataSet, *theRenderable, theFactory);
+    FixInterpretation(*theDataSet, *theRenderable);
+    FixPlanarConfiguration(*theDataSet, *theRenderable);
+    FixSamplesPerPixel(*theDataSet, *theRenderable);
     if (!theCompression.empty())
     {
         LossyHistory(*theDataSet, theFactory, theCompression, theRenderable->getCompressionRatio(),
@@ -154,6 +150,6 @@ bool DecompressionLibUtils::FixupDICOMObjectFromRenderable(DICOMDataObject* theD
         ReconstitutionMark::Write(*theDataSet, theFactory);
     }
     ReconstitutionMark::RemoveLosslessFlag(*theDataSet);
-    FixBits(*theDataSet, *theRenderable, theFactory);
+    FixBits(*theDataSet, *theRenderable);
     return true;
 }

@@ -87,7 +87,7 @@ std::uint8_t* JPEGInputBuffer::MakeRoom()
     }
     if (itsBlocks.empty() || kBlockSize - itsUsed < kCapacity)
     {
-        itsBlocks.push_back(std::make_unique<std::uint8_t[]>(kBlockSize));
+        itsBlocks.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(kBlockSize));
         itsUsed = 0;
     }
     return itsBlocks.back().get() + itsUsed;

@@ -249,16 +249,19 @@ void JPEGLSStream::ReadScans(kdu_compressed_source& theSource)
 {
     // Codes have at most 64 bits, and one of eight bits is stuffed in the worst case.
     constexpr std::uint64_t kMostSampleBytes = 16;
-    constexpr std::size_t kChunk = 0x10000;
+    constexpr std::size_t kLeastChunk = 0x1000;
+    constexpr std::size_t kMostChunk = 0x10000;
     const std::uint64_t aMost = std::uint64_t{itsHeader.itsRows} * itsHeader.itsColumns *
                                     static_cast<std::uint64_t>(itsHeader.itsComponents) * kMostSampleBytes +
                                 kMostHeaderBytes;
     int aCount = 1;
     while (aCount > 0 && itsBytes.size() < aMost)
     {
+        // As much again as there is, so that small streams take little memory.
         const std::size_t aSize = itsBytes.size();
-        itsBytes.resize(aSize + kChunk);
-        aCount = std::max(theSource.read(itsBytes.data() + aSize, kChunk), 0);
+        const std::size_t aChunk = std::clamp(aSize, kLeastChunk, kMostChunk);
+        itsBytes.resize(aSize + aChunk);
+        aCount = std::max(theSource.read(itsBytes.data() + aSize, static_cast<int>(aChunk)), 0);
         itsBytes.resize(aSize + static_cast<std::size_t>(aCount));
     }
     std::size_t aScan = itsPosition;
@@ -294,14 +297,23 @@ std::size_t JPEGLSStream::CheckScanHeader(std::size_t theScan)
 /// the end.
 std::size_t JPEGLSStream::FindMarker(std::size_t theStart) const
 {
-    const std::uint8_t* const anEnd = itsBytes.data() + itsBytes.size();
-    const std::uint8_t* aByte = itsBytes.data() + theStart;
-    // Behind 0xff data have a bit of 0.
-    while ((aByte = std::find(aByte, anEnd, 0xff)) + 1 < anEnd && (aByte[1] < 0x80 || IsRestart(aByte[1])))
+    const auto aFind = [this](std::size_t thePosition)
     {
-        ++aByte;
+        const std::size_t aLeft = itsBytes.size() - thePosition;
+        const void* const aByte =
+            aLeft > 0 ? std::memchr(itsBytes.data() + thePosition, 0xff, aLeft) : nullptr;
+        return aByte == nullptr
+                   ? itsBytes.size()
+                   : static_cast<std::size_t>(static_cast<const std::uint8_t*>(aByte) - itsBytes.data());
+    };
+    std::size_t aMarker = aFind(theStart);
+    // Behind 0xff data have a bit of 0.
+    while (aMarker + 1 < itsBytes.size() &&
+           (itsBytes[aMarker + 1] < 0x80 || IsRestart(itsBytes[aMarker + 1])))
+    {
+        aMarker = aFind(aMarker + 1);
     }
-    return aByte + 1 < anEnd ? static_cast<std::size_t>(aByte - itsBytes.data()) : itsBytes.size();
+    return aMarker + 1 < itsBytes.size() ? aMarker : itsBytes.size();
 }
 
 /// From the marker behind a scan's data to that of the next scan; kNone where there is no other.

@@ -224,6 +224,25 @@ void DICOMObject::ReplaceVR(std::unique_ptr<VR> theVR)
     itsPixelData = std::move(theVR);
 }
 
+void DICOMObject::PutUnsignedShort(DICOMTag theTag, std::uint16_t theValue)
+{
+    DcmElement* const aPresent = DcmtkBridge::Find(itsElements->itsItem, theTag);
+    if (aPresent == nullptr || !ElementValue::IsUnsignedShort(*aPresent, theValue))
+    {
+        Insert(itsElements->itsItem, DcmtkBridge::MakeUnsignedShort(theTag, theValue));
+    }
+}
+
+void DICOMObject::PutString(DICOMTag theTag, const RWCString& theValue)
+{
+    const std::uint16_t aTypeCode = DcmtkBridge::LookUpTextTypeCode(theTag);
+    DcmElement* const aPresent = DcmtkBridge::Find(itsElements->itsItem, theTag);
+    if (aPresent == nullptr || !ElementValue::IsText(*aPresent, aTypeCode, theValue))
+    {
+        Insert(itsElements->itsItem, DcmtkBridge::MakeText(theTag, aTypeCode, theValue));
+    }
+}
+
 bool DICOMObject::AddVR(std::unique_ptr<VR>&& theVR)
 {
     if (!theVR || Contains(theVR->GetTag()))

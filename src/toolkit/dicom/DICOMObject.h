@@ -64,6 +64,14 @@ public:
     /// Throws DICOMLibException (code 6) when the element's value cannot be held (a pixel stream).
     void ReplaceVR(std::unique_ptr<VR> theVR);
 
+    /// Gives an element other than Pixel Data one value, as ReplaceVR of one made by MVRFactory would: of US,
+    /// or of text in the type that the dictionary has for the tag. One that has just this value stays as it
+    /// is, which costs a fraction.
+    /// @{
+    void PutUnsignedShort(DICOMTag theTag, std::uint16_t theValue);
+    void PutString(DICOMTag theTag, const RWCString& theValue);
+    /// @}
+
     /// Puts an element in; false, with nothing changed, when its tag is taken.
     bool AddVR(std::unique_ptr<VR>&& theVR);
 

@@ -2,6 +2,7 @@
 #include "toolkit/dicom/detail/DcmtkBridge.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <mutex>
 #include <new>
@@ -164,6 +165,13 @@ public:
     }
 };
 
+/// Reaches the list of an item's elements, which DCMTK shows to derived classes only.
+class ElementList : private DcmItem
+{
+public:
+    static DcmList& Of(DcmItem& theItem) { return *(theItem.*&ElementList::elementList); }
+};
+
 /// Makes an element and hands it its value in the pieces that theNext gives: each at least a byte of the
 /// rest, and good until the next is asked for.
 template <class Next>
@@ -242,6 +250,12 @@ std::uint16_t DcmtkBridge::LookUpTypeCode(DICOMTag theTag)
     return aCode == VR::TYPE_UN || !IsKnownTypeCode(aCode) ? FallBack(theTag) : aCode;
 }
 
+std::uint16_t DcmtkBridge::LookUpTextTypeCode(DICOMTag theTag)
+{
+    const std::uint16_t aCode = LookUpTypeCode(theTag);
+    return IsString(aCode) ? aCode : Code("LO");
+}
+
 RWCString DcmtkBridge::LookUpKeyword(DICOMTag theTag)
 {
     SilenceLogging();
@@ -285,6 +299,13 @@ std::unique_ptr<DcmElement> DcmtkBridge::MakeText(DICOMTag theTag, std::uint16_t
     return MakeElement(theTag, theTypeCode, DLEndian::LITTLE_ENDIAN_ORDER, aPadded.data(), aPadded.size());
 }
 
+std::unique_ptr<DcmElement> DcmtkBridge::MakeUnsignedShort(DICOMTag theTag, std::uint16_t theValue)
+{
+    const std::array<std::uint8_t, 2> aBytes = {static_cast<std::uint8_t>(theValue & 0xff),
+                                                static_cast<std::uint8_t>(theValue >> 8)};
+    return MakeElement(theTag, Code("US"), DLEndian::LITTLE_ENDIAN_ORDER, aBytes.data(), aBytes.size());
+}
+
 std::unique_ptr<DcmElement> DcmtkBridge::MakeSequence(DICOMTag theTag)
 {
     SilenceLogging();
@@ -303,9 +324,17 @@ std::uint16_t DcmtkBridge::TypeCodeOf(DcmElement& theElement)
 
 DcmElement* DcmtkBridge::Find(DcmItem& theItem, DICOMTag theTag)
 {
-    DcmElement* anElement = nullptr;
-    theItem.findAndGetElement(DcmTagKey(theTag.itsGroup, theTag.itsElement), anElement);
-    return anElement;
+    // From the end, where the elements stand that decoding asks for. DCMTK's own search begins at the other,
+    // and keeps a stack of what it has found on the heap.
+    DcmList& aList = ElementList::Of(theItem);
+    for (DcmObject* anObject = aList.seek(ELP_last); anObject != nullptr; anObject = aList.seek(ELP_prev))
+    {
+        if (anObject->getGTag() == theTag.itsGroup && anObject->getETag() == theTag.itsElement)
+        {
+            return static_cast<DcmElement*>(anObject);
+        }
+    }
+    return nullptr;
 }
 
 bool DcmtkBridge::IsKnownTypeCode(std::uint16_t theTypeCode)

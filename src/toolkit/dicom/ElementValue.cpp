@@ -149,6 +149,20 @@ ElementValue::ElementValue(DcmElement& theElement, std::uint16_t theTypeCodeOfUn
     }
 }
 
+bool ElementValue::IsUnsignedShort(DcmElement& theElement, std::uint16_t theValue)
+{
+    Uint16 aValue = 0;
+    return theElement.getVR() == EVR_US && theElement.getLength() == sizeof aValue &&
+           theElement.getUint16(aValue).good() && aValue == theValue;
+}
+
+bool ElementValue::IsText(DcmElement& theElement, std::uint16_t theTypeCode, const RWCString& theValue)
+{
+    RWCString aText;
+    return DcmtkBridge::TypeCodeOf(theElement) == theTypeCode && ElementValue(theElement).GetRawText(aText) &&
+           aText == theValue;
+}
+
 bool ElementValue::GetBytes(DLEndian::Endian theEndian, std::vector<std::uint8_t>& theValue) const
 {
     if (!itsElement.isLeaf())
@@ -237,6 +251,13 @@ bool ElementValue::GetText(RWCString& theValue) const
 
 bool ElementValue::GetInteger(std::int64_t& theValue) const
 {
+    Uint16 aShort = 0;
+    if (itsTypeCode == VR::MakeTypeCode('U', 'S') && !itsUnknown && itsElement.getUint16(aShort).good())
+    {
+        // What most elements are that anybody asks the number of.
+        theValue = aShort;
+        return true;
+    }
     const NumericType* aType = FindNumeric(itsTypeCode);
     if (aType != nullptr)
     {

@@ -44,8 +44,7 @@ MVRFactory::MVRFactory(const DataDictionary& theDictionary, DLEndian::Endian the
 
 std::unique_ptr<VR> MVRFactory::CreateString(DICOMTag theTag, const RWCString& theValue) const
 {
-    const std::uint16_t aCode = DcmtkBridge::LookUpTypeCode(theTag);
-    return CreateString(theTag, DcmtkBridge::IsString(aCode) ? aCode : VR::MakeTypeCode('L', 'O'), theValue);
+    return CreateString(theTag, DcmtkBridge::LookUpTextTypeCode(theTag), theValue);
 }
 
 std::unique_ptr<VR> MVRFactory::CreateString(DICOMTag theTag, std::uint16_t theTypeCode,
@@ -56,7 +55,7 @@ std::unique_ptr<VR> MVRFactory::CreateString(DICOMTag theTag, std::uint16_t theT
 
 std::unique_ptr<VR> MVRFactory::CreateUnsignedShort(DICOMTag theTag, std::uint16_t theValue) const
 {
-    return CreateUnsignedShorts(theTag, {theValue});
+    return std::make_unique<ElementVR>(DcmtkBridge::MakeUnsignedShort(theTag, theValue), itsEndian);
 }
 
 std::unique_ptr<VR> MVRFactory::CreateUnsignedShorts(DICOMTag theTag,

@@ -148,6 +148,40 @@ TEST(DICOMObject, AddsReplacesAndRemoves)
     EXPECT_TRUE(aSet.GetTags().empty());
 }
 
+/// Only what is the same to the byte may stay.
+TEST(DICOMObject, PutsOneValueWhateverWasThere)
+{
+    const std::pair<const char*, Bytes> kEarlier[] = {
+        {"US", {5, 0}},
+        {"US", {6, 0}},
+        {"US", {5, 0, 5, 0}},
+        {"US", {}},
+        {"SS", {5, 0}},
+        {"UN", {5, 0}},
+        {"IS", Text("5 ")},
+        {"CS", Text("RGB ")},
+        {"CS", {}},
+        {"LO", Text("RGB ")},
+        {"CS", {'R', 'G', 'B', 0}},
+        {"CS", Text("RGB\\RGB ")},
+        {"UN", Text("RGB ")},
+        {"CS", Text("MONOCHROME2 ")},
+    };
+    for (const auto& [aVR, aValue] : kEarlier)
+    {
+        DataSet aSet;
+        aSet.SetBytes(DICOMTags::Rows, aValue, Code(aVR));
+        aSet.SetBytes(DICOMTags::PhotometricInterpretation, aValue, Code(aVR));
+        aSet.PutUnsignedShort(DICOMTags::Rows, 5);
+        aSet.PutString(DICOMTags::PhotometricInterpretation, "RGB");
+        EXPECT_EQ((Bytes{5, 0}), aSet.Value(DICOMTags::Rows)) << aVR;
+        EXPECT_EQ(Text("RGB "), aSet.Value(DICOMTags::PhotometricInterpretation)) << aVR;
+        EXPECT_EQ(Code("US"), aSet.RemoveVR(DICOMTags::Rows)->GetTypeCode());
+        EXPECT_EQ(Code("CS"), aSet.RemoveVR(DICOMTags::PhotometricInterpretation)->GetTypeCode());
+        EXPECT_TRUE(aSet.GetTags().empty());
+    }
+}
+
 TEST(DICOMObject, HoldsPixelDataApartAndNeverCopiesIt)
 {
     CountingAllocator anAllocator;

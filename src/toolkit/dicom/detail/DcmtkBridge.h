@@ -30,6 +30,9 @@ public:
     /// where DCMTK found no dictionary file.
     static std::uint16_t LookUpTypeCode(DICOMTag theTag);
 
+    /// The type of an element that is made of text: the dictionary's, or LO where that is none of text.
+    static std::uint16_t LookUpTextTypeCode(DICOMTag theTag);
+
     /// The dictionary's keyword, such as PatientName; empty for private and unknown tags and for group
     /// lengths.
     static RWCString LookUpKeyword(DICOMTag theTag);
@@ -51,6 +54,9 @@ public:
     /// An element with text, padded to an even length as its type wants it.
     static std::unique_ptr<DcmElement> MakeText(DICOMTag theTag, std::uint16_t theTypeCode,
                                                 const RWCString& theText);
+
+    /// An element of type US with one value.
+    static std::unique_ptr<DcmElement> MakeUnsignedShort(DICOMTag theTag, std::uint16_t theValue);
 
     /// A sequence without items.
     static std::unique_ptr<DcmElement> MakeSequence(DICOMTag theTag);

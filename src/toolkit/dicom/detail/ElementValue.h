@@ -22,6 +22,12 @@ public:
     /// theTypeCodeOfUnknown: what a UN value is read as.
     ElementValue(DcmElement& theElement, std::uint16_t theTypeCodeOfUnknown);
 
+    /// Whether an element is of the type, US or one of text, and has just this value.
+    /// @{
+    static bool IsUnsignedShort(DcmElement& theElement, std::uint16_t theValue);
+    static bool IsText(DcmElement& theElement, std::uint16_t theTypeCode, const RWCString& theValue);
+    /// @}
+
     /// All values, trimmed at the end; false for what is neither text nor number.
     bool GetText(RWCString& theValue) const;
 
