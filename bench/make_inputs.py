@@ -84,17 +84,17 @@ def encode_high_throughput(folder, name, image, *options):
     os.replace(target, os.path.join(folder, name + ".j2k"))
 
 
-def save_jpeg2000(folder, name, pixels):
+def save_jpeg2000(folder, name, pixels, *options, encode=encode_jpeg2000, **attributes):
     """A grey image as a DICOM file with one JPEG 2000 frame."""
-    encode_jpeg2000(folder, name, pixels)
+    encode(folder, name, pixels, *options)
     codestream = os.path.join(folder, name + ".j2k")
     image = data_set(pixels, "MONOCHROME2")
     with open(codestream, "rb") as file:
         image.PixelData = encapsulate([file.read()])
     os.remove(codestream)
     image["PixelData"].is_undefined_length = True
-    image.file_meta.TransferSyntaxUID = JPEG2000Lossless
-    save(folder, name, image)
+    image.file_meta.TransferSyntaxUID = JPEG2000Lossless  # of some, pydicom does not know their own
+    save(folder, name, image, **attributes)
 
 
 def mr16(side):
@@ -137,6 +137,27 @@ def make_rle(folder):
             compress(folder, "dcmcrle", name, name + "_rle")
 
 
+def make_small(folder):
+    """Images so small that what a frame costs apart from its pixels shows."""
+    folder = os.path.join(folder, "small")
+    os.makedirs(folder, exist_ok=True)
+    twelve = {"BitsStored": 12, "HighBit": 11}
+    for side in (64, 128):
+        save(folder, f"grey8_{side}", data_set(grey8(side), "MONOCHROME2"))
+        save(folder, f"grey12_{side}", data_set(grey12(side), "MONOCHROME2"), **twelve)
+        save(folder, f"grey16_{side}", data_set(grey16(side), "MONOCHROME2"))
+        save(folder, f"rgb_{side}", data_set(rgb(side), "RGB"))
+        for name, program, *options in (
+                ("grey16_rle", "dcmcrle"), ("grey8_baseline", "dcmcjpeg", "+eb"),
+                ("rgb_baseline420", "dcmcjpeg", "+eb", "+cy", "+n1"), ("grey12_extended", "dcmcjpeg", "+ee", "+bt"),
+                ("grey16_lossless1", "dcmcjpeg", "+el", "+sv", "1"), ("grey16_jpegls", "dcmcjpls")):
+            compress(folder, program, f"{name.split('_')[0]}_{side}", f"{name}_{side}", *options)
+        save_jpeg2000(folder, f"grey16_jpeg2000_{side}", grey16(side))
+        save_jpeg2000(folder, f"grey12_jpeg2000_lossy_{side}", grey12(side), "-I", "-r", "10")
+        save_jpeg2000(folder, f"grey12_htj2k_{side}", grey12(side), "-reversible", "true",
+                      encode=encode_high_throughput, **twelve)
+
+
 def make_frames(folder):
     """A thousand frames that differ, for the way to one of them."""
     frame = grey16(256)
@@ -174,6 +195,7 @@ def main():
     make_high_throughput(os.path.join(folder, "jpeg2000"))
     save_jpeg2000(folder, "grey16_2048_jpeg2000", grey16(2048))
     save(folder, "ybr_full_2048", data_set(to_ybr_full(rgb(2048)), "YBR_FULL"))
+    make_small(folder)
     make_frames(folder)
     make_tiles(folder)
     # It takes images and encoders from here.

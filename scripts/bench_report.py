@@ -131,16 +131,33 @@ def region_table(results):
 
 
 def threads_table(results):
+    cases = results.cases("threads")
+    counts = sorted({count for measured in cases.values() for count in measured}, key=natural)
     rows = []
-    for case, measured in results.cases("threads").items():
+    for case, measured in cases.items():
         single = measured.get("1", {}).get("speed")
         row = [case]
-        for count in ("1", "2", "4"):
+        for count in counts:
             speed = measured.get(count, {}).get("speed")
             factor = f" ({speed / single:.2f})" if speed and single and count != "1" else ""
             row.append(f"{speed / 1e6:.0f}{factor}" if speed else "")
         rows.append(row)
-    return table(["case", "1 request", "2 side by side", "4 side by side"], rows)
+    return table(["case", "1 request", *(f"{count} side by side" for count in counts[1:])], rows)
+
+
+def small_table(results):
+    """Microseconds: of images so small, speeds tell little."""
+    cases = results.cases("small")
+    peers = [peer for peer in PEERS if any(peer in measured for measured in cases.values())]
+    rows = []
+    for case, measured in cases.items():
+        ours = measured.get("ours", {}).get("time_ms", 0.0)
+        row = [case, f"{ours * 1e3:.1f}"]
+        for peer in peers:
+            time = measured.get(peer, {}).get("time_ms")
+            row.append(f"{time * 1e3:.1f} ({time / ours:.2f})" if time and ours else "")
+        rows.append(row)
+    return table(["case", "ours", *peers], rows)
 
 
 def seek_table(results):
@@ -192,6 +209,7 @@ def make_tables(results):
                         region_table(results))
     tables["threads"] = ("threads: MB/s of decoded pixels, all requests together (times one request in brackets)",
                          "threads", threads_table(results))
+    tables["small"] = ("small: µs of a frame (times ours is faster in brackets)", "small", small_table(results))
     tables["seek"] = ("seek: one frame of a thousand or two, from opening the file to the finished image, µs", "seek",
                       seek_table(results))
     measured = {name: entry for name, entry in tables.items() if entry[2].count("\n") > 1}
