@@ -5,6 +5,7 @@
 #include <random>
 
 #include "codecs/JPEGTestHelpers.h"
+#include "codecs/jpeg/detail/JPEGLosslessScan.h"
 #include "codecs/jpeg/detail/JPEGPaths.h"
 #include "codecs/jpeg/detail/JPEGTurbo.h"
 #include "support/ForEachTarget.h"
@@ -134,6 +135,51 @@ TEST(JPEGPaths, LargeLosslessImagesComeOutAlike)
                 ASSERT_TRUE(PathsAgree({16, Decoder::COLOR_MODEL_RGB, aLargestRead}, aJpeg));
             }
         }
+    }
+}
+
+// The loops of every instruction set, beside the formulas of T.81, Table H.1, to the letter: rows of a few
+// pixels and of many vectors, which samples that wrap around break into now and then or all the time.
+TEST(JPEGPaths, LosslessRowsComeOutAlike)
+{
+    constexpr std::array<int (*)(int, int, int), 7> kPredictions = {
+        [](int a, int, int) { return a; },
+        [](int, int b, int) { return b; },
+        [](int, int, int c) { return c; },
+        [](int a, int b, int c) { return a + b - c; },
+        [](int a, int b, int c) { return a + ((b - c) >> 1); },
+        [](int a, int b, int c) { return b + ((a - c) >> 1); },
+        [](int a, int b, int) { return (a + b) >> 1; },
+    };
+    std::mt19937 aRandom(7);
+    for (unsigned int i = 0; i < 4 * 7 * 4 * 3; ++i)
+    {
+        const std::size_t aStep = 1 + i % 4;
+        const int aSelection = static_cast<int>(1 + i / 4 % 7);
+        const std::size_t aWidth = std::array{1u, 3u, 18u, 900u}[i / 28 % 4];
+        const unsigned int aSpikes = std::array{1u << 30, 30u, 2u}[i / 112];
+        const auto aSample = [&]
+        { return static_cast<std::uint16_t>(aRandom() % aSpikes == 0 ? 65535u : aRandom() % 64); };
+        Samples anAbove(aWidth * aStep);
+        Samples aRow(anAbove.size());
+        std::generate(anAbove.begin(), anAbove.end(), aSample);
+        std::generate(aRow.begin(), aRow.end(), aSample);
+        Samples aDifferences(aRow.size());
+        for (std::size_t k = 0; k < aRow.size(); ++k)
+        {
+            const int aPrediction = k < aStep ? anAbove[k]
+                                              : kPredictions[static_cast<std::size_t>(aSelection - 1)](
+                                                    aRow[k - aStep], anAbove[k], anAbove[k - aStep]);
+            aDifferences[k] = static_cast<std::uint16_t>(aRow[k] - aPrediction);
+        }
+        ForEachTarget(
+            [&]
+            {
+                Samples aResult(aRow.size());
+                JPEGLosslessPredictor::UndoRow(aSelection, aDifferences.data(), anAbove.data(),
+                                               aResult.data(), aWidth, aStep);
+                EXPECT_EQ(aResult, aRow) << "predictor " << aSelection << ", " << aStep << " components";
+            });
     }
 }
 
