@@ -1,42 +1,49 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/detail/blocks/BlockDecoder.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "engine/detail/blocks/BlockState.h"
 #include "engine/detail/blocks/HTBlockDecoder.h"
+#include "engine/detail/blocks/LaneState.h"
 #include "engine/detail/markers/TileData.h"
 
 namespace j2k
 {
 
-void BlockState::Begin(const CodedBlock& theBlock)
+void BlockState::BeginPlanes(const CodedBlock& theBlock)
 {
     itsWidth = theBlock.itsWidth;
     itsHeight = theBlock.itsHeight;
     itsBitPlanes = theBlock.itsBitPlanes;
     itsStyle = theBlock.itsStyle;
-    itsZeroContexts = kZeroContexts[static_cast<unsigned int>(theBlock.itsBand) & 3].data();
 
     itsStripes = (itsHeight + 3) / 4;
     itsWords = (itsWidth + kWordColumns - 1) / kWordColumns;
-    itsLastStripe = kRow0 * (0xFU >> (4 * itsStripes - itsHeight));
-    itsLastWord = ~std::uint64_t{0} >> (4 * (kWordColumns * itsWords - itsWidth));
-
     itsBorderedWords = itsWords + 2;
     itsSignificant.assign(itsBorderedWords * (itsStripes + 2), 0);
-    itsColumns = std::size_t{kWordColumns} * itsWords + 1;
-    const std::size_t anArea = itsColumns * (itsStripes + 2) + 1;
-    itsNeighbours.assign(anArea, 0);
-    itsSigns.assign(anArea, 0);
 
     itsPlaneSize = std::size_t{itsWords} * itsStripes;
-    itsVisited.assign(itsPlaneSize, 0);
-    itsRefined.assign(itsPlaneSize, 0);
     itsNegative.assign(itsPlaneSize, 0);
     itsPlanes.resize((itsBitPlanes + 1) * itsPlaneSize);
     itsLowestPlane = itsBitPlanes + 1;
     itsContexts = kInitialContexts;
+}
+
+void BlockState::Begin(const CodedBlock& theBlock)
+{
+    BeginPlanes(theBlock);
+    itsZeroContexts = kZeroContexts[static_cast<unsigned int>(theBlock.itsBand) & 3].data();
+    itsLastStripe = kRow0 * (0xFU >> (4 * itsStripes - itsHeight));
+    itsLastWord = ~std::uint64_t{0} >> (4 * (kWordColumns * itsWords - itsWidth));
+
+    itsColumns = std::size_t{kWordColumns} * itsWords + 1;
+    const std::size_t anArea = itsColumns * (itsStripes + 2) + 1;
+    itsNeighbours.assign(anArea, 0);
+    itsSigns.assign(anArea, 0);
+    itsVisited.assign(itsPlaneSize, 0);
+    itsRefined.assign(itsPlaneSize, 0);
 }
 
 void BlockState::AddHalfSteps(std::uint32_t thePasses)
@@ -63,6 +70,28 @@ void BlockState::AddHalfSteps(std::uint32_t thePasses)
             aPlane[i] |= isPartial ? aSignificant : 0;
         }
     }
+}
+
+void LaneState::Begin(const CodedBlock& theBlock, const BlockState& theState)
+{
+    itsZeroContexts = kGroupZeroContexts[static_cast<unsigned int>(theBlock.itsBand) & 3].data();
+    itsGroups = 2 * theState.itsWords;
+    itsBelow = (theBlock.itsStyle & CBS_CAUSAL) != 0 ? 0 : kGroupBelow;
+    itsStride = static_cast<std::ptrdiff_t>(itsGroups) + 2;
+    itsSignificant.assign(GetStripe(theState.itsStripes + 1), 0);
+    itsNegative.assign(itsSignificant.size(), 0);
+    const std::size_t aSize = std::size_t{itsGroups} * theState.itsStripes;
+    itsValid.resize(aSize);
+    for (std::uint32_t i = 0; i < aSize; ++i)
+    {
+        const std::uint32_t aColumn = std::min(i % itsGroups * kGroupColumns, theBlock.itsWidth);
+        const std::uint32_t aRows = std::min(theBlock.itsHeight - 4 * (i / itsGroups), 4U);
+        itsValid[i] =
+            RepeatColumn((2U << aRows) - 2, 1, std::min(theBlock.itsWidth - aColumn, kGroupColumns));
+    }
+    itsVisited.assign(aSize, 0);
+    itsRefined.assign(aSize, 0);
+    itsRefinements.resize(32 * aSize + 32); // written and read 32 at a time
 }
 
 namespace
@@ -97,6 +126,19 @@ std::optional<std::uint32_t> FindLastSet(std::span<const CodedSegment> theSegmen
     return aSet;
 }
 
+// Passes that bypass the arithmetic decoder do not wait for it, and the first two planes are mostly cleanup:
+// there is nothing to gain.
+bool CanBeLane(const CodedBlock& theBlock)
+{
+    constexpr std::uint32_t aFewPasses = 4;
+    std::uint32_t aPasses = 0;
+    for (const CodedSegment& aSegment : theBlock.itsSegments)
+    {
+        aPasses += aSegment.itsPasses;
+    }
+    return !theBlock.itsIsHighThroughput && aPasses > aFewPasses && (theBlock.itsStyle & CBS_BYPASS) == 0;
+}
+
 } // namespace
 
 struct BlockDecoder::Implementation
@@ -105,6 +147,7 @@ struct BlockDecoder::Implementation
     BlockFindings DecodeHighThroughput(const CodedBlock& theBlock);
 
     BlockState itsState;
+    LaneState itsLane;
     HTBlockDecoder itsHTDecoder;
     bool itsIsHighThroughput = false;
 };
@@ -157,6 +200,25 @@ BlockFindings BlockDecoder::Decode(const CodedBlock& theBlock)
     itsImplementation->itsIsHighThroughput = theBlock.itsIsHighThroughput;
     return theBlock.itsIsHighThroughput ? itsImplementation->DecodeHighThroughput(theBlock)
                                         : itsImplementation->DecodeArithmetic(theBlock);
+}
+
+std::array<BlockFindings, 2> BlockDecoder::DecodeWith(const CodedBlock& theFirst, BlockDecoder& theOther,
+                                                      const CodedBlock& theSecond)
+{
+    if (CanBeLane(theFirst) && CanBeLane(theSecond))
+    {
+        std::array<BlockFindings, 2> aFindings;
+        Implementation& aFirst = *itsImplementation;
+        Implementation& aSecond = *theOther.itsImplementation;
+        aFirst.itsIsHighThroughput = false;
+        aSecond.itsIsHighThroughput = false;
+        if (DecodeLanes({theFirst, aFirst.itsState, aFirst.itsLane, aFindings[0]},
+                        {theSecond, aSecond.itsState, aSecond.itsLane, aFindings[1]}))
+        {
+            return aFindings;
+        }
+    }
+    return {Decode(theFirst), theOther.Decode(theSecond)};
 }
 
 void BlockDecoder::Store(std::int16_t* theRows, std::ptrdiff_t theStride,

@@ -44,9 +44,6 @@ public:
     void RefineMagnitudes(Coder& theCoder, unsigned int thePlane);
     void CleanUp(Coder& theCoder, unsigned int thePlane);
 
-    /// Reads a segmentation symbol (T.800 D.5) and tells whether it is one.
-    bool ReadSymbol(Coder& theCoder);
-
 private:
     static constexpr std::uint64_t kRow0 = BlockState::kRow0;
 
@@ -465,21 +462,6 @@ void BlockPasses<Coder>::CleanUp(Coder& theCoder, unsigned int thePlane)
 }
 
 template <class Coder>
-bool BlockPasses<Coder>::ReadSymbol(Coder& theCoder)
-{
-    unsigned int aSymbol = 0;
-    for (int i = 0; i < 4; ++i)
-    {
-        aSymbol = aSymbol << 1 | theCoder.Decode(itsState.itsContexts[CONTEXT_UNIFORM]);
-    }
-    return aSymbol == 0xA;
-}
-
-/// A decoder goes on for so many bits behind the end of its bytes: no encoder needs as many, and passes over
-/// nothing would cost time that no byte pays for.
-constexpr std::int64_t kMostSyntheticBits = 256;
-
-template <class Coder>
 std::uint32_t RunPasses(BlockState& theState, const CodedSegment& theSegment, std::uint32_t thePass,
                         BlockFindings& theFindings)
 {
@@ -517,8 +499,8 @@ std::uint32_t RunPasses(BlockState& theState, const CodedSegment& theSegment, st
         else if constexpr (!Coder::kIsRaw)
         {
             aPasses.CleanUp(aCoder, aPlane);
-            theFindings.itsBadSegmentationSymbol |=
-                (aStyle & CBS_SEGMENTATION_SYMBOLS) != 0 && !aPasses.ReadSymbol(aCoder);
+            theFindings.itsBadSegmentationSymbol |= (aStyle & CBS_SEGMENTATION_SYMBOLS) != 0 &&
+                                                    !aCoder.ReadSymbol(theState.itsContexts[CONTEXT_UNIFORM]);
         }
     }
     theFindings.itsBadTermination |= (aStyle & CBS_PREDICTABLE_TERMINATION) != 0 && !aCoder.IsAtEnd();

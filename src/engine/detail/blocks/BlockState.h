@@ -32,6 +32,10 @@ struct BlockState
     /// Takes over the block's geometry and clears everything.
     void Begin(const CodedBlock& theBlock);
 
+    /// The same without what passes look up: for passes that keep their own maps, and write itsSignificant
+    /// and itsNegative at their end.
+    void BeginPlanes(const CodedBlock& theBlock);
+
     /// To be called once, when thePasses passes were run: adds half of the last decoded plane to every
     /// sample.
     void AddHalfSteps(std::uint32_t thePasses);
@@ -83,6 +87,10 @@ struct BlockState
 
     std::array<std::uint64_t, kContextCount> itsContexts{};
 };
+
+/// A decoder goes on for so many bits behind the end of its bytes: no encoder needs as many, and passes over
+/// nothing would cost time that no byte pays for.
+constexpr std::int64_t kMostSyntheticBits = 256;
 
 /// Runs the passes of one segment, the first of which is number thePass of the block (0 is the cleanup pass
 /// of the first plane). Returns how many passes were run; fewer than the segment has when its bytes ran out

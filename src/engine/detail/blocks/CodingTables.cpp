@@ -129,6 +129,50 @@ constexpr std::array<std::uint8_t, 256> MakeSignContexts()
     return aTable;
 }
 
+constexpr std::array<std::uint8_t, 8> kGroupOrder = {NEIGHBOUR_NW, NEIGHBOUR_W,  NEIGHBOUR_SW, NEIGHBOUR_N,
+                                                     NEIGHBOUR_S,  NEIGHBOUR_NE, NEIGHBOUR_E,  NEIGHBOUR_SE};
+constexpr std::array<std::uint8_t, 4> kNearestOrder = {NEIGHBOUR_W, NEIGHBOUR_N, NEIGHBOUR_S, NEIGHBOUR_E};
+
+/// The Neighbour flags of bits that are in the order of theFlags.
+template <std::size_t kCount>
+constexpr unsigned int Reorder(unsigned int theBits, const std::array<std::uint8_t, kCount>& theFlags)
+{
+    unsigned int aFlags = 0;
+    for (unsigned int i = 0; i < kCount; ++i)
+    {
+        aFlags |= (theBits >> i & 1) != 0 ? theFlags[i] : 0U;
+    }
+    return aFlags;
+}
+
+constexpr std::array<std::array<std::uint16_t, 512>, 4>
+MakeGroupZeroContexts(const std::array<std::array<std::uint8_t, 256>, 4>& theContexts)
+{
+    std::array<std::array<std::uint16_t, 512>, 4> aTables{};
+    for (unsigned int aBand = 0; aBand < 4; ++aBand)
+    {
+        for (unsigned int i = 0; i < 256; ++i)
+        {
+            aTables[aBand][i] = static_cast<std::uint16_t>(8 * theContexts[aBand][Reorder(i, kGroupOrder)]);
+            aTables[aBand][i + 256] = 8 * CONTEXT_RUN;
+        }
+    }
+    return aTables;
+}
+
+constexpr std::array<std::uint64_t, 256>
+MakeGroupSignContexts(const std::array<std::uint8_t, 256>& theContexts)
+{
+    std::array<std::uint64_t, 256> aTable{};
+    for (unsigned int i = 0; i < 256; ++i)
+    {
+        const std::uint64_t aSign =
+            theContexts[Reorder(i & 15, kNearestOrder) | Reorder(i >> 4, kNearestOrder) << 4];
+        aTable[i] = 8 * (aSign & kSignContextMask) | (aSign >> kSignFlipShift) << 63;
+    }
+    return aTable;
+}
+
 constexpr std::array<std::uint64_t, kContextCount> MakeInitialContexts()
 {
     std::array<std::uint64_t, kContextCount> aContexts{};
@@ -144,5 +188,8 @@ constexpr std::array<MQState, 94> kMQStates = MakeStates();
 constexpr std::array<std::uint64_t, kContextCount> kInitialContexts = MakeInitialContexts();
 constexpr std::array<std::array<std::uint8_t, 256>, 4> kZeroContexts = MakeZeroContexts();
 constexpr std::array<std::uint8_t, 256> kSignContexts = MakeSignContexts();
+constexpr std::array<std::array<std::uint16_t, 512>, 4> kGroupZeroContexts =
+    MakeGroupZeroContexts(kZeroContexts);
+constexpr std::array<std::uint64_t, 256> kGroupSignContexts = MakeGroupSignContexts(kSignContexts);
 
 } // namespace j2k

@@ -65,4 +65,34 @@ extern const std::array<std::uint8_t, 256> kSignContexts;
 constexpr unsigned int kSignFlipShift = 7;
 constexpr unsigned int kSignContextMask = 0x1F;
 
+/// A group is 8 columns of a stripe of four rows with a border of one all around, in one word: bit
+/// 6 * column + row, of which columns 1 to 8 and rows 1 to 4 are its own.
+constexpr std::uint32_t kGroupColumns = 8;
+
+/// Columns theFirst to theLast of a group that are all like theColumn.
+constexpr std::uint64_t RepeatColumn(std::uint64_t theColumn, std::uint32_t theFirst, std::uint32_t theLast)
+{
+    std::uint64_t aGroup = 0;
+    for (std::uint32_t i = theFirst; i <= theLast; ++i)
+    {
+        aGroup |= theColumn << (6 * i);
+    }
+    return aGroup;
+}
+constexpr std::uint64_t kGroupOwn = RepeatColumn(0x1E, 1, 8);
+constexpr std::uint64_t kGroupRow0 = RepeatColumn(0x02, 1, 8);
+constexpr std::uint64_t kGroupAbove = RepeatColumn(0x01, 0, 9); ///< last row of the stripe above
+constexpr std::uint64_t kGroupBelow = RepeatColumn(0x20, 0, 9); ///< first row of the stripe below
+
+/// A sample's neighbours, seen from bit b in the group shifted right by b - 7. What is extracted by them has
+/// them in the order NW W SW N S NE E SE, and W N S E.
+constexpr std::uint64_t kGroupNeighbours = 0x7147;
+constexpr std::uint64_t kGroupNearest = 0x2142;
+
+/// Byte offsets of contexts among words of 64 bits. For zero coding by band and by extracted neighbours, plus
+/// 256 where a run starts; for signs by the nearest neighbours that are significant and, times 16, those that
+/// are negative, with the flip in bit 63.
+extern const std::array<std::array<std::uint16_t, 512>, 4> kGroupZeroContexts;
+extern const std::array<std::uint64_t, 256> kGroupSignContexts;
+
 } // namespace j2k

@@ -25,10 +25,12 @@ namespace HWY_NAMESPACE
 /// The MQ decoder (T.800 Annex C).
 ///
 /// Registers are 64 bits wide with the integer part in the upper 16, so that one renormalisation is one shift
-/// and bytes are taken in six at a time. In place of the code register C this keeps A - C, the distance from
-/// the interval's upper end: a more probable symbol leaves it alone. What a decision will be cannot be
-/// predicted, and a branch that the processor mispredicts costs more than two decisions: so there is no
-/// branch on it. A pass works on a copy of the decoder, whose members live in registers.
+/// and bytes are taken in four at a time. In place of the code register C and a count of its bits this keeps
+/// A - C - e, where e is half the last bit of C that is there: below A - Qe exactly where C is in the upper
+/// part of the interval, and the lowest set bit tells how many bits are left. A more probable symbol leaves
+/// it alone. What a decision will be cannot be predicted, and a branch that the processor mispredicts costs
+/// more than two decisions: so there is no branch on it. A pass works on a copy of the decoder, whose members
+/// live in registers.
 class MQDecoder
 {
 public:
@@ -38,32 +40,39 @@ public:
         : itsNext(theSegment.itsData + 1), itsEnd(theSegment.itsData + theSegment.itsLength)
     {
         // The byte in front of the segment is none of its own: the first byte is never stuffed.
-        itsDistance -= std::uint64_t{theSegment.itsData[0]} << 55;
+        itsDistance -= (std::uint64_t{theSegment.itsData[0]} << 55) + (std::uint64_t{1} << 54);
         TakeBytes();
     }
 
     /// Decodes one decision.
     HWY_INLINE unsigned int Decode(std::uint64_t& theContext)
     {
-        const MQState& aState = GetState(theContext);
-        const std::uint64_t aNext = Divide(aState, theContext & MQState::kQeMask);
+        return static_cast<unsigned int>(Divide(theContext, theContext & MQState::kQeMask) >>
+                                         MQState::kDecisionShift);
+    }
+
+    /// One decision in bit 63 of what is returned. theQe is the context's, or 0: then nothing changes, and
+    /// the decision means nothing.
+    HWY_INLINE std::uint64_t Divide(std::uint64_t& theContext, std::uint64_t theQe)
+    {
+        const std::uint64_t aNext = Choose(GetState(theContext), theQe);
         theContext = aNext;
         const int aShift = CountLeadingZeros(itsInterval);
-        itsInterval <<= aShift;
-        itsDistance <<= aShift;
-        itsLookahead -= aShift;
-        if (HWY_UNLIKELY(itsLookahead < 0))
+        itsInterval <<= aShift & 63;
+        itsDistance <<= aShift & 63;
+        if (HWY_UNLIKELY(static_cast<std::uint32_t>(itsDistance) == 0)) // at most 15 bits left
         {
             TakeBytes();
         }
-        return static_cast<unsigned int>(aNext >> MQState::kDecisionShift);
+        return aNext;
     }
 
-    /// The same, quicker where nearly every decision is the more probable symbol and slower elsewhere.
+    /// The same as Decode, quicker where nearly every decision is the more probable symbol and slower
+    /// elsewhere.
     HWY_INLINE unsigned int DecodeSkewed(std::uint64_t& theContext)
     {
         const std::uint64_t anUpper = itsInterval - (theContext & MQState::kQeMask);
-        if (HWY_LIKELY(anUpper >= itsDistance && anUpper >= kHalf))
+        if (HWY_LIKELY(anUpper > itsDistance && anUpper >= kHalf))
         {
             itsInterval = anUpper;
             return static_cast<unsigned int>(theContext >> MQState::kMpsShift) & 1;
@@ -71,29 +80,44 @@ public:
         return Decode(theContext);
     }
 
+    /// Reads a segmentation symbol (T.800 D.5) and tells whether it is one.
+    HWY_INLINE bool ReadSymbol(std::uint64_t& theUniformContext)
+    {
+        unsigned int aSymbol = 0;
+        for (int i = 0; i < 4; ++i)
+        {
+            aSymbol = aSymbol << 1 | Decode(theUniformContext);
+        }
+        return aSymbol == 0xA;
+    }
+
     /// Decodes theCount decisions at once if they are all zeros that leave theContext as it is; else none.
     HWY_INLINE bool SkipZeros(std::uint64_t theContext, std::uint64_t theCount)
     {
         const std::uint64_t aSum = ((theContext & MQState::kQeMask) >> 16) * theCount; // count below 2^16
-        const std::uint64_t aLimit = itsDistance > kHalf ? itsDistance : kHalf;
-        if ((theContext >> MQState::kMpsShift & 1) != 0 || itsInterval < aLimit ||
-            aSum > (itsInterval - aLimit) >> 16)
+        const std::uint64_t anUpper = itsInterval - (aSum << 16);
+        if ((theContext >> MQState::kMpsShift & 1) != 0 || aSum > (itsInterval - kHalf) >> 16 ||
+            anUpper <= itsDistance)
         {
             return false;
         }
-        itsInterval -= aSum << 16;
+        itsInterval = anUpper;
         return true;
     }
 
+    /// Whether the code went beyond the interval, where no encoder leaves it: from then on a decision with an
+    /// empty Qe does change something.
+    HWY_INLINE bool IsBeyond() const { return itsIsBeyond; }
+
     /// Bits taken from behind the end so far, or from behind a marker.
-    HWY_INLINE std::int64_t GetSyntheticBits() const { return std::int64_t{itsSynthetic} - itsLookahead; }
+    HWY_INLINE std::int64_t GetSyntheticBits() const { return std::int64_t{itsSynthetic} - GetLookahead(); }
 
     /// Whether the passes ended where the bytes do, give or take what a predictable termination (T.800 D.4.2)
     /// leaves open: the encoder's last byte and the bits that it did not write because they are ones.
     HWY_INLINE bool IsAtEnd() const
     {
         const std::int64_t aLeft =
-            8 * static_cast<std::int64_t>(itsEnd - itsNext) + itsLookahead - itsSynthetic;
+            8 * static_cast<std::int64_t>(itsEnd - itsNext) + GetLookahead() - itsSynthetic;
         return aLeft >= -kEndTolerance && aLeft <= kEndTolerance;
     }
 
@@ -122,63 +146,64 @@ private:
 #endif
     }
 
+    /// Bits of C below its integer part that are there.
+    HWY_INLINE int GetLookahead() const
+    {
+        return 47 - std::countr_zero(itsDistance);
+    }
+
     /// Puts the part of the interval that the code points to in its place, not renormalised yet, and returns
     /// the context's next word. The upper part, of the more probable symbol unless it is smaller, is what
     /// theQe leaves.
-    HWY_INLINE std::uint64_t Divide(const MQState& theState, std::uint64_t theQe)
+    HWY_INLINE std::uint64_t Choose(const MQState& theState, std::uint64_t theQe)
     {
-        const std::uint64_t anUpper = itsInterval - theQe;
         std::uint64_t aNext = theState.itsNextMps;
+        std::uint64_t aLower = aNext; // what follows in the lower part
 #if HWY_ARCH_X86_64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
-        // The lines of the other branch; compilers make branches of them.
-        std::uint64_t isLess = 0;
-        std::uint64_t isSmaller = 0;
-        asm("" : "+r"(isLess), "+r"(isSmaller));
-        itsInterval = anUpper;
-        asm("cmpq $0, %[upper]\n\t"
+        // The lines of the last branch; compilers make branches of them.
+        std::uint64_t aRest;
+        asm("subq %[qe], %[interval]\n\t"
             "cmovsq %[kept], %[next]\n\t"
-            "cmpq %[qe], %[upper]\n\t"
-            "setb %b[smaller]\n\t"
-            "cmpq %[distance], %[upper]\n\t"
-            "setb %b[less]\n\t"
-            "cmovbq %[rest], %[distance]\n\t"
-            "cmovbq %[qe], %[interval]\n\t"
-            "subb %b[less], %b[smaller]\n\t"
-            "cmovnzq %[lps], %[next]"
+            "movq %[distance], %[rest]\n\t"
+            "cmpq %[qe], %[interval]\n\t"
+            "cmovbq %[lps], %[next]\n\t"
+            "cmovaeq %[lps], %[lower]\n\t"
+            "subq %[interval], %[rest]\n\t"
+            "cmovaeq %[rest], %[distance]\n\t"
+            "cmovaeq %[qe], %[interval]\n\t"
+            "cmovaeq %[lower], %[next]"
             : [interval] "+&r"(itsInterval), [distance] "+&r"(itsDistance), [next] "+&r"(aNext),
-              [less] "+&q"(isLess), [smaller] "+&q"(isSmaller)
-            : [upper] "r"(anUpper), [qe] "r"(theQe), [rest] "r"(itsDistance - anUpper),
-              [kept] "rm"(theState.itsKept), [lps] "rm"(theState.itsNextLps)
+              [lower] "+&r"(aLower), [rest] "=&r"(aRest)
+            : [qe] "r"(theQe), [kept] "m"(theState.itsKept), [lps] "m"(theState.itsNextLps)
             : "cc");
         return aNext;
 #elif HWY_ARCH_ARM_A64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
-        // Conditional selects: 27 instructions a decision where masks take 32, and three fewer on the
-        // interval's way.
-        std::uint64_t isLess;
-        std::uint64_t isSmaller;
-        asm("cmp %[upper], #0\n\t"
+        // Conditional selects: fewer instructions than masks take, and fewer on the interval's way.
+        std::uint64_t aRest;
+        asm("subs %[interval], %[interval], %[qe]\n\t"
             "csel %[next], %[kept], %[next], mi\n\t"
-            "cmp %[upper], %[qe]\n\t"
-            "cset %[smaller], lo\n\t"
-            "cmp %[upper], %[distance]\n\t"
-            "cset %[less], lo\n\t"
-            "csel %[distance], %[rest], %[distance], lo\n\t"
-            "csel %[interval], %[qe], %[upper], lo\n\t"
-            "cmp %[smaller], %[less]\n\t"
-            "csel %[next], %[next], %[lps], eq"
-            : [interval] "=&r"(itsInterval), [distance] "+&r"(itsDistance), [next] "+&r"(aNext),
-              [less] "=&r"(isLess), [smaller] "=&r"(isSmaller)
-            : [upper] "r"(anUpper), [qe] "r"(theQe), [rest] "r"(itsDistance - anUpper),
-              [kept] "r"(theState.itsKept), [lps] "r"(theState.itsNextLps)
+            "cmp %[interval], %[qe]\n\t"
+            "csel %[next], %[lps], %[next], lo\n\t"
+            "csel %[lower], %[lower], %[lps], lo\n\t"
+            "subs %[rest], %[distance], %[interval]\n\t"
+            "csel %[distance], %[rest], %[distance], hs\n\t"
+            "csel %[interval], %[qe], %[interval], hs\n\t"
+            "csel %[next], %[lower], %[next], hs"
+            : [interval] "+&r"(itsInterval), [distance] "+&r"(itsDistance), [next] "+&r"(aNext),
+              [lower] "+&r"(aLower), [rest] "=&r"(aRest)
+            : [qe] "r"(theQe), [kept] "r"(theState.itsKept), [lps] "r"(theState.itsNextLps)
             : "cc");
         return aNext;
 #else
-        const std::uint64_t aLess = MakeMask(anUpper < itsDistance);
-        const std::uint64_t aLps = MakeMask(anUpper < theQe) ^ aLess;
-        itsDistance -= anUpper & aLess;
-        itsInterval = Choose(aLess, theQe, anUpper);
-        aNext = Choose(MakeMask(anUpper >= kHalf), theState.itsKept, aNext);
-        return Choose(aLps, theState.itsNextLps, aNext);
+        itsInterval -= theQe;
+        aNext = Select(MakeMask(itsInterval >= kHalf), theState.itsKept, aNext);
+        const std::uint64_t anExchange = MakeMask(itsInterval < theQe);
+        aNext = Select(anExchange, theState.itsNextLps, aNext);
+        aLower = Select(anExchange, aLower, theState.itsNextLps);
+        const std::uint64_t aLowerPart = MakeMask(itsDistance >= itsInterval);
+        itsDistance -= itsInterval & aLowerPart;
+        itsInterval = Select(aLowerPart, theQe, itsInterval);
+        return Select(aLowerPart, aLower, aNext);
 #endif
     }
 
@@ -191,27 +216,27 @@ private:
         return aMask;
     }
 
-    static HWY_INLINE std::uint64_t Choose(std::uint64_t theMask, std::uint64_t theOne,
+    static HWY_INLINE std::uint64_t Select(std::uint64_t theMask, std::uint64_t theOne,
                                            std::uint64_t theOther)
     {
         return theOther ^ ((theOne ^ theOther) & theMask);
     }
 
-    /// Takes in as many bytes as fit. itsLookahead is negative: -15 to -1.
+    /// Takes in as many bytes as fit. The lower half of itsDistance is empty.
     HWY_INLINE void TakeBytes()
     {
         std::uint64_t aBytes;
         std::memcpy(&aBytes, itsNext - 1, sizeof(aBytes));
-        const std::uint64_t anInverse = ~aBytes;
-        if (HWY_LIKELY(((anInverse - 0x0101010101010101U) & aBytes & 0x8080808080808080U) == 0))
+        if constexpr (std::endian::native == std::endian::big)
         {
-            if constexpr (std::endian::native == std::endian::little)
-            {
-                aBytes = __builtin_bswap64(aBytes);
-            }
-            itsDistance -= (aBytes << 8 >> 16) << -itsLookahead;
-            itsLookahead += 48;
-            itsNext += 6;
+            aBytes = __builtin_bswap64(aBytes);
+        }
+        // None of the byte before them and of these four is 0xFF.
+        if (HWY_LIKELY(((~aBytes - 0x0101010101010101U) & aBytes & 0x8080808080U) == 0))
+        {
+            const std::uint64_t aFour = __builtin_bswap32(static_cast<std::uint32_t>(aBytes >> 8));
+            itsDistance += (0xFFFFFFFFU - 2 * aFour) << (std::countr_zero(itsDistance) - 32);
+            itsNext += 4;
             return;
         }
         MQDecoder aCopy = *this;
@@ -221,7 +246,7 @@ private:
 
     HWY_NOINLINE void TakeStuffedBytes()
     {
-        while (itsLookahead <= 40)
+        for (int aBit = std::countr_zero(itsDistance); aBit >= 32;)
         {
             int aCount = 8;
             std::uint64_t aByte = 0xFF;
@@ -238,15 +263,18 @@ private:
             {
                 itsSynthetic += 8; // a marker, or the end: ones, and the reader stays here
             }
-            itsLookahead += aCount;
-            itsDistance -= aByte << (48 - itsLookahead);
+            // Negative for a byte with a carry, which stays inside the interval unless the stream is damaged.
+            const std::uint64_t aRest = (std::uint64_t{1} << aCount) - 2 * aByte - 1;
+            itsDistance += aRest << (aBit - aCount);
+            itsIsBeyond |= itsDistance >= itsInterval;
+            aBit -= aCount;
         }
     }
 
     std::uint64_t itsInterval = kHalf; ///< A
-    std::uint64_t itsDistance = kHalf; ///< A - C
-    int itsLookahead = -7;             ///< bits of C below its integer part that are there already
+    std::uint64_t itsDistance = kHalf; ///< A - C - e
     std::uint32_t itsSynthetic = 0;
+    bool itsIsBeyond = false;
     const std::uint8_t* itsNext;
     const std::uint8_t* itsEnd;
 };

@@ -90,20 +90,30 @@ void SubbandSource<Sample>::DecodeRow()
         // Nothing is known of the memory, so every column counts as used.
         itsIsUsed.assign(itsBlocks.itsColumns, true);
     }
+    std::array<std::uint32_t, BlockScratch::kBlocks> aColumns;
+    std::uint32_t aCount = 0;
     for (std::uint32_t c = 0; c < itsBlocks.itsColumns; ++c)
     {
         const std::uint32_t aColumn = itsBlocks.itsColumn + c;
-        const Rect aPlace = itsSubband.GetBlockRect(aColumn, itsBlockRow);
-        if (itsSubband.CollectBlock(aColumn, itsBlockRow, itsScratch.GetBlock()))
+        if (itsSubband.CollectBlock(aColumn, itsBlockRow, itsScratch.GetBlock(aCount)))
         {
-            DecodeBlock(aColumn, aPlace);
             itsIsUsed[c] = true;
+            aColumns[aCount++] = aColumn;
+            if (aCount == aColumns.size())
+            {
+                DecodeBlocks(aColumns);
+                aCount = 0;
+            }
         }
         else if (itsIsUsed[c])
         {
-            ClearBlock(aPlace);
+            ClearBlock(itsSubband.GetBlockRect(aColumn, itsBlockRow));
             itsIsUsed[c] = false;
         }
+    }
+    if (aCount > 0)
+    {
+        DecodeBlocks(std::span(aColumns).first(aCount));
     }
     itsLinesInRow = itsSubband.GetBlockRect(itsBlocks.itsColumn, itsBlockRow).GetHeight();
     itsLine = std::exchange(itsFirstLine, 0);
@@ -111,19 +121,28 @@ void SubbandSource<Sample>::DecodeRow()
 }
 
 template <class Sample>
-void SubbandSource<Sample>::DecodeBlock(std::uint32_t theColumn, const Rect& thePlace)
+void SubbandSource<Sample>::DecodeBlocks(std::span<const std::uint32_t> theColumns)
 {
-    Report(itsScratch.Decode(), theColumn);
-    const BlockDecoder& aDecoder = itsScratch.GetDecoder();
+    const auto aFindings = itsScratch.Decode(static_cast<std::uint32_t>(theColumns.size()));
+    for (std::uint32_t i = 0; i < theColumns.size(); ++i)
+    {
+        Report(aFindings[i], theColumns[i], itsScratch.GetBlock(i).itsIsCut);
+        StoreBlock(itsScratch.GetDecoder(i), itsSubband.GetBlockRect(theColumns[i], itsBlockRow));
+    }
+}
+
+template <class Sample>
+void SubbandSource<Sample>::StoreBlock(const BlockDecoder& theDecoder, const Rect& thePlace)
+{
     Sample* const aSamples = itsStripe.GetLine(0) + (thePlace.itsX0 - itsExtent.itsX0);
     const auto aStride = static_cast<std::ptrdiff_t>(itsStripe.GetStride());
     if constexpr (std::is_floating_point_v<Sample>)
     {
-        aDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest(), itsStep);
+        theDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest(), itsStep);
     }
     else
     {
-        aDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest());
+        theDecoder.Store(aSamples, aStride, itsSubband.GetRegionOfInterest());
     }
 }
 
@@ -139,15 +158,15 @@ void SubbandSource<Sample>::ClearBlock(const Rect& thePlace)
 }
 
 template <class Sample>
-void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn) const
+void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn,
+                                   bool isCut) const
 {
     // How a segment ends tells nothing where it was left before its end.
-    const bool isWhole = !itsScratch.GetBlock().itsIsCut;
-    if (theFindings.itsBadSegmentationSymbol && isWhole)
+    if (theFindings.itsBadSegmentationSymbol && !isCut)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "wrong segmentation symbol");
     }
-    if (theFindings.itsBadTermination && isWhole)
+    if (theFindings.itsBadTermination && !isCut)
     {
         itsSubband.Depart(theColumn, itsBlockRow, "coding pass not terminated as announced");
     }

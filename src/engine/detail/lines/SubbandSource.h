@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "engine/detail/blocks/BlockDecoder.h"
@@ -12,30 +14,39 @@
 namespace j2k
 {
 
-/// What decoding a code-block needs, shared by all subbands of one chain of lines: they decode one block at a
-/// time. Without any block it costs nothing.
+/// What decoding code-blocks needs, shared by all subbands of one chain of lines: they decode up to two
+/// blocks at a time. Without any block it costs nothing.
 class BlockScratch
 {
 public:
-    /// Where a block's data is collected.
-    CollectedBlock& GetBlock() { return itsBlock; }
+    static constexpr std::uint32_t kBlocks = 2;
 
-    /// Decodes what was collected. The samples stay with the decoder until the next call.
-    BlockFindings Decode()
+    /// Where the data of a block is collected.
+    CollectedBlock& GetBlock(std::uint32_t theIndex) { return itsBlocks[theIndex]; }
+
+    /// Decodes the first theCount blocks that were collected. The samples stay with their decoders until the
+    /// next call.
+    std::array<BlockFindings, kBlocks> Decode(std::uint32_t theCount)
     {
-        if (!itsDecoder.has_value())
+        for (std::uint32_t i = 0; i < theCount; ++i)
         {
-            itsDecoder.emplace();
+            if (!itsDecoders[i].has_value())
+            {
+                itsDecoders[i].emplace();
+            }
         }
-        return itsDecoder->Decode(itsBlock.itsBlock);
+        return theCount == 1
+                   ? std::array<BlockFindings, kBlocks>{itsDecoders[0]->Decode(itsBlocks[0].itsBlock)}
+                   : itsDecoders[0]->DecodeWith(itsBlocks[0].itsBlock, *itsDecoders[1],
+                                                itsBlocks[1].itsBlock);
     }
 
     /// Only after Decode.
-    const BlockDecoder& GetDecoder() const { return *itsDecoder; }
+    const BlockDecoder& GetDecoder(std::uint32_t theIndex) const { return *itsDecoders[theIndex]; }
 
 private:
-    std::optional<BlockDecoder> itsDecoder;
-    CollectedBlock itsBlock;
+    std::array<std::optional<BlockDecoder>, kBlocks> itsDecoders;
+    std::array<CollectedBlock, kBlocks> itsBlocks;
 };
 
 /// The lines of a subband's window, from a stripe that holds one row of the code-blocks that lie in it: the
@@ -56,9 +67,11 @@ public:
 
 private:
     void DecodeRow();
-    void DecodeBlock(std::uint32_t theColumn, const Rect& thePlace);
+    /// theColumns: of the collected blocks, in their order.
+    void DecodeBlocks(std::span<const std::uint32_t> theColumns);
+    void StoreBlock(const BlockDecoder& theDecoder, const Rect& thePlace);
     void ClearBlock(const Rect& thePlace);
-    void Report(const BlockFindings& theFindings, std::uint32_t theColumn) const;
+    void Report(const BlockFindings& theFindings, std::uint32_t theColumn, bool isCut) const;
 
     const Subband& itsSubband;
     BlockScratch& itsScratch;
