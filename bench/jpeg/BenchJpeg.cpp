@@ -120,7 +120,11 @@ void RegisterKind(const std::string& theKind, int theBits, const std::string& th
         {
             RegisterKind(aKind, 8, aSide, true);
         }
-        RegisterKind("grey12_extended", 12, aSide, false);
+        for (const char* aKind :
+             {"grey12_extended", "rgb12_extended420", "rgb12_extended422", "rgb12_extended444"})
+        {
+            RegisterKind(aKind, 12, aSide, false);
+        }
         for (const char* aPredictor : {"1", "4", "6"})
         {
             const std::string aSuffix = std::string("_lossless") + aPredictor;

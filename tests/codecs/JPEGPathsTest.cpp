@@ -42,6 +42,8 @@ TEST(JPEGPaths, UsualImagesTakeTheFastPaths)
         {[](Header& theHeader) { theHeader.itsHSampling[0] = 2; }, kNone, Way::TURBO},
         {[](Header& theHeader) { theHeader.itsVSampling[2] = 2; }, kNone, kNone},
         {[](Header& theHeader) { theHeader.itsPrecision = theHeader.itsBuildPrecision = 16; }, kScan, kNone},
+        {[](Header& theHeader) { theHeader.itsPrecision = theHeader.itsBuildPrecision = 12; }, kScan,
+         Way::TURBO},
         {[](Header& theHeader) { theHeader.itsOutputColorSpace = JPEGColorSpace::GRAYSCALE; }, kNone, kNone},
     };
     int aRow = 0;
@@ -306,28 +308,30 @@ Bytes WithSteps(Bytes theJpeg, int theStep)
     return theJpeg;
 }
 
-// Twelve bits: the library's own transform, rebuilt for every instruction set, inside the image and where
-// blocks hang over its edges. With steps far too large, coefficients are beyond those of any image and alone
-// in their columns, which the library takes a shortcut for.
-TEST(JPEGPaths, DeepGreyImagesComeOutAlike)
+// Twelve bits: the library's own transform, interpolation and conversion, rebuilt for every instruction set,
+// inside the image and where blocks hang over its edges. With steps far too large, coefficients are beyond
+// those of any image and alone in their columns, which the library takes a shortcut for.
+TEST(JPEGPaths, DeepImagesComeOutAlike)
 {
-    constexpr std::array<std::array<int, 2>, 5> kSizes = {{{1, 1}, {7, 9}, {8, 8}, {61, 45}, {128, 64}}};
-    for (const Process aProcess : {Process::EXTENDED, Process::PROGRESSIVE})
+    constexpr std::array<std::array<int, 2>, 6> kSizes = {
+        {{1, 1}, {4, 3}, {7, 9}, {8, 8}, {61, 45}, {128, 64}}};
+    // Grey, RGB, and YCbCr with all chroma, half the width and half of both.
+    constexpr std::array<JpegSpec::Sampling, 5> kSamplings = {{{1, 1}, {1, 1}, {1, 1}, {2, 1}, {2, 2}}};
+    for (std::size_t i = 0; i < 2 * 5 * 6 * 4; ++i)
     {
-        for (const auto& [aWidth, aHeight] : kSizes)
-        {
-            for (const int aStep : {0, 1, 30, 255})
-            {
-                JpegSpec aSpec{aWidth, aHeight, 1, 12, aProcess};
-                aSpec.itsQuantization = std::max(aStep, 1);
-                const Bytes aJpeg =
-                    WithSteps(MakeJpeg(aSpec, aStep == 30 ? MakeSamples(aSpec) : MakeNoise(aSpec)),
-                              aStep == 0 ? 255 : aStep);
-                ForEachTarget([&]
-                              { EXPECT_TRUE(PathsAgree({12}, aJpeg)) << aSpec.itsWidth << ", " << aStep; });
-                EXPECT_EQ(DecodeWithTurbo(aSpec, aJpeg), DecodeOn(JPEGPath::LIBRARY, {12}, aJpeg).itsPixels);
-            }
-        }
+        const std::size_t aKind = i % 5;
+        const auto& [aWidth, aHeight] = kSizes[i / 10 % 6];
+        const int aStep = std::array{0, 1, 30, 255}[i / 60];
+        JpegSpec aSpec{aWidth, aHeight, aKind == 0 ? 1 : 3, 12,
+                       i / 5 % 2 == 0 ? Process::EXTENDED : Process::PROGRESSIVE};
+        aSpec.itsSampling = {kSamplings[aKind]};
+        aSpec.itsAdobeTransform = aKind == 1 ? 0 : -1;
+        aSpec.itsQuantization = std::max(aStep, 1);
+        const Bytes aJpeg = WithSteps(MakeJpeg(aSpec, aStep == 30 ? MakeSamples(aSpec) : MakeNoise(aSpec)),
+                                      aStep == 0 ? 255 : aStep);
+        SCOPED_TRACE(testing::Message() << "kind " << aKind << ", " << aWidth << " pixels, step " << aStep);
+        ForEachTarget([&] { EXPECT_TRUE(PathsAgree({12}, aJpeg)); });
+        EXPECT_EQ(DecodeWithTurbo(aSpec, aJpeg), DecodeOn(JPEGPath::LIBRARY, {12}, aJpeg).itsPixels);
     }
 }
 

@@ -54,12 +54,14 @@ bool JPEGPaths::IsUsualLossless(const JPEGFrameHeader& theHeader)
 // all coefficients are held in memory, so not of huge ones.
 bool JPEGPaths::IsUsualDct(const JPEGFrameHeader& theHeader)
 {
-    constexpr std::uint64_t kMostDeepPixels = std::uint64_t{1} << 26;
+    constexpr std::uint64_t kMostDeepSamples = std::uint64_t{1} << 26;
     const bool isDct = theHeader.itsProcess != JPEGProcess::LOSSLESS && !theHeader.itsArithmetic &&
                        theHeader.itsPrecision == theHeader.itsBuildPrecision;
     const bool isShallow = theHeader.itsPrecision == 8;
-    const bool isDeep = theHeader.itsPrecision == 12 && theHeader.itsComponents == 1 &&
-                        std::uint64_t{theHeader.itsWidth} * theHeader.itsHeight <= kMostDeepPixels;
+    const bool isDeep =
+        theHeader.itsPrecision == 12 && std::uint64_t{theHeader.itsWidth} * theHeader.itsHeight *
+                                                static_cast<std::uint64_t>(theHeader.itsComponents) <=
+                                            kMostDeepSamples;
     return isDct && (isShallow || isDeep) && HasUsualColour(theHeader) && HasUsualSampling(theHeader);
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "codecs/jpeg/detail/JPEGScanBudget.h"
+#include "codecs/jpeg/detail/JPEGTurboColour.h"
 
 namespace quorix_turbo
 {
@@ -60,8 +61,10 @@ private:
     bool IsComplete() const;
     bool AreStepsUsual() const;
     void ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffer, std::uint32_t theRows);
-    void ReadDeep(std::uint16_t* theBuffer, std::uint32_t theRows);
+    void ReadDeep(const JPEGFrameHeader& theHeader, std::uint16_t* theBuffer, std::uint32_t theRows);
+    const JBLOCK* GetBlocks(jvirt_barray_ptr thePlane, std::size_t theRow);
     void TransformRow(const JBLOCK* theBlocks, std::size_t theRow, std::uint16_t* theBuffer) const;
+    JPEGTurboColour::Plane MakePlane(const jpeg_component_info& theComponent, jvirt_barray_ptr thePlane);
 
     JPEGLibrary::Client& itsClient;
     const int itsPrecision;
@@ -230,7 +233,7 @@ void Decompression::Run(const JPEGFrameHeader& theHeader, std::uint8_t* theBuffe
     }
     else
     {
-        ReadDeep(reinterpret_cast<std::uint16_t*>(theBuffer), theRows);
+        ReadDeep(theHeader, reinterpret_cast<std::uint16_t*>(theBuffer), theRows);
     }
     if (theRows == theHeader.itsHeight)
     {
@@ -269,20 +272,55 @@ void Decompression::ReadShallow(const JPEGFrameHeader& theHeader, std::uint8_t* 
     }
 }
 
-/// Grey only, so one plane of whole blocks.
-void Decompression::ReadDeep(std::uint16_t* theBuffer, std::uint32_t theRows)
+/// Grey straight into the buffer, colour by way of its planes.
+void Decompression::ReadDeep(const JPEGFrameHeader& theHeader, std::uint16_t* theBuffer,
+                             std::uint32_t theRows)
 {
-    const jvirt_barray_ptr aPlane = jpeg_read_coefficients(&itsInfo)[0];
-    if (!IsComplete() || itsInfo.comp_info[0].quant_table == nullptr)
+    const jvirt_barray_ptr* const aPlanes = jpeg_read_coefficients(&itsInfo);
+    const bool hasSteps = std::all_of(itsInfo.comp_info, itsInfo.comp_info + itsInfo.num_components,
+                                      [](const jpeg_component_info& theComponent)
+                                      { return theComponent.quant_table != nullptr; });
+    if (!IsComplete() || !hasSteps)
     {
         throw GivesUp();
     }
-    for (JDIMENSION y = 0; y * DCTSIZE < theRows; ++y)
+    if (itsInfo.num_components == 1)
     {
-        const JBLOCKARRAY aRows =
-            itsInfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&itsInfo), aPlane, y, 1, FALSE);
-        TransformRow(aRows[0], y, theBuffer);
+        for (std::size_t y = 0; y * DCTSIZE < theRows; ++y)
+        {
+            TransformRow(GetBlocks(aPlanes[0], y), y, theBuffer);
+        }
+        return;
     }
+    JPEGTurboColour aColour({MakePlane(itsInfo.comp_info[0], aPlanes[0]),
+                             MakePlane(itsInfo.comp_info[1], aPlanes[1]),
+                             MakePlane(itsInfo.comp_info[2], aPlanes[2])},
+                            theHeader.itsWidth, theHeader.itsColorSpace != theHeader.itsOutputColorSpace);
+    for (std::size_t y = 0; y < theRows; ++y)
+    {
+        aColour.MakeRow(y, theBuffer + y * theHeader.itsWidth * 3);
+    }
+}
+
+const JBLOCK* Decompression::GetBlocks(jvirt_barray_ptr thePlane, std::size_t theRow)
+{
+    return itsInfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&itsInfo), thePlane,
+                                           static_cast<JDIMENSION>(theRow), 1, FALSE)[0];
+}
+
+JPEGTurboColour::Plane Decompression::MakePlane(const jpeg_component_info& theComponent,
+                                                jvirt_barray_ptr thePlane)
+{
+    const std::size_t aBlocks = theComponent.width_in_blocks;
+    const auto aTransform = [this, aBlocks, thePlane, aSteps = theComponent.quant_table->quantval](
+                                std::size_t theRow, std::uint16_t* theOutput)
+    { JPEGTurboTransform::Run(GetBlocks(thePlane, theRow)[0], aBlocks, aSteps, theOutput, aBlocks * 8); };
+    return {aBlocks,
+            theComponent.downsampled_width,
+            theComponent.downsampled_height,
+            theComponent.h_samp_factor < itsInfo.max_h_samp_factor,
+            theComponent.v_samp_factor < itsInfo.max_v_samp_factor,
+            aTransform};
 }
 
 void Decompression::TransformRow(const JBLOCK* theBlocks, std::size_t theRow, std::uint16_t* theBuffer) const

@@ -21,8 +21,7 @@ public:
 };
 
 /// DCT images through libjpeg-turbo, whose code is up to three times faster than the IJG library's loops:
-/// grey and colour of 8 bits, and the entropy decoding of grey images of 12 bits, for which it has no
-/// samples.
+/// images of 8 bits, and the entropy decoding of images of 12 bits, for which it has no samples.
 ///
 /// It has no say in what an image is: it decodes what the IJG library has read the header of and what comes
 /// out the same to the bit. At the first thing amiss, be it an error, a warning or an unusual stream, it
