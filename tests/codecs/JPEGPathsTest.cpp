@@ -145,13 +145,13 @@ TEST(JPEGPaths, LargeLosslessImagesComeOutAlike)
 TEST(JPEGPaths, LosslessRowsComeOutAlike)
 {
     constexpr std::array<int (*)(int, int, int), 7> kPredictions = {
-        [](int a, int, int) { return a; },
-        [](int, int b, int) { return b; },
-        [](int, int, int c) { return c; },
-        [](int a, int b, int c) { return a + b - c; },
-        [](int a, int b, int c) { return a + ((b - c) >> 1); },
-        [](int a, int b, int c) { return b + ((a - c) >> 1); },
-        [](int a, int b, int) { return (a + b) >> 1; },
+        [](int theLeft, int, int) { return theLeft; },
+        [](int, int theAbove, int) { return theAbove; },
+        [](int, int, int theCorner) { return theCorner; },
+        [](int theLeft, int theAbove, int theCorner) { return theLeft + theAbove - theCorner; },
+        [](int theLeft, int theAbove, int theCorner) { return theLeft + ((theAbove - theCorner) >> 1); },
+        [](int theLeft, int theAbove, int theCorner) { return theAbove + ((theLeft - theCorner) >> 1); },
+        [](int theLeft, int theAbove, int) { return (theLeft + theAbove) >> 1; },
     };
     std::mt19937 aRandom(7);
     for (unsigned int i = 0; i < 4 * 7 * 4 * 3; ++i)
