@@ -112,15 +112,18 @@ def threads(folder, results):
     figure, axes = pyplot.subplots(figsize=(6.5, 4.6))
     labels = {"grey16_2048_rle": "RLE", "rgb_baseline420_2048": "JPEG baseline",
               "grey16_lossless1_2048": "JPEG lossless", "grey16_2048_jpeg2000": "JPEG 2000"}
-    counts = [1, 2, 4]
+    counts = [1, 2, 4, 8, 16]
     cores = min(len(os.sched_getaffinity(0)), counts[-1])
-    axes.plot([1, cores, counts[-1]], [1, cores, cores], color="#bbbbbb", linewidth=1,
+    axes.set_xscale("log", base=2)
+    bend = [*range(1, cores + 1), counts[-1]]
+    axes.plot(bend, [min(count, cores) for count in bend], color="#bbbbbb", linewidth=1,
               label=f"all {cores} cores of this machine")
     for colour, (case, label) in zip(LINES, labels.items()):
         speeds = [results.groups["threads"][case][str(count)]["speed"] for count in counts]
         axes.plot(counts, [speed / speeds[0] for speed in speeds], "o-", color=colour, markersize=4, linewidth=1.3,
                   label=f"{label} (one request {speeds[0] / 1e6:.0f} MB/s)")
-    axes.set_xticks(counts)
+    axes.set_xticks(counts, counts)
+    axes.minorticks_off()
     axes.set_ylim(bottom=0)
     axes.set_xlabel("requests side by side")
     axes.set_ylabel("images a second, times those of one request")

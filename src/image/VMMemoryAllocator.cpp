@@ -43,7 +43,8 @@ void VMMemoryAllocator::Free(void* theBlock)
 
 void* VMMemoryAllocator::VMAlloc(std::uint64_t theSize)
 {
-    const CriticalSectionWhileInScope aScope(itsHeapCriticalSection);
+    // Only the counters are behind the lock. Mapping and clearing pages takes as long as decoding them may
+    // take, and requests side by side would wait for each other's.
     void* const aBlock = VirtualMemory::VirtualAlloc(theSize);
     if (aBlock == nullptr)
     {
@@ -56,6 +57,7 @@ void* VMMemoryAllocator::VMAlloc(std::uint64_t theSize)
                                  "image buffer heap prevented allocation) (WIN32 Error Code = " +
                                  std::to_string(anError) + ")");
     }
+    const CriticalSectionWhileInScope aScope(itsHeapCriticalSection);
     ++itsNumHeapBlocks;
     itsMaxNumHeapBlocks = std::max(itsMaxNumHeapBlocks, itsNumHeapBlocks);
     return aBlock;
@@ -63,12 +65,12 @@ void* VMMemoryAllocator::VMAlloc(std::uint64_t theSize)
 
 int VMMemoryAllocator::VMFree(void* theBlock)
 {
-    const CriticalSectionWhileInScope aScope(itsHeapCriticalSection);
     if (theBlock == nullptr)
     {
         return 0;
     }
     const bool isFreed = VirtualMemory::VirtualFree(theBlock);
+    const CriticalSectionWhileInScope aScope(itsHeapCriticalSection);
     // Deliberately counted even when nothing was released.
     --itsNumHeapBlocks;
     return isFreed ? 1 : 0;

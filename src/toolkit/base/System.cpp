@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <ctime>
 #include <limits>
+#include <map>
 #include <mutex>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <unordered_map>
 
 MemoryAllocater::~MemoryAllocater() = default;
 
@@ -19,10 +19,13 @@ bool MemoryAllocater::IsMemoryZeroed() const
 
 namespace
 {
+/// Entries are made and freed outside of the lock: whoever has to wait for memory shall not hold it
+/// meanwhile.
 struct Registry
 {
+    using Lengths = std::map<void*, std::size_t>;
     std::mutex itsMutex;
-    std::unordered_map<void*, std::size_t> itsLengths;
+    Lengths itsLengths;
 };
 
 // Never destroyed: a static object of a caller may release its last image after our own statics are gone.
@@ -87,9 +90,10 @@ void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
     }
     try
     {
+        Registry::Lengths anEntry{{aBlock, aLength}};
         Registry& aRegistry = TheRegistry();
         const std::lock_guard aLock(aRegistry.itsMutex);
-        aRegistry.itsLengths.emplace(aBlock, aLength);
+        aRegistry.itsLengths.merge(anEntry);
     }
     catch (...)
     {
@@ -102,20 +106,18 @@ void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
 
 bool VirtualMemory::VirtualFree(void* theBlock)
 {
-    std::size_t aLength = 0;
+    Registry::Lengths::node_type anEntry;
     {
         Registry& aRegistry = TheRegistry();
         const std::lock_guard aLock(aRegistry.itsMutex);
-        const auto anEntry = aRegistry.itsLengths.find(theBlock);
-        if (anEntry == aRegistry.itsLengths.end())
-        {
-            errno = EINVAL;
-            return false;
-        }
-        aLength = anEntry->second;
-        aRegistry.itsLengths.erase(anEntry);
+        anEntry = aRegistry.itsLengths.extract(theBlock);
     }
-    return munmap(theBlock, aLength) == 0;
+    if (anEntry.empty())
+    {
+        errno = EINVAL;
+        return false;
+    }
+    return munmap(theBlock, anEntry.mapped()) == 0;
 }
 
 int VirtualMemory::GetLastError()
