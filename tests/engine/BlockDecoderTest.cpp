@@ -54,7 +54,7 @@ private:
     std::uint32_t Draw(std::size_t theCount) { return static_cast<std::uint32_t>(itsEngine() % theCount); }
 
     /// Many bytes of ones, and carries behind them. Where everything before a carry was ones, as no encoder
-    /// has it, the code goes beyond the interval.
+    /// has it, it leads beyond the interval.
     void AddBytes(std::uint32_t theLength)
     {
         const std::uint32_t aOnes = Draw(3) == 0 ? 2 * Draw(12) : 0;

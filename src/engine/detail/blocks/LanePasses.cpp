@@ -80,8 +80,8 @@ public:
 
     void EndPass();
 
-    /// Brings the maps to where BlockState has them. False after MQDecoder::IsBeyond.
-    bool Finish();
+    /// Brings the maps to where BlockState has them.
+    void Finish();
 
     MQDecoder itsCoder;
 
@@ -93,14 +93,12 @@ private:
     std::uint32_t itsPassInSegment = 0;
     std::uint32_t itsPass = 0;
     bool itsIsDone = false;
-    bool itsIsBeyond = false;
 };
 
 /// Makes ready for the next pass, or ends where RunSegment ends.
 void Lane::PreparePass()
 {
     const bool isPredictable = (itsState.itsStyle & CBS_PREDICTABLE_TERMINATION) != 0;
-    itsIsBeyond |= itsCoder.IsBeyond();
     while (itsPassInSegment == itsBlock.itsSegments[itsSegment].itsPasses)
     {
         itsFindings.itsBadTermination |= isPredictable && !itsCoder.IsAtEnd();
@@ -130,7 +128,7 @@ void Lane::EndPass()
     PreparePass();
 }
 
-bool Lane::Finish()
+void Lane::Finish()
 {
     for (GroupCursor g(itsLane); g.IsInside(); g.Advance())
     {
@@ -142,7 +140,6 @@ bool Lane::Finish()
         itsState.itsNegative[aWord] |= _pext_u64(*g.itsNegative, kGroupOwn) << aShift;
     }
     itsState.AddHalfSteps(itsPass);
-    return !itsIsBeyond;
 }
 
 /// A pass's way through a block's groups. Two passes are two local variables: as an array they would live in
@@ -507,8 +504,9 @@ bool RunLanes(const LaneRequest& theFirst, const LaneRequest& theSecond)
         Lane* const aLanes[] = {aFirst.GetOrder() >= aSecond.GetOrder() ? &aFirst : &aSecond, &aSecond};
         RunPasses(std::span(aLanes, isPair ? 2 : 1));
     }
-    const bool isFirstSound = aFirst.Finish();
-    return aSecond.Finish() && isFirstSound;
+    aFirst.Finish();
+    aSecond.Finish();
+    return true;
 }
 
 #else

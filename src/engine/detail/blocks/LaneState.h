@@ -92,8 +92,8 @@ struct LaneRequest
 };
 
 /// Decodes two blocks side by side, which is quicker than one after the other: while one waits for its
-/// arithmetic decoder, the other goes on. Returns false, and leaves nothing of use, where this processor
-/// gains nothing by it, or where a damaged block goes where only RunSegment follows.
+/// arithmetic decoder, the other goes on. Returns false, with nothing done, where this processor gains
+/// nothing by it.
 bool DecodeLanes(const LaneRequest& theFirst, const LaneRequest& theSecond);
 
 } // namespace j2k

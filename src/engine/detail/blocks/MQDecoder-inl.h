@@ -58,8 +58,8 @@ public:
         const std::uint64_t aNext = Choose(GetState(theContext), theQe);
         theContext = aNext;
         const int aShift = CountLeadingZeros(itsInterval);
-        itsInterval <<= aShift & 63;
-        itsDistance <<= aShift & 63;
+        itsInterval <<= aShift;
+        itsDistance <<= aShift;
         if (HWY_UNLIKELY(static_cast<std::uint32_t>(itsDistance) == 0)) // at most 15 bits left
         {
             TakeBytes();
@@ -104,10 +104,6 @@ public:
         itsInterval = anUpper;
         return true;
     }
-
-    /// Whether the code went beyond the interval, where no encoder leaves it: from then on a decision with an
-    /// empty Qe does change something.
-    HWY_INLINE bool IsBeyond() const { return itsIsBeyond; }
 
     /// Bits taken from behind the end so far, or from behind a marker.
     HWY_INLINE std::int64_t GetSyntheticBits() const { return std::int64_t{itsSynthetic} - GetLookahead(); }
@@ -263,18 +259,17 @@ private:
             {
                 itsSynthetic += 8; // a marker, or the end: ones, and the reader stays here
             }
-            // Negative for a byte with a carry, which stays inside the interval unless the stream is damaged.
-            const std::uint64_t aRest = (std::uint64_t{1} << aCount) - 2 * aByte - 1;
-            itsDistance += aRest << (aBit - aCount);
-            itsIsBeyond |= itsDistance >= itsInterval;
+            itsDistance += ((std::uint64_t{1} << aCount) - 2 * aByte - 1) << (aBit - aCount);
             aBit -= aCount;
+            // A carry beyond the interval, which no encoder writes, goes to its end: so the distance is
+            // always less than the interval, and a decision with an empty Qe changes nothing.
+            itsDistance = itsDistance < itsInterval ? itsDistance : std::uint64_t{1} << aBit;
         }
     }
 
     std::uint64_t itsInterval = kHalf; ///< A
     std::uint64_t itsDistance = kHalf; ///< A - C - e
     std::uint32_t itsSynthetic = 0;
-    bool itsIsBeyond = false;
     const std::uint8_t* itsNext;
     const std::uint8_t* itsEnd;
 };
