@@ -126,17 +126,20 @@ std::optional<std::uint32_t> FindLastSet(std::span<const CodedSegment> theSegmen
     return aSet;
 }
 
-// Passes that bypass the arithmetic decoder do not wait for it, and the first two planes are mostly cleanup:
-// there is nothing to gain.
+// Passes that bypass the arithmetic decoder do not wait for it; the first two planes and sparse blocks are
+// mostly cleanup, and small blocks do not pay for their maps: there is nothing to gain.
 bool CanBeLane(const CodedBlock& theBlock)
 {
     constexpr std::uint32_t aFewPasses = 4;
     std::uint32_t aPasses = 0;
+    std::uint64_t aBits = 0;
     for (const CodedSegment& aSegment : theBlock.itsSegments)
     {
         aPasses += aSegment.itsPasses;
+        aBits += 8 * std::uint64_t{aSegment.itsLength};
     }
-    return !theBlock.itsIsHighThroughput && aPasses > aFewPasses && (theBlock.itsStyle & CBS_BYPASS) == 0;
+    return !theBlock.itsIsHighThroughput && (theBlock.itsStyle & CBS_BYPASS) == 0 && aPasses > aFewPasses &&
+           aBits > theBlock.itsWidth * theBlock.itsHeight + 512;
 }
 
 } // namespace

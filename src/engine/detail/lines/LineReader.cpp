@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -48,6 +49,7 @@ private:
     static std::vector<Level> ListLevels(const Resolution& theResolution);
     std::unique_ptr<LineSource<Sample>> BuildZeros(const Rect& theRect);
     std::unique_ptr<LineSource<Sample>> BuildSubband(const Subband& theSubband, float theScale);
+    static void LinkSiblings(std::initializer_list<LineSource<Sample>*> theSources);
     std::unique_ptr<LineSource<Sample>> BuildLevel(const Level& theLevel,
                                                    std::unique_ptr<LineSource<Sample>> theLL);
 
@@ -124,6 +126,27 @@ std::unique_ptr<LineSource<Sample>> ChainBuilder<Sample>::BuildSubband(const Sub
     return std::make_unique<SubbandSource<Sample>>(theSubband, itsScratch, itsAllocator, theScale);
 }
 
+/// Those that decode blocks.
+template <class Sample>
+void ChainBuilder<Sample>::LinkSiblings(std::initializer_list<LineSource<Sample>*> theSources)
+{
+    SubbandSource<Sample>* aFirst = nullptr;
+    SubbandSource<Sample>* aLast = nullptr;
+    for (LineSource<Sample>* const aSource : theSources)
+    {
+        if (auto* const aSubband = dynamic_cast<SubbandSource<Sample>*>(aSource))
+        {
+            aFirst = aFirst == nullptr ? aSubband : aFirst;
+            aSubband->SetSibling(*aFirst);
+            if (aLast != nullptr)
+            {
+                aLast->SetSibling(*aSubband);
+            }
+            aLast = aSubband;
+        }
+    }
+}
+
 template <class Sample>
 std::unique_ptr<LineSource<Sample>>
 ChainBuilder<Sample>::BuildLevel(const Level& theLevel, std::unique_ptr<LineSource<Sample>> theLL)
@@ -139,6 +162,7 @@ ChainBuilder<Sample>::BuildLevel(const Level& theLevel, std::unique_ptr<LineSour
         BuildSubband(aResolution.GetSubband(1), theLevel.itsScale * anAcross.itsLow * aDown.itsHigh);
     anInputs.itsHH =
         BuildSubband(aResolution.GetSubband(2), theLevel.itsScale * anAcross.itsHigh * aDown.itsHigh);
+    LinkSiblings({anInputs.itsHL.get(), anInputs.itsLH.get(), anInputs.itsHH.get()});
     return std::make_unique<Synthesis<Sample>>(aResolution.GetArea(), aResolution.GetWindow(),
                                                std::move(anInputs), itsAllocator);
 }

@@ -2,6 +2,7 @@
 #include "engine/detail/lines/SubbandSource.h"
 
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -54,6 +55,43 @@ const char* Describe(HTFinding theFinding)
 }
 } // namespace
 
+void BlockScratch::Add(BlockSink& theSink, std::uint32_t theColumn)
+{
+    itsEntries[itsCount].itsSink = &theSink;
+    itsEntries[itsCount].itsColumn = theColumn;
+    if (++itsCount == itsEntries.size())
+    {
+        Flush();
+    }
+}
+
+void BlockScratch::Flush()
+{
+    const std::span<Entry> anEntries(itsEntries.data(), std::exchange(itsCount, 0));
+    for (Entry& anEntry : anEntries)
+    {
+        if (!anEntry.itsDecoder.has_value())
+        {
+            anEntry.itsDecoder.emplace();
+        }
+    }
+    std::array<BlockFindings, 2> aFindings;
+    if (anEntries.size() == 2)
+    {
+        aFindings = anEntries[0].itsDecoder->DecodeWith(
+            anEntries[0].itsBlock.itsBlock, *anEntries[1].itsDecoder, anEntries[1].itsBlock.itsBlock);
+    }
+    else if (anEntries.size() == 1)
+    {
+        aFindings[0] = anEntries[0].itsDecoder->Decode(anEntries[0].itsBlock.itsBlock);
+    }
+    for (std::size_t i = 0; i < anEntries.size(); ++i)
+    {
+        const Entry& anEntry = anEntries[i];
+        anEntry.itsSink->TakeBlock(anEntry.itsColumn, anEntry.itsBlock, aFindings[i], *anEntry.itsDecoder);
+    }
+}
+
 template <class Sample>
 SubbandSource<Sample>::SubbandSource(const Subband& theSubband, BlockScratch& theScratch,
                                      kdu_sample_allocator& theAllocator, float theScale)
@@ -84,57 +122,64 @@ void SubbandSource<Sample>::DecodeRow()
     {
         throw std::logic_error("SubbandSource: no more lines");
     }
+    const std::uint32_t aRow = itsBlockRow - itsBlocks.itsRow;
+    CollectRow();
+    for (SubbandSource* s = itsSibling; s != this && itsScratch.HasBlock(); s = s->itsSibling)
+    {
+        if (s->IsBehind(aRow))
+        {
+            s->CollectRow();
+        }
+    }
+    itsScratch.Flush();
+}
+
+/// Whether the row of blocks that lies beside row number theRow of the window, or one before it, is due. The
+/// last line of the row before that is no longer read then: lines of subbands that lie side by side are read
+/// in pairs.
+template <class Sample>
+bool SubbandSource<Sample>::IsBehind(std::uint32_t theRow) const
+{
+    const std::uint32_t aRow = itsBlockRow - itsBlocks.itsRow;
+    return itsLine == itsLinesInRow && aRow < itsBlocks.itsRows && aRow <= theRow;
+}
+
+template <class Sample>
+void SubbandSource<Sample>::CollectRow()
+{
     if (!itsStripe.IsTaken())
     {
         itsStripe.Take();
         // Nothing is known of the memory, so every column counts as used.
         itsIsUsed.assign(itsBlocks.itsColumns, true);
     }
-    std::array<std::uint32_t, BlockScratch::kBlocks> aColumns;
-    std::uint32_t aCount = 0;
+    itsLinesInRow = itsSubband.GetBlockRect(itsBlocks.itsColumn, itsBlockRow).GetHeight();
+    itsLine = std::exchange(itsFirstLine, 0);
+    const std::uint32_t aRow = itsBlockRow++;
     for (std::uint32_t c = 0; c < itsBlocks.itsColumns; ++c)
     {
         const std::uint32_t aColumn = itsBlocks.itsColumn + c;
-        if (itsSubband.CollectBlock(aColumn, itsBlockRow, itsScratch.GetBlock(aCount)))
+        if (itsSubband.CollectBlock(aColumn, aRow, itsScratch.GetBlock()))
         {
             itsIsUsed[c] = true;
-            aColumns[aCount++] = aColumn;
-            if (aCount == aColumns.size())
-            {
-                DecodeBlocks(aColumns);
-                aCount = 0;
-            }
+            itsScratch.Add(*this, aColumn);
         }
         else if (itsIsUsed[c])
         {
-            ClearBlock(itsSubband.GetBlockRect(aColumn, itsBlockRow));
+            ClearBlock(itsSubband.GetBlockRect(aColumn, aRow));
             itsIsUsed[c] = false;
         }
     }
-    if (aCount > 0)
-    {
-        DecodeBlocks(std::span(aColumns).first(aCount));
-    }
-    itsLinesInRow = itsSubband.GetBlockRect(itsBlocks.itsColumn, itsBlockRow).GetHeight();
-    itsLine = std::exchange(itsFirstLine, 0);
-    ++itsBlockRow;
 }
 
 template <class Sample>
-void SubbandSource<Sample>::DecodeBlocks(std::span<const std::uint32_t> theColumns)
+void SubbandSource<Sample>::TakeBlock(std::uint32_t theColumn, const CollectedBlock& theBlock,
+                                      const BlockFindings& theFindings, const BlockDecoder& theDecoder)
 {
-    const auto aFindings = itsScratch.Decode(static_cast<std::uint32_t>(theColumns.size()));
-    for (std::uint32_t i = 0; i < theColumns.size(); ++i)
-    {
-        Report(aFindings[i], theColumns[i], itsScratch.GetBlock(i).itsIsCut);
-        StoreBlock(itsScratch.GetDecoder(i), itsSubband.GetBlockRect(theColumns[i], itsBlockRow));
-    }
-}
-
-template <class Sample>
-void SubbandSource<Sample>::StoreBlock(const BlockDecoder& theDecoder, const Rect& thePlace)
-{
-    Sample* const aSamples = itsStripe.GetLine(0) + (thePlace.itsX0 - itsExtent.itsX0);
+    const std::uint32_t aRow = itsBlockRow - 1;
+    Report(theFindings, theColumn, aRow, theBlock.itsIsCut);
+    const Rect aPlace = itsSubband.GetBlockRect(theColumn, aRow);
+    Sample* const aSamples = itsStripe.GetLine(0) + (aPlace.itsX0 - itsExtent.itsX0);
     const auto aStride = static_cast<std::ptrdiff_t>(itsStripe.GetStride());
     if constexpr (std::is_floating_point_v<Sample>)
     {
@@ -159,24 +204,24 @@ void SubbandSource<Sample>::ClearBlock(const Rect& thePlace)
 
 template <class Sample>
 void SubbandSource<Sample>::Report(const BlockFindings& theFindings, std::uint32_t theColumn,
-                                   bool isCut) const
+                                   std::uint32_t theRow, bool isCut) const
 {
     // How a segment ends tells nothing where it was left before its end.
     if (theFindings.itsBadSegmentationSymbol && !isCut)
     {
-        itsSubband.Depart(theColumn, itsBlockRow, "wrong segmentation symbol");
+        itsSubband.Depart(theColumn, theRow, "wrong segmentation symbol");
     }
     if (theFindings.itsBadTermination && !isCut)
     {
-        itsSubband.Depart(theColumn, itsBlockRow, "coding pass not terminated as announced");
+        itsSubband.Depart(theColumn, theRow, "coding pass not terminated as announced");
     }
     if (theFindings.itsMissingPasses)
     {
-        itsSubband.Depart(theColumn, itsBlockRow, "more coding passes than its bit-planes have");
+        itsSubband.Depart(theColumn, theRow, "more coding passes than its bit-planes have");
     }
     if (const char* const aText = Describe(theFindings.itsHighThroughput))
     {
-        itsSubband.Depart(theColumn, itsBlockRow, aText);
+        itsSubband.Depart(theColumn, theRow, aText);
     }
 }
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "engine/detail/blocks/BlockDecoder.h"
@@ -14,39 +13,46 @@
 namespace j2k
 {
 
-/// What decoding code-blocks needs, shared by all subbands of one chain of lines: they decode up to two
-/// blocks at a time. Without any block it costs nothing.
+/// Takes the samples of a subband's code-blocks.
+class BlockSink
+{
+public:
+    /// theDecoder holds the samples of theBlock, which was collected at theColumn of the current row.
+    virtual void TakeBlock(std::uint32_t theColumn, const CollectedBlock& theBlock,
+                           const BlockFindings& theFindings, const BlockDecoder& theDecoder) = 0;
+
+protected:
+    ~BlockSink() = default;
+};
+
+/// What decoding code-blocks needs, shared by all subbands of one chain of lines. Blocks are decoded two at a
+/// time, as soon as two are there. Without any block it costs nothing.
 class BlockScratch
 {
 public:
-    static constexpr std::uint32_t kBlocks = 2;
+    /// Where the data of the next block is collected.
+    CollectedBlock& GetBlock() { return itsEntries[itsCount].itsBlock; }
 
-    /// Where the data of a block is collected.
-    CollectedBlock& GetBlock(std::uint32_t theIndex) { return itsBlocks[theIndex]; }
+    /// GetBlock holds a block for theSink.
+    void Add(BlockSink& theSink, std::uint32_t theColumn);
 
-    /// Decodes the first theCount blocks that were collected. The samples stay with their decoders until the
-    /// next call.
-    std::array<BlockFindings, kBlocks> Decode(std::uint32_t theCount)
-    {
-        for (std::uint32_t i = 0; i < theCount; ++i)
-        {
-            if (!itsDecoders[i].has_value())
-            {
-                itsDecoders[i].emplace();
-            }
-        }
-        return theCount == 1
-                   ? std::array<BlockFindings, kBlocks>{itsDecoders[0]->Decode(itsBlocks[0].itsBlock)}
-                   : itsDecoders[0]->DecodeWith(itsBlocks[0].itsBlock, *itsDecoders[1],
-                                                itsBlocks[1].itsBlock);
-    }
+    /// A block waits for another one.
+    bool HasBlock() const { return itsCount > 0; }
 
-    /// Only after Decode.
-    const BlockDecoder& GetDecoder(std::uint32_t theIndex) const { return *itsDecoders[theIndex]; }
+    /// Decodes what waits. To be called before lines are read.
+    void Flush();
 
 private:
-    std::array<std::optional<BlockDecoder>, kBlocks> itsDecoders;
-    std::array<CollectedBlock, kBlocks> itsBlocks;
+    struct Entry
+    {
+        CollectedBlock itsBlock;
+        BlockSink* itsSink = nullptr;
+        std::uint32_t itsColumn = 0;
+        std::optional<BlockDecoder> itsDecoder;
+    };
+
+    std::array<Entry, 2> itsEntries;
+    std::uint32_t itsCount = 0;
 };
 
 /// The lines of a subband's window, from a stripe that holds one row of the code-blocks that lie in it: the
@@ -55,7 +61,7 @@ private:
 /// What blocks' bytes show to be wrong is reported as a non-conformance; the samples are used as they came
 /// out.
 template <class Sample>
-class SubbandSource final : public LineSource<Sample>
+class SubbandSource final : public LineSource<Sample>, private BlockSink
 {
 public:
     /// Borrows everything. The window is not empty. theScale multiplies the subband's step; irreversible
@@ -65,16 +71,23 @@ public:
 
     const Sample* Pull() override;
 
+    /// Another subband of the resolution, and its sibling in turn, round to this one. When a row of blocks
+    /// here leaves one without a second, the rows of siblings that are due are decoded as well.
+    void SetSibling(SubbandSource& theSibling) { itsSibling = &theSibling; }
+
 private:
     void DecodeRow();
-    /// theColumns: of the collected blocks, in their order.
-    void DecodeBlocks(std::span<const std::uint32_t> theColumns);
-    void StoreBlock(const BlockDecoder& theDecoder, const Rect& thePlace);
+    void CollectRow();
+    bool IsBehind(std::uint32_t theRow) const;
+    void TakeBlock(std::uint32_t theColumn, const CollectedBlock& theBlock, const BlockFindings& theFindings,
+                   const BlockDecoder& theDecoder) override;
     void ClearBlock(const Rect& thePlace);
-    void Report(const BlockFindings& theFindings, std::uint32_t theColumn, bool isCut) const;
+    void Report(const BlockFindings& theFindings, std::uint32_t theColumn, std::uint32_t theRow,
+                bool isCut) const;
 
     const Subband& itsSubband;
     BlockScratch& itsScratch;
+    SubbandSource* itsSibling = this;
     float itsStep;
     BlockRange itsBlocks;
     Rect itsExtent; ///< of all these blocks, relative to the subband's upper left corner
