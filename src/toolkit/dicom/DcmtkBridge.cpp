@@ -132,17 +132,60 @@ std::uint16_t FallBack(DICOMTag theTag)
     return VR::TYPE_UN;
 }
 
-std::uint16_t TypeCodeOfEVR(DcmEVR theEVR)
+/// Value representations in DCMTK's terms and in ours. DCMTK finds its own by comparing names, one after the
+/// other, which an element of a data set would take several times. Thread-safe.
+class Representations
 {
-    const char* aName = DcmVR(theEVR).getValidVRName();
-    return VR::MakeTypeCode(aName[0], aName[1]);
-}
+public:
+    static const Representations& Get()
+    {
+        static const Representations anInstance;
+        return anInstance;
+    }
+
+    /// EVR_UN for what is unknown.
+    DcmEVR ToEVR(std::uint16_t theTypeCode) const
+    {
+        const auto aKnown =
+            std::find_if(itsKnown.begin(), itsKnown.end(),
+                         [theTypeCode](const auto& theEntry) { return theEntry.first == theTypeCode; });
+        return aKnown != itsKnown.end() ? aKnown->second : EVR_UN;
+    }
+
+    std::uint16_t ToTypeCode(DcmEVR theEVR) const { return itsTypeCodes.at(theEVR); }
+
+private:
+    Representations()
+    {
+        for (std::size_t i = 0; i < itsTypeCodes.size(); ++i)
+        {
+            const char* aName = DcmVR(static_cast<DcmEVR>(i)).getValidVRName();
+            itsTypeCodes[i] = VR::MakeTypeCode(aName[0], aName[1]);
+        }
+        for (const std::uint16_t aCode : kShortForms)
+        {
+            Add(aCode);
+        }
+        for (const std::uint16_t aCode : kLongForms)
+        {
+            Add(aCode);
+        }
+    }
+
+    void Add(std::uint16_t theTypeCode)
+    {
+        const char aName[3] = {static_cast<char>(theTypeCode >> 8), static_cast<char>(theTypeCode & 0xff),
+                               '\0'};
+        itsKnown.emplace_back(theTypeCode, DcmVR(aName).getEVR());
+    }
+
+    std::array<std::uint16_t, EVR_UNKNOWN2B + 1> itsTypeCodes{};
+    std::vector<std::pair<std::uint16_t, DcmEVR>> itsKnown;
+};
 
 DcmTag MakeTag(DICOMTag theTag, std::uint16_t theTypeCode)
 {
-    const std::uint16_t aCode = DcmtkBridge::IsKnownTypeCode(theTypeCode) ? theTypeCode : VR::TYPE_UN;
-    const char aName[3] = {static_cast<char>(aCode >> 8), static_cast<char>(aCode & 0xff), '\0'};
-    return DcmTag(theTag.itsGroup, theTag.itsElement, DcmVR(aName));
+    return DcmTag(theTag.itsGroup, theTag.itsElement, DcmVR(Representations::Get().ToEVR(theTypeCode)));
 }
 
 /// Reaches DCMTK's protected way to make an element of a known length, to be filled by reading.
@@ -246,7 +289,7 @@ std::uint16_t DcmtkBridge::LookUpTypeCode(DICOMTag theTag)
     default:
         break;
     }
-    const std::uint16_t aCode = TypeCodeOfEVR(anEVR);
+    const std::uint16_t aCode = Representations::Get().ToTypeCode(anEVR);
     return aCode == VR::TYPE_UN || !IsKnownTypeCode(aCode) ? FallBack(theTag) : aCode;
 }
 
@@ -319,7 +362,7 @@ DICOMTag DcmtkBridge::TagOf(DcmElement& theElement)
 
 std::uint16_t DcmtkBridge::TypeCodeOf(DcmElement& theElement)
 {
-    return TypeCodeOfEVR(theElement.getVR());
+    return Representations::Get().ToTypeCode(theElement.getVR());
 }
 
 DcmElement* DcmtkBridge::Find(DcmItem& theItem, DICOMTag theTag)
