@@ -317,6 +317,22 @@ void UndoRow(int theSelection, const std::uint16_t* theDifferences, const std::u
     aFunction(theDifferences, theAbove, theRow, theWidth);
 }
 
+void StoreBytes(const std::uint16_t* theSamples, std::size_t theCount, int theShift, std::uint8_t* theBytes)
+{
+    const hn::ScalableTag<std::uint16_t> aTag;
+    const hn::Rebind<std::uint8_t, decltype(aTag)> aBytes;
+    std::size_t i = 0;
+    for (; i + hn::Lanes(aTag) <= theCount; i += hn::Lanes(aTag))
+    {
+        const auto aSamples = hn::ShiftLeftSame(hn::LoadU(aTag, theSamples + i), theShift);
+        hn::StoreU(hn::TruncateTo(aBytes, aSamples), aBytes, theBytes + i);
+    }
+    for (; i < theCount; ++i)
+    {
+        theBytes[i] = static_cast<std::uint8_t>(theSamples[i] << theShift);
+    }
+}
+
 } // namespace HWY_NAMESPACE
 } // namespace quorix_jpeg_lossless
 HWY_AFTER_NAMESPACE();
@@ -325,6 +341,7 @@ HWY_AFTER_NAMESPACE();
 namespace quorix_jpeg_lossless
 {
 HWY_EXPORT(UndoRow);
+HWY_EXPORT(StoreBytes);
 } // namespace quorix_jpeg_lossless
 
 void JPEGLosslessPredictor::UndoRow(int theSelection, const std::uint16_t* theDifferences,
@@ -333,6 +350,13 @@ void JPEGLosslessPredictor::UndoRow(int theSelection, const std::uint16_t* theDi
 {
     using namespace quorix_jpeg_lossless;
     HWY_DYNAMIC_DISPATCH(UndoRow)(theSelection, theDifferences, theAbove, theRow, theWidth, theComponents);
+}
+
+void JPEGLosslessPredictor::StoreBytes(const std::uint16_t* theSamples, std::size_t theCount, int theShift,
+                                       std::uint8_t* theBytes)
+{
+    using namespace quorix_jpeg_lossless;
+    HWY_DYNAMIC_DISPATCH(StoreBytes)(theSamples, theCount, theShift, theBytes);
 }
 
 void JPEGLosslessPredictor::UndoFirstRow(std::uint16_t theInitial, const std::uint16_t* theDifferences,

@@ -100,13 +100,13 @@ void JPEGLosslessScan::Deliver(const std::uint16_t* theSamples, std::size_t theR
     auto* const aRow =
         reinterpret_cast<Sample*>(itsParameters.itsImage) + theRow * itsParameters.itsWidth * aStep;
     const int aShift = itsParameters.itsPointTransform;
-    if (itsInOrder)
+    if constexpr (sizeof(Sample) == 1)
     {
-        for (std::size_t i = 0; i < itsRowSamples; ++i)
+        if (itsInOrder)
         {
-            aRow[i] = static_cast<Sample>(theSamples[i] << aShift);
+            JPEGLosslessPredictor::StoreBytes(theSamples, itsRowSamples, aShift, aRow);
+            return;
         }
-        return;
     }
     for (std::size_t c = 0; c < itsParameters.itsComponents; ++c)
     {

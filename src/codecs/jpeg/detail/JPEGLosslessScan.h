@@ -23,6 +23,9 @@ void UndoRow(int theSelection, const std::uint16_t* theDifferences, const std::u
 /// pixel from theInitial.
 void UndoFirstRow(std::uint16_t theInitial, const std::uint16_t* theDifferences, std::uint16_t* theRow,
                   std::size_t theWidth, std::size_t theComponents);
+
+/// The lower 8 bits of theCount samples that are shifted to the left by theShift, 0 … 15.
+void StoreBytes(const std::uint16_t* theSamples, std::size_t theCount, int theShift, std::uint8_t* theBytes);
 } // namespace JPEGLosslessPredictor
 
 /// Decodes the entropy-coded data of one scan of a lossless JPEG image (T.81, Annex H) without subsampling.
