@@ -57,24 +57,31 @@ DcmtkPeer::DcmtkPeer(const Bytes& theFile) : itsState(std::make_unique<State>())
 
 DcmtkPeer::~DcmtkPeer() = default;
 
-Bytes DcmtkPeer::GetFrame() const
+unsigned int DcmtkPeer::CountFrames() const
+{
+    Sint32 aCount = 1;
+    itsState->itsFormat.getDataset()->findAndGetSint32(DCM_NumberOfFrames, aCount);
+    return static_cast<unsigned int>(aCount);
+}
+
+Bytes DcmtkPeer::GetFrame(unsigned int theFrame) const
 {
     DcmPixelSequence* aSequence = nullptr;
     itsState->itsPixelData->getEncapsulatedRepresentation(itsState->itsFormat.getDataset()->getOriginalXfer(),
                                                           nullptr, aSequence);
     DcmPixelItem* anItem = nullptr;
-    aSequence->getItem(anItem, 1);
+    aSequence->getItem(anItem, theFrame + 1);
     Uint8* aData = nullptr;
     anItem->getUint8Array(aData);
     return Bytes(aData, aData + anItem->getLength());
 }
 
-bool DcmtkPeer::DecodeFrame(void* theOutput, std::size_t theSize) const
+bool DcmtkPeer::DecodeFrame(unsigned int theFrame, void* theOutput, std::size_t theSize) const
 {
-    Uint32 aFragment = 1;
+    Uint32 aFragment = theFrame + 1;
     OFString aColourModel;
     return itsState->itsPixelData
-        ->getUncompressedFrame(itsState->itsFormat.getDataset(), 0, aFragment, theOutput,
+        ->getUncompressedFrame(itsState->itsFormat.getDataset(), theFrame, aFragment, theOutput,
                                static_cast<Uint32>(theSize), aColourModel, nullptr)
         .good();
 }

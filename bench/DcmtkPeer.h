@@ -14,11 +14,13 @@ public:
     explicit DcmtkPeer(const Bytes& theFile);
     ~DcmtkPeer();
 
-    /// The compressed bytes of frame 0 (its first fragment, as the inputs have one a frame).
-    Bytes GetFrame() const;
+    unsigned int CountFrames() const;
 
-    /// Decodes frame 0 into theOutput; false when DCMTK reports an error.
-    bool DecodeFrame(void* theOutput, std::size_t theSize) const;
+    /// The compressed bytes of a frame, from 0 (its fragment, as the inputs have one a frame).
+    Bytes GetFrame(unsigned int theFrame) const;
+
+    /// Decodes a frame into theOutput; false when DCMTK reports an error.
+    bool DecodeFrame(unsigned int theFrame, void* theOutput, std::size_t theSize) const;
 
     /// Parses a whole native file and hands its pixels out, as a viewer would; the bytes seen.
     static std::size_t LoadNative(const Bytes& theFile);

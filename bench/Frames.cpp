@@ -23,21 +23,26 @@ bool LoadDataSet(const std::string& theName, DICOMDataObject& theDataSet)
     return theDataSet.LoadFromFile(InputPath(theName), aCode, aSystemErrorCode, DICOMTags::PixelData);
 }
 
-Frame LoadFrame(const std::string& theName)
+std::vector<Frame> LoadFrames(const std::string& theName)
 {
     DICOMDataObject aDataSet;
-    Frame aFrame;
+    std::vector<Frame> aFrames(1);
     if (LoadDataSet(theName, aDataSet))
     {
-        aFrame.itsCompressed = DcmtkPeer(ReadInput(theName)).GetFrame();
-        aDataSet.GetString(DICOMTags::TransferSyntaxUID, aFrame.itsTransferSyntaxUID);
-        aFrame.itsBitsStored = Get(aDataSet, DICOMTags::BitsStored);
-        aFrame.itsSize = static_cast<std::size_t>(Get(aDataSet, DICOMTags::Rows)) *
-                         static_cast<std::size_t>(Get(aDataSet, DICOMTags::Columns)) *
-                         static_cast<std::size_t>(Get(aDataSet, DICOMTags::SamplesPerPixel)) *
-                         static_cast<std::size_t>(Get(aDataSet, DICOMTags::BitsAllocated) / 8);
+        const DcmtkPeer aPeer(ReadInput(theName));
+        aDataSet.GetString(DICOMTags::TransferSyntaxUID, aFrames[0].itsTransferSyntaxUID);
+        aFrames[0].itsBitsStored = Get(aDataSet, DICOMTags::BitsStored);
+        aFrames[0].itsSize = static_cast<std::size_t>(Get(aDataSet, DICOMTags::Rows)) *
+                             static_cast<std::size_t>(Get(aDataSet, DICOMTags::Columns)) *
+                             static_cast<std::size_t>(Get(aDataSet, DICOMTags::SamplesPerPixel)) *
+                             static_cast<std::size_t>(Get(aDataSet, DICOMTags::BitsAllocated) / 8);
+        aFrames.resize(aPeer.CountFrames(), aFrames[0]);
+        for (unsigned int i = 0; i < aFrames.size(); ++i)
+        {
+            aFrames[i].itsCompressed = aPeer.GetFrame(i);
+        }
     }
-    return aFrame;
+    return aFrames;
 }
 
 void DecodeWithOurs(const Frame& theFrame, DICOMDataObject& theDataSet, void* theOutput)
@@ -50,31 +55,33 @@ void DecodeWithOurs(const Frame& theFrame, DICOMDataObject& theDataSet, void* th
 
 void BenchOurs(benchmark::State& theState, const std::string& theName)
 {
-    const Frame aFrame = LoadFrame(theName);
+    const std::vector<Frame> aFrames = LoadFrames(theName);
     DICOMDataObject aDataSet;
     LoadDataSet(theName, aDataSet);
-    Bytes anOutput(aFrame.itsSize);
+    Bytes anOutput(aFrames[0].itsSize);
+    std::size_t aNext = 0;
     for (auto _ : theState)
     {
-        DecodeWithOurs(aFrame, aDataSet, anOutput.data());
+        DecodeWithOurs(aFrames[aNext++ % aFrames.size()], aDataSet, anOutput.data());
     }
-    ReportSize(theState, aFrame.itsSize);
+    ReportSize(theState, anOutput.size());
 }
 
 void BenchDcmtk(benchmark::State& theState, const std::string& theName)
 {
-    const std::size_t aSize = LoadFrame(theName).itsSize;
     const DcmtkPeer aPeer(ReadInput(theName));
-    Bytes anOutput(aSize);
+    const unsigned int aCount = aPeer.CountFrames();
+    Bytes anOutput(LoadFrames(theName)[0].itsSize);
+    unsigned int aNext = 0;
     for (auto _ : theState)
     {
-        if (!aPeer.DecodeFrame(anOutput.data(), anOutput.size()))
+        if (!aPeer.DecodeFrame(aNext++ % aCount, anOutput.data(), anOutput.size()))
         {
             theState.SkipWithError("DCMTK reports an error");
             break;
         }
     }
-    ReportSize(theState, aSize);
+    ReportSize(theState, anOutput.size());
 }
 
 void ReportSize(benchmark::State& theState, std::size_t theSize)

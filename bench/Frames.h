@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "Inputs.h"
 #include "toolkit/base/BaseTypes.h"
@@ -23,12 +24,13 @@ struct Frame
 /// The attributes of an input file, without its pixels.
 bool LoadDataSet(const std::string& theName, DICOMDataObject& theDataSet);
 
-Frame LoadFrame(const std::string& theName);
+/// The frames of an input, at least one.
+std::vector<Frame> LoadFrames(const std::string& theName);
 
 /// Decodes through the driver, as a decompressor does.
 void DecodeWithOurs(const Frame& theFrame, DICOMDataObject& theDataSet, void* theOutput);
 
-/// Benchmarks: frame 0 of an input into a buffer that is there already, by this library and by DCMTK.
+/// Benchmarks: an input's frames in turn into a buffer that is there already, by this library and by DCMTK.
 void BenchOurs(benchmark::State& theState, const std::string& theName);
 void BenchDcmtk(benchmark::State& theState, const std::string& theName);
 

@@ -21,7 +21,7 @@ using JpegDecode = std::size_t (*)(const std::uint8_t*, std::size_t, void*);
 
 void Plain(benchmark::State& theState, const std::string& theName, JpegDecode theDecode)
 {
-    const Frame aFrame = LoadFrame(theName);
+    const Frame aFrame = LoadFrames(theName).front();
     Bytes anOutput(aFrame.itsSize);
     for (auto _ : theState)
     {
@@ -51,7 +51,7 @@ std::unique_ptr<JPEGDecoder> MakeCodec(int theBits)
 /// Our codec, forced to the library's own loop.
 void LibraryPath(benchmark::State& theState, const std::string& theName, int theBits)
 {
-    const Frame aFrame = LoadFrame(theName);
+    const Frame aFrame = LoadFrames(theName).front();
     DICOMDataObject aDataSet;
     LoadDataSet(theName, aDataSet);
     Bytes anOutput(aFrame.itsSize);
@@ -69,7 +69,7 @@ void LibraryPath(benchmark::State& theState, const std::string& theName, int the
 
 void Codec(benchmark::State& theState, const std::string& theName)
 {
-    const Frame aFrame = LoadFrame(theName);
+    const Frame aFrame = LoadFrames(theName).front();
     DICOMDataObject aDataSet;
     LoadDataSet(theName, aDataSet);
     for (auto _ : theState)

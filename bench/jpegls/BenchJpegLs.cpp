@@ -43,7 +43,7 @@ struct Stream
 Stream MakeStream(const JpegLsCase& theCase, const std::string& theSide)
 {
     const std::string anInput = "jpeg/" + theCase.itsSource + "_lossless1_" + theSide;
-    const Frame aFrame = LoadFrame(anInput);
+    const Frame aFrame = LoadFrames(anInput).front();
     DICOMDataObject aDataSet;
     LoadDataSet(anInput, aDataSet);
     Bytes aPixels(aFrame.itsSize);
