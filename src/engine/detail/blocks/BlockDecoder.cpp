@@ -91,6 +91,7 @@ void LaneState::Begin(const CodedBlock& theBlock, const BlockState& theState)
     }
     itsVisited.assign(aSize, 0);
     itsRefined.assign(aSize, 0);
+    itsPlanes.resize(2 * theState.itsPlanes.size());
     itsRefinements.resize(32 * aSize + 32); // written and read 32 at a time
 }
 

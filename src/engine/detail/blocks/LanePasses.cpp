@@ -60,7 +60,7 @@ public:
         itsFindings = {};
         itsState.BeginPlanes(itsBlock);
         itsLane.Begin(itsBlock, itsState);
-        std::fill_n(itsState.GetPlane(itsState.itsBitPlanes), itsState.itsPlaneSize, 0);
+        std::fill_n(GetGroups(), 2 * itsState.itsPlaneSize, 0);
         PreparePass();
     }
 
@@ -72,10 +72,11 @@ public:
     /// Passes of one order run together, larger ones first.
     std::uint32_t GetOrder() const { return itsIsDone ? 0 : 3 * GetPlane() + 3 - (itsPass + 2) % 3; }
 
-    /// The plane that the pass is of, in halves of BlockState's words.
-    std::uint32_t* GetHalves() const
+    /// The groups of the plane that the pass is of. Not inline: the loops of passes would lose registers to
+    /// it.
+    HWY_NOINLINE std::uint32_t* GetGroups() const
     {
-        return reinterpret_cast<std::uint32_t*>(itsState.GetPlane(GetPlane()));
+        return itsLane.itsPlanes.data() + 2 * itsState.itsPlaneSize * GetPlane();
     }
 
     void EndPass();
@@ -139,6 +140,7 @@ void Lane::Finish()
         itsState.itsSignificant[aBordered] |= _pext_u64(*g.itsSignificant, kGroupOwn) << aShift;
         itsState.itsNegative[aWord] |= _pext_u64(*g.itsNegative, kGroupOwn) << aShift;
     }
+    std::memcpy(itsState.itsPlanes.data(), itsLane.itsPlanes.data(), 8 * itsState.itsPlanes.size());
     itsState.AddHalfSteps(itsPass);
 }
 
@@ -150,7 +152,7 @@ public:
     HWY_INLINE explicit LaneWalk(Lane& theLane)
         : GroupCursor(theLane.itsLane), itsCoder(theLane.itsCoder), itsLane(theLane.itsLane),
           itsContexts(theLane.itsState.itsContexts.data()), itsZeroContexts(itsLane.itsZeroContexts),
-          itsPlane(theLane.GetHalves())
+          itsPlane(theLane.GetGroups())
     {
     }
 
@@ -406,7 +408,7 @@ void ListRefinements(Lane* theLane)
 void PlaceRefinements(Lane* theLane)
 {
     const hn::FixedTag<std::int8_t, 32> aTag;
-    std::uint32_t* const aPlane = theLane->GetHalves();
+    std::uint32_t* const aPlane = theLane->GetGroups();
     const std::int8_t* aDecision =
         reinterpret_cast<const std::int8_t*>(theLane->itsLane.itsRefinements.data());
     for (GroupCursor g(theLane->itsLane); g.IsInside(); g.Advance())

@@ -41,6 +41,9 @@ struct LaneState
     std::vector<std::uint64_t> itsVisited; ///< by the significance propagation pass of the current plane
     std::vector<std::uint64_t> itsRefined; ///< at least once
 
+    /// As BlockState has them, a group in 32 bits.
+    std::vector<std::uint32_t> itsPlanes;
+
     /// Of a refinement pass, in coding order: at first contexts as byte offsets from the first one of theirs,
     /// then decisions in bit 7.
     std::vector<std::uint8_t> itsRefinements;
