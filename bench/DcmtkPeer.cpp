@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DcmtkPeer.h"
 
+#include <algorithm>
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wshadow"
 #include <dcmtk/config/osconfig.h>
@@ -59,9 +61,9 @@ DcmtkPeer::~DcmtkPeer() = default;
 
 unsigned int DcmtkPeer::CountFrames() const
 {
-    Sint32 aCount = 1;
+    Sint32 aCount = 0; // and left at it where there is no such element
     itsState->itsFormat.getDataset()->findAndGetSint32(DCM_NumberOfFrames, aCount);
-    return static_cast<unsigned int>(aCount);
+    return static_cast<unsigned int>(std::max(aCount, Sint32{1}));
 }
 
 Bytes DcmtkPeer::GetFrame(unsigned int theFrame) const

@@ -43,7 +43,7 @@ def settings(group, side):
         return 1, 0.01
     if side == "4096":
         return 3, 0.05
-    return (5, 0.2) if group == "threads" else (5, 0.05)
+    return (5, 0.5) if group == "threads" else (5, 0.05)
 
 
 def run_batch(program, names, repetitions, least_time, cores):

@@ -23,7 +23,7 @@ def main():
     for side in (64, 2048):
         bench.save(folder, f"grey16_{side}", bench.data_set(bench.grey16(side), "MONOCHROME2"))
         bench.save(folder, f"grey8_{side}", bench.data_set(bench.grey8(side), "MONOCHROME2"))
-        bench.save_jpeg2000(folder, f"grey16_{side}_jpeg2000", bench.grey16(side))
+        bench.save_jpeg2000(folder, f"grey16_{side}_jpeg2000", [bench.grey16(side)])
         bench.compress(folder, "dcmcrle", f"grey16_{side}", f"grey16_{side}_rle")
         bench.compress(folder, "dcmcjpeg", f"grey16_{side}", f"grey16_{side}_lossless", "+e1")
         bench.compress(folder, "dcmcjpeg", f"grey8_{side}", f"grey8_{side}_baseline", "+eb")
