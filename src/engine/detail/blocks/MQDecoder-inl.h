@@ -154,9 +154,9 @@ private:
     HWY_INLINE std::uint64_t Choose(const MQState& theState, std::uint64_t theQe)
     {
         std::uint64_t aNext = theState.itsNextMps;
-        std::uint64_t aLower = aNext; // what follows in the lower part
 #if HWY_ARCH_X86_64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
         // The lines of the last branch; compilers make branches of them.
+        std::uint64_t aLower = aNext; // what follows in the lower part
         std::uint64_t aRest;
         asm("subq %[qe], %[interval]\n\t"
             "cmovsq %[kept], %[next]\n\t"
@@ -175,6 +175,7 @@ private:
         return aNext;
 #elif HWY_ARCH_ARM_A64 && HWY_TARGET != HWY_SCALAR && HWY_COMPILER_GCC
         // Conditional selects: fewer instructions than masks take, and fewer on the interval's way.
+        std::uint64_t aLower = aNext; // what follows in the lower part
         std::uint64_t aRest;
         asm("subs %[interval], %[interval], %[qe]\n\t"
             "csel %[next], %[kept], %[next], mi\n\t"
@@ -191,15 +192,13 @@ private:
             : "cc");
         return aNext;
 #else
-        itsInterval -= theQe;
-        aNext = Select(MakeMask(itsInterval >= kHalf), theState.itsKept, aNext);
-        const std::uint64_t anExchange = MakeMask(itsInterval < theQe);
-        aNext = Select(anExchange, theState.itsNextLps, aNext);
-        aLower = Select(anExchange, aLower, theState.itsNextLps);
-        const std::uint64_t aLowerPart = MakeMask(itsDistance >= itsInterval);
-        itsDistance -= itsInterval & aLowerPart;
-        itsInterval = Select(aLowerPart, theQe, itsInterval);
-        return Select(aLowerPart, aLower, aNext);
+        const std::uint64_t anUpper = itsInterval - theQe;
+        const std::uint64_t aLowerPart = MakeMask(itsDistance >= anUpper);
+        const std::uint64_t aLps = MakeMask(anUpper < theQe) ^ aLowerPart;
+        itsDistance -= anUpper & aLowerPart;
+        itsInterval = Select(aLowerPart, theQe, anUpper);
+        aNext = Select(MakeMask(anUpper >= kHalf), theState.itsKept, aNext);
+        return Select(aLps, theState.itsNextLps, aNext);
 #endif
     }
 
