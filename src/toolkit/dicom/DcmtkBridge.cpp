@@ -3,15 +3,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 #include <mutex>
 #include <new>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include <dcmtk/config/osconfig.h>
 
-#include <dcmtk/dcmdata/dcistrmb.h>
+#include <dcmtk/dcmdata/dcistrma.h>
 #include <dcmtk/dcmdata/dcitem.h>
 #include <dcmtk/dcmdata/dcsequen.h>
 #include <dcmtk/dcmdata/dctag.h>
@@ -215,6 +217,60 @@ public:
     static DcmList& Of(DcmItem& theItem) { return *(theItem.*&ElementList::elementList); }
 };
 
+/// Hands out bytes in memory. DCMTK's own stream of this kind makes itself a buffer of a kilobyte on the
+/// heap, which an element of a data set would take each time.
+class ValueProducer : public DcmProducer
+{
+public:
+    void Set(const void* theBytes, std::size_t theCount, bool isLast)
+    {
+        itsNext = static_cast<const std::uint8_t*>(theBytes);
+        itsRest = theCount;
+        itsIsLast = isLast;
+    }
+
+    OFBool good() const override { return OFTrue; }
+    OFCondition status() const override { return EC_Normal; }
+    OFBool eos() override { return itsIsLast && itsRest == 0; }
+    offile_off_t avail() override { return static_cast<offile_off_t>(itsRest); }
+
+    offile_off_t read(void* theBuffer, offile_off_t theCount) override
+    {
+        const std::uint8_t* const aBegin = itsNext;
+        const offile_off_t aCount = skip(theCount);
+        std::memcpy(theBuffer, aBegin, static_cast<std::size_t>(aCount));
+        return aCount;
+    }
+
+    offile_off_t skip(offile_off_t theCount) override
+    {
+        const std::size_t aCount = std::min(static_cast<std::size_t>(theCount), itsRest);
+        itsNext += aCount;
+        itsRest -= aCount;
+        return static_cast<offile_off_t>(aCount);
+    }
+
+    void putback(offile_off_t theCount) override
+    {
+        itsNext -= theCount;
+        itsRest += static_cast<std::size_t>(theCount);
+    }
+
+private:
+    const std::uint8_t* itsNext = nullptr;
+    std::size_t itsRest = 0;
+    bool itsIsLast = false;
+};
+
+/// What an element reads itself from.
+class ValueStream : private ValueProducer, public DcmInputStream
+{
+public:
+    ValueStream() : DcmInputStream(this) {}
+    using ValueProducer::Set;
+    DcmInputStreamFactory* newFactory() const override { return nullptr; } // nothing is read later
+};
+
 /// Makes an element and hands it its value in the pieces that theNext gives: each at least a byte of the
 /// rest, and good until the next is asked for.
 template <class Next>
@@ -231,20 +287,15 @@ std::unique_ptr<DcmElement> MakeFilled(const DcmTag& theTag, DLEndian::Endian th
     if (anElement && theLength > 0)
     {
         const bool isBig = theEndian == DLEndian::BIG_ENDIAN_ORDER;
-        DcmInputBufferStream aStream;
+        ValueStream aStream;
         anElement->transferInit();
         aStatus = EC_StreamNotifyClient;
         for (std::size_t aRest = theLength; aRest > 0 && aStatus == EC_StreamNotifyClient;)
         {
             const auto [aPiece, aCount] = theNext(aRest);
             aRest -= aCount;
-            aStream.setBuffer(aPiece, static_cast<offile_off_t>(aCount));
-            if (aRest == 0)
-            {
-                aStream.setEos();
-            }
+            aStream.Set(aPiece, aCount, aRest == 0);
             aStatus = anElement->read(aStream, isBig ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit);
-            aStream.releaseBuffer();
         }
         anElement->transferEnd();
     }
@@ -320,7 +371,9 @@ std::unique_ptr<DcmElement> DcmtkBridge::MakeElement(DICOMTag theTag, std::uint1
                                                      const ValueSource& theSource)
 {
     constexpr std::size_t kPiece = 64u << 10;
-    std::vector<std::uint8_t> aBuffer(std::min(theLength, kPiece));
+    std::array<std::uint8_t, 256> aShort; // nearly all are no longer
+    std::vector<std::uint8_t> aLong(theLength <= aShort.size() ? 0 : std::min(theLength, kPiece));
+    const std::span<std::uint8_t> aBuffer = aLong.empty() ? std::span(aShort) : std::span(aLong);
     const auto aNext = [&](std::size_t theRest)
     {
         const std::size_t aCount = std::min(theRest, aBuffer.size());
