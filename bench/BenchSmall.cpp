@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // Small images of every codec, whose time is what a frame costs apart from its pixels: sixteen frames in turn
 // into a buffer that is there already, by ours and by the peers there are. Native images have no codec: the
-// whole file is read.
+// whole file is read, into pages of its own and, "heap", into memory of the heap as the peer does.
 
 #include <charls/charls.h>
+
+#include <functional>
 
 #include "DcmtkPeer.h"
 #include "Frames.h"
 #include "Part10.h"
 #include "decoding/DecoderFactory.h"
+#include "image/ProcessHeapMemoryAllocator.h"
 #include "jpeg/JpegPeer.h"
 #include "jpeg2000/Jpeg2000Decoders.h"
 
@@ -107,6 +110,9 @@ void Register(const std::string& theName, Arguments&&... theArguments)
         const std::string aNative = "small/grey16_" + aSide;
         Register(aNative + "/ours", BenchPart10, aNative);
         Register(aNative + "/dcmtk", LoadByDcmtk, aNative);
+        Register(aNative + "_heap/ours", BenchPart10From, aNative,
+                 std::ref(ProcessHeapMemoryAllocator::GetDefaultInstance()));
+        Register(aNative + "_heap/dcmtk", LoadByDcmtk, aNative);
         for (const SmallCase& aCase : aCases)
         {
             const std::string anInput = std::string("small/") + aCase.itsName + "_" + aSide;

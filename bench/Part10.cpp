@@ -10,13 +10,14 @@
 #include "toolkit/io/InputStream.h"
 
 std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream& theStream, int theFrame,
-                                         const std::optional<PixelRegion>& theRegion)
+                                         const std::optional<PixelRegion>& theRegion,
+                                         MemoryAllocater& thePixelAllocator)
 {
     DICOMDataObject aDataSet;
     DecompressionRequest aRequest(&theStream, &aDataSet, "", false, 1, theFrame, "", false);
     aRequest.setRegion(theRegion);
     DecompressionResult aResult;
-    DICOMPart10StreamDecompressor().Decompress(aRequest, aResult);
+    DICOMPart10StreamDecompressor(thePixelAllocator).Decompress(aRequest, aResult);
     std::unique_ptr<Renderable> anImage(aResult.getRenderable());
     aResult.setRenderable(nullptr);
     if (!anImage)
@@ -26,7 +27,7 @@ std::unique_ptr<Renderable> DecodePart10(benchmark::State& theState, InputStream
     return anImage;
 }
 
-void BenchPart10(benchmark::State& theState, const std::string& theName)
+void BenchPart10From(benchmark::State& theState, const std::string& theName, MemoryAllocater& theAllocator)
 {
     const Bytes aFile = ReadInput(theName);
     std::size_t aSize = 0;
@@ -34,7 +35,8 @@ void BenchPart10(benchmark::State& theState, const std::string& theName)
     for (auto _ : theState)
     {
         MemoryInputStream aStream(aFile.data(), aFile.size());
-        const std::unique_ptr<Renderable> anImage = DecodePart10(theState, aStream, 0);
+        const std::unique_ptr<Renderable> anImage =
+            DecodePart10(theState, aStream, 0, std::nullopt, theAllocator);
         if (!anImage)
         {
             break;
@@ -44,4 +46,9 @@ void BenchPart10(benchmark::State& theState, const std::string& theName)
     }
     ReportSize(theState, aSize);
     theState.counters["header_ms"] = benchmark::Counter(aHeaderTime, benchmark::Counter::kAvgIterations);
+}
+
+void BenchPart10(benchmark::State& theState, const std::string& theName)
+{
+    BenchPart10From(theState, theName, VMMemoryAllocator::GetDefaultInstance());
 }
