@@ -43,8 +43,8 @@ void Region(benchmark::State& theState, const std::string& theName,
 
 [[maybe_unused]] const bool isRegistered = []
 {
-    for (const char* aName : {"grey8_2048", "grey16_2048", "rgb_2048", "ybr_full_2048", "grey16_512",
-                              "grey16_512_rle", "grey16_2048_rle", "jpeg/rgb_baseline444_2048",
+    for (const char* aName : {"grey8_1024", "grey8_2048", "grey16_2048", "rgb_2048", "ybr_full_2048",
+                              "grey16_512", "grey16_512_rle", "grey16_2048_rle", "jpeg/rgb_baseline444_2048",
                               "jpeg/grey16_lossless1_2048", "grey16_2048_jpeg2000"})
     {
         const std::string anInput = aName;
@@ -62,7 +62,7 @@ void Region(benchmark::State& theState, const std::string& theName,
         benchmark::RegisterBenchmark((aCase + "/middle").c_str(), Region, anInput,
                                      PixelRegion{768, 768, 512, 512});
     }
-    for (const char* aName : {"grey8_2048", "grey16_2048", "rgb_2048", "grey16_512"})
+    for (const char* aName : {"grey8_1024", "grey8_2048", "grey16_2048", "rgb_2048", "grey16_512"})
     {
         benchmark::RegisterBenchmark((std::string("file/") + aName + "/dcmtk").c_str(), DcmtkNative,
                                      std::string(aName));

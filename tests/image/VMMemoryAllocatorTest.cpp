@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "image/ProcessHeapMemoryAllocator.h"
 #include "support/FailureOf.h"
 #include "support/SideBySide.h"
@@ -57,7 +60,16 @@ TEST(VMMemoryAllocator, CountsExactlyOverThreads)
 
 TEST(VMMemoryAllocator, BlocksAreZeroedPagesAndEmptyOnesReal)
 {
-    for (const std::uint64_t aSize : {0u, 1u, 4095u, 4096u, 4097u, 100000u})
+    constexpr std::uint64_t kHuge = 2u << 20;
+    const auto isMapped = [](const unsigned char* theByte)
+    {
+        const auto aPage = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+        unsigned char isResident;
+        return mincore(reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(theByte) / aPage * aPage), 1,
+                       &isResident) == 0;
+    };
+    for (const std::uint64_t aSize :
+         {0ul, 1ul, 4095ul, 4096ul, 4097ul, kHuge / 2 - 1, kHuge / 2, 2 * kHuge + 1})
     {
         auto* const aBlock = static_cast<unsigned char*>(VMMemoryAllocator().Allocate(aSize));
         ASSERT_NE(aBlock, nullptr);
@@ -65,7 +77,11 @@ TEST(VMMemoryAllocator, BlocksAreZeroedPagesAndEmptyOnesReal)
         const std::size_t aCount = std::max<std::size_t>(aSize, 1);
         EXPECT_TRUE(std::all_of(aBlock, aBlock + aCount, [](int aByte) { return aByte == 0; }));
         std::memset(aBlock, 1, aCount);
+        const bool isHuge = aSize >= kHuge / 2;
+        const std::size_t aWhole = isHuge ? (aCount + kHuge - 1) / kHuge * kHuge : aCount;
+        EXPECT_TRUE(isMapped(aBlock + aWhole - 1));
         VMMemoryAllocator::GetDefaultInstance().Free(aBlock); // instances are interchangeable
+        EXPECT_FALSE(isMapped(aBlock) || isMapped(aBlock + aCount - 1) || isMapped(aBlock + aWhole - 1));
         void* const aHeapBlock = ProcessHeapMemoryAllocator::GetDefaultInstance().Allocate(aSize);
         ASSERT_NE(aHeapBlock, nullptr);
         std::memset(aHeapBlock, 1, aSize);

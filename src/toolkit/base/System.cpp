@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "toolkit/base/System.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <ctime>
@@ -43,6 +44,11 @@ std::uint64_t PageSize()
 
 constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
+std::uint64_t RoundUp(std::uint64_t theSize, std::uint64_t thePage)
+{
+    return (theSize + thePage - 1) / thePage * thePage;
+}
+
 void* Map(std::size_t theLength, int theExtraFlags)
 {
     void* const aBlock =
@@ -50,9 +56,9 @@ void* Map(std::size_t theLength, int theExtraFlags)
     return aBlock == MAP_FAILED ? nullptr : aBlock;
 }
 
-/// Maps a block that begins at a huge page's boundary and asks for huge pages. Touching an image for the
-/// first time otherwise costs one fault for every 4 KiB, more than many a codec needs to fill them. Nothing
-/// is touched here: a file that declares a large image must not cost the memory for it.
+/// Maps a block of whole huge pages, and asks for them. Touching an image for the first time otherwise costs
+/// one fault for every 4 KiB, more than many a codec needs to fill them. Nothing is touched here: a file that
+/// declares a large image must not cost the memory for it.
 void* MapHuge(std::size_t theLength)
 {
     void* const aReservation = Map(theLength + kHugePage, 0);
@@ -75,15 +81,16 @@ void* MapHuge(std::size_t theLength)
 
 void* VirtualMemory::VirtualAlloc(std::uint64_t theSize)
 {
-    const std::uint64_t aPageSize = PageSize();
-    if (theSize > std::numeric_limits<std::size_t>::max() - aPageSize - kHugePage)
+    if (theSize > std::numeric_limits<std::size_t>::max() - 2 * kHugePage)
     {
         errno = ENOMEM;
         return nullptr;
     }
-    const std::uint64_t aPageCount = theSize == 0 ? 1 : (theSize + aPageSize - 1) / aPageSize;
-    const std::size_t aLength = static_cast<std::size_t>(aPageCount * aPageSize);
-    void* const aBlock = aLength < kHugePage ? Map(aLength, MAP_POPULATE) : MapHuge(aLength);
+    // What huge pages take beyond the size is never more than the size.
+    const bool isHuge = theSize >= kHugePage / 2;
+    const auto aLength = static_cast<std::size_t>(
+        RoundUp(std::max<std::uint64_t>(theSize, 1), isHuge ? kHugePage : PageSize()));
+    void* const aBlock = isHuge ? MapHuge(aLength) : Map(aLength, MAP_POPULATE);
     if (aBlock == nullptr)
     {
         return nullptr;
