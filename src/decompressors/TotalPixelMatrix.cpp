@@ -186,6 +186,7 @@ std::vector<TotalPixelMatrix::Tile> TotalPixelMatrix::FindByPosition(int theFram
         }
     }
     std::vector<Tile> aTiles;
+    aTiles.reserve(aFrames.size());
     for (const auto& [aPlace, aFrame] : aFrames)
     {
         aTiles.push_back({aFrame, {aPlace.first, aPlace.second, itsTileColumns, itsTileRows}});
