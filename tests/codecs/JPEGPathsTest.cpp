@@ -383,6 +383,17 @@ Bytes Without(Bytes theJpeg, std::uint8_t theMarker, bool theRestToo)
     return theJpeg;
 }
 
+/// A flat grey image, every block a bit for DC and one for AC, both 0. The 1 is no code of AC's table; it and
+/// the 16 bits behind it are taken for one, and after two more bytes the blocks end where they would have.
+Bytes WithUnknownCode(Bytes theJpeg)
+{
+    const Bytes aZeros(32, 0);
+    const auto aByte = std::search(theJpeg.begin(), theJpeg.end(), aZeros.begin(), aZeros.end()) + 9;
+    *aByte = 0x40;
+    theJpeg.insert(aByte, 2, 0);
+    return theJpeg;
+}
+
 // What looks unusual only after the header: libjpeg-turbo must give up, because it would smooth, warn, invent
 // or read on in its own way. The library's own warning is printed then, once.
 TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
@@ -395,6 +406,7 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
     aHalvedSpec.itsSampling = {{1, 2}};
     JpegSpec aCoarseSpec = aPlainSpec;
     aCoarseSpec.itsQuality = 10;
+    const JpegSpec aFlatSpec{512, 512, 1, 12, Process::EXTENDED};
     const Bytes aPlain = Image(aPlainSpec).itsJpeg;
     const Bytes aProgressive = Image(aProgressiveSpec).itsJpeg;
     Bytes anOdd = Without(aPlain, 0xdb, false);
@@ -415,11 +427,14 @@ TEST(JPEGPaths, TurboGivesUpOnWhatItWouldDecodeDifferently)
         {"not the image of the header", aProgressiveSpec, aPlain, false, ""},
         {"rows of halved chroma, otherwise than the library", aHalvedSpec, Image(aHalvedSpec).itsJpeg, true,
          ""},
+        {"a code of no table", aFlatSpec, WithUnknownCode(MakeFlatJpeg(aFlatSpec, {2048})), false,
+         "bad Huffman code"},
     };
     for (const auto& [aName, aSpec, aJpeg, isTaken, aText] : aRows)
     {
         testing::internal::CaptureStderr();
-        EXPECT_TRUE(PathsAgree({8, Decoder::COLOR_MODEL_UNKNOWN, 1000}, aJpeg, false)) << aName;
+        EXPECT_TRUE(PathsAgree({aSpec.itsPrecision, Decoder::COLOR_MODEL_UNKNOWN, 1000}, aJpeg, false))
+            << aName;
         const std::string aWarnings = testing::internal::GetCapturedStderr();
         const std::string aWarning = aWarnings.substr(0, aWarnings.size() / 2);
         EXPECT_EQ(aWarnings, aWarning + aWarning) << "by either path the same";

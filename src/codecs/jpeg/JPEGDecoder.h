@@ -50,7 +50,8 @@ enum class JPEGPath;
 /// compressed source throws passes through unchanged. An image of more than 1000 scans is refused ("Too
 /// many scans"). After an exception the codec is good for nothing but its hand-over buffer and its
 /// destruction. Warnings keep the library's own handling: the first one of an image is printed to standard
-/// error. Only up to seven bytes left over at the end of a scan may pass without one.
+/// error. Only up to seven bytes left over at the end of a scan, and a code of an 8-bit image that no table
+/// has, may pass without one.
 ///
 /// Not thread-safe; separate codecs share nothing.
 class QUORIX_API JPEGDecoder : public Decoder
